@@ -1,0 +1,29 @@
+# How every target of this project is made: one place for warnings, sanitizers and include paths.
+
+add_library(fenlo_options INTERFACE)
+target_include_directories(fenlo_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_options(fenlo_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror)
+target_link_libraries(fenlo_options INTERFACE Threads::Threads)
+if(FENLO_SANITIZE)
+    target_compile_options(fenlo_options INTERFACE -fsanitize=${FENLO_SANITIZE} -fno-omit-frame-pointer)
+    target_link_options(fenlo_options INTERFACE -fsanitize=${FENLO_SANITIZE})
+endif()
+
+# fenlo_library(NAME SOURCES … LINKS …): one folder of src/ as a static library.
+function(fenlo_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(${name} PUBLIC fenlo_options ${ARG_LINKS})
+endfunction()
+
+# fenlo_test(NAME SOURCES … LINKS … [LABELS …]): one folder of tests/ as one GoogleTest program.
+function(fenlo_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE fenlo_test_support ${ARG_LINKS} GTest::gmock)
+    if(NOT ARG_LABELS)
+        set(ARG_LABELS unit)
+    endif()
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300)
+endfunction()

@@ -1,0 +1,122 @@
+#include "base/Files.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <pwd.h>
+#include <random>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fenlo::files {
+
+namespace fs = std::filesystem;
+
+fs::path homeDirectory() {
+    if (const char* home = std::getenv("HOME"); home && *home)
+        return home;
+    if (const passwd* entry = ::getpwuid(::getuid()))
+        return entry->pw_dir;
+    return "/";
+}
+
+fs::path dataDirectory() {
+    return homeDirectory() / ".fenlo";
+}
+
+bool makePrivateDirectory(const fs::path& directory) {
+    std::error_code error;
+    if (fs::create_directories(directory, error))
+        fs::permissions(directory, fs::perms::owner_all, error);
+    return fs::is_directory(directory, error);
+}
+
+std::optional<std::string> read(const fs::path& file) {
+    std::error_code error;
+    if (fs::is_directory(file, error))
+        return {};
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream)
+        return {};
+    std::string content{std::istreambuf_iterator<char>(stream), {}};
+    if (stream.bad())
+        return {};
+    return content;
+}
+
+namespace {
+
+bool writeSynced(int file, std::string_view content) {
+    while (!content.empty()) {
+        const ssize_t written = ::write(file, content.data(), content.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        content.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return ::fsync(file) == 0;
+}
+
+} // namespace
+
+bool writeAtomically(const fs::path& file, std::string_view content) {
+    std::error_code error;
+    fs::path target = fs::weakly_canonical(file, error);
+    if (error)
+        target = file;
+    mode_t mode = 0600;
+    if (struct stat existing{}; ::stat(target.c_str(), &existing) == 0)
+        mode = existing.st_mode & 07777;
+
+    std::string neighbour = target.string() + ".XXXXXX";
+    const int descriptor = ::mkostemp(neighbour.data(), O_CLOEXEC);
+    if (descriptor < 0)
+        return false;
+    const bool written = writeSynced(descriptor, content) && ::fchmod(descriptor, mode) == 0;
+    const bool closed = ::close(descriptor) == 0;
+    if (written && closed && ::rename(neighbour.c_str(), target.c_str()) == 0)
+        return true;
+    ::unlink(neighbour.c_str());
+    return false;
+}
+
+void setAside(const fs::path& file, std::chrono::system_clock::time_point date) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(date);
+    std::tm local{};
+    ::localtime_r(&seconds, &local);
+    std::array<char, 32> suffix{};
+    std::strftime(suffix.data(), suffix.size(), "%Y-%m-%d-%H%M%S", &local);
+    std::error_code ignored;
+    fs::rename(file, file.string() + ".damaged-" + suffix.data(), ignored);
+}
+
+void removeQuietly(const fs::path& file) {
+    std::error_code ignored;
+    fs::remove(file, ignored);
+}
+
+fs::path temporaryFile(std::string_view prefix, std::string_view extension) {
+    std::error_code error;
+    fs::path directory = fs::temp_directory_path(error);
+    if (error)
+        directory = "/tmp";
+    return directory / (std::string(prefix) + makeUuid() + std::string(extension));
+}
+
+std::string makeUuid() {
+    std::random_device random;
+    std::array<unsigned, 4> words{random(), random(), random(), random()};
+    words[1] = (words[1] & 0xFFFF0FFFu) | 0x00004000u; // version 4
+    words[2] = (words[2] & 0x3FFFFFFFu) | 0x80000000u; // variant of RFC 4122
+    std::array<char, 37> text{};
+    std::snprintf(text.data(), text.size(), "%08X-%04X-%04X-%04X-%04X%08X", words[0], words[1] >> 16, words[1] & 0xFFFFu,
+                  words[2] >> 16, words[2] & 0xFFFFu, words[3]);
+    return text.data();
+}
+
+} // namespace fenlo::files

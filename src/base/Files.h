@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace fenlo::files {
+
+/// The user's home; `HOME`, or the password database when it is unset.
+std::filesystem::path homeDirectory();
+
+/// `~/.fenlo`, the folder of all the program's data files.
+std::filesystem::path dataDirectory();
+
+/// Makes the folder and its parents, the folder itself readable by its owner only. False when it is not there after.
+bool makePrivateDirectory(const std::filesystem::path& directory);
+
+/// The whole file, or nothing when it cannot be read.
+std::optional<std::string> read(const std::filesystem::path& file);
+
+/// Replaces the file whole or not at all: writes a neighbour and renames it over the file a symbolic link leads to.
+/// Keeps the permissions of an existing file; a new one is 0600.
+bool writeAtomically(const std::filesystem::path& file, std::string_view content);
+
+/// Renames a file that does not parse to "<name>.damaged-<date>", so that nothing of the user's is overwritten.
+void setAside(const std::filesystem::path& file, std::chrono::system_clock::time_point date);
+
+void removeQuietly(const std::filesystem::path& file);
+
+/// A path in the temporary folder: prefix, a fresh upper-case UUID, and the extension (with its dot).
+std::filesystem::path temporaryFile(std::string_view prefix, std::string_view extension);
+
+/// A random UUID in upper case.
+std::string makeUuid();
+
+} // namespace fenlo::files

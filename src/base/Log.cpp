@@ -1,0 +1,54 @@
+#include "base/Log.h"
+
+#include "base/Files.h"
+#include "base/Text.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fenlo {
+
+namespace {
+
+void writeAll(int file, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(file, bytes.data(), bytes.size());
+        if (written <= 0)
+            return;
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+} // namespace
+
+std::filesystem::path logFile() {
+    const char* state = std::getenv("XDG_STATE_HOME");
+    const auto base = state && *state ? std::filesystem::path(state) : files::homeDirectory() / ".local" / "state";
+    return base / "fenlo" / "Fenlo.log";
+}
+
+void log(std::string_view line) {
+    // One write per line, in append mode: lines of several threads and processes never mix.
+    std::string text = text::repairUtf8(line);
+    text += '\n';
+    writeAll(STDERR_FILENO, text);
+
+    const auto path = logFile();
+    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
+    int file = ::open(path.c_str(), flags, 0600);
+    if (file < 0) {
+        std::error_code ignored;
+        std::filesystem::create_directories(path.parent_path(), ignored);
+        ::chmod(path.parent_path().c_str(), 0700);
+        file = ::open(path.c_str(), flags, 0600);
+    }
+    if (file < 0)
+        return;
+    writeAll(file, text);
+    ::close(file);
+}
+
+} // namespace fenlo

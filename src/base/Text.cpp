@@ -1,0 +1,252 @@
+#include "base/Text.h"
+
+#include <array>
+#include <charconv>
+#include <utility>
+#include <unicode/brkiter.h>
+#include <unicode/regex.h>
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+#include <unicode/utext.h>
+#include <unicode/utf8.h>
+
+namespace fenlo::text {
+
+namespace {
+
+icu::UnicodeString toUnicode(std::string_view text) {
+    return icu::UnicodeString::fromUTF8({text.data(), static_cast<int32_t>(text.size())});
+}
+
+std::string toUtf8(const icu::UnicodeString& text) {
+    std::string out;
+    text.toUTF8String(out);
+    return out;
+}
+
+bool isAscii(std::string_view text) {
+    for (const char c : text)
+        if (static_cast<unsigned char>(c) >= 0x80)
+            return false;
+    return true;
+}
+
+/// Byte offsets of the character boundaries, the start and the end included.
+std::vector<std::size_t> boundaries(std::string_view text) {
+    std::vector<std::size_t> offsets;
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<icu::BreakIterator> characters(
+        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    UText input = UTEXT_INITIALIZER;
+    utext_openUTF8(&input, text.data(), static_cast<int64_t>(text.size()), &status);
+    if (U_SUCCESS(status)) {
+        characters->setText(&input, status);
+        for (int32_t at = characters->first(); at != icu::BreakIterator::DONE; at = characters->next())
+            offsets.push_back(static_cast<std::size_t>(at));
+    }
+    utext_close(&input);
+    return offsets;
+}
+
+bool isWhitespace(UChar32 c) {
+    return c == '\t' || u_charType(c) == U_SPACE_SEPARATOR;
+}
+
+bool isWhitespaceOrNewline(UChar32 c) {
+    return isWhitespace(c) || (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
+
+bool isPunctuation(UChar32 c) {
+    return u_ispunct(c) != 0;
+}
+
+template <typename Matches>
+std::string trim(std::string_view text, Matches matches) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+    auto end = static_cast<int32_t>(text.size());
+    int32_t start = 0;
+    while (start < end) {
+        int32_t next = start;
+        UChar32 c = 0;
+        U8_NEXT(bytes, next, end, c);
+        if (c < 0 || !matches(c))
+            break;
+        start = next;
+    }
+    while (end > start) {
+        int32_t previous = end;
+        UChar32 c = 0;
+        U8_PREV(bytes, start, previous, c);
+        if (c < 0 || !matches(c))
+            break;
+        end = previous;
+    }
+    return std::string(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)));
+}
+
+} // namespace
+
+std::string repairUtf8(std::string_view text) {
+    if (isAscii(text))
+        return std::string(text);
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+    const auto size = static_cast<int32_t>(text.size());
+    std::string out;
+    out.reserve(text.size());
+    for (int32_t at = 0; at < size;) {
+        const int32_t start = at;
+        UChar32 c = 0;
+        U8_NEXT(bytes, at, size, c);
+        if (c < 0)
+            out += "\xEF\xBF\xBD";
+        else
+            out.append(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(at - start)));
+    }
+    return out;
+}
+
+std::size_t characterCount(std::string_view text) {
+    const auto offsets = boundaries(text);
+    return offsets.empty() ? 0 : offsets.size() - 1;
+}
+
+std::string firstCharacters(std::string_view text, std::size_t count) {
+    if (text.size() <= count)
+        return std::string(text);
+    const auto offsets = boundaries(text);
+    if (offsets.size() <= count + 1)
+        return std::string(text);
+    return std::string(text.substr(0, offsets[count]));
+}
+
+std::string lastCharacters(std::string_view text, std::size_t count) {
+    if (text.size() <= count)
+        return std::string(text);
+    const auto offsets = boundaries(text);
+    if (offsets.size() <= count + 1)
+        return std::string(text);
+    return std::string(text.substr(offsets[offsets.size() - 1 - count]));
+}
+
+std::string trimWhitespace(std::string_view text) {
+    return trim(text, isWhitespace);
+}
+
+std::string trimWhitespaceAndNewlines(std::string_view text) {
+    return trim(text, isWhitespaceOrNewline);
+}
+
+std::string trimPunctuation(std::string_view text) {
+    return trim(text, isPunctuation);
+}
+
+std::string lower(std::string_view text) {
+    return toUtf8(toUnicode(text).toLower(icu::Locale::getRoot()));
+}
+
+std::string upper(std::string_view text) {
+    return toUtf8(toUnicode(text).toUpper(icu::Locale::getRoot()));
+}
+
+bool startsWithUpper(std::string_view text) {
+    return !text.empty() && u_isUUppercase(toUnicode(text).char32At(0));
+}
+
+std::vector<std::string> words(std::string_view text) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+    const auto size = static_cast<int32_t>(text.size());
+    std::vector<std::string> out;
+    std::string word;
+    for (int32_t at = 0; at < size;) {
+        const int32_t start = at;
+        UChar32 c = 0;
+        U8_NEXT(bytes, at, size, c);
+        if (c >= 0 && isWhitespaceOrNewline(c)) {
+            if (!word.empty())
+                out.push_back(std::exchange(word, {}));
+        } else {
+            word.append(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(at - start)));
+        }
+    }
+    if (!word.empty())
+        out.push_back(std::move(word));
+    return out;
+}
+
+std::vector<std::string> split(std::string_view text, char separator) {
+    std::vector<std::string> out;
+    std::size_t start = 0;
+    for (std::size_t at = text.find(separator); at != std::string_view::npos; at = text.find(separator, start)) {
+        out.emplace_back(text.substr(start, at - start));
+        start = at + 1;
+    }
+    out.emplace_back(text.substr(start));
+    return out;
+}
+
+std::string join(const std::vector<std::string>& pieces, std::string_view separator) {
+    std::string out;
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        if (i > 0)
+            out += separator;
+        out += pieces[i];
+    }
+    return out;
+}
+
+std::string replaceAll(std::string_view text, std::string_view what, std::string_view with) {
+    if (what.empty())
+        return std::string(text);
+    std::string out;
+    std::size_t start = 0;
+    for (std::size_t at = text.find(what); at != std::string_view::npos; at = text.find(what, start)) {
+        out.append(text.substr(start, at - start)).append(with);
+        start = at + what.size();
+    }
+    out.append(text.substr(start));
+    return out;
+}
+
+std::string fixed(double value, int decimals) {
+    std::array<char, 400> digits{};
+    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed, decimals);
+    return {digits.data(), result.ptr};
+}
+
+struct Regex::Pattern {
+    std::unique_ptr<icu::RegexPattern> compiled;
+};
+
+Regex::Regex(std::string_view pattern) : m_pattern(std::make_unique<Pattern>()) {
+    UErrorCode status = U_ZERO_ERROR;
+    m_pattern->compiled.reset(icu::RegexPattern::compile(toUnicode(pattern), 0, status));
+    if (U_FAILURE(status))
+        m_pattern->compiled.reset();
+}
+
+Regex::Regex(Regex&&) noexcept = default;
+Regex& Regex::operator=(Regex&&) noexcept = default;
+Regex::~Regex() = default;
+
+bool Regex::find(std::string_view text) const {
+    if (!m_pattern->compiled)
+        return false;
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::UnicodeString input = toUnicode(text);
+    const std::unique_ptr<icu::RegexMatcher> matcher(m_pattern->compiled->matcher(input, status));
+    return U_SUCCESS(status) && matcher->find();
+}
+
+std::string Regex::replaceAll(std::string_view text, std::string_view replacement) const {
+    if (!m_pattern->compiled)
+        return std::string(text);
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::UnicodeString input = toUnicode(text);
+    const std::unique_ptr<icu::RegexMatcher> matcher(m_pattern->compiled->matcher(input, status));
+    if (U_FAILURE(status))
+        return std::string(text);
+    const icu::UnicodeString replaced = matcher->replaceAll(toUnicode(replacement), status);
+    return U_SUCCESS(status) ? toUtf8(replaced) : std::string(text);
+}
+
+} // namespace fenlo::text

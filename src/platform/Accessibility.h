@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace fenlo {
+
+/// What the focused control of the front application tells of itself.
+struct FocusedElement {
+    std::optional<std::string> value; // its text; none when it has no text value
+    std::string role; // "AXTextField", "AXTextArea", "AXComboBox", or another name
+    std::string selectedText;
+};
+
+/// The desktop's accessibility service.
+///
+/// Threads: main thread.
+/// Errors:  an absent service or an application that does not answer gives nothing.
+class Accessibility {
+public:
+    virtual ~Accessibility() = default;
+
+    /// Whether the program may post keys into other programs.
+    virtual bool trusted() const = 0;
+    /// Asks for what is missing and announces assistive technology, so that applications publish their controls.
+    virtual void request() = 0;
+    /// Never takes longer than `limit` seconds.
+    virtual std::optional<FocusedElement> focusedElement(double limit) = 0;
+};
+
+} // namespace fenlo

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace fenlo {
+
+struct InputDevice {
+    std::uint32_t id = 0; // never 0 for a device
+    std::string name;
+    bool isBuiltIn = true;
+};
+
+struct InputFormat {
+    double sampleRate = 0; // hertz; 0 when there is no input
+    unsigned channels = 0;
+};
+
+/// Capture from the default input device as it was when the engine was made. A device or sound server that goes away
+/// while the engine runs is taken up again by the adapter when it is back; what was delivered before stays delivered.
+///
+/// Threads: call on the main thread; the tap runs on the audio thread and must neither block nor allocate needlessly.
+/// Units:   samples are 32-bit floats in [-1, 1], first channel only, at format().sampleRate.
+class CaptureEngine {
+public:
+    using Tap = std::function<void(std::span<const float> samples)>;
+
+    virtual ~CaptureEngine() = default;
+
+    virtual InputFormat format() const = 0;
+    /// Delivers buffers of `frames` samples while the engine runs.
+    virtual void installTap(std::size_t frames, Tap tap) = 0;
+    /// No tap call is running any more when this returns.
+    virtual void removeTap() = 0;
+    /// Returns an error text when the device refuses, else nothing. Starting a running engine does nothing.
+    virtual std::optional<std::string> start() = 0;
+    virtual void stop() = 0;
+    virtual bool isRunning() const = 0;
+};
+
+/// The sound system's inputs.
+///
+/// Threads: main thread, callbacks too. Nothing here waits for the sound server longer than a second.
+class AudioInput {
+public:
+    virtual ~AudioInput() = default;
+
+    virtual std::unique_ptr<CaptureEngine> makeEngine() = 0;
+    virtual std::optional<InputDevice> defaultDevice() const = 0;
+    /// Adds a listener; called whenever the default input device may have changed.
+    virtual void onDefaultDeviceChanged(std::function<void()> handler) = 0;
+};
+
+} // namespace fenlo

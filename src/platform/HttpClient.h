@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <stdexcept>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace fenlo {
+
+struct HttpRequest {
+    std::string method = "GET";
+    std::string url;
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::string body;
+    double timeout = 60.0;                      // seconds for the whole exchange
+    std::size_t maxResponseBytes = 16u << 20u;  // a longer body is an error
+    std::function<void(std::size_t sent, std::size_t total)> onUpload; // on the network thread; may be empty
+};
+
+struct HttpResponse {
+    int status = 0;
+    std::vector<std::pair<std::string, std::string>> headers; // names in lower case
+    std::string body;
+};
+
+/// The exchange did not come to an answer. what() is one line for the log; it never holds a header or a body.
+struct HttpError : std::runtime_error {
+    enum class Kind { connection, timeout, tls, cancelled, tooLarge, badUrl };
+    HttpError(Kind reason, const std::string& message) : std::runtime_error(message), kind(reason) {}
+    Kind kind;
+};
+
+/// HTTP with one pool of connections. TLS is always verified.
+///
+/// Threads: any; send() blocks its caller, which must not be the main thread.
+class HttpClient {
+public:
+    virtual ~HttpClient() = default;
+
+    /// Throws HttpError. Any status is an answer. A stop request ends the wait within a fraction of a second.
+    virtual HttpResponse send(const HttpRequest& request, std::stop_token stop) = 0;
+
+    /// Opens a connection to the host of `url` in the background, so that the next request finds it warm. Does
+    /// nothing when one is open. Never blocks, never fails.
+    virtual void preconnect(const std::string& url) = 0;
+};
+
+} // namespace fenlo

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+namespace fenlo {
+
+enum class KeyDirection { down, up };
+
+/// A modifier went down or up: the flags that are active now, and the key that changed.
+struct ModifierChange {
+    std::uint64_t flags; // of namespace mask
+    std::uint16_t keyCode; // of namespace key
+};
+
+struct ScreenPoint {
+    int x, y; // pixels from the top left corner of the desktop
+};
+
+/// The keyboard of the whole desktop: listens without ever grabbing or swallowing, and posts keys of its own.
+/// Keys that it posted itself are never reported.
+///
+/// Threads: call on the main thread; all callbacks arrive on the main thread.
+/// Errors:  a source that cannot be had is false in Sources; the rest works.
+class KeyEvents {
+public:
+    struct Listener {
+        std::function<void(ModifierChange)> onFlagsChanged;
+        std::function<void(std::uint16_t keyCode)> onKeyDown; // no modifiers, no auto-repeat
+    };
+
+    /// Which of the streams could be had: flag changes in other programs and in our own windows, and key-downs.
+    struct Sources {
+        bool global = false;
+        bool local = false;
+        bool eventTap = false;
+    };
+
+    virtual ~KeyEvents() = default;
+
+    /// Replaces an earlier listener. A modifier release that the system lost is reported late rather than never.
+    virtual Sources listen(Listener listener) = 0;
+    virtual void stopListening() = 0;
+
+    /// Reports each mouse-down anywhere on the desktop; an empty handler ends it.
+    virtual void watchMouseDown(std::function<void(ScreenPoint)> handler) = 0;
+
+    /// Posts one key with exactly these flags: with `down` the modifiers go down first, with `up` they go up last.
+    /// Letters are found through the current keyboard layout. Returns false when it cannot be posted.
+    virtual bool post(std::uint16_t keyCode, std::uint64_t flags, KeyDirection direction) = 0;
+
+    /// Waits until the user holds no modifier any more, at most `limit` seconds; then lifts those still held, without
+    /// pressing them again. Blocks.
+    virtual void releaseModifiers(double limit) = 0;
+
+    /// Whether keys can be posted at all.
+    virtual bool canPost() const = 0;
+
+    /// Whether this desktop can deliver the key (not every one delivers Fn).
+    virtual bool canDeliver(std::uint16_t keyCode) const = 0;
+};
+
+} // namespace fenlo

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace fenlo {
+
+/// The desktop's store for secrets: string values by account name, under the service "com.fenlo.voicetotext".
+///
+/// Threads: worker threads only; a locked store may wait for the user.
+class SecureStore {
+public:
+    enum class Status { ok, notFound, unavailable };
+    struct Value {
+        Status status = Status::notFound;
+        std::string text;
+    };
+
+    virtual ~SecureStore() = default;
+
+    /// Returns an error text, or nothing.
+    virtual std::optional<std::string> save(const std::string& name, const std::string& value) = 0;
+    virtual Value load(const std::string& name) = 0;
+    virtual void remove(const std::string& name) = 0;
+};
+
+} // namespace fenlo

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace fenlo {
+
+/// Which keys paste in an application.
+enum class PasteChord { controlV, controlShiftV, shiftInsert };
+
+struct FrontApplication {
+    std::string name; // as the user knows it
+    std::string id;   // what the substring tables work on, such as "com.microsoft.vscode"
+    bool isTerminal = false;
+    PasteChord paste = PasteChord::controlV;
+};
+
+/// The desktop session: the front application, other copies of this program, login, sleep.
+///
+/// Threads: main thread, callbacks too. No operation waits for another application.
+class Workspace {
+public:
+    virtual ~Workspace() = default;
+
+    virtual std::optional<FrontApplication> frontApplication() = 0;
+
+    /// Takes the lock that marks the one running instance; false when another instance has it.
+    virtual bool becomeOnlyInstance() = 0;
+
+    virtual bool isLoginItem() const = 0;
+    /// Lets the session start this program at login. Returns an error text, or nothing.
+    virtual std::optional<std::string> registerLoginItem() = 0;
+
+    /// Called before the machine sleeps.
+    virtual void onWillSleep(std::function<void()> handler) = 0;
+
+    virtual void openUrl(const std::string& url) = 0;
+};
+
+} // namespace fenlo

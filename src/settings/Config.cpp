@@ -1,0 +1,126 @@
+#include "settings/Config.h"
+
+#include "base/Files.h"
+#include "base/Text.h"
+
+#include <nlohmann/json.hpp>
+#include <tuple>
+
+namespace fenlo {
+
+using Json = nlohmann::json;
+
+namespace {
+
+template <typename Value>
+struct Field {
+    const char* key;
+    Value Settings::*member;
+};
+
+/// Every setting and its key in the file, in the order of the record.
+constexpr auto fields = std::make_tuple(
+    Field{"hotkey", &Settings::hotkey}, Field{"whisper_model", &Settings::whisperModel},
+    Field{"language", &Settings::language}, Field{"play_sounds", &Settings::playSounds},
+    Field{"sound_scheme", &Settings::soundScheme}, Field{"sample_rate", &Settings::sampleRate},
+    Field{"show_overlay", &Settings::showOverlay}, Field{"continuous_mode", &Settings::continuousMode},
+    Field{"voice_commands", &Settings::voiceCommands}, Field{"silence_notification", &Settings::silenceNotification},
+    Field{"voice_isolation", &Settings::voiceIsolation}, Field{"smart_rewrite", &Settings::smartRewrite},
+    Field{"auto_capitalize", &Settings::autoCapitalize}, Field{"show_app_in_pill", &Settings::showAppInPill},
+    Field{"offline_mode", &Settings::offlineMode}, Field{"output_mode", &Settings::outputMode},
+    Field{"custom_vocabulary", &Settings::customVocabulary},
+    Field{"profession_vocabulary", &Settings::professionVocabulary},
+    Field{"smart_rewrite_model", &Settings::smartRewriteModel}, Field{"stt_engine", &Settings::sttEngine},
+    Field{"smart_rewrite_style", &Settings::smartRewriteStyle}, Field{"device_id", &Settings::deviceId},
+    Field{"profession", &Settings::profession}, Field{"dictation_mode", &Settings::dictationMode},
+    Field{"lawyer_practice_areas", &Settings::lawyerPracticeAreas}, Field{"profession_role", &Settings::professionRole},
+    Field{"profession_specialties", &Settings::professionSpecialties},
+    Field{"dictation_types", &Settings::dictationTypes},
+    Field{"meeting_email_recipients", &Settings::meetingEmailRecipients}, Field{"mic_mode", &Settings::micMode});
+
+void take(const Json& value, std::string& field) {
+    if (value.is_string())
+        field = text::repairUtf8(value.get_ref<const std::string&>());
+}
+
+void take(const Json& value, bool& field) {
+    if (value.is_boolean())
+        field = value.get<bool>();
+}
+
+void take(const Json& value, std::int64_t& field) {
+    if (value.is_number_integer())
+        field = value.get<std::int64_t>();
+}
+
+void take(const Json& value, std::vector<std::string>& field) {
+    if (!value.is_array())
+        return;
+    std::vector<std::string> items;
+    for (const Json& item : value) {
+        if (!item.is_string())
+            return;
+        items.push_back(text::repairUtf8(item.get_ref<const std::string&>()));
+    }
+    field = std::move(items);
+}
+
+template <typename Visit>
+void forEachField(Visit visit) {
+    std::apply([&](const auto&... field) { (visit(field), ...); }, fields);
+}
+
+} // namespace
+
+std::filesystem::path Config::defaultFile() {
+    return files::dataDirectory() / "config.json";
+}
+
+Config::Config(std::filesystem::path file, const Clock& clock) : m_file(std::move(file)), m_clock(clock) {
+    load();
+}
+
+void Config::load() {
+    files::makePrivateDirectory(m_file.parent_path());
+    const auto content = files::read(m_file);
+    const Json values = content ? Json::parse(*content, nullptr, false) : Json();
+    m_damaged = content && !values.is_object();
+
+    bool changed = false;
+    if (values.is_object())
+        forEachField([&](const auto& field) {
+            if (const auto found = values.find(field.key); found != values.end())
+                take(*found, m_settings.*field.member);
+        });
+    // Two keys that older versions offered.
+    if (m_settings.hotkey == "option_l" || m_settings.hotkey == "f6") {
+        m_settings.hotkey = "ctrl_l";
+        changed = true;
+    }
+    if (m_settings.deviceId.empty()) {
+        m_settings.deviceId = files::makeUuid();
+        changed = true;
+    }
+    if (changed)
+        save();
+}
+
+Settings Config::get() const {
+    std::lock_guard lock(m_mutex);
+    return m_settings;
+}
+
+void Config::save() {
+    std::lock_guard writing(m_writing);
+    const Settings settings = get();
+    Json values;
+    forEachField([&](const auto& field) { values[field.key] = settings.*field.member; });
+    files::makePrivateDirectory(m_file.parent_path());
+    if (m_damaged) {
+        files::setAside(m_file, m_clock.wallTime());
+        m_damaged = false;
+    }
+    files::writeAtomically(m_file, values.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
+} // namespace fenlo

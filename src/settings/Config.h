@@ -1,0 +1,86 @@
+#pragma once
+
+#include "base/Clock.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace fenlo {
+
+/// The values of all user settings. Values are not checked beyond their type: whoever uses one deals with an unknown
+/// choice.
+struct Settings {
+    std::string hotkey = "ctrl_l"; // key name of HotkeyListener
+    std::string whisperModel = "base";
+    std::string language = "auto"; // code or "auto"
+    bool playSounds = true;
+    std::string soundScheme = "gentle"; // id of a SoundScheme
+    std::int64_t sampleRate = 16000;    // hertz
+    bool showOverlay = true;
+    bool continuousMode = false; // toggle instead of hold
+    bool voiceCommands = true;
+    bool silenceNotification = true;
+    bool voiceIsolation = false;
+    bool smartRewrite = true;
+    bool autoCapitalize = true;
+    bool showAppInPill = true;
+    bool offlineMode = false;
+    std::string outputMode = "transcribe"; // "transcribe", "translate" or "transliterate"
+    std::vector<std::string> customVocabulary;
+    std::vector<std::string> professionVocabulary; // newest last
+    std::string smartRewriteModel = "groq";        // "auto", "gemini" or "groq"
+    std::string sttEngine = "stt80";
+    std::string smartRewriteStyle = "full"; // "full" or "minimal"
+    std::string deviceId;                   // upper-case UUID of this installation
+    std::string profession;
+    std::string dictationMode = "work";
+    std::vector<std::string> lawyerPracticeAreas;
+    std::string professionRole;
+    std::vector<std::string> professionSpecialties;
+    std::vector<std::string> dictationTypes;
+    std::vector<std::string> meetingEmailRecipients;
+    std::string micMode = "studio"; // "studio" or "airpods"
+};
+
+/// The one record of user settings, kept in `~/.fenlo/config.json` and written back whole after each change.
+///
+/// Threads: any; get() hands out a copy, update() changes and saves. The file is written outside the lock.
+/// Errors:  none: a missing or wrong value leaves its default, and a failed save leaves the state in memory. A file
+///          that does not parse is set aside before the next save replaces it.
+class Config {
+public:
+    /// Loads at once, and completes the file on a first start.
+    Config(std::filesystem::path file, const Clock& clock);
+
+    Settings get() const;
+
+    /// Changes the settings under the lock and saves them.
+    template <typename Change>
+    void update(Change&& change) {
+        {
+            std::lock_guard lock(m_mutex);
+            change(m_settings);
+        }
+        save();
+    }
+
+    void save();
+
+    /// `~/.fenlo/config.json`.
+    static std::filesystem::path defaultFile();
+
+private:
+    void load();
+
+    const std::filesystem::path m_file;
+    const Clock& m_clock;
+    mutable std::mutex m_mutex;
+    std::mutex m_writing; // orders the writers of the file
+    Settings m_settings;
+    bool m_damaged = false;
+};
+
+} // namespace fenlo

@@ -1,0 +1,42 @@
+#include "settings/Deployment.h"
+
+#include "base/Files.h"
+#include "base/Log.h"
+
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+
+namespace fenlo {
+
+namespace {
+
+void takeValues(const nlohmann::json& values, Deployment& deployment) {
+    const auto take = [&](const char* key, std::string& field) {
+        if (const auto found = values.find(key); found != values.end() && found->is_string())
+            field = found->get<std::string>();
+    };
+    take("groq_host", deployment.groqHost);
+    take("support_address", deployment.supportAddress);
+    take("subtitle_site_domain", deployment.subtitleSiteDomain);
+}
+
+} // namespace
+
+Deployment Deployment::load() {
+    Deployment deployment;
+    takeValues(nlohmann::json::parse(defaults), deployment);
+
+    const char* path = std::getenv("FENLO_DEPLOYMENT");
+    if (!path || !*path)
+        return deployment;
+    const auto content = files::read(path);
+    const auto values = nlohmann::json::parse(content.value_or(""), nullptr, false);
+    if (values.is_object())
+        takeValues(values, deployment);
+    else
+        log(std::string("[Fenlo] ERROR: FENLO_DEPLOYMENT names ") + path +
+            ", which is no readable JSON object; the built-in values stay");
+    return deployment;
+}
+
+} // namespace fenlo

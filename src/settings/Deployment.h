@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+namespace fenlo {
+
+/// The values that differ from one deployment to another. They come from resources/deployment.json, which is built
+/// in; a file named in `FENLO_DEPLOYMENT` overrides it key by key, which is how tests and self-hosters point every
+/// client at another server.
+struct Deployment {
+    std::string groqHost;           // scheme and host, no path
+    std::string supportAddress;     // a mail address
+    std::string subtitleSiteDomain; // named in the credit lines that recognisers invent
+
+    /// Reads the built-in values and the override. A file that cannot be used is logged in one line and left out.
+    static Deployment load();
+
+    static const char defaults[];
+};
+
+} // namespace fenlo

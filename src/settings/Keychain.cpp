@@ -1,0 +1,24 @@
+#include "settings/Keychain.h"
+
+#include "base/Log.h"
+#include "base/Text.h"
+
+namespace fenlo {
+
+void Keychain::save(const std::string& name, const std::string& value) {
+    if (const auto error = m_store.save(name, value))
+        log("[Fenlo] ERROR: Keychain save failed for '" + name + "': " + *error);
+}
+
+std::optional<std::string> Keychain::load(const std::string& name) {
+    const SecureStore::Value value = m_store.load(name);
+    if (value.status != SecureStore::Status::ok || text::repairUtf8(value.text) != value.text)
+        return {};
+    return value.text;
+}
+
+void Keychain::remove(const std::string& name) {
+    m_store.remove(name);
+}
+
+} // namespace fenlo

@@ -1,0 +1,119 @@
+#include "base/Background.h"
+#include "base/Lifetime.h"
+#include "base/NotificationCenter.h"
+#include "base/RunLoop.h"
+
+#include <chrono>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+using namespace fenlo;
+
+TEST(RunLoop, RunsPostedTasksInOrderAndTimersWhenDue) {
+    RunLoop loop;
+    std::vector<std::string> order;
+    Timer late = loop.postAfter(0.02, [&] { order.push_back("late"); loop.quit(); });
+    Timer soon = loop.postAfter(0.01, [&] { order.push_back("soon"); });
+    Timer dropped = loop.postAfter(0.015, [&] { order.push_back("dropped"); });
+    loop.post([&] { order.push_back("first"); dropped.cancel(); });
+    loop.post([&] { order.push_back("second"); });
+    loop.run();
+    EXPECT_EQ(order, (std::vector<std::string>{"first", "second", "soon", "late"}));
+}
+
+TEST(RunLoop, ARepeatingTimerCanCancelItself) {
+    RunLoop loop;
+    int ticks = 0;
+    Timer timer;
+    timer = loop.every(0.001, [&] {
+        if (++ticks == 3)
+            timer.cancel();
+    });
+    Timer end = loop.postAfter(0.03, [&] { loop.quit(); });
+    loop.run();
+    EXPECT_EQ(ticks, 3);
+}
+
+TEST(RunLoop, CallReturnsTheResultAndTheException) {
+    RunLoop loop;
+    ThreadBackground background;
+    int result = 0;
+    std::string error;
+    background.run([&](std::stop_token) {
+        result = loop.call([&] { return loop.isMainThread() ? 42 : 0; });
+        try {
+            loop.call([]() -> int { throw std::runtime_error("refused"); });
+        } catch (const std::runtime_error& caught) {
+            error = caught.what();
+        }
+        loop.quit();
+    });
+    loop.run();
+    background.stop();
+    EXPECT_EQ(result, 42);
+    EXPECT_EQ(error, "refused");
+}
+
+TEST(Background, AWorkerWaitingForAnEndedMainThreadIsFreed) {
+    RunLoop loop;
+    ThreadBackground background;
+    std::atomic<bool> waiting = false;
+    background.run([&](std::stop_token) {
+        waiting = true;
+        loop.call([] {});
+    });
+    while (!waiting)
+        std::this_thread::yield();
+    loop.quit();
+    loop.run();
+    background.stop(); // would hang if the call were not freed
+}
+
+TEST(Background, StopReachesRunningTasksAndDropsLaterOnes) {
+    ThreadBackground background;
+    std::atomic<bool> started = false, stopped = false, late = false;
+    background.run([&](std::stop_token stop) {
+        started = true;
+        while (!stop.stop_requested())
+            std::this_thread::yield();
+        stopped = true;
+    });
+    background.run([](std::stop_token) { throw std::runtime_error("logged, and no more"); });
+    while (!started)
+        std::this_thread::yield();
+    background.stop();
+    EXPECT_TRUE(stopped);
+    background.run([&](std::stop_token) { late = true; });
+    background.stop();
+    EXPECT_FALSE(late);
+}
+
+TEST(Lifetime, BoundTasksDieWithTheirOwner) {
+    int calls = 0;
+    std::function<void(int)> task;
+    {
+        Lifetime lifetime;
+        task = lifetime.bind([&](int by) { calls += by; });
+        task(2);
+    }
+    task(5);
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(NotificationCenter, DeliversByNameUntilTheObservationEnds) {
+    NotificationCenter centre;
+    std::vector<std::string> seen;
+    auto first = centre.observe(notification::hotkeyChanged, [&](const auto& key) { seen.push_back("1" + key.value_or("-")); });
+    NotificationCenter::Observation second;
+    second = centre.observe(notification::hotkeyChanged, [&](const auto&) {
+        seen.push_back("2");
+        second.reset(); // an observer may end itself
+    });
+    centre.post(notification::hotkeyChanged, "fn");
+    centre.post(notification::hotkeyPause);
+    centre.post(notification::hotkeyChanged);
+    first.reset();
+    centre.post(notification::hotkeyChanged);
+    EXPECT_EQ(seen, (std::vector<std::string>{"1fn", "2", "1-"}));
+}

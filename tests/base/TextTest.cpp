@@ -1,0 +1,64 @@
+#include "base/Text.h"
+
+#include <gtest/gtest.h>
+
+using namespace fenlo;
+
+TEST(Text, CountsCharactersAsPeopleDo) {
+    EXPECT_EQ(text::characterCount(""), 0u);
+    EXPECT_EQ(text::characterCount("naïve"), 5u);
+    EXPECT_EQ(text::characterCount("e\u0301tude"), 5u);      // combining accent
+    EXPECT_EQ(text::characterCount("👩‍👩‍👧‍👦"), 1u);              // family joined by ZWJ
+    EXPECT_EQ(text::characterCount("🇩🇪🇫🇷"), 2u);             // flags
+    EXPECT_EQ(text::characterCount("\r\n"), 1u);
+    EXPECT_EQ(text::firstCharacters("👩‍👩‍👧‍👦ab", 2), "👩‍👩‍👧‍👦a");
+    EXPECT_EQ(text::lastCharacters("ab🇩🇪🇫🇷", 2), "🇩🇪🇫🇷");
+    EXPECT_EQ(text::firstCharacters("abc", 0), "");
+    EXPECT_EQ(text::lastCharacters("abc", 7), "abc");
+}
+
+TEST(Text, TrimsByCategory) {
+    EXPECT_EQ(text::trimWhitespace(" \t\u00A0\u3000a b\n "), "a b\n");
+    EXPECT_EQ(text::trimWhitespaceAndNewlines("\r\n\u2028 a \n\t"), "a");
+    EXPECT_EQ(text::trimPunctuation("«¿No, I meant…»!"), "No, I meant");
+    EXPECT_EQ(text::trimPunctuation("$5+"), "$5+"); // symbols are no punctuation
+    EXPECT_EQ(text::trimWhitespace("   "), "");
+}
+
+TEST(Text, RepairsWhatIsNotUtf8AndLeavesTheRest) {
+    EXPECT_EQ(text::repairUtf8("plain"), "plain");
+    EXPECT_EQ(text::repairUtf8("gr\xFC\xDF" "e"), "gr\uFFFD\uFFFDe");
+    EXPECT_EQ(text::repairUtf8("\xE2\x82"), "\uFFFD");
+    EXPECT_EQ(text::repairUtf8("a\xED\xA0\x80z").find("\xED\xA0"), std::string::npos); // a lone surrogate
+    EXPECT_EQ(text::trimWhitespace(" \xFF "), "\xFF");
+    EXPECT_EQ(text::characterCount("\xFF\xFE"), 2u);
+}
+
+TEST(Text, FoldsCaseInEveryScript) {
+    EXPECT_EQ(text::lower("ÄÖÜ ΑΒΓ ДЖ"), "äöü αβγ дж");
+    EXPECT_EQ(text::upper("straße"), "STRASSE");
+    EXPECT_TRUE(text::startsWithUpper("Élan"));
+    EXPECT_FALSE(text::startsWithUpper("élan"));
+    EXPECT_FALSE(text::startsWithUpper("東京"));
+}
+
+TEST(Text, SplitsWordsAndPieces) {
+    EXPECT_EQ(text::words(" one\ttwo\n\u3000three "), (std::vector<std::string>{"one", "two", "three"}));
+    EXPECT_EQ(text::split("a  b ", ' '), (std::vector<std::string>{"a", "", "b", ""}));
+    EXPECT_EQ(text::join({"a", "", "b"}, ", "), "a, , b");
+    EXPECT_EQ(text::replaceAll("aaa", "aa", "b"), "ba");
+}
+
+TEST(Text, NumbersHaveAPointWhateverTheLocale) {
+    EXPECT_EQ(text::fixed(2.345, 2), "2.35");
+    EXPECT_EQ(text::fixed(0.0, 1), "0.0");
+    EXPECT_EQ(text::fixed(-1.0, 2), "-1.00");
+}
+
+TEST(Regex, ReplacesWithGroupsAndSurvivesABadPattern) {
+    const text::Regex flag("-([a-z])\\.([a-z])");
+    EXPECT_EQ(flag.replaceAll("git commit -m.a", "-$1$2"), "git commit -ma");
+    EXPECT_TRUE(text::Regex("[a-zA-Z]").find("да x"));
+    EXPECT_FALSE(text::Regex("[a-zA-Z]").find("да"));
+    EXPECT_EQ(text::Regex("([").replaceAll("same", "other"), "same");
+}

@@ -1,0 +1,91 @@
+#include "base/Files.h"
+#include "base/Text.h"
+#include "settings/Config.h"
+#include "support/VirtualTime.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using namespace fenlo;
+namespace fs = std::filesystem;
+
+namespace {
+
+class ConfigFile : public ::testing::Test {
+protected:
+    void TearDown() override { fs::remove_all(file.parent_path()); }
+
+    void write(const std::string& content) {
+        fs::create_directories(file.parent_path());
+        ASSERT_TRUE(files::writeAtomically(file, content));
+    }
+    Settings load() { return Config(file, clock).get(); }
+    nlohmann::json onDisk() const { return nlohmann::json::parse(files::read(file).value()); }
+
+    test::VirtualClock clock;
+    const fs::path file = fs::temp_directory_path() / files::makeUuid() / ".fenlo" / "config.json";
+};
+
+} // namespace
+
+TEST_F(ConfigFile, FirstStartWritesACompleteFile) {
+    const Settings settings = load();
+    EXPECT_EQ(settings.hotkey, "ctrl_l");
+    EXPECT_EQ(settings.deviceId.size(), 36u);
+    EXPECT_EQ(settings.deviceId, text::upper(settings.deviceId));
+    const auto values = onDisk();
+    EXPECT_EQ(values.size(), 30u);
+    EXPECT_EQ(values["device_id"], settings.deviceId);
+    EXPECT_EQ(values["sample_rate"], 16000);
+    EXPECT_EQ(values["smart_rewrite_model"], "groq");
+    EXPECT_EQ(fs::status(file.parent_path()).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(load().deviceId, settings.deviceId) << "a second start keeps it";
+}
+
+TEST_F(ConfigFile, WrongTypesLeaveTheDefaultsFieldByField) {
+    write(R"({"show_overlay": "yes", "sample_rate": "16000", "language": "de", "custom_vocabulary": ["a", 1],
+              "profession_vocabulary": ["Größe"], "play_sounds": false, "device_id": "KEPT", "unknown": 1})");
+    const Settings settings = load();
+    EXPECT_TRUE(settings.showOverlay);
+    EXPECT_EQ(settings.sampleRate, 16000);
+    EXPECT_EQ(settings.language, "de");
+    EXPECT_TRUE(settings.customVocabulary.empty());
+    EXPECT_EQ(settings.professionVocabulary, std::vector<std::string>{"Größe"});
+    EXPECT_FALSE(settings.playSounds);
+    EXPECT_EQ(settings.deviceId, "KEPT");
+}
+
+TEST_F(ConfigFile, DroppedHotkeysAreCarriedOverOnDisk) {
+    for (const char* old : {"f6", "option_l"}) {
+        write(std::string(R"({"hotkey": ")") + old + R"(", "device_id": "X"})");
+        EXPECT_EQ(load().hotkey, "ctrl_l");
+        EXPECT_EQ(onDisk()["hotkey"], "ctrl_l");
+    }
+}
+
+TEST_F(ConfigFile, DamagedFileIsSetAsideBeforeItIsReplaced) {
+    for (const char* damaged : {"{\"hotkey\": ", "[1, 2]", "\xFF\xFE\x00"}) {
+        write(damaged);
+        EXPECT_EQ(load().hotkey, "ctrl_l");
+        EXPECT_FALSE(onDisk()["device_id"].get<std::string>().empty());
+        bool kept = false;
+        for (const auto& entry : fs::directory_iterator(file.parent_path()))
+            kept |= files::read(entry.path()) == std::string(damaged);
+        EXPECT_TRUE(kept) << damaged;
+    }
+}
+
+TEST_F(ConfigFile, UpdateIsSeenAtOnceAndSaved) {
+    Config config(file, clock);
+    config.update([](Settings& settings) {
+        settings.continuousMode = true;
+        settings.customVocabulary = {"Fenlo", "東京"};
+    });
+    EXPECT_TRUE(config.get().continuousMode);
+    EXPECT_EQ(load().customVocabulary, (std::vector<std::string>{"Fenlo", "東京"}));
+
+    fs::remove_all(file.parent_path());
+    config.update([](Settings& settings) { settings.language = "fr"; });
+    EXPECT_EQ(load().language, "fr") << "the folder is made anew";
+}

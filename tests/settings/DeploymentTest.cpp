@@ -1,0 +1,67 @@
+#include "base/Files.h"
+#include "settings/Deployment.h"
+#include "settings/Keychain.h"
+#include "support/LogCapture.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <map>
+
+using namespace fenlo;
+
+TEST(Deployment, AFileOverridesKeyByKeyAndABadOneIsLeftOut) {
+    const auto builtIn = Deployment::load();
+    EXPECT_TRUE(builtIn.groqHost.starts_with("https://"));
+
+    const auto file = files::temporaryFile("deployment", ".json");
+    ASSERT_TRUE(files::writeAtomically(file, R"({"groq_host": "http://127.0.0.1:9", "support_address": 5})"));
+    ::setenv("FENLO_DEPLOYMENT", file.c_str(), 1);
+    EXPECT_EQ(Deployment::load().groqHost, "http://127.0.0.1:9");
+    EXPECT_EQ(Deployment::load().supportAddress, builtIn.supportAddress);
+
+    ASSERT_TRUE(files::writeAtomically(file, "nonsense"));
+    const test::LogCapture logged;
+    EXPECT_EQ(Deployment::load().groqHost, builtIn.groqHost);
+    EXPECT_TRUE(logged.containsPrefix("[Fenlo] ERROR: FENLO_DEPLOYMENT names " + file.string()));
+    ::unsetenv("FENLO_DEPLOYMENT");
+}
+
+namespace {
+
+struct MemoryStore final : SecureStore {
+    std::optional<std::string> save(const std::string& name, const std::string& value) override {
+        if (!available)
+            return "no secret service";
+        items[name] = value;
+        return {};
+    }
+    Value load(const std::string& name) override {
+        if (!available)
+            return {Status::unavailable, ""};
+        const auto found = items.find(name);
+        return found == items.end() ? Value{} : Value{Status::ok, found->second};
+    }
+    void remove(const std::string& name) override { items.erase(name); }
+
+    std::map<std::string, std::string> items;
+    bool available = true;
+};
+
+} // namespace
+
+TEST(Keychain, KeepsValuesByNameAndLogsARefusalWithoutTheSecret) {
+    MemoryStore store;
+    Keychain keychain(store);
+    keychain.save("groq_api_key", "gsk-secret");
+    EXPECT_EQ(keychain.load("groq_api_key"), "gsk-secret");
+    EXPECT_FALSE(keychain.load("xai_api_key").has_value());
+    store.items["groq_api_key"] = "\xFF\xFE";
+    EXPECT_FALSE(keychain.load("groq_api_key").has_value()) << "no UTF-8";
+
+    store.available = false;
+    const test::LogCapture logged;
+    keychain.save("groq_api_key", "gsk-secret");
+    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: Keychain save failed for 'groq_api_key': no secret service"));
+    for (const auto& line : logged.lines())
+        EXPECT_EQ(line.find("gsk-secret"), std::string::npos);
+}

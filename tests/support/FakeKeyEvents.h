@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/KeyEvents.h"
+
+#include <vector>
+
+namespace fenlo::test {
+
+class FakeKeyEvents final : public KeyEvents {
+public:
+    struct Posted {
+        std::uint16_t keyCode;
+        std::uint64_t flags;
+        KeyDirection direction;
+        bool operator==(const Posted&) const = default;
+    };
+
+    Sources listen(Listener newListener) override {
+        listener = std::move(newListener);
+        return {true, true, eventTapWorks};
+    }
+    void stopListening() override { listener = {}; }
+    void watchMouseDown(std::function<void(ScreenPoint)> handler) override { mouseDown = std::move(handler); }
+    bool post(std::uint16_t keyCode, std::uint64_t flags, KeyDirection direction) override {
+        if (postFails)
+            return false;
+        posted.push_back({keyCode, flags, direction});
+        if (onPost)
+            onPost(posted.back());
+        return true;
+    }
+    void releaseModifiers(double limit) override { releaseLimits.push_back(limit); }
+    bool canPost() const override { return !postFails; }
+    bool canDeliver(std::uint16_t) const override { return true; }
+
+    void change(std::uint64_t flags, std::uint16_t keyCode) {
+        if (listener.onFlagsChanged)
+            listener.onFlagsChanged({flags, keyCode});
+    }
+    void keyDown(std::uint16_t keyCode) {
+        if (listener.onKeyDown && eventTapWorks)
+            listener.onKeyDown(keyCode);
+    }
+
+    Listener listener;
+    std::function<void(ScreenPoint)> mouseDown;
+    std::function<void(const Posted&)> onPost;
+    std::vector<Posted> posted;
+    std::vector<double> releaseLimits;
+    bool eventTapWorks = true;
+    bool postFails = false;
+};
+
+} // namespace fenlo::test

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "base/Background.h"
+#include "base/Clock.h"
+#include "base/MainQueue.h"
+
+#include <deque>
+#include <map>
+
+namespace fenlo::test {
+
+/// Clock, main queue and background on one virtual time line; everything runs on the test's own thread.
+///
+/// sleep() advances the time at once without running timers, as a blocked main thread would; onSleep, when set, is
+/// called in the middle of it, so that a test can let other threads' work happen meanwhile.
+class VirtualClock final : public Clock {
+public:
+    double now() const override { return m_now; }
+    std::chrono::system_clock::time_point wallTime() const override;
+    void sleep(double seconds) override;
+    void advance(double seconds) { m_now += seconds; }
+
+    std::function<void(double seconds)> onSleep;
+    double slept = 0;
+
+private:
+    double m_now = 1000;
+};
+
+class VirtualMainQueue final : public MainQueue {
+public:
+    explicit VirtualMainQueue(VirtualClock& clock) : m_clock(clock) {}
+
+    void post(Task task) override { m_tasks.push_back(std::move(task)); }
+    Timer postAfter(double seconds, Task task) override { return schedule(seconds, 0, std::move(task)); }
+    Timer every(double seconds, Task task) override { return schedule(seconds, seconds, std::move(task)); }
+    bool isMainThread() const override { return true; }
+
+    /// Runs what was posted and is due, without advancing the time.
+    void runPosted();
+    /// Advances the time, running each timer at its moment.
+    void advance(double seconds);
+
+private:
+    struct Delayed {
+        double interval;
+        Task task;
+        unsigned long id;
+    };
+    Timer schedule(double seconds, double interval, Task task);
+
+    VirtualClock& m_clock;
+    std::deque<Task> m_tasks;
+    std::multimap<double, Delayed> m_delayed;
+    unsigned long m_nextId = 1;
+    unsigned long m_cancelled = 0;
+};
+
+/// Holds tasks until the test runs them.
+class ManualBackground final : public Background {
+public:
+    void run(Task task) override { m_tasks.push_back(std::move(task)); }
+    void runAll();
+    std::size_t pending() const { return m_tasks.size(); }
+
+private:
+    std::deque<Task> m_tasks;
+};
+
+} // namespace fenlo::test
