@@ -31,21 +31,21 @@ bool isAscii(std::string_view text) {
     return true;
 }
 
-/// Byte offsets of the character boundaries, the start and the end included.
-std::vector<std::size_t> boundaries(std::string_view text) {
-    std::vector<std::size_t> offsets;
+/// Calls `use` with an iterator over the character boundaries, as byte offsets into the text.
+template <typename Use>
+std::size_t withCharacters(std::string_view text, Use use) {
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<icu::BreakIterator> characters(
         icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
     UText input = UTEXT_INITIALIZER;
     utext_openUTF8(&input, text.data(), static_cast<int64_t>(text.size()), &status);
+    std::size_t result = 0;
     if (U_SUCCESS(status)) {
         characters->setText(&input, status);
-        for (int32_t at = characters->first(); at != icu::BreakIterator::DONE; at = characters->next())
-            offsets.push_back(static_cast<std::size_t>(at));
+        result = use(*characters);
     }
     utext_close(&input);
-    return offsets;
+    return result;
 }
 
 bool isWhitespace(UChar32 c) {
@@ -106,26 +106,37 @@ std::string repairUtf8(std::string_view text) {
 }
 
 std::size_t characterCount(std::string_view text) {
-    const auto offsets = boundaries(text);
-    return offsets.empty() ? 0 : offsets.size() - 1;
+    return withCharacters(text, [](icu::BreakIterator& characters) {
+        std::size_t count = 0;
+        characters.first();
+        while (characters.next() != icu::BreakIterator::DONE)
+            ++count;
+        return count;
+    });
 }
 
 std::string firstCharacters(std::string_view text, std::size_t count) {
     if (text.size() <= count)
         return std::string(text);
-    const auto offsets = boundaries(text);
-    if (offsets.size() <= count + 1)
-        return std::string(text);
-    return std::string(text.substr(0, offsets[count]));
+    const std::size_t end = withCharacters(text, [&](icu::BreakIterator& characters) {
+        int32_t at = characters.first();
+        for (std::size_t i = 0; i < count && at != icu::BreakIterator::DONE; ++i)
+            at = characters.next();
+        return at == icu::BreakIterator::DONE ? text.size() : static_cast<std::size_t>(at);
+    });
+    return std::string(text.substr(0, end));
 }
 
 std::string lastCharacters(std::string_view text, std::size_t count) {
     if (text.size() <= count)
         return std::string(text);
-    const auto offsets = boundaries(text);
-    if (offsets.size() <= count + 1)
-        return std::string(text);
-    return std::string(text.substr(offsets[offsets.size() - 1 - count]));
+    const std::size_t start = withCharacters(text, [&](icu::BreakIterator& characters) {
+        int32_t at = characters.last();
+        for (std::size_t i = 0; i < count && at != icu::BreakIterator::DONE; ++i)
+            at = characters.previous();
+        return at == icu::BreakIterator::DONE ? std::size_t(0) : static_cast<std::size_t>(at);
+    });
+    return std::string(text.substr(start));
 }
 
 std::string trimWhitespace(std::string_view text) {
