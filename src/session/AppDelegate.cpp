@@ -1,0 +1,158 @@
+#include "session/AppDelegate.h"
+
+#include "audio/AudioRecorder.h"
+#include "base/Background.h"
+#include "base/Files.h"
+#include "base/Log.h"
+#include "platform/Accessibility.h"
+#include "platform/KeyCodes.h"
+#include "platform/Workspace.h"
+#include "session/DictationSession.h"
+#include "settings/Config.h"
+#include "settings/Keychain.h"
+#include "shell/MenuBarController.h"
+#include "shell/OverlayWindow.h"
+
+namespace fenlo {
+
+namespace {
+
+constexpr double accessibilityPoll = 3.0;    // seconds
+constexpr double microphoneCheckDelay = 1.0; // seconds after set-up
+constexpr double heartbeatInterval = 21600;  // seconds
+
+bool isOnboarded() {
+    std::error_code error;
+    return std::filesystem::exists(files::dataDirectory() / ".onboarded", error);
+}
+
+} // namespace
+
+AppDelegate::AppDelegate(AppServices services, AppHooks hooks)
+    : m_services(services), m_hooks(std::move(hooks)), m_hotkey(services.keys, services.config.get().hotkey) {}
+
+bool AppDelegate::launch() {
+    if (!m_services.workspace.becomeOnlyInstance()) {
+        log("[Fenlo] Another instance is already running. Exiting.");
+        return false;
+    }
+    registerLoginItem();
+    logAccountState();
+    setUpApplication();
+    return true;
+}
+
+void AppDelegate::registerLoginItem() {
+    if (m_services.workspace.isLoginItem())
+        return;
+    if (const auto error = m_services.workspace.registerLoginItem())
+        log("[Fenlo] Launch at login: registration failed — " + *error);
+    else
+        log("[Fenlo] Launch at login: registered");
+}
+
+/// The secure store may wait for the user to unlock it, so it is asked beside the start-up, not in its way.
+void AppDelegate::logAccountState() {
+    m_services.background.run([&keychain = m_services.keychain](std::stop_token) {
+        const bool needsLogin = !keychain.load("google_refresh_token").has_value();
+        log(std::string("[Fenlo] Startup: needsLogin=") + (needsLogin ? "true" : "false") +
+            " needsOnboarding=" + (isOnboarded() ? "false" : "true"));
+    });
+}
+
+void AppDelegate::setUpApplication() {
+    wireSession();
+    if (!m_services.recorder.hasEngine()) {
+        m_services.recorder.registerDeviceListener();
+        m_services.recorder.warmUp();
+    }
+    m_hotkey.start();
+    observeNotifications();
+    checkAccessibility();
+    checkMicrophone();
+    startBackgroundWork();
+
+    const std::string keyName = m_services.config.get().hotkey;
+    log("[Fenlo] Ready.");
+    log("[Fenlo] Hold [" + hotkeyLabel(keyName) + "] to dictate");
+    if (const Hotkey* hotkey = findHotkey(keyName); !hotkey)
+        log("[Fenlo] ERROR: '" + keyName + "' is no hotkey; choose another \"hotkey\" in " + Config::defaultFile().string());
+    else if (!m_services.keys.canDeliver(hotkey->keyCode))
+        log("[Fenlo] ERROR: this desktop does not deliver the " + hotkeyLabel(keyName) + " key; choose another \"hotkey\" in " +
+            Config::defaultFile().string());
+}
+
+void AppDelegate::wireSession() {
+    DictationSession& session = m_services.session;
+    m_services.menuBar.onQuit = m_hooks.terminate;
+    m_services.menuBar.refreshMenu();
+    m_services.overlay.onCancel = [&session] { session.cancelProcessing(); };
+    m_services.recorder.setOnSilence([&session] { session.silenceDetected(); });
+    m_hotkey.onPress = [&session] { session.hotkeyPressed(); };
+    m_hotkey.onRelease = [&session] { session.hotkeyReleased(); };
+    m_hotkey.onCommandRelease = [&session] { session.hotkeyReleased(); };
+    m_hotkey.onCommandActivated = [&session] { session.commandActivated(); };
+    m_hotkey.onChordDetected = [&session] { session.chordDetected(); };
+}
+
+void AppDelegate::observeNotifications() {
+    NotificationCenter& centre = m_services.notifications;
+    m_observations = {
+        centre.observe(notification::hotkeyChanged,
+                       [this](const auto& keyName) {
+                           if (keyName)
+                               m_hotkey.setKey(*keyName);
+                       }),
+        centre.observe(notification::hotkeyPause, [this](const auto&) { m_hotkey.stop(); }),
+        centre.observe(notification::hotkeyResume, [this](const auto&) { m_hotkey.start(); }),
+        centre.observe(notification::inputDeviceChanged, [this](const auto&) { m_services.menuBar.refreshMenu(); }),
+    };
+    m_services.workspace.onWillSleep(m_lifetime.bind([this] { stopMeeting(); }));
+}
+
+void AppDelegate::checkAccessibility() {
+    // Announces assistive technology too, without which some applications publish no controls.
+    m_services.accessibility.request();
+    constexpr char granted[] = "[Fenlo] Accessibility granted. Hotkey listener active.";
+    if (m_services.accessibility.trusted()) {
+        log(granted);
+        return;
+    }
+    log("[Fenlo] Accessibility not granted — requesting...");
+    m_accessibilityTimer = m_services.mainQueue.every(accessibilityPoll, [this] {
+        if (!m_services.accessibility.trusted())
+            return;
+        log(granted);
+        m_hotkey.start(); // the key-down stream can be had only now
+        m_accessibilityTimer.cancel();
+    });
+}
+
+void AppDelegate::checkMicrophone() {
+    m_microphoneCheck = m_services.mainQueue.postAfter(microphoneCheckDelay, [this] {
+        const bool available = m_services.recorder.defaultInputDeviceName().has_value();
+        log(available ? "[Fenlo] Microphone access OK" : "[Fenlo] Microphone access denied");
+    });
+}
+
+void AppDelegate::startBackgroundWork() {
+    const Settings settings = m_services.config.get();
+    m_services.background.run(settings.offlineMode ? m_hooks.prepareLocalEngine : m_hooks.prepareTranscriber);
+    m_services.background.run(m_hooks.sendHeartbeat);
+    m_heartbeat =
+        m_services.mainQueue.every(heartbeatInterval, [this] { m_services.background.run(m_hooks.sendHeartbeat); });
+    if (!settings.profession.empty())
+        m_services.background.run(m_hooks.syncProfile);
+}
+
+void AppDelegate::stopMeeting() {
+    if (m_hooks.isMeetingActive())
+        m_hooks.stopMeeting();
+}
+
+void AppDelegate::willTerminate() {
+    stopMeeting();
+    m_hotkey.stop();
+}
+
+} // namespace fenlo

@@ -1,0 +1,119 @@
+#pragma once
+
+#include "speech/Transcriber.h"
+#include "text/FocusContext.h"
+#include "text/Rewrite.h"
+#include "text/VoiceCommandResult.h"
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace fenlo {
+
+class Config;
+
+/// The services that a take passes through, in the order of its road. Those that are not filled in are neutral: they
+/// hand on what they are given.
+struct TakeSteps {
+    using File = std::filesystem::path;
+
+    /// A file to transcribe: the given one, or a new temporary one with the user's voice alone.
+    std::function<File(const File& chunk)> isolateVoice = [](const File& chunk) { return chunk; };
+    /// The text of one chunk; throws TranscriberError and the like.
+    std::function<std::string(const TranscribeRequest&, std::stop_token)> transcribe;
+    std::function<std::optional<TranscriptionMeta>()> lastMeta = [] { return std::nullopt; };
+    /// The answer to a spoken instruction, or nothing.
+    std::function<std::optional<std::string>(const std::string& instruction, const FocusContext&, std::stop_token)>
+        runAICommand = [](auto&&...) { return std::nullopt; };
+    /// The expansion of the snippet whose trigger the text is, or nothing.
+    std::function<std::optional<std::string>(const std::string& text)> matchSnippet = [](auto&&) { return std::nullopt; };
+    std::function<VoiceCommandResult(const std::string& text, const std::string& appBundleId)> processVoiceCommands =
+        [](const std::string& text, auto&&) { return VoiceCommandResult{text, {}}; };
+    /// Never throws. While no language model is connected the text stands as it came, which is no failure.
+    std::function<Rewrite(const std::string& text, const FocusContext&, const std::string& language,
+                          const std::vector<std::string>& uncertainParts, std::stop_token)>
+        rewrite = [](const std::string& text, auto&&...) { return Rewrite{text, true}; };
+    std::function<void(const std::string& text)> recordTranscription = [](auto&&) {};
+};
+
+/// A recorded take on its way to text.
+struct Take {
+    std::vector<std::filesystem::path> chunks; // owned by the pipeline, which deletes them
+    double duration = 0;                       // seconds
+    float speechRatio = 1;                     // share of speech frames
+};
+
+/// What the session knows at the moment the pipeline asks.
+struct TakeSituation {
+    bool isCommandMode = false;
+    std::optional<FocusContext> context;
+    std::string lastText;                         // delivered last
+    std::optional<double> secondsSincePaste;      // none before the first paste
+};
+
+/// The session's side of a running take. Called on the worker.
+struct TakeListener {
+    std::function<bool()> isCancelled = [] { return false; };
+    std::function<void(int index, int total)> onChunk = [](int, int) {};
+    std::function<TakeSituation()> situation = [] { return TakeSituation{}; };
+};
+
+/// What a take came to. The session delivers it.
+namespace outcome {
+
+struct Cancelled {};
+struct Failed {};
+struct Empty {};
+struct Correction {
+    std::string correction;
+};
+struct CommandAnswer {
+    std::string answer;
+    FocusContext context;
+};
+struct CommandFailed {
+    std::string rawText;
+};
+struct Snippet {
+    std::string expansion;
+};
+struct Dictation {
+    std::vector<std::string> actions;
+    std::string text;
+    std::string rawText;
+    bool rewriteFailed = false;
+    bool rewriteRequested = false;
+};
+
+} // namespace outcome
+
+using TakeOutcome = std::variant<outcome::Cancelled, outcome::Failed, outcome::Empty, outcome::Correction,
+                                 outcome::CommandAnswer, outcome::CommandFailed, outcome::Snippet, outcome::Dictation>;
+
+/// Turns the chunks of a take into words, and the words into what is to be done with them.
+///
+/// Threads: run() blocks a worker for as long as the recogniser and the language model take.
+/// Errors:  none; every fault is an outcome and a log line. All chunk files are gone afterwards.
+class TakePipeline {
+public:
+    TakePipeline(Config& config, TakeSteps steps);
+
+    TakeOutcome run(const Take& take, const TakeListener& listener, std::stop_token stop);
+
+private:
+    using Words = std::variant<std::string, TakeOutcome>;
+
+    Words transcribe(const Take& take, const TakeListener& listener, std::stop_token stop);
+    TakeOutcome decide(const std::string& rawText, const TakeListener& listener, std::stop_token stop);
+    TakeOutcome dictate(const std::string& rawText, const TakeSituation& situation, std::stop_token stop);
+
+    Config& m_config;
+    const TakeSteps m_steps;
+};
+
+} // namespace fenlo

@@ -1,0 +1,134 @@
+#include "platform/KeyCodes.h"
+#include "session/HotkeyListener.h"
+#include "support/FakeKeyEvents.h"
+#include "support/LogCapture.h"
+
+#include <gtest/gtest.h>
+#include <vector>
+
+using namespace fenlo;
+
+namespace {
+
+class Hotkeys : public ::testing::Test {
+protected:
+    void listenTo(const std::string& name) {
+        listener = std::make_unique<HotkeyListener>(keys, name);
+        listener->onPress = [this] { seen.push_back("press"); };
+        listener->onRelease = [this] { seen.push_back("release"); };
+        listener->onCommandActivated = [this] { seen.push_back("command"); };
+        listener->onCommandRelease = [this] { seen.push_back("command release"); };
+        listener->onChordDetected = [this] { seen.push_back("chord"); };
+        listener->start();
+    }
+    void down() { keys.change(mask::control, key::controlLeft); }
+    void up() { keys.change(0, key::controlLeft); }
+
+    using Events = std::vector<std::string>;
+    test::FakeKeyEvents keys;
+    std::unique_ptr<HotkeyListener> listener;
+    Events seen;
+};
+
+} // namespace
+
+TEST_F(Hotkeys, EveryKeyOfTheTablePressesAndReleases) {
+    for (const Hotkey& hotkey : hotkeys()) {
+        listenTo(hotkey.name);
+        seen.clear();
+        keys.change(hotkey.flagMask, hotkey.keyCode);
+        keys.change(0, hotkey.keyCode);
+        EXPECT_EQ(seen, (Events{"press", "release"})) << hotkey.name;
+    }
+    EXPECT_EQ(hotkeys().size(), 5u);
+}
+
+TEST_F(Hotkeys, TheTwinNeitherPressesNorReleasesWhileTheKeyIsHeld) {
+    listenTo("ctrl_l");
+    keys.change(mask::control, key::controlRight);
+    keys.change(0, key::controlRight);
+    EXPECT_TRUE(seen.empty());
+
+    down();
+    keys.change(mask::control, key::controlRight);
+    keys.change(mask::control, key::controlRight); // right one up, left one still down
+    EXPECT_EQ(seen, Events{"press"});
+    keys.change(0, key::controlLeft);
+    EXPECT_EQ(seen, (Events{"press", "release"}));
+}
+
+TEST_F(Hotkeys, OtherModifiersWhileHeldChangeNothing) {
+    listenTo("ctrl_l");
+    down();
+    keys.change(mask::control | mask::shift, key::shiftLeft);
+    keys.change(mask::control, key::shiftLeft);
+    EXPECT_EQ(seen, Events{"press"});
+}
+
+TEST_F(Hotkeys, SpaceMakesACommandAndLaterKeysAreIgnored) {
+    listenTo("ctrl_l");
+    down();
+    keys.keyDown(key::space);
+    keys.keyDown(key::a);
+    keys.keyDown(key::space);
+    up();
+    EXPECT_EQ(seen, (Events{"press", "command", "command release"}));
+    down();
+    up();
+    EXPECT_EQ(seen.back(), "release") << "the command mode ended with its release";
+}
+
+TEST_F(Hotkeys, AnotherKeyIsAChordWhoseReleaseIsSilent) {
+    listenTo("ctrl_l");
+    down();
+    keys.keyDown(key::a);
+    keys.keyDown(key::space);
+    up();
+    EXPECT_EQ(seen, (Events{"press", "chord"}));
+    down();
+    up();
+    EXPECT_EQ(seen, (Events{"press", "chord", "press", "release"}));
+}
+
+TEST_F(Hotkeys, KeysWithoutTheHotkeyMeanNothing) {
+    listenTo("ctrl_l");
+    keys.keyDown(key::space);
+    keys.keyDown(key::a);
+    EXPECT_TRUE(seen.empty());
+}
+
+TEST_F(Hotkeys, WithoutTheKeyDownStreamSpaceDoesNothing) {
+    keys.eventTapWorks = false;
+    const test::LogCapture logged;
+    listenTo("ctrl_l");
+    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey monitors registered: global=true, local=true, eventTap=false"));
+    down();
+    keys.keyDown(key::space);
+    up();
+    EXPECT_EQ(seen, (Events{"press", "release"}));
+}
+
+TEST_F(Hotkeys, ChangingTheKeyWhileHeldDropsTheRelease) {
+    listenTo("ctrl_l");
+    down();
+    const test::LogCapture logged;
+    listener->setKey("shift_l");
+    up();
+    EXPECT_EQ(seen, Events{"press"});
+    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey changed to: Left Shift"));
+    keys.change(mask::shift, key::shiftLeft);
+    EXPECT_EQ(seen.size(), 2u);
+}
+
+TEST_F(Hotkeys, AnUnknownNameIsDeafAndStopEndsListening) {
+    const test::LogCapture logged;
+    listenTo("hyper");
+    down();
+    EXPECT_TRUE(seen.empty());
+    listener->setKey("hyper");
+    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey changed to: hyper"));
+    listener->setKey("ctrl_l");
+    listener->stop();
+    down();
+    EXPECT_TRUE(seen.empty());
+}

@@ -1,0 +1,153 @@
+#include "platform/KeyCodes.h"
+#include "session/TextInserter.h"
+#include "support/FakeDesktop.h"
+#include "support/FakeKeyEvents.h"
+#include "support/LogCapture.h"
+#include "support/VirtualTime.h"
+
+#include <gtest/gtest.h>
+
+using namespace fenlo;
+using Posted = test::FakeKeyEvents::Posted;
+
+namespace {
+
+class Insertion : public ::testing::Test {
+protected:
+    test::VirtualClock clock;
+    test::VirtualMainQueue mainQueue{clock};
+    test::FakePasteboard pasteboard;
+    test::FakeKeyEvents keys;
+    test::FakeAccessibility accessibility;
+    test::FakeWorkspace workspace;
+    TextInserter inserter{pasteboard, keys, accessibility, workspace, clock, mainQueue};
+};
+
+} // namespace
+
+TEST_F(Insertion, PastesThroughTheClipboardAndGivesTheOldTextBack) {
+    pasteboard.content = "old";
+    std::vector<double> postTimes;
+    std::string pasted;
+    const double start = clock.now();
+    keys.onPost = [&](const Posted& posted) {
+        postTimes.push_back(clock.now() - start);
+        if (posted.direction == KeyDirection::down)
+            pasted = pasteboard.content.value_or("");
+    };
+    const test::LogCapture logged;
+    inserter.insertText("Grüße 👍");
+
+    EXPECT_EQ(pasted, "Grüße 👍");
+    EXPECT_TRUE(pasteboard.lastOffer.transient);
+    EXPECT_FALSE(pasteboard.lastOffer.primary);
+    EXPECT_EQ(keys.posted, (std::vector<Posted>{{key::v, mask::command, KeyDirection::down},
+                                                {key::v, mask::command, KeyDirection::up}}));
+    ASSERT_EQ(postTimes.size(), 2u);
+    EXPECT_NEAR(postTimes[0], 0.20, 1e-9);
+    EXPECT_NEAR(postTimes[1], 0.25, 1e-9);
+    EXPECT_EQ(logged.lines(), (std::vector<std::string>{"[Fenlo] Clipboard set to: Grüße 👍...", "[Fenlo] CGEvent paste OK"}));
+
+    mainQueue.advance(0.99);
+    EXPECT_EQ(pasteboard.content, "Grüße 👍");
+    mainQueue.advance(0.02);
+    EXPECT_EQ(pasteboard.content, "old");
+    EXPECT_FALSE(pasteboard.lastOffer.transient);
+}
+
+TEST_F(Insertion, EmptyTextTouchesNothing) {
+    pasteboard.content = "old";
+    inserter.insertText("");
+    EXPECT_EQ(clock.slept, 0);
+    EXPECT_TRUE(pasteboard.history.empty());
+}
+
+TEST_F(Insertion, AClipboardWithoutTextEndsUpWithAnEmptyString) {
+    inserter.insertText("x");
+    mainQueue.advance(1.1);
+    EXPECT_EQ(pasteboard.content, "");
+}
+
+TEST_F(Insertion, TheRestoreOverwritesWhatTheUserCopiedMeanwhile) {
+    pasteboard.content = "old";
+    inserter.insertText("x");
+    pasteboard.content = "copied by the user";
+    mainQueue.advance(1.1);
+    EXPECT_EQ(pasteboard.content, "old");
+}
+
+TEST_F(Insertion, TwoRoundsRestoreInOrder) {
+    pasteboard.content = "old";
+    inserter.insertText("first");
+    inserter.insertText("second");
+    mainQueue.advance(0.8);
+    EXPECT_EQ(pasteboard.content, "old");
+    mainQueue.advance(0.3);
+    EXPECT_EQ(pasteboard.content, "first");
+}
+
+TEST_F(Insertion, WithoutTrustNoKeyIsPostedButTheTextCanBePastedByHand) {
+    pasteboard.content = "old";
+    accessibility.isTrusted = false;
+    const test::LogCapture logged;
+    inserter.insertText("x");
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: Paste skipped: Accessibility not granted"));
+    EXPECT_EQ(pasteboard.content, "x");
+    mainQueue.advance(1.01);
+    EXPECT_EQ(pasteboard.content, "old");
+}
+
+TEST_F(Insertion, ARefusedKeyIsLogged) {
+    keys.postFails = true;
+    const test::LogCapture logged;
+    inserter.pasteKeystroke();
+    EXPECT_EQ(logged.lines(), std::vector<std::string>{"[Fenlo] ERROR: CGEvent: failed to create events"});
+}
+
+TEST_F(Insertion, HeldModifiersAreWaitedForBeforeThePaste) {
+    bool posted = false;
+    keys.onPost = [&](const Posted&) { posted = true; };
+    inserter.pasteKeystroke();
+    ASSERT_EQ(keys.releaseLimits.size(), 1u);
+    EXPECT_GT(keys.releaseLimits[0], 0.5);
+    EXPECT_TRUE(posted);
+}
+
+TEST_F(Insertion, EachApplicationGetsItsOwnPasteKeys) {
+    const auto chord = [&](PasteChord paste) {
+        workspace.front = FrontApplication{"App", "app", true, paste};
+        keys.posted.clear();
+        inserter.insertText("x");
+        return keys.posted.at(0);
+    };
+    EXPECT_EQ(chord(PasteChord::controlShiftV), (Posted{key::v, mask::command | mask::shift, KeyDirection::down}));
+    EXPECT_FALSE(pasteboard.lastOffer.primary);
+    EXPECT_EQ(chord(PasteChord::shiftInsert), (Posted{key::insert, mask::shift, KeyDirection::down}));
+    EXPECT_TRUE(pasteboard.lastOffer.primary);
+
+    keys.posted.clear();
+    inserter.copyKeystroke();
+    EXPECT_EQ(keys.posted.at(0).flags, mask::command | mask::shift) << "plain Control-C would interrupt a terminal";
+}
+
+TEST_F(Insertion, CopyStaysAndLongTextsAreCutInTheLogOnly) {
+    const test::LogCapture logged;
+    const std::string text(100, 'x');
+    inserter.copyToClipboard(text);
+    mainQueue.advance(5);
+    EXPECT_EQ(pasteboard.content, text);
+    EXPECT_FALSE(pasteboard.lastOffer.transient);
+    EXPECT_TRUE(logged.contains("[Fenlo] Copied to clipboard: " + std::string(60, 'x') + "..."));
+}
+
+TEST_F(Insertion, QuittingGivesABorrowedClipboardBackAtOnce) {
+    pasteboard.content = "old";
+    {
+        TextInserter leaving(pasteboard, keys, accessibility, workspace, clock, mainQueue);
+        leaving.insertText("x");
+    }
+    EXPECT_EQ(pasteboard.content, "old");
+    mainQueue.advance(2);
+    EXPECT_EQ(pasteboard.history.size(), 2u);
+}
