@@ -1,0 +1,37 @@
+#pragma once
+
+#include "base/Guarded.h"
+#include "platform/SecureStore.h"
+
+#include <map>
+#include <string>
+
+typedef struct _GCancellable GCancellable;
+
+namespace fenlo {
+
+/// The secure store in the desktop's keyring (the Secret Service). Without a keyring a value that was to be saved is
+/// kept for this process only.
+///
+/// Threads: worker threads, as SecureStore; close() on any.
+/// Errors:  a keyring that does not answer within the limit, stays locked or is not there is `unavailable`.
+class SecretServiceStore final : public SecureStore {
+public:
+    /// `limit` is in seconds, for one operation; the user may have to unlock the keyring meanwhile.
+    explicit SecretServiceStore(double limit = 60);
+    ~SecretServiceStore() override;
+
+    std::optional<std::string> save(const std::string& name, const std::string& value) override;
+    Value load(const std::string& name) override;
+    void remove(const std::string& name) override;
+
+    /// Ends the operations in progress and refuses later ones, so that quitting need not wait for the keyring.
+    void close();
+
+private:
+    const double m_limit;
+    GCancellable* const m_closed;
+    Guarded<std::map<std::string, std::string>> m_processOnly;
+};
+
+} // namespace fenlo

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "base/Guarded.h"
+#include "settings/Keychain.h"
+#include "speech/SpeechService.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <stop_token>
+#include <string>
+
+namespace fenlo {
+
+/// What the backend tells this installation, by name; empty when there is no backend. Blocks.
+using RemoteConfiguration = std::function<std::map<std::string, std::string>(std::stop_token)>;
+
+/// The keys of the speech services, and the service that the backend chose. Keys are looked up when they are first
+/// needed and then held in memory only.
+///
+/// Threads: any; setup() and find() block, the others never do.
+/// Errors:  none; a key that no source has is absent.
+class ApiKeys {
+public:
+    ApiKeys(Keychain& keychain, RemoteConfiguration remote);
+
+    /// Takes over what the remote configuration chooses.
+    void setup(std::stop_token stop);
+
+    /// The key: the one in memory, or else from the environment, the secure store and the remote configuration.
+    std::optional<std::string> find(SpeechService service, std::stop_token stop);
+
+    /// Whether find() would give a key without asking anyone.
+    bool isKnown(SpeechService service) const;
+
+    /// "groq" or "deepgram".
+    std::string transcriptionProvider() const;
+
+private:
+    struct State {
+        std::map<SpeechService, std::string> keys;
+        std::string transcriptionProvider = "groq";
+    };
+
+    std::optional<std::string> remember(SpeechService service, std::string key);
+    void takeProvider(const std::map<std::string, std::string>& configuration);
+
+    Keychain& m_keychain;
+    const RemoteConfiguration m_remote;
+    Guarded<State> m_state;
+};
+
+} // namespace fenlo

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Guarded.h"
+#include "platform/HttpClient.h"
+#include "settings/Config.h"
+#include "settings/Deployment.h"
+#include "speech/ApiKeys.h"
+#include "speech/HintPrompt.h"
+#include "speech/LocalTranscriber.h"
+#include "speech/TranscriptGuards.h"
+#include "speech/Transcription.h"
+
+#include <map>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace fenlo {
+
+/// The one entrance through which audio becomes text: chooses the engine on this machine or a cloud service, guards
+/// against invented text, and tidies what is left.
+///
+/// Threads: any. setup() and transcribe() block and belong on workers; two clips may be on their way at once, and
+///          lastMeta() is that of the last to finish. The others never block.
+/// Errors:  transcribe() throws TranscriberError, HttpError or the local engine's error; it tries nothing twice.
+class Transcriber {
+public:
+    Transcriber(Config& config, const Deployment& deployment, HttpClient& http, Keychain& keychain,
+                LocalTranscriber& local, RemoteConfiguration remote, ProfessionTerms professionTerms, Clock& clock);
+
+    /// Loads keys and the choice of provider, once at start.
+    void setup(std::stop_token stop);
+
+    /// The text, possibly empty.
+    std::string transcribe(const TranscribeRequest& request, std::stop_token stop);
+
+    /// Opens a connection to the service that the next clip will go to, when its key is at hand.
+    void warmConnection();
+
+    std::optional<TranscriptionMeta> lastMeta() const;
+
+    /// Notes a text that was delivered.
+    void recordTranscription(const std::string& text);
+
+    std::vector<std::string> recentTranscriptions() const; // oldest first, at most three
+    std::map<std::string, int> termFrequency() const;      // uses of vocabulary terms, as the vocabulary writes them
+
+private:
+    struct State {
+        std::vector<std::string> recentTranscriptions;
+        std::map<std::string, int> termFrequency;
+        std::optional<TranscriptionMeta> lastMeta;
+    };
+
+    bool goesToLocalEngine(const Settings& settings) const;
+    SpeechService chosenService(const Settings& settings) const;
+    std::string transcribeInCloud(const TranscribeRequest& request, const Settings& settings, std::stop_token stop);
+    ProviderResult transcribeWithGroq(const TranscribeRequest& request, const Settings& settings, std::stop_token stop);
+    std::string guardAndCleanUp(const std::string& text, const TranscribeRequest& request, const char* logHead) const;
+
+    Config& m_config;
+    const Deployment& m_deployment;
+    HttpClient& m_http;
+    LocalTranscriber& m_local;
+    const ProfessionTerms m_professionTerms;
+    Clock& m_clock;
+    const HallucinationGuard m_guard;
+    ApiKeys m_keys;
+    Guarded<State> m_state;
+};
+
+} // namespace fenlo
