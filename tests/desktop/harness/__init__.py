@@ -1,0 +1,1 @@
+"""Drives the real program on a virtual desktop: keys, speech, windows and what stands in them afterwards."""

@@ -1,0 +1,97 @@
+"""A desktop session of its own: screen, window manager, buses, sound and home, gone without a trace afterwards."""
+
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+from pathlib import Path
+
+from . import processes, sound
+from .waiting import wait_for
+
+SCREEN = "1280x800x24"
+_ENABLE_ACCESSIBILITY = [
+    "dbus-send", "--session", "--print-reply", "--dest=org.a11y.Bus", "/org/a11y/bus",
+    "org.freedesktop.DBus.Properties.Set",
+    "string:org.a11y.Status", "string:IsEnabled", "variant:boolean:true",
+]  # fmt: skip
+
+
+class Session:
+    """Sets this process's environment to a fresh desktop; end() takes the desktop down."""
+
+    def __init__(self):
+        processes.adopt_orphans()
+        self.folder = Path(tempfile.mkdtemp(prefix="virtual-desktop-"))
+        self._log = open(self.folder / "session.log", "w")
+        self._running = []
+
+    def start(self):
+        self._make_folders()
+        self._start_screen()
+        self._start_bus()
+        self._start("openbox")
+        wait_for(lambda: "window id" in self._root_property("_NET_SUPPORTING_WM_CHECK"), "the window manager")
+        wait_for(lambda: processes.succeeds(_ENABLE_ACCESSIBILITY), "the accessibility bus")
+        self._running.append(sound.start_server(self._log))
+
+    def end(self):
+        for process in reversed(self._running):
+            processes.end(process, patience=2.0)
+        _kill_descendants()
+        self._log.close()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def log(self):
+        return (self.folder / "session.log").read_text(errors="replace")
+
+    def _make_folders(self):
+        home, runtime = self.folder / "home", self.folder / "runtime"
+        home.mkdir()
+        runtime.mkdir(mode=0o700)
+        for name in ("XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "WAYLAND_DISPLAY",
+                     "AT_SPI_BUS_ADDRESS", "XAUTHORITY"):  # fmt: skip
+            os.environ.pop(name, None)
+        os.environ.update(
+            HOME=str(home),
+            XDG_RUNTIME_DIR=str(runtime),
+            PULSE_SERVER=f"unix:{runtime}/pulse/native",
+            GSETTINGS_BACKEND="memory",
+            LC_ALL="C.UTF-8",
+        )
+
+    def _start_screen(self):
+        number = self._start_and_read("Xvfb", "-displayfd", "{fd}", "-screen", "0", SCREEN, "-nolisten", "tcp")
+        os.environ["DISPLAY"] = f":{number}"
+
+    def _start_bus(self):
+        address = self._start_and_read("dbus-daemon", "--session", "--nofork", "--print-address={fd}")
+        os.environ["DBUS_SESSION_BUS_ADDRESS"] = address
+
+    def _start(self, *command, **options):
+        self._running.append(processes.start(command, stdout=self._log, stderr=self._log, **options))
+
+    def _start_and_read(self, *command):
+        """Starts a server that tells its address on the file descriptor {fd}, and returns that address."""
+        reading, writing = os.pipe()
+        self._start(*(part.format(fd=writing) for part in command), pass_fds=[writing])
+        os.close(writing)
+        with os.fdopen(reading) as pipe:
+            address = pipe.readline().strip()
+        if not address:
+            raise RuntimeError(f"{command[0]} did not start:\n{self.log()}")
+        return address
+
+    @staticmethod
+    def _root_property(name):
+        return subprocess.run(["xprop", "-root", name], capture_output=True, text=True).stdout
+
+
+def _kill_descendants():
+    """Ends what programs on the desktop left behind; they are this process's children by now."""
+    children = Path(f"/proc/self/task/{os.getpid()}/children")
+    while pids := children.read_text().split():
+        for pid in pids:
+            os.kill(int(pid), signal.SIGKILL)
+            os.waitpid(int(pid), 0)
