@@ -2,7 +2,6 @@
 
 #include "base/Guarded.h"
 #include "settings/Keychain.h"
-#include "speech/SpeechService.h"
 
 #include <functional>
 #include <map>
@@ -11,6 +10,9 @@
 #include <string>
 
 namespace fenlo {
+
+/// The cloud services that turn speech into text.
+enum class SpeechService { groq, deepgram, grok };
 
 /// What the backend tells this installation, by name; empty when there is no backend. Blocks.
 using RemoteConfiguration = std::function<std::map<std::string, std::string>(std::stop_token)>;

@@ -1,16 +1,20 @@
 #pragma once
 
 #include "platform/HttpClient.h"
+#include "platform/linux/net/WarmHosts.h"
 
 #include <memory>
 
 namespace fenlo {
 
+struct HttpHost;
+
 /// HTTP through libcurl, with one pool of connections on a network thread of its own. Speaks http and https only, and
 /// HTTP/2 where it is offered; proxies come from the environment. Redirects are not followed: a 3xx is an answer like
 /// any other, and no header ever reaches a host that the request does not name.
 ///
-/// Threads: as HttpClient. Requests that are still waiting when this is destroyed end as cancelled.
+/// Threads:  as HttpClient.
+/// Lifetime: outlives every send().
 class CurlHttpClient final : public HttpClient {
 public:
     struct Options {
@@ -29,7 +33,10 @@ public:
 private:
     class Network;
 
+    void warm(const HttpHost& host);
+
     const Options m_options;
+    WarmHosts m_warmHosts;
     std::unique_ptr<Network> m_network;
 };
 

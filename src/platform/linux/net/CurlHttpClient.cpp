@@ -1,0 +1,58 @@
+#include "platform/linux/net/CurlHttpClient.h"
+
+#include "base/Log.h"
+#include "platform/linux/net/CurlNetwork.h"
+#include "platform/linux/net/CurlTransfer.h"
+
+namespace fenlo {
+
+CurlHttpClient::CurlHttpClient() : CurlHttpClient(Options()) {}
+
+CurlHttpClient::CurlHttpClient(Options options)
+    : m_options(std::move(options)), m_warmHosts(m_options.keepWarm), m_network(std::make_unique<Network>()) {}
+
+CurlHttpClient::~CurlHttpClient() = default;
+
+HttpResponse CurlHttpClient::send(const HttpRequest& request, std::stop_token stop) {
+    // The sender waits for the end, so that the request need not be copied.
+    const std::shared_ptr<const HttpRequest> borrowed(std::shared_ptr<const HttpRequest>(), &request);
+    const HttpHost host = HttpHost::of(request.url);
+    const auto transfer = std::make_shared<CurlTransfer>(borrowed, host, m_options);
+    transfer->onEnd = [this, origin = host.origin](bool answered) {
+        if (answered)
+            m_warmHosts.used(origin, std::chrono::steady_clock::now());
+    };
+    const std::stop_callback cancel(stop, [&] {
+        transfer->cancel();
+        m_network->wake();
+    });
+    m_network->start(transfer);
+    return transfer->wait();
+}
+
+void CurlHttpClient::preconnect(const std::string& url) {
+    try {
+        const HttpHost host = HttpHost::of(url);
+        if (m_warmHosts.beginWarming(host.origin, std::chrono::steady_clock::now()))
+            warm(host);
+    } catch (const std::exception& error) {
+        log(std::string("[Fenlo] Could not warm a connection: ") + error.what());
+    }
+}
+
+/// A small request without credentials, whose answer is of no interest.
+void CurlHttpClient::warm(const HttpHost& host) {
+    auto request = std::make_shared<HttpRequest>();
+    request->method = "HEAD";
+    request->url = host.origin + "/";
+    request->timeout = m_options.connectTimeout;
+    const auto transfer = std::make_shared<CurlTransfer>(std::move(request), host, m_options);
+    transfer->onEnd = [this, origin = host.origin](bool answered) {
+        if (answered)
+            m_warmHosts.used(origin, std::chrono::steady_clock::now());
+        m_warmHosts.endWarming(origin);
+    };
+    m_network->start(transfer);
+}
+
+} // namespace fenlo

@@ -1,0 +1,139 @@
+#include "platform/linux/secrets/SecretServiceStore.h"
+
+#include "base/Text.h"
+#include "platform/linux/secrets/SecretDeadline.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <libsecret/secret.h>
+#include <memory>
+
+namespace fenlo {
+
+namespace {
+
+constexpr char serviceName[] = "com.fenlo.voicetotext";
+
+const SecretSchema& schema() {
+    static const SecretSchema description = [] {
+        SecretSchema value{};
+        value.name = serviceName;
+        value.flags = SECRET_SCHEMA_NONE;
+        value.attributes[0] = {"service", SECRET_SCHEMA_ATTRIBUTE_STRING};
+        value.attributes[1] = {"account", SECRET_SCHEMA_ATTRIBUTE_STRING};
+        return value;
+    }();
+    return description;
+}
+
+/// Without a bus GLib would start one of its own, which no keyring listens on.
+bool hasSessionBus() {
+    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
+    if (address && *address)
+        return true;
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    std::error_code ignored;
+    return runtime && *runtime && std::filesystem::exists(std::filesystem::path(runtime) / "bus", ignored);
+}
+
+struct Free {
+    void operator()(GError* error) const { g_error_free(error); }
+    void operator()(SecretValue* value) const { secret_value_unref(value); }
+    void operator()(GList* items) const { g_list_free_full(items, g_object_unref); }
+    void operator()(GHashTable* table) const { g_hash_table_unref(table); }
+};
+
+template <typename T>
+using Owned = std::unique_ptr<T, Free>;
+
+Owned<GHashTable> attributesOf(const std::string& name) {
+    return Owned<GHashTable>(
+        secret_attributes_build(&schema(), "service", serviceName, "account", name.c_str(), nullptr));
+}
+
+std::string explain(const GError& error) {
+    if (g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_CANCELLED))
+        return "the keyring did not answer in time";
+    return text::join(text::words(error.message), " ");
+}
+
+/// Returns what went wrong, or nothing.
+std::optional<std::string> store(const std::string& name, const std::string& value, GCancellable* cancellable) {
+    const Owned<SecretValue> secret(secret_value_new(value.data(), static_cast<gssize>(value.size()), "text/plain"));
+    const std::string label = "Fenlo: " + name;
+    GError* error = nullptr;
+    secret_password_storev_binary_sync(&schema(), attributesOf(name).get(), SECRET_COLLECTION_DEFAULT, label.c_str(),
+                                       secret.get(), cancellable, &error);
+    if (!error)
+        return {};
+    return explain(*Owned<GError>(error));
+}
+
+SecureStore::Value lookUp(const std::string& name, GCancellable* cancellable) {
+    using Status = SecureStore::Status;
+    GError* error = nullptr;
+    // A plain look-up cannot tell a locked item from one that is not there.
+    const Owned<GList> items(
+        secret_password_searchv_sync(&schema(), attributesOf(name).get(), SECRET_SEARCH_UNLOCK, cancellable, &error));
+    if (error) {
+        g_error_free(error);
+        return {Status::unavailable, {}};
+    }
+    if (!items)
+        return {Status::notFound, {}};
+    const Owned<SecretValue> secret(
+        secret_retrievable_retrieve_secret_sync(SECRET_RETRIEVABLE(items->data), cancellable, &error));
+    if (error)
+        g_error_free(error);
+    if (!secret)
+        return {Status::unavailable, {}};
+    gsize size = 0;
+    const char* bytes = secret_value_get(secret.get(), &size);
+    return {Status::ok, std::string(bytes, size)};
+}
+
+} // namespace
+
+SecretServiceStore::SecretServiceStore(double limit) : m_limit(limit), m_closed(g_cancellable_new()) {}
+
+SecretServiceStore::~SecretServiceStore() {
+    g_object_unref(m_closed);
+}
+
+std::optional<std::string> SecretServiceStore::save(const std::string& name, const std::string& value) {
+    std::optional<std::string> error = "there is no session bus to reach a keyring";
+    if (hasSessionBus())
+        error = store(name, value, SecretDeadline(m_closed, m_limit).cancellable());
+    m_processOnly.with([&](auto& values) {
+        if (error)
+            values[name] = value;
+        else
+            values.erase(name);
+    });
+    return error ? std::optional(*error + "; the value is kept until the program ends") : std::nullopt;
+}
+
+SecureStore::Value SecretServiceStore::load(const std::string& name) {
+    const auto kept = m_processOnly.with([&](const auto& values) {
+        const auto found = values.find(name);
+        return found == values.end() ? std::nullopt : std::optional(found->second);
+    });
+    if (kept)
+        return {Status::ok, *kept};
+    if (!hasSessionBus())
+        return {Status::unavailable, {}};
+    return lookUp(name, SecretDeadline(m_closed, m_limit).cancellable());
+}
+
+void SecretServiceStore::remove(const std::string& name) {
+    m_processOnly.with([&](auto& values) { values.erase(name); });
+    if (hasSessionBus())
+        secret_password_clearv_sync(&schema(), attributesOf(name).get(),
+                                    SecretDeadline(m_closed, m_limit).cancellable(), nullptr);
+}
+
+void SecretServiceStore::close() {
+    g_cancellable_cancel(m_closed);
+}
+
+} // namespace fenlo

@@ -1,0 +1,97 @@
+#include "speech/ApiKeys.h"
+
+#include "base/Text.h"
+
+#include <cstdlib>
+#include <utility>
+
+namespace fenlo {
+
+namespace {
+
+/// Where a key may lie, in the order in which it is looked for.
+struct KeySources {
+    const char* environment;
+    const char* account; // in the secure store; null where it is not asked
+    const char* remote;  // name in the remote configuration
+};
+
+KeySources sourcesOf(SpeechService service) {
+    switch (service) {
+    case SpeechService::groq:
+        return {"GROQ_API_KEY", nullptr, "groq_api_key"};
+    case SpeechService::deepgram:
+        return {"DEEPGRAM_API_KEY", "deepgram_api_key", "deepgram_api_key"};
+    case SpeechService::grok:
+        return {"XAI_API_KEY", "xai_api_key", "xai_api_key"};
+    }
+    std::abort();
+}
+
+/// A key that was copied with its line end would break the header it goes into.
+std::string clean(std::string_view key) {
+    return text::trimWhitespaceAndNewlines(key);
+}
+
+std::string fromEnvironment(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? clean(value) : std::string();
+}
+
+std::string valueOf(const std::map<std::string, std::string>& values, const char* name) {
+    const auto found = values.find(name);
+    return found == values.end() ? std::string() : found->second;
+}
+
+} // namespace
+
+ApiKeys::ApiKeys(Keychain& keychain, RemoteConfiguration remote) : m_keychain(keychain), m_remote(std::move(remote)) {}
+
+void ApiKeys::setup(std::stop_token stop) {
+    const auto configuration = m_remote(stop);
+    takeProvider(configuration);
+    remember(SpeechService::deepgram, clean(valueOf(configuration, "deepgram_api_key")));
+}
+
+std::optional<std::string> ApiKeys::find(SpeechService service, std::stop_token stop) {
+    const auto known = m_state.with([&](State& state) {
+        const auto found = state.keys.find(service);
+        return found == state.keys.end() ? std::nullopt : std::optional(found->second);
+    });
+    if (known)
+        return known;
+
+    const KeySources sources = sourcesOf(service);
+    if (const auto key = remember(service, fromEnvironment(sources.environment)))
+        return key;
+    if (sources.account)
+        if (const auto key = remember(service, clean(m_keychain.load(sources.account).value_or(""))))
+            return key;
+    const auto configuration = m_remote(stop);
+    if (service == SpeechService::deepgram)
+        takeProvider(configuration);
+    return remember(service, clean(valueOf(configuration, sources.remote)));
+}
+
+bool ApiKeys::isKnown(SpeechService service) const {
+    return !fromEnvironment(sourcesOf(service).environment).empty() ||
+           m_state.with([&](const State& state) { return state.keys.contains(service); });
+}
+
+std::string ApiKeys::transcriptionProvider() const {
+    return m_state.with([](const State& state) { return state.transcriptionProvider; });
+}
+
+std::optional<std::string> ApiKeys::remember(SpeechService service, std::string key) {
+    if (key.empty())
+        return {};
+    m_state.with([&](State& state) { state.keys[service] = key; });
+    return key;
+}
+
+void ApiKeys::takeProvider(const std::map<std::string, std::string>& configuration) {
+    if (const auto found = configuration.find("transcription_provider"); found != configuration.end())
+        m_state.with([&](State& state) { state.transcriptionProvider = found->second; });
+}
+
+} // namespace fenlo

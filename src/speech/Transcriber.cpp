@@ -1,0 +1,129 @@
+#include "speech/Transcriber.h"
+
+#include "base/Log.h"
+#include "base/Text.h"
+#include "speech/DeveloperText.h"
+#include "speech/GroqProvider.h"
+
+#include <unordered_set>
+#include <utility>
+
+namespace fenlo {
+
+namespace {
+
+constexpr std::size_t maxRecentTranscriptions = 3;
+
+} // namespace
+
+Transcriber::Transcriber(Config& config, const Deployment& deployment, HttpClient& http, Keychain& keychain,
+                         LocalTranscriber& local, RemoteConfiguration remote, ProfessionTerms professionTerms,
+                         Clock& clock)
+    : m_config(config), m_deployment(deployment), m_http(http), m_local(local),
+      m_professionTerms(std::move(professionTerms)), m_clock(clock), m_guard(deployment.subtitleSiteDomain),
+      m_keys(keychain, std::move(remote)) {}
+
+void Transcriber::setup(std::stop_token stop) {
+    m_keys.setup(stop);
+    if (m_keys.find(SpeechService::groq, stop))
+        log("[Fenlo] Transcriber ready (provider: " + m_keys.transcriptionProvider() + ")");
+}
+
+std::string Transcriber::transcribe(const TranscribeRequest& request, std::stop_token stop) {
+    m_state.with([](State& state) { state.lastMeta.reset(); });
+    const Settings settings = m_config.get();
+    if (goesToLocalEngine(settings))
+        return guardAndCleanUp(m_local.transcribe(request.audio, settings.language, stop), request,
+                               "Filtered hallucination (local): '");
+    if (settings.offlineMode)
+        log("[Fenlo] Offline mode enabled but model not ready yet — falling back to cloud");
+    return guardAndCleanUp(transcribeInCloud(request, settings, stop), request, "Filtered hallucination: '");
+}
+
+void Transcriber::warmConnection() {
+    const Settings settings = m_config.get();
+    if (!goesToLocalEngine(settings) && chosenService(settings) == SpeechService::groq &&
+        m_keys.isKnown(SpeechService::groq))
+        m_http.preconnect(m_deployment.groqHost);
+}
+
+std::optional<TranscriptionMeta> Transcriber::lastMeta() const {
+    return m_state.with([](const State& state) { return state.lastMeta; });
+}
+
+void Transcriber::recordTranscription(const std::string& text) {
+    const auto words = text::words(text::lower(text));
+    const std::unordered_set<std::string> spoken(words.begin(), words.end());
+    const Settings settings = m_config.get();
+    m_state.with([&](State& state) {
+        if (state.recentTranscriptions.size() >= maxRecentTranscriptions)
+            state.recentTranscriptions.erase(state.recentTranscriptions.begin());
+        state.recentTranscriptions.push_back(text);
+        for (const auto* vocabulary : {&settings.customVocabulary, &settings.professionVocabulary})
+            for (const std::string& term : *vocabulary)
+                if (spoken.contains(text::lower(term)))
+                    ++state.termFrequency[term];
+    });
+}
+
+std::vector<std::string> Transcriber::recentTranscriptions() const {
+    return m_state.with([](const State& state) { return state.recentTranscriptions; });
+}
+
+std::map<std::string, int> Transcriber::termFrequency() const {
+    return m_state.with([](const State& state) { return state.termFrequency; });
+}
+
+bool Transcriber::goesToLocalEngine(const Settings& settings) const {
+    return settings.offlineMode && m_local.isReady();
+}
+
+SpeechService Transcriber::chosenService(const Settings& settings) const {
+    if (settings.sttEngine == "stt81")
+        return SpeechService::grok;
+    return m_keys.transcriptionProvider() == "deepgram" ? SpeechService::deepgram : SpeechService::groq;
+}
+
+/// The one place where a service is tied to its provider.
+std::string Transcriber::transcribeInCloud(const TranscribeRequest& request, const Settings& settings,
+                                           std::stop_token stop) {
+    ProviderResult result;
+    switch (chosenService(settings)) {
+    case SpeechService::groq:
+        result = transcribeWithGroq(request, settings, stop);
+        break;
+    case SpeechService::deepgram:
+        throw TranscriberError(TranscriberError::Kind::noAPIKey,
+                               "the backend chose the speech service Deepgram, which this version does not have; "
+                               "a newer version may");
+    case SpeechService::grok:
+        throw TranscriberError(TranscriberError::Kind::noAPIKey,
+                               "this version does not have the speech engine \"stt81\"; set \"stt_engine\" to "
+                               "\"stt80\" in ~/.fenlo/config.json");
+    }
+    m_state.with([&](State& state) { state.lastMeta = std::move(result.meta); });
+    return result.text;
+}
+
+ProviderResult Transcriber::transcribeWithGroq(const TranscribeRequest& request, const Settings& settings,
+                                               std::stop_token stop) {
+    const auto key = m_keys.find(SpeechService::groq, stop);
+    if (!key)
+        throw TranscriberError(TranscriberError::Kind::noAPIKey,
+                               "no key for the speech service Groq; set the environment variable GROQ_API_KEY");
+    return groq::transcribe(m_http, m_clock, {m_deployment.groqHost, *key}, request, settings.language,
+                            hintPrompt(settings, m_professionTerms, request.hintText), stop);
+}
+
+std::string Transcriber::guardAndCleanUp(const std::string& text, const TranscribeRequest& request,
+                                         const char* logHead) const {
+    if (m_guard.isHallucination(text, request.speechRatio)) {
+        const int percent = static_cast<int>(request.speechRatio * 100);
+        log("[Fenlo] " + std::string(logHead) + text + "' (speech ratio: " + std::to_string(percent) + "%)");
+        return {};
+    }
+    return postProcess(
+        text, {.isDevTool = isDeveloperTool(request.appName), .autoCapitalize = m_config.get().autoCapitalize});
+}
+
+} // namespace fenlo
