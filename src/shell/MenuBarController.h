@@ -1,0 +1,78 @@
+#pragma once
+
+#include "base/NotificationCenter.h"
+#include "platform/StatusItem.h"
+#include "shell/Statistics.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace fenlo {
+
+class Config;
+class Workspace;
+struct Deployment;
+
+struct MeetingStatus {
+    double elapsed = 0; // seconds
+    int segments = 0;
+};
+
+/// Where the menu takes its lines from. Sources that are not filled in are neutral.
+struct MenuSources {
+    std::string version;
+    std::function<std::string(const std::string& keyName)> hotkeyLabel = [](const std::string& name) { return name; };
+    std::function<std::optional<std::string>()> inputDeviceName = [] { return std::nullopt; };
+    std::function<TodayStats()> todayStats = [] { return TodayStats(); };
+    std::function<AllTimeStats()> allTimeStats = [] { return AllTimeStats(); };
+    std::function<std::optional<MeetingStatus>()> meetingStatus = [] { return std::nullopt; }; // of a running meeting
+};
+
+/// The program's only permanent presence: an icon that shows the state of the session, and a menu with the day's
+/// numbers and the few switches that belong at hand.
+///
+/// Threads: main thread only.
+class MenuBarController {
+public:
+    /// All references outlive the controller. The menu is there when this returns.
+    MenuBarController(Config& config, StatusItem& statusItem, NotificationCenter& notifications, Workspace& workspace,
+                      const Deployment& deployment, MenuSources sources);
+    MenuBarController(const MenuBarController&) = delete;
+    MenuBarController& operator=(const MenuBarController&) = delete;
+
+    // The lines of closures that are not set are disabled. Call refreshMenu() after setting one.
+    std::function<void()> onShowHistory;
+    std::function<void()> onToggleMeeting;
+    std::function<void()> onQuit;
+    std::function<void()> checkForUpdates;
+
+    /// Rebuilds the menu whole.
+    void refreshMenu();
+    void setFace(IconFace face) { m_statusItem.setFace(face); }
+
+    void toggleDictationMode();
+    void setMicStudio() { setMicMode("studio"); }
+    void setMicAirpods() { setMicMode("airpods"); }
+    /// Opens a mail draft to the support address.
+    void emailHelp();
+
+private:
+    std::vector<MenuItem> items();
+    std::string dictationLine() const;
+    std::string todayLine() const;
+    std::string totalLine() const;
+    std::string modeLine() const;
+    std::string inputLine() const;
+    void setMicMode(const char* mode);
+
+    Config& m_config;
+    StatusItem& m_statusItem;
+    NotificationCenter& m_notifications;
+    Workspace& m_workspace;
+    const Deployment& m_deployment;
+    MenuSources m_sources;
+    NotificationCenter::Observation m_hotkeyChanged;
+};
+
+} // namespace fenlo

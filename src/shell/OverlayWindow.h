@@ -1,0 +1,92 @@
+#pragma once
+
+#include "base/Lifetime.h"
+#include "base/MainQueue.h"
+#include "platform/KeyEvents.h"
+#include "shell/PillContent.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace fenlo {
+
+class Clock;
+class Config;
+class PillWindow;
+class PillWindows;
+class ResultCard;
+class ResultCards;
+class Workspace;
+
+/// What the overlay works with. All outlive it.
+struct OverlayServices {
+    Config& config;
+    Clock& clock;
+    MainQueue& mainQueue;
+    PillWindows& pills;
+    ResultCards& cards;
+    KeyEvents& keys; // its mouse-downs close the card
+    Workspace& workspace;
+    std::function<void(const std::string& text)> copy; // to the clipboard
+};
+
+/// The pill at the top of the screen that tells what a dictation is doing, and the card for an answer that has nowhere
+/// to go. At most one of them is shown.
+///
+/// Threads: main thread only. The operations return at once and do their work on the main queue, in the order called.
+class OverlayWindow {
+public:
+    explicit OverlayWindow(OverlayServices services);
+    ~OverlayWindow();
+    OverlayWindow(const OverlayWindow&) = delete;
+    OverlayWindow& operator=(const OverlayWindow&) = delete;
+
+    void showRecording(bool isReplacing, const std::string& appName);
+    /// The microphone is still waking; showRecording() follows.
+    void showWarming(bool isReplacing, const std::string& appName);
+    void showProcessing();
+    void showChunkProgress(int current, int total);
+    /// Adds the "AI" badge to the running pill.
+    void showCommandMode();
+    void showResult(const std::string& text);
+    void showMeeting();
+    void updateMeetingTime(double seconds);
+    /// Fades out what is shown; a following show has a window of its own.
+    void hide();
+
+    /// The user clicked the cancel offer of a slow job.
+    std::function<void()> onCancel;
+
+private:
+    enum class Mode { hidden, recording, warming, processing, meeting, result };
+
+    template <typename Task>
+    void enqueue(Task task);
+
+    std::string applicationLabel(const std::string& appName) const;
+    void open(Mode mode, PillContent content, double width);
+    void draw();
+    void tick();
+    void pulse();
+    void offerCancel();
+    void grow(double width, double seconds);
+    void openCard(const std::string& text);
+    void close();
+
+    OverlayServices m_services;
+    Mode m_mode = Mode::hidden;
+    std::unique_ptr<PillWindow> m_pill;
+    std::unique_ptr<ResultCard> m_card;
+    PillContent m_content;
+    double m_width = 0; // points, without the room for the cancel offer
+    double m_pulseDirection = -1;
+    bool m_expanded = false;                 // the cancel offer was made
+    std::optional<double> m_recordStart;     // seconds of Clock::now()
+    std::optional<double> m_processingStart; // likewise
+    Timer m_timer;                           // only while the pill is shown
+    Lifetime m_lifetime;
+};
+
+} // namespace fenlo

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/PillWindow.h"
+
+#include <functional>
+#include <string>
+
+namespace fenlo {
+
+/// What a pill tells, before it is laid out.
+struct PillContent {
+    Colour dotColor;
+    Colour glowColor;
+    double dotPulse = 1.0;
+    bool isPulsing = false;
+
+    bool isCommandMode = false;
+    std::string appLabel;
+    bool isReplacing = false;
+    bool isOffline = false;
+    std::string langCode; // upper case, or empty
+
+    std::string displayText;
+    Colour displayTextColor;
+    bool useCompactDisplayFont = false;
+    bool showCancel = false;
+};
+
+struct PillLayout {
+    PillPicture picture;
+    double end = 0; // points from the left edge to where the last element ends
+};
+
+using MeasureText = std::function<double(const std::string& text, PillFont font)>;
+
+PillLayout layOut(const PillContent& content, const MeasureText& measure);
+
+/// The room that a badge takes in the pill, its separator included.
+double badgeWidth(const std::string& badge, const MeasureText& measure);
+
+} // namespace fenlo

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace fenlo {
+
+class AudioOutput;
+class Background;
+
+enum class WaveType { sine, soft, round };
+
+struct ToneNote {
+    double freq;     // hertz
+    double duration; // seconds
+    WaveType wave;
+};
+
+/// The tones at the start and the end of a take, which the user picks by name.
+struct SoundScheme {
+    const char* id; // what the settings hold
+    const char* name;
+    const char* description;
+    std::vector<ToneNote> start;
+    std::vector<ToneNote> end;
+    float startVol;
+    float endVol;
+
+    /// In the order of the settings list.
+    static const std::vector<SoundScheme>& all();
+    /// Nothing for an unknown id.
+    static const SoundScheme* find(std::string_view id);
+};
+
+/// For a key that is held while nothing is said.
+inline constexpr ToneNote silenceTone{600, 0.03, WaveType::soft};
+
+inline constexpr double toneSampleRate = 44100; // hertz
+
+/// The notes as mono samples at toneSampleRate, with `gap` seconds of silence between them. Pure.
+std::vector<float> renderTones(const std::vector<ToneNote>& notes, double gap, float volume);
+
+/// Plays tones; a new one cuts off the one before.
+///
+/// Threads:  any. Rendering happens in the background.
+/// Errors:   a tone that cannot be played is dropped without a message.
+/// Lifetime: `output` outlives the tasks of `background`.
+class TonePlayer {
+public:
+    TonePlayer(AudioOutput& output, Background& background);
+
+    /// Returns at once. `gap` in seconds.
+    void playTones(std::vector<ToneNote> notes, double gap, float volume);
+    /// The short sound of something that went wrong.
+    void beep();
+
+private:
+    struct Player;
+    std::shared_ptr<Player> m_player;
+    Background& m_background;
+};
+
+} // namespace fenlo

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "base/MainQueue.h"
+
+#include <QObject>
+#include <deque>
+#include <mutex>
+
+namespace fenlo {
+
+/// The main queue on Qt's event loop. Made after the QCoreApplication, on the thread that runs it.
+///
+/// Errors: a task that throws is logged and the loop goes on.
+class QtMainQueue final : public QObject, public MainQueue {
+public:
+    QtMainQueue();
+    ~QtMainQueue() override;
+
+    void post(Task task) override;
+    Timer postAfter(double seconds, Task task) override;
+    Timer every(double seconds, Task task) override;
+    bool isMainThread() const override;
+
+    /// Runs the application's event loop until quit() and hands back its exit status. Tasks that come later are
+    /// dropped, which frees every worker that waits in call().
+    int run();
+    /// May be called on any thread.
+    void quit();
+
+private:
+    bool event(QEvent* event) override;
+    Timer schedule(double seconds, bool repeats, Task task);
+    void runTasks();
+    void end();
+
+    std::mutex m_mutex;
+    std::deque<Task> m_tasks;
+    bool m_ended = false;
+};
+
+} // namespace fenlo
