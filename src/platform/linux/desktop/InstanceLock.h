@@ -1,0 +1,26 @@
+#pragma once
+
+#include <filesystem>
+
+namespace fenlo {
+
+/// A lock file that marks the one running instance. The system frees it when the process ends, however it ends.
+class InstanceLock {
+public:
+    explicit InstanceLock(std::filesystem::path file) : m_file(std::move(file)) {}
+    InstanceLock(const InstanceLock&) = delete;
+    InstanceLock& operator=(const InstanceLock&) = delete;
+    ~InstanceLock();
+
+    /// In the session's runtime folder, or among the program's data when there is none.
+    static std::filesystem::path defaultFile();
+
+    /// Holds the lock until this dies. False when another process has it; a file that cannot be made locks nobody out.
+    bool take();
+
+private:
+    const std::filesystem::path m_file;
+    int m_descriptor = -1;
+};
+
+} // namespace fenlo
