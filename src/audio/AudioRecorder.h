@@ -1,0 +1,121 @@
+#pragma once
+
+#include "audio/SilenceWatch.h"
+#include "audio/TakeBuffer.h"
+#include "base/Guarded.h"
+#include "base/Lifetime.h"
+#include "base/MainQueue.h"
+#include "platform/AudioInput.h"
+
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace fenlo {
+
+class Clock;
+class Config;
+class NotificationCenter;
+
+/// Owns the microphone: keeps one capture engine ready, records takes with it, and decides whether a take held speech.
+///
+/// The engine of a built-in input runs during takes only. That of an external input (headset, USB) keeps running for a
+/// minute after a take, because taking its link down and up again costs the beginning of the next one.
+///
+/// Threads: call on the main thread. onReady and onSilence are called there, onAudioBuffer on the audio thread.
+///          currentRMS() and isRecording() may be asked on any thread.
+/// Errors:  what fails is logged; a take that could not start leaves isRecording() false.
+class AudioRecorder {
+public:
+    enum class Rebuild { now, delayed };
+
+    AudioRecorder(AudioInput& input, Clock& clock, MainQueue& queue, Config& config, NotificationCenter& notifications);
+    ~AudioRecorder();
+    AudioRecorder(const AudioRecorder&) = delete;
+    AudioRecorder& operator=(const AudioRecorder&) = delete;
+
+    /// Makes the engine, and starts and stops it once, so that the first take starts quickly.
+    void warmUp();
+    /// Follows the default input device from now on.
+    void registerDeviceListener();
+
+    /// Gets the engine running ahead of startRecording(), which must follow: what is said in between goes before the
+    /// take's first samples, up to 0.3 seconds of it.
+    void openMicrophone();
+    void startRecording();
+    /// Ends the take. Blocks for a quarter of a second, so that the tail of the last word is in it.
+    /// Returns the take's WAV files (mono, 16 kHz, 32-bit float) in order; they are the caller's to delete. Empty when
+    /// nothing is worth transcribing.
+    std::vector<std::filesystem::path> stopRecording();
+
+    /// Throws the engine away and makes it anew, at once or after the sound system had time to settle.
+    void rebuildEngine(Rebuild when);
+
+    bool hasEngine() const { return m_engine != nullptr; }
+    bool isRecording() const { return m_take.isRecording(); }
+    /// Whether the default input is there and not built in.
+    bool isExternalInputActive() const;
+    std::optional<std::string> defaultInputDeviceName() const;
+
+    /// The level for display, 0 to 1: raw RMS by 0.15.
+    float currentRMS() const { return m_currentRms; }
+    /// Share of frames with speech in the last take that came as far as that test.
+    float speechRatio() const { return m_speechRatio; }
+
+    /// The first samples of a take have arrived.
+    void setOnReady(std::function<void()> handler) { m_onReady = std::move(handler); }
+    /// Three seconds of quiet in a take; once for each pause.
+    void setOnSilence(std::function<void()> handler) { m_onSilence = std::move(handler); }
+    /// Every buffer, whether a take runs or not. The handler must not block.
+    void setOnAudioBuffer(std::function<void(std::span<const float>)> handler);
+
+private:
+    using BufferHandler = std::function<void(std::span<const float>)>;
+
+    bool runEngine();
+    std::optional<std::string> startRebuiltEngine(const std::string& error);
+    void stopEngine();
+    void discardEngine();
+    void settleEngineAfterTake(bool deviceChanged);
+    void scheduleIdleStop();
+    void inputDeviceChanged();
+    void receive(std::span<const float> samples);
+    void postReady();
+    std::vector<std::filesystem::path> keep(TakeBuffer::Taken taken, double duration);
+    std::uint32_t defaultDeviceId() const;
+
+    AudioInput& m_input;
+    Clock& m_clock;
+    MainQueue& m_queue;
+    Config& m_config;
+    NotificationCenter& m_notifications;
+
+    double m_sampleRate = 44100; // hertz, of the input
+    std::uint32_t m_inputDeviceId = 0;
+    bool m_wasExternal;
+    bool m_toldMissingInput = false;
+    std::optional<double> m_startTime; // seconds of Clock::now()
+    float m_speechRatio = 1;
+    std::function<void()> m_onReady;
+    std::function<void()> m_onSilence;
+
+    // What the audio thread touches.
+    std::atomic<float> m_currentRms = 0;
+    std::atomic<unsigned> m_takeNumber = 0;
+    Guarded<std::shared_ptr<const BufferHandler>> m_onAudioBuffer;
+    Guarded<SilenceWatch> m_silence;
+    TakeBuffer m_take;
+
+    Timer m_idleStop;
+    Timer m_rebuild;
+    Lifetime m_lifetime;
+    std::unique_ptr<CaptureEngine> m_engine; // dies first: no tap call comes after
+};
+
+} // namespace fenlo

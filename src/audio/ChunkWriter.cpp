@@ -1,0 +1,61 @@
+#include "audio/ChunkWriter.h"
+
+#include "audio/Level.h"
+#include "audio/WavFile.h"
+#include "base/Files.h"
+
+#include <cmath>
+#include <new>
+
+namespace fenlo {
+
+namespace {
+constexpr double chunkRate = 16000; // hertz
+constexpr float targetPeak = 0.707F;
+constexpr float leastPeak = 0.001F;
+constexpr float leastGain = 1.05F;
+} // namespace
+
+std::vector<float> resampleForChunk(std::span<const float> samples, double sampleRate) {
+    if (std::abs(sampleRate - chunkRate) <= 1.0)
+        return {samples.begin(), samples.end()};
+    const double ratio = chunkRate / sampleRate;
+    std::vector<float> resampled(static_cast<std::size_t>(ratio * static_cast<double>(samples.size())));
+    for (std::size_t i = 0; i < resampled.size(); ++i) {
+        const double position = static_cast<double>(i) / ratio;
+        const auto index = static_cast<std::size_t>(position);
+        const auto fraction = static_cast<float>(position - static_cast<double>(index));
+        if (index + 1 < samples.size())
+            resampled[i] = (1 - fraction) * samples[index] + fraction * samples[index + 1];
+        else if (index < samples.size())
+            resampled[i] = samples[index];
+    }
+    return resampled;
+}
+
+void normalise(std::span<float> samples) {
+    const float loudest = peak(samples);
+    if (loudest <= leastPeak)
+        return;
+    const float gain = targetPeak / loudest;
+    if (gain <= leastGain)
+        return;
+    for (float& sample : samples)
+        sample *= gain;
+}
+
+std::optional<std::filesystem::path> writeChunk(std::span<const float> samples, double sampleRate) {
+    try {
+        std::vector<float> chunk = resampleForChunk(samples, sampleRate);
+        normalise(chunk);
+        const std::filesystem::path file = files::temporaryFile("", ".wav");
+        writeWav(file, chunk, static_cast<int>(chunkRate), WavEncoding::float32);
+        return file;
+    } catch (const WavFileError&) {
+        return {};
+    } catch (const std::bad_alloc&) {
+        return {};
+    }
+}
+
+} // namespace fenlo

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace fenlo {
+
+/// Writes samples as a chunk file: 16 kHz, mono, 32-bit float WAV in the temporary folder, readable by its owner only.
+/// Quiet samples are raised. Nothing is left behind when it fails.
+std::optional<std::filesystem::path> writeChunk(std::span<const float> samples, double sampleRate);
+
+/// Brings samples to 16 kHz by linear interpolation; at 16 kHz within one hertz they come back as they are.
+std::vector<float> resampleForChunk(std::span<const float> samples, double sampleRate);
+
+/// Raises quiet samples to a peak of 0.707. Never lowers, and leaves gains of 1.05 and less out.
+void normalise(std::span<float> samples);
+
+} // namespace fenlo

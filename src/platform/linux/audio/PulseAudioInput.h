@@ -1,0 +1,41 @@
+#pragma once
+
+#include "base/Lifetime.h"
+#include "platform/AudioInput.h"
+#include "platform/linux/audio/PulseDefaultSource.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace fenlo {
+
+class MainQueue;
+class PulseConnection;
+
+/// The inputs of a PulseAudio server (or PipeWire's). Without a server there is no device; one that comes later is
+/// noticed within a second.
+///
+/// Threads: main thread. Its engines may outlive it.
+class PulseAudioInput final : public AudioInput {
+public:
+    /// Waits for the server's first answer, up to a second.
+    explicit PulseAudioInput(MainQueue& queue);
+    ~PulseAudioInput() override;
+
+    std::unique_ptr<CaptureEngine> makeEngine() override;
+    std::optional<InputDevice> defaultDevice() const override;
+    void onDefaultDeviceChanged(std::function<void()> handler) override;
+
+private:
+    void tellHandlers();
+
+    MainQueue& m_queue;
+    std::vector<std::function<void()>> m_handlers;
+    std::shared_ptr<PulseConnection> m_connection;
+    Lifetime m_lifetime;
+    std::unique_ptr<PulseDefaultSource> m_source; // dies first: it calls back from the connection's thread
+};
+
+} // namespace fenlo
