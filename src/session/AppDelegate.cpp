@@ -31,15 +31,17 @@ bool isOnboarded() {
 AppDelegate::AppDelegate(AppServices services, AppHooks hooks)
     : m_services(services), m_hooks(std::move(hooks)), m_hotkey(services.keys, services.config.get().hotkey) {}
 
-bool AppDelegate::launch() {
-    if (!m_services.workspace.becomeOnlyInstance()) {
-        log("[Fenlo] Another instance is already running. Exiting.");
-        return false;
-    }
+bool AppDelegate::becomeOnlyInstance(Workspace& workspace) {
+    if (workspace.becomeOnlyInstance())
+        return true;
+    log("[Fenlo] Another instance is already running. Exiting.");
+    return false;
+}
+
+void AppDelegate::launch() {
     registerLoginItem();
     logAccountState();
     setUpApplication();
-    return true;
 }
 
 void AppDelegate::registerLoginItem() {

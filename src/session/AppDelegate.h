@@ -60,8 +60,10 @@ public:
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
 
-    /// False when the program must end, because another copy of it runs.
-    bool launch();
+    /// Comes before everything else, so that a second copy ends before it shows anything. False when it must end.
+    static bool becomeOnlyInstance(Workspace& workspace);
+
+    void launch();
     /// Called once, when the program is about to end.
     void willTerminate();
 

@@ -1,0 +1,149 @@
+// The composition root of the desktop program: makes one object of each service and hands them to each other.
+
+#include "app/Commands.h"
+#include "app/TerminationSignals.h"
+#include "Version.h"
+
+#include "audio/AudioRecorder.h"
+#include "base/Background.h"
+#include "base/Clock.h"
+#include "base/NotificationCenter.h"
+#include "platform/linux/audio/PulseAudioInput.h"
+#include "platform/linux/audio/PulseAudioOutput.h"
+#include "platform/linux/desktop/AtspiAccessibility.h"
+#include "platform/linux/desktop/X11KeyEvents.h"
+#include "platform/linux/desktop/X11Pasteboard.h"
+#include "platform/linux/desktop/X11Workspace.h"
+#include "platform/linux/net/CurlHttpClient.h"
+#include "platform/linux/secrets/SecretServiceStore.h"
+#include "session/AppDelegate.h"
+#include "session/ContextReader.h"
+#include "session/DictationSession.h"
+#include "session/TakePipeline.h"
+#include "session/TextInserter.h"
+#include "settings/Config.h"
+#include "settings/Deployment.h"
+#include "settings/Keychain.h"
+#include "shell/MenuBarController.h"
+#include "shell/OverlayWindow.h"
+#include "shell/Sounds.h"
+#include "speech/LocalTranscriber.h"
+#include "speech/Transcriber.h"
+#include "ui/QtMainQueue.h"
+#include "ui/QtPillWindow.h"
+#include "ui/QtResultCard.h"
+#include "ui/QtStatusItem.h"
+
+#include <QApplication>
+#include <cstdio>
+#include <cstdlib>
+
+namespace fenlo {
+
+namespace {
+
+/// The platform: everything that knows this desktop. Declared in the order in which one needs the other.
+struct Platform {
+    explicit Platform(MainQueue& queue) : keys(queue), accessibility(keys), audioInput(queue) {}
+
+    X11KeyEvents keys;
+    X11Pasteboard pasteboard;
+    AtspiAccessibility accessibility;
+    PulseAudioInput audioInput;
+    PulseAudioOutput audioOutput;
+    CurlHttpClient http;
+    SecretServiceStore secrets;
+    QtPillWindows pills;
+    QtResultCards cards;
+    QtStatusItem statusItem;
+};
+
+std::string displayName() {
+    const char* name = std::getenv("DISPLAY");
+    return name && *name ? std::string(" at ") + name : "";
+}
+
+TakeSteps takeSteps(Transcriber& transcriber) {
+    TakeSteps steps;
+    steps.transcribe = [&](const TranscribeRequest& request, std::stop_token stop) {
+        return transcriber.transcribe(request, stop);
+    };
+    steps.lastMeta = [&] { return transcriber.lastMeta(); };
+    steps.recordTranscription = [&](const std::string& text) { transcriber.recordTranscription(text); };
+    return steps;
+}
+
+MenuSources menuSources(AudioRecorder& recorder) {
+    MenuSources sources;
+    sources.version = version;
+    sources.hotkeyLabel = hotkeyLabel;
+    sources.inputDeviceName = [&] { return recorder.defaultInputDeviceName(); };
+    return sources;
+}
+
+} // namespace
+
+int runDesktopApp(int argc, char** argv) {
+    TerminationSignals::block();
+    // The toolkit would end the process without a word of help.
+    if (!X11Pasteboard().isConnected()) {
+        std::fprintf(stderr, "fenlo: no X display%s; start it from a desktop session, or see `fenlo doctor`\n", displayName().c_str());
+        return exitStatus::failed;
+    }
+    // Native Wayland clients can neither place nor raise windows; XWayland clients can.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "xcb;wayland");
+    QApplication application(argc, argv);
+    QApplication::setApplicationName("Fenlo");
+    QApplication::setApplicationVersion(version);
+    QApplication::setDesktopFileName("fenlo");
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    QtMainQueue mainQueue;
+    const TerminationSignals signals([&] { mainQueue.quit(); });
+    X11Workspace workspace(mainQueue);
+    if (!AppDelegate::becomeOnlyInstance(workspace))
+        return exitStatus::ok;
+
+    SystemClock clock;
+    Config config(Config::defaultFile(), clock);
+    const Deployment deployment = Deployment::load();
+    NotificationCenter notifications;
+    Platform platform(mainQueue);
+    Keychain keychain(platform.secrets);
+    ThreadBackground background;
+
+    AudioRecorder recorder(platform.audioInput, clock, mainQueue, config, notifications);
+    LocalTranscriber localTranscriber;
+    Transcriber transcriber(config, deployment, platform.http, keychain, localTranscriber, {}, {}, clock);
+    TakePipeline pipeline(config, takeSteps(transcriber));
+
+    ContextReader contextReader(workspace, platform.accessibility, platform.pasteboard, clock);
+    TextInserter inserter(platform.pasteboard, platform.keys, platform.accessibility, workspace, clock, mainQueue);
+    TonePlayer tones(platform.audioOutput, background);
+    OverlayWindow overlay({config, clock, mainQueue, platform.pills, platform.cards, platform.keys, workspace,
+                           [&](const std::string& text) { inserter.copyToClipboard(text); }});
+    MenuBarController menuBar(config, platform.statusItem, notifications, workspace, deployment, menuSources(recorder));
+
+    SessionHooks sessionHooks;
+    sessionHooks.warmConnection = [&] { transcriber.warmConnection(); };
+    DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder, contextReader,
+                              inserter, overlay, tones, menuBar, pipeline},
+                             std::move(sessionHooks));
+
+    AppHooks appHooks;
+    appHooks.terminate = [&] { mainQueue.quit(); };
+    appHooks.prepareTranscriber = [&](std::stop_token stop) { transcriber.setup(stop); };
+    AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility, workspace,
+                          keychain, recorder, overlay, menuBar, session},
+                         std::move(appHooks));
+
+    delegate.launch();
+    mainQueue.run();
+    delegate.willTerminate();
+    platform.secrets.close();
+    background.stop();
+    return exitStatus::ok;
+}
+
+} // namespace fenlo

@@ -1,0 +1,55 @@
+#include "app/Commands.h"
+#include "app/Diagnosis.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace fenlo {
+
+namespace {
+
+const char* mark(Diagnosis::State state) {
+    switch (state) {
+    case Diagnosis::State::works:
+        return "ok";
+    case Diagnosis::State::limited:
+        return "limited";
+    case Diagnosis::State::broken:
+        break;
+    }
+    return "broken";
+}
+
+void printForPeople(const std::vector<Diagnosis>& findings) {
+    for (const Diagnosis& found : findings) {
+        std::printf("%-8s %-16s %s\n", mark(found.state), found.subject.c_str(), found.finding.c_str());
+        if (!found.remedy.empty())
+            std::printf("%-8s %-16s → %s\n", "", "", found.remedy.c_str());
+    }
+}
+
+void printForPrograms(const std::vector<Diagnosis>& findings) {
+    auto list = nlohmann::ordered_json::array();
+    for (const Diagnosis& found : findings)
+        list.push_back({{"subject", found.subject},
+                        {"state", mark(found.state)},
+                        {"finding", found.finding},
+                        {"remedy", found.remedy}});
+    std::printf("%s\n", list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+}
+
+} // namespace
+
+int runDoctor(bool json) {
+    const std::vector<Diagnosis> findings = examine();
+    if (json)
+        printForPrograms(findings);
+    else
+        printForPeople(findings);
+    const bool broken = std::any_of(findings.begin(), findings.end(),
+                                    [](const Diagnosis& found) { return found.state == Diagnosis::State::broken; });
+    return broken ? exitStatus::failed : exitStatus::ok;
+}
+
+} // namespace fenlo

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <csignal>
+#include <functional>
+#include <thread>
+
+namespace fenlo {
+
+/// Turns SIGINT, SIGTERM and SIGHUP into calls, instead of the end of the process.
+///
+/// Threads: the handler runs on a thread of its own, for as long as this lives.
+class TerminationSignals {
+public:
+    /// Call before any other thread is made, so that all of them inherit the blocked signals.
+    static void block();
+
+    explicit TerminationSignals(std::function<void()> onSignal);
+
+private:
+    std::jthread m_waiter;
+};
+
+} // namespace fenlo

@@ -1,0 +1,388 @@
+#include "base/Files.h"
+#include "platform/KeyCodes.h"
+#include "session/DictationSession.h"
+#include "session/HotkeyListener.h"
+#include "session/TextInserter.h"
+#include "support/LogCapture.h"
+#include "support/SessionFixture.h"
+
+#include <gtest/gtest.h>
+
+using namespace fenlo;
+using test::SessionFixture;
+
+namespace {
+
+class Session : public SessionFixture {};
+
+} // namespace
+
+TEST_F(Session, HoldAndReleaseInsertsTheWords) {
+    transcript = "Hello there";
+    const test::LogCapture logged;
+    session.hotkeyPressed();
+    EXPECT_EQ(face(), IconFace::recording);
+    speak(2.0);
+    session.hotkeyReleased();
+    EXPECT_EQ(face(), IconFace::processing);
+    EXPECT_TRUE(session.isProcessing());
+    finish();
+
+    EXPECT_EQ(pasted(), std::vector<std::string>{"Hello there"});
+    EXPECT_EQ(records, (std::vector<std::string>{"Hello there"}));
+    EXPECT_EQ(syncs, 1);
+    EXPECT_EQ(face(), IconFace::idle);
+    EXPECT_FALSE(session.isProcessing());
+    EXPECT_EQ(session.lastText(), "Hello there");
+    EXPECT_EQ(warmed, 1);
+    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey pressed"));
+    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey released"));
+    EXPECT_TRUE(logged.contains("[Fenlo] Context: app=Mousepad bundle=org.xfce.mousepad selected=0chars existing=3chars clipboard=0chars"));
+}
+
+TEST_F(Session, ContextLineNamesWhatIsUnknown) {
+    workspace.front.reset();
+    accessibility.element.reset();
+    pasteboard.content = "clip";
+    const test::LogCapture logged;
+    session.hotkeyPressed();
+    EXPECT_TRUE(logged.contains("[Fenlo] Context: app=? bundle=? selected=0chars existing=0chars clipboard=4chars"));
+}
+
+TEST_F(Session, DurationRunsFromPressToRelease) {
+    transcript = "x";
+    session.hotkeyPressed();
+    speak(3.0);
+    session.hotkeyReleased();
+    finish();
+    ASSERT_EQ(durations.size(), 1u);
+    EXPECT_NEAR(durations[0], 3.0, 0.01);
+}
+
+TEST_F(Session, ASilentTakeEndsWithoutProcessing) {
+    session.hotkeyPressed();
+    mainQueue.advance(1);
+    session.hotkeyReleased();
+    EXPECT_FALSE(session.isProcessing());
+    EXPECT_EQ(background.pending(), 0u);
+    EXPECT_EQ(face(), IconFace::idle);
+    EXPECT_TRUE(records.empty());
+}
+
+TEST_F(Session, ToggleModeIgnoresReleasesAndEndsWithTheNextPress) {
+    config.update([](Settings& s) { s.continuousMode = true; });
+    transcript = "Toggled";
+    session.hotkeyPressed();
+    session.hotkeyReleased();
+    speak(1.0);
+    EXPECT_TRUE(session.isRecording());
+    session.hotkeyPressed();
+    EXPECT_TRUE(session.isProcessing());
+    session.hotkeyPressed(); // dropped while the take is processed
+    session.hotkeyReleased();
+    finish();
+    EXPECT_EQ(pasted(), std::vector<std::string>{"Toggled"});
+    EXPECT_FALSE(session.isRecording());
+}
+
+TEST_F(Session, APressDuringProcessingIsDroppedInHoldMode) {
+    transcript = "One";
+    take(1.0);
+    session.hotkeyPressed();
+    EXPECT_FALSE(session.isRecording());
+    session.hotkeyReleased();
+    finish();
+    EXPECT_EQ(pasted(), std::vector<std::string>{"One"});
+}
+
+TEST_F(Session, ChordDuringTake_LeavesNoTrace) {
+    session.hotkeyPressed();
+    speak(1.0);
+    tonesPlayed();
+    session.chordDetected();
+    EXPECT_FALSE(session.isRecording());
+    EXPECT_EQ(background.pending(), 0u);
+    session.hotkeyReleased();
+    mainQueue.advance(1);
+    EXPECT_TRUE(pasted().empty());
+    EXPECT_TRUE(records.empty());
+    EXPECT_EQ(tonesPlayed(), 0);
+    EXPECT_EQ(face(), IconFace::idle);
+
+    transcript = "Next";
+    take(1.0);
+    finish();
+    EXPECT_EQ(pasted(), std::vector<std::string>{"Next"});
+}
+
+TEST_F(Session, AMeetingBlocksDictation) {
+    meetingActive = true;
+    const test::LogCapture logged;
+    session.hotkeyPressed();
+    EXPECT_FALSE(session.isRecording());
+    EXPECT_TRUE(logged.contains("[Fenlo] Meeting active — normal dictation blocked"));
+    EXPECT_EQ(face(), IconFace::idle);
+}
+
+TEST_F(Session, TonesFollowTheLiveMicrophoneAndTheEnd) {
+    transcript = "x";
+    session.hotkeyPressed();
+    mainQueue.advance(0.5);
+    EXPECT_EQ(tonesPlayed(), 0) << "not before the microphone is live";
+    speak(1.0);
+    EXPECT_EQ(tonesPlayed(), 1);
+    session.hotkeyReleased();
+    finish();
+    EXPECT_EQ(tonesPlayed(), 1);
+
+    config.update([](Settings& s) { s.playSounds = false; });
+    take(1.0);
+    finish();
+    EXPECT_EQ(tonesPlayed(), 0);
+    config.update([](Settings& s) { s.playSounds = true, s.soundScheme = "none"; });
+    take(1.0);
+    finish();
+    EXPECT_EQ(tonesPlayed(), 0);
+}
+
+TEST_F(Session, SilenceToneDependsOnItsOwnSettingOnly) {
+    config.update([](Settings& s) { s.playSounds = false; });
+    session.silenceDetected();
+    EXPECT_EQ(tonesPlayed(), 0) << "no take runs";
+    session.hotkeyPressed();
+    session.silenceDetected();
+    EXPECT_EQ(tonesPlayed(), 1);
+    config.update([](Settings& s) { s.silenceNotification = false; });
+    session.silenceDetected();
+    EXPECT_EQ(tonesPlayed(), 0);
+}
+
+TEST_F(Session, AFailedRewriteInsertsTheRawTextAndBeepsInsteadOfTheEndTone) {
+    transcript = "raw words";
+    steps.rewrite = [](const std::string& text, auto&&...) { return Rewrite{text, false}; };
+    const test::LogCapture logged;
+    take(1.0);
+    tonesPlayed();
+    finish();
+    EXPECT_EQ(pasted(), std::vector<std::string>{"raw words"});
+    EXPECT_EQ(tonesPlayed(), 1);
+    EXPECT_TRUE(logged.contains("[Fenlo] AI command fell back to raw transcription — user notified via sound"));
+    EXPECT_EQ(records.size(), 1u);
+}
+
+TEST_F(Session, ATranscriptionErrorIsSilentAndTheNextTakeWorks) {
+    transcriptionFails = true;
+    take(1.0);
+    tonesPlayed();
+    finish();
+    EXPECT_TRUE(pasted().empty());
+    EXPECT_TRUE(records.empty());
+    EXPECT_EQ(tonesPlayed(), 0);
+    EXPECT_FALSE(session.isProcessing());
+    transcriptionFails = false;
+    transcript = "Again";
+    take(1.0);
+    finish();
+    EXPECT_EQ(pasted(), std::vector<std::string>{"Again"});
+}
+
+TEST_F(Session, CancellingFreesTheSessionAtOnceAndDropsTheWords) {
+    transcript = "Lost";
+    take(1.0);
+    const test::LogCapture logged;
+    session.cancelProcessing();
+    EXPECT_FALSE(session.isProcessing());
+    EXPECT_EQ(face(), IconFace::idle);
+    finish();
+    EXPECT_TRUE(pasted().empty());
+    EXPECT_TRUE(logged.contains("[Fenlo] Cancelled by user"));
+    EXPECT_TRUE(logged.contains("[Fenlo] Discarding result (cancelled)"));
+}
+
+TEST_F(Session, ACancelDuringTheRewriteStillPastes) {
+    transcript = "too late";
+    steps.rewrite = [this](const std::string& text, auto&&...) {
+        session.cancelProcessing();
+        return Rewrite{text, true};
+    };
+    take(1.0);
+    finish();
+    EXPECT_EQ(pasted(), std::vector<std::string>{"too late"});
+}
+
+TEST_F(Session, VoiceActionsPressTheirKeys) {
+    transcript = "Something to copy";
+    take(1.0);
+    finish();
+    keys.posted.clear();
+    steps.processVoiceCommands = [](auto&&...) {
+        return VoiceCommandResult{"", {"undo", "select_all", "copy_last", "dance"}};
+    };
+    take(1.0);
+    finish();
+    using Posted = test::FakeKeyEvents::Posted;
+    EXPECT_EQ(keys.posted, (std::vector<Posted>{{key::x, mask::command, KeyDirection::down},
+                                                {key::x, mask::command, KeyDirection::up},
+                                                {key::a, mask::command, KeyDirection::down},
+                                                {key::a, mask::command, KeyDirection::up}}));
+    EXPECT_EQ(pasteboard.content, "Something to copy");
+    EXPECT_EQ(records.back(), "(command)");
+    EXPECT_EQ(session.lastText(), "Something to copy") << "nothing was inserted";
+}
+
+TEST_F(Session, ACorrectionSelectsTheLastTextAndPastesOverIt) {
+    transcript = "Meet in Łódź 👍🏽 today.";
+    take(1.0);
+    finish();
+    mainQueue.advance(1.2);
+    keys.posted.clear();
+    transcript = "I meant Paris";
+    take(1.0);
+    tonesPlayed();
+    background.runAll();
+    mainQueue.runPosted();
+    EXPECT_EQ(keys.posted.size(), 2u * 22u) << "one Shift-Left for each character as people count them";
+    EXPECT_EQ(keys.posted.front(), (test::FakeKeyEvents::Posted{key::arrowLeft, mask::shift, KeyDirection::down}));
+    EXPECT_EQ(pasted().size(), 1u) << "the paste waits for the selection";
+    mainQueue.advance(0.06);
+    EXPECT_EQ(pasted().back(), "Meet in Łódź 👍🏽 Paris.");
+    EXPECT_EQ(records.back(), "(correction) Meet in Łódź 👍🏽 Paris.");
+    EXPECT_EQ(tonesPlayed(), 1);
+
+    mainQueue.advance(1.2);
+    transcript = "I meant London"; // the window runs again from the correction
+    take(1.0);
+    finish();
+    mainQueue.advance(0.06);
+    EXPECT_EQ(pasted().back(), "Meet in Łódź 👍🏽 London.");
+}
+
+TEST_F(Session, ACorrectionAfterFiveSecondsIsPlainDictation) {
+    transcript = "Meet in London";
+    take(1.0);
+    finish();
+    mainQueue.advance(5.0);
+    transcript = "I meant Paris";
+    take(1.0);
+    finish();
+    EXPECT_EQ(pasted().back(), "I meant Paris");
+}
+
+TEST_F(Session, ASnippetIsInsertedAndLeavesTheLastTextAlone) {
+    steps.matchSnippet = [](const std::string&) { return "Kind regards"; };
+    transcript = "insert sig";
+    take(1.0);
+    finish();
+    EXPECT_EQ(pasted(), std::vector<std::string>{"Kind regards"});
+    EXPECT_EQ(records, std::vector<std::string>{"Kind regards"});
+    EXPECT_EQ(session.lastText(), "");
+}
+
+class CommandMode : public Session {
+protected:
+    void command(const std::string& instruction) {
+        transcript = instruction;
+        session.hotkeyPressed();
+        speak(1.0);
+        session.commandActivated();
+        mainQueue.advance(0.36);
+        session.hotkeyReleased();
+        finish();
+    }
+};
+
+TEST_F(CommandMode, CapturesASelectionThatAccessibilityHides) {
+    pasteboard.content = "before";
+    keys.onPost = [this](const auto& posted) {
+        if (posted.keyCode == key::c && posted.direction == KeyDirection::down)
+            pasteboard.content = "selected words";
+    };
+    std::string selection;
+    steps.runAICommand = [&](const std::string&, const FocusContext& context, std::stop_token) {
+        selection = context.selectedText;
+        return "answer";
+    };
+    const test::LogCapture logged;
+    command("make it formal");
+    EXPECT_EQ(selection, "selected words");
+    EXPECT_TRUE(logged.contains("[Fenlo] Switched to AI command mode"));
+    EXPECT_TRUE(logged.contains("[Fenlo] Command mode clipboard: copied=14chars different=true selectedEmpty=true"));
+    EXPECT_TRUE(logged.contains("[Fenlo] Command mode: captured selection (14 chars)"));
+    EXPECT_EQ(pasted(), std::vector<std::string>{"answer"});
+    mainQueue.advance(1.1);
+    EXPECT_EQ(pasteboard.content, "before");
+    EXPECT_EQ(records, std::vector<std::string>{"AI: answer"});
+    EXPECT_EQ(session.lastText(), "answer");
+}
+
+TEST_F(CommandMode, AnUnchangedClipboardIsNoSelectionAndAnEmptyOneKeepsTheCopy) {
+    pasteboard.content = "before";
+    const test::LogCapture logged;
+    session.hotkeyPressed();
+    session.commandActivated();
+    mainQueue.advance(0.36);
+    EXPECT_TRUE(logged.contains("[Fenlo] Command mode clipboard: copied=6chars different=false selectedEmpty=true"));
+    session.chordDetected();
+
+    pasteboard.content.reset();
+    keys.onPost = [this](const auto&) { pasteboard.content = "copied"; };
+    session.hotkeyPressed();
+    session.commandActivated();
+    mainQueue.advance(0.36);
+    EXPECT_EQ(pasteboard.content, "copied");
+}
+
+TEST_F(CommandMode, WithoutATextFieldTheAnswerIsShown) {
+    accessibility.element.reset();
+    steps.runAICommand = [](auto&&...) { return "see https://example.org"; };
+    pasteboard.content = "mine";
+    command("what did I say");
+    EXPECT_TRUE(pasted().empty());
+    EXPECT_EQ(shownResult(), "see https://example.org");
+    EXPECT_EQ(pasteboard.content, "mine");
+}
+
+TEST_F(CommandMode, WithoutAnAnswerTheRawTextIsInsertedAndNotRecorded) {
+    const test::LogCapture logged;
+    command("make it formal");
+    EXPECT_EQ(pasted(), std::vector<std::string>{"make it formal"});
+    EXPECT_TRUE(records.empty());
+    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: AI Command failed, inserting raw text"));
+}
+
+TEST_F(CommandMode, NeedsARunningTakeAndEndsWithTheNextPress) {
+    session.commandActivated();
+    EXPECT_TRUE(keys.posted.empty());
+    command("one");
+    transcript = "plain";
+    const test::LogCapture logged;
+    take(1.0);
+    finish();
+    EXPECT_FALSE(logged.containsPrefix("[Fenlo] AI Command"));
+}
+
+TEST_F(Session, AnExternalInputWarmsUpBeforeItCounts) {
+    useExternalInput();
+    transcript = "x";
+    session.hotkeyPressed();
+    mainQueue.advance(1.5); // the device wakes
+    EXPECT_EQ(pillText(), "Warming up");
+    speak(2.0);
+    EXPECT_NE(pillText(), "Warming up");
+    session.hotkeyReleased();
+    finish();
+    ASSERT_EQ(durations.size(), 1u);
+    EXPECT_NEAR(durations[0], 2.0, 0.2) << "the time the device took to wake is no speech";
+}
+
+TEST_F(Session, WithoutTheOverlayNothingIsShown) {
+    config.update([](Settings& s) { s.showOverlay = false; });
+    transcript = "x";
+    session.hotkeyPressed();
+    speak(1.0);
+    EXPECT_EQ(pillText(), "");
+    session.hotkeyReleased();
+    EXPECT_EQ(pillText(), "");
+    finish();
+    EXPECT_EQ(pasted().size(), 1u);
+}

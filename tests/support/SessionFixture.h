@@ -1,0 +1,92 @@
+#pragma once
+
+#include "audio/AudioRecorder.h"
+#include "base/Files.h"
+#include "base/NotificationCenter.h"
+#include "session/ContextReader.h"
+#include "session/DictationSession.h"
+#include "session/TakePipeline.h"
+#include "session/TextInserter.h"
+#include "settings/Config.h"
+#include "settings/Deployment.h"
+#include "shell/MenuBarController.h"
+#include "shell/OverlayWindow.h"
+#include "shell/Sounds.h"
+#include "support/FakeAudio.h"
+#include "support/FakeDesktop.h"
+#include "support/FakeKeyEvents.h"
+#include "support/FakeShell.h"
+#include "support/VirtualTime.h"
+
+#include <gtest/gtest.h>
+
+namespace fenlo::test {
+
+/// A whole session on virtual time: the real recorder, overlay, menu, inserter and pipeline over fake ports, and a
+/// recogniser that answers `transcript`.
+class SessionFixture : public ::testing::Test {
+protected:
+    SessionFixture();
+
+    /// The microphone delivers speech for so long.
+    void speak(double seconds);
+    /// A whole hold-and-release take with speech; its words are on their way afterwards.
+    void take(double seconds);
+    /// Lets the workers and the main thread do all they have.
+    void finish();
+
+    std::vector<std::string> pasted() const;
+    IconFace face() const { return statusItem.face; }
+    /// How many tones were played since the last call.
+    int tonesPlayed();
+    /// The texts of the pill that is shown; empty when none is.
+    std::string pillText();
+    std::string shownResult() const;
+    void useExternalInput();
+
+    VirtualClock clock;
+    VirtualMainQueue mainQueue{clock};
+    ManualBackground background;
+    NotificationCenter notifications;
+    Config config{std::filesystem::temp_directory_path() / files::makeUuid() / "config.json", clock};
+    Deployment deployment = Deployment::load();
+
+    FakeKeyEvents keys;
+    FakePasteboard pasteboard;
+    FakeAccessibility accessibility;
+    FakeWorkspace workspace;
+    FakeAudioInput audioInput;
+    FakeAudioOutput audioOutput;
+    FakePillWindows pills;
+    FakeResultCards cards;
+    FakeStatusItem statusItem;
+
+    TakeSteps steps; // later changes take effect
+    std::string transcript;
+    bool transcriptionFails = false;
+    bool meetingActive = false;
+    std::vector<std::string> records;
+    std::vector<double> durations;
+    int syncs = 0;
+    int warmed = 0;
+
+    AudioRecorder recorder{audioInput, clock, mainQueue, config, notifications};
+    ContextReader contextReader{workspace, accessibility, pasteboard, clock};
+    TextInserter inserter{pasteboard, keys, accessibility, workspace, clock, mainQueue};
+    TonePlayer tones{audioOutput, background};
+    OverlayWindow overlay{{config, clock, mainQueue, pills, cards, keys, workspace,
+                           [this](const std::string& text) { inserter.copyToClipboard(text); }}};
+    MenuBarController menuBar{config, statusItem, notifications, workspace, deployment, {}};
+    TakePipeline pipeline{config, forwardingSteps()};
+    DictationSession session{{config, clock, mainQueue, background, keys, pasteboard, recorder, contextReader, inserter, overlay,
+                              tones, menuBar, pipeline},
+                             hooks()};
+
+private:
+    TakeSteps forwardingSteps();
+    SessionHooks hooks();
+
+    std::size_t m_tonesSeen = 0;
+};
+
+} // namespace fenlo::test
