@@ -23,8 +23,9 @@ def start_server(log):
 
 def kill_server():
     """Ends the session's sound server the hard way, as a crash would."""
-    pid = int(Path(os.environ["XDG_RUNTIME_DIR"], "pulse", "pid").read_text())
-    os.kill(pid, signal.SIGKILL)
+    pid_file = Path(os.environ["XDG_RUNTIME_DIR"], "pulse", "pid")
+    os.kill(int(pid_file.read_text()), signal.SIGKILL)
+    pid_file.unlink()  # the dead server may stay a zombie, which its successor would take for a running one
     wait_for(lambda: not processes.succeeds(["pactl", "info"]), "the sound server's end")
 
 

@@ -1,0 +1,74 @@
+"""The applications that are dictated into."""
+
+import os
+import signal
+import subprocess
+
+from . import desktop, processes
+from .waiting import wait_for
+
+
+class _Target:
+    """A program with one window, brought to the front."""
+
+    def __init__(self, command):
+        self.process = processes.start(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.window = wait_for(lambda: desktop.windows_of(self.process.pid), f"a window of {command[0]}")[0]
+        self.activate()
+
+    def activate(self):
+        desktop.activate(self.window)
+
+    def freeze(self):
+        os.kill(self.process.pid, signal.SIGSTOP)
+
+    def thaw(self):
+        os.kill(self.process.pid, signal.SIGCONT)
+
+    def close(self):
+        processes.end(self.process)
+
+
+class Editor(_Target):
+    """A text editor with an open file."""
+
+    def __init__(self, folder, text=""):
+        self._file = folder / "note.txt"
+        self._file.write_text(text)
+        super().__init__(["mousepad", "--disable-server", self._file])
+
+    def text(self):
+        """What stands in the editor. Saves it, so no modifier may be held."""
+        desktop.press("Control_R+s")
+        return self._file.read_text()
+
+    def wait_for_text(self, expected):
+        last = None
+
+        def shows():
+            nonlocal last
+            last = self.text()
+            return last == expected
+
+        try:
+            wait_for(shows, f"the editor to hold {_short(expected)}")
+        except AssertionError as fault:
+            raise AssertionError(f"{fault}; it holds {_short(last)}") from None
+
+
+class Terminal(_Target):
+    """A terminal emulator whose program writes down each line that is typed."""
+
+    def __init__(self, folder):
+        self._file = folder / "typed.txt"
+        super().__init__(["xterm", "-fa", "DejaVu Sans Mono", "-fs", "12", "-e", f"cat > '{self._file}'"])
+        wait_for(self._file.exists, "the program in the terminal")
+
+    def wait_for_text(self, expected):
+        """Ends the line and compares what was typed."""
+        desktop.press("Return")
+        wait_for(lambda: self._file.read_text() == expected + "\n", f"the terminal to hold {_short(expected)}")
+
+
+def _short(text):
+    return repr(text) if len(text) < 200 else f"{text[:60]!r}… ({len(text)} characters)"
