@@ -16,7 +16,7 @@ class Fenlo:
     def __init__(self, program, folder, recogniser, settings=None, environment=None):
         self._program = program
         self.home = folder / "home"
-        self._log = self.home / ".local/state/fenlo/Fenlo.log"
+        self.log_file = self.home / ".local/state/fenlo/Fenlo.log"
         self._errors = open(folder / "fenlo.stderr", "a+")
         self._prepare_home(settings or {})
         deployment = folder / "deployment.json"
@@ -33,7 +33,7 @@ class Fenlo:
 
     def log(self):
         """The lines of the log so far."""
-        return self._log.read_text(errors="replace").splitlines() if self._log.exists() else []
+        return self.log_file.read_text(errors="replace").splitlines() if self.log_file.exists() else []
 
     def mark(self):
         """A place in the log, to look only at what comes after it."""
