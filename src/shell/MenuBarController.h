@@ -58,10 +58,10 @@ public:
     void emailHelp();
 
 private:
-    std::vector<MenuItem> items();
     std::string dictationLine() const;
     std::string todayLine() const;
     std::string totalLine() const;
+    bool isWorkMode() const;
     std::string modeLine() const;
     std::string inputLine() const;
     void setMicMode(const char* mode);

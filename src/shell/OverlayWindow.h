@@ -3,6 +3,7 @@
 #include "base/Lifetime.h"
 #include "base/MainQueue.h"
 #include "platform/KeyEvents.h"
+#include "platform/ResultCard.h"
 #include "shell/PillContent.h"
 
 #include <functional>
@@ -14,10 +15,6 @@ namespace fenlo {
 
 class Clock;
 class Config;
-class PillWindow;
-class PillWindows;
-class ResultCard;
-class ResultCards;
 class Workspace;
 
 /// What the overlay works with. All outlive it.
@@ -66,16 +63,19 @@ private:
     void enqueue(Task task);
 
     std::string applicationLabel(const std::string& appName) const;
-    void open(Mode mode, PillContent content, double width);
+    void setProcessing(std::string displayText, Colour textColour);
+    void open(Mode mode, PillContent content, double extraWidth);
     void draw();
+    double widthToFit() const;
+    void resize(double width, double seconds);
     void tick();
     void pulse();
     void offerCancel();
-    void grow(double width, double seconds);
-    void openCard(const std::string& text);
-    void close();
+    ResultCardContent cardContent(const std::string& text);
+    void dropWindows();
 
     OverlayServices m_services;
+    MeasureText m_measure;
     Mode m_mode = Mode::hidden;
     std::unique_ptr<PillWindow> m_pill;
     std::unique_ptr<ResultCard> m_card;

@@ -31,11 +31,17 @@ struct PillLayout {
     double end = 0; // points from the left edge to where the last element ends
 };
 
+namespace badge {
+inline constexpr char command[] = "AI";
+inline constexpr char replace[] = "Replace";
+inline constexpr char offline[] = "Offline Mode";
+} // namespace badge
+
 using MeasureText = std::function<double(const std::string& text, PillFont font)>;
 
 PillLayout layOut(const PillContent& content, const MeasureText& measure);
 
-/// The room that a badge takes in the pill, its separator included.
+/// The room that a badge takes in the pill, its separator included; none for an empty one.
 double badgeWidth(const std::string& badge, const MeasureText& measure);
 
 } // namespace fenlo

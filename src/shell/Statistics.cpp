@@ -1,0 +1,36 @@
+#include "shell/Statistics.h"
+
+#include "base/Text.h"
+
+namespace fenlo {
+
+namespace {
+
+constexpr double typedWordsPerMinute = 40.0;
+constexpr double minutesPerHour = 60;
+constexpr double minutesPerDay = 1440;
+
+double savedMinutes(std::int64_t words, double seconds) {
+    return static_cast<double>(words) / typedWordsPerMinute - seconds / 60.0;
+}
+
+std::string minutesText(double minutes) {
+    if (minutes < 1)
+        return "0 min";
+    if (minutes >= minutesPerHour)
+        return text::fixed(minutes / minutesPerHour, 1) + " hrs";
+    return std::to_string(static_cast<std::int64_t>(minutes)) + " min";
+}
+
+} // namespace
+
+std::string savedTimeText(std::int64_t words, double seconds) {
+    return minutesText(savedMinutes(words, seconds));
+}
+
+std::string allTimeSavedTimeText(std::int64_t words, double seconds) {
+    const double minutes = savedMinutes(words, seconds);
+    return minutes >= minutesPerDay ? text::fixed(minutes / minutesPerDay, 1) + " days" : minutesText(minutes);
+}
+
+} // namespace fenlo
