@@ -94,7 +94,8 @@ int runDictate(const DictateOptions& options) {
     listener.onChunk = [](int index, int total) { std::fprintf(stderr, "Transcribing %d/%d...\n", index, total); };
     listener.situation = [&] {
         TakeSituation situation;
-        situation.context = FocusContext{.appName = options.application, .appBundleId = options.application};
+        situation.context.emplace();
+        situation.context->appName = situation.context->appBundleId = options.application;
         return situation;
     };
     const TakeOutcome result = TakePipeline(config, std::move(steps)).run(take, listener, interruption.get_token());

@@ -17,6 +17,7 @@ namespace fenlo {
 
 namespace {
 
+constexpr char accessibilityGranted[] = "[Fenlo] Accessibility granted. Hotkey listener active.";
 constexpr double accessibilityPoll = 3.0;    // seconds
 constexpr double microphoneCheckDelay = 1.0; // seconds after set-up
 constexpr double heartbeatInterval = 21600;  // seconds
@@ -115,16 +116,15 @@ void AppDelegate::observeNotifications() {
 void AppDelegate::checkAccessibility() {
     // Announces assistive technology too, without which some applications publish no controls.
     m_services.accessibility.request();
-    constexpr char granted[] = "[Fenlo] Accessibility granted. Hotkey listener active.";
     if (m_services.accessibility.trusted()) {
-        log(granted);
+        log(accessibilityGranted);
         return;
     }
     log("[Fenlo] Accessibility not granted — requesting...");
     m_accessibilityTimer = m_services.mainQueue.every(accessibilityPoll, [this] {
         if (!m_services.accessibility.trusted())
             return;
-        log(granted);
+        log(accessibilityGranted);
         m_hotkey.start(); // the key-down stream can be had only now
         m_accessibilityTimer.cancel();
     });

@@ -30,7 +30,7 @@ constexpr float silenceToneVolume = 0.06f;
 constexpr double clipboardReadLimit = 0.15;
 constexpr std::size_t minimumSelection = 2; // characters; a single one is no selection to replace
 
-const char* text(bool value) {
+const char* trueOrFalse(bool value) {
     return value ? "true" : "false";
 }
 
@@ -145,7 +145,7 @@ void DictationSession::captureSelection(const std::optional<std::string>& rememb
     const bool different = copied != remembered.value_or("");
     const bool selectedEmpty = !m_capturedContext || m_capturedContext->selectedText.empty();
     log("[Fenlo] Command mode clipboard: copied=" + std::to_string(text::characterCount(copied)) +
-        "chars different=" + text(different) + " selectedEmpty=" + text(selectedEmpty));
+        "chars different=" + trueOrFalse(different) + " selectedEmpty=" + trueOrFalse(selectedEmpty));
     if (!copied.empty() && different && m_capturedContext && selectedEmpty) {
         m_capturedContext->selectedText = copied;
         log("[Fenlo] Command mode: captured selection (" + std::to_string(text::characterCount(copied)) + " chars)");

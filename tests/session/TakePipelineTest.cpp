@@ -24,7 +24,8 @@ protected:
         listener.isCancelled = [this] { return cancelled; };
         listener.onChunk = [this](int index, int total) { progress.push_back(std::to_string(index) + "/" + std::to_string(total)); };
         listener.situation = [this] { return situation; };
-        situation.context = FocusContext{.appName = "Mousepad", .appBundleId = "org.xfce.mousepad"};
+        situation.context.emplace();
+        situation.context->appBundleId = "org.xfce.mousepad";
     }
 
     TakeOutcome run(std::vector<std::string> chunkTranscripts, std::size_t chunks = 0) {
