@@ -115,7 +115,11 @@ LoopbackServer::~LoopbackServer() {
 }
 
 int LoopbackServer::connections() const {
-    return m_open.with([](const Open& open) { return open.count; });
+    return m_open.with([](const Open& open) { return open.connections; });
+}
+
+int LoopbackServer::answers() const {
+    return m_open.with([](const Open& open) { return open.answers; });
 }
 
 void LoopbackServer::accept() {
@@ -127,7 +131,7 @@ void LoopbackServer::accept() {
         ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         const int number = m_open.with([&](Open& open) {
             open.sockets.push_back(socket);
-            return ++open.count;
+            return ++open.connections;
         });
         m_connections.emplace_back([=, this](std::stop_token stop) { serve(socket, number, stop); });
     }
@@ -140,7 +144,10 @@ void LoopbackServer::serve(int socket, int number, std::stop_token stop) {
         request->connection = number;
         request->reused = std::exchange(reused, true);
         const WireAnswer answer = m_handler(*request, stop);
-        if (!sendAll(socket, answer.bytes) || answer.closes)
+        if (!sendAll(socket, answer.bytes))
+            break;
+        m_open.with([](Open& open) { ++open.answers; });
+        if (answer.closes)
             break;
     }
     m_open.with([&](Open& open) {

@@ -51,10 +51,12 @@ public:
     std::uint16_t port() const { return m_port; }
     std::string url() const { return "http://127.0.0.1:" + std::to_string(m_port); }
     int connections() const; // so far
+    int answers() const;     // sent so far
 
 private:
     struct Open {
-        int count = 0;
+        int connections = 0;
+        int answers = 0;
         std::list<int> sockets;
     };
 

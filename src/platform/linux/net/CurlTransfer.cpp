@@ -198,7 +198,7 @@ void CurlTransfer::end(CURLcode result) {
     if (onEnd)
         onEnd(result == CURLE_OK);
     if (result != CURLE_OK) {
-        m_outcome.set_exception(std::make_exception_ptr(explain(result)));
+        m_outcome.set_value(explain(result));
         return;
     }
     long status = 0;
@@ -210,11 +210,18 @@ void CurlTransfer::end(CURLcode result) {
 void CurlTransfer::endAsCancelled() {
     if (onEnd)
         onEnd(false);
-    m_outcome.set_exception(std::make_exception_ptr(
-        HttpError(HttpError::Kind::cancelled, "the request to " + m_host.label + " was cancelled")));
+    m_outcome.set_value(Fault{HttpError::Kind::cancelled, "the request to " + m_host.label + " was cancelled"});
 }
 
-HttpError CurlTransfer::explain(CURLcode result) const {
+HttpResponse CurlTransfer::wait() {
+    auto outcome = m_outcome.get_future().get();
+    // Thrown here, on the sender's thread: an exception must not be shared with the network's.
+    if (const Fault* fault = std::get_if<Fault>(&outcome))
+        throw HttpError(fault->kind, fault->message);
+    return std::get<HttpResponse>(std::move(outcome));
+}
+
+CurlTransfer::Fault CurlTransfer::explain(CURLcode result) const {
     using Kind = HttpError::Kind;
     const std::string& host = m_host.label;
     if (m_tooLarge)

@@ -9,6 +9,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <variant>
 
 namespace fenlo {
 
@@ -32,12 +33,16 @@ public:
     void endAsCancelled();
 
     /// Blocks until the end. Throws HttpError.
-    HttpResponse wait() { return m_outcome.get_future().get(); }
+    HttpResponse wait();
 
     /// Called on the network thread right before the end; true when an answer came.
     std::function<void(bool answered)> onEnd;
 
 private:
+    struct Fault {
+        HttpError::Kind kind;
+        std::string message;
+    };
     using Easy = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
     using HeaderList = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
 
@@ -46,7 +51,7 @@ private:
     void setUpHeaders();
     void setUpCallbacks();
     void addHeader(const std::string& line);
-    HttpError explain(CURLcode result) const;
+    Fault explain(CURLcode result) const;
 
     bool takeBody(std::string_view bytes);
     bool takeHeader(std::string_view line);
@@ -62,7 +67,7 @@ private:
     std::size_t m_told = 0;
     bool m_tooLarge = false;
     std::atomic<bool> m_cancelled = false;
-    std::promise<HttpResponse> m_outcome;
+    std::promise<std::variant<HttpResponse, Fault>> m_outcome;
 };
 
 } // namespace fenlo
