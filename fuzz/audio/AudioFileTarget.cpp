@@ -1,0 +1,46 @@
+// Reading audio files: whatever the bytes, the reader ends with an error or with finite samples, and what it read can
+// be tested, prepared and written.
+
+#include "audio/AudioFile.h"
+#include "audio/ClipPreparation.h"
+#include "audio/SpeechTest.h"
+#include "base/Files.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+
+using namespace fenlo;
+
+namespace {
+
+void require(bool condition) {
+    if (!condition)
+        std::abort();
+}
+
+void check(const std::filesystem::path& file, ChannelMix mix) {
+    try {
+        const AudioSamples audio = readSoundFile(file, mix);
+        require(audio.sampleRate > 0);
+        for (const float sample : audio.mono)
+            require(std::isfinite(sample));
+        testSpeech(audio.mono, static_cast<double>(audio.mono.size()) / audio.sampleRate);
+    } catch (const AudioFileError&) {
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const std::filesystem::path file = files::temporaryFile("fuzz-", ".audio");
+    std::ofstream(file, std::ios::binary)
+        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    check(file, ChannelMix::first);
+    check(file, ChannelMix::average);
+    const auto prepared = prepareClip(file);
+    removePreparedClip(prepared, file);
+    require(std::filesystem::exists(file));
+    return 0;
+}
