@@ -79,16 +79,16 @@ private:
     using BufferHandler = std::function<void(std::span<const float>)>;
 
     bool runEngine();
-    std::optional<std::string> startRebuiltEngine(const std::string& error);
+    bool startEngine();
     void stopEngine();
     void discardEngine();
-    void settleEngineAfterTake(bool deviceChanged);
+    void engineAfterTake(bool deviceChanged);
     void scheduleIdleStop();
     void inputDeviceChanged();
-    void receive(std::span<const float> samples);
-    void postReady();
-    std::vector<std::filesystem::path> keep(TakeBuffer::Taken taken, double duration);
+    bool passesSpeechTest(std::span<const float> samples, double duration);
     std::uint32_t defaultDeviceId() const;
+
+    void receive(std::span<const float> samples); // the tap
 
     AudioInput& m_input;
     Clock& m_clock;

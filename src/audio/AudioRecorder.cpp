@@ -1,0 +1,269 @@
+#include "audio/AudioRecorder.h"
+
+#include "audio/ChunkWriter.h"
+#include "audio/Level.h"
+#include "audio/SpeechTest.h"
+#include "base/Clock.h"
+#include "base/Log.h"
+#include "base/NotificationCenter.h"
+#include "base/Text.h"
+#include "settings/Config.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace fenlo {
+
+namespace {
+
+constexpr std::size_t tapFrames = 4096;
+constexpr double missingInputRetry = 0.5; // seconds, like all delays here
+constexpr double settleDelay = 0.3;
+constexpr double idleStopDelay = 60.0;
+constexpr double tailOfLastWord = 0.25;
+constexpr float fullScaleRms = 0.15F; // what the level display shows as 1
+
+std::string kilobytes(const std::vector<std::filesystem::path>& files) {
+    std::uintmax_t total = 0;
+    for (const auto& file : files) {
+        std::error_code error;
+        const std::uintmax_t size = std::filesystem::file_size(file, error);
+        total += error ? 0 : size;
+    }
+    return std::to_string(total / 1024);
+}
+
+} // namespace
+
+AudioRecorder::AudioRecorder(AudioInput& input, Clock& clock, MainQueue& queue, Config& config,
+                             NotificationCenter& notifications)
+    : m_input(input), m_clock(clock), m_queue(queue), m_config(config), m_notifications(notifications),
+      m_wasExternal(isExternalInputActive()) {}
+
+AudioRecorder::~AudioRecorder() = default;
+
+void AudioRecorder::warmUp() {
+    auto engine = m_input.makeEngine();
+    const InputFormat format = engine->format();
+    const std::string rate = text::fixed(format.sampleRate, 0);
+    const std::string channels = std::to_string(format.channels);
+    if (format.sampleRate <= 0 || format.channels == 0) {
+        // It is tried again until an input is there; one line is enough for that.
+        if (!std::exchange(m_toldMissingInput, true))
+            log("[Fenlo] ERROR: Audio engine setup skipped: invalid format (rate=" + rate + ", ch=" + channels + ")");
+        m_rebuild = m_queue.postAfter(missingInputRetry, [this] { rebuildEngine(Rebuild::delayed); });
+        return;
+    }
+    m_rebuild.cancel(); // a second engine must not take the place of this one in mid-take
+    m_toldMissingInput = false;
+    m_engine.reset();
+    m_sampleRate = format.sampleRate;
+    m_take.setSampleRate(m_sampleRate);
+    m_inputDeviceId = defaultDeviceId();
+    m_engine = std::move(engine);
+    m_engine->installTap(tapFrames, [this](std::span<const float> samples) { receive(samples); });
+    if (const auto error = m_engine->start())
+        log("[Fenlo] Audio engine warmup skipped for this device: " + *error);
+    stopEngine();
+    log("[Fenlo] Audio engine prepared at " + rate + "Hz, " + channels +
+        "ch, device=" + std::to_string(m_inputDeviceId));
+}
+
+void AudioRecorder::registerDeviceListener() {
+    m_input.onDefaultDeviceChanged(m_lifetime.bind([this] { inputDeviceChanged(); }));
+}
+
+void AudioRecorder::openMicrophone() {
+    runEngine();
+}
+
+void AudioRecorder::startRecording() {
+    if (!runEngine())
+        return;
+    ++m_takeNumber;
+    m_silence.with([](SilenceWatch& watch) { watch = {}; });
+    m_take.begin();
+    m_startTime = m_clock.now();
+    log("[Fenlo] Recording at " + text::fixed(m_sampleRate, 0) + "Hz, device=" + std::to_string(m_inputDeviceId));
+}
+
+/// Gets an engine running on the present default device.
+bool AudioRecorder::runEngine() {
+    m_idleStop.cancel();
+    m_toldMissingInput = false;
+    const std::uint32_t device = defaultDeviceId();
+    if (device != 0 && device != m_inputDeviceId) {
+        log("[Fenlo] Input device changed since last setup (" + std::to_string(m_inputDeviceId) + " → " +
+            std::to_string(device) + "), rebuilding synchronously");
+        discardEngine();
+        warmUp();
+    }
+    if (!m_engine) {
+        warmUp();
+        registerDeviceListener();
+    }
+    return m_engine && startEngine();
+}
+
+bool AudioRecorder::startEngine() {
+    if (m_engine->isRunning())
+        return true;
+    auto error = m_engine->start();
+    if (!error)
+        return true;
+    log("[Fenlo] ERROR: Audio engine start failed: " + *error + ", rebuilding synchronously and retrying");
+    discardEngine();
+    warmUp();
+    if (!m_engine)
+        return false;
+    error = m_engine->start();
+    if (error)
+        log("[Fenlo] ERROR: Audio engine retry start failed: " + *error);
+    return !error;
+}
+
+std::vector<std::filesystem::path> AudioRecorder::stopRecording() {
+    if (!m_engine) {
+        log("[Fenlo] Stop called but engine is nil");
+        return {};
+    }
+    const double duration = m_startTime ? m_clock.now() - *m_startTime : 0;
+    const std::string seconds = text::fixed(duration, 1) + "s";
+    m_clock.sleep(tailOfLastWord);
+    TakeBuffer::Taken taken = m_take.end();
+    log("[Fenlo] Stop: " + std::to_string(taken.samples.size()) + " samples collected in " + seconds +
+        ", engine.isRunning=" + (m_engine->isRunning() ? "true" : "false"));
+    engineAfterTake(taken.deviceChanged);
+
+    std::vector<std::filesystem::path> files = std::move(taken.chunkFiles);
+    if (files.empty() && !passesSpeechTest(taken.samples, duration))
+        return {};
+    if (taken.samples.empty()) {
+        log("[Fenlo] Stopped with " + std::to_string(files.size()) + " flushed chunks, no remaining audio");
+        return files;
+    }
+    const auto last = writeChunk(taken.samples, m_sampleRate);
+    if (!last)
+        return files;
+    files.push_back(*last);
+    log("[Fenlo] Saved " + seconds + " audio → " + std::to_string(files.size()) + " chunk(s), " + kilobytes(files) +
+        "KB total");
+    return files;
+}
+
+bool AudioRecorder::passesSpeechTest(std::span<const float> samples, double duration) {
+    const SpeechTestResult test = testSpeech(samples, duration);
+    if (test.speechRatio)
+        m_speechRatio = *test.speechRatio;
+    if (!test.logLine.empty())
+        log(test.logLine);
+    return test.keep;
+}
+
+void AudioRecorder::engineAfterTake(bool deviceChanged) {
+    const bool external = isExternalInputActive();
+    if (external && !deviceChanged) {
+        log("[Fenlo] External input active — keeping engine running to preserve SCO state (will stop after idle)");
+        scheduleIdleStop();
+        return;
+    }
+    stopEngine();
+    if (deviceChanged) {
+        log("[Fenlo] Device changed during recording, rebuilding engine for next use");
+        rebuildEngine(Rebuild::delayed);
+    }
+}
+
+void AudioRecorder::scheduleIdleStop() {
+    m_idleStop = m_queue.postAfter(idleStopDelay, [this] {
+        if (isRecording() || !m_engine)
+            return;
+        stopEngine();
+        log("[Fenlo] Idle window elapsed — engine stopped, orange mic indicator off");
+    });
+}
+
+void AudioRecorder::rebuildEngine(Rebuild when) {
+    const bool settles = m_engine && when == Rebuild::delayed;
+    discardEngine();
+    if (settles)
+        m_rebuild = m_queue.postAfter(settleDelay, [this] { warmUp(); });
+    else
+        warmUp();
+}
+
+/// The samples before a pause of the engine are no part of what comes after it.
+void AudioRecorder::stopEngine() {
+    m_engine->stop();
+    m_take.forgetPreRoll();
+}
+
+void AudioRecorder::discardEngine() {
+    if (!m_engine)
+        return;
+    stopEngine();
+    m_engine->removeTap();
+    m_engine.reset();
+}
+
+void AudioRecorder::inputDeviceChanged() {
+    const std::uint32_t device = defaultDeviceId();
+    if (device == 0 || device == m_inputDeviceId)
+        return;
+    log("[Fenlo] Audio input device changed: " + std::to_string(m_inputDeviceId) + " → " + std::to_string(device));
+    const bool external = isExternalInputActive();
+    if (external && !m_wasExternal && m_config.get().playSounds) {
+        // A headset's microphone would hear them.
+        m_config.update([](Settings& settings) { settings.playSounds = false; });
+        log("[Fenlo] External input connected — auto-disabled Play Sounds");
+    }
+    m_wasExternal = external;
+    m_notifications.post(notification::inputDeviceChanged);
+    if (!m_take.markDeviceChanged())
+        rebuildEngine(Rebuild::delayed);
+}
+
+bool AudioRecorder::isExternalInputActive() const {
+    const auto device = m_input.defaultDevice();
+    return device && !device->isBuiltIn;
+}
+
+std::optional<std::string> AudioRecorder::defaultInputDeviceName() const {
+    const auto device = m_input.defaultDevice();
+    return device ? std::optional(device->name) : std::nullopt;
+}
+
+std::uint32_t AudioRecorder::defaultDeviceId() const {
+    const auto device = m_input.defaultDevice();
+    return device ? device->id : 0;
+}
+
+void AudioRecorder::setOnAudioBuffer(BufferHandler handler) {
+    auto shared = handler ? std::make_shared<const BufferHandler>(std::move(handler)) : nullptr;
+    m_onAudioBuffer.with([&](auto& current) { current.swap(shared); });
+}
+
+void AudioRecorder::receive(std::span<const float> samples) {
+    const float level = rms(samples);
+    m_currentRms = std::min(level / fullScaleRms, 1.0F);
+    if (const auto handler = m_onAudioBuffer.with([](const auto& current) { return current; }))
+        (*handler)(samples);
+
+    const TakeBuffer::Place place = m_take.append(samples);
+    if (place == TakeBuffer::Place::beforeTake)
+        return;
+    // The handlers are looked up on the main thread, where they are set; what one take
+    // posts never reaches the handler of the next.
+    if (place == TakeBuffer::Place::firstOfTake)
+        m_queue.post(m_lifetime.bind([this, take = m_takeNumber.load()] {
+            if (m_onReady && take == m_takeNumber)
+                m_onReady();
+        }));
+    if (m_silence.with([&](SilenceWatch& watch) { return watch.hear(level, m_clock.now()); }))
+        m_queue.post(m_lifetime.bind([this] {
+            if (m_onSilence)
+                m_onSilence();
+        }));
+}
+
+} // namespace fenlo

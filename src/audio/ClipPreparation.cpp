@@ -1,0 +1,111 @@
+#include "audio/ClipPreparation.h"
+
+#include "audio/AudioFile.h"
+#include "audio/Level.h"
+#include "audio/WavFile.h"
+#include "base/Files.h"
+#include "base/Log.h"
+
+#include <algorithm>
+#include <optional>
+#include <soxr.h>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace fenlo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int clipRate = 16000;          // hertz
+constexpr double shortClip = 3.0;        // seconds; below it nothing is trimmed
+constexpr std::size_t frameLength = 320; // samples, 20 ms
+constexpr float overNoise = 2.0F;
+constexpr float lowestThreshold = 0.003F;
+constexpr std::size_t padding = 15; // frames
+
+std::vector<float> toClipRate(AudioSamples audio) {
+    if (audio.sampleRate == clipRate || audio.mono.empty())
+        return std::move(audio.mono);
+    const double ratio = clipRate / audio.sampleRate;
+    std::vector<float> converted(static_cast<std::size_t>(ratio * static_cast<double>(audio.mono.size()) + 1024));
+    const soxr_quality_spec_t quality = ::soxr_quality_spec(SOXR_HQ, 0);
+    std::size_t frames = 0;
+    if (const soxr_error_t error =
+            ::soxr_oneshot(audio.sampleRate, clipRate, 1, audio.mono.data(), audio.mono.size(), nullptr,
+                           converted.data(), converted.size(), &frames, nullptr, &quality, nullptr))
+        throw std::runtime_error(error);
+    converted.resize(frames);
+    return converted;
+}
+
+std::vector<float> frameLevels(std::span<const float> samples) {
+    std::vector<float> levels(samples.size() / frameLength);
+    for (std::size_t frame = 0; frame < levels.size(); ++frame)
+        levels[frame] = rms(samples.subspan(frame * frameLength, frameLength));
+    return levels;
+}
+
+/// Twice the noise floor, which is the lower quartile of the levels.
+float speechThreshold(std::vector<float> levels) {
+    const auto quartile = levels.begin() + static_cast<std::ptrdiff_t>(levels.size() / 4);
+    std::nth_element(levels.begin(), quartile, levels.end());
+    return std::max(overNoise * *quartile, lowestThreshold);
+}
+
+std::uintmax_t kilobytes(const fs::path& file) {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(file, error);
+    return error ? 0 : size / 1024;
+}
+
+fs::path writeClip(const fs::path& clip, std::span<const float> samples, const std::string& how) {
+    const fs::path prepared = files::temporaryFile("fenlo_pre_", ".wav");
+    writeWav(prepared, samples, clipRate, WavEncoding::int16);
+    log("[Fenlo] Preprocess: " + std::to_string(kilobytes(clip)) + "KB → " + std::to_string(kilobytes(prepared)) +
+        "KB (16kHz mono, " + how + ")");
+    return prepared;
+}
+
+} // namespace
+
+std::optional<SampleRange> speechRange(std::span<const float> samples) {
+    const std::vector<float> levels = frameLevels(samples);
+    if (levels.empty())
+        return {};
+    const auto isSpeech = [threshold = speechThreshold(levels)](float level) { return level > threshold; };
+    const auto first = std::find_if(levels.begin(), levels.end(), isSpeech);
+    if (first == levels.end())
+        return {};
+    const auto firstFrame = static_cast<std::size_t>(first - levels.begin());
+    const auto frameAfterLast =
+        static_cast<std::size_t>(std::find_if(levels.rbegin(), levels.rend(), isSpeech).base() - levels.begin());
+    return SampleRange{(firstFrame - std::min(firstFrame, padding)) * frameLength,
+                       std::min(samples.size(), (frameAfterLast + padding) * frameLength)};
+}
+
+fs::path prepareClip(const fs::path& clip) {
+    try {
+        const std::vector<float> samples = toClipRate(readSoundFile(clip, ChannelMix::average));
+        if (samples.empty())
+            return clip;
+        if (static_cast<double>(samples.size()) / clipRate < shortClip)
+            return writeClip(clip, samples, "VAD skipped — short clip");
+        const auto range = speechRange(samples);
+        if (!range)
+            return clip;
+        return writeClip(clip, std::span(samples).subspan(range->start, range->end - range->start), "VAD-trimmed");
+    } catch (const std::exception& error) {
+        log(std::string("[Fenlo] Preprocess failed (") + error.what() + ") — using original audio");
+        return clip;
+    }
+}
+
+void removePreparedClip(const fs::path& prepared, const fs::path& clip) {
+    if (prepared != clip)
+        files::removeQuietly(prepared);
+}
+
+} // namespace fenlo
