@@ -26,16 +26,6 @@ const SecretSchema& schema() {
     return description;
 }
 
-/// Without a bus GLib would start one of its own, which no keyring listens on.
-bool hasSessionBus() {
-    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    if (address && *address)
-        return true;
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    std::error_code ignored;
-    return runtime && *runtime && std::filesystem::exists(std::filesystem::path(runtime) / "bus", ignored);
-}
-
 struct Free {
     void operator()(GError* error) const { g_error_free(error); }
     void operator()(SecretValue* value) const { secret_value_unref(value); }
@@ -57,8 +47,34 @@ std::string explain(const GError& error) {
     return text::join(text::words(error.message), " ");
 }
 
+/// Without a bus GLib would start one of its own, which no keyring listens on.
+bool hasSessionBus() {
+    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
+    if (address && *address)
+        return true;
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    std::error_code ignored;
+    return runtime && *runtime && std::filesystem::exists(std::filesystem::path(runtime) / "bus", ignored);
+}
+
+/// Returns what is in the way of reaching a keyring, or nothing.
+std::optional<std::string> connect(GCancellable* cancellable) {
+    if (!hasSessionBus())
+        return "there is no session bus to reach a keyring";
+    GError* error = nullptr;
+    GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable, &error);
+    if (!bus)
+        return explain(*Owned<GError>(error));
+    g_dbus_connection_set_exit_on_close(bus, FALSE); // the end of the bus is not the program's
+    g_object_unref(bus);
+    secret_service_disconnect(); // a keyring that was started anew does not know the session of before
+    return {};
+}
+
 /// Returns what went wrong, or nothing.
 std::optional<std::string> store(const std::string& name, const std::string& value, GCancellable* cancellable) {
+    if (const auto fault = connect(cancellable))
+        return fault;
     const Owned<SecretValue> secret(secret_value_new(value.data(), static_cast<gssize>(value.size()), "text/plain"));
     const std::string label = "Fenlo: " + name;
     GError* error = nullptr;
@@ -71,6 +87,8 @@ std::optional<std::string> store(const std::string& name, const std::string& val
 
 SecureStore::Value lookUp(const std::string& name, GCancellable* cancellable) {
     using Status = SecureStore::Status;
+    if (connect(cancellable))
+        return {Status::unavailable, {}};
     GError* error = nullptr;
     // A plain look-up cannot tell a locked item from one that is not there.
     const Owned<GList> items(
@@ -101,16 +119,15 @@ SecretServiceStore::~SecretServiceStore() {
 }
 
 std::optional<std::string> SecretServiceStore::save(const std::string& name, const std::string& value) {
-    std::optional<std::string> error = "there is no session bus to reach a keyring";
-    if (hasSessionBus())
-        error = store(name, value, SecretDeadline(m_closed, m_limit).cancellable());
+    const SecretDeadline deadline(m_closed, m_limit);
+    const auto fault = store(name, value, deadline.cancellable());
     m_processOnly.with([&](auto& values) {
-        if (error)
+        if (fault)
             values[name] = value;
         else
             values.erase(name);
     });
-    return error ? std::optional(*error + "; the value is kept until the program ends") : std::nullopt;
+    return fault ? std::optional(*fault + "; the value is kept until the program ends") : std::nullopt;
 }
 
 SecureStore::Value SecretServiceStore::load(const std::string& name) {
@@ -120,16 +137,15 @@ SecureStore::Value SecretServiceStore::load(const std::string& name) {
     });
     if (kept)
         return {Status::ok, *kept};
-    if (!hasSessionBus())
-        return {Status::unavailable, {}};
-    return lookUp(name, SecretDeadline(m_closed, m_limit).cancellable());
+    const SecretDeadline deadline(m_closed, m_limit);
+    return lookUp(name, deadline.cancellable());
 }
 
 void SecretServiceStore::remove(const std::string& name) {
     m_processOnly.with([&](auto& values) { values.erase(name); });
-    if (hasSessionBus())
-        secret_password_clearv_sync(&schema(), attributesOf(name).get(),
-                                    SecretDeadline(m_closed, m_limit).cancellable(), nullptr);
+    const SecretDeadline deadline(m_closed, m_limit);
+    if (!connect(deadline.cancellable()))
+        secret_password_clearv_sync(&schema(), attributesOf(name).get(), deadline.cancellable(), nullptr);
 }
 
 void SecretServiceStore::close() {

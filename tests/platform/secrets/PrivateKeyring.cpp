@@ -1,0 +1,134 @@
+#include "PrivateKeyring.h"
+
+#include "base/Files.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <functional>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace fenlo::test {
+
+namespace {
+
+// No folder of services: nothing is started that the test did not start.
+constexpr char busConfiguration[] = R"(<busconfig><type>session</type><listen>unix:path=@/bus</listen>
+<policy context="default"><allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/></policy>
+</busconfig>)";
+
+pid_t spawn(std::vector<std::string> words, const std::string& inputFile) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, inputFile.c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    pid_t child = 0;
+    const int error = posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0)
+        throw std::runtime_error("cannot start " + words[0] + ", which this test needs");
+    return child;
+}
+
+void end(pid_t child) {
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+}
+
+void waitUntil(const char* what, const std::function<bool()>& isSo) {
+    for (int i = 0; i < 1000; ++i) {
+        if (isSo())
+            return;
+        ::usleep(10'000);
+    }
+    throw std::runtime_error(std::string("no ") + what + " within ten seconds");
+}
+
+GVariant* call(GDBusConnection* bus, const char* to, const char* path, const char* interface, const char* method,
+               GVariant* arguments) {
+    return g_dbus_connection_call_sync(bus, to, path, interface, method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE,
+                                       5000, nullptr, nullptr);
+}
+
+bool isOwned(GDBusConnection* bus, const char* name) {
+    GVariant* reply =
+        call(bus, "org.freedesktop.DBus", "/", "org.freedesktop.DBus", "NameHasOwner", g_variant_new("(s)", name));
+    gboolean owned = FALSE;
+    if (reply) {
+        g_variant_get(reply, "(b)", &owned);
+        g_variant_unref(reply);
+    }
+    return owned;
+}
+
+} // namespace
+
+PrivateKeyring::PrivateKeyring()
+    : m_folder(files::homeDirectory() / "keyring"), m_address("unix:path=" + m_folder + "/bus") {
+    files::makePrivateDirectory(m_folder);
+    ::setenv("XDG_RUNTIME_DIR", m_folder.c_str(), 1);
+    ::setenv("XDG_DATA_HOME", m_folder.c_str(), 1);
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", m_address.c_str(), 1);
+    ::unsetenv("DISPLAY");
+    std::string configuration = busConfiguration;
+    configuration.replace(configuration.find('@'), 1, m_folder);
+    files::writeAtomically(m_folder + "/bus.conf", configuration);
+    files::writeAtomically(m_folder + "/password", "password\n");
+
+    m_bus = spawn({"dbus-daemon", "--config-file=" + m_folder + "/bus.conf", "--nofork", "--nopidfile"}, "/dev/null");
+    waitUntil("session bus", [this] {
+        m_connection = g_dbus_connection_new_for_address_sync(
+            m_address.c_str(),
+            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, nullptr);
+        return m_connection != nullptr;
+    });
+    startDaemon();
+}
+
+PrivateKeyring::~PrivateKeyring() {
+    end(m_daemon);
+    g_object_unref(m_connection);
+    end(m_bus);
+}
+
+void PrivateKeyring::startDaemon() {
+    m_daemon =
+        spawn({"gnome-keyring-daemon", "--foreground", "--unlock", "--components=secrets"}, m_folder + "/password");
+    waitUntil("keyring", [this] { return isOwned(m_connection, "org.freedesktop.secrets"); });
+}
+
+void PrivateKeyring::freeze() {
+    ::kill(m_daemon, SIGSTOP);
+}
+
+void PrivateKeyring::thaw() {
+    ::kill(m_daemon, SIGCONT);
+}
+
+void PrivateKeyring::lock() {
+    const char* keyring = "/org/freedesktop/secrets/collection/login";
+    GVariant* reply =
+        call(m_connection, "org.freedesktop.secrets", "/org/freedesktop/secrets", "org.freedesktop.Secret.Service",
+             "Lock", g_variant_new("(@ao)", g_variant_new_objv(&keyring, 1)));
+    if (!reply)
+        throw std::runtime_error("the keyring could not be locked");
+    g_variant_unref(reply);
+}
+
+void PrivateKeyring::restart() {
+    end(m_daemon);
+    waitUntil("end of the keyring", [this] { return !isOwned(m_connection, "org.freedesktop.secrets"); });
+    startDaemon();
+}
+
+} // namespace fenlo::test

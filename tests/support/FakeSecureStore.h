@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/SecureStore.h"
+
+#include <map>
+
+namespace fenlo::test {
+
+class FakeSecureStore final : public SecureStore {
+public:
+    std::optional<std::string> save(const std::string& name, const std::string& value) override {
+        if (!isAvailable)
+            return "the store is not available";
+        values[name] = value;
+        return {};
+    }
+    Value load(const std::string& name) override {
+        if (!isAvailable)
+            return {Status::unavailable, {}};
+        const auto found = values.find(name);
+        return found == values.end() ? Value{} : Value{Status::ok, found->second};
+    }
+    void remove(const std::string& name) override {
+        if (isAvailable)
+            values.erase(name);
+    }
+
+    bool isAvailable = true;
+    std::map<std::string, std::string> values;
+};
+
+} // namespace fenlo::test
