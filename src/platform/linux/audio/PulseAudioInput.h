@@ -2,7 +2,6 @@
 
 #include "base/Lifetime.h"
 #include "platform/AudioInput.h"
-#include "platform/linux/audio/PulseDefaultSource.h"
 
 #include <functional>
 #include <memory>
@@ -13,6 +12,7 @@ namespace fenlo {
 
 class MainQueue;
 class PulseConnection;
+class PulseDefaultSource;
 
 /// The inputs of a PulseAudio server (or PipeWire's). Without a server there is no device; one that comes later is
 /// noticed within a second.

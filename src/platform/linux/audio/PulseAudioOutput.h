@@ -6,6 +6,7 @@
 
 namespace fenlo {
 
+class PulseConnection;
 class PulsePlayback;
 
 /// Plays on the default sink of a PulseAudio server (or PipeWire's). It has a connection of its own, so that a sound
@@ -21,6 +22,7 @@ public:
     void stop() override;
 
 private:
+    std::unique_ptr<PulseConnection> m_connection;
     std::unique_ptr<PulsePlayback> m_playback;
 };
 

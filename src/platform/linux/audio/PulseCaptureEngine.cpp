@@ -1,0 +1,184 @@
+#include "platform/linux/audio/PulseCaptureEngine.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <pulse/error.h>
+#include <pulse/timeval.h>
+#include <utility>
+
+namespace fenlo {
+
+namespace {
+
+constexpr double startLimit = 0.5; // seconds
+constexpr double retryDelay = 0.5;
+constexpr pa_usec_t fragmentLength = 10 * PA_USEC_PER_MSEC;
+
+pa_buffer_attr smallFragments(const pa_sample_spec& format) {
+    constexpr auto serversChoice = static_cast<std::uint32_t>(-1);
+    pa_buffer_attr attributes{};
+    attributes.maxlength = serversChoice;
+    attributes.tlength = serversChoice;
+    attributes.prebuf = serversChoice;
+    attributes.minreq = serversChoice;
+    attributes.fragsize = static_cast<std::uint32_t>(::pa_usec_to_bytes(fragmentLength, &format));
+    return attributes;
+}
+
+} // namespace
+
+PulseCaptureEngine::PulseCaptureEngine(std::shared_ptr<PulseConnection> connection, std::optional<PulseSource> source)
+    : m_connection(std::move(connection)), m_source(std::move(source)) {
+    PulseLock lock(*m_connection);
+    m_subscription = m_connection->subscribe({[this] {
+                                                  if (m_isRunning)
+                                                      open(Target::ownSource);
+                                              },
+                                              [this] { connectionLost(); }});
+}
+
+PulseCaptureEngine::~PulseCaptureEngine() {
+    PulseLock lock(*m_connection);
+    close();
+    m_subscription.reset();
+}
+
+InputFormat PulseCaptureEngine::format() const {
+    if (!m_source)
+        return {};
+    return {static_cast<double>(m_source->format.rate), m_source->format.channels};
+}
+
+void PulseCaptureEngine::installTap(std::size_t frames, Tap tap) {
+    PulseLock lock(*m_connection);
+    m_tap = std::move(tap);
+    m_tapFrames = frames;
+    m_gathered.clear();
+    m_gathered.reserve(frames);
+}
+
+void PulseCaptureEngine::removeTap() {
+    PulseLock lock(*m_connection); // the audio thread holds it while the tap runs
+    m_tap = {};
+}
+
+std::optional<std::string> PulseCaptureEngine::start() {
+    if (!m_source)
+        return "there is no input device";
+    PulseLock lock(*m_connection);
+    if (m_isRunning)
+        return {};
+    m_gathered.clear();
+    m_error = "there is no connection to the sound server";
+    m_isStarting = true;
+    open(Target::ownSource);
+    m_connection->waitFor([this] { return !isOpening(); }, startLimit);
+    m_isStarting = false;
+    if (!m_stream)
+        return m_error;
+    m_isRunning = true;
+    return {};
+}
+
+void PulseCaptureEngine::stop() {
+    PulseLock lock(*m_connection);
+    m_isRunning = false;
+    close();
+}
+
+void PulseCaptureEngine::open(Target target) {
+    close();
+    pa_context* const context = m_connection->context();
+    if (!context)
+        return;
+    m_target = target;
+    m_hasDelivered = false;
+    m_stream = ::pa_stream_new(context, "Dictation", &m_source->format, &m_source->channels);
+    if (!m_stream)
+        return;
+    ::pa_stream_set_state_callback(
+        m_stream,
+        [](pa_stream*, void* self) {
+            callFromPulse([self] { static_cast<PulseCaptureEngine*>(self)->streamChanged(); });
+        },
+        this);
+    ::pa_stream_set_read_callback(
+        m_stream,
+        [](pa_stream*, std::size_t, void* self) {
+            callFromPulse([self] { static_cast<PulseCaptureEngine*>(self)->read(); });
+        },
+        this);
+    const pa_buffer_attr attributes = smallFragments(m_source->format);
+    const char* const device = target == Target::ownSource ? m_source->name.c_str() : nullptr;
+    pa_stream* const stream = m_stream;
+    if (::pa_stream_connect_record(stream, device, &attributes, PA_STREAM_ADJUST_LATENCY) < 0 && stream == m_stream)
+        streamFailed();
+}
+
+void PulseCaptureEngine::close() {
+    m_retry.reset();
+    pa_stream* const stream = std::exchange(m_stream, nullptr);
+    if (!stream)
+        return;
+    ::pa_stream_set_state_callback(stream, nullptr, nullptr);
+    ::pa_stream_set_read_callback(stream, nullptr, nullptr);
+    ::pa_stream_disconnect(stream);
+    ::pa_stream_unref(stream);
+}
+
+bool PulseCaptureEngine::isOpening() const {
+    return m_stream && ::pa_stream_get_state(m_stream) == PA_STREAM_CREATING;
+}
+
+void PulseCaptureEngine::streamChanged() {
+    const pa_stream_state_t state = ::pa_stream_get_state(m_stream);
+    if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED)
+        streamFailed();
+    m_connection->signal();
+}
+
+/// The device refused, or it went away under a stream that had worked.
+void PulseCaptureEngine::streamFailed() {
+    m_error = ::pa_strerror(::pa_context_errno(::pa_stream_get_context(m_stream)));
+    const bool hadWorked = m_hasDelivered;
+    close();
+    if (m_isStarting)
+        return;
+    if (hadWorked)
+        open(Target::ownSource);
+    else if (m_target == Target::ownSource)
+        open(Target::defaultSource);
+    else
+        m_retry = m_connection->after(retryDelay, [this] { open(Target::ownSource); });
+}
+
+void PulseCaptureEngine::connectionLost() {
+    close();
+    m_error = "the sound server went away";
+}
+
+void PulseCaptureEngine::read() {
+    const void* data = nullptr;
+    std::size_t bytes = 0;
+    while (m_stream && ::pa_stream_readable_size(m_stream) > 0 && ::pa_stream_peek(m_stream, &data, &bytes) == 0 &&
+           bytes > 0) {
+        m_hasDelivered = true;
+        if (data) // a hole in the stream has none
+            gather(static_cast<const float*>(data), bytes / ::pa_frame_size(&m_source->format));
+        ::pa_stream_drop(m_stream);
+    }
+}
+
+void PulseCaptureEngine::gather(const float* samples, std::size_t frames) {
+    if (!m_tap)
+        return;
+    for (std::size_t frame = 0; frame < frames; ++frame) {
+        m_gathered.push_back(samples[frame * m_source->format.channels]);
+        if (m_gathered.size() >= m_tapFrames) {
+            m_tap(m_gathered);
+            m_gathered.clear();
+        }
+    }
+}
+
+} // namespace fenlo

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "platform/AudioInput.h"
+#include "platform/linux/audio/PulseConnection.h"
+#include "platform/linux/audio/PulseDefaultSource.h"
+
+#include <memory>
+#include <optional>
+#include <pulse/stream.h>
+#include <string>
+#include <vector>
+
+namespace fenlo {
+
+/// Records from one source at that source's rate. When the source or the server goes away while the engine runs, it
+/// goes on from the same source if it is there again and from the default one if it is not, still at the first one's
+/// rate.
+///
+/// The server buffers seconds of what is not fetched, so a tap that is late once loses nothing.
+class PulseCaptureEngine final : public CaptureEngine {
+public:
+    PulseCaptureEngine(std::shared_ptr<PulseConnection> connection, std::optional<PulseSource> source);
+    ~PulseCaptureEngine() override;
+
+    InputFormat format() const override;
+    void installTap(std::size_t frames, Tap tap) override;
+    void removeTap() override;
+    /// Waits for the server's answer, up to half a second; one that comes later is dealt with as if it came in between.
+    std::optional<std::string> start() override;
+    void stop() override;
+    bool isRunning() const override { return m_isRunning; }
+
+private:
+    enum class Target { ownSource, defaultSource };
+
+    void open(Target target);
+    void close();
+    bool isOpening() const;
+    void streamChanged();
+    void streamFailed();
+    void connectionLost();
+    void read();
+    void gather(const float* samples, std::size_t frames);
+
+    const std::shared_ptr<PulseConnection> m_connection;
+    const std::optional<PulseSource> m_source;
+    bool m_isRunning = false; // written on the main thread, under the lock
+
+    // Under the connection's lock.
+    bool m_isStarting = false;
+    Tap m_tap;
+    std::size_t m_tapFrames = 0;
+    std::vector<float> m_gathered;
+    pa_stream* m_stream = nullptr;
+    Target m_target = Target::ownSource;
+    bool m_hasDelivered = false;
+    std::string m_error;
+    PulseConnection::Delayed m_retry;
+    PulseConnection::Subscription m_subscription;
+};
+
+} // namespace fenlo
