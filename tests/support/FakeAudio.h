@@ -1,0 +1,125 @@
+#pragma once
+
+#include "platform/AudioInput.h"
+#include "platform/AudioOutput.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace fenlo::test {
+
+/// The sound hardware behind the fakes: what is plugged in, and what its engines went through.
+struct FakeMicrophone {
+    std::optional<InputDevice> device = InputDevice{7, "Fake microphone", true};
+    InputFormat format{16000, 1};
+    std::vector<std::string> startErrors; // one for each coming start; "" lets it succeed
+    int enginesMade = 0;
+    int starts = 0;
+    int stops = 0;
+    class FakeCaptureEngine* engine = nullptr; // the last one made that still lives
+};
+
+class FakeCaptureEngine final : public CaptureEngine {
+public:
+    explicit FakeCaptureEngine(FakeMicrophone& microphone) : m_microphone(microphone), m_format(microphone.format) {
+        m_microphone.engine = this;
+        ++m_microphone.enginesMade;
+    }
+    ~FakeCaptureEngine() override {
+        if (m_microphone.engine == this)
+            m_microphone.engine = nullptr;
+    }
+
+    InputFormat format() const override { return m_format; }
+    void installTap(std::size_t frames, Tap tap) override {
+        m_frames = frames;
+        m_tap = std::move(tap);
+        m_gathered.clear();
+    }
+    void removeTap() override { m_tap = {}; }
+    std::optional<std::string> start() override {
+        if (m_isRunning)
+            return {};
+        if (m_format.channels == 0)
+            return "there is no input device";
+        ++m_microphone.starts;
+        if (!m_microphone.startErrors.empty()) {
+            const std::string error = m_microphone.startErrors.front();
+            m_microphone.startErrors.erase(m_microphone.startErrors.begin());
+            if (!error.empty())
+                return error;
+        }
+        m_gathered.clear();
+        m_isRunning = true;
+        return {};
+    }
+    void stop() override {
+        m_microphone.stops += m_isRunning;
+        m_isRunning = false;
+    }
+    bool isRunning() const override { return m_isRunning; }
+
+    /// Samples as the device records them, gathered into buffers of the tap's size.
+    void hear(std::span<const float> samples) {
+        for (const float sample : samples) {
+            if (!m_isRunning || !m_tap)
+                return;
+            m_gathered.push_back(sample);
+            if (m_gathered.size() == m_frames)
+                m_tap(std::exchange(m_gathered, {}));
+        }
+    }
+
+private:
+    FakeMicrophone& m_microphone;
+    const InputFormat m_format;
+    std::size_t m_frames = 0;
+    Tap m_tap;
+    std::vector<float> m_gathered;
+    bool m_isRunning = false;
+};
+
+class FakeAudioInput final : public AudioInput {
+public:
+    std::unique_ptr<CaptureEngine> makeEngine() override { return std::make_unique<FakeCaptureEngine>(microphone); }
+    std::optional<InputDevice> defaultDevice() const override { return microphone.device; }
+    void onDefaultDeviceChanged(std::function<void()> handler) override { handlers.push_back(std::move(handler)); }
+
+    /// Plugs another device in (or all out), with or without telling.
+    void change(std::optional<InputDevice> device) {
+        microphone.device = std::move(device);
+        for (const auto& handler : std::vector(handlers))
+            handler();
+    }
+    /// The running engine records these samples.
+    void hear(std::span<const float> samples) {
+        if (microphone.engine)
+            microphone.engine->hear(samples);
+    }
+
+    FakeMicrophone microphone;
+    std::vector<std::function<void()>> handlers;
+};
+
+/// Remembers what sounds, until the next sound cuts it off.
+class FakeAudioOutput final : public AudioOutput {
+public:
+    struct Sound {
+        std::vector<float> samples;
+        double sampleRate = 0;
+    };
+
+    void play(std::vector<float> samples, double sampleRate) override {
+        played.push_back({std::move(samples), sampleRate});
+        current = played.back();
+    }
+    void stop() override { current.reset(); }
+
+    std::vector<Sound> played;
+    std::optional<Sound> current;
+};
+
+} // namespace fenlo::test
