@@ -33,12 +33,12 @@ class Keys(DesktopCase):
     def test_right_control_is_another_key(self):
         fenlo = self.start_fenlo()
         self.open_editor()
-        with desktop.held("Control_R"):
+        with desktop.held(desktop.RIGHT_CONTROL):
             time.sleep(0.3)
         self.assertFalse(fenlo.lines("[Fenlo] Hotkey"))
         with desktop.held(HOTKEY):
             fenlo.wait_for("[Fenlo] Hotkey pressed")
-            desktop.press("Control_R")
+            desktop.press(desktop.RIGHT_CONTROL)
             time.sleep(0.3)
             self.assertFalse(fenlo.lines("[Fenlo] Hotkey released"), "the twin's release ended the take")
         fenlo.wait_for("[Fenlo] Hotkey released")
@@ -64,7 +64,7 @@ class Hotkeys(DesktopCase):
         self._dictates_with("cmd_l", "Super_L")
 
     def test_right_option(self):
-        self._dictates_with("option_r", "Alt_R")
+        self._dictates_with("option_r", desktop.RIGHT_ALT)
 
     def test_fn_where_the_keyboard_sends_it(self):
         with desktop.key_named("XF86Fn", SPARE_KEYCODE) as key:

@@ -6,9 +6,13 @@ import subprocess
 from . import processes
 from .waiting import wait_for
 
+# By code, because xdotool presses the left twin as well when it is asked for a right one by name.
+RIGHT_CONTROL = "105"
+RIGHT_ALT = "108"
+
 
 def press(*keys):
-    """Types chords such as "Return" or "Control_R+s". The left Control key is the hotkey, so chords take the right."""
+    """Types keys or chords such as "Return" or "Shift_L+a", one after the other."""
     processes.output(["xdotool", "key", *keys])
 
 
@@ -51,6 +55,11 @@ def key_named(keysym, keycode):
         yield str(keycode)
     finally:
         processes.output(["xmodmap", "-e", f"keycode {keycode} ="])
+
+
+def shortcut(key):
+    """Types Control and the key; the right Control, because the left one is the hotkey."""
+    press(f"{RIGHT_CONTROL}+{key}")
 
 
 def clipboard():

@@ -39,7 +39,7 @@ class Editor(_Target):
 
     def text(self):
         """What stands in the editor. Saves it, so no modifier may be held."""
-        desktop.press("Control_R+s")
+        desktop.shortcut("s")
         return self._file.read_text()
 
     def wait_for_text(self, expected):
