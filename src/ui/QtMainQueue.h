@@ -30,7 +30,6 @@ public:
 private:
     bool event(QEvent* event) override;
     Timer schedule(double seconds, bool repeats, Task task);
-    void runTasks();
     void end();
 
     std::mutex m_mutex;

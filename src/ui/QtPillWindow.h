@@ -7,6 +7,7 @@
 namespace fenlo {
 
 class FadingWindows;
+class PillFonts;
 
 /// Pills as small windows that the window manager leaves alone.
 class QtPillWindows final : public PillWindows {
@@ -19,6 +20,7 @@ public:
     double textWidth(const std::string& text, PillFont font) const override;
 
 private:
+    std::unique_ptr<PillFonts> m_fonts;
     std::unique_ptr<FadingWindows> m_fading;
 };
 

@@ -1,0 +1,108 @@
+#include "ui/StatusNotifier.h"
+
+#include "ui/StatusIcon.h"
+
+#include <QCoreApplication>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QtEndian>
+
+namespace fenlo {
+
+namespace {
+
+const QString itemPath = QStringLiteral("/StatusNotifierItem");
+const QString menuPath = QStringLiteral("/MenuBar");
+
+QString serviceName() {
+    return QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid());
+}
+
+NotifierImage onTheWire(const QImage& image) {
+    NotifierImage result{image.width(), image.height(), {}};
+    result.argb.reserve(image.width() * image.height() * 4);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb pixel = qToBigEndian(image.pixel(x, y));
+            result.argb.append(reinterpret_cast<const char*>(&pixel), sizeof pixel);
+        }
+    return result;
+}
+
+} // namespace
+
+QDBusArgument& operator<<(QDBusArgument& out, const NotifierImage& image) {
+    out.beginStructure();
+    out << image.width << image.height << image.argb;
+    out.endStructure();
+    return out;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& in, NotifierImage& image) {
+    in.beginStructure();
+    in >> image.width >> image.height >> image.argb;
+    in.endStructure();
+    return in;
+}
+
+QDBusArgument& operator<<(QDBusArgument& out, const NotifierToolTip& tip) {
+    out.beginStructure();
+    out << tip.iconName << tip.icon << tip.title << tip.text;
+    out.endStructure();
+    return out;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& in, NotifierToolTip& tip) {
+    in.beginStructure();
+    in >> tip.iconName >> tip.icon >> tip.title >> tip.text;
+    in.endStructure();
+    return in;
+}
+
+StatusNotifier::StatusNotifier(QObject& busMenu, IconFace face, std::function<void()> onActivate)
+    : m_face(face), m_onActivate(std::move(onActivate)) {
+    qDBusRegisterMetaType<NotifierImage>();
+    qDBusRegisterMetaType<NotifierImages>();
+    qDBusRegisterMetaType<NotifierToolTip>();
+    auto bus = QDBusConnection::sessionBus();
+    bus.registerObject(menuPath, &busMenu,
+                       QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals |
+                           QDBusConnection::ExportAllProperties);
+    bus.registerObject(itemPath, this,
+                       QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals |
+                           QDBusConnection::ExportAllProperties);
+    bus.registerService(serviceName());
+    auto registration = QDBusMessage::createMethodCall("org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher",
+                                                       "org.kde.StatusNotifierWatcher", "RegisterStatusNotifierItem");
+    registration << serviceName();
+    bus.send(registration);
+}
+
+StatusNotifier::~StatusNotifier() {
+    auto bus = QDBusConnection::sessionBus();
+    bus.unregisterService(serviceName());
+    bus.unregisterObject(itemPath);
+    bus.unregisterObject(menuPath);
+}
+
+void StatusNotifier::setFace(IconFace face) {
+    if (face == m_face)
+        return;
+    m_face = face;
+    emit NewIcon();
+}
+
+QDBusObjectPath StatusNotifier::menu() {
+    return QDBusObjectPath(menuPath);
+}
+
+NotifierImages StatusNotifier::icon() const {
+    NotifierImages images;
+    for (const QImage& image : statusImages(m_face))
+        images.append(onTheWire(image));
+    return images;
+}
+
+} // namespace fenlo
