@@ -20,6 +20,7 @@ constexpr double shortClip = 3.0;
 constexpr double doubtfulLogprob = -0.5;
 constexpr double doubtfulNoSpeech = 0.3;
 constexpr std::size_t maxErrorCharacters = 500;
+constexpr std::size_t maxReplyBytes = 4u << 20u;
 
 /// The limits beyond which a segment counts as invented.
 struct Thresholds {
@@ -64,14 +65,16 @@ HttpRequest composeRequest(const Access& access, const SpeechForm& form) {
                        {"Content-Type", "multipart/form-data; boundary=" + boundary}};
     request.body = composeBody(form, boundary);
     request.timeout = timeout;
+    request.maxResponseBytes = maxReplyBytes;
     return request;
 }
 
 /// One line for the log, whatever the server wrote and whether or not it quoted the key.
 std::string describe(const HttpResponse& response, const std::string& key) {
-    std::string body = text::repairUtf8(response.body) == response.body ? response.body : "unknown";
-    body = text::join(text::words(text::replaceAll(body, key, "<key>")), " ");
-    return "Groq API error " + std::to_string(response.status) + ": " + text::firstCharacters(body, maxErrorCharacters);
+    const bool isText = text::repairUtf8(response.body) == response.body;
+    const std::string body = isText ? text::replaceAll(response.body, key, "<key>") : "unknown";
+    return "Groq API error " + std::to_string(response.status) + ": " +
+           text::join(text::words(text::firstCharacters(body, maxErrorCharacters)), " ");
 }
 
 double numberAt(const json& segment, const char* name) {

@@ -10,11 +10,11 @@ namespace fenlo {
 
 /// A clip and what is known of it.
 struct TranscribeRequest {
-    std::filesystem::path audio;         // stays the caller's
-    std::optional<std::string> appName;  // id of the focused application
-    std::optional<std::string> hintText; // what was said just before, such as the previous chunk of the take
-    float speechRatio = 1;               // share of speech frames, 0 to 1
-    double clipDuration = 0;             // seconds; 0 when unknown
+    std::filesystem::path audio = {};         // stays the caller's
+    std::optional<std::string> appName = {};  // id of the focused application
+    std::optional<std::string> hintText = {}; // what was said just before, such as the previous chunk of the take
+    float speechRatio = 1;                    // share of speech frames, 0 to 1
+    double clipDuration = 0;                  // seconds; 0 when unknown
 };
 
 /// How sure the recogniser was of its last result.

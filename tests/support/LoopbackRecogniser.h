@@ -23,8 +23,8 @@ public:
     struct Behaviour {
         std::string mode = "ok";
         std::string text = "Hello from the stand-in.";
-        std::string reply; // the whole JSON body, instead of one made from `text`
-        double delay = 0;  // seconds
+        std::string reply = {}; // the whole JSON body, instead of one made from `text`
+        double delay = 0;       // seconds
     };
 
     /// ok, 500, hang, close (without an answer), partial (in the middle of it), garbage, html, utf8 (invalid).

@@ -1,0 +1,37 @@
+// Replies of the speech service: whatever the bytes, reading them ends with an error or with valid text, and the guards
+// and the clean-up take it.
+
+#include "base/Text.h"
+#include "speech/GroqProvider.h"
+#include "speech/TranscriptGuards.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+using namespace fenlo;
+
+namespace {
+
+void requireUtf8(const std::string& text) {
+    if (text::repairUtf8(text) != text)
+        std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const HallucinationGuard guard("site.example");
+    const std::string_view body(reinterpret_cast<const char*>(data), size);
+    for (const double duration : {0.0, 2.0})
+        try {
+            const ProviderResult result = groq::parseReply(body, duration);
+            requireUtf8(result.text);
+            if (result.meta)
+                for (const std::string& doubtful : result.meta->lowConfidenceRanges)
+                    requireUtf8(doubtful);
+            if (!guard.isHallucination(result.text, 0.3F))
+                requireUtf8(postProcess(result.text, {}));
+        } catch (const TranscriberError&) {
+        }
+    return 0;
+}

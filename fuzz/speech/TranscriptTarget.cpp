@@ -1,0 +1,31 @@
+// Guards and clean-up: any text ends in valid text, and tidying a tidy text does not make it grow.
+
+#include "base/Text.h"
+#include "speech/TranscriptGuards.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+using namespace fenlo;
+
+namespace {
+
+void require(bool condition) {
+    if (!condition)
+        std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const HallucinationGuard guard("site.example");
+    const std::string_view raw(reinterpret_cast<const char*>(data), size);
+    guard.isHallucination(raw, 0.0F);
+    require(!guard.isHallucination(raw, 0.5F));
+    for (const bool isDevTool : {false, true}) {
+        const std::string tidy = postProcess(raw, {.isDevTool = isDevTool, .autoCapitalize = false});
+        require(text::repairUtf8(tidy) == tidy);
+        require(postProcess(tidy, {.isDevTool = isDevTool, .autoCapitalize = false}).size() <= tidy.size());
+    }
+    return 0;
+}

@@ -1,0 +1,184 @@
+#include "speech/Transcriber.h"
+#include "base/Files.h"
+#include "support/FakeHttpClient.h"
+#include "support/FakeSecureStore.h"
+#include "support/LogCapture.h"
+#include "support/VirtualTime.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <gmock/gmock.h>
+
+using namespace fenlo;
+using namespace fenlo::test;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::UnorderedElementsAre;
+
+namespace {
+
+class TranscriberTest : public ::testing::Test {
+protected:
+    TranscriberTest() {
+        std::ofstream(clip) << "clip";
+        answer(R"({"text": "from the cloud."})");
+    }
+    ~TranscriberTest() override { ::unsetenv("GROQ_API_KEY"); }
+
+    void answer(const std::string& body) {
+        http.onSend = [body](const HttpRequest&) { return HttpResponse{200, {}, body}; };
+    }
+
+    template <typename Change>
+    void configure(Change change) {
+        config.update(change);
+    }
+
+    Transcriber make(LocalTranscriber& local) {
+        return {config,
+                deployment,
+                http,
+                keychain,
+                local,
+                [this](auto) { return remote; },
+                [](auto&&) { return std::vector<std::string>{"stat"}; },
+                clock};
+    }
+
+    std::string transcribe(const TranscribeRequest& request) { return transcriber.transcribe(request, {}); }
+
+    std::string errorOf(TranscriberError::Kind kind) {
+        try {
+            transcribe({.audio = clip});
+        } catch (const TranscriberError& error) {
+            EXPECT_EQ(error.kind, kind);
+            return error.what();
+        }
+        return "no error";
+    }
+
+    const std::filesystem::path clip = files::temporaryFile("clip_", ".wav");
+    VirtualClock clock;
+    Config config{files::temporaryFile("config_", ".json"), clock};
+    Deployment deployment{"https://groq.example", "", "site.example"};
+    FakeHttpClient http;
+    FakeSecureStore store;
+    Keychain keychain{store};
+    std::map<std::string, std::string> remote = {{"groq_api_key", "k"}};
+    LocalTranscriber noEngine;
+    LocalTranscriber engine{[](auto&&...) { return std::string("thanks for watching"); }};
+    LogCapture log;
+    Transcriber transcriber = make(noEngine);
+};
+
+} // namespace
+
+TEST_F(TranscriberTest, SetUpTellsWhenAKeyIsThere) {
+    remote.clear();
+    transcriber.setup({});
+    EXPECT_THAT(log.lines(), IsEmpty());
+    remote = {{"groq_api_key", "k"}, {"transcription_provider", "groq"}};
+    transcriber.setup({});
+    EXPECT_THAT(log.lines(), ElementsAre("[Fenlo] Transcriber ready (provider: groq)"));
+}
+
+TEST_F(TranscriberTest, GroqIsTheDefaultAndSettingsReachTheRequest) {
+    configure([](Settings& s) {
+        s.language = "de";
+        s.customVocabulary = {"Fenlo"};
+        s.profession = "doctor";
+    });
+    EXPECT_EQ(transcribe({.audio = clip, .hintText = "before"}), "From the cloud");
+    EXPECT_EQ(http.requests.at(0).headers.at(0).second, "Bearer k");
+    EXPECT_THAT(http.requests.at(0).body, HasSubstr("name=\"prompt\"\r\n\r\nFenlo, stat. before\r\n"));
+    EXPECT_THAT(http.requests.at(0).body, HasSubstr("name=\"language\"\r\n\r\nde\r\n"));
+}
+
+TEST_F(TranscriberTest, WithoutAKeyNothingIsSent) {
+    remote.clear();
+    EXPECT_THAT(errorOf(TranscriberError::Kind::noAPIKey), HasSubstr("GROQ_API_KEY"));
+    EXPECT_THAT(http.requests, IsEmpty());
+    ::setenv("GROQ_API_KEY", "late", 1);
+    EXPECT_EQ(transcribe({.audio = clip}), "From the cloud") << "the next take looks for a key again";
+}
+
+TEST_F(TranscriberTest, ServicesThatAreNotBuiltInNameTheRemedyAndSendNothing) {
+    configure([](Settings& s) { s.sttEngine = "stt81"; });
+    EXPECT_THAT(errorOf(TranscriberError::Kind::noAPIKey), HasSubstr("set \"stt_engine\" to \"stt80\""));
+    configure([](Settings& s) { s.sttEngine = "stt80"; });
+    remote["transcription_provider"] = "deepgram";
+    transcriber.setup({});
+    EXPECT_THAT(errorOf(TranscriberError::Kind::noAPIKey), HasSubstr("Deepgram"));
+    transcriber.warmConnection();
+    EXPECT_THAT(http.requests, IsEmpty());
+    EXPECT_THAT(http.warmed, IsEmpty());
+}
+
+TEST_F(TranscriberTest, OfflineModeUsesTheEngineOrFallsBackToTheCloud) {
+    configure([](Settings& s) { s.offlineMode = true; });
+    EXPECT_EQ(transcribe({.audio = clip}), "From the cloud");
+    EXPECT_TRUE(log.contains("[Fenlo] Offline mode enabled but model not ready yet — falling back to cloud"));
+
+    Transcriber local = make(engine);
+    EXPECT_EQ(local.transcribe({.audio = clip}, {}), "Thanks for watching");
+    EXPECT_EQ(local.transcribe({.audio = clip, .speechRatio = 0.29F}, {}), "");
+    EXPECT_TRUE(log.contains("[Fenlo] Filtered hallucination (local): 'thanks for watching' (speech ratio: 29%)"));
+    EXPECT_EQ(http.requests.size(), 1u);
+    configure([](Settings& s) { s.offlineMode = false; });
+    EXPECT_EQ(local.transcribe({.audio = clip}, {}), "From the cloud");
+}
+
+TEST_F(TranscriberTest, InventedTextIsRejectedAndTheRestTidied) {
+    answer(R"({"text": "Thank you."})");
+    EXPECT_EQ(transcribe({.audio = clip, .speechRatio = 0.129F}), "");
+    EXPECT_TRUE(log.contains("[Fenlo] Filtered hallucination: 'Thank you.' (speech ratio: 12%)"));
+    EXPECT_EQ(transcribe({.audio = clip}), "Thank you");
+
+    answer(R"({"text": "Get status."})");
+    EXPECT_EQ(transcribe({.audio = clip, .appName = "org.gnome.Terminal"}), "git status");
+    answer(R"({"text": "hello."})");
+    configure([](Settings& s) { s.autoCapitalize = false; });
+    EXPECT_EQ(transcribe({.audio = clip, .appName = "mail"}), "hello");
+}
+
+TEST_F(TranscriberTest, ConfidenceIsThatOfTheLastClip) {
+    EXPECT_FALSE(transcriber.lastMeta());
+    answer(R"({"segments": [{"text": "maybe", "avg_logprob": -0.75}]})");
+    transcribe({.audio = clip});
+    ASSERT_TRUE(transcriber.lastMeta());
+    EXPECT_EQ(transcriber.lastMeta()->avgConfidence, -0.75);
+    EXPECT_THAT(transcriber.lastMeta()->lowConfidenceRanges, ElementsAre("maybe"));
+
+    http.onSend = [](const HttpRequest&) -> HttpResponse { throw HttpError(HttpError::Kind::connection, "gone"); };
+    EXPECT_THROW(transcribe({.audio = clip}), HttpError);
+    EXPECT_FALSE(transcriber.lastMeta()) << "a failed clip must not keep the confidence of the one before";
+}
+
+TEST_F(TranscriberTest, WarmsTheHostOnceItsKeyIsAtHand) {
+    transcriber.warmConnection();
+    EXPECT_THAT(http.warmed, IsEmpty());
+    transcriber.setup({});
+    transcriber.warmConnection();
+    EXPECT_THAT(http.warmed, ElementsAre("https://groq.example"));
+
+    Transcriber local = make(engine);
+    local.setup({});
+    configure([](Settings& s) { s.offlineMode = true; });
+    local.warmConnection();
+    EXPECT_EQ(http.warmed.size(), 1u) << "nothing will go to the cloud";
+    transcriber.warmConnection();
+    EXPECT_EQ(http.warmed.size(), 2u) << "without an engine it will";
+}
+
+TEST_F(TranscriberTest, DeliveredTextsAreNotedAndTheirTermsCounted) {
+    configure([](Settings& s) {
+        s.customVocabulary = {"Fenlo", "EKG"};
+        s.professionVocabulary = {"stat", "FENLO"};
+    });
+    for (const char* text : {"one fenlo fenlo", "two\nSTAT", "three", "four fenlo."})
+        transcriber.recordTranscription(text);
+    EXPECT_THAT(transcriber.recentTranscriptions(), ElementsAre("two\nSTAT", "three", "four fenlo."));
+    EXPECT_THAT(transcriber.termFrequency(), UnorderedElementsAre(Pair("Fenlo", 1), Pair("FENLO", 1), Pair("stat", 1)));
+}
