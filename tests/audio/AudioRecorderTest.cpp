@@ -1,0 +1,443 @@
+#include "audio/AudioRecorder.h"
+#include "Signals.h"
+#include "audio/AudioFile.h"
+#include "base/Files.h"
+#include "base/NotificationCenter.h"
+#include "settings/Config.h"
+#include "support/FakeAudio.h"
+#include "support/LogCapture.h"
+#include "support/ScarceDisk.h"
+#include "support/VirtualTime.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+#include <thread>
+
+using namespace fenlo;
+using namespace fenlo::test;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr double rate = 16000;           // of the fake microphone: samples come back unchanged in the files
+constexpr std::size_t bufferSize = 4096; // what the recorder asks its tap for
+
+const InputDevice headset{8, "Headset", false};
+
+class Recorder : public ::testing::Test {
+protected:
+    ~Recorder() override {
+        for (const fs::path& file : written)
+            files::removeQuietly(file);
+    }
+
+    /// The microphone hears this while time passes; what fills no buffer yet stays in the device.
+    void hear(const std::vector<float>& samples) {
+        for (std::size_t done = 0; done < samples.size(); done += 160) {
+            const std::size_t count = std::min<std::size_t>(160, samples.size() - done);
+            input.hear(std::span(samples).subspan(done, count));
+            queue.advance(static_cast<double>(count) / rate);
+        }
+    }
+    /// Hears it at once, in whole buffers.
+    void hearBuffers(float level, std::size_t count) { input.hear(constant(level, count * bufferSize)); }
+
+    std::vector<fs::path> stop() {
+        const auto files = recorder.stopRecording();
+        written.insert(written.end(), files.begin(), files.end());
+        return files;
+    }
+    static std::size_t sizeOf(const fs::path& file) { return readAudioFile(file).mono.size(); }
+    bool runs() const { return input.microphone.engine && input.microphone.engine->isRunning(); }
+    int enginesMade() const { return input.microphone.enginesMade; }
+
+    VirtualClock clock;
+    VirtualMainQueue queue{clock};
+    Config config{fs::temp_directory_path() / files::makeUuid() / "config.json", clock};
+    NotificationCenter notifications;
+    FakeAudioInput input;
+    AudioRecorder recorder{input, clock, queue, config, notifications};
+    std::vector<fs::path> written;
+    LogCapture log;
+};
+
+class WarmRecorder : public Recorder {
+protected:
+    WarmRecorder() {
+        recorder.registerDeviceListener();
+        recorder.warmUp();
+    }
+};
+
+} // namespace
+
+TEST_F(Recorder, WarmUp_PrimesTheEngineAndLeavesItStopped) {
+    recorder.warmUp();
+    EXPECT_TRUE(recorder.hasEngine());
+    EXPECT_EQ(input.microphone.starts, 1);
+    EXPECT_FALSE(runs());
+    EXPECT_TRUE(log.contains("[Fenlo] Audio engine prepared at 16000Hz, 1ch, device=7"));
+
+    input.microphone.startErrors = {"busy"};
+    recorder.warmUp();
+    EXPECT_TRUE(recorder.hasEngine()) << "a failed priming is no failure";
+    EXPECT_TRUE(log.contains("[Fenlo] Audio engine warmup skipped for this device: busy"));
+}
+
+TEST_F(Recorder, WithoutAnInput_WarmUpIsTriedAgainUntilThereIsOne) {
+    input.microphone.format = {};
+    input.microphone.device.reset();
+    recorder.warmUp();
+    queue.advance(10);
+    EXPECT_FALSE(recorder.hasEngine());
+    EXPECT_EQ(enginesMade(), 21) << "every half second";
+    recorder.startRecording();
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_TRUE(stop().empty());
+    EXPECT_TRUE(log.contains("[Fenlo] Stop called but engine is nil"));
+
+    input.microphone.format = {rate, 1};
+    input.microphone.device = InputDevice{7, "Microphone", true};
+    queue.advance(1);
+    EXPECT_TRUE(recorder.hasEngine());
+    const int made = enginesMade();
+    queue.advance(10);
+    EXPECT_EQ(enginesMade(), made) << "no retry is left over";
+    const auto lines = log.lines();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(),
+                         "[Fenlo] ERROR: Audio engine setup skipped: invalid format (rate=0, ch=0)"),
+              2)
+        << "one for the warm-up, one for the key";
+}
+
+TEST_F(WarmRecorder, Take_IsWrittenAndTheBuiltInMicrophoneIsOff) {
+    recorder.startRecording();
+    EXPECT_TRUE(recorder.isRecording());
+    EXPECT_TRUE(runs());
+    hear(sine(0.3F, 1.5, rate));
+    EXPECT_NEAR(recorder.currentRMS(), 0.3 / std::sqrt(2) > 0.15 ? 1.0 : 0, 1e-6);
+    clock.onSleep = [&](double) { input.hear(sine(0.3F, 0.25, rate)); };
+    const auto files = stop();
+    ASSERT_EQ(files.size(), 1u);
+    // 1.75 seconds of sound are six whole buffers.
+    EXPECT_EQ(sizeOf(files[0]), 6 * bufferSize);
+    EXPECT_EQ(clock.slept, 0.25);
+    EXPECT_FALSE(runs());
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_EQ(recorder.speechRatio(), 1);
+    EXPECT_TRUE(log.contains("[Fenlo] Recording at 16000Hz, device=7"));
+    EXPECT_TRUE(log.contains("[Fenlo] Stop: 24576 samples collected in 1.5s, engine.isRunning=true"));
+    EXPECT_TRUE(log.contains("[Fenlo] Saved 1.5s audio → 1 chunk(s), 96KB total"));
+}
+
+TEST_F(WarmRecorder, TakeWithoutSpeech_GivesNothing) {
+    recorder.startRecording();
+    hear(sine(0.3F, 0.25, rate) + constant(0, 4000));
+    ASSERT_FALSE(stop().empty());
+    const float ratio = recorder.speechRatio();
+
+    recorder.startRecording();
+    hear(constant(0, 32000));
+    EXPECT_TRUE(stop().empty());
+    EXPECT_TRUE(log.contains("[Fenlo] Recording was silent (rms=0.0000), skipping"));
+    EXPECT_EQ(recorder.speechRatio(), ratio) << "a silent take leaves the ratio alone";
+
+    recorder.startRecording();
+    hear(sine(0.3F, 0.2, rate) + constant(0, 80000));
+    EXPECT_TRUE(stop().empty());
+    EXPECT_LT(recorder.speechRatio(), 0.15F) << "the dropped take has set it";
+}
+
+TEST_F(WarmRecorder, EarlyOpening_PutsTheLastMomentsBeforeTheTake) {
+    recorder.openMicrophone();
+    EXPECT_TRUE(runs());
+    EXPECT_FALSE(recorder.isRecording());
+    hearBuffers(0.1F, 1);
+    hearBuffers(0.2F, 1);
+    const int made = enginesMade();
+    recorder.startRecording();
+    EXPECT_EQ(enginesMade(), made);
+    hearBuffers(0.4F, 2);
+    clock.advance(1);
+    const auto files = stop();
+    ASSERT_EQ(files.size(), 1u);
+    const auto samples = readAudioFile(files[0]).mono;
+    ASSERT_EQ(samples.size(), 4800 + 2 * bufferSize) << "0.3 seconds before";
+    const float gain = 0.707F / 0.4F;
+    EXPECT_FLOAT_EQ(samples[703], 0.1F * gain);
+    EXPECT_FLOAT_EQ(samples[704], 0.2F * gain);
+    EXPECT_FLOAT_EQ(samples[4800], 0.4F * gain);
+}
+
+TEST_F(WarmRecorder, OnReady_ComesOncePerTakeAtItsFirstBuffer) {
+    int ready = 0;
+    recorder.setOnReady([&] { ++ready; });
+    recorder.openMicrophone();
+    hearBuffers(0.1F, 1);
+    recorder.startRecording();
+    queue.runPosted();
+    EXPECT_EQ(ready, 0);
+    hearBuffers(0.1F, 3);
+    EXPECT_EQ(ready, 0) << "on the main thread only";
+    queue.runPosted();
+    EXPECT_EQ(ready, 1);
+
+    // What one take had posted is no news of the next.
+    stop();
+    recorder.startRecording();
+    hearBuffers(0.1F, 1);
+    stop();
+    int late = 0;
+    recorder.setOnReady([&] { ++late; });
+    recorder.startRecording();
+    queue.runPosted();
+    EXPECT_EQ(late, 0);
+    hearBuffers(0.1F, 1);
+    queue.runPosted();
+    EXPECT_EQ(late, 1);
+}
+
+TEST_F(WarmRecorder, OnSilence_ComesOncePerPauseOfATake) {
+    int told = 0;
+    recorder.setOnSilence([&] { ++told; });
+    recorder.openMicrophone();
+    hear(constant(0, 80000));
+    EXPECT_EQ(told, 0) << "no take runs";
+    recorder.startRecording();
+    hear(constant(0, 40000));
+    EXPECT_EQ(told, 0);
+    hear(constant(0, 56000));
+    EXPECT_EQ(told, 1);
+    hear(sine(0.1F, 0.256, rate));
+    hear(constant(0, 96000));
+    EXPECT_EQ(told, 2);
+    stop();
+}
+
+TEST_F(WarmRecorder, OnAudioBuffer_HearsEveryBufferEvenWithoutATake) {
+    std::size_t heard = 0;
+    recorder.setOnAudioBuffer([&](std::span<const float> samples) { heard += samples.size(); });
+    recorder.openMicrophone();
+    hearBuffers(0.1F, 2);
+    recorder.startRecording();
+    hearBuffers(0.1F, 1);
+    EXPECT_EQ(heard, 3 * bufferSize);
+    recorder.setOnAudioBuffer({});
+    hearBuffers(0.1F, 1);
+    EXPECT_EQ(heard, 3 * bufferSize);
+    stop();
+}
+
+TEST_F(WarmRecorder, FailedStart_IsRetriedOnANewEngine) {
+    input.microphone.startErrors = {"busy", "", ""};
+    recorder.startRecording();
+    EXPECT_TRUE(recorder.isRecording());
+    EXPECT_EQ(enginesMade(), 2);
+    EXPECT_TRUE(log.contains("[Fenlo] ERROR: Audio engine start failed: busy, rebuilding synchronously and retrying"));
+    stop();
+
+    input.microphone.startErrors = {"busy", "still", "gone"};
+    recorder.startRecording();
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_TRUE(log.contains("[Fenlo] ERROR: Audio engine retry start failed: gone"));
+    recorder.startRecording();
+    EXPECT_TRUE(recorder.isRecording()) << "the next press finds a device that works again";
+}
+
+TEST_F(WarmRecorder, ChangeThatWasNotTold_IsNoticedAtTheStart) {
+    input.microphone.device = headset;
+    input.microphone.format = {48000, 2};
+    recorder.startRecording();
+    EXPECT_TRUE(log.contains("[Fenlo] Input device changed since last setup (7 → 8), rebuilding synchronously"));
+    EXPECT_TRUE(log.contains("[Fenlo] Recording at 48000Hz, device=8"));
+    stop();
+}
+
+TEST_F(WarmRecorder, ExternalInput_LingersForAMinute) {
+    input.change(headset);
+    queue.advance(0.3);
+    recorder.startRecording();
+    hear(sine(0.2F, 1, rate));
+    EXPECT_EQ(stop().size(), 1u);
+    EXPECT_TRUE(runs());
+    EXPECT_TRUE(log.contains(
+        "[Fenlo] External input active — keeping engine running to preserve SCO state (will stop after idle)"));
+
+    // A take within the minute begins with what was said just before it, and puts the stop off.
+    queue.advance(59);
+    hearBuffers(0.2F, 1);
+    recorder.startRecording();
+    hearBuffers(0.2F, 2);
+    queue.advance(60);
+    EXPECT_TRUE(runs());
+    const auto files = stop();
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(sizeOf(files[0]), 3 * bufferSize);
+
+    queue.advance(59.9);
+    hearBuffers(0.2F, 1);
+    EXPECT_TRUE(runs());
+    queue.advance(0.2);
+    EXPECT_FALSE(runs());
+    EXPECT_TRUE(log.contains("[Fenlo] Idle window elapsed — engine stopped, orange mic indicator off"));
+
+    // What was heard before the engine stopped does not open a take that comes much later.
+    recorder.startRecording();
+    hearBuffers(0.2F, 2);
+    clock.advance(1);
+    const auto later = stop();
+    ASSERT_EQ(later.size(), 1u);
+    EXPECT_EQ(sizeOf(later[0]), 2 * bufferSize);
+}
+
+TEST_F(WarmRecorder, DeviceChange_RebuildsAfterItSettled) {
+    int told = 0;
+    const auto observation = notifications.observe(notification::inputDeviceChanged, [&](const auto& object) {
+        ++told;
+        EXPECT_FALSE(object);
+    });
+    input.change(input.microphone.device); // no change at all
+    input.change({});                      // nothing there
+    EXPECT_EQ(told, 0);
+    input.change(headset);
+    EXPECT_EQ(told, 1);
+    EXPECT_FALSE(recorder.hasEngine());
+    queue.advance(0.29);
+    EXPECT_FALSE(recorder.hasEngine());
+    queue.advance(0.02);
+    EXPECT_TRUE(recorder.hasEngine());
+    EXPECT_TRUE(log.contains("[Fenlo] Audio input device changed: 7 → 8"));
+    EXPECT_TRUE(recorder.isExternalInputActive());
+    EXPECT_EQ(recorder.defaultInputDeviceName(), "Headset");
+}
+
+TEST_F(WarmRecorder, TakeBeforeTheDeviceSettled_KeepsItsOwnEngine) {
+    input.change(headset);
+    recorder.startRecording();
+    const int made = enginesMade();
+    hear(sine(0.2F, 1, rate));
+    EXPECT_EQ(enginesMade(), made) << "the late warm-up must not end the take";
+    EXPECT_EQ(stop().size(), 1u);
+}
+
+TEST_F(WarmRecorder, DeviceChangeInMidTake_WaitsForItsEnd) {
+    recorder.startRecording();
+    hear(sine(0.2F, 1, rate));
+    const int made = enginesMade();
+    input.change(headset);
+    queue.advance(1);
+    EXPECT_EQ(enginesMade(), made);
+    hear(sine(0.2F, 1, rate));
+    const auto files = stop();
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(sizeOf(files[0]), 7 * bufferSize);
+    EXPECT_TRUE(log.contains("[Fenlo] Device changed during recording, rebuilding engine for next use"));
+    queue.advance(0.3);
+    EXPECT_EQ(enginesMade(), made + 1);
+    EXPECT_FALSE(runs()) << "the changed external input does not linger";
+}
+
+TEST_F(WarmRecorder, Headset_TurnsTheTonesOffForGood) {
+    ASSERT_TRUE(config.get().playSounds);
+    input.change(headset);
+    EXPECT_FALSE(config.get().playSounds);
+    EXPECT_TRUE(log.contains("[Fenlo] External input connected — auto-disabled Play Sounds"));
+    queue.advance(1);
+    input.change(InputDevice{7, "Built-in", true});
+    queue.advance(1);
+    EXPECT_FALSE(config.get().playSounds);
+
+    // Who turns them on with a headset on, keeps them with the next one.
+    input.change(headset);
+    queue.advance(1);
+    config.update([](Settings& settings) { settings.playSounds = true; });
+    input.change(InputDevice{9, "Other headset", false});
+    EXPECT_TRUE(config.get().playSounds);
+}
+
+TEST_F(WarmRecorder, LongTake_IsCutAtItsLastQuietSpot) {
+    recorder.startRecording();
+    // 240 seconds fill the chunk at the 938th buffer; within its last ten seconds, one second is quiet.
+    hearBuffers(0.2F, 910);
+    hearBuffers(0, 4);
+    hearBuffers(0.3F, 28);
+    clock.advance(241);
+    const auto files = stop();
+    ASSERT_EQ(files.size(), 2u);
+    const std::size_t searchStart = 938 * bufferSize - 160000;
+    const std::size_t quietEnd = 914 * bufferSize;
+    const std::size_t cut = searchStart + (quietEnd - searchStart) / 1024 * 1024;
+    EXPECT_EQ(sizeOf(files[0]), cut);
+    EXPECT_EQ(sizeOf(files[1]), 942 * bufferSize - cut);
+    EXPECT_TRUE(log.contains("[Fenlo] Flushed chunk 1 → " + std::to_string(fs::file_size(files[0]) / 1024) +
+                             "KB WAV (" + std::to_string(938 * bufferSize - cut) + " samples carried over)"));
+}
+
+TEST_F(WarmRecorder, LongTakeWithoutAPause_IsCutWhereItStands) {
+    recorder.startRecording();
+    hearBuffers(0.2F, 938);
+    clock.advance(240);
+    const auto files = stop();
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(sizeOf(files[0]), 938 * bufferSize);
+    EXPECT_TRUE(log.contains("[Fenlo] Stopped with 1 flushed chunks, no remaining audio"));
+
+    recorder.startRecording();
+    hearBuffers(0.2F, 938);
+    hearBuffers(0, 10);
+    EXPECT_EQ(stop().size(), 2u) << "a silent rest of a long take is kept";
+}
+
+TEST_F(WarmRecorder, ChunkThatCannotBeWritten_StaysInMemory) {
+    recorder.startRecording();
+    {
+        const ScarceDisk scarce(100000);
+        hearBuffers(0.2F, 938);
+        while (!log.contains("[Fenlo] ERROR: Failed to write chunk 1"))
+            std::this_thread::yield();
+    }
+    while (!log.containsPrefix("[Fenlo] Flushed chunk 1")) {
+        hearBuffers(0.2F, 1); // the next buffer tries again
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    const auto files = stop();
+    ASSERT_FALSE(files.empty());
+    EXPECT_GE(sizeOf(files[0]), 939 * bufferSize) << "nothing of the first attempt is lost";
+}
+
+TEST_F(WarmRecorder, LastPartThatCannotBeWritten_LeavesTheChunksBeforeIt) {
+    recorder.startRecording();
+    hearBuffers(0.2F, 938);
+    while (!log.containsPrefix("[Fenlo] Flushed chunk 1"))
+        std::this_thread::yield();
+    hearBuffers(0.2F, 20);
+    const ScarceDisk scarce(100000);
+    EXPECT_EQ(stop().size(), 1u);
+}
+
+TEST(TakeBuffer, AudioThreadMainThreadAndFlusher_LoseNothing) {
+    constexpr std::size_t buffers = 2500; // more than two chunks
+    TakeBuffer take;
+    take.setSampleRate(rate);
+    take.begin();
+    std::atomic<bool> done = false;
+    std::thread audio([&] {
+        const auto buffer = constant(0.2F, bufferSize);
+        for (std::size_t i = 0; i < buffers; ++i)
+            take.append(buffer);
+        done = true;
+    });
+    while (!done)
+        EXPECT_TRUE(take.markDeviceChanged() && take.isRecording());
+    audio.join();
+    const TakeBuffer::Taken taken = take.end();
+    std::size_t samples = taken.samples.size();
+    for (const fs::path& file : taken.chunkFiles) {
+        samples += readAudioFile(file).mono.size();
+        fs::remove(file);
+    }
+    EXPECT_EQ(samples, buffers * bufferSize);
+    EXPECT_GE(taken.chunkFiles.size(), 1u);
+    EXPECT_TRUE(taken.deviceChanged);
+}

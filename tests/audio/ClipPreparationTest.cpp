@@ -1,0 +1,126 @@
+#include "audio/ClipPreparation.h"
+#include "Signals.h"
+#include "audio/AudioFile.h"
+#include "audio/Level.h"
+#include "audio/WavFile.h"
+#include "base/Files.h"
+#include "support/LogCapture.h"
+#include "support/ScarceDisk.h"
+
+#include <cmath>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+using namespace fenlo;
+using namespace fenlo::test;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class Clips : public ::testing::Test {
+protected:
+    void TearDown() override {
+        removePreparedClip(prepared, clip);
+        files::removeQuietly(clip);
+    }
+
+    /// Prepares a mono clip of these samples.
+    const fs::path& prepare(const std::vector<float>& samples, int rate = 16000) {
+        removePreparedClip(prepared, clip);
+        files::removeQuietly(clip);
+        writeWav(clip, samples, rate, WavEncoding::float32);
+        return prepared = prepareClip(clip);
+    }
+    bool isUnchanged() const { return prepared == clip; }
+    std::vector<float> result() const { return readSoundFile(prepared, ChannelMix::first).mono; }
+
+    const fs::path clip = fs::temp_directory_path() / "clip.wav";
+    fs::path prepared = clip;
+    LogCapture log;
+};
+
+std::vector<float> silence(double seconds) {
+    return constant(0, static_cast<std::size_t>(seconds * 16000));
+}
+
+} // namespace
+
+TEST_F(Clips, ShortClip_IsConvertedAndNotTrimmed) {
+    prepare(silence(1) + sine(0.5F, 0.9, 16000) + silence(1));
+    ASSERT_FALSE(isUnchanged());
+    EXPECT_EQ(result().size(), 46400u);
+    EXPECT_TRUE(prepared.filename().string().starts_with("fenlo_pre_"));
+    EXPECT_EQ(prepared.extension(), ".wav");
+    SF_INFO info{};
+    SNDFILE* sound = ::sf_open(prepared.c_str(), SFM_READ, &info);
+    EXPECT_EQ(info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    EXPECT_EQ(info.samplerate, 16000);
+    EXPECT_EQ(info.channels, 1);
+    ::sf_close(sound);
+    EXPECT_TRUE(log.contains("[Fenlo] Preprocess: 181KB → 90KB (16kHz mono, VAD skipped — short clip)"));
+}
+
+TEST_F(Clips, ClipOfThreeSeconds_IsTrimmedToItsSpeech) {
+    // The speech fills the frames 60 to 79; 15 frames are kept to either side.
+    prepare(silence(1.2) + sine(0.5F, 0.4, 16000) + silence(1.4));
+    ASSERT_FALSE(isUnchanged());
+    EXPECT_EQ(result().size(), (15u + 20 + 15) * 320);
+    EXPECT_TRUE(log.contains("[Fenlo] Preprocess: 187KB → 31KB (16kHz mono, VAD-trimmed)"));
+}
+
+TEST_F(Clips, NothingStandsOut_TheClipStaysAsItIs) {
+    EXPECT_EQ(prepare(silence(4)), clip);
+    EXPECT_EQ(prepare(sine(0.5F, 4, 16000)), clip) << "speech from end to end raises the floor itself";
+    EXPECT_EQ(prepare({}), clip);
+}
+
+TEST(SpeechRange, StaysWithinTheClip) {
+    const auto loud = sine(0.5F, 1, 16000);
+    const auto atStart = speechRange(loud + silence(3));
+    EXPECT_EQ(atStart->start, 0u);
+    EXPECT_EQ(atStart->end, 16000u + 15 * 320);
+    const auto atEnd = speechRange(silence(3.01) + loud);
+    EXPECT_EQ(atEnd->end, 48160u + 16000);
+    EXPECT_EQ(atEnd->start, (150u - 15) * 320);
+}
+
+TEST(SpeechRange, ThresholdFollowsTheNoiseButHasAFloor) {
+    const auto burst = [](float noise, float level) {
+        return speechRange(constant(noise, 320 * 50) + constant(level, 320 * 10) + constant(noise, 320 * 50))
+            .has_value();
+    };
+    EXPECT_FALSE(burst(0.01F, 0.0199F));
+    EXPECT_TRUE(burst(0.01F, 0.0201F));
+    EXPECT_FALSE(burst(0, 0.003F));
+    EXPECT_TRUE(burst(0, 0.0031F));
+    EXPECT_FALSE(speechRange({}));
+}
+
+TEST_F(Clips, OtherRatesAndChannels_BecomeSixteenKilohertzMono) {
+    prepare(sine(0.5F, 2, 44100, 1000), 44100);
+    const auto converted = result();
+    EXPECT_NEAR(static_cast<double>(converted.size()), 32000, 2);
+    // Away from the ends the tone is the same one; a converter that folds or dulls would show here.
+    const auto ideal = sine(0.5F, 2, 16000, 1000);
+    for (std::size_t i = 2000; i < 30000; ++i)
+        ASSERT_NEAR(converted[i], ideal[i], 1e-3) << i;
+    // What lies above the new rate's reach must vanish and not come back as another tone.
+    prepare(sine(0.5F, 2, 44100, 11000), 44100);
+    EXPECT_LT(rms(result()), 1e-3);
+}
+
+TEST_F(Clips, Failure_LeadsBackToTheClip) {
+    std::ofstream(clip) << "RIFF this is no sound";
+    EXPECT_EQ(prepareClip(clip), clip);
+    EXPECT_TRUE(log.containsPrefix("[Fenlo] Preprocess failed ("));
+    {
+        prepare(sine(0.5F, 2, 16000));
+        removePreparedClip(prepared, clip);
+        const ScarceDisk scarce(20000);
+        EXPECT_EQ(prepareClip(clip), clip);
+    }
+    removePreparedClip(clip, clip);
+    EXPECT_TRUE(fs::exists(clip));
+}

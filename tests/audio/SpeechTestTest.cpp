@@ -1,0 +1,105 @@
+#include "audio/SpeechTest.h"
+#include "Signals.h"
+#include "audio/Level.h"
+#include "audio/QuietCut.h"
+#include "audio/SilenceWatch.h"
+
+#include <gtest/gtest.h>
+
+using namespace fenlo;
+using namespace fenlo::test;
+
+namespace {
+
+/// A hundred frames, so many of them at `loud`, the rest at zero.
+std::vector<float> share(int percent, float loud) {
+    return constant(loud, levelFrame * static_cast<std::size_t>(percent)) +
+           constant(0, levelFrame * static_cast<std::size_t>(100 - percent));
+}
+
+} // namespace
+
+TEST(Level, OfAConstantSignalIsExact) {
+    for (const std::size_t count : {1u, 3u, 1024u, 1367u, 240003u})
+        EXPECT_EQ(rms(constant(-0.001F, count)), 0.001F) << count;
+    EXPECT_EQ(rms({}), 0);
+    EXPECT_EQ(peak({}), 0);
+    EXPECT_EQ(peak(std::vector{0.1F, -0.4F, 0.3F}), 0.4F);
+}
+
+TEST(SpeechTest, TooShortTake_IsDroppedWithoutALine) {
+    const auto take = constant(0.1F, 16000);
+    EXPECT_FALSE(testSpeech(take, 0.29).keep);
+    EXPECT_EQ(testSpeech(take, 0.29).logLine, "");
+    EXPECT_TRUE(testSpeech(take, 0.3).keep);
+    EXPECT_FALSE(testSpeech({}, 5).keep);
+    EXPECT_EQ(testSpeech({}, 5).logLine, "");
+}
+
+TEST(SpeechTest, SilentTake_IsDroppedWithoutARatio) {
+    const SpeechTestResult result = testSpeech(constant(0, 16000), 1);
+    EXPECT_FALSE(result.keep);
+    EXPECT_FALSE(result.speechRatio);
+    EXPECT_EQ(result.logLine, "[Fenlo] Recording was silent (rms=0.0000), skipping");
+}
+
+TEST(SpeechTest, LevelOfExactlyTheThreshold_IsNeitherSilentNorSpeech) {
+    const SpeechTestResult result = testSpeech(constant(0.001F, 4 * levelFrame), 1);
+    EXPECT_EQ(result.speechRatio, 0);
+    EXPECT_EQ(result.logLine, "[Fenlo] Only 0% speech frames, skipping");
+}
+
+TEST(SpeechTest, LessThanAFrame_IsKeptWithoutARatio) {
+    const SpeechTestResult result = testSpeech(constant(0.01F, levelFrame - 1), 1);
+    EXPECT_TRUE(result.keep);
+    EXPECT_FALSE(result.speechRatio);
+}
+
+TEST(SpeechTest, ShareOfSpeechFrames_DecidesWithTheLoudness) {
+    // The RMS of the whole take is the loud frames' level times the root of their share.
+    const SpeechTestResult tooFew = testSpeech(share(14, 0.5F), 5);
+    EXPECT_FALSE(tooFew.keep);
+    EXPECT_FLOAT_EQ(tooFew.speechRatio.value(), 0.14F);
+    EXPECT_EQ(tooFew.logLine, "[Fenlo] Only 14% speech frames, skipping");
+    EXPECT_TRUE(testSpeech(share(15, 0.5F), 5).keep);
+
+    EXPECT_TRUE(testSpeech(share(20, 0.0068F), 5).keep);
+    const SpeechTestResult quiet = testSpeech(share(20, 0.0066F), 5);
+    EXPECT_FALSE(quiet.keep);
+    EXPECT_EQ(quiet.logLine, "[Fenlo] Low speech (20%) + quiet (rms=0.0030), skipping");
+    EXPECT_TRUE(testSpeech(share(25, 0.0022F), 5).keep);
+}
+
+TEST(SpeechTest, IncompleteTail_CountsForNoFrame) {
+    const auto take = constant(0.1F, levelFrame) + constant(0, levelFrame) + constant(0.1F, levelFrame - 1);
+    EXPECT_EQ(testSpeech(take, 1).speechRatio, 0.5F);
+}
+
+TEST(QuietCut, FallsAtTheEndOfTheLatestQuietFrame) {
+    constexpr double rate = 1024; // a frame is a second
+    const auto loud = [](std::size_t frames) { return constant(0.1F, frames * levelFrame); };
+    const auto quiet = constant(0, levelFrame);
+    EXPECT_EQ(quietCut(loud(5) + quiet + loud(3) + quiet + loud(2), rate), 10 * levelFrame);
+    EXPECT_EQ(quietCut(loud(12), rate), 12 * levelFrame) << "none is quiet";
+    EXPECT_EQ(quietCut(quiet + loud(10), rate), 11 * levelFrame) << "only the last ten seconds are searched";
+    EXPECT_EQ(quietCut(loud(1) + quiet + loud(9), rate), 2 * levelFrame);
+    EXPECT_EQ(quietCut(constant(0, levelFrame - 1), rate), levelFrame - 1) << "no whole frame";
+    // Frames are counted from where the search starts.
+    EXPECT_EQ(quietCut(loud(2) + quiet + constant(0.1F, 300), rate), 3 * levelFrame);
+    EXPECT_EQ(quietCut({}, rate), 0u);
+}
+
+TEST(SilenceWatch, TellsEachPauseOnce) {
+    SilenceWatch watch;
+    const auto hear = [&](float level, double from, double to) {
+        int told = 0;
+        for (double now = from; now < to; now += 0.25)
+            told += watch.hear(level, now);
+        return told;
+    };
+    EXPECT_EQ(hear(0.0009F, 0, 3.0), 0);
+    EXPECT_EQ(hear(0.0009F, 3.0, 6), 1);
+    EXPECT_EQ(hear(0.001F, 6, 6.5), 0) << "the threshold itself is not quiet";
+    EXPECT_EQ(hear(0, 6.5, 9.5), 0);
+    EXPECT_EQ(hear(0, 9.5, 20), 1);
+}

@@ -1,0 +1,181 @@
+// What happens to the audio adapters when the sound server does what servers do.
+
+#include "AudioWorld.h"
+#include "audio/Level.h"
+
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <gtest/gtest.h>
+
+using namespace fenlo;
+using namespace fenlo::test;
+
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+double secondsSince(SteadyClock::time_point start) {
+    return std::chrono::duration<double>(SteadyClock::now() - start).count();
+}
+
+class PulseAudio : public ::testing::Test {
+protected:
+    /// An engine that counts what it delivers.
+    std::unique_ptr<CaptureEngine> countingEngine(PulseAudioInput& input) {
+        auto engine = input.makeEngine();
+        engine->installTap(480, [this](std::span<const float> samples) {
+            level = rms(samples);
+            delivered += samples.size();
+        });
+        return engine;
+    }
+    bool deliversMore() {
+        return queue.pumpUntil([this, before = delivered.load()] { return delivered > before + 4800; });
+    }
+    bool recordsNothing() { return server.control("list short source-outputs").find("Dictation") == std::string::npos; }
+
+    SoundServer server;
+    PumpedQueue queue;
+    std::atomic<std::size_t> delivered = 0;
+    std::atomic<float> level = 0;
+};
+
+} // namespace
+
+TEST_F(PulseAudio, FirstSamples_ComeWithinFiftyMilliseconds) {
+    server.start();
+    PulseAudioInput input(queue);
+    const auto engine = countingEngine(input);
+    double fastest = 1;
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        delivered = 0;
+        const auto start = SteadyClock::now();
+        ASSERT_FALSE(engine->start());
+        ASSERT_TRUE(queue.pumpUntil([&] { return delivered > 0; }));
+        fastest = std::min(fastest, secondsSince(start));
+        engine->stop();
+    }
+    RecordProperty("milliseconds", std::to_string(fastest * 1000));
+    EXPECT_LT(fastest, 0.05);
+}
+
+TEST_F(PulseAudio, StoppedEngine_HoldsNoStreamOpen) {
+    server.start();
+    PulseAudioInput input(queue);
+    const auto engine = countingEngine(input);
+    ASSERT_FALSE(engine->start());
+    EXPECT_NE(server.control("list source-outputs").find("Dictation"), std::string::npos);
+    engine->stop();
+    EXPECT_EQ(server.control("list source-outputs").find("Dictation"), std::string::npos);
+}
+
+TEST_F(PulseAudio, FirstChannelOnly_IsTaken) {
+    server.start();
+    std::ofstream file("left-only.raw", std::ios::binary);
+    for (const float sample : tone(440, 20, 48000, 0.4F))
+        for (const float channel : {sample, 0.0F})
+            file.write(reinterpret_cast<const char*>(&channel), sizeof channel);
+    file.close();
+    PulseAudioInput input(queue);
+    const auto engine = countingEngine(input);
+    EXPECT_EQ(engine->format().channels, 2u);
+    ASSERT_FALSE(engine->start());
+    server.playRaw(std::filesystem::absolute("left-only.raw"));
+    EXPECT_TRUE(queue.pumpUntil([&] { return std::abs(level - 0.2828F) < 0.01F; })) << level;
+    server.kill();
+    std::filesystem::remove("left-only.raw");
+}
+
+TEST_F(PulseAudio, RestartInMidCapture_IsBridged) {
+    server.start();
+    PulseAudioInput input(queue);
+    const auto device = input.defaultDevice();
+    const auto engine = countingEngine(input);
+    ASSERT_FALSE(engine->start());
+    ASSERT_TRUE(deliversMore());
+
+    server.kill();
+    EXPECT_TRUE(queue.pumpUntil([&] { return !input.defaultDevice(); }));
+    EXPECT_TRUE(engine->isRunning());
+    const std::size_t before = delivered;
+    server.start();
+    EXPECT_TRUE(queue.pumpUntil([&] { return input.defaultDevice() && input.defaultDevice()->id == device->id; }));
+    EXPECT_TRUE(deliversMore());
+    EXPECT_GE(delivered, before);
+    EXPECT_TRUE(engine->isRunning());
+    engine->stop();
+    EXPECT_TRUE(recordsNothing());
+}
+
+TEST_F(PulseAudio, DeviceGoneInMidCapture_TheDefaultOneTakesOver) {
+    server.start();
+    PulseAudioInput input(queue);
+    const auto engine = countingEngine(input);
+    const InputFormat format = engine->format();
+    ASSERT_FALSE(engine->start());
+    ASSERT_TRUE(deliversMore());
+    server.control("unload-module module-remap-source");
+    EXPECT_TRUE(deliversMore());
+    EXPECT_TRUE(engine->isRunning());
+    EXPECT_EQ(engine->format().sampleRate, format.sampleRate);
+}
+
+TEST_F(PulseAudio, ServerThatComesLater_IsFound) {
+    PulseAudioInput input(queue);
+    PulseAudioOutput output;
+    int told = 0;
+    input.onDefaultDeviceChanged([&] { ++told; });
+    EXPECT_FALSE(input.defaultDevice());
+    EXPECT_TRUE(input.makeEngine()->start());
+    output.play(tone(440, 1, 44100), 44100); // nobody hears it
+    server.start();
+    EXPECT_TRUE(queue.pumpUntil(
+        [&] { return told > 0 && input.defaultDevice() && input.defaultDevice()->name == "Microphone"; }));
+    const auto engine = countingEngine(input);
+    EXPECT_FALSE(engine->start());
+    EXPECT_TRUE(deliversMore());
+}
+
+TEST_F(PulseAudio, ServerWithoutSources_IsNoDevice) {
+    server.startWithoutDevices();
+    PulseAudioInput input(queue);
+    EXPECT_FALSE(input.defaultDevice());
+    server.control("load-module module-null-sink sink_name=late");
+    EXPECT_TRUE(queue.pumpUntil([&] { return input.defaultDevice().has_value(); })) << "a monitor counts";
+}
+
+TEST_F(PulseAudio, HungServer_HoldsNobodyUpForASecond) {
+    server.start();
+    PulseAudioInput input(queue);
+    PulseAudioOutput output;
+    const auto engine = countingEngine(input);
+    ASSERT_FALSE(engine->start());
+    ASSERT_TRUE(deliversMore());
+    engine->stop();
+    server.freeze();
+    const auto start = SteadyClock::now();
+    EXPECT_FALSE(engine->start()) << "it may still come";
+    EXPECT_LT(secondsSince(start), 0.9);
+    output.play(tone(440, 1, 44100), 44100);
+    input.defaultDevice();
+    EXPECT_LT(secondsSince(start), 0.9);
+    server.thaw();
+    EXPECT_TRUE(deliversMore());
+    EXPECT_TRUE(engine->isRunning());
+}
+
+TEST_F(PulseAudio, BusOfADevice_TellsWhetherItIsBuiltIn) {
+    server.start();
+    PulseAudioInput input(queue);
+    const std::pair<const char*, bool> buses[] = {
+        {"usb", false}, {"bluetooth", false}, {"pci", true}, {"platform", true}};
+    for (const auto& [bus, isBuiltIn] : buses) {
+        const std::string name = bus;
+        server.control("load-module module-remap-source master=micfeed.monitor source_name=" + name +
+                       " 'source_properties=\"device.description=" + name + " device.bus=" + name + "\"'");
+        server.control("set-default-source " + name);
+        ASSERT_TRUE(queue.pumpUntil([&] { return input.defaultDevice()->name == name; })) << name;
+        EXPECT_EQ(input.defaultDevice()->isBuiltIn, isBuiltIn) << name;
+    }
+}

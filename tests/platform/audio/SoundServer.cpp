@@ -1,0 +1,112 @@
+#include "SoundServer.h"
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace fenlo::test {
+
+namespace {
+
+pid_t spawn(std::vector<std::string> command) {
+    std::vector<char*> arguments;
+    for (std::string& argument : command)
+        arguments.push_back(argument.data());
+    arguments.push_back(nullptr);
+    const pid_t process = ::fork();
+    if (process == 0) {
+        ::execvp(arguments.front(), arguments.data());
+        ::_exit(127);
+    }
+    return process;
+}
+
+} // namespace
+
+SoundServer::SoundServer() {
+    std::string folder = (std::filesystem::temp_directory_path() / "sound-XXXXXX").string();
+    m_folder = ::mkdtemp(folder.data());
+    ::setenv("XDG_RUNTIME_DIR", m_folder.c_str(), 1);
+    ::setenv("PULSE_SERVER", ("unix:" + (m_folder / "native").string()).c_str(), 1);
+}
+
+SoundServer::~SoundServer() {
+    kill();
+    std::error_code ignored;
+    std::filesystem::remove_all(m_folder, ignored);
+}
+
+void SoundServer::start() {
+    launch({"module-null-sink sink_name=micfeed rate=48000 channels=2 norewinds=1",
+            "module-remap-source master=micfeed.monitor source_name=virtmic "
+            "source_properties=device.description=Microphone"});
+    control("set-default-source virtmic");
+}
+
+void SoundServer::startWithoutDevices() {
+    launch({});
+}
+
+void SoundServer::launch(const std::vector<std::string>& modules) {
+    std::vector<std::string> command{"pulseaudio",
+                                     "-n",
+                                     "--daemonize=no",
+                                     "--exit-idle-time=-1",
+                                     "--use-pid-file=no",
+                                     "--log-target=file:" + (m_folder / "log").string(),
+                                     "-L",
+                                     "module-native-protocol-unix auth-anonymous=1 socket=" +
+                                         (m_folder / "native").string()};
+    for (const std::string& module : modules) {
+        command.push_back("-L");
+        command.push_back(module);
+    }
+    m_process = spawn(command);
+    for (int attempt = 0; attempt < 500; ++attempt) {
+        if (control("info").find("Server Name") != std::string::npos)
+            return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    ADD_FAILURE() << "pulseaudio does not answer; is it installed?";
+}
+
+void SoundServer::kill() {
+    if (m_process == 0)
+        return;
+    ::kill(m_process, SIGKILL);
+    ::waitpid(m_process, nullptr, 0);
+    m_process = 0;
+}
+
+void SoundServer::freeze() {
+    ::kill(m_process, SIGSTOP);
+}
+
+void SoundServer::thaw() {
+    ::kill(m_process, SIGCONT);
+}
+
+std::string SoundServer::control(const std::string& arguments) {
+    std::string output;
+    FILE* pipe = ::popen(("LC_ALL=C pactl " + arguments + " 2>&1").c_str(), "r");
+    std::array<char, 4096> block{};
+    while (const std::size_t count = std::fread(block.data(), 1, block.size(), pipe))
+        output.append(block.data(), count);
+    ::pclose(pipe);
+    return output;
+}
+
+void SoundServer::playRaw(const std::filesystem::path& file) {
+    // The shell goes at once; the player ends with its file or with the server.
+    const std::string command = "paplay --raw --format=float32le --rate=48000 --channels=2 --device=micfeed '" +
+                                file.string() + "' >/dev/null 2>&1 &";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+}
+
+} // namespace fenlo::test

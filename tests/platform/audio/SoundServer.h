@@ -1,0 +1,38 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace fenlo::test {
+
+/// A PulseAudio server of the test's own, in a folder of its own; PULSE_SERVER names it while this lives.
+///
+/// Its speaker ("micfeed") feeds its microphone ("virtmic"), so what is played is what is recorded.
+class SoundServer {
+public:
+    SoundServer();
+    ~SoundServer();
+
+    /// Starts with speaker and microphone, and waits until it answers.
+    void start();
+    void startWithoutDevices();
+    /// As if it crashed.
+    void kill();
+    void freeze();
+    void thaw();
+
+    /// Runs `pactl` and hands back its output.
+    std::string control(const std::string& arguments);
+    /// Plays a raw stereo file of 48 kHz floats in the background.
+    void playRaw(const std::filesystem::path& file);
+
+private:
+    void launch(const std::vector<std::string>& modules);
+
+    std::filesystem::path m_folder;
+    pid_t m_process = 0;
+};
+
+} // namespace fenlo::test
