@@ -73,27 +73,27 @@ void OverlayWindow::enqueue(Task task) {
 // Recording and warming.
 
 void OverlayWindow::showRecording(bool isReplacing, const std::string& appName) {
-    enqueue([this, isReplacing, label = applicationLabel(appName), start = m_services.clock.now()] {
-        const Settings settings = m_services.config.get();
-        PillContent content = baseContent(pillStyle::recordingDot, pillStyle::recordingGlow, timerStart);
-        content.appLabel = label;
-        content.isReplacing = isReplacing;
-        content.isOffline = settings.offlineMode;
-        content.langCode = languageBadge(settings.language);
+    const Settings settings = m_services.config.get();
+    PillContent content = baseContent(pillStyle::recordingDot, pillStyle::recordingGlow, timerStart);
+    content.appLabel = applicationLabel(appName);
+    content.isReplacing = isReplacing;
+    content.isOffline = settings.offlineMode;
+    content.langCode = languageBadge(settings.language);
+    enqueue([this, content = std::move(content), start = m_services.clock.now()] {
         m_recordStart = start;
-        open(Mode::recording, std::move(content), 0);
+        open(Mode::recording, content, 0);
     });
 }
 
 void OverlayWindow::showWarming(bool isReplacing, const std::string& appName) {
-    enqueue([this, isReplacing, label = applicationLabel(appName)] {
-        PillContent content = baseContent(pillStyle::processingDot, pillStyle::processingGlow, warmingText);
-        content.appLabel = label;
-        content.isReplacing = isReplacing;
-        content.isPulsing = true;
-        content.useCompactDisplayFont = true;
+    PillContent content = baseContent(pillStyle::processingDot, pillStyle::processingGlow, warmingText);
+    content.appLabel = applicationLabel(appName);
+    content.isReplacing = isReplacing;
+    content.isPulsing = true;
+    content.useCompactDisplayFont = true;
+    enqueue([this, content = std::move(content)] {
         const double surplus = m_measure(warmingText, PillFont::application) - m_measure(timerStart, PillFont::text);
-        open(Mode::warming, std::move(content), std::max(0.0, surplus));
+        open(Mode::warming, content, std::max(0.0, surplus));
     });
 }
 

@@ -1,5 +1,5 @@
 #include "shell/Sounds.h"
-#include "support/FakeShell.h"
+#include "support/FakeAudio.h"
 #include "support/VirtualTime.h"
 
 #include <cmath>

@@ -1,13 +1,12 @@
 #pragma once
 
 #include "base/Text.h"
-#include "platform/AudioOutput.h"
 #include "platform/PillWindow.h"
 #include "platform/ResultCard.h"
 #include "platform/StatusItem.h"
 
 #include <algorithm>
-#include <optional>
+#include <vector>
 
 namespace fenlo::test {
 
@@ -147,21 +146,6 @@ public:
     std::vector<IconFace> faces;
     std::vector<MenuItem> menu;
     int menus = 0;
-};
-
-class FakeAudioOutput final : public AudioOutput {
-public:
-    void play(std::vector<float> samples, double sampleRate) override {
-        played.push_back({std::move(samples), sampleRate});
-    }
-    void stop() override { ++stops; }
-
-    struct Sound {
-        std::vector<float> samples;
-        double sampleRate;
-    };
-    std::vector<Sound> played;
-    int stops = 0;
 };
 
 } // namespace fenlo::test
