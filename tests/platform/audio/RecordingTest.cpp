@@ -1,0 +1,105 @@
+// The recorder on a real server: what is said into the microphone is in the file.
+
+#include "AudioWorld.h"
+#include "audio/AudioFile.h"
+#include "audio/AudioRecorder.h"
+#include "base/Clock.h"
+#include "base/Files.h"
+#include "base/NotificationCenter.h"
+#include "settings/Config.h"
+
+#include <chrono>
+#include <gtest/gtest.h>
+
+using namespace fenlo;
+using namespace fenlo::test;
+
+namespace {
+
+class Recording : public ::testing::Test {
+protected:
+    Recording() {
+        server.start();
+        input.emplace(queue);
+        recorder.emplace(*input, clock, queue, config, notifications);
+        recorder->registerDeviceListener();
+        recorder->warmUp();
+    }
+    void pass(double seconds) {
+        queue.pumpUntil([end = clock.now() + seconds, this] { return clock.now() > end; });
+    }
+    /// The only file of the take that ends now.
+    std::vector<float> stop() {
+        const auto files = recorder->stopRecording();
+        EXPECT_EQ(files.size(), 1u);
+        if (files.empty())
+            return {};
+        auto samples = readAudioFile(files[0]).mono;
+        files::removeQuietly(files[0]);
+        return samples;
+    }
+    /// Seconds with a tone of this frequency, by tenths.
+    static double secondsOf(double frequency, std::span<const float> samples) {
+        double seconds = 0;
+        for (; samples.size() >= 1600; samples = samples.subspan(1600))
+            if (std::abs(frequencyOf(samples.first(1600), 16000) - frequency) < 30)
+                seconds += 0.1;
+        return seconds;
+    }
+
+    SystemClock clock;
+    PumpedQueue queue;
+    Config config{std::filesystem::temp_directory_path() / files::makeUuid() / "config.json", clock};
+    NotificationCenter notifications;
+    SoundServer server;
+    std::optional<PulseAudioInput> input;
+    std::optional<AudioRecorder> recorder;
+};
+
+} // namespace
+
+TEST_F(Recording, HoldsWhatSoundsFromKeyDownOn) {
+    PulseAudioOutput voice;
+    EXPECT_TRUE(queue.pumpUntil([&] { // until the output is connected
+        voice.play(tone(440, 60, 44100), 44100);
+        return server.control("list short sink-inputs").find("float32le") != std::string::npos;
+    }));
+    bool ready = false;
+    recorder->setOnReady([&] { ready = true; });
+    const double start = clock.now();
+    recorder->openMicrophone();
+    const double opened = clock.now() - start;
+    pass(0.15); // the focus is read meanwhile
+    recorder->startRecording();
+    EXPECT_TRUE(queue.pumpUntil([&] { return ready; }));
+    EXPECT_LT(clock.now() - start, 0.5);
+    EXPECT_LT(opened, 0.25);
+    pass(1);
+    const double duration = clock.now() - start;
+    const auto samples = stop();
+    // All of the hold, and the tail of a quarter second, less what fills no buffer.
+    EXPECT_GT(static_cast<double>(samples.size()) / 16000, duration + 0.25 - 0.2);
+    EXPECT_GT(secondsOf(440, samples), duration - 0.2);
+    EXPECT_TRUE(server.control("list source-outputs").find("Dictation") == std::string::npos);
+}
+
+TEST_F(Recording, SurvivesARestartOfTheServerWithTheWordsBeforeAndAfter) {
+    std::optional<PulseAudioOutput> voice(std::in_place);
+    const auto say = [&](double frequency) {
+        return queue.pumpUntil([&] {
+            voice->play(tone(frequency, 60, 44100), 44100);
+            return server.control("list short sink-inputs").find("float32le") != std::string::npos;
+        });
+    };
+    recorder->startRecording();
+    EXPECT_TRUE(say(440));
+    pass(0.8);
+    server.kill();
+    server.start();
+    EXPECT_TRUE(say(800));
+    pass(1.5);
+    EXPECT_TRUE(recorder->isRecording());
+    const auto samples = stop();
+    EXPECT_GT(secondsOf(440, samples), 0.5);
+    EXPECT_GT(secondsOf(800, samples), 0.5);
+}
