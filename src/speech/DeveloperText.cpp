@@ -69,8 +69,10 @@ void replaceWithQuote(std::string& text, std::string_view word) {
 void replaceBareQuote(std::string& text, std::string_view word) {
     const std::string ending = ' ' + std::string(word);
     text = text::replaceAll(text, ending + ' ', " \"");
-    if (text.ends_with(ending))
-        text.replace(text.size() - ending.size(), ending.size(), "\"");
+    if (text.ends_with(ending)) {
+        text.resize(text.size() - ending.size());
+        text += '"';
+    }
 }
 
 } // namespace

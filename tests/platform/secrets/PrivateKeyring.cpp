@@ -1,6 +1,7 @@
 #include "PrivateKeyring.h"
 
 #include "base/Files.h"
+#include "base/Text.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -78,9 +79,7 @@ PrivateKeyring::PrivateKeyring()
     ::setenv("XDG_DATA_HOME", m_folder.c_str(), 1);
     ::setenv("DBUS_SESSION_BUS_ADDRESS", m_address.c_str(), 1);
     ::unsetenv("DISPLAY");
-    std::string configuration = busConfiguration;
-    configuration.replace(configuration.find('@'), 1, m_folder);
-    files::writeAtomically(m_folder + "/bus.conf", configuration);
+    files::writeAtomically(m_folder + "/bus.conf", text::replaceAll(busConfiguration, "@", m_folder));
     files::writeAtomically(m_folder + "/password", "password\n");
 
     m_bus = spawn({"dbus-daemon", "--config-file=" + m_folder + "/bus.conf", "--nofork", "--nopidfile"}, "/dev/null");
