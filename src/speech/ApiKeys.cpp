@@ -48,7 +48,7 @@ std::string valueOf(const std::map<std::string, std::string>& values, const char
 ApiKeys::ApiKeys(Keychain& keychain, RemoteConfiguration remote) : m_keychain(keychain), m_remote(std::move(remote)) {}
 
 void ApiKeys::setup(std::stop_token stop) {
-    const auto configuration = m_remote(stop);
+    const auto configuration = askRemote(stop);
     takeProvider(configuration);
     remember(SpeechService::deepgram, clean(valueOf(configuration, "deepgram_api_key")));
 }
@@ -67,7 +67,7 @@ std::optional<std::string> ApiKeys::find(SpeechService service, std::stop_token 
     if (sources.account)
         if (const auto key = remember(service, clean(m_keychain.load(sources.account).value_or(""))))
             return key;
-    const auto configuration = m_remote(stop);
+    const auto configuration = askRemote(stop);
     if (service == SpeechService::deepgram)
         takeProvider(configuration);
     return remember(service, clean(valueOf(configuration, sources.remote)));
@@ -80,6 +80,10 @@ bool ApiKeys::isKnown(SpeechService service) const {
 
 std::string ApiKeys::transcriptionProvider() const {
     return m_state.with([](const State& state) { return state.transcriptionProvider; });
+}
+
+std::map<std::string, std::string> ApiKeys::askRemote(std::stop_token stop) const {
+    return m_remote ? m_remote(stop) : std::map<std::string, std::string>();
 }
 
 std::optional<std::string> ApiKeys::remember(SpeechService service, std::string key) {

@@ -14,7 +14,7 @@ namespace fenlo {
 /// The cloud services that turn speech into text.
 enum class SpeechService { groq, deepgram, grok };
 
-/// What the backend tells this installation, by name; empty when there is no backend. Blocks.
+/// What the backend tells this installation, by name. Blocks. An empty function stands for no backend.
 using RemoteConfiguration = std::function<std::map<std::string, std::string>(std::stop_token)>;
 
 /// The keys of the speech services, and the service that the backend chose. Keys are looked up when they are first
@@ -44,6 +44,7 @@ private:
         std::string transcriptionProvider = "groq";
     };
 
+    std::map<std::string, std::string> askRemote(std::stop_token stop) const;
     std::optional<std::string> remember(SpeechService service, std::string key);
     void takeProvider(const std::map<std::string, std::string>& configuration);
 

@@ -39,7 +39,7 @@ std::string hintPrompt(const Settings& settings, const ProfessionTerms& professi
     std::string prompt = firstTerms(settings.customVocabulary, maxVocabularyTerms);
     if (text::characterCount(prompt) > maxPromptCharacters)
         prompt.clear();
-    if (speaksAsProfessional(settings))
+    if (professionTerms && speaksAsProfessional(settings))
         appendIfItFits(prompt, firstTerms(professionTerms(settings.profession), maxProfessionTerms), ", ");
     const std::string context = text::trimWhitespaceAndNewlines(hintText.value_or(""));
     appendIfItFits(prompt, text::lastCharacters(context, maxContextCharacters), ". ");

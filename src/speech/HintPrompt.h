@@ -9,7 +9,7 @@
 
 namespace fenlo {
 
-/// The term list of a profession; empty for one that has none.
+/// The term list of a profession; empty for one that has none. An empty function knows no profession.
 using ProfessionTerms = std::function<std::vector<std::string>(const std::string& profession)>;
 
 /// The prompt that biases the recogniser towards the user's words: vocabulary, terms of the profession and what was

@@ -104,6 +104,15 @@ TEST_F(TranscriberTest, WithoutAKeyNothingIsSent) {
     EXPECT_EQ(transcribe({.audio = clip}), "From the cloud") << "the next take looks for a key again";
 }
 
+TEST_F(TranscriberTest, WorksWithoutABackendAndWithoutProfessions) {
+    Transcriber alone(config, deployment, http, keychain, noEngine, {}, {}, clock);
+    alone.setup({});
+    EXPECT_THROW(alone.transcribe({.audio = clip}, {}), TranscriberError);
+    configure([](Settings& s) { s.profession = "doctor"; });
+    ::setenv("GROQ_API_KEY", "k", 1);
+    EXPECT_EQ(alone.transcribe({.audio = clip}, {}), "From the cloud");
+}
+
 TEST_F(TranscriberTest, ServicesThatAreNotBuiltInNameTheRemedyAndSendNothing) {
     configure([](Settings& s) { s.sttEngine = "stt81"; });
     EXPECT_THAT(errorOf(TranscriberError::Kind::noAPIKey), HasSubstr("set \"stt_engine\" to \"stt80\""));
