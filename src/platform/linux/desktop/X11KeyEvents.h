@@ -4,7 +4,6 @@
 #include "platform/KeyEvents.h"
 
 #include <memory>
-#include <optional>
 
 namespace fenlo {
 
@@ -41,8 +40,14 @@ public:
     bool canDeliver(std::uint16_t keyCode) const override;
 
 private:
+    template <typename Report>
+    std::function<void(Report)> onMain(void (X11KeyEvents::*tell)(Report) const);
+    void tellFlagsChanged(ModifierChange change) const;
+    void tellKeyDown(std::uint16_t keyCode) const;
+    void tellMouseDown(ScreenPoint point) const;
+
     MainQueue& m_mainQueue;
-    std::optional<Listener> m_listener;
+    Listener m_listener;
     std::function<void(ScreenPoint)> m_mouseDown;
     std::unique_ptr<OwnKeys> m_own;
     std::unique_ptr<X11KeyPoster> m_poster;

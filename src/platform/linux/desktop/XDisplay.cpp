@@ -1,0 +1,29 @@
+#include "platform/linux/desktop/XDisplay.h"
+
+#include <X11/Xlib.h>
+#include <fcntl.h>
+
+namespace fenlo {
+
+std::unique_ptr<XDisplay> XDisplay::open() {
+    XInitThreads();
+    Display* display = XOpenDisplay(nullptr);
+    if (!display)
+        return nullptr;
+    ::fcntl(ConnectionNumber(display), F_SETFD, FD_CLOEXEC);
+    return std::unique_ptr<XDisplay>(new XDisplay(display));
+}
+
+XDisplay::XDisplay(Display* display) : m_display(display) {
+    // Xlib ends the process in two places. The first is common to all connections, and comes back from here; a
+    // connection that is not ours still ends the process in the second.
+    XSetIOErrorHandler([](Display*) { return 0; });
+    XSetIOErrorExitHandler(
+        display, [](Display*, void* self) { static_cast<XDisplay*>(self)->m_lost = true; }, this);
+}
+
+XDisplay::~XDisplay() {
+    XCloseDisplay(m_display);
+}
+
+} // namespace fenlo

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+typedef struct _XDisplay Display;
+
+namespace fenlo {
+
+/// A connection to the X server that survives the loss of the server: instead of ending the process it is then lost,
+/// and every call on it comes to nothing.
+///
+/// Threads:  one at a time; isLost() on any.
+/// Lifetime: must die on the thread that used it last.
+class XDisplay {
+public:
+    /// Connects to the server that DISPLAY names; nothing when there is none.
+    static std::unique_ptr<XDisplay> open();
+    ~XDisplay();
+    XDisplay(const XDisplay&) = delete;
+    XDisplay& operator=(const XDisplay&) = delete;
+
+    Display* get() const { return m_display; }
+    bool isLost() const { return m_lost; }
+
+private:
+    explicit XDisplay(Display* display);
+
+    Display* const m_display;
+    std::atomic<bool> m_lost = false;
+};
+
+} // namespace fenlo

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/desktop/ChildProcess.h"
+
+#include <functional>
+#include <string>
+
+namespace fenlo::test {
+
+/// A screen of its own for the tests, on a free display number, with a window manager. DISPLAY names it meanwhile.
+class VirtualDesktop {
+public:
+    VirtualDesktop();
+    ~VirtualDesktop();
+
+    /// Ends the server under everybody's feet.
+    void end();
+
+private:
+    ChildProcess m_server;
+    ChildProcess m_windowManager;
+    std::string m_previousDisplay;
+};
+
+/// A message bus of its own, on which accessibility can be started. The usual variables name it meanwhile.
+class VirtualBus {
+public:
+    VirtualBus();
+    ~VirtualBus();
+
+private:
+    ChildProcess m_bus;
+};
+
+/// Waits for what other programs do, by looking again and again. Returns whether it came true within the seconds.
+bool eventually(const std::function<bool()>& condition, double limit = 5);
+
+} // namespace fenlo::test
