@@ -33,6 +33,11 @@ void check(const std::filesystem::path& file, ChannelMix mix) {
 
 } // namespace
 
+// libsndfile 1.2.0 lets go of no Vorbis state when the header that follows is damaged.
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:vorbis_info_init\n";
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const std::filesystem::path file = files::temporaryFile("fuzz-", ".audio");
     std::ofstream(file, std::ios::binary)

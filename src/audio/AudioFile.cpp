@@ -34,24 +34,35 @@ struct UnknownFormat : AudioFileError {
     throw AudioFileError(file.string() + ": " + faultAndRemedy);
 }
 
+/// An open file, which is closed in any case.
+class Descriptor {
+public:
+    explicit Descriptor(const fs::path& file) : m_number(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
+    ~Descriptor() {
+        if (m_number >= 0)
+            ::close(m_number);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int number() const { return m_number; }
+
+private:
+    const int m_number; // without blocking: a pipe must not hold us up
+};
+
 struct Closer {
     void operator()(SNDFILE* file) const { ::sf_close(file); }
 };
 using SoundFile = std::unique_ptr<SNDFILE, Closer>;
 
-SoundFile open(const fs::path& file, SF_INFO& info) {
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); // a pipe must not hold us up
-    if (descriptor < 0)
+SoundFile open(const fs::path& file, const Descriptor& descriptor, SF_INFO& info) {
+    if (descriptor.number() < 0)
         fail(file, std::string(std::strerror(errno)) + "; check the name and the permissions");
     struct stat status {};
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-        ::close(descriptor);
+    if (::fstat(descriptor.number(), &status) != 0 || !S_ISREG(status.st_mode))
         fail(file, "this is no regular file; give the name of an audio file");
-    }
-    SoundFile sound(::sf_open_fd(descriptor, SFM_READ, &info, SF_TRUE));
-    if (sound)
+    if (SoundFile sound{::sf_open_fd(descriptor.number(), SFM_READ, &info, SF_FALSE)})
         return sound;
-    ::close(descriptor);
     if (status.st_size == 0)
         fail(file, "the file is empty; record it again");
     throw UnknownFormat(file.string() + ": the format is unknown or the file is damaged; convert it to WAV");
@@ -71,7 +82,8 @@ float toMono(const float* frame, int channels, ChannelMix mix) {
 
 AudioSamples readSoundFile(const fs::path& file, ChannelMix mix) {
     SF_INFO info{};
-    const SoundFile sound = open(file, info);
+    const Descriptor descriptor(file);
+    const SoundFile sound = open(file, descriptor, info);
     if (info.samplerate < lowestRate || info.samplerate > highestRate)
         fail(file,
              "a sample rate of " + std::to_string(info.samplerate) + " Hz is not one of sound; convert it to 16000 Hz");

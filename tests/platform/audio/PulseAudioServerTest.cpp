@@ -166,16 +166,24 @@ TEST_F(PulseAudio, HungServer_HoldsNobodyUpForASecond) {
 }
 
 TEST_F(PulseAudio, BusOfADevice_TellsWhetherItIsBuiltIn) {
+    struct Case {
+        std::string name;
+        std::string properties;
+        bool isBuiltIn;
+    };
     server.start();
     PulseAudioInput input(queue);
-    const std::pair<const char*, bool> buses[] = {
-        {"usb", false}, {"bluetooth", false}, {"pci", true}, {"platform", true}};
-    for (const auto& [bus, isBuiltIn] : buses) {
-        const std::string name = bus;
+    for (const auto& [name, properties, isBuiltIn] : {Case{"a", "device.bus=usb", false},
+                                                      {"b", "device.bus=bluetooth", false},
+                                                      {"c", "device.bus=pci", true},
+                                                      {"d", "device.bus=platform", true},
+                                                      {"alsa_input.usb-maker_headset", "", false},
+                                                      {"bluez_input.00_11_22", "", false},
+                                                      {"alsa_input.pci-0000_00_1f.3", "", true}}) {
         server.control("load-module module-remap-source master=micfeed.monitor source_name=" + name +
-                       " 'source_properties=\"device.description=" + name + " device.bus=" + name + "\"'");
+                       " 'source_properties=\"device.description=" + name + " " + properties + "\"'");
         server.control("set-default-source " + name);
-        ASSERT_TRUE(queue.pumpUntil([&] { return input.defaultDevice()->name == name; })) << name;
+        ASSERT_TRUE(queue.pumpUntil([&, &expected = name] { return input.defaultDevice()->name == expected; })) << name;
         EXPECT_EQ(input.defaultDevice()->isBuiltIn, isBuiltIn) << name;
     }
 }

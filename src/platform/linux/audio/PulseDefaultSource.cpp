@@ -20,18 +20,20 @@ std::uint32_t idOf(std::string_view name) {
     return hash == 0 ? 1 : hash;
 }
 
-/// Sources without a bus (monitors, remapped and combined ones) live in this machine too.
-bool isBuiltIn(const pa_proplist* properties) {
-    const char* bus = ::pa_proplist_gets(properties, PA_PROP_DEVICE_BUS);
-    const std::string_view name = bus ? bus : "";
-    return name != "usb" && name != "bluetooth";
+/// Sources without a bus (monitors, remapped and combined ones) live in this machine too. Not every server tells the
+/// bus, but the names of devices begin with it.
+bool isBuiltIn(const pa_source_info& info) {
+    const char* property = ::pa_proplist_gets(info.proplist, PA_PROP_DEVICE_BUS);
+    const std::string_view bus = property ? property : "";
+    const std::string_view name = info.name;
+    return bus != "usb" && bus != "bluetooth" && !name.starts_with("alsa_input.usb-") && !name.starts_with("bluez_");
 }
 
 PulseSource describe(const pa_source_info& info) {
     PulseSource source;
     source.name = info.name;
     source.device = {idOf(source.name), text::repairUtf8(info.description ? info.description : info.name),
-                     isBuiltIn(info.proplist)};
+                     isBuiltIn(info)};
     source.format = {PA_SAMPLE_FLOAT32NE, info.sample_spec.rate, info.sample_spec.channels};
     source.channels = info.channel_map;
     return source;
