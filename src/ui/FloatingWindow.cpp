@@ -3,8 +3,10 @@
 #include "shell/PillStyle.h"
 #include "ui/X11Desktop.h"
 
+#include <QBitmap>
 #include <QEvent>
 #include <QGuiApplication>
+#include <QPainter>
 #include <QScreen>
 #include <QWindow>
 #include <algorithm>
@@ -97,12 +99,22 @@ QRectF FloatingWindow::panelPixels() const {
 
 // The window's shape is kept in pixels, or its curve would be as coarse as the scale.
 
+QRegion FloatingWindow::outlinePixels() const {
+    const double scale = devicePixelRatioF();
+    QBitmap bitmap((QSizeF(size()) * scale).toSize());
+    bitmap.clear();
+    QPainter painter(&bitmap);
+    painter.scale(scale, scale);
+    painter.fillPath(outline(), Qt::color1);
+    painter.end();
+    return QRegion(bitmap);
+}
+
 void FloatingWindow::applyOutline() {
     QWindow* const window = windowHandle();
     if (!window)
         return;
-    const double scale = devicePixelRatioF();
-    const QRegion region(outline().toFillPolygon(QTransform::fromScale(scale, scale)).toPolygon());
+    const QRegion region = m_isTranslucent && !m_acceptsMouse ? QRegion() : outlinePixels();
     if (!m_isTranslucent)
         x11::setVisibleRegion(*window, region);
     x11::setInputRegion(*window, m_acceptsMouse ? region : QRegion());

@@ -44,6 +44,7 @@ protected:
 private:
     void follow(QScreen* screen);
     void place();
+    QRegion outlinePixels() const;
     void applyOutline();
 
     const double m_cornerRadius;

@@ -15,9 +15,14 @@ namespace fenlo {
 
 namespace {
 
-/// A menu may be replaced while it is open, by what was chosen in it.
+/// A menu may be replaced while it is open, by what was chosen in it or under the user's hand.
 struct DropMenu {
-    void operator()(QMenu* menu) const { menu->deleteLater(); }
+    void operator()(QMenu* menu) const {
+        if (menu->isVisible())
+            QObject::connect(menu, &QMenu::aboutToHide, menu, &QObject::deleteLater);
+        else
+            menu->deleteLater();
+    }
 };
 using MenuPointer = std::unique_ptr<QMenu, DropMenu>;
 

@@ -86,7 +86,7 @@ void ResultCardView::paintEvent(QPaintEvent*) {
 void ResultCardView::paintShadow(QPainter& painter) const {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(0, 0, 0, 6));
+    painter.setBrush(QColor(0, 0, 0, 3));
     for (double spread = shadowMargin - shadowDrop; spread > 0; spread -= 1)
         painter.drawRoundedRect(panel().translated(0, shadowDrop).adjusted(-spread, -spread, spread, spread),
                                 cornerRadius + spread, cornerRadius + spread);
