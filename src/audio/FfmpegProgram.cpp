@@ -15,6 +15,7 @@ namespace {
 /// Runs a program with nothing on its three standard streams. Returns an error number of the start.
 int spawnQuietly(std::vector<std::string> arguments, pid_t& process) {
     std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
         argv.push_back(argument.data());
     argv.push_back(nullptr);

@@ -29,7 +29,7 @@ std::string kilobytes(const std::filesystem::path& file) {
 
 } // namespace
 
-TakeBuffer::TakeBuffer() : m_flusher([this](std::stop_token stop) { flushUntilStopped(std::move(stop)); }) {
+TakeBuffer::TakeBuffer() : m_flusher([this](const std::stop_token& stop) { flushUntilStopped(stop); }) {
     setSampleRate(m_sampleRate);
 }
 
@@ -109,7 +109,7 @@ bool TakeBuffer::isRecording() const {
     return m_isRecording;
 }
 
-void TakeBuffer::flushUntilStopped(std::stop_token stop) {
+void TakeBuffer::flushUntilStopped(const std::stop_token& stop) {
     std::unique_lock lock(m_mutex);
     while (m_flushChanged.wait(lock, stop, [this] { return m_isFlushing; }))
         flush(lock);

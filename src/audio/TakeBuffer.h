@@ -47,7 +47,7 @@ public:
 
 private:
     void rollOn(std::span<const float> samples);
-    void flushUntilStopped(std::stop_token stop);
+    void flushUntilStopped(const std::stop_token& stop);
     void flush(std::unique_lock<std::mutex>& lock);
 
     double m_sampleRate = 44100; // hertz

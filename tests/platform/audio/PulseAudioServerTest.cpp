@@ -72,7 +72,8 @@ TEST_F(PulseAudio, StoppedEngine_HoldsNoStreamOpen) {
 
 TEST_F(PulseAudio, FirstChannelOnly_IsTaken) {
     server.start();
-    std::ofstream file("left-only.raw", std::ios::binary);
+    const auto path = std::filesystem::temp_directory_path() / "left-only.raw";
+    std::ofstream file(path, std::ios::binary);
     for (const float sample : tone(440, 20, 48000, 0.4F))
         for (const float channel : {sample, 0.0F})
             file.write(reinterpret_cast<const char*>(&channel), sizeof channel);
@@ -81,10 +82,10 @@ TEST_F(PulseAudio, FirstChannelOnly_IsTaken) {
     const auto engine = countingEngine(input);
     EXPECT_EQ(engine->format().channels, 2u);
     ASSERT_FALSE(engine->start());
-    server.playRaw(std::filesystem::absolute("left-only.raw"));
+    server.playRaw(path);
     EXPECT_TRUE(queue.pumpUntil([&] { return std::abs(level - 0.2828F) < 0.01F; })) << level;
     server.kill();
-    std::filesystem::remove("left-only.raw");
+    std::filesystem::remove(path);
 }
 
 TEST_F(PulseAudio, RestartInMidCapture_IsBridged) {
