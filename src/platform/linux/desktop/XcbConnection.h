@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+#include <xcb/xcb.h>
+
+namespace fenlo {
+
+struct FreeDeleter {
+    void operator()(void* memory) const { std::free(memory); }
+};
+
+/// What the X protocol library hands out, freed in time.
+template <typename T>
+using XcbReply = std::unique_ptr<T, FreeDeleter>;
+
+/// The event as this type, when it is of this kind.
+template <typename T>
+const T* eventAs(const xcb_generic_event_t& event, std::uint8_t kind) {
+    constexpr std::uint8_t sentByOthers = 0x80;
+    return (event.response_type & ~sentByOthers) == kind ? reinterpret_cast<const T*>(&event) : nullptr;
+}
+
+/// A connection to the X server for what concerns other programs' windows. These vanish at any moment: an error of a
+/// request is an absent reply, never the end of the process. Neither is the loss of the server.
+///
+/// Threads: one.
+class XcbConnection {
+public:
+    struct Property {
+        xcb_atom_t type = XCB_ATOM_NONE;
+        std::string bytes;
+    };
+
+    /// Connects to the server that DISPLAY names; nothing when there is none.
+    static std::unique_ptr<XcbConnection> open();
+
+    xcb_connection_t* get() const { return m_connection.get(); }
+    xcb_window_t root() const { return m_root; }
+    bool isLost() const { return xcb_connection_has_error(m_connection.get()) != 0; }
+    int descriptor() const { return xcb_get_file_descriptor(m_connection.get()); }
+
+    /// A window that is never seen, for properties and events of our own.
+    xcb_window_t makeWindow(std::uint32_t events = XCB_EVENT_MASK_NO_EVENT);
+
+    /// The number of a name. Asks the server once per name.
+    xcb_atom_t atom(const std::string& name);
+
+    /// The whole property; nothing when there is none or the window is gone.
+    std::optional<Property> property(xcb_window_t window, xcb_atom_t name, bool remove = false);
+
+    /// A property of 32-bit numbers; empty when it is another or absent.
+    std::vector<std::uint32_t> numbers(xcb_window_t window, xcb_atom_t name);
+
+    void setNumbers(xcb_window_t window, xcb_atom_t name, xcb_atom_t type, const std::vector<std::uint32_t>& numbers);
+    void setBytes(xcb_window_t window, xcb_atom_t name, xcb_atom_t type, std::string_view bytes);
+
+private:
+    using Connection = std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)>;
+
+    XcbConnection(Connection connection, int screen);
+
+    Connection m_connection;
+    xcb_window_t m_root = XCB_WINDOW_NONE;
+    std::map<std::string, xcb_atom_t> m_atoms;
+};
+
+} // namespace fenlo
