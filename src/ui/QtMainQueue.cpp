@@ -35,16 +35,16 @@ void QtMainQueue::post(Task task) {
 }
 
 bool QtMainQueue::event(QEvent* event) {
-    if (event->type() != taskEvent)
+    std::unique_lock lock(m_mutex); // under which the event was made
+    if (event->type() != taskEvent) {
+        lock.unlock();
         return QObject::event(event);
-    Task task;
-    {
-        std::lock_guard lock(m_mutex);
-        if (m_tasks.empty())
-            return true;
-        task = std::move(m_tasks.front());
-        m_tasks.pop_front();
     }
+    if (m_tasks.empty())
+        return true;
+    Task task = std::move(m_tasks.front());
+    m_tasks.pop_front();
+    lock.unlock();
     callGuarded(std::move(task));
     return true;
 }

@@ -13,8 +13,8 @@ constexpr double side = 18; // points of the drawing
 
 const QColor recordingRed = QColor::fromRgbF(0.95f, 0.25f, 0.25f, 1.0f);
 const QColor ink(245, 245, 245);
-const QColor rim(0, 0, 0, 150);
-constexpr double rimWidth = 1.4;
+const QColor rim(0, 0, 0, 190);
+constexpr double rimWidth = 1.6;
 
 constexpr std::array barHeights{4.0, 8.0, 12.0, 8.0, 4.0};
 constexpr double barWidth = 2;
