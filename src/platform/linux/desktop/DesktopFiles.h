@@ -12,6 +12,7 @@ namespace fenlo {
 struct DesktopFile {
     std::string id;   // the file's name without its ending
     std::string name; // in the user's language
+    std::vector<std::string> categories;
 };
 
 /// The installed applications' desktop files, read on first use and again when a folder has changed.
@@ -25,18 +26,20 @@ public:
     /// The folders of the session, the user's own first.
     static std::vector<std::filesystem::path> sessionFolders();
 
+    /// Reads the folders, unless they are as they were. find() does so itself.
+    void read();
+
     /// Looks the key up as window class, then as id, then as the program that is started. The case does not matter.
     std::optional<DesktopFile> find(const std::string& key);
 
 private:
     using Index = std::unordered_map<std::string, std::size_t>; // lower-case key to place in m_files
 
-    void readIfChanged();
     void readFolder(const std::filesystem::path& folder);
     void readFile(const std::filesystem::path& file, std::string id);
 
     const std::vector<std::filesystem::path> m_folders;
-    std::vector<std::optional<std::filesystem::file_time_type>> m_read; // the folders' times when they were read
+    std::vector<std::optional<std::filesystem::file_time_type>> m_times; // the folders' times when they were read
     std::vector<DesktopFile> m_files;
     Index m_byClass, m_byId, m_byProgram;
 };

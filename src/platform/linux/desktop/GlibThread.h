@@ -1,0 +1,38 @@
+#pragma once
+
+#include <functional>
+#include <glib.h>
+#include <memory>
+#include <thread>
+
+namespace fenlo {
+
+/// A thread that runs a GLib main loop of its own; what is subscribed to on it is delivered there. The main thread's
+/// loop belongs to the toolkit.
+///
+/// Threads: invoke() on any.
+class GlibThread {
+public:
+    GlibThread();
+    /// Waits for the task in progress; those not yet begun are dropped.
+    ~GlibThread();
+    GlibThread(const GlibThread&) = delete;
+    GlibThread& operator=(const GlibThread&) = delete;
+
+    GMainContext* context() const { return m_context.get(); }
+
+    /// Runs the task on the thread, after those given before.
+    void invoke(std::function<void()> task);
+
+private:
+    using Context = std::unique_ptr<GMainContext, decltype(&g_main_context_unref)>;
+    using Loop = std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)>;
+
+    void attach(int priority, std::function<void()> task);
+
+    Context m_context;
+    Loop m_loop;
+    std::jthread m_thread;
+};
+
+} // namespace fenlo

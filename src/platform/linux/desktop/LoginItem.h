@@ -1,0 +1,32 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace fenlo {
+
+/// The entry through which the session starts a program at login (XDG autostart).
+class LoginItem {
+public:
+    LoginItem(std::filesystem::path file, std::filesystem::path executable)
+        : m_file(std::move(file)), m_executable(std::move(executable)) {}
+
+    /// The user's own autostart folder, and the program that is running.
+    static LoginItem ofThisProgram();
+
+    /// Whether the entry starts this very program, or the user has switched it off, which is decided as well.
+    bool isDecided() const;
+
+    /// Writes the entry, unless that is decided. What the user has added to it stays. Returns an error text, or nothing.
+    std::optional<std::string> write() const;
+
+    /// The program as a command line of a desktop file.
+    static std::string quoted(const std::filesystem::path& program);
+
+private:
+    std::filesystem::path m_file;
+    std::filesystem::path m_executable;
+};
+
+} // namespace fenlo
