@@ -26,7 +26,8 @@ std::optional<WindowIdentity> ActiveWindow::identity() {
     }
     if (const auto process = m_x->numbers(windows.front(), m_x->atom("_NET_WM_PID")); !process.empty()) {
         std::error_code gone;
-        identity.program = fs::read_symlink("/proc/" + std::to_string(process.front()) + "/exe", gone).filename().string();
+        identity.program =
+            fs::read_symlink("/proc/" + std::to_string(process.front()) + "/exe", gone).filename().string();
     }
     const bool isKnown = !identity.windowClass.empty() || !identity.instance.empty() || !identity.program.empty();
     return isKnown ? std::optional(identity) : std::nullopt;

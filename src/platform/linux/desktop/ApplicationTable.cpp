@@ -76,8 +76,8 @@ constexpr KnownApplication applications[] = {
 };
 
 constexpr KnownCategory categories[] = {
-    {"TerminalEmulator", "terminal"}, {"Email", "mail"},         {"InstantMessaging", "messages"},
-    {"Chat", "messages"},             {"IRCClient", "messages"}, {"WordProcessor", "word"},
+    {"TerminalEmulator", "terminal"}, {"Email", "mail"},         {"InstantMessaging", "messages"}, {"Chat", "messages"},
+    {"IRCClient", "messages"},        {"WordProcessor", "word"},
 };
 
 } // namespace

@@ -94,8 +94,9 @@ void DesktopFiles::readFile(const fs::path& path, std::string id) {
     const GlibOwned<GKeyFile> file(g_key_file_new());
     if (!isNew || !g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_KEEP_TRANSLATIONS, nullptr))
         return;
-    DesktopFile entry{std::move(id), takeString(g_key_file_get_locale_string(file.get(), group, "Name", nullptr, nullptr)),
-                     text::split(value(file.get(), "Categories"), ';')};
+    DesktopFile entry{std::move(id),
+                      takeString(g_key_file_get_locale_string(file.get(), group, "Name", nullptr, nullptr)),
+                      text::split(value(file.get(), "Categories"), ';')};
     if (const auto windowClass = value(file.get(), "StartupWMClass"); !windowClass.empty())
         m_byClass.emplace(text::lower(windowClass), m_files.size());
     if (const auto program = programOf(value(file.get(), "Exec")); !program.empty())

@@ -30,20 +30,15 @@ SleepWatch::~SleepWatch() {
 }
 
 void SleepWatch::connect() {
-    // A connection of our own: the process's common one ends the process when the bus goes away.
-    GError* error = nullptr;
-    const auto address = takeString(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, m_end.get(), nullptr));
-    constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    m_bus.reset(g_dbus_connection_new_for_address_sync(address.c_str(), flags, nullptr, m_end.get(), &error));
+    std::string error;
+    m_bus = DBusConnection::open(DBusConnection::addressOf(G_BUS_TYPE_SYSTEM, m_end.get()), m_end.get(), error);
     if (!m_bus) {
-        const GlibOwned<GError> owned(error);
         if (!g_cancellable_is_cancelled(m_end.get()))
-            log(std::string("[Fenlo] Sleep will not be noticed: ") + error->message);
+            log("[Fenlo] Sleep will not be noticed: " + error);
         return;
     }
     g_dbus_connection_signal_subscribe(
-        m_bus.get(), service, interface, "PrepareForSleep", path, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+        m_bus->get(), service, interface, "PrepareForSleep", path, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
         [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* parameters, void* self) {
             if (!g_variant_is_of_type(parameters, G_VARIANT_TYPE("(b)")))
                 return;
@@ -59,7 +54,7 @@ void SleepWatch::connect() {
 void SleepWatch::inhibit() {
     GUnixFDList* received = nullptr;
     const GlibOwned<GVariant> answer(g_dbus_connection_call_with_unix_fd_list_sync(
-        m_bus.get(), service, path, interface, "Inhibit",
+        m_bus->get(), service, path, interface, "Inhibit",
         g_variant_new("(ssss)", "sleep", "Fenlo", "Finishing a recording", "delay"), G_VARIANT_TYPE("(h)"),
         G_DBUS_CALL_FLAGS_NONE, callLimit, nullptr, &received, m_end.get(), nullptr));
     if (!answer)

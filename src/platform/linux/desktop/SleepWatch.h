@@ -1,10 +1,12 @@
 #pragma once
 
 #include "base/Lifetime.h"
-#include "platform/linux/desktop/Glib.h"
+#include "platform/linux/desktop/DBusConnection.h"
 #include "platform/linux/desktop/GlibThread.h"
 
 #include <functional>
+#include <memory>
+#include <optional>
 
 namespace fenlo {
 
@@ -30,7 +32,7 @@ private:
     MainQueue& m_mainQueue;
     const std::function<void()> m_handler;
     const GlibObject<GCancellable> m_end;
-    GlibObject<GDBusConnection> m_bus; // on the thread
+    std::optional<DBusConnection> m_bus; // on the thread
     Inhibitor m_inhibitor;
     Lifetime m_lifetime;
     std::unique_ptr<GlibThread> m_thread;

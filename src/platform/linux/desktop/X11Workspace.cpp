@@ -57,8 +57,8 @@ void X11Workspace::openUrl(const std::string& url) {
     }
     std::string program = "xdg-open", argument = url;
     std::array<char*, 3> command{program.data(), argument.data(), nullptr};
-    constexpr auto flags = static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL |
-                                                    G_SPAWN_STDERR_TO_DEV_NULL);
+    constexpr auto flags =
+        static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
     // GLib starts it as a grandchild, so there is nobody to wait for.
     if (!g_spawn_async(nullptr, command.data(), nullptr, flags, nullptr, nullptr, nullptr, nullptr))
         log("[Fenlo] ERROR: Cannot open an address: is xdg-open installed?");
