@@ -37,7 +37,9 @@ private:
 
 class AtspiRig final : public Rig {
 public:
-    AtspiRig() { eventually([this] { return m_service.isAvailable(); }); }
+    AtspiRig() {
+        eventually([this] { return m_service.isAvailable(); });
+    }
 
     Accessibility& service() override { return m_service; }
     void focusField() override { m_program.tellFocus(1); }

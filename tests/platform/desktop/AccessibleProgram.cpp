@@ -49,10 +49,10 @@ GVariant* AccessibleProgram::reference(std::size_t control) const {
 }
 
 void AccessibleProgram::tell(const char* kind, const char* member, std::size_t control, const char* detail, int value) {
-    g_dbus_connection_emit_signal(
-        m_bus->get(), nullptr, (prefix + std::to_string(control)).c_str(),
-        (std::string("org.a11y.atspi.Event.") + kind).c_str(), member,
-        g_variant_new("(siiv@(so))", detail, value, 0, g_variant_new_int32(0), reference(0)), nullptr);
+    g_dbus_connection_emit_signal(m_bus->get(), nullptr, (prefix + std::to_string(control)).c_str(),
+                                  (std::string("org.a11y.atspi.Event.") + kind).c_str(), member,
+                                  g_variant_new("(siiv@(so))", detail, value, 0, g_variant_new_int32(0), reference(0)),
+                                  nullptr);
     g_dbus_connection_flush_sync(m_bus->get(), nullptr, nullptr);
 }
 
@@ -64,8 +64,8 @@ GDBusMessage* AccessibleProgram::filter(GDBusConnection* bus, GDBusMessage* mess
         return message;
     const auto number = static_cast<std::size_t>(std::atoi(path + sizeof prefix - 1));
     if (!self->m_hangs && number < self->m_controls.size()) {
-        GVariant* const body =
-            self->answer(g_dbus_message_get_member(message), g_dbus_message_get_body(message), self->m_controls[number]);
+        GVariant* const body = self->answer(g_dbus_message_get_member(message), g_dbus_message_get_body(message),
+                                            self->m_controls[number]);
         GDBusMessage* const reply =
             body ? g_dbus_message_new_method_reply(message)
                  : g_dbus_message_new_method_error_literal(message, "org.freedesktop.DBus.Error.UnknownMethod", "none");
@@ -111,7 +111,8 @@ GVariant* AccessibleProgram::answer(const std::string& member, GVariant* argumen
         int start = 0, end = 0;
         g_variant_get(arguments, "(ii)", &start, &end);
         m_longestRequest = std::max(m_longestRequest.load(), end - start);
-        return g_variant_new("(s)", text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)).c_str());
+        return g_variant_new(
+            "(s)", text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)).c_str());
     }
     return nullptr;
 }

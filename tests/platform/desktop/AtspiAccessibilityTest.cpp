@@ -91,7 +91,8 @@ TEST_F(AtspiAccessibilityTest, OfALongTextOnlyTheEndTravels) {
     const std::string document = std::string(10'000'000, 'a') + "the end";
     AccessibleProgram program({application, {ATSPI_ROLE_TEXT, {}, document, {}, {}}});
     program.tellFocus(1);
-    EXPECT_THAT(read().value, Optional(EndsWith("aaa" "the end")));
+    EXPECT_THAT(read().value, Optional(EndsWith("aaa"
+                                                "the end")));
     EXPECT_LE(program.longestRequest(), 4000);
 }
 
@@ -112,7 +113,8 @@ TEST_F(AtspiAccessibilityTest, FocusFromBeforeTheStartIsSearchedInTheActiveWindo
 
 TEST_F(AtspiAccessibilityTest, FocusEndsWithItsWindowAndItsProgram) {
     {
-        AccessibleProgram program({application, {ATSPI_ROLE_FRAME, {}, {}, {}, {2}}, {ATSPI_ROLE_ENTRY, {}, "old", {}, {}}});
+        AccessibleProgram program(
+            {application, {ATSPI_ROLE_FRAME, {}, {}, {}, {2}}, {ATSPI_ROLE_ENTRY, {}, "old", {}, {}}});
         program.tellActivate(1);
         program.tellFocus(2);
         EXPECT_THAT(read().value, Optional(Eq("old")));
@@ -149,7 +151,9 @@ TEST_F(AtspiAccessibilityTest, RealEditorTellsItsTextAndMayFreeze) {
     const ChildProcess editor({"mousepad", "--disable-server", file});
     std::optional<FocusedElement> element;
     ASSERT_TRUE(eventually(
-        [&] { return (element = service.focusedElement(0.5)) && element->value.value_or("").starts_with("Dear editor"); },
+        [&] {
+            return (element = service.focusedElement(0.5)) && element->value.value_or("").starts_with("Dear editor");
+        },
         20));
     EXPECT_EQ(element->role, "AXTextArea");
     outputOf({"xdotool", "key", "ctrl+a"});

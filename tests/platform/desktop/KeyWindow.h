@@ -14,7 +14,8 @@ class KeyWindow {
 public:
     struct Press {
         KeySym symbol;   // in the layout that is current
-        KeySym shortcut; // what a toolkit takes it for: the same, or a Latin letter from another of the key's layouts
+        KeySym shortcut; // what a toolkit takes it for: the same if it is Latin, or what is Latin in another of the
+                         // layouts
         unsigned state;
         bool operator==(const Press&) const = default;
     };

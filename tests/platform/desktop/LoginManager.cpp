@@ -33,8 +33,8 @@ LoginManager::~LoginManager() {
 }
 
 void LoginManager::prepareForSleep(bool begins) {
-    g_dbus_connection_emit_signal(m_bus->get(), nullptr, path, interface, "PrepareForSleep", g_variant_new("(b)", begins),
-                                  nullptr);
+    g_dbus_connection_emit_signal(m_bus->get(), nullptr, path, interface, "PrepareForSleep",
+                                  g_variant_new("(b)", begins), nullptr);
     g_dbus_connection_flush_sync(m_bus->get(), nullptr, nullptr);
 }
 

@@ -3,10 +3,10 @@
 #include <gmock/gmock.h> // before the macros of X11
 
 #include "base/Files.h"
-#include "base/Text.h"
 #include "platform/desktop/KeyWindow.h"
 #include "platform/desktop/LoginManager.h"
 #include "platform/desktop/PumpedQueue.h"
+#include "platform/desktop/StubBrowser.h"
 #include "platform/linux/desktop/InstanceLock.h"
 #include "platform/linux/desktop/X11Workspace.h"
 #include "support/FakeDesktop.h"
@@ -16,8 +16,6 @@
 using namespace fenlo;
 using namespace fenlo::test;
 using ::testing::ElementsAre;
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -51,17 +49,11 @@ private:
 class X11Rig final : public Rig {
 public:
     X11Rig() {
-        // A browser that writes down where it was sent to.
-        fs::create_directories(m_folder / "bin");
-        const fs::path browser = m_folder / "bin" / "xdg-open";
-        files::writeAtomically(browser, "#!/bin/sh\necho \"$1\" >> \"" + m_opened.string() + "\"\n");
-        fs::permissions(browser, fs::perms::owner_all);
-        ::setenv("PATH", ((m_folder / "bin").string() + ":" + m_path).c_str(), 1);
+        std::filesystem::create_directories(m_folder);
         ::setenv("XDG_CONFIG_HOME", m_folder.c_str(), 1);
         ::setenv("XDG_RUNTIME_DIR", m_folder.c_str(), 1);
     }
     ~X11Rig() override {
-        ::setenv("PATH", m_path.c_str(), 1);
         ::unsetenv("XDG_CONFIG_HOME");
         ::unsetenv("XDG_RUNTIME_DIR");
     }
@@ -80,16 +72,12 @@ public:
         EXPECT_TRUE(eventually([this] { return m_loginManager.isInhibited(); }));
         m_loginManager.prepareForSleep(true);
     }
-    std::vector<std::string> openedUrls() override {
-        eventually([this] { return fs::exists(m_opened) && fs::file_size(m_opened) > 0; });
-        return text::words(files::read(m_opened).value_or(""));
-    }
+    std::vector<std::string> openedUrls() override { return m_browser.opened(); }
     bool runUntil(const std::function<bool()>& condition) override { return m_queue.runUntil(condition); }
 
 private:
-    const fs::path m_folder = files::temporaryFile("session-", "");
-    const fs::path m_opened = m_folder / "opened";
-    const std::string m_path = std::getenv("PATH");
+    const std::filesystem::path m_folder = files::temporaryFile("session-", "");
+    StubBrowser m_browser;
     VirtualDesktop m_desktop;
     LoginManager m_loginManager;
     PumpedQueue m_queue;

@@ -68,11 +68,17 @@ TEST_F(X11KeyEventsTest, PasteIsTheLetterVInEveryLayout) {
         ASSERT_TRUE(press) << each.layout;
         EXPECT_EQ(*press, (Press{each.symbol, XK_v, ControlMask})) << each.layout;
     }
-    // A keyboard without Latin letters has the key at its usual place.
+}
+
+TEST_F(X11KeyEventsTest, KeyboardWithoutLatinLettersHasOtherKeysForTheSame) {
     setLayout("ru");
     KeyWindow window;
-    postChord(key::v, mask::command);
-    EXPECT_EQ(window.next().value(), (Press{XK_Cyrillic_em, NoSymbol, ControlMask}));
+    for (const auto& [keyCode, chord] :
+         {std::pair(key::v, mask::command), {key::c, mask::command}, {key::v, mask::command | mask::shift}})
+        postChord(keyCode, chord);
+    EXPECT_EQ(window.next().value(), (Press{XK_Insert, NoSymbol, ShiftMask}));
+    EXPECT_EQ(window.next().value(), (Press{XK_Insert, NoSymbol, ControlMask}));
+    EXPECT_EQ(window.next().value(), (Press{XK_Cyrillic_EM, NoSymbol, ControlMask | ShiftMask}));
 }
 
 TEST_F(X11KeyEventsTest, ChordHasExactlyItsModifiersAndLeavesNoneDown) {

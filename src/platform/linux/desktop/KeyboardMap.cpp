@@ -26,7 +26,7 @@ constexpr Row table[] = {
     {key::x, XK_x, 0, "AB02"},
     {key::c, XK_c, 0, "AB03"},
     {key::v, XK_v, 0, "AB04"},
-    {key::space, XK_space, 0, "SPCE"},
+    {key::space, XK_space, 0, ""},
     {key::insert, XK_Insert, 0, ""},
     {key::arrowLeft, XK_Left, 0, ""},
     {key::controlLeft, XK_Control_L, mask::control, ""},
@@ -99,6 +99,10 @@ std::optional<KeyboardMap::XKey> KeyboardMap::find(std::uint16_t portCode, unsig
         if (row.portCode == portCode)
             if (const auto found = findSymbol(row.symbol, group))
                 return found;
+    return std::nullopt;
+}
+
+std::optional<KeyboardMap::XKey> KeyboardMap::atUsualPlace(std::uint16_t portCode) const {
     for (const Row& row : table)
         if (row.portCode == portCode && !row.place.empty())
             return findPlace(row.place);

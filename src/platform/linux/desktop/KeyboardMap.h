@@ -32,8 +32,11 @@ public:
     bool isTyped(XKey key) const { return m_keys[key].kind == Kind::typed; }
 
     /// The key that stands for the port's code in this group; failing that the one that does so in another group,
-    /// since programs resolve their shortcuts that way; failing that, for letters, the key at the usual place.
+    /// since programs resolve their shortcuts that way.
     std::optional<XKey> find(std::uint16_t portCode, unsigned group) const;
+
+    /// The key where most keyboards have the letter.
+    std::optional<XKey> atUsualPlace(std::uint16_t portCode) const;
 
 private:
     using Symbol = unsigned long;

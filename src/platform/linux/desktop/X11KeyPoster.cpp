@@ -27,6 +27,18 @@ constexpr Modifier pressable[] = {
     {mask::option, key::optionLeft},
 };
 
+/// What toolkits take for the same on keyboards without Latin letters.
+struct Substitute {
+    std::uint16_t letter; // with Control
+    std::uint16_t portCode;
+    std::uint64_t flags;
+};
+
+constexpr Substitute substitutes[] = {
+    {key::v, key::insert, mask::shift},
+    {key::c, key::insert, mask::control},
+};
+
 std::uint64_t onThisDesktop(std::uint64_t flags) {
     return flags & mask::command ? (flags & ~mask::command) | mask::control : flags;
 }
@@ -73,18 +85,29 @@ bool X11KeyPoster::press(std::uint16_t portCode, std::uint64_t flags) {
     if (!m_hasXTest)
         return false;
     const unsigned group = currentGroup();
-    const auto key = m_map.find(portCode, group);
-    if (!key || !isConnected())
+    const auto chord = findChord(portCode, onThisDesktop(flags), group);
+    if (!chord || !isConnected())
         return false;
-    const std::uint64_t wanted = onThisDesktop(flags);
-    const bool isRun = wanted == m_settled && Clock::now() - m_lastRelease < runPause;
-    const bool changed = prepareModifiers(wanted, group);
-    m_settled = wanted;
-    m_pressed[portCode] = *key;
-    fake(*key, KeyDirection::down, changed && !isRun ? settleTime : 0);
+    const bool isRun = chord->flags == m_settled && Clock::now() - m_lastRelease < runPause;
+    const bool changed = prepareModifiers(chord->flags, group);
+    m_settled = chord->flags;
+    m_pressed[portCode] = chord->key;
+    fake(chord->key, KeyDirection::down, changed && !isRun ? settleTime : 0);
     // The server answers when it has come to the key, so the caller's hold begins now.
     XSync(m_display->get(), False);
     return isConnected();
+}
+
+std::optional<X11KeyPoster::Chord> X11KeyPoster::findChord(std::uint16_t portCode, std::uint64_t flags,
+                                                           unsigned group) const {
+    if (const auto key = m_map.find(portCode, group))
+        return Chord{*key, flags};
+    for (const Substitute& substitute : substitutes)
+        if (substitute.letter == portCode && flags == mask::control)
+            if (const auto key = m_map.find(substitute.portCode, group))
+                return Chord{*key, substitute.flags};
+    const auto key = m_map.atUsualPlace(portCode);
+    return key ? std::optional(Chord{*key, flags}) : std::nullopt;
 }
 
 bool X11KeyPoster::release(std::uint16_t portCode) {

@@ -1,0 +1,76 @@
+// Keys and clipboard together, into real programs.
+
+#include <gmock/gmock.h> // before the macros of X11
+
+#include "base/Files.h"
+#include "platform/KeyCodes.h"
+#include "platform/desktop/PumpedQueue.h"
+#include "platform/linux/desktop/AtspiAccessibility.h"
+#include "platform/linux/desktop/X11KeyEvents.h"
+#include "platform/linux/desktop/X11Pasteboard.h"
+#include "platform/linux/desktop/X11Workspace.h"
+#include "platform/linux/desktop/XDisplay.h"
+
+#include <X11/XKBlib.h>
+#include <thread>
+
+using namespace fenlo;
+using namespace fenlo::test;
+
+namespace {
+
+class PasteIntoProgramsTest : public ::testing::Test {
+protected:
+    /// As an insertion does it.
+    void paste(const std::string& text, std::uint16_t keyCode, std::uint64_t flags) {
+        pasteboard.set(text, {.transient = true, .primary = keyCode == key::insert});
+        EXPECT_TRUE(keys.post(keyCode, flags, KeyDirection::down));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_TRUE(keys.post(keyCode, flags, KeyDirection::up));
+    }
+    bool waitForFront() {
+        return eventually([&] { return workspace.frontApplication().has_value(); }, 20);
+    }
+
+    VirtualDesktop desktop;
+    VirtualBus bus;
+    PumpedQueue queue;
+    X11KeyEvents keys{queue};
+    X11Pasteboard pasteboard;
+    AtspiAccessibility accessibility{keys};
+    X11Workspace workspace{queue};
+};
+
+TEST_F(PasteIntoProgramsTest, EditorGetsTheTextInEveryLayout) {
+    const ChildProcess editor({"mousepad", "--disable-server"});
+    ASSERT_TRUE(waitForFront());
+    std::optional<FocusedElement> element;
+    ASSERT_TRUE(eventually([&] { return (element = accessibility.focusedElement(0.5)) && element->value; }, 20));
+    const auto display = XDisplay::open();
+    std::string expected;
+    for (const auto& [layout, group] : {std::pair("us", 0), std::pair("us,ru", 1), std::pair("us(dvorak)", 0),
+                                        std::pair("us,us(dvorak)", 1), std::pair("fr", 0), std::pair("ru", 0)}) {
+        outputOf({"setxkbmap", "-layout", layout});
+        XkbLockGroup(display->get(), XkbUseCoreKbd, static_cast<unsigned>(group));
+        XSync(display->get(), False);
+        expected += std::string("слово ") + layout + ", ";
+        paste(std::string("слово ") + layout + ", ", key::v, mask::command);
+        EXPECT_TRUE(eventually([&] {
+            return (element = accessibility.focusedElement(0.5)) && element->value == expected;
+        })) << layout
+            << ": " << element.value_or(FocusedElement{}).value.value_or("nothing");
+    }
+}
+
+TEST_F(PasteIntoProgramsTest, TerminalGetsThePrimarySelection) {
+    const auto typed = files::temporaryFile("typed-", ".txt");
+    const ChildProcess terminal({"xterm", "-u8", "-e", "cat > " + typed.string()});
+    ASSERT_TRUE(waitForFront());
+    EXPECT_EQ(workspace.frontApplication()->paste, PasteChord::shiftInsert);
+    ASSERT_TRUE(eventually([&] { return files::read(typed).has_value(); }));
+    paste("word in a terminal", key::insert, mask::shift);
+    outputOf({"xdotool", "key", "Return"});
+    EXPECT_TRUE(eventually([&] { return files::read(typed) == "word in a terminal\n"; }));
+}
+
+} // namespace
