@@ -100,7 +100,7 @@ int runDesktopApp(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
 
     QtMainQueue mainQueue;
-    const TerminationSignals signals([&] { mainQueue.quit(); });
+    const TerminationSignals termination([&] { mainQueue.quit(); });
     X11Workspace workspace(mainQueue);
     if (!AppDelegate::becomeOnlyInstance(workspace))
         return exitStatus::ok;

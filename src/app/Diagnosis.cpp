@@ -11,8 +11,10 @@
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "settings/Config.h"
 #include "session/HotkeyListener.h"
-#include "ui/QtStatusItem.h"
+#include "ui/TrayWatch.h"
 
+#include <QApplication>
+#include <QTimer>
 #include <cstdlib>
 #include <unistd.h>
 
@@ -24,6 +26,7 @@ using State = Diagnosis::State;
 
 constexpr double accessibilityPatience = 2.0; // seconds for the bus to be found
 constexpr double keyringPatience = 2.0;
+constexpr int trayPatience = 1000; // milliseconds
 
 std::string environment(const char* name) {
     const char* value = std::getenv(name);
@@ -76,6 +79,26 @@ void examineAccessibility(std::vector<Diagnosis>& findings, const X11KeyEvents& 
                             "install at-spi2-core and log in again"});
 }
 
+void examineTray(std::vector<Diagnosis>& findings) {
+    int argumentCount = 1;
+    std::string program = "fenlo";
+    char* arguments[] = {program.data(), nullptr};
+    QApplication application(argumentCount, arguments);
+    TrayHost host = TrayHost::none;
+    const TrayWatch watch([&](TrayHost found) {
+        host = found;
+        if (found != TrayHost::none)
+            QApplication::quit();
+    });
+    QTimer::singleShot(trayPatience, &application, &QApplication::quit);
+    QApplication::exec();
+    if (host == TrayHost::none)
+        findings.push_back({"system tray", State::limited, "no panel shows tray icons, so there is no menu",
+                            "add a system tray to the panel; without one, end Fenlo with `pkill -x fenlo`"});
+    else
+        findings.push_back({"system tray", State::works, "a panel shows the icon", ""});
+}
+
 void examineSound(std::vector<Diagnosis>& findings) {
     RunLoop loop; // nothing is posted to it that matters here
     const PulseAudioInput input(loop);
@@ -118,11 +141,8 @@ std::vector<Diagnosis> examine() {
     const X11KeyEvents keys(loop);
     examineKeyboard(findings, keys, Config(Config::defaultFile(), clock).get().hotkey);
     examineAccessibility(findings, keys, clock);
-    if (systemTrayAvailable())
-        findings.push_back({"system tray", State::works, "a panel shows the icon", ""});
-    else
-        findings.push_back({"system tray", State::limited, "no panel shows tray icons: no menu, and quitting needs `pkill fenlo`",
-                            "add a system tray to the panel"});
+    if (keys.isConnected())
+        examineTray(findings);
     examineSound(findings);
     examineSecrets(findings);
     examineFiles(findings);

@@ -76,7 +76,7 @@ int runDictate(const DictateOptions& options) {
         std::fprintf(stderr, "fenlo: %s holds no speech\n", options.file.c_str());
         return exitStatus::noSpeech;
     }
-    const TerminationSignals signals([&] { interruption.request_stop(); });
+    const TerminationSignals termination([&] { interruption.request_stop(); });
     SystemClock clock;
     Config config(Config::defaultFile(), clock);
     const Deployment deployment = Deployment::load();

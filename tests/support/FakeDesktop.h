@@ -19,11 +19,14 @@ public:
         content = text;
         lastOffer = offer;
         history.push_back(text);
+        if (offer.transient)
+            transient.push_back(text);
     }
 
     std::optional<std::string> content;
     Offer lastOffer;
     std::vector<std::string> history;
+    std::vector<std::string> transient; // those that were asked to leave no trace
     std::vector<double> limits;
 };
 
