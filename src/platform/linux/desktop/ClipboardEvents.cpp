@@ -2,21 +2,27 @@
 
 namespace fenlo {
 
-void ClipboardEvents::handleArrived() {
-    while (const Event event{xcb_poll_for_event(m_x.get())})
-        m_server.handle(*event);
+ClipboardEvents::Event ClipboardEvents::next() {
+    if (Event event{xcb_poll_for_event(m_x.get())})
+        return event;
+    // A flush that has to wait for the server reads events meanwhile, which the connection then announces no more.
     xcb_flush(m_x.get());
+    return Event{xcb_poll_for_queued_event(m_x.get())};
+}
+
+void ClipboardEvents::handleArrived() {
+    while (const Event event = next())
+        m_server.handle(*event);
 }
 
 ClipboardEvents::Event ClipboardEvents::waitFor(const std::function<bool(const xcb_generic_event_t&)>& matches,
                                                 Clock::time_point deadline) {
     while (!m_x.isLost()) {
-        while (Event event{xcb_poll_for_event(m_x.get())}) {
+        while (Event event = next()) {
             if (matches(*event))
                 return event;
             m_server.handle(*event);
         }
-        xcb_flush(m_x.get());
         const std::chrono::duration<double> left = deadline - Clock::now();
         if (left.count() <= 0)
             break;

@@ -30,6 +30,9 @@ public:
     xcb_timestamp_t serverTime();
 
 private:
+    /// The next event that has arrived, or nothing.
+    Event next();
+
     XcbConnection& m_x;
     const xcb_window_t m_window;
     SelectionServer& m_server;
