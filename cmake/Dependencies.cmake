@@ -4,7 +4,7 @@ find_package(ICU REQUIRED COMPONENTS uc i18n)
 find_package(CURL REQUIRED)
 find_package(nlohmann_json REQUIRED)
 find_package(CLI11 REQUIRED)
-find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets DBus Svg)
+find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets DBus)
 
 pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
 pkg_check_modules(SOXR REQUIRED IMPORTED_TARGET soxr)

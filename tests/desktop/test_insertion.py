@@ -17,7 +17,7 @@ class Insertion(DesktopCase):
         self.start_fenlo()
 
     def test_long_text_arrives_whole(self):
-        text = " ".join(f"Word{number}" for number in range(20_000))[:100_000]
+        text = " ".join(f"Word{number}" for number in range(20_000))[:99_999] + "!"
         self.recogniser.answer(text)
         self.dictate_into(self.open_editor(), text)
 
@@ -90,7 +90,7 @@ class Insertion(DesktopCase):
         self.fenlo.wait_for("[Fenlo] Result:", mark)
         self.fenlo.wait_for_paste(mark)
         terminal.activate()
-        self.dictate_into(terminal)
+        self.dictate_into(terminal, ANSWER.lower())
         editor.thaw()
 
 

@@ -35,7 +35,7 @@ class Keys(DesktopCase):
         self.open_editor()
         with desktop.held(desktop.RIGHT_CONTROL):
             time.sleep(0.3)
-        self.assertFalse(fenlo.lines("[Fenlo] Hotkey"))
+        self.assertFalse(fenlo.lines("[Fenlo] Hotkey pressed"))
         with desktop.held(HOTKEY):
             fenlo.wait_for("[Fenlo] Hotkey pressed")
             desktop.press(desktop.RIGHT_CONTROL)

@@ -20,7 +20,8 @@ class Takes(DesktopCase):
 
     def test_hold_and_release_write_into_the_terminal(self):
         self.start_fenlo()
-        self.dictate_into(self.open_terminal())
+        # A terminal gets what reads as a command line: lower case, without punctuation.
+        self.dictate_into(self.open_terminal(), ANSWER.lower())
 
     def test_toggle_records_until_the_second_press(self):
         fenlo = self.start_fenlo({"continuous_mode": True})
@@ -38,9 +39,9 @@ class Takes(DesktopCase):
         editor = self.open_editor()
         self.recogniser.answer("One,")
         fenlo.wait_for_paste(fenlo.dictate(self.clip))
-        self.recogniser.answer("two")
+        self.recogniser.answer("Two")
         fenlo.wait_for_paste(fenlo.dictate(self.clip))
-        editor.wait_for_text("One,two")
+        editor.wait_for_text("One,Two")
 
     def test_hammered_hotkey_pastes_once_for_each_answer(self):
         fenlo = self.start_fenlo()
@@ -53,7 +54,8 @@ class Takes(DesktopCase):
                 time.sleep(0.35)
             time.sleep(0.05)
         speaking.join()
-        fenlo.wait_for("[Fenlo] Hotkey released", count=10)
+        # All keys of this desktop are one device: a press that falls into the program's own Control is no press.
+        fenlo.wait_for("[Fenlo] Hotkey released", count=5)
         answers = self._settled_answers()
         self.assertGreaterEqual(answers, 1)
         editor.wait_for_text(ANSWER * answers)
