@@ -63,9 +63,11 @@ GDBusMessage* AccessibleProgram::filter(GDBusConnection* bus, GDBusMessage* mess
         !std::string(path).starts_with(prefix))
         return message;
     const auto number = static_cast<std::size_t>(std::atoi(path + sizeof prefix - 1));
-    if (!self->m_hangs && number < self->m_controls.size()) {
-        GVariant* const body = self->answer(g_dbus_message_get_member(message), g_dbus_message_get_body(message),
-                                            self->m_controls[number]);
+    if (!self->m_hangs) {
+        GVariant* const body = self->m_controls.with([&](const auto& controls) {
+            return self->answer(g_dbus_message_get_member(message), g_dbus_message_get_body(message),
+                                controls.at(number));
+        });
         GDBusMessage* const reply =
             body ? g_dbus_message_new_method_reply(message)
                  : g_dbus_message_new_method_error_literal(message, "org.freedesktop.DBus.Error.UnknownMethod", "none");
@@ -79,7 +81,8 @@ GDBusMessage* AccessibleProgram::filter(GDBusConnection* bus, GDBusMessage* mess
 }
 
 GVariant* AccessibleProgram::answer(const std::string& member, GVariant* arguments, const Control& control) {
-    const std::string text = control.text.value_or("");
+    static const std::string none;
+    const std::string& text = control.text ? *control.text : none;
     if (member == "GetRole")
         return g_variant_new("(u)", control.role);
     if (member == "GetRoleName")

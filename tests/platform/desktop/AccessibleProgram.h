@@ -1,9 +1,11 @@
 #pragma once
 
+#include "base/Guarded.h"
 #include "platform/linux/desktop/DBusConnection.h"
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,7 +41,7 @@ private:
     GVariant* answer(const std::string& member, GVariant* arguments, const Control& control);
     GVariant* reference(std::size_t control) const;
 
-    const std::vector<Control> m_controls;
+    Guarded<std::vector<Control>> m_controls;
     const GlibObject<GCancellable> m_cancel;
     std::atomic<bool> m_hangs = false;
     std::atomic<int> m_longestRequest = 0;

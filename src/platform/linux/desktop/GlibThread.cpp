@@ -16,30 +16,40 @@ GlibThread::GlibThread()
       }) {}
 
 GlibThread::~GlibThread() {
+    m_tasks.with([](Tasks& tasks) { tasks.clear(); });
     // As a task, since a loop that does not run yet cannot be told to end.
-    attach(G_PRIORITY_HIGH, [this] { g_main_loop_quit(m_loop.get()); });
+    invoke([this] { g_main_loop_quit(m_loop.get()); });
     m_thread.join();
 }
 
 void GlibThread::invoke(std::function<void()> task) {
-    attach(G_PRIORITY_DEFAULT, std::move(task));
-}
-
-void GlibThread::attach(int priority, std::function<void()> task) {
+    m_tasks.with([&](Tasks& tasks) { tasks.push_back(std::move(task)); });
     GSource* const source = g_idle_source_new();
-    g_source_set_priority(source, priority);
-    const auto run = [](void* given) -> gboolean {
-        try {
-            (*static_cast<std::function<void()>*>(given))();
-        } catch (const std::exception& error) {
-            log(std::string("[Fenlo] ERROR: Desktop service: ") + error.what());
-        }
+    g_source_set_priority(source, G_PRIORITY_DEFAULT);
+    const auto run = [](void* self) -> gboolean {
+        static_cast<GlibThread*>(self)->runNext();
         return G_SOURCE_REMOVE;
     };
-    const auto drop = [](void* given) { delete static_cast<std::function<void()>*>(given); };
-    g_source_set_callback(source, run, new std::function<void()>(std::move(task)), drop);
+    g_source_set_callback(source, run, this, nullptr);
     g_source_attach(source, m_context.get());
     g_source_unref(source);
+}
+
+void GlibThread::runNext() {
+    const auto task = m_tasks.with([](Tasks& tasks) {
+        std::function<void()> next;
+        if (!tasks.empty()) {
+            next = std::move(tasks.front());
+            tasks.pop_front();
+        }
+        return next;
+    });
+    try {
+        if (task)
+            task();
+    } catch (const std::exception& error) {
+        log(std::string("[Fenlo] ERROR: Desktop service: ") + error.what());
+    }
 }
 
 } // namespace fenlo

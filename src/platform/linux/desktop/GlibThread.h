@@ -1,5 +1,8 @@
 #pragma once
 
+#include "base/Guarded.h"
+
+#include <deque>
 #include <functional>
 #include <glib.h>
 #include <memory>
@@ -19,19 +22,19 @@ public:
     GlibThread(const GlibThread&) = delete;
     GlibThread& operator=(const GlibThread&) = delete;
 
-    GMainContext* context() const { return m_context.get(); }
-
     /// Runs the task on the thread, after those given before.
     void invoke(std::function<void()> task);
 
 private:
     using Context = std::unique_ptr<GMainContext, decltype(&g_main_context_unref)>;
     using Loop = std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)>;
+    using Tasks = std::deque<std::function<void()>>;
 
-    void attach(int priority, std::function<void()> task);
+    void runNext();
 
     Context m_context;
     Loop m_loop;
+    Guarded<Tasks> m_tasks;
     std::jthread m_thread;
 };
 
