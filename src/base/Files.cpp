@@ -30,9 +30,11 @@ fs::path dataDirectory() {
 
 bool makePrivateDirectory(const fs::path& directory) {
     std::error_code error;
-    if (fs::create_directories(directory, error))
-        fs::permissions(directory, fs::perms::owner_all, error);
-    return fs::is_directory(directory, error);
+    fs::create_directories(directory, error);
+    if (!fs::is_directory(directory, error))
+        return false;
+    fs::permissions(directory, fs::perms::owner_all, error);
+    return true;
 }
 
 std::optional<std::string> read(const fs::path& file) {

@@ -14,7 +14,8 @@ std::filesystem::path homeDirectory();
 /// `~/.fenlo`, the folder of all the program's data files.
 std::filesystem::path dataDirectory();
 
-/// Makes the folder and its parents, the folder itself readable by its owner only. False when it is not there after.
+/// Makes the folder and its parents, and keeps the folder itself, new or old, for its owner only. False when it is no
+/// folder afterwards.
 bool makePrivateDirectory(const std::filesystem::path& directory);
 
 /// The whole file, or nothing when it cannot be read.

@@ -1,6 +1,7 @@
 """A desktop that lacks something, loses something, or has the program twice."""
 
 import os
+import re
 import tempfile
 import time
 import unittest
@@ -103,8 +104,9 @@ class Process(DesktopCase):
 
 
 def _has_icon(fenlo):
-    windows = processes.output(["xwininfo", "-root", "-tree"]).splitlines()
-    return any('"fenlo"' in line.lower() and "24x24" in line for line in windows) and fenlo.is_running()
+    tree = processes.output(["xwininfo", "-root", "-tree"])
+    sizes = re.findall(r'\("fenlo" "Fenlo"\)\s+(\d+)x(\d+)', tree)
+    return fenlo.is_running() and any(16 <= int(width) <= 40 and 16 <= int(height) <= 40 for width, height in sizes)
 
 
 if __name__ == "__main__":

@@ -34,7 +34,7 @@ def held(key):
 
 
 def click(x, y):
-    processes.output(["xdotool", "mousemove", x, y, "click", "1"])
+    processes.output(["xdotool", "mousemove", str(x), str(y), "click", "1"])
 
 
 @contextlib.contextmanager
