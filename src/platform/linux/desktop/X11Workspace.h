@@ -1,6 +1,5 @@
 #pragma once
 
-#include "base/Lifetime.h"
 #include "platform/Workspace.h"
 #include "platform/linux/desktop/DesktopFiles.h"
 #include "platform/linux/desktop/InstanceLock.h"
