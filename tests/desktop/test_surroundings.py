@@ -94,7 +94,7 @@ class Process(DesktopCase):
         self.dictate_into(self.open_editor())
         self.assertNotIn("gsk_of_the_desktop_tests", fenlo.errors())
         self.assertEqual(os.stat(fenlo.home / ".fenlo").st_mode & 0o777, 0o700)
-        self.assertEqual(os.stat(fenlo.home / ".fenlo/config.json").st_mode & 0o777, 0o600)
+        self.assertEqual(os.stat(fenlo.log_file).st_mode & 0o777, 0o600)
 
     def _terminates_in_time(self, fenlo):
         started = time.monotonic()
