@@ -44,9 +44,9 @@ class Pill(DesktopCase):
         editor = self.open_editor()
         processes.output(["xdotool", "windowsize", str(editor.window), "760", "360"])
         processes.output(["xdotool", "windowmove", str(editor.window), "260", "130"])
-        text = "Hold a key, speak, let go: the words stand at the cursor. "
+        text = "Hold a key, speak, let go: the words stand at the cursor"
         self.recogniser.answer(text)
-        self.dictate_into(editor, text.strip())
+        self.dictate_into(editor, text)
         with desktop.held(HOTKEY):
             self.clip.speak()
             wait_for(lambda: pill.dot() == pill.RECORDING, "the recording pill")
