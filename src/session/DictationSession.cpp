@@ -3,6 +3,7 @@
 #include "audio/AudioRecorder.h"
 #include "base/Background.h"
 #include "base/Clock.h"
+#include "base/Files.h"
 #include "base/Log.h"
 #include "base/Text.h"
 #include "platform/KeyCodes.h"
@@ -120,7 +121,11 @@ void DictationSession::chordDetected() {
     log("[Fenlo] Chord detected — cancelling recording silently");
     m_isRecording = false;
     m_isCommandMode = false;
-    m_services.recorder.stopRecording();
+    // Nobody listens to this take any more, and what was said in it must not lie about.
+    m_services.background.run([dropped = m_services.recorder.stopRecording()](std::stop_token) {
+        for (const auto& chunk : dropped)
+            files::removeQuietly(chunk);
+    });
     m_services.overlay.hide();
     m_services.menuBar.setFace(IconFace::idle);
 }

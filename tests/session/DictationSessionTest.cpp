@@ -6,6 +6,8 @@
 #include "support/LogCapture.h"
 #include "support/SessionFixture.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <gtest/gtest.h>
 
 using namespace fenlo;
@@ -14,6 +16,11 @@ using test::SessionFixture;
 namespace {
 
 class Session : public SessionFixture {};
+
+std::ptrdiff_t recordingsOnDisk() {
+    const std::filesystem::directory_iterator files(std::filesystem::temp_directory_path());
+    return std::count_if(begin(files), end(files), [](const auto& file) { return file.path().extension() == ".wav"; });
+}
 
 } // namespace
 
@@ -95,6 +102,7 @@ TEST_F(Session, APressDuringProcessingIsDroppedInHoldMode) {
 }
 
 TEST_F(Session, ChordDuringTake_LeavesNoTrace) {
+    const auto recordingsBefore = recordingsOnDisk();
     session.hotkeyPressed();
     speak(1.0);
     tonesPlayed();
@@ -107,6 +115,7 @@ TEST_F(Session, ChordDuringTake_LeavesNoTrace) {
     EXPECT_TRUE(records.empty());
     EXPECT_EQ(tonesPlayed(), 0);
     EXPECT_EQ(face(), IconFace::idle);
+    EXPECT_EQ(recordingsOnDisk(), recordingsBefore);
 
     transcript = "Next";
     take(1.0);
