@@ -17,6 +17,7 @@ class Takes(DesktopCase):
         self.dictate_into(editor)
         [request] = self.recogniser.requests()
         self.assertEqual(request["fields"]["model"], "whisper-large-v3-turbo")
+        self.assertTrue(request["warm"], "the connection was not open when the upload began")
 
     def test_hold_and_release_write_into_the_terminal(self):
         self.start_fenlo()
