@@ -1,8 +1,8 @@
 // The composition root of the desktop program: makes one object of each service and hands them to each other.
 
+#include "Version.h"
 #include "app/Commands.h"
 #include "app/TerminationSignals.h"
-#include "Version.h"
 
 #include "audio/AudioRecorder.h"
 #include "base/Background.h"
@@ -87,7 +87,8 @@ int runDesktopApp(int argc, char** argv) {
     TerminationSignals::block();
     // The toolkit would end the process without a word of help.
     if (!X11Pasteboard().isConnected()) {
-        std::fprintf(stderr, "fenlo: no X display%s; start it from a desktop session, or see `fenlo doctor`\n", displayName().c_str());
+        std::fprintf(stderr, "fenlo: no X display%s; start it from a desktop session, or see `fenlo doctor`\n",
+                     displayName().c_str());
         return exitStatus::failed;
     }
     // Native Wayland clients can neither place nor raise windows; XWayland clients can.
@@ -127,15 +128,15 @@ int runDesktopApp(int argc, char** argv) {
 
     SessionHooks sessionHooks;
     sessionHooks.warmConnection = [&] { transcriber.warmConnection(); };
-    DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder, contextReader,
-                              inserter, overlay, tones, menuBar, pipeline},
+    DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
+                              contextReader, inserter, overlay, tones, menuBar, pipeline},
                              std::move(sessionHooks));
 
     AppHooks appHooks;
     appHooks.terminate = [&] { mainQueue.quit(); };
     appHooks.prepareTranscriber = [&](std::stop_token stop) { transcriber.setup(stop); };
-    AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility, workspace,
-                          keychain, recorder, overlay, menuBar, session},
+    AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
+                          workspace, keychain, recorder, overlay, menuBar, session},
                          std::move(appHooks));
 
     delegate.launch();

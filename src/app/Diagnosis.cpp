@@ -9,8 +9,8 @@
 #include "platform/linux/desktop/X11KeyEvents.h"
 #include "platform/linux/desktop/X11Pasteboard.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
-#include "settings/Config.h"
 #include "session/HotkeyListener.h"
+#include "settings/Config.h"
 #include "ui/TrayWatch.h"
 
 #include <QApplication>
@@ -41,29 +41,34 @@ void examineKeyboard(std::vector<Diagnosis>& findings, const X11KeyEvents& keys,
     }
     findings.push_back({"display", State::works, "X display " + environment("DISPLAY"), ""});
     if (environment("XDG_SESSION_TYPE") == "wayland")
-        findings.push_back({"session", State::limited, "a Wayland session: keys and pastes reach XWayland applications only",
+        findings.push_back({"session", State::limited,
+                            "a Wayland session: keys and pastes reach XWayland applications only",
                             "log in to an X11 session"});
     if (keys.hasXInput2())
         findings.push_back({"hotkey", State::works, "keys of all applications can be heard (XInput 2)", ""});
     else
-        findings.push_back({"hotkey", State::broken, "the X server has no XInput 2.1", "use an X server with the XInput extension"});
+        findings.push_back(
+            {"hotkey", State::broken, "the X server has no XInput 2.1", "use an X server with the XInput extension"});
     if (keys.hasXTest())
         findings.push_back({"paste keys", State::works, "keys can be posted (XTEST)", ""});
     else
-        findings.push_back({"paste keys", State::broken, "the X server has no XTEST extension",
-                            "enable XTEST in the X server"});
+        findings.push_back(
+            {"paste keys", State::broken, "the X server has no XTEST extension", "enable XTEST in the X server"});
 
     const Hotkey* hotkey = findHotkey(hotkeyName);
     if (!hotkey)
-        findings.push_back({"hotkey choice", State::broken, "'" + hotkeyName + "' is no hotkey",
-                            "set \"hotkey\" to ctrl_l, shift_l, cmd_l, option_r or fn in " + Config::defaultFile().string()});
+        findings.push_back(
+            {"hotkey choice", State::broken, "'" + hotkeyName + "' is no hotkey",
+             "set \"hotkey\" to ctrl_l, shift_l, cmd_l, option_r or fn in " + Config::defaultFile().string()});
     else if (!keys.canDeliver(hotkey->keyCode))
-        findings.push_back({"hotkey choice", State::broken, "this desktop does not deliver the " + hotkeyLabel(hotkeyName) + " key",
+        findings.push_back({"hotkey choice", State::broken,
+                            "this desktop does not deliver the " + hotkeyLabel(hotkeyName) + " key",
                             "choose another \"hotkey\" in " + Config::defaultFile().string()});
     else
         findings.push_back({"hotkey choice", State::works, hotkeyLabel(hotkeyName), ""});
     if (!keys.canDeliver(key::function))
-        findings.push_back({"Fn key", State::limited, "this desktop does not deliver the Fn key, as most keyboards handle it themselves",
+        findings.push_back({"Fn key", State::limited,
+                            "this desktop does not deliver the Fn key, as most keyboards handle it themselves",
                             "choose one of the other four hotkeys"});
 }
 
@@ -105,19 +110,22 @@ void examineSound(std::vector<Diagnosis>& findings) {
     if (const auto device = input.defaultDevice())
         findings.push_back({"microphone", State::works, device->name + (device->isBuiltIn ? "" : " (external)"), ""});
     else
-        findings.push_back({"microphone", State::broken, "no sound server, or no microphone",
-                            "check that PulseAudio or PipeWire runs (`pactl info`) and that an input is plugged in and chosen"});
+        findings.push_back(
+            {"microphone", State::broken, "no sound server, or no microphone",
+             "check that PulseAudio or PipeWire runs (`pactl info`) and that an input is plugged in and chosen"});
 }
 
 void examineSecrets(std::vector<Diagnosis>& findings) {
     SecretServiceStore store(keyringPatience);
     if (store.load("google_refresh_token").status == SecureStore::Status::unavailable)
-        findings.push_back({"secure store", State::limited, "no keyring answers: keys cannot be kept from one start to the next",
+        findings.push_back({"secure store", State::limited,
+                            "no keyring answers: keys cannot be kept from one start to the next",
                             "install and unlock gnome-keyring or KWallet, or keep API keys in the environment"});
     else
         findings.push_back({"secure store", State::works, "the desktop's keyring answers", ""});
     if (environment("GROQ_API_KEY").empty())
-        findings.push_back({"recogniser key", State::broken, "GROQ_API_KEY is not set", "export GROQ_API_KEY=… before Fenlo starts"});
+        findings.push_back(
+            {"recogniser key", State::broken, "GROQ_API_KEY is not set", "export GROQ_API_KEY=… before Fenlo starts"});
     else
         findings.push_back({"recogniser key", State::works, "GROQ_API_KEY is set", ""});
 }
@@ -127,7 +135,8 @@ void examineFiles(std::vector<Diagnosis>& findings) {
     if (files::makePrivateDirectory(folder) && ::access(folder.c_str(), W_OK) == 0)
         findings.push_back({"data folder", State::works, folder.string(), ""});
     else
-        findings.push_back({"data folder", State::limited, folder.string() + " cannot be written: settings are forgotten",
+        findings.push_back({"data folder", State::limited,
+                            folder.string() + " cannot be written: settings are forgotten",
                             "make " + folder.string() + " a folder that you may write to"});
     findings.push_back({"log", State::works, logFile().string(), ""});
 }

@@ -38,7 +38,8 @@ Take takeFromFile(const std::filesystem::path& file) {
     if (inOnePiece && !test.keep)
         return take;
     for (auto rest = samples; !rest.empty();) {
-        const std::size_t cut = rest.size() <= chunkLength ? rest.size() : quietCut(rest.first(chunkLength), audio.sampleRate);
+        const std::size_t cut =
+            rest.size() <= chunkLength ? rest.size() : quietCut(rest.first(chunkLength), audio.sampleRate);
         const auto chunk = writeChunk(rest.first(cut), audio.sampleRate);
         if (!chunk) {
             for (const auto& written : take.chunks)
@@ -87,7 +88,9 @@ int runDictate(const DictateOptions& options) {
     Transcriber transcriber(config, deployment, http, keychain, localTranscriber, {}, {}, clock);
 
     TakeSteps steps;
-    steps.transcribe = [&](const TranscribeRequest& request, std::stop_token stop) { return transcriber.transcribe(request, stop); };
+    steps.transcribe = [&](const TranscribeRequest& request, std::stop_token stop) {
+        return transcriber.transcribe(request, stop);
+    };
     steps.lastMeta = [&] { return transcriber.lastMeta(); };
     TakeListener listener;
     listener.isCancelled = [token = interruption.get_token()] { return token.stop_requested(); };

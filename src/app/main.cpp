@@ -1,5 +1,5 @@
-#include "app/Commands.h"
 #include "Version.h"
+#include "app/Commands.h"
 
 #include <CLI/CLI.hpp>
 #include <csignal>
@@ -22,11 +22,14 @@ int main(int argc, char** argv) {
     CLI::App* dictateCommand = cli.add_subcommand("dictate", "Turn an audio file into text, the way a take is");
     dictateCommand->add_option("FILE", dictate.file, "the recording: WAV, FLAC, Ogg, MP3; others with ffmpeg installed")
         ->required();
-    dictateCommand->add_option("--app", dictate.application, "treat the text as for this application, such as \"terminal\"");
-    dictateCommand->add_flag("--json", dictate.json, "print a JSON object: text, rawText, actions, duration, speechRatio");
+    dictateCommand->add_option("--app", dictate.application,
+                               "treat the text as for this application, such as \"terminal\"");
+    dictateCommand->add_flag("--json", dictate.json,
+                             "print a JSON object: text, rawText, actions, duration, speechRatio");
 
     bool doctorJson = false;
-    CLI::App* doctorCommand = cli.add_subcommand("doctor", "Tell what works on this desktop, and the remedy for what does not");
+    CLI::App* doctorCommand =
+        cli.add_subcommand("doctor", "Tell what works on this desktop, and the remedy for what does not");
     doctorCommand->add_flag("--json", doctorJson, "print a JSON list of the checks");
 
     try {

@@ -116,8 +116,8 @@ std::string makeUuid() {
     words[1] = (words[1] & 0xFFFF0FFFu) | 0x00004000u; // version 4
     words[2] = (words[2] & 0x3FFFFFFFu) | 0x80000000u; // variant of RFC 4122
     std::array<char, 37> text{};
-    std::snprintf(text.data(), text.size(), "%08X-%04X-%04X-%04X-%04X%08X", words[0], words[1] >> 16, words[1] & 0xFFFFu,
-                  words[2] >> 16, words[2] & 0xFFFFu, words[3]);
+    std::snprintf(text.data(), text.size(), "%08X-%04X-%04X-%04X-%04X%08X", words[0], words[1] >> 16,
+                  words[1] & 0xFFFFu, words[2] >> 16, words[2] & 0xFFFFu, words[3]);
     return text.data();
 }
 

@@ -10,7 +10,8 @@ using SteadyClock = std::chrono::steady_clock;
 namespace {
 
 SteadyClock::time_point after(double seconds) {
-    return SteadyClock::now() + std::chrono::duration_cast<SteadyClock::duration>(std::chrono::duration<double>(seconds));
+    return SteadyClock::now() +
+           std::chrono::duration_cast<SteadyClock::duration>(std::chrono::duration<double>(seconds));
 }
 
 } // namespace
@@ -48,7 +49,8 @@ Timer RunLoop::schedule(double seconds, double interval, Task task) {
 
 void RunLoop::cancel(unsigned long id) {
     std::lock_guard lock(m_mutex);
-    const auto found = std::find_if(m_delayed.begin(), m_delayed.end(), [id](auto& entry) { return entry.second.id == id; });
+    const auto found =
+        std::find_if(m_delayed.begin(), m_delayed.end(), [id](auto& entry) { return entry.second.id == id; });
     if (found != m_delayed.end())
         m_delayed.erase(found);
     else

@@ -2,13 +2,13 @@
 
 #include <array>
 #include <charconv>
-#include <utility>
 #include <unicode/brkiter.h>
 #include <unicode/regex.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
+#include <utility>
 
 namespace fenlo::text {
 
@@ -220,7 +220,8 @@ std::string replaceAll(std::string_view text, std::string_view what, std::string
 
 std::string fixed(double value, int decimals) {
     std::array<char, 400> digits{};
-    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed, decimals);
+    const auto result =
+        std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed, decimals);
     return {digits.data(), result.ptr};
 }
 

@@ -8,7 +8,7 @@ namespace fenlo {
 /// What the focused control of the front application tells of itself.
 struct FocusedElement {
     std::optional<std::string> value; // its text; none when it has no text value
-    std::string role; // "AXTextField", "AXTextArea", "AXComboBox", or another name
+    std::string role;                 // "AXTextField", "AXTextArea", "AXComboBox", or another name
     std::string selectedText;
 };
 

@@ -15,8 +15,8 @@ struct HttpRequest {
     std::string url;
     std::vector<std::pair<std::string, std::string>> headers;
     std::string body;
-    double timeout = 60.0;                      // seconds for the whole exchange
-    std::size_t maxResponseBytes = 16u << 20u;  // a longer body is an error
+    double timeout = 60.0;                                             // seconds for the whole exchange
+    std::size_t maxResponseBytes = 16u << 20u;                         // a longer body is an error
     std::function<void(std::size_t sent, std::size_t total)> onUpload; // on the network thread; may be empty
 };
 

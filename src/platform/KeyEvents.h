@@ -9,7 +9,7 @@ enum class KeyDirection { down, up };
 
 /// A modifier went down or up: the flags that are active now, and the key that changed.
 struct ModifierChange {
-    std::uint64_t flags; // of namespace mask
+    std::uint64_t flags;   // of namespace mask
     std::uint16_t keyCode; // of namespace key
 };
 

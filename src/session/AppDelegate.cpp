@@ -79,10 +79,11 @@ void AppDelegate::setUpApplication() {
     log("[Fenlo] Ready.");
     log("[Fenlo] Hold [" + hotkeyLabel(keyName) + "] to dictate");
     if (const Hotkey* hotkey = findHotkey(keyName); !hotkey)
-        log("[Fenlo] ERROR: '" + keyName + "' is no hotkey; choose another \"hotkey\" in " + Config::defaultFile().string());
-    else if (!m_services.keys.canDeliver(hotkey->keyCode))
-        log("[Fenlo] ERROR: this desktop does not deliver the " + hotkeyLabel(keyName) + " key; choose another \"hotkey\" in " +
+        log("[Fenlo] ERROR: '" + keyName + "' is no hotkey; choose another \"hotkey\" in " +
             Config::defaultFile().string());
+    else if (!m_services.keys.canDeliver(hotkey->keyCode))
+        log("[Fenlo] ERROR: this desktop does not deliver the " + hotkeyLabel(keyName) +
+            " key; choose another \"hotkey\" in " + Config::defaultFile().string());
 }
 
 void AppDelegate::wireSession() {

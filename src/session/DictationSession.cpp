@@ -37,7 +37,9 @@ const char* trueOrFalse(bool value) {
 
 std::string describe(const FocusContext& context) {
     const auto orUnknown = [](const std::string& name) { return name.empty() ? "?" : name; };
-    const auto count = [](const std::string& content) { return std::to_string(text::characterCount(content)) + "chars"; };
+    const auto count = [](const std::string& content) {
+        return std::to_string(text::characterCount(content)) + "chars";
+    };
     return "[Fenlo] Context: app=" + orUnknown(context.appName) + " bundle=" + orUnknown(context.appBundleId) +
            " selected=" + count(context.selectedText) + " existing=" + count(context.existingText) +
            " clipboard=" + count(context.clipboardText);

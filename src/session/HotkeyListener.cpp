@@ -52,8 +52,8 @@ void HotkeyListener::start() {
         .onFlagsChanged = [this](ModifierChange change) { handleFlags(change); },
         .onKeyDown = [this](std::uint16_t keyCode) { handleKeyDown(keyCode); },
     });
-    log(std::string("[Fenlo] Hotkey monitors registered: global=") + trueOrFalse(sources.global) + ", local=" +
-        trueOrFalse(sources.local) + ", eventTap=" + trueOrFalse(sources.eventTap));
+    log(std::string("[Fenlo] Hotkey monitors registered: global=") + trueOrFalse(sources.global) +
+        ", local=" + trueOrFalse(sources.local) + ", eventTap=" + trueOrFalse(sources.eventTap));
 }
 
 void HotkeyListener::stop() {

@@ -37,7 +37,8 @@ TakeOutcome cancelled() {
 
 /// A transcript in a script without Latin letters is never sent to a language model.
 bool hasLatinLetter(const std::string& text) {
-    return std::any_of(text.begin(), text.end(), [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); });
+    return std::any_of(text.begin(), text.end(),
+                       [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); });
 }
 
 } // namespace
@@ -104,7 +105,8 @@ TakeOutcome TakePipeline::decide(const std::string& rawText, const TakeListener&
     const TakeSituation situation = listener.situation();
     if (situation.secondsSincePaste && *situation.secondsSincePaste < voiceCorrectionWindow) {
         if (const auto correction = spokenCorrection(rawText)) {
-            log("[Fenlo] Voice correction: '" + situation.lastText + "' → replacing with correction '" + *correction + "'");
+            log("[Fenlo] Voice correction: '" + situation.lastText + "' → replacing with correction '" + *correction +
+                "'");
             learnFromCorrection(m_config, *correction);
             return outcome::Correction{*correction};
         }

@@ -31,13 +31,19 @@ struct TakeSteps {
     std::function<std::optional<std::string>(const std::string& instruction, const FocusContext&, std::stop_token)>
         runAICommand = [](auto&&...) { return std::nullopt; };
     /// The expansion of the snippet whose trigger the text is, or nothing.
-    std::function<std::optional<std::string>(const std::string& text)> matchSnippet = [](auto&&) { return std::nullopt; };
+    std::function<std::optional<std::string>(const std::string& text)> matchSnippet = [](auto&&) {
+        return std::nullopt;
+    };
     std::function<VoiceCommandResult(const std::string& text, const std::string& appBundleId)> processVoiceCommands =
-        [](const std::string& text, auto&&) { return VoiceCommandResult{text, {}}; };
+        [](const std::string& text, auto&&) {
+            return VoiceCommandResult{text, {}};
+        };
     /// Never throws. While no language model is connected the text stands as it came, which is no failure.
     std::function<Rewrite(const std::string& text, const FocusContext&, const std::string& language,
                           const std::vector<std::string>& uncertainParts, std::stop_token)>
-        rewrite = [](const std::string& text, auto&&...) { return Rewrite{text, true}; };
+        rewrite = [](const std::string& text, auto&&...) {
+            return Rewrite{text, true};
+        };
     std::function<void(const std::string& text)> recordTranscription = [](auto&&) {};
 };
 
@@ -52,8 +58,8 @@ struct Take {
 struct TakeSituation {
     bool isCommandMode = false;
     std::optional<FocusContext> context;
-    std::string lastText;                         // delivered last
-    std::optional<double> secondsSincePaste;      // none before the first paste
+    std::string lastText;                    // delivered last
+    std::optional<double> secondsSincePaste; // none before the first paste
 };
 
 /// The session's side of a running take. Called on the worker.

@@ -55,7 +55,8 @@ TEST(Includes, PointOneWay) {
             ++seen;
             EXPECT_TRUE(target == folder || allowed.at(folder).contains(target)) << file << " includes " << include;
             // Adapters are known to the composition root only.
-            EXPECT_TRUE(!include.starts_with("platform/linux/") || folder == "app" || file.string().starts_with("platform/linux/"))
+            EXPECT_TRUE(!include.starts_with("platform/linux/") || folder == "app" ||
+                        file.string().starts_with("platform/linux/"))
                 << file << " includes " << include;
         }
     }
@@ -65,11 +66,12 @@ TEST(Includes, PointOneWay) {
 TEST(Includes, OnlyAdaptersAndTheInterfaceKnowTheToolkit) {
     for (const auto& entry : fs::recursive_directory_iterator(fs::path(SOURCE_FOLDER))) {
         const std::string file = fs::relative(entry.path(), SOURCE_FOLDER).string();
-        if (!entry.is_regular_file() || file.starts_with("ui/") || file.starts_with("app/") || file.starts_with("platform/linux/"))
+        if (!entry.is_regular_file() || file.starts_with("ui/") || file.starts_with("app/") ||
+            file.starts_with("platform/linux/"))
             continue;
         const std::string source = files::read(entry.path()).value();
-        for (const char* toolkit : {"#include <Q", "#include <X11", "#include <glib", "#include <atspi", "#include <pulse",
-                                    "#include <curl", "#include <libsecret"})
+        for (const char* toolkit : {"#include <Q", "#include <X11", "#include <glib", "#include <atspi",
+                                    "#include <pulse", "#include <curl", "#include <libsecret"})
             EXPECT_EQ(source.find(toolkit), std::string::npos) << file << " has " << toolkit;
     }
 }

@@ -1,5 +1,5 @@
-#include "base/Files.h"
 #include "base/Log.h"
+#include "base/Files.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>

@@ -13,10 +13,16 @@ using namespace fenlo;
 TEST(RunLoop, RunsPostedTasksInOrderAndTimersWhenDue) {
     RunLoop loop;
     std::vector<std::string> order;
-    Timer late = loop.postAfter(0.02, [&] { order.push_back("late"); loop.quit(); });
+    Timer late = loop.postAfter(0.02, [&] {
+        order.push_back("late");
+        loop.quit();
+    });
     Timer soon = loop.postAfter(0.01, [&] { order.push_back("soon"); });
     Timer dropped = loop.postAfter(0.015, [&] { order.push_back("dropped"); });
-    loop.post([&] { order.push_back("first"); dropped.cancel(); });
+    loop.post([&] {
+        order.push_back("first");
+        dropped.cancel();
+    });
     loop.post([&] { order.push_back("second"); });
     loop.run();
     EXPECT_EQ(order, (std::vector<std::string>{"first", "second", "soon", "late"}));
@@ -104,7 +110,8 @@ TEST(Lifetime, BoundTasksDieWithTheirOwner) {
 TEST(NotificationCenter, DeliversByNameUntilTheObservationEnds) {
     NotificationCenter centre;
     std::vector<std::string> seen;
-    auto first = centre.observe(notification::hotkeyChanged, [&](const auto& key) { seen.push_back("1" + key.value_or("-")); });
+    auto first =
+        centre.observe(notification::hotkeyChanged, [&](const auto& key) { seen.push_back("1" + key.value_or("-")); });
     NotificationCenter::Observation second;
     second = centre.observe(notification::hotkeyChanged, [&](const auto&) {
         seen.push_back("2");

@@ -7,9 +7,9 @@ using namespace fenlo;
 TEST(Text, CountsCharactersAsPeopleDo) {
     EXPECT_EQ(text::characterCount(""), 0u);
     EXPECT_EQ(text::characterCount("naïve"), 5u);
-    EXPECT_EQ(text::characterCount("e\u0301tude"), 5u);      // combining accent
-    EXPECT_EQ(text::characterCount("👩‍👩‍👧‍👦"), 1u);              // family joined by ZWJ
-    EXPECT_EQ(text::characterCount("🇩🇪🇫🇷"), 2u);             // flags
+    EXPECT_EQ(text::characterCount("e\u0301tude"), 5u);               // combining accent
+    EXPECT_EQ(text::characterCount("👩‍👩‍👧‍👦"), 1u); // family joined by ZWJ
+    EXPECT_EQ(text::characterCount("🇩🇪🇫🇷"), 2u);                      // flags
     EXPECT_EQ(text::characterCount("\r\n"), 1u);
     EXPECT_EQ(text::firstCharacters("👩‍👩‍👧‍👦ab", 2), "👩‍👩‍👧‍👦a");
     EXPECT_EQ(text::lastCharacters("ab🇩🇪🇫🇷", 2), "🇩🇪🇫🇷");
@@ -27,7 +27,9 @@ TEST(Text, TrimsByCategory) {
 
 TEST(Text, RepairsWhatIsNotUtf8AndLeavesTheRest) {
     EXPECT_EQ(text::repairUtf8("plain"), "plain");
-    EXPECT_EQ(text::repairUtf8("gr\xFC\xDF" "e"), "gr\uFFFD\uFFFDe");
+    EXPECT_EQ(text::repairUtf8("gr\xFC\xDF"
+                               "e"),
+              "gr\uFFFD\uFFFDe");
     EXPECT_EQ(text::repairUtf8("\xE2\x82"), "\uFFFD");
     EXPECT_EQ(text::repairUtf8("a\xED\xA0\x80z").find("\xED\xA0"), std::string::npos); // a lone surrogate
     EXPECT_EQ(text::trimWhitespace(" \xFF "), "\xFF");

@@ -1,6 +1,6 @@
+#include "session/AppDelegate.h"
 #include "base/Files.h"
 #include "platform/KeyCodes.h"
-#include "session/AppDelegate.h"
 #include "settings/Keychain.h"
 #include "support/LogCapture.h"
 #include "support/SessionFixture.h"
@@ -28,9 +28,10 @@ protected:
         appHooks.prepareLocalEngine = [this](std::stop_token) { prepared.push_back("local"); };
         appHooks.isMeetingActive = [this] { return meetingActive; };
         appHooks.stopMeeting = [this] { ++meetingsStopped; };
-        delegate = std::make_unique<AppDelegate>(AppServices{config, mainQueue, background, notifications, keys, accessibility,
-                                                             workspace, keychain, recorder, overlay, menuBar, session},
-                                                 std::move(appHooks));
+        delegate =
+            std::make_unique<AppDelegate>(AppServices{config, mainQueue, background, notifications, keys, accessibility,
+                                                      workspace, keychain, recorder, overlay, menuBar, session},
+                                          std::move(appHooks));
         delegate->launch();
         background.runAll();
     }
@@ -55,10 +56,11 @@ TEST_F(Startup, ASecondCopyEndsBeforeItShowsAnything) {
 TEST_F(Startup, GoesStraightToDictation) {
     const test::LogCapture logged;
     launch();
-    for (const char* line : {"[Fenlo] Launch at login: registered", "[Fenlo] Startup: needsLogin=true needsOnboarding=true",
-                             "[Fenlo] Hotkey monitors registered: global=true, local=true, eventTap=true",
-                             "[Fenlo] Accessibility granted. Hotkey listener active.", "[Fenlo] Ready.",
-                             "[Fenlo] Hold [Left Control] to dictate"})
+    for (const char* line :
+         {"[Fenlo] Launch at login: registered", "[Fenlo] Startup: needsLogin=true needsOnboarding=true",
+          "[Fenlo] Hotkey monitors registered: global=true, local=true, eventTap=true",
+          "[Fenlo] Accessibility granted. Hotkey listener active.", "[Fenlo] Ready.",
+          "[Fenlo] Hold [Left Control] to dictate"})
         EXPECT_TRUE(logged.contains(line)) << line;
     EXPECT_EQ(prepared, std::vector<std::string>{"cloud"});
     EXPECT_EQ(heartbeats, 1);

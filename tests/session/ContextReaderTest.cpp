@@ -1,5 +1,5 @@
-#include "base/Text.h"
 #include "session/ContextReader.h"
+#include "base/Text.h"
 #include "support/FakeDesktop.h"
 #include "support/VirtualTime.h"
 
@@ -30,7 +30,9 @@ protected:
 
 TEST_F(Context, NothingThereIsEmpty) {
     const auto context = read();
-    EXPECT_EQ(context.appName + context.appBundleId + context.existingText + context.selectedText + context.clipboardText, "");
+    EXPECT_EQ(context.appName + context.appBundleId + context.existingText + context.selectedText +
+                  context.clipboardText,
+              "");
     EXPECT_FALSE(context.hasTextField);
 }
 
@@ -70,7 +72,8 @@ TEST_F(Context, NamesAndSelectionComeAsTheyAre) {
 
 TEST_F(Context, AllWaitsTogetherStayWithinTheLimit) {
     read();
-    EXPECT_LE(accessibility.limits.at(0) + pasteboard.limits.at(0), ContextReader::timeLimit + accessibility.limits.at(0));
+    EXPECT_LE(accessibility.limits.at(0) + pasteboard.limits.at(0),
+              ContextReader::timeLimit + accessibility.limits.at(0));
     EXPECT_LT(accessibility.limits.at(0), ContextReader::timeLimit);
 
     struct SlowAccessibility final : Accessibility {

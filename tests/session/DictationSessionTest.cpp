@@ -1,6 +1,6 @@
+#include "session/DictationSession.h"
 #include "base/Files.h"
 #include "platform/KeyCodes.h"
-#include "session/DictationSession.h"
 #include "session/HotkeyListener.h"
 #include "session/TextInserter.h"
 #include "support/LogCapture.h"
@@ -44,7 +44,8 @@ TEST_F(Session, HoldAndReleaseInsertsTheWords) {
     EXPECT_EQ(warmed, 1);
     EXPECT_TRUE(logged.contains("[Fenlo] Hotkey pressed"));
     EXPECT_TRUE(logged.contains("[Fenlo] Hotkey released"));
-    EXPECT_TRUE(logged.contains("[Fenlo] Context: app=Mousepad bundle=org.xfce.mousepad selected=0chars existing=3chars clipboard=0chars"));
+    EXPECT_TRUE(logged.contains(
+        "[Fenlo] Context: app=Mousepad bundle=org.xfce.mousepad selected=0chars existing=3chars clipboard=0chars"));
 }
 
 TEST_F(Session, ContextLineNamesWhatIsUnknown) {

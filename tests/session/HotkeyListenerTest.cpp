@@ -1,5 +1,5 @@
-#include "platform/KeyCodes.h"
 #include "session/HotkeyListener.h"
+#include "platform/KeyCodes.h"
 #include "support/FakeKeyEvents.h"
 #include "support/LogCapture.h"
 

@@ -1,5 +1,5 @@
-#include "base/Files.h"
 #include "session/TakePipeline.h"
+#include "base/Files.h"
 #include "settings/Config.h"
 #include "support/LogCapture.h"
 #include "support/VirtualTime.h"
@@ -22,7 +22,9 @@ protected:
         };
         steps.recordTranscription = [this](const std::string& text) { recorded.push_back(text); };
         listener.isCancelled = [this] { return cancelled; };
-        listener.onChunk = [this](int index, int total) { progress.push_back(std::to_string(index) + "/" + std::to_string(total)); };
+        listener.onChunk = [this](int index, int total) {
+            progress.push_back(std::to_string(index) + "/" + std::to_string(total));
+        };
         listener.situation = [this] { return situation; };
         situation.context.emplace();
         situation.context->appBundleId = "org.xfce.mousepad";
@@ -40,9 +42,12 @@ protected:
         take.speechRatio = 0.6f;
         return TakePipeline(config, steps).run(take, listener, {});
     }
-    outcome::Dictation dictate(const std::string& transcript) { return std::get<outcome::Dictation>(run({transcript})); }
+    outcome::Dictation dictate(const std::string& transcript) {
+        return std::get<outcome::Dictation>(run({transcript}));
+    }
     bool allChunksDeleted() const {
-        return std::none_of(take.chunks.begin(), take.chunks.end(), [](const fs::path& file) { return fs::exists(file); });
+        return std::none_of(take.chunks.begin(), take.chunks.end(),
+                            [](const fs::path& file) { return fs::exists(file); });
     }
 
     test::VirtualClock clock;

@@ -1,5 +1,5 @@
-#include "platform/KeyCodes.h"
 #include "session/TextInserter.h"
+#include "platform/KeyCodes.h"
 #include "support/FakeDesktop.h"
 #include "support/FakeKeyEvents.h"
 #include "support/LogCapture.h"
@@ -46,7 +46,8 @@ TEST_F(Insertion, PastesThroughTheClipboardAndGivesTheOldTextBack) {
     ASSERT_EQ(postTimes.size(), 2u);
     EXPECT_NEAR(postTimes[0], 0.20, 1e-9);
     EXPECT_NEAR(postTimes[1], 0.25, 1e-9);
-    EXPECT_EQ(logged.lines(), (std::vector<std::string>{"[Fenlo] Clipboard set to: Grüße 👍...", "[Fenlo] CGEvent paste OK"}));
+    EXPECT_EQ(logged.lines(),
+              (std::vector<std::string>{"[Fenlo] Clipboard set to: Grüße 👍...", "[Fenlo] CGEvent paste OK"}));
 
     mainQueue.advance(0.99);
     EXPECT_EQ(pasteboard.content, "Grüße 👍");

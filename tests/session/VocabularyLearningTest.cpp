@@ -1,5 +1,5 @@
-#include "base/Files.h"
 #include "session/VocabularyLearning.h"
+#include "base/Files.h"
 #include "support/LogCapture.h"
 #include "support/VirtualTime.h"
 
@@ -21,7 +21,8 @@ struct Learning : ::testing::Test {
 TEST_F(Learning, ARewriteTeachesTheNamesItRestored) {
     config.update([](Settings& s) { s.customVocabulary = {"kubernetes"}; });
     const test::LogCapture logged;
-    learnFromRewrite(config, "ask fenlo about kubernetes in paris", "Ask Fenlo's Kubernetes, (Grafana) and Ümit-Bot in Paris. Grafana! Tom");
+    learnFromRewrite(config, "ask fenlo about kubernetes in paris",
+                     "Ask Fenlo's Kubernetes, (Grafana) and Ümit-Bot in Paris. Grafana! Tom");
     EXPECT_EQ(learned(), (Terms{"Fenlo's", "Grafana", "Ümit-Bot"}));
     EXPECT_TRUE(logged.contains("[Fenlo] Auto-learned 3 term(s): Fenlo's, Grafana, Ümit-Bot"));
     learnFromRewrite(config, "x", "Grafana again");

@@ -1,6 +1,6 @@
+#include "settings/Config.h"
 #include "base/Files.h"
 #include "base/Text.h"
-#include "settings/Config.h"
 #include "support/VirtualTime.h"
 
 #include <filesystem>

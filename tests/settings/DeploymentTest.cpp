@@ -1,5 +1,5 @@
-#include "base/Files.h"
 #include "settings/Deployment.h"
+#include "base/Files.h"
 #include "settings/Keychain.h"
 #include "support/LogCapture.h"
 

@@ -78,8 +78,8 @@ protected:
                            [this](const std::string& text) { inserter.copyToClipboard(text); }}};
     MenuBarController menuBar{config, statusItem, notifications, workspace, deployment, {}};
     TakePipeline pipeline{config, forwardingSteps()};
-    DictationSession session{{config, clock, mainQueue, background, keys, pasteboard, recorder, contextReader, inserter, overlay,
-                              tones, menuBar, pipeline},
+    DictationSession session{{config, clock, mainQueue, background, keys, pasteboard, recorder, contextReader, inserter,
+                              overlay, tones, menuBar, pipeline},
                              hooks()};
 
 private:

@@ -20,7 +20,8 @@ Timer VirtualMainQueue::schedule(double seconds, double interval, Task task) {
     const auto id = m_nextId++;
     m_delayed.emplace(m_clock.now() + seconds, Delayed{interval, std::move(task), id});
     return Timer([this, id] {
-        const auto found = std::find_if(m_delayed.begin(), m_delayed.end(), [id](auto& e) { return e.second.id == id; });
+        const auto found =
+            std::find_if(m_delayed.begin(), m_delayed.end(), [id](auto& e) { return e.second.id == id; });
         if (found != m_delayed.end())
             m_delayed.erase(found);
         else
