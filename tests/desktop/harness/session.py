@@ -62,7 +62,9 @@ class Session:
         )
 
     def _start_screen(self):
-        number = self._start_and_read("Xvfb", "-displayfd", "{fd}", "-screen", "0", SCREEN, "-nolisten", "tcp")
+        # Without -noreset the server starts over when its last client leaves, and shuts out one that is just coming.
+        screen = ("-screen", "0", SCREEN, "-noreset", "-nolisten", "tcp")
+        number = self._start_and_read("Xvfb", "-displayfd", "{fd}", *screen)
         os.environ["DISPLAY"] = f":{number}"
 
     def _start_bus(self):
