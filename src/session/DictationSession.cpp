@@ -45,6 +45,11 @@ std::string describe(const FocusContext& context) {
            " clipboard=" + count(context.clipboardText);
 }
 
+void tap(KeyEvents& keys, std::uint16_t keyCode, std::uint64_t flags) {
+    keys.post(keyCode, flags, KeyDirection::down);
+    keys.post(keyCode, flags, KeyDirection::up);
+}
+
 } // namespace
 
 DictationSession::DictationSession(SessionServices services, SessionHooks hooks)
@@ -256,14 +261,10 @@ void DictationSession::finishDictation(const outcome::Dictation& dictation, doub
 }
 
 void DictationSession::perform(const std::string& action) {
-    const auto press = [this](std::uint16_t keyCode) {
-        m_services.keys.post(keyCode, mask::command, KeyDirection::down);
-        m_services.keys.post(keyCode, mask::command, KeyDirection::up);
-    };
     if (action == "undo")
-        press(key::x); // the settled key of this action
+        tap(m_services.keys, key::x, mask::command); // the settled key of this action
     else if (action == "select_all")
-        press(key::a);
+        tap(m_services.keys, key::a, mask::command);
     else if (action == "copy_last" && !m_lastText.empty())
         m_services.inserter.copyToClipboard(m_lastText);
 }
@@ -271,10 +272,8 @@ void DictationSession::perform(const std::string& action) {
 void DictationSession::applyVoiceCorrection(const std::string& correction, double duration) {
     std::string newText = applyCorrection(m_lastText, correction);
     log("[Fenlo] Voice correction: '" + m_lastText + "' → '" + newText + "'");
-    for (std::size_t left = text::characterCount(m_lastText); left > 0; --left) {
-        m_services.keys.post(key::arrowLeft, mask::shift, KeyDirection::down);
-        m_services.keys.post(key::arrowLeft, mask::shift, KeyDirection::up);
-    }
+    for (std::size_t left = text::characterCount(m_lastText); left > 0; --left)
+        tap(m_services.keys, key::arrowLeft, mask::shift);
     m_correctionPaste = m_services.mainQueue.postAfter(
         correctionDelay, [this, newText = std::move(newText), duration] { deliverCorrection(newText, duration); });
 }
