@@ -86,8 +86,7 @@ int QtMainQueue::run() {
 }
 
 void QtMainQueue::quit() {
-    QMetaObject::invokeMethod(
-        this, [] { QCoreApplication::exit(0); }, Qt::QueuedConnection);
+    post([] { QCoreApplication::exit(0); });
 }
 
 void QtMainQueue::end() {

@@ -10,12 +10,6 @@
 #include <thread>
 #include <unistd.h>
 
-// libpulse passes packets of memory between connections through a lock-free list that the thread sanitizer cannot see.
-extern "C" const char* __tsan_default_suppressions() {
-    return "race:pa_packet_new_data\nrace:pa_tagstruct_put\nrace:pa_iochannel_read_with_ancil_data\nrace:pa_srbchannel_"
-           "read\n";
-}
-
 namespace fenlo::test {
 
 namespace {
