@@ -23,6 +23,9 @@ function(fenlo_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE fenlo_test_support ${ARG_LINKS} GTest::gmock)
+    target_compile_definitions(${name} PRIVATE
+        GOLDEN_FOLDER="${PROJECT_SOURCE_DIR}/tests/golden"
+        DEMO_MODEL_FOLDER="${PROJECT_SOURCE_DIR}/resources/models/micro-whisper-espeak.en")
     if(NOT ARG_LABELS)
         set(ARG_LABELS unit)
     endif()

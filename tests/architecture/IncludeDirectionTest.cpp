@@ -17,15 +17,20 @@ namespace {
 const std::map<std::string, std::set<std::string>> allowed{
     {"base", {}},
     {"platform", {"base"}},
+    {"media", {"base"}},
+    {"hub", {"base", "platform"}},
+    {"WhisperEngine", {"base", "platform", "media", "hub"}},
     {"settings", {"base", "platform"}},
-    {"audio", {"base", "platform", "settings"}},
+    {"audio", {"base", "platform", "media", "settings"}},
     {"text", {"base", "platform", "settings"}},
-    {"speech", {"base", "platform", "settings", "audio"}},
+    {"speech", {"base", "platform", "settings", "audio", "hub", "WhisperEngine"}},
     {"shell", {"base", "platform", "settings"}},
     {"account", {"base", "platform", "settings"}},
     {"session", {"base", "platform", "settings", "audio", "speech", "text", "shell", "account"}},
     {"ui", {"base", "platform", "settings", "shell"}},
-    {"app", {"base", "platform", "settings", "audio", "speech", "text", "shell", "account", "session", "ui"}},
+    {"app",
+     {"base", "platform", "media", "hub", "WhisperEngine", "settings", "audio", "speech", "text", "shell", "account",
+      "session", "ui"}},
 };
 
 std::vector<std::string> quotedIncludes(const std::string& source) {

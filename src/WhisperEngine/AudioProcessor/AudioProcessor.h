@@ -1,0 +1,34 @@
+#pragma once
+
+#include <filesystem>
+#include <span>
+#include <stop_token>
+#include <vector>
+
+namespace fenlo::whisper {
+
+class Logging;
+
+/// How several channels become one.
+struct AudioInputConfig {
+    enum class ChannelMode { sumChannels, specificChannel };
+    ChannelMode channelMode = ChannelMode::sumChannels;
+    std::vector<int> channels; // with specificChannel: which ones, from 0. None that is valid means the first.
+};
+
+/// Audio as the engine takes it: 16 kHz, one channel, floats.
+class AudioProcessor {
+public:
+    virtual ~AudioProcessor() = default;
+
+    /// Reads and resamples block by block whatever libsndfile or an installed ffmpeg program reads.
+    /// Errors: WhisperError of the kind loadAudioFailed, or cancelled.
+    virtual std::vector<float> loadAudioAsFloatArray(const std::filesystem::path& path, const AudioInputConfig& config,
+                                                     const Logging& logging, std::stop_token stop) const;
+
+    /// `toLength` samples from `startAt`, zeros after the end.
+    /// Errors: WhisperError of the kind audioProcessingFailed for a start outside the array.
+    virtual std::vector<float> padOrTrim(std::span<const float> audioArray, int startAt, int toLength) const;
+};
+
+} // namespace fenlo::whisper

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace fenlo::whisper {
+
+enum class DecodingTask { transcribe, translate };
+
+/// How long audio is cut before it is decoded.
+enum class ChunkingStrategy { none, vad };
+
+/// What is wanted of one transcription. A threshold without a value switches its test off.
+struct DecodingOptions {
+    bool verbose = false;
+    DecodingTask task = DecodingTask::transcribe;
+    std::optional<std::string> language; // a code such as "en"; without one see detectsLanguage()
+    float temperature = 0.0f;
+    float temperatureIncrementOnFallback = 0.2f;
+    int temperatureFallbackCount = 5;
+    int sampleLength = 224; // tokens a window
+    int topK = 5;
+    bool usePrefillPrompt = true;
+    bool usePrefillCache = true;
+    std::optional<bool> detectLanguage; // by default the opposite of usePrefillPrompt
+    bool skipSpecialTokens = false;
+    bool withoutTimestamps = false;
+    bool wordTimestamps = false;
+    std::optional<float> maxInitialTimestamp; // seconds
+    std::optional<int> maxWindowSeek;         // samples
+    std::vector<float> clipTimestamps;        // seconds: start, end, start, end, …
+    float windowClipTime = 1.0f;              // seconds
+    std::optional<std::vector<int>> promptTokens;
+    std::optional<std::vector<int>> prefixTokens;
+    bool suppressBlank = false;
+    std::vector<int> supressTokens;
+    std::optional<float> compressionRatioThreshold = 2.4f;
+    std::optional<float> logProbThreshold = -1.0f;
+    std::optional<float> firstTokenLogProbThreshold = -1.5f;
+    std::optional<float> noSpeechThreshold = 0.6f;
+    int concurrentWorkerCount = 16;
+    std::optional<ChunkingStrategy> chunkingStrategy;
+    std::optional<unsigned> seed; // of sampling above temperature 0; without one every run differs
+
+    bool detectsLanguage() const { return detectLanguage.value_or(!usePrefillPrompt); }
+};
+
+} // namespace fenlo::whisper

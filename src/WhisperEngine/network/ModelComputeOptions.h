@@ -1,0 +1,18 @@
+#pragma once
+
+namespace fenlo::whisper {
+
+/// How a model computes.
+enum class ComputeUnit {
+    automatic, // 8-bit weights, and 8-bit activations where the processor and the tokens bear it
+    float32,   // the reference: 32-bit floats throughout
+};
+
+struct ModelComputeOptions {
+    ComputeUnit melCompute = ComputeUnit::automatic;
+    ComputeUnit audioEncoderCompute = ComputeUnit::automatic;
+    ComputeUnit textDecoderCompute = ComputeUnit::automatic;
+    ComputeUnit prefillCompute = ComputeUnit::automatic;
+};
+
+} // namespace fenlo::whisper

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace fenlo {
+class HttpClient;
+}
+
+namespace fenlo::hub {
+
+/// what() is one line that names the repository or file, the fault and the remedy.
+struct HubError : std::runtime_error {
+    enum class Kind { notFound, unauthorized, network, badReply, damaged, diskFull, disk, cancelled, offline };
+    HubError(Kind reason, const std::string& message) : std::runtime_error(message), kind(reason) {}
+    Kind kind;
+};
+
+struct HubSettings {
+    std::string endpoint = "https://huggingface.co"; // scheme and host
+    std::string token;                               // empty for none; never logged, never sent to another host
+    bool offline = false;                            // only what is on disk
+
+    /// `HF_ENDPOINT`, `HF_TOKEN` and `HF_HUB_OFFLINE` over the defaults.
+    static HubSettings fromEnvironment();
+};
+
+struct RepoFile {
+    std::string path; // relative, with forward slashes; never leaves the repository's folder
+    std::uint64_t size = 0;
+    std::optional<std::string> sha256; // lower-case hexadecimal, where the hub tells it
+};
+
+struct DownloadProgress {
+    std::uint64_t received = 0; // bytes, those of earlier attempts included
+    std::uint64_t total = 0;
+};
+
+/// Client of a Hugging Face hub: lists repositories and brings files to the disk.
+///
+/// Threads: any; the calls block their caller, and several files come side by side.
+/// Errors:  HubError. A stop request ends a call within a fraction of a second and leaves what has come for the next
+///          attempt to go on from.
+class HubClient {
+public:
+    HubClient(HttpClient& http, HubSettings settings);
+
+    /// The files of a repository whose path matches one of the globs (all of them without globs). `*` also crosses
+    /// slashes.
+    std::vector<RepoFile> listFiles(const std::string& repo, const std::vector<std::string>& globs,
+                                    std::stop_token stop);
+
+    /// Brings the matching files into `folder`, each at its path. A file that is there whole is not fetched again; a
+    /// broken download goes on where it stopped when the hub still has the same file; a file appears under its name
+    /// only when its size and hash are right. Offline, what is on the disk is given when it is complete. The progress
+    /// callback comes on any thread, one call at a time.
+    void snapshot(const std::string& repo, const std::vector<std::string>& globs, const std::filesystem::path& folder,
+                  const std::function<void(DownloadProgress)>& progress, std::stop_token stop);
+
+private:
+    HttpClient& m_http;
+    HubSettings m_settings;
+};
+
+/// `*` stands for any run of characters, `?` for one.
+bool matchesGlob(const std::string& path, const std::string& glob);
+
+} // namespace fenlo::hub
