@@ -1,0 +1,36 @@
+#pragma once
+
+#include <oneapi/dnnl/dnnl.hpp>
+
+#include <cstddef>
+
+namespace fenlo::whisper {
+
+/// One matrix product of oneDNN for one shape: dst[rows, columns] = src[rows, inner] x weights[inner, columns].
+///
+/// Threads: constant once made; execute() runs on the calling thread alone.
+class Product {
+public:
+    /// The operands' types and strides; `weights` may leave its format open (`any`), see weights().
+    Product(const dnnl::memory::desc& src, const dnnl::memory::desc& weights, const dnnl::memory::desc& bias,
+            const dnnl::memory::desc& dst, const dnnl::primitive_attr& attributes = {});
+
+    /// The format that the product wants its weights in.
+    dnnl::memory::desc weights() const { return m_descriptor.weights_desc(); }
+
+    void execute(const void* src, const void* weights, const void* bias, void* dst) const;
+
+private:
+    dnnl::matmul::primitive_desc m_descriptor;
+    dnnl::matmul m_primitive;
+};
+
+/// The processor as oneDNN sees it, with the instruction set allowed here.
+dnnl::engine processor();
+
+/// Memory of the calling thread for the moment, at least `bytes` and 64-byte aligned; the next call on this thread
+/// with the same `slot` takes it over.
+enum class Slot { library, block, count };
+void* scratch(Slot slot, std::size_t bytes);
+
+} // namespace fenlo::whisper
