@@ -1,0 +1,96 @@
+#pragma once
+
+#include "WhisperEngine/DecodingOptions.h"
+#include "WhisperEngine/Logging.h"
+#include "WhisperEngine/ModelCalls.h"
+#include "WhisperEngine/TextDecoder/DecodingInputs.h"
+#include "WhisperEngine/TextDecoder/EarlyStopActor.h"
+#include "WhisperEngine/TokenSampler/LogitsFilter.h"
+#include "WhisperEngine/TranscriptionResult.h"
+
+#include <functional>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace fenlo {
+class Clock;
+}
+
+namespace fenlo::whisper {
+
+class TokenSampler;
+class WhisperTokenizer;
+
+/// Sees the text of a window grow, after each step. False ends the window with what there is.
+using TranscriptionCallback = std::function<bool(const TranscriptionProgress&)>;
+
+/// Turns the embeddings of one window into tokens, a model call for each, with the key and value cache held here.
+///
+/// Threads: constant apart from the early-stop flags; several windows may be decoded at once, each with its own inputs,
+///          sampler and scratch. The callback runs on the decoding thread.
+/// Errors:  WhisperError. A stop request ends in the kind `cancelled`.
+class TextDecoder {
+public:
+    /// No position beyond this is decoded, whatever the model's cache holds.
+    static constexpr int maxTokenContext = 224;
+
+    TextDecoder(std::shared_ptr<const TextDecoderModel> model,
+                std::shared_ptr<const TextDecoderContextPrefillModel> prefillData,
+                std::shared_ptr<const WhisperTokenizer> tokenizer, LogitsFilters logitsFilters, Clock& clock,
+                Logging logging);
+
+    bool isModelMultilingual() const { return m_isModelMultilingual; }
+
+    /// The forced start of the sequence: earlier text, start-of-transcript, language and task (for a model that knows
+    /// several), the token for no timestamps, and a prefix. `language` is a code.
+    std::vector<int> prefillPrompt(const DecodingOptions& options, const std::string& language,
+                                   const std::vector<int>& previousTokens) const;
+
+    DecodingInputs prepareDecoderInputs(std::vector<int> withPrompt, bool withAlignment) const;
+
+    /// Fetches the stored cache for the fixed start, where there is one and the options want it.
+    void prefillDecoderInputs(DecodingInputs& inputs, const DecodingOptions& options,
+                              const std::string& language) const;
+
+    /// `windowId` is told to the callback.
+    DecodingResult decodeText(const AudioEmbeddings& encoderOutput, DecodingInputs& inputs, TokenSampler& sampler,
+                              const DecodingOptions& options, const std::string& language, int windowId,
+                              const TranscriptionCallback& callback, TranscriptionTimings& timings,
+                              std::stop_token stop) const;
+
+    /// One step from the start-of-transcript token: the language with its probability beside all others.
+    DecodingResult detectLanguage(const AudioEmbeddings& encoderOutput, DecodingInputs& inputs, TokenSampler& sampler,
+                                  TranscriptionTimings& timings) const;
+
+    void attach(AudioEmbeddings& embeddings) const { m_model->attach(embeddings); }
+
+    EarlyStopActor& earlyStopActor() const { return m_earlyStopActor; }
+
+private:
+    struct Sizes {
+        int kvCacheEmbedDim = 0;
+        int kvCacheMaxSequenceLength = 0;
+        int logits = 0;
+        int audioFrames = 0;
+    };
+
+    LogitsFilters filtersFor(const DecodingOptions& options, int sampleBegin) const;
+    /// Runs the model on `token` at the next position and writes its keys, values and alignment into the inputs.
+    void step(int token, const AudioEmbeddings& encoderOutput, DecodingInputs& inputs, std::span<float> logits,
+              TextDecoderModel::Scratch& scratch, TranscriptionTimings& timings) const;
+
+    std::shared_ptr<const TextDecoderModel> m_model;
+    std::shared_ptr<const TextDecoderContextPrefillModel> m_prefillData;
+    std::shared_ptr<const WhisperTokenizer> m_tokenizer;
+    LogitsFilters m_logitsFilters;
+    std::shared_ptr<const LogitsFilter> m_languageLogitsFilter;
+    Clock& m_clock;
+    Logging m_logging;
+    Sizes m_sizes;
+    bool m_isModelMultilingual = false;
+    mutable EarlyStopActor m_earlyStopActor;
+};
+
+} // namespace fenlo::whisper
