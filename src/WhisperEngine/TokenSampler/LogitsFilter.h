@@ -2,6 +2,7 @@
 
 #include "WhisperEngine/Tokenizer/SpecialTokens.h"
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <set>
@@ -44,7 +45,12 @@ private:
 };
 
 /// The rules for timestamps of the published Whisper decoder (Radford et al., "Robust Speech Recognition via
-/// Large-Scale Weak Supervision", 2022).
+/// Large-Scale Weak Supervision", 2022): they come in pairs, never go back, open the sequence no later than
+/// `maxInitialTimestampIndex` steps of 0.02 seconds in, and are taken where all of them together are more probable than
+/// any other token.
+///
+/// A multilingual model writes a language and a task before the transcript, and where the prompt does not have them it
+/// samples them itself. For such a model the rules therefore hold from the task token on, and not before it.
 class TimestampRulesFilter final : public LogitsFilter {
 public:
     TimestampRulesFilter(const SpecialTokens& specialTokens, int sampleBegin,
@@ -52,6 +58,9 @@ public:
     void filterLogits(std::span<float> logits, std::span<const int> tokens) const override;
 
 private:
+    /// Where the transcript begins among the tokens; none while they have not come so far.
+    std::optional<std::size_t> firstSampled(std::span<const int> tokens) const;
+
     SpecialTokens m_specialTokens;
     int m_sampleBegin;
     std::optional<int> m_maxInitialTimestampIndex;

@@ -2,6 +2,7 @@
 
 #include "WhisperEngine/DecodingOptions.h"
 
+#include <cstddef>
 #include <random>
 #include <span>
 #include <vector>
@@ -36,11 +37,19 @@ public:
     SamplingResult finalize(std::vector<int> tokens, std::vector<float> logProbs) override;
 
 private:
+    struct Candidate {
+        float score;
+        std::size_t token;
+    };
+
+    /// One of the `topK` best tokens, drawn by the softmax of the scores divided by the temperature.
+    std::size_t draw(std::span<const float> logits, float best);
+
     float m_temperature;
     int m_eotToken;
-    int m_topK;
+    std::size_t m_topK;
     std::mt19937 m_random;
-    std::vector<float> m_weights;
+    std::vector<Candidate> m_candidates;
 };
 
 } // namespace fenlo::whisper

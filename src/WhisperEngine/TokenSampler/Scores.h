@@ -1,0 +1,21 @@
+#pragma once
+
+#include <limits>
+#include <span>
+
+/// Arithmetic on the scores of one step, which has to be done again for every token: some fifty thousand numbers, so
+/// the loops are written in independent lanes that the compiler turns into vector code.
+namespace fenlo::whisper {
+
+inline constexpr float forbiddenScore = -std::numeric_limits<float>::infinity();
+
+/// Forbids the tokens from `first` up to, not including, `last`, as far as the vocabulary has them.
+void forbid(std::span<float> logits, int first, int last);
+
+/// The largest score; forbiddenScore where there is none. A NaN is never the largest.
+float maximumScore(std::span<const float> logits);
+
+/// log(sum(exp(score))); `maximum` is maximumScore(logits). A NaN among the scores makes the sum one.
+float logSumExp(std::span<const float> logits, float maximum);
+
+} // namespace fenlo::whisper
