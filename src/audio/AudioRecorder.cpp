@@ -132,7 +132,7 @@ std::vector<std::filesystem::path> AudioRecorder::stopRecording() {
     m_clock.sleep(tailOfLastWord);
     TakeBuffer::Taken taken = m_take.end();
     log("[Fenlo] Stop: " + std::to_string(taken.samples.size()) + " samples collected in " + seconds +
-        ", engine.isRunning=" + (m_engine->isRunning() ? "true" : "false"));
+        ", engine.isRunning=" + text::boolean(m_engine->isRunning()));
     engineAfterTake(taken.deviceChanged);
 
     std::vector<std::filesystem::path> files = std::move(taken.chunkFiles);

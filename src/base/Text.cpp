@@ -218,6 +218,10 @@ std::string replaceAll(std::string_view text, std::string_view what, std::string
     return out;
 }
 
+std::string boolean(bool value) {
+    return value ? "true" : "false";
+}
+
 std::string fixed(double value, int decimals) {
     std::array<char, 400> digits{};
     const auto result =

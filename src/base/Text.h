@@ -39,6 +39,9 @@ std::string replaceAll(std::string_view text, std::string_view what, std::string
 /// The printf form of numbers in the messages; always with a point, whatever the locale.
 std::string fixed(double value, int decimals);
 
+/// "true" or "false", for the messages.
+std::string boolean(bool value);
+
 /// A compiled ICU regular expression. Compile constant patterns once.
 class Regex {
 public:

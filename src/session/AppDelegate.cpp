@@ -4,6 +4,7 @@
 #include "base/Background.h"
 #include "base/Files.h"
 #include "base/Log.h"
+#include "base/Text.h"
 #include "platform/Accessibility.h"
 #include "platform/KeyCodes.h"
 #include "platform/Workspace.h"
@@ -58,8 +59,8 @@ void AppDelegate::registerLoginItem() {
 void AppDelegate::logAccountState() {
     m_services.background.run([&keychain = m_services.keychain](std::stop_token) {
         const bool needsLogin = !keychain.load("google_refresh_token").has_value();
-        log(std::string("[Fenlo] Startup: needsLogin=") + (needsLogin ? "true" : "false") +
-            " needsOnboarding=" + (isOnboarded() ? "false" : "true"));
+        log("[Fenlo] Startup: needsLogin=" + text::boolean(needsLogin) +
+            " needsOnboarding=" + text::boolean(!isOnboarded()));
     });
 }
 

@@ -31,10 +31,6 @@ constexpr float silenceToneVolume = 0.06f;
 constexpr double clipboardReadLimit = 0.15;
 constexpr std::size_t minimumSelection = 2; // characters; a single one is no selection to replace
 
-const char* trueOrFalse(bool value) {
-    return value ? "true" : "false";
-}
-
 std::string describe(const FocusContext& context) {
     const auto orUnknown = [](const std::string& name) { return name.empty() ? "?" : name; };
     const auto count = [](const std::string& content) {
@@ -157,7 +153,7 @@ void DictationSession::captureSelection(const std::optional<std::string>& rememb
     const bool different = copied != remembered.value_or("");
     const bool selectedEmpty = !m_capturedContext || m_capturedContext->selectedText.empty();
     log("[Fenlo] Command mode clipboard: copied=" + std::to_string(text::characterCount(copied)) +
-        "chars different=" + trueOrFalse(different) + " selectedEmpty=" + trueOrFalse(selectedEmpty));
+        "chars different=" + text::boolean(different) + " selectedEmpty=" + text::boolean(selectedEmpty));
     if (!copied.empty() && different && m_capturedContext && selectedEmpty) {
         m_capturedContext->selectedText = copied;
         log("[Fenlo] Command mode: captured selection (" + std::to_string(text::characterCount(copied)) + " chars)");

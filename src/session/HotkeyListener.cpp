@@ -1,6 +1,7 @@
 #include "session/HotkeyListener.h"
 
 #include "base/Log.h"
+#include "base/Text.h"
 #include "platform/KeyCodes.h"
 
 #include <array>
@@ -20,10 +21,6 @@ constexpr std::array table{
 void call(const std::function<void()>& closure) {
     if (closure)
         closure();
-}
-
-const char* trueOrFalse(bool value) {
-    return value ? "true" : "false";
 }
 
 } // namespace
@@ -52,8 +49,8 @@ void HotkeyListener::start() {
         .onFlagsChanged = [this](ModifierChange change) { handleFlags(change); },
         .onKeyDown = [this](std::uint16_t keyCode) { handleKeyDown(keyCode); },
     });
-    log(std::string("[Fenlo] Hotkey monitors registered: global=") + trueOrFalse(sources.global) +
-        ", local=" + trueOrFalse(sources.local) + ", eventTap=" + trueOrFalse(sources.eventTap));
+    log(std::string("[Fenlo] Hotkey monitors registered: global=") + text::boolean(sources.global) +
+        ", local=" + text::boolean(sources.local) + ", eventTap=" + text::boolean(sources.eventTap));
 }
 
 void HotkeyListener::stop() {
