@@ -1,12 +1,114 @@
 #include "speech/LocalTranscriber.h"
 
+#include "base/Clock.h"
+#include "base/Log.h"
+#include "base/Text.h"
+
+#include <system_error>
+#include <utility>
+
 namespace fenlo {
 
-std::string LocalTranscriber::transcribe(const std::filesystem::path& audio, const std::string& language,
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr float lowestAvgLogprob = -1.5f; // of a segment that is kept
+
+/// Looser than the engine's own limits for repetition and doubt: fewer passes, and so less waiting. The filter on the
+/// segments takes over what they would have rejected.
+whisper::DecodingOptions optionsFor(const std::string& language) {
+    whisper::DecodingOptions options;
+    options.task = whisper::DecodingTask::transcribe;
+    if (language != "auto")
+        options.language = language;
+    options.temperature = 0.0f;
+    options.temperatureIncrementOnFallback = 0.2f;
+    options.temperatureFallbackCount = 5;
+    options.topK = 5;
+    options.compressionRatioThreshold = 3.5f;
+    options.logProbThreshold = -1.2f;
+    options.firstTokenLogProbThreshold = -1.5f;
+    options.noSpeechThreshold = 0.6f;
+    options.skipSpecialTokens = true; // the guards compare whole phrases, without markers
+    return options;
+}
+
+std::string keptText(const std::vector<whisper::TranscriptionResult>& results) {
+    std::vector<std::string> texts;
+    for (const auto& result : results)
+        for (const auto& segment : result.segments)
+            if (segment.avgLogprob < lowestAvgLogprob)
+                log("[Fenlo] LocalTranscriber: Dropped segment (avgLogprob=" + text::fixed(segment.avgLogprob, 2) +
+                    "): '" + text::firstCharacters(segment.text, 40) + "'");
+            else
+                texts.push_back(text::trimWhitespaceAndNewlines(segment.text));
+    return text::trimWhitespaceAndNewlines(text::join(texts, " "));
+}
+
+} // namespace
+
+LocalTranscriber::LocalTranscriber(std::string model, fs::path modelFolder, EngineMaker makeEngine, Clock& clock)
+    : m_model(std::move(model)), m_modelFolder(std::move(modelFolder)), m_makeEngine(std::move(makeEngine)),
+      m_clock(clock) {}
+
+void LocalTranscriber::setup(const Progress& progress, std::stop_token stop) {
+    const bool begins = m_state.with([](State& state) {
+        if (state.isSettingUp || state.whisperEngine)
+            return false;
+        return state.isSettingUp = true;
+    });
+    if (!begins)
+        return;
+    const auto tell = [&](const char* status, double fraction) {
+        if (progress)
+            progress(status, fraction);
+    };
+    log("[Fenlo] LocalTranscriber: Setting up...");
+    tell("Preparing...", 0.0);
+    std::shared_ptr<const Engine> engine;
+    std::string fault;
+    try {
+        fs::create_directories(m_modelFolder);
+        engine = std::make_shared<const Engine>(m_makeEngine(m_model, m_modelFolder, stop));
+    } catch (const std::exception& error) {
+        fault = error.what();
+    }
+    m_state.with([&](State& state) {
+        state.whisperEngine = engine;
+        state.isSettingUp = false;
+    });
+    if (engine) {
+        tell("Ready", 1.0);
+        log("[Fenlo] LocalTranscriber: Ready (" + m_model + ")");
+    } else {
+        tell("Setup failed", 0.0);
+        log("[Fenlo] ERROR: LocalTranscriber setup failed: " + fault);
+    }
+}
+
+bool LocalTranscriber::isReady() const {
+    return m_state.with([](const State& state) { return state.whisperEngine != nullptr; });
+}
+
+std::string LocalTranscriber::transcribe(const fs::path& audio, const std::string& language,
                                          std::stop_token stop) const {
-    if (!m_engine)
+    const auto engine = m_state.with([](const State& state) { return state.whisperEngine; });
+    if (!engine)
         throw LocalTranscriberError(LocalTranscriberError::Kind::notReady, "the on-device engine is not ready");
-    return m_engine(audio, language == "auto" ? std::nullopt : std::optional(language), stop);
+    const double begin = m_clock.now();
+    const std::string text = keptText((*engine)(audio, optionsFor(language), stop));
+    log("[Fenlo] LocalTranscriber: " + text::fixed(m_clock.now() - begin, 2) + "s — '" +
+        text::firstCharacters(text, 60) + "'");
+    return text;
+}
+
+bool LocalTranscriber::isModelDownloaded() const {
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(m_modelFolder, error))
+        if (entry.path().filename().string().find(m_model) != std::string::npos)
+            return true;
+    return false;
 }
 
 } // namespace fenlo

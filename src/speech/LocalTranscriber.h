@@ -1,13 +1,20 @@
 #pragma once
 
+#include "WhisperEngine/DecodingOptions.h"
+#include "WhisperEngine/TranscriptionResult.h"
+#include "base/Guarded.h"
+
 #include <filesystem>
 #include <functional>
-#include <optional>
+#include <memory>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
+#include <vector>
 
 namespace fenlo {
+
+class Clock;
 
 struct LocalTranscriberError : std::runtime_error {
     enum class Kind { notReady };
@@ -15,26 +22,43 @@ struct LocalTranscriberError : std::runtime_error {
     Kind kind;
 };
 
-/// Recognition on this machine. Without an engine it is never ready, and every clip goes to the cloud.
+/// Recognition on this machine. Until setup() has succeeded it is not ready, and every clip goes to the cloud.
 ///
-/// Threads: any; transcribe() blocks.
+/// Threads: any; setup() and transcribe() block. A second setup() returns at once while the first is under way.
+/// Errors:  setup() throws nothing; transcribe() throws LocalTranscriberError and the engine's errors as they are.
 class LocalTranscriber {
 public:
-    /// Turns a clip into text; no language means that the engine finds it out. Throws what went wrong.
-    using Engine = std::function<std::string(const std::filesystem::path& audio,
-                                             const std::optional<std::string>& language, std::stop_token)>;
+    /// A loaded engine: an audio file in, results out. Throws what went wrong.
+    using Engine = std::function<std::vector<whisper::TranscriptionResult>(
+        const std::filesystem::path& audio, const whisper::DecodingOptions& options, std::stop_token stop)>;
+    /// Makes an engine of the model `name` with its files in `folder`: downloads, compiles and loads it, which may take
+    /// minutes. Throws what went wrong.
+    using EngineMaker =
+        std::function<Engine(const std::string& name, const std::filesystem::path& folder, std::stop_token stop)>;
+    using Progress = std::function<void(const std::string& status, double fraction)>;
 
-    LocalTranscriber() = default;
-    explicit LocalTranscriber(Engine engine) : m_engine(std::move(engine)) {}
+    LocalTranscriber(std::string model, std::filesystem::path modelFolder, EngineMaker makeEngine, Clock& clock);
 
-    bool isReady() const { return m_engine != nullptr; }
+    void setup(const Progress& progress, std::stop_token stop);
+    bool isReady() const;
 
-    /// `language` is a code or "auto". Throws LocalTranscriberError without an engine, and the engine's errors as
-    /// they are.
+    /// `language` is a code or "auto".
     std::string transcribe(const std::filesystem::path& audio, const std::string& language, std::stop_token stop) const;
 
+    /// Whether the folder holds a model of the name, without starting the engine.
+    bool isModelDownloaded() const;
+
 private:
-    Engine m_engine;
+    struct State {
+        std::shared_ptr<const Engine> whisperEngine;
+        bool isSettingUp = false;
+    };
+
+    const std::string m_model;
+    const std::filesystem::path m_modelFolder;
+    const EngineMaker m_makeEngine;
+    Clock& m_clock;
+    Guarded<State> m_state;
 };
 
 } // namespace fenlo

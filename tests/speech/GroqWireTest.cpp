@@ -65,7 +65,7 @@ protected:
     CurlHttpClient http;
     FakeSecureStore store;
     Keychain keychain{store};
-    LocalTranscriber noEngine;
+    LocalTranscriber noEngine{"small", {}, {}, clock};
     Transcriber transcriber{config,
                             deployment,
                             http,

@@ -1,23 +1,114 @@
 #include "speech/LocalTranscriber.h"
+#include "base/Files.h"
+#include "support/LogCapture.h"
+#include "support/VirtualTime.h"
 
-#include <gtest/gtest.h>
+#include <fstream>
+#include <gmock/gmock.h>
 
 using namespace fenlo;
+using testing::ElementsAre;
+using testing::HasSubstr;
 
-TEST(LocalTranscriber, SaysThatItIsNotReadyWithoutAnEngine) {
-    const LocalTranscriber none;
-    EXPECT_FALSE(none.isReady());
-    EXPECT_THROW(none.transcribe("clip.wav", "en", {}), LocalTranscriberError);
+namespace {
+
+whisper::TranscriptionResult resultOf(std::vector<std::pair<std::string, float>> segments) {
+    whisper::TranscriptionResult result;
+    for (auto& [text, avgLogprob] : segments) {
+        result.segments.emplace_back();
+        result.segments.back().text = std::move(text);
+        result.segments.back().avgLogprob = avgLogprob;
+    }
+    return result;
 }
 
-TEST(LocalTranscriber, PassesAChosenLanguageOnly) {
-    std::vector<std::optional<std::string>> languages;
-    const LocalTranscriber local([&](auto&&, const std::optional<std::string>& language, auto&&) {
-        languages.push_back(language);
-        return std::string("text");
-    });
+class LocalTranscriberTest : public testing::Test {
+protected:
+    ~LocalTranscriberTest() override { std::filesystem::remove_all(folder); }
+
+    LocalTranscriber::Engine engine() {
+        return [this](const auto&, const whisper::DecodingOptions& given, std::stop_token) {
+            options = given;
+            clock.advance(1.25);
+            return results;
+        };
+    }
+
+    test::VirtualClock clock;
+    test::LogCapture logged;
+    const std::filesystem::path folder = files::temporaryFile("models_", "");
+    whisper::DecodingOptions options;
+    std::vector<whisper::TranscriptionResult> results{resultOf({{" Hello.", -0.2f}})};
+    int made = 0;
+    LocalTranscriber::EngineMaker make = [this](const std::string&, const auto&, auto) {
+        ++made;
+        return engine();
+    };
+    LocalTranscriber local{"small", folder, [this](auto&&... arguments) { return make(arguments...); }, clock};
+};
+
+} // namespace
+
+TEST_F(LocalTranscriberTest, IsReadyOnceSetUp) {
+    EXPECT_FALSE(local.isReady());
+    EXPECT_THROW(local.transcribe("clip.wav", "en", {}), LocalTranscriberError);
+    std::vector<std::string> statuses;
+    local.setup([&](const std::string& status, double) { statuses.push_back(status); }, {});
+    EXPECT_THAT(statuses, ElementsAre("Preparing...", "Ready"));
     EXPECT_TRUE(local.isReady());
-    EXPECT_EQ(local.transcribe("clip.wav", "auto", {}), "text");
+    local.setup({}, {});
+    EXPECT_EQ(made, 1);
+    EXPECT_THAT(logged.lines(),
+                ElementsAre("[Fenlo] LocalTranscriber: Setting up...", "[Fenlo] LocalTranscriber: Ready (small)"));
+}
+
+TEST_F(LocalTranscriberTest, ASecondSetUpLeavesTheFirstAlone) {
+    make = [this](const std::string&, const auto&, auto) {
+        ++made;
+        local.setup({}, {}); // meanwhile
+        EXPECT_FALSE(local.isReady());
+        return engine();
+    };
+    local.setup({}, {});
+    EXPECT_EQ(made, 1);
+}
+
+TEST_F(LocalTranscriberTest, AFailedSetUpMayBeTriedAgain) {
+    make = [](const std::string&, const auto&, auto) -> LocalTranscriber::Engine {
+        throw std::runtime_error("no network");
+    };
+    std::vector<std::pair<std::string, double>> told;
+    local.setup([&](const std::string& status, double fraction) { told.emplace_back(status, fraction); }, {});
+    EXPECT_EQ(told.back(), (std::pair<std::string, double>{"Setup failed", 0.0}));
+    EXPECT_THAT(logged.lines().back(), "[Fenlo] ERROR: LocalTranscriber setup failed: no network");
+    make = [this](const std::string&, const auto&, auto) { return engine(); };
+    local.setup({}, {});
+    EXPECT_TRUE(local.isReady());
+}
+
+TEST_F(LocalTranscriberTest, JoinsWhatTheModelWasSureOf) {
+    results = {resultOf({{" One,", -0.1f}, {" mumble", -1.51f}, {" two.", -1.5f}}), resultOf({{" Three. ", -0.3f}})};
+    local.setup({}, {});
+    EXPECT_EQ(local.transcribe("clip.wav", "auto", {}), "One, two. Three.");
+    EXPECT_THAT(logged.lines(),
+                testing::Contains("[Fenlo] LocalTranscriber: Dropped segment (avgLogprob=-1.51): ' mumble'"));
+    EXPECT_THAT(logged.lines().back(), "[Fenlo] LocalTranscriber: 1.25s — 'One, two. Three.'");
+}
+
+TEST_F(LocalTranscriberTest, LooserLimitsThanTheEnginesOwn) {
+    local.setup({}, {});
+    local.transcribe("clip.wav", "auto", {});
+    EXPECT_EQ(options.language, std::nullopt);
+    EXPECT_EQ(options.compressionRatioThreshold, 3.5f);
+    EXPECT_EQ(options.logProbThreshold, -1.2f);
     local.transcribe("clip.wav", "de", {});
-    EXPECT_EQ(languages, (std::vector<std::optional<std::string>>{std::nullopt, "de"}));
+    EXPECT_EQ(options.language, "de");
+}
+
+TEST_F(LocalTranscriberTest, TellsWhetherTheModelIsThere) {
+    EXPECT_FALSE(local.isModelDownloaded());
+    std::filesystem::create_directories(folder / "openai_whisper-base");
+    EXPECT_FALSE(local.isModelDownloaded());
+    std::filesystem::create_directories(folder / "openai_whisper-small");
+    EXPECT_TRUE(local.isModelDownloaded());
 }

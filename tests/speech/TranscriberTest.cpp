@@ -19,6 +19,16 @@ using ::testing::UnorderedElementsAre;
 
 namespace {
 
+LocalTranscriber readyEngine(const std::string& text, Clock& clock) {
+    whisper::TranscriptionResult result;
+    result.segments.emplace_back();
+    result.segments.back().text = text;
+    return {
+        "small", std::filesystem::temp_directory_path(),
+        [result](auto&&...) -> LocalTranscriber::Engine { return [result](auto&&...) { return std::vector{result}; }; },
+        clock};
+}
+
 class TranscriberTest : public ::testing::Test {
 protected:
     TranscriberTest() {
@@ -67,8 +77,8 @@ protected:
     FakeSecureStore store;
     Keychain keychain{store};
     std::map<std::string, std::string> remote = {{"groq_api_key", "k"}};
-    LocalTranscriber noEngine;
-    LocalTranscriber engine{[](auto&&...) { return std::string("thanks for watching"); }};
+    LocalTranscriber noEngine{"small", {}, {}, clock};
+    LocalTranscriber engine = readyEngine("thanks for watching", clock);
     LogCapture log;
     Transcriber transcriber = make(noEngine);
 };
@@ -130,6 +140,7 @@ TEST_F(TranscriberTest, OfflineModeUsesTheEngineOrFallsBackToTheCloud) {
     EXPECT_EQ(transcribe({.audio = clip}), "From the cloud");
     EXPECT_TRUE(log.contains("[Fenlo] Offline mode enabled but model not ready yet — falling back to cloud"));
 
+    engine.setup({}, {});
     Transcriber local = make(engine);
     EXPECT_EQ(local.transcribe({.audio = clip}, {}), "Thanks for watching");
     EXPECT_EQ(local.transcribe({.audio = clip, .speechRatio = 0.29F}, {}), "");
@@ -172,6 +183,7 @@ TEST_F(TranscriberTest, WarmsTheHostOnceItsKeyIsAtHand) {
     transcriber.warmConnection();
     EXPECT_THAT(http.warmed, ElementsAre("https://groq.example"));
 
+    engine.setup({}, {});
     Transcriber local = make(engine);
     local.setup({});
     configure([](Settings& s) { s.offlineMode = true; });

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "WhisperEngine/TextDecoder/TextDecoder.h"
+#include "WhisperEngine/TranscribeTask.h"
+#include "WhisperEngine/WhisperEngineConfig.h"
+
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace fenlo {
+class Clock;
+class HttpClient;
+} // namespace fenlo
+
+namespace fenlo::whisper {
+
+class ThreadPool;
+
+/// "Converting Audio", "Transcribing", "Finished".
+enum class TranscriptionState { convertingAudio, transcribing, finished };
+const char* textOf(TranscriptionState state);
+
+/// Who wants to see a transcription while it runs. Callbacks come on the threads of the tasks.
+struct TranscriptionCallbacks {
+    TranscriptionCallback progress;
+    SegmentDiscoveryCallback segmentDiscovery; // times count from the start of the whole audio
+    std::function<void(TranscriptionState)> state;
+    std::function<void(double fraction)> fraction; // of the audio, over all of its parts
+};
+
+/// A Whisper model on this machine's processor: finds it, downloads it, compiles it, loads it, and turns audio into
+/// timed segments.
+///
+/// Threads: create(), loadModels(), prewarmModels() and unloadModels() block and must not overlap with a transcription;
+///          transcribe() may run on several threads at once.
+/// Errors:  WhisperError. An engine whose creation failed is of no use; make a new one.
+class WhisperEngine {
+public:
+    /// Downloads, prewarms and loads as the configuration asks. May take minutes on first use.
+    static std::unique_ptr<WhisperEngine> create(WhisperEngineConfig config, HttpClient& http, Clock& clock,
+                                                 std::stop_token stop);
+    ~WhisperEngine();
+
+    /// Any audio file that libsndfile or an installed ffmpeg program reads.
+    std::vector<TranscriptionResult> transcribe(const std::filesystem::path& audioPath,
+                                                const DecodingOptions& decodeOptions,
+                                                const TranscriptionCallbacks& callbacks, std::stop_token stop) const;
+    /// Samples at 16 kHz. One result for each part that the audio was cut into, in order.
+    std::vector<TranscriptionResult> transcribe(std::span<const float> audioArray, const DecodingOptions& decodeOptions,
+                                                const TranscriptionCallbacks& callbacks, std::stop_token stop) const;
+
+    /// Several files, one list of results each; the first failure is thrown when all have ended.
+    std::vector<std::vector<TranscriptionResult>> transcribe(const std::vector<std::filesystem::path>& audioPaths,
+                                                             const DecodingOptions& decodeOptions,
+                                                             std::stop_token stop) const;
+    /// Several arrays side by side, each with its own options; `seekOffsetIndexes` (samples, may be empty) are where
+    /// the arrays begin in a whole, to which all times are shifted.
+    std::vector<TranscriptionResult> transcribe(const std::vector<std::span<const float>>& audioArrays,
+                                                const std::vector<int>& seekOffsetIndexes,
+                                                const std::vector<DecodingOptions>& decodeOptions,
+                                                const TranscriptionCallbacks& callbacks, std::stop_token stop) const;
+
+    /// The language at the beginning of a file, with the probability of every language.
+    DecodingResult detectLanguage(const std::filesystem::path& audioPath, std::stop_token stop) const;
+
+    void prewarmModels(std::stop_token stop);
+    void loadModels(bool prewarmMode, std::stop_token stop);
+    void unloadModels();
+
+    ModelState modelState() const { return m_modelState; }
+    const std::filesystem::path& modelFolder() const { return m_modelFolder; }
+    const std::string& modelVariant() const { return m_modelVariant; }
+    bool isModelMultilingual() const;
+    /// What the loads took; the stages of a transcription are in its result.
+    const TranscriptionTimings& currentTimings() const { return m_timings; }
+
+private:
+    WhisperEngine(WhisperEngineConfig config, HttpClient& http, Clock& clock);
+
+    void findModel(std::stop_token stop);
+    void setState(ModelState state);
+    void loadTokenizer(std::stop_token stop);
+    TaskComponents components() const;
+
+    const WhisperEngineConfig m_config;
+    HttpClient& m_http;
+    Clock& m_clock;
+    const Logging m_logging;
+    const std::unique_ptr<ThreadPool> m_pool;
+    const std::shared_ptr<const AudioProcessor> m_audioProcessor;
+    const std::shared_ptr<const SegmentSeeker> m_segmentSeeker;
+
+    std::atomic<ModelState> m_modelState = ModelState::unloaded;
+    std::filesystem::path m_modelFolder;
+    std::string m_modelVariant;
+    std::shared_ptr<const WhisperTokenizer> m_tokenizer;
+    std::shared_ptr<const MelSpectrogramModel> m_featureExtractor;
+    std::shared_ptr<const AudioEncoderModel> m_audioEncoder;
+    std::shared_ptr<const TextDecoder> m_textDecoder;
+    TranscriptionTimings m_timings;
+};
+
+} // namespace fenlo::whisper

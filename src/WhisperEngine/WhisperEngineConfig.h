@@ -1,0 +1,54 @@
+#pragma once
+
+#include "WhisperEngine/AudioProcessor/AudioProcessor.h"
+#include "WhisperEngine/Logging.h"
+#include "WhisperEngine/TokenSampler/LogitsFilter.h"
+#include "WhisperEngine/network/ModelComputeOptions.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace fenlo::whisper {
+
+class AudioEncoderModel;
+class MelSpectrogramModel;
+class SegmentSeeker;
+class TextDecoderModel;
+class VoiceActivityDetector;
+
+enum class ModelState { unloading, unloaded, loading, loaded, prewarming, prewarmed, downloading, downloaded };
+
+/// What an engine is made of. All is optional: what is missing is the stock implementation or default.
+struct WhisperEngineConfig {
+    std::optional<std::string> model; // a name such as "small", or a glob; by default one for this machine
+    std::optional<std::filesystem::path> downloadBase; // by default ~/.fenlo/models
+    std::optional<std::string> modelRepo; // one repository with variants as folders; by default the publishers' own
+    std::optional<std::string> modelToken;
+    std::optional<std::string> modelEndpoint;
+    std::optional<std::filesystem::path> modelFolder; // a model on the disk: nothing is downloaded
+    std::optional<std::filesystem::path> tokenizerFolder;
+    std::optional<std::filesystem::path> bundledModels; // a read-only folder of models that come with the program
+    ModelComputeOptions computeOptions;
+    AudioInputConfig audioInputConfig;
+    std::shared_ptr<const AudioProcessor> audioProcessor;
+    std::shared_ptr<const MelSpectrogramModel> featureExtractor;
+    std::shared_ptr<const AudioEncoderModel> audioEncoder;
+    std::shared_ptr<const TextDecoderModel> textDecoder;
+    LogitsFilters logitsFilters; // applied before the stock ones
+    std::shared_ptr<const SegmentSeeker> segmentSeeker;
+    std::shared_ptr<const VoiceActivityDetector> voiceActivityDetector;
+    bool verbose = false; // false: no messages at all
+    LogLevel logLevel = LogLevel::info;
+    Logging::Sink logSink; // by default the program's log
+    bool prewarm = true;
+    bool load = true;
+    bool download = true;
+    int threads = 0; // of the neural runtime; 0 takes one for each core
+    std::function<void(ModelState before, ModelState after)> modelStateCallback;
+    std::function<void(double fraction)> downloadProgress; // of a download or a compilation, in [0, 1]
+};
+
+} // namespace fenlo::whisper

@@ -1,0 +1,183 @@
+#include "WhisperEngine/TranscribeTask.h"
+#include "ScriptedModels.h"
+#include "WhisperEngine/AudioProcessor/AudioProcessor.h"
+#include "WhisperEngine/SegmentSeeker/SegmentSeeker.h"
+#include "WhisperEngine/WhisperError.h"
+#include "support/VirtualTime.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+using namespace fenlo;
+using namespace fenlo::whisper;
+using fenlo::whisper::test::ScriptedDecoder;
+using fenlo::whisper::test::ScriptedPass;
+using fenlo::whisper::test::sharedTokenizer;
+
+namespace {
+
+constexpr int windowSamples = 480000;
+
+/// Notes the windows it is given.
+class NotingMel final : public MelSpectrogramModel {
+public:
+    int windowSamples() const override { return ::windowSamples; }
+    int melBands() const override { return 80; }
+    int melFrames() const override { return 3000; }
+    void predict(std::span<const float> audio, std::span<float>) const override {
+        // The test's audio counts its samples, so that the first one tells where the window begins.
+        firstSamples.push_back(audio.front());
+        soundingSamples.push_back(std::ranges::count_if(audio, [](float sample) { return sample != 0; }));
+    }
+    mutable std::vector<float> firstSamples;
+    mutable std::vector<std::ptrdiff_t> soundingSamples;
+};
+
+class IdleEncoder final : public AudioEncoderModel {
+public:
+    int melBands() const override { return 80; }
+    int melFrames() const override { return 3000; }
+    int audioFrames() const override { return 1500; }
+    int width() const override { return 2; }
+    void predict(std::span<const float>, AudioEmbeddings& output) const override {
+        output.encoder_output_embeds.assign(3000, 0.0f);
+    }
+};
+
+class Task : public testing::Test {
+protected:
+    TranscriptionResult run(double seconds, std::vector<ScriptedPass> passes) {
+        model = std::make_shared<ScriptedDecoder>(std::move(passes), logits);
+        const int prompt = (logits == 51864 ? 1 : 3) + (options.withoutTimestamps ? 1 : 0);
+        model->promptLength = prompt;
+        const Logging logging(LogLevel::debug, [this](const std::string& line) { lines.push_back(line); });
+        const TextDecoder decoder(model, nullptr, sharedTokenizer(), {}, clock, logging);
+        std::vector<float> audio(static_cast<std::size_t>(seconds * 16000));
+        for (std::size_t i = 0; i < audio.size(); ++i)
+            audio[i] = static_cast<float>(i + 1);
+        TranscribeTask task(
+            {mel, encoder, decoder, processor, seeker, *sharedTokenizer(), clock, logging},
+            [this](const auto& segments) { discovered.push_back(textOf(segments)); },
+            [this](double fraction) { fractions.push_back(fraction); });
+        return task.run(audio, options, callback, {});
+    }
+
+    int time(double seconds) const {
+        return sharedTokenizer()->specialTokens().timeTokenBegin + static_cast<int>(seconds * 50 + 0.5);
+    }
+    /// A closed segment as the model writes it.
+    std::vector<int> said(double start, const std::string& words, double end) const {
+        std::vector<int> tokens{time(start)};
+        std::ranges::copy(sharedTokenizer()->encode(words), std::back_inserter(tokens));
+        tokens.push_back(time(end));
+        return tokens;
+    }
+    int countOf(const std::string& line) const { return static_cast<int>(std::ranges::count(lines, line)); }
+
+    fenlo::test::VirtualClock clock;
+    int logits = 51864;
+    DecodingOptions options{.skipSpecialTokens = true};
+    TranscriptionCallback callback;
+    std::shared_ptr<ScriptedDecoder> model;
+    NotingMel mel;
+    IdleEncoder encoder;
+    AudioProcessor processor;
+    SegmentSeeker seeker;
+    std::vector<std::string> lines, discovered;
+    std::vector<double> fractions;
+};
+
+} // namespace
+
+TEST_F(Task, WalksFromTheLastTimestampOn) {
+    std::vector<int> first = said(0, " New line.", 4);
+    std::ranges::copy(said(4, " Select all.", 10), std::back_inserter(first));
+    first.push_back(time(10)); // speech goes on from here
+    first.push_back(sharedTokenizer()->encode(" and").front());
+    const TranscriptionResult result = run(45, {{.tokens = first}, {.tokens = said(0, " Copy that.", 5)}});
+    ASSERT_EQ(result.segments.size(), 3u);
+    EXPECT_EQ(result.text, " New line. Select all. Copy that.");
+    EXPECT_EQ(mel.firstSamples, (std::vector<float>{1, 10 * 16000 + 1, 40 * 16000 + 1}));
+    EXPECT_FLOAT_EQ(result.segments[2].start, 10);
+    EXPECT_FLOAT_EQ(result.segments[2].end, 15);
+    EXPECT_EQ(result.segments[2].id, 2);
+    EXPECT_EQ(discovered.front(), " New line. Select all.");
+    EXPECT_TRUE(std::ranges::is_sorted(fractions));
+    EXPECT_EQ(fractions.back(), 1);
+    EXPECT_EQ(result.timings.totalDecodingWindows, 3);
+}
+
+TEST_F(Task, TriesHigherTemperaturesUntilAResultStands) {
+    const ScriptedPass bad{.tokens = {time(0), 262, 262, 262}, .confidence = 9.6f}; // about -1.3 a token
+    run(5, {bad, bad, {.tokens = said(0, " New line.", 2)}});
+    EXPECT_EQ(model->fedTokens.size(), 3u);
+    EXPECT_EQ(countOf("Fallback #1 (logProbThreshold)"), 1);
+    EXPECT_EQ(countOf("Fallback #2 (logProbThreshold)"), 1);
+    EXPECT_EQ(countOf("Decoding with temperatures [0.0000, 0.2000, 0.3999, 0.6001, 0.7998, 1.0000]"), 1);
+
+    options.temperatureFallbackCount = 0;
+    const TranscriptionResult result = run(5, {bad});
+    EXPECT_EQ(model->fedTokens.size(), 1u) << "no count, one pass";
+    EXPECT_EQ(result.segments.size(), 1u) << "the last result stands";
+}
+
+TEST_F(Task, RepetitionIsARetryAndSilenceIsNot) {
+    std::vector<int> loop{time(0)};
+    for (int i = 0; i < 50; ++i)
+        std::ranges::copy(sharedTokenizer()->encode(" thank you"), std::back_inserter(loop));
+    run(5, {{.tokens = loop}, {.tokens = said(0, " New line.", 2)}});
+    EXPECT_EQ(countOf("Fallback #1 (compressionRatioThreshold)"), 1);
+
+    lines.clear();
+    const ScriptedPass silent{.tokens = {time(0), 262, 262}, .confidence = 9.6f, .noSpeechScore = 30};
+    const TranscriptionResult result = run(40, {silent});
+    EXPECT_TRUE(result.segments.empty());
+    EXPECT_EQ(model->fedTokens.size(), 2u) << "one pass a window";
+    EXPECT_EQ(result.timings.totalDecodingFallbacks, 0);
+
+    options.noSpeechThreshold.reset();
+    run(5, {silent});
+    EXPECT_EQ(countOf("Fallback #1 (logProbThreshold)"), 1) << "without a threshold nothing is silence";
+}
+
+TEST_F(Task, DecodesClipsAndLeavesOutAShortRest) {
+    options.clipTimestamps = {1, 3, 8};
+    const auto segment = said(0, " New line.", 2);
+    const TranscriptionResult result = run(10, {{.tokens = segment}});
+    EXPECT_EQ(mel.firstSamples, (std::vector<float>{16001, 8 * 16000 + 1})) << "an odd count runs to the end";
+    EXPECT_EQ(mel.soundingSamples, (std::vector<std::ptrdiff_t>{32000, 32000})) << "nothing from after the clip";
+    EXPECT_FLOAT_EQ(result.segments.front().start, 1);
+
+    mel = {};
+    options.clipTimestamps.clear();
+    run(30.9, {{.tokens = segment}});
+    EXPECT_EQ(mel.firstSamples.size(), 1u) << "under a second is left after the first window";
+    mel = {};
+    run(0.4, {{.tokens = segment}});
+    EXPECT_EQ(mel.firstSamples.size(), 1u) << "a short take is a take";
+    mel = {};
+    options.maxWindowSeek = 480000;
+    run(100, {{.tokens = segment}});
+    EXPECT_EQ(mel.firstSamples.size(), 1u);
+}
+
+TEST_F(Task, NoAudioIsAnError) {
+    EXPECT_THROW(run(0, {{}}), WhisperError);
+}
+
+TEST_F(Task, ALanguageNobodyNamedIsDetectedOnce) {
+    logits = 51865;
+    const int german = sharedTokenizer()->languageToken("de").value();
+    const auto detected = [&](std::vector<ScriptedPass> passes) { return run(5, std::move(passes)).language; };
+    // The detection is a pass of its own, at the start of the transcript.
+    const ScriptedPass text{.tokens = said(0, " New line.", 2)};
+    EXPECT_EQ(detected({text}).size(), 2u);
+    EXPECT_EQ(model->fedTokens.size(), 2u);
+    options.language = "German";
+    EXPECT_EQ(detected({text}), "de");
+    EXPECT_EQ(model->fedTokens.size(), 1u);
+    EXPECT_EQ(model->fedTokens.front()[1], german);
+    options.language.reset();
+    options.detectLanguage = false;
+    EXPECT_EQ(detected({text}), "en");
+}
