@@ -1,10 +1,10 @@
 // Reading audio files: whatever the bytes, the reader ends with an error or with finite samples, and what it read can
 // be tested, prepared and written.
 
-#include "audio/AudioFile.h"
 #include "audio/ClipPreparation.h"
 #include "audio/SpeechTest.h"
 #include "base/Files.h"
+#include "media/AudioFile.h"
 
 #include <cmath>
 #include <cstdint>

@@ -1,12 +1,12 @@
 #include "app/Commands.h"
 
 #include "app/TerminationSignals.h"
-#include "audio/AudioFile.h"
 #include "audio/ChunkWriter.h"
 #include "audio/QuietCut.h"
 #include "audio/SpeechTest.h"
 #include "base/Clock.h"
 #include "base/Files.h"
+#include "media/AudioFile.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "session/TakePipeline.h"

@@ -1,16 +1,16 @@
 #include "audio/ClipPreparation.h"
 
-#include "audio/AudioFile.h"
-#include "audio/Level.h"
 #include "audio/WavFile.h"
 #include "base/Files.h"
 #include "base/Log.h"
+#include "media/AudioFile.h"
+#include "media/Level.h"
+#include "media/Resampler.h"
 
 #include <algorithm>
 #include <optional>
-#include <soxr.h>
-#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace fenlo {
@@ -25,21 +25,6 @@ constexpr std::size_t frameLength = 320; // samples, 20 ms
 constexpr float overNoise = 2.0F;
 constexpr float lowestThreshold = 0.003F;
 constexpr std::size_t padding = 15; // frames
-
-std::vector<float> toClipRate(AudioSamples audio) {
-    if (audio.sampleRate == clipRate || audio.mono.empty())
-        return std::move(audio.mono);
-    const double ratio = clipRate / audio.sampleRate;
-    std::vector<float> converted(static_cast<std::size_t>(ratio * static_cast<double>(audio.mono.size()) + 1024));
-    const soxr_quality_spec_t quality = ::soxr_quality_spec(SOXR_HQ, 0);
-    std::size_t frames = 0;
-    if (const soxr_error_t error =
-            ::soxr_oneshot(audio.sampleRate, clipRate, 1, audio.mono.data(), audio.mono.size(), nullptr,
-                           converted.data(), converted.size(), &frames, nullptr, &quality, nullptr))
-        throw std::runtime_error(error);
-    converted.resize(frames);
-    return converted;
-}
 
 std::vector<float> frameLevels(std::span<const float> samples) {
     std::vector<float> levels(samples.size() / frameLength);
@@ -88,7 +73,8 @@ std::optional<SampleRange> speechRange(std::span<const float> samples) {
 
 fs::path prepareClip(const fs::path& clip) {
     try {
-        const std::vector<float> samples = toClipRate(readSoundFile(clip, ChannelMix::average));
+        AudioSamples audio = readSoundFile(clip, ChannelMix::average);
+        const std::vector<float> samples = resample(std::move(audio.mono), audio.sampleRate, clipRate);
         if (samples.empty())
             return clip;
         if (static_cast<double>(samples.size()) / clipRate < shortClip)

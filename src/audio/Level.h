@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstddef>
-#include <span>
+#include "media/Level.h"
 
-/// Loudness of samples in [-1, 1]. Sums run in double precision and in a fixed order, so that a constant signal has
-/// exactly its own level.
+#include <cstddef>
+
+/// What counts as quiet in a take.
 namespace fenlo {
 
 /// A buffer or frame with a lower RMS is quiet. Microphones at rest lie below it, whispering far above.
@@ -12,11 +12,5 @@ inline constexpr float quietLevel = 0.001f;
 
 /// Length of the frames in which takes are searched for speech and for quiet.
 inline constexpr std::size_t levelFrame = 1024; // samples
-
-/// Root of the mean square; 0 without samples.
-float rms(std::span<const float> samples);
-
-/// The largest magnitude; 0 without samples.
-float peak(std::span<const float> samples);
 
 } // namespace fenlo

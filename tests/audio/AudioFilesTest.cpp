@@ -1,9 +1,9 @@
 #include "Signals.h"
-#include "audio/AudioFile.h"
 #include "audio/ChunkWriter.h"
 #include "audio/Level.h"
 #include "audio/WavFile.h"
 #include "base/Files.h"
+#include "media/AudioFile.h"
 #include "support/ScarceDisk.h"
 
 #include <cstring>

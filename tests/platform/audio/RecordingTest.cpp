@@ -1,11 +1,11 @@
 // The recorder on a real server: what is said into the microphone is in the file.
 
 #include "AudioWorld.h"
-#include "audio/AudioFile.h"
 #include "audio/AudioRecorder.h"
 #include "base/Clock.h"
 #include "base/Files.h"
 #include "base/NotificationCenter.h"
+#include "media/AudioFile.h"
 #include "settings/Config.h"
 
 #include <chrono>

@@ -1,4 +1,4 @@
-#include "audio/Level.h"
+#include "media/Level.h"
 
 #include <algorithm>
 #include <array>
