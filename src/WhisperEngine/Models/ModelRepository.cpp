@@ -1,0 +1,236 @@
+#include "WhisperEngine/Models/ModelRepository.h"
+
+#include "WhisperEngine/Models/Checkpoint.h"
+#include "WhisperEngine/Models/LocalModels.h"
+#include "WhisperEngine/WhisperError.h"
+#include "base/Files.h"
+#include "base/Text.h"
+
+#include <algorithm>
+#include <optional>
+#include <set>
+
+namespace fenlo::whisper {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* configName = "config.json";
+// The checkpoint of September 2024, and the name that its publisher gives it.
+constexpr const char* datedTurbo = "whisper-large-v3-v20240930";
+constexpr const char* publishedTurbo = "whisper-large-v3-turbo";
+// Checkpoints that the table of devices leaves out, and the publisher's name of one that it has.
+constexpr const char* furtherModels[] = {"openai_whisper-medium", "openai_whisper-medium.en",
+                                         "openai_whisper-large-v3-turbo"};
+
+struct VariantName {
+    std::string publisher;
+    std::string checkpoint; // as the publisher names it
+};
+
+VariantName parse(const std::string& variant) {
+    const auto parts = text::split(variant, '_');
+    if (!isModelName(variant) || parts.size() < 2 || parts[0].empty() || parts[1].empty())
+        throw WhisperError(WhisperError::Kind::modelsUnavailable,
+                           "\"" + variant + "\" is no name of a model; \"openai_whisper-small\" is one");
+    return {parts[0], parts[1] == datedTurbo ? publishedTurbo : parts[1]};
+}
+
+/// One name for each checkpoint, so that none is stored twice.
+std::string plainStockName(const std::string& variant) {
+    const VariantName name = parse(variant);
+    return name.publisher + "_" + (name.checkpoint == publishedTurbo ? datedTurbo : name.checkpoint);
+}
+
+/// Plain names in their order, then the others.
+std::vector<std::string> stockModels() {
+    std::set<std::string> all(std::begin(furtherModels), std::end(furtherModels));
+    const auto& known = ModelSupportConfig::fallback().knownModels;
+    all.insert(known.begin(), known.end());
+    std::vector<std::string> models(all.begin(), all.end());
+    std::stable_partition(models.begin(), models.end(),
+                          [](const std::string& model) { return std::count(model.begin(), model.end(), '_') == 1; });
+    return models;
+}
+
+std::vector<std::string> matchingOf(const std::vector<std::string>& names, const std::string& glob) {
+    std::vector<std::string> found;
+    std::copy_if(names.begin(), names.end(), std::back_inserter(found),
+                 [&](const std::string& name) { return hub::matchesGlob(name, glob); });
+    return found;
+}
+
+std::vector<std::string> completeModels(const fs::path& downloadBase) {
+    std::vector<std::string> names;
+    for (const LocalModel& model : listLocalModels(downloadBase))
+        if (model.complete)
+            names.push_back(model.name);
+    return names;
+}
+
+std::vector<std::string> pathsOf(const std::vector<hub::RepoFile>& repoFiles) {
+    std::vector<std::string> paths;
+    for (const hub::RepoFile& file : repoFiles)
+        paths.push_back(file.path);
+    return paths;
+}
+
+WhisperError notFound(const std::string& error) {
+    return {WhisperError::Kind::modelsUnavailable,
+            "Model not found. Please check the model or repo name and try again.\nError: " + error};
+}
+
+WhisperError ofHub(const hub::HubError& error) {
+    if (error.kind == hub::HubError::Kind::cancelled)
+        return {WhisperError::Kind::cancelled, error.what()};
+    if (error.kind == hub::HubError::Kind::notFound)
+        return notFound(error.what());
+    return {WhisperError::Kind::modelsUnavailable, error.what()};
+}
+
+/// The first of the variants that a name means; with several, the main publisher's come before the others.
+std::optional<std::string> firstMatch(const std::vector<std::string>& variants, const std::string& name,
+                                      const std::string& source, const Logging& log) {
+    const bool isGlob = name.find('*') != std::string::npos;
+    auto found = matchingOf(variants, isGlob ? name : "*" + name + "*");
+    if (!isGlob && found.size() > 1)
+        if (auto narrowed = matchingOf(found, "*openai*" + name + "*"); !narrowed.empty())
+            found = std::move(narrowed);
+    if (found.size() > 1)
+        log.debug("Multiple models found matching \"" + name + "\" in " + source);
+    if (found.empty())
+        return {};
+    return found.front();
+}
+
+std::string configFile(const std::vector<std::string>& paths, const Logging& log) {
+    if (std::find(paths.begin(), paths.end(), configName) != paths.end())
+        return configName;
+    log.info(std::string("No config files found matching \"") + configName + "\"");
+    if (paths.empty())
+        throw WhisperError(WhisperError::Kind::modelsUnavailable, "the repository has no such file");
+    log.info("Using first matching file: " + paths.front());
+    return paths.front();
+}
+
+/// A folder that misses some of its files goes back to where downloads gather, so that only those are fetched.
+void takeBack(const fs::path& incomplete, const fs::path& gathering) {
+    std::error_code error;
+    if (!fs::exists(incomplete, error) || fs::exists(gathering, error))
+        return;
+    fs::create_directories(gathering.parent_path(), error);
+    fs::rename(incomplete, gathering, error);
+}
+
+void moveIntoPlace(const fs::path& gathered, const fs::path& folder) {
+    if (const auto missing = missingCheckpointFile(gathered))
+        throw WhisperError(WhisperError::Kind::modelsUnavailable, "the download to " + gathered.string() + " lacks " +
+                                                                      *missing + "; remove the folder and try again");
+    std::error_code error;
+    fs::rename(gathered, folder, error);
+    // Another process may have been first.
+    if (error && missingCheckpointFile(folder))
+        throw WhisperError(WhisperError::Kind::modelsUnavailable, "cannot move the model to " + folder.string() + ": " +
+                                                                      error.message() +
+                                                                      "; move that folder away and try again");
+}
+
+} // namespace
+
+std::string publisherRepository(const std::string& variant) {
+    const VariantName name = parse(variant);
+    return name.publisher + "/" + name.checkpoint;
+}
+
+std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRepository& repository,
+                                              const std::vector<std::string>& matching, std::stop_token stop) {
+    std::vector<std::string> names;
+    if (repository.isStock()) {
+        names = stockModels();
+    } else {
+        try {
+            std::set<std::string> folders; // in order, which a listing by paths is not: "small.en/" before "small/"
+            for (const hub::RepoFile& file : hub.listFiles(repository.name, {"*/config.json"}, stop))
+                if (const fs::path folder = fs::path(file.path).parent_path(); isModelName(folder.string()))
+                    folders.insert(folder.string());
+            names.assign(folders.begin(), folders.end());
+        } catch (const hub::HubError& error) {
+            throw ofHub(error);
+        }
+    }
+    if (!matching.empty())
+        std::erase_if(names, [&](const std::string& name) {
+            return std::none_of(matching.begin(), matching.end(),
+                                [&](const std::string& glob) { return hub::matchesGlob(name, glob); });
+        });
+    return names;
+}
+
+ModelSupportConfig fetchModelSupportConfig(hub::HubClient& hub, const ModelRepository& repository,
+                                           const fs::path& downloadBase, const Logging& log, std::stop_token stop) {
+    if (repository.isStock())
+        return ModelSupportConfig::fallback();
+    log.info(std::string("Searching for config file matching \"") + configName + "\" in " + repository.name);
+    try {
+        const std::string file = configFile(pathsOf(hub.listFiles(repository.name, {"config*.json"}, stop)), log);
+        const fs::path folder = partialDownload(downloadBase, ".support");
+        hub.snapshot(repository.name, {file}, folder, {}, stop);
+        return ModelSupportConfig::parse(files::read(folder / file).value_or(""));
+    } catch (const std::runtime_error& error) {
+        if (stop.stop_requested())
+            throw WhisperError(WhisperError::Kind::cancelled, error.what());
+        log.error(std::string("Fetch model support config failed with error: ") + error.what());
+        return ModelSupportConfig::fallback();
+    }
+}
+
+std::string chooseModel(hub::HubClient& hub, const ModelRepository& repository, const std::string& name,
+                        const fs::path& downloadBase, const Logging& log, std::stop_token stop) {
+    const auto installed = completeModels(downloadBase);
+    for (const std::string& exact : {name, "openai_whisper-" + name})
+        if (std::find(installed.begin(), installed.end(), exact) != installed.end())
+            return exact;
+    const std::string source = repository.description();
+    std::optional<std::string> chosen;
+    try {
+        chosen = firstMatch(fetchAvailableModels(hub, repository, {}, stop), name, source, log);
+        if (!chosen)
+            throw notFound("No models found matching \"" + name + "\" in " + source);
+    } catch (const WhisperError& error) {
+        if (error.kind != WhisperError::Kind::cancelled)
+            chosen = firstMatch(installed, name, downloadBase.string(), log);
+        if (!chosen)
+            throw;
+        return *chosen;
+    }
+    return repository.isStock() ? plainStockName(*chosen) : *chosen;
+}
+
+fs::path download(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
+                  const fs::path& downloadBase, const std::function<void(hub::DownloadProgress)>& progress,
+                  std::stop_token stop) {
+    if (!isModelName(variant))
+        throw notFound("\"" + variant + "\" is no name of a model");
+    const fs::path folder = downloadBase / variant;
+    if (!missingCheckpointFile(folder))
+        return folder;
+    const std::string source = repository.isStock() ? publisherRepository(variant) : repository.name;
+    const std::string below = repository.isStock() ? "" : variant + "/";
+    const fs::path stage = partialDownload(downloadBase, variant);
+    const fs::path gathering = repository.isStock() ? stage : stage / variant;
+    try {
+        const auto needed = checkpointFiles(pathsOf(hub.listFiles(source, {below + "*"}, stop)), below, source);
+        takeBack(folder, gathering);
+        hub.snapshot(source, needed, stage, progress, stop);
+    } catch (const hub::HubError& error) {
+        throw ofHub(error);
+    }
+    moveIntoPlace(gathering, folder);
+    std::error_code ignored;
+    fs::remove_all(stage, ignored);
+    fs::remove(stage.parent_path(), ignored);
+    return folder;
+}
+
+} // namespace fenlo::whisper
