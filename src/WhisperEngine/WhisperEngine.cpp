@@ -1,7 +1,7 @@
 #include "WhisperEngine/WhisperEngine.h"
 
 #include "WhisperEngine/AudioProcessor/AudioChunker.h"
-#include "WhisperEngine/Models/ModelRepository.h"
+#include "WhisperEngine/ModelSetup.h"
 #include "WhisperEngine/Models/ModelVariant.h"
 #include "WhisperEngine/SegmentSeeker/SegmentSeeker.h"
 #include "WhisperEngine/TokenSampler/TokenSampler.h"
@@ -117,7 +117,7 @@ void WhisperEngine::findModel(std::stop_token stop) {
     if (!m_config.download)
         return;
     setState(ModelState::downloading);
-    m_modelFolder = installModel(m_config, m_http, m_logging, stop);
+    m_modelFolder = installModel(m_config, m_http, m_clock, m_logging, stop);
     setState(ModelState::downloaded);
 }
 
@@ -134,7 +134,7 @@ void WhisperEngine::loadModels(bool prewarmMode, std::stop_token stop) {
     const double begin = m_clock.now();
     const ModelComputeOptions& compute = m_config.computeOptions;
     if (!isCompiled(m_modelFolder, compute))
-        compileModel(m_modelFolder, compute, m_config.downloadProgress, stop);
+        compileModel(m_modelFolder, compute, m_config.compileProgress, stop);
     if (prewarmMode) {
         m_timings.prewarmLoadTime = m_clock.now() - begin;
         setState(ModelState::prewarmed);
@@ -161,18 +161,20 @@ void WhisperEngine::loadModels(bool prewarmMode, std::stop_token stop) {
     m_timings.encoderLoadTime = m_clock.now() - encoderBegin;
     m_logging.debug("Loaded audio encoder in " + text::fixed(m_timings.encoderLoadTime, 2) + "s");
 
-    m_modelVariant = variantOf(m_modelFolder.filename().string(), decoder->logitsSize().value_or(0), m_logging);
+    const ModelVariant variant = detectVariant(decoder->logitsSize().value_or(0), decoder->encoderOutputDim(),
+                                               m_modelFolder.filename().string(), m_logging);
+    m_modelVariant = textOf(variant);
     m_logging.info("Loaded models for whisper size: " + m_modelVariant);
-    loadTokenizer(stop);
+    loadTokenizer(tokenizerRepository(variant), stop);
     m_textDecoder =
         std::make_shared<const TextDecoder>(decoder, nullptr, m_tokenizer, m_config.logitsFilters, m_clock, m_logging);
     m_timings.modelLoading = m_clock.now() - begin;
     setState(ModelState::loaded);
 }
 
-void WhisperEngine::loadTokenizer(std::stop_token stop) {
+void WhisperEngine::loadTokenizer(const std::string& repository, std::stop_token stop) {
     const double begin = m_clock.now();
-    const fs::path file = findTokenizer(m_config, m_modelFolder, m_modelVariant, m_http, m_logging, stop);
+    const fs::path file = findTokenizer(m_config, m_modelFolder, repository, m_http, m_clock, m_logging, stop);
     try {
         m_tokenizer = std::make_shared<const WhisperTokenizer>(hub::Tokenizer::load(file));
     } catch (const hub::TokenizerError& error) {

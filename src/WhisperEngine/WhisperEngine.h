@@ -84,7 +84,7 @@ private:
 
     void findModel(std::stop_token stop);
     void setState(ModelState state);
-    void loadTokenizer(std::stop_token stop);
+    void loadTokenizer(const std::string& repository, std::stop_token stop);
     TaskComponents components() const;
 
     const WhisperEngineConfig m_config;

@@ -4,6 +4,7 @@
 #include "WhisperEngine/Logging.h"
 #include "WhisperEngine/TokenSampler/LogitsFilter.h"
 #include "WhisperEngine/network/ModelComputeOptions.h"
+#include "hub/HubClient.h"
 
 #include <filesystem>
 #include <functional>
@@ -48,7 +49,8 @@ struct WhisperEngineConfig {
     bool download = true;
     int threads = 0; // of the neural runtime; 0 takes one for each core
     std::function<void(ModelState before, ModelState after)> modelStateCallback;
-    std::function<void(double fraction)> downloadProgress; // of a download or a compilation, in [0, 1]
+    std::function<void(hub::DownloadProgress)> downloadProgress; // on any thread, one call at a time
+    std::function<void(double fraction)> compileProgress;        // in [0, 1]
 };
 
 } // namespace fenlo::whisper

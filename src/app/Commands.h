@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 /// The doors of the program. Each returns the exit status of the process.
 namespace fenlo {
@@ -19,11 +20,44 @@ struct DictateOptions {
     bool json = false;
 };
 
+struct TranscribeOptions {
+    std::vector<std::filesystem::path> files;
+    std::string model;                     // empty for the offline model
+    std::string language = "auto";         // a code, a name, or "auto"
+    std::string task = "transcribe";       // or "translate"
+    std::string output = "txt";            // txt, srt, vtt, tsv, json
+    std::filesystem::path outputDirectory; // empty for standard output
+    bool wordTimestamps = false;
+    bool vad = false;
+    bool float32 = false;
+    int threads = 0; // 0 for one a core
+};
+
+struct BenchOptions {
+    std::string model; // empty for the offline model
+    int threads = 0;
+    bool float32 = false;
+    bool json = false;
+};
+
 /// The desktop program: runs until the user quits it.
 int runDesktopApp(int argc, char** argv);
 
 /// The whole road of a take on an audio file; the text goes to standard output.
 int runDictate(const DictateOptions& options);
+
+/// The words of audio files, by the engine on this machine, with the times of their segments.
+int runTranscribe(const TranscribeOptions& options);
+
+/// What models there are, on this machine and to download.
+int runModelsList(bool json);
+int runModelsDownload(const std::string& name);
+int runModelsRemove(const std::string& name);
+/// The folder of a model, or of all of them without a name.
+int runModelsPath(const std::string& name);
+
+/// How fast each stage of the engine runs on this machine.
+int runBench(const BenchOptions& options);
 
 /// Tells what of the desktop works, and the remedy for what does not. `failed` when a dictation would not work.
 int runDoctor(bool json);

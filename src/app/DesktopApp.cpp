@@ -2,6 +2,7 @@
 
 #include "Version.h"
 #include "app/Commands.h"
+#include "app/LocalEngine.h"
 #include "app/TerminationSignals.h"
 
 #include "audio/AudioRecorder.h"
@@ -115,7 +116,8 @@ int runDesktopApp(int argc, char** argv) {
     ThreadBackground background;
 
     AudioRecorder recorder(platform.audioInput, clock, mainQueue, config, notifications);
-    LocalTranscriber localTranscriber;
+    LocalTranscriber localTranscriber(deployment.offlineModel, modelsDirectory(),
+                                      localEngineMaker(deployment, platform.http, clock), clock);
     Transcriber transcriber(config, deployment, platform.http, keychain, localTranscriber, {}, {}, clock);
     TakePipeline pipeline(config, takeSteps(transcriber));
 
@@ -134,6 +136,7 @@ int runDesktopApp(int argc, char** argv) {
 
     AppHooks appHooks;
     appHooks.terminate = [&] { mainQueue.quit(); };
+    appHooks.prepareLocalEngine = [&](std::stop_token stop) { localTranscriber.setup({}, stop); };
     appHooks.prepareTranscriber = [&](std::stop_token stop) { transcriber.setup(stop); };
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, keychain, recorder, overlay, menuBar, session},

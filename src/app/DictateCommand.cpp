@@ -1,5 +1,6 @@
 #include "app/Commands.h"
 
+#include "app/LocalEngine.h"
 #include "app/TerminationSignals.h"
 #include "audio/ChunkWriter.h"
 #include "audio/QuietCut.h"
@@ -84,7 +85,10 @@ int runDictate(const DictateOptions& options) {
     CurlHttpClient http;
     SecretServiceStore secrets;
     Keychain keychain(secrets);
-    LocalTranscriber localTranscriber;
+    LocalTranscriber localTranscriber(deployment.offlineModel, modelsDirectory(),
+                                      localEngineMaker(deployment, http, clock), clock);
+    if (config.get().offlineMode)
+        localTranscriber.setup({}, interruption.get_token());
     Transcriber transcriber(config, deployment, http, keychain, localTranscriber, {}, {}, clock);
 
     TakeSteps steps;

@@ -27,6 +27,51 @@ int main(int argc, char** argv) {
     dictateCommand->add_flag("--json", dictate.json,
                              "print a JSON object: text, rawText, actions, duration, speechRatio");
 
+    TranscribeOptions transcribe;
+    CLI::App* transcribeCommand = cli.add_subcommand(
+        "transcribe", "Turn audio files into text or subtitles with the engine on this machine, without a network");
+    transcribeCommand
+        ->add_option("FILE", transcribe.files, "recordings: WAV, FLAC, Ogg, MP3; others with ffmpeg installed")
+        ->required();
+    const std::string modelHelp = "a model's name or a part of it, or the path of a model's folder";
+    transcribeCommand->add_option("--model", transcribe.model, modelHelp);
+    transcribeCommand->add_option("--language", transcribe.language, "a code or name, such as \"de\" or \"german\"")
+        ->capture_default_str();
+    transcribeCommand->add_option("--task", transcribe.task, "transcribe, or translate into English")
+        ->check(CLI::IsMember({"transcribe", "translate"}))
+        ->capture_default_str();
+    transcribeCommand->add_option("--output", transcribe.output, "the form of the result")
+        ->check(CLI::IsMember({"txt", "srt", "vtt", "tsv", "json"}))
+        ->capture_default_str();
+    transcribeCommand->add_option("--output-dir", transcribe.outputDirectory,
+                                  "write a file for each recording here, instead of to standard output");
+    transcribeCommand->add_flag("--word-timestamps", transcribe.wordTimestamps, "find the time of every word");
+    transcribeCommand->add_flag("--vad", transcribe.vad,
+                                "cut long recordings at their silences, and work side by side");
+    transcribeCommand->add_option("--threads", transcribe.threads, "of the engine; by default one for each core")
+        ->check(CLI::Range(0, 1024));
+    transcribeCommand->add_flag("--float32", transcribe.float32, "compute in 32-bit floats: slower, the reference");
+
+    CLI::App* modelsCommand = cli.add_subcommand("models", "The models of the engine on this machine");
+    modelsCommand->require_subcommand(1);
+    bool modelsJson = false;
+    CLI::App* modelsList = modelsCommand->add_subcommand("list", "What is installed, and what can be downloaded");
+    modelsList->add_flag("--json", modelsJson, "print a JSON list of the models");
+    std::string modelName;
+    CLI::App* modelsDownload = modelsCommand->add_subcommand("download", "Download a model and make it ready");
+    modelsDownload->add_option("NAME", modelName, "a name or a part of it, such as \"small\"")->required();
+    CLI::App* modelsRemove = modelsCommand->add_subcommand("remove", "Remove a model from this machine");
+    modelsRemove->add_option("NAME", modelName, "the whole name, as `fenlo models list` shows it")->required();
+    CLI::App* modelsPath = modelsCommand->add_subcommand("path", "Print the folder of a model, or of all models");
+    modelsPath->add_option("NAME", modelName, "a name or a part of it");
+
+    BenchOptions bench;
+    CLI::App* benchCommand = cli.add_subcommand("bench", "Measure how fast the engine runs on this machine");
+    benchCommand->add_option("--model", bench.model, modelHelp);
+    benchCommand->add_option("--threads", bench.threads, "by default one for each core")->check(CLI::Range(0, 1024));
+    benchCommand->add_flag("--float32", bench.float32, "measure the reference in 32-bit floats");
+    benchCommand->add_flag("--json", bench.json, "print a JSON object");
+
     bool doctorJson = false;
     CLI::App* doctorCommand =
         cli.add_subcommand("doctor", "Tell what works on this desktop, and the remedy for what does not");
@@ -40,6 +85,18 @@ int main(int argc, char** argv) {
     try {
         if (*dictateCommand)
             return runDictate(dictate);
+        if (*transcribeCommand)
+            return runTranscribe(transcribe);
+        if (*modelsList)
+            return runModelsList(modelsJson);
+        if (*modelsDownload)
+            return runModelsDownload(modelName);
+        if (*modelsRemove)
+            return runModelsRemove(modelName);
+        if (*modelsPath)
+            return runModelsPath(modelName);
+        if (*benchCommand)
+            return runBench(bench);
         if (*doctorCommand)
             return runDoctor(doctorJson);
         return runDesktopApp(argc, argv);

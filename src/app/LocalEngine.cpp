@@ -1,0 +1,70 @@
+#include "app/LocalEngine.h"
+
+#include "WhisperEngine/ModelSetup.h"
+#include "WhisperEngine/Models/Checkpoint.h"
+#include "WhisperEngine/Models/LocalModels.h"
+#include "WhisperEngine/WhisperEngine.h"
+#include "base/Files.h"
+#include "settings/Deployment.h"
+
+#include <memory>
+#include <system_error>
+
+namespace fenlo {
+
+namespace fs = std::filesystem;
+
+fs::path modelsDirectory() {
+    return files::dataDirectory() / "models";
+}
+
+fs::path bundledModelsDirectory() {
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    const fs::path installed = program.parent_path().parent_path() / "share/fenlo/models";
+    return fs::is_directory(installed, error) ? installed : fs::path(SOURCE_MODELS);
+}
+
+whisper::WhisperEngineConfig engineConfig(const Deployment& deployment) {
+    whisper::WhisperEngineConfig config;
+    config.downloadBase = modelsDirectory();
+    config.bundledModels = bundledModelsDirectory();
+    if (!deployment.modelRepository.empty())
+        config.modelRepo = deployment.modelRepository;
+    return config;
+}
+
+fs::path installedModel(const std::string& name, const Deployment& deployment, HttpClient& http, Clock& clock,
+                        std::stop_token stop) {
+    if (name.find('/') != std::string::npos)
+        return name;
+    // The plainest of the names that have it: "small" is "openai_whisper-small" before "openai_whisper-small.en".
+    const whisper::LocalModel* found = nullptr;
+    const auto models = whisper::listLocalModels(modelsDirectory());
+    for (const whisper::LocalModel& model : models)
+        if (model.complete && model.name.find(name) != std::string::npos &&
+            (!found || model.name.size() < found->name.size()))
+            found = &model;
+    if (found)
+        return found->folder;
+    if (!whisper::isModelName(name) || whisper::missingCheckpointFile(bundledModelsDirectory() / name))
+        throw std::runtime_error("there is no model \"" + name +
+                                 "\" on this machine; fetch it with: fenlo models download " + name);
+    whisper::WhisperEngineConfig config = engineConfig(deployment);
+    config.model = name;
+    return whisper::installModel(config, http, clock, {}, stop);
+}
+
+LocalTranscriber::EngineMaker localEngineMaker(const Deployment& deployment, HttpClient& http, Clock& clock) {
+    return [&](const std::string& name, const fs::path& folder, std::stop_token stop) -> LocalTranscriber::Engine {
+        whisper::WhisperEngineConfig config = engineConfig(deployment);
+        config.model = name;
+        config.downloadBase = folder;
+        const std::shared_ptr engine = whisper::WhisperEngine::create(std::move(config), http, clock, stop);
+        return [engine](const fs::path& audio, const whisper::DecodingOptions& options, std::stop_token cancel) {
+            return engine->transcribe(audio, options, {}, cancel);
+        };
+    };
+}
+
+} // namespace fenlo

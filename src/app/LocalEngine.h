@@ -1,0 +1,33 @@
+#pragma once
+
+#include "WhisperEngine/WhisperEngineConfig.h"
+#include "speech/LocalTranscriber.h"
+
+#include <filesystem>
+#include <stop_token>
+#include <string>
+
+namespace fenlo {
+
+class Clock;
+class HttpClient;
+struct Deployment;
+
+/// ~/.fenlo/models, where the models of this user are.
+std::filesystem::path modelsDirectory();
+
+/// The read-only folder of models that come with the program; it need not exist.
+std::filesystem::path bundledModelsDirectory();
+
+/// An engine's configuration with the places and the repository of this installation.
+whisper::WhisperEngineConfig engineConfig(const Deployment& deployment);
+
+/// The folder of a model that is on this machine: a folder's own path, an installed model that the name finds, or one
+/// that comes with the program. Throws std::runtime_error with the remedy when there is none.
+std::filesystem::path installedModel(const std::string& name, const Deployment& deployment, HttpClient& http,
+                                     Clock& clock, std::stop_token stop);
+
+/// How offline mode gets its engine.
+LocalTranscriber::EngineMaker localEngineMaker(const Deployment& deployment, HttpClient& http, Clock& clock);
+
+} // namespace fenlo

@@ -1,0 +1,153 @@
+#include "app/Commands.h"
+
+#include "WhisperEngine/Models/Checkpoint.h"
+#include "WhisperEngine/Models/LocalModels.h"
+#include "WhisperEngine/Models/ModelRepository.h"
+#include "WhisperEngine/WhisperEngine.h"
+#include "app/LocalEngine.h"
+#include "app/Progress.h"
+#include "app/TerminationSignals.h"
+#include "base/Clock.h"
+#include "platform/linux/net/CurlHttpClient.h"
+#include "settings/Deployment.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <system_error>
+
+namespace fenlo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using whisper::LocalModel;
+
+constexpr const char* bundledNote = "comes with Fenlo for demonstration: synthetic English, a toy vocabulary";
+
+std::vector<std::string> bundledModels() {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(bundledModelsDirectory(), error))
+        if (!whisper::missingCheckpointFile(entry.path()))
+            names.push_back(entry.path().filename().string());
+    std::ranges::sort(names);
+    return names;
+}
+
+const char* stateOf(const LocalModel& model) {
+    if (!model.complete)
+        return "incomplete";
+    return model.compiled ? "ready" : "to be prepared at its first use";
+}
+
+std::string sizeOf(std::uint64_t bytes) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.0f MB", static_cast<double>(bytes) / 1e6);
+    return text;
+}
+
+} // namespace
+
+int runModelsList(bool json) {
+    const Deployment deployment = Deployment::load();
+    CurlHttpClient http;
+    SystemClock clock;
+    const auto installed = whisper::listLocalModels(modelsDirectory());
+    const auto bundled = bundledModels();
+    const auto isInstalled = [&](const std::string& name) {
+        return std::ranges::any_of(installed, [&](const LocalModel& model) { return model.name == name; });
+    };
+    const auto isBundled = [&](const std::string& name) { return std::ranges::find(bundled, name) != bundled.end(); };
+
+    std::vector<std::string> available;
+    hub::HubClient hub(http, hub::HubSettings::fromEnvironment(), clock);
+    try {
+        for (std::string& name : whisper::fetchAvailableModels(hub, {deployment.modelRepository}, {}, {}))
+            if (!isInstalled(name))
+                available.push_back(std::move(name));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "fenlo: cannot ask for the models to download: %s\n", error.what());
+    }
+
+    if (json) {
+        nlohmann::ordered_json list = nlohmann::ordered_json::array();
+        for (const LocalModel& model : installed)
+            list.push_back({{"name", model.name},
+                            {"folder", model.folder.string()},
+                            {"bytes", model.bytes},
+                            {"installed", model.complete},
+                            {"ready", model.compiled},
+                            {"demonstration", isBundled(model.name)}});
+        for (const auto* names : {&bundled, &available})
+            for (const std::string& name : *names)
+                if (!isInstalled(name))
+                    list.push_back({{"name", name}, {"installed", false}, {"demonstration", isBundled(name)}});
+        std::printf("%s\n", list.dump(2).c_str());
+        return exitStatus::ok;
+    }
+    std::printf("Installed in %s:\n", modelsDirectory().c_str());
+    for (const LocalModel& model : installed)
+        std::printf("  %-44s %8s  %s%s%s\n", model.name.c_str(), sizeOf(model.bytes).c_str(), stateOf(model),
+                    isBundled(model.name) ? "; " : "", isBundled(model.name) ? bundledNote : "");
+    if (installed.empty())
+        std::printf("  none\n");
+    std::printf("To install with `fenlo models download NAME`:\n");
+    for (const std::string& name : bundled)
+        if (!isInstalled(name))
+            std::printf("  %-44s %s\n", name.c_str(), bundledNote);
+    for (const std::string& name : available)
+        std::printf("  %s\n", name.c_str());
+    return exitStatus::ok;
+}
+
+int runModelsDownload(const std::string& name) {
+    TerminationSignals::block();
+    std::stop_source interruption;
+    const TerminationSignals termination([&] { interruption.request_stop(); });
+    const Deployment deployment = Deployment::load();
+    CurlHttpClient http;
+    SystemClock clock;
+    Progress progress(clock);
+    whisper::WhisperEngineConfig config = engineConfig(deployment);
+    config.model = name;
+    config.load = false;
+    config.downloadProgress = [&](const hub::DownloadProgress& step) {
+        progress.bytes("Downloading", step.received, step.total);
+    };
+    config.compileProgress = [&](double fraction) { progress.fraction("Preparing", fraction); };
+    try {
+        const auto engine = whisper::WhisperEngine::create(std::move(config), http, clock, interruption.get_token());
+        progress.finish();
+        std::printf("%s\n", engine->modelFolder().c_str());
+    } catch (const whisper::WhisperError& error) {
+        progress.finish();
+        if (error.kind != whisper::WhisperError::Kind::cancelled)
+            throw;
+        std::fprintf(stderr, "fenlo: interrupted; the same command goes on from here\n");
+        return exitStatus::failed;
+    }
+    return exitStatus::ok;
+}
+
+int runModelsRemove(const std::string& name) {
+    if (whisper::removeLocalModel(modelsDirectory(), name))
+        return exitStatus::ok;
+    std::fprintf(stderr, "fenlo: there is no model \"%s\" in %s; `fenlo models list` shows the names\n", name.c_str(),
+                 modelsDirectory().c_str());
+    return exitStatus::failed;
+}
+
+int runModelsPath(const std::string& name) {
+    if (name.empty()) {
+        std::printf("%s\n", modelsDirectory().c_str());
+        return exitStatus::ok;
+    }
+    CurlHttpClient http;
+    SystemClock clock;
+    std::printf("%s\n", installedModel(name, Deployment::load(), http, clock, {}).c_str());
+    return exitStatus::ok;
+}
+
+} // namespace fenlo
