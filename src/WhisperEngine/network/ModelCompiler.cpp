@@ -1,0 +1,203 @@
+#include "WhisperEngine/network/ModelFiles.h"
+
+#include "WhisperEngine/network/CompiledFileWriter.h"
+#include "WhisperEngine/network/ModelFault.h"
+#include "WhisperEngine/network/PackedTensors.h"
+#include "WhisperEngine/runtime/Kernels.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace fenlo::whisper {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Form = PackedTensor::Form;
+
+constexpr int blockElements = 1 << 20; // of one conversion: bounds the memory and the time to a stop
+
+struct Job {
+    CompiledIdentity identity;
+    std::vector<PackedTensor> tensors;
+};
+
+std::vector<Job> jobsOf(const ModelConfig& config, const Fingerprint& fingerprint, const ModelComputeOptions& options) {
+    const auto identity = [&](CompiledKind kind, ComputeUnit unit) {
+        return CompiledIdentity{kind, unit, config.architecture, fingerprint};
+    };
+    return {{identity(CompiledKind::melSpectrogram, options.melCompute), packedMelSpectrogram(config)},
+            {identity(CompiledKind::audioEncoder, options.audioEncoderCompute), packedAudioEncoder(config)},
+            {identity(CompiledKind::textDecoder, options.textDecoderCompute), packedTextDecoder(config)}};
+}
+
+bool isQuantised(const PackedTensor& tensor, ComputeUnit unit) {
+    return tensor.form == Form::linear && unit == ComputeUnit::automatic;
+}
+
+/// A quantised weight is two tensors of the file: the numbers and the scales.
+std::vector<CompiledFileWriter::Tensor> tableOf(const Job& job) {
+    std::vector<CompiledFileWriter::Tensor> table;
+    for (const PackedTensor& tensor : job.tensors) {
+        const auto rows = static_cast<std::uint32_t>(tensor.rows);
+        std::vector<std::uint32_t> shape{rows};
+        if (tensor.columns > 0)
+            shape.push_back(static_cast<std::uint32_t>(tensor.columns));
+        const bool quantised = isQuantised(tensor, job.identity.unit);
+        table.push_back(
+            {tensor.name, quantised ? compiled::NumberType::int8 : compiled::NumberType::float32, std::move(shape)});
+        if (quantised)
+            table.push_back({tensor.name + ".scales", compiled::NumberType::float32, {rows}});
+    }
+    return table;
+}
+
+std::vector<std::uint64_t> sourceShape(const PackedTensor& tensor, const PackedPart& part) {
+    const auto rows = static_cast<std::uint64_t>(part.rows), columns = static_cast<std::uint64_t>(tensor.columns);
+    if (tensor.columns == 0)
+        return {rows};
+    return tensor.form == Form::convolution ? std::vector{rows, columns / 3, std::uint64_t{3}}
+                                            : std::vector{rows, columns};
+}
+
+/// [channels, 3] of each row to [3, channels], the order in which neighbouring frames lie in memory.
+void reorder(std::span<float> values, std::size_t columns) {
+    std::vector<float> row(columns);
+    for (std::size_t start = 0; start < values.size(); start += columns) {
+        for (std::size_t i = 0; i < columns; ++i)
+            row[i % 3 * (columns / 3) + i / 3] = values[start + i];
+        std::ranges::copy(row, values.begin() + static_cast<std::ptrdiff_t>(start));
+    }
+}
+
+class Compilation {
+public:
+    Compilation(const fs::path& folder, const ModelComputeOptions& options, const std::function<void(double)>& progress,
+                std::stop_token stop)
+        : m_folder(folder), m_checkpoint(folder), m_config(readModelConfig(folder)),
+          m_jobs(jobsOf(m_config, checkpointFingerprint(folder), options)), m_progress(progress),
+          m_stop(std::move(stop)) {}
+
+    void run() {
+        for (const Job& job : m_jobs) {
+            m_total += CompiledFileWriter::fileSize(tableOf(job));
+            checkSources(job);
+        }
+        checkRoom();
+        for (const Job& job : m_jobs)
+            write(job);
+    }
+
+private:
+    /// Before anything is written.
+    void checkSources(const Job& job) const {
+        for (const PackedTensor& tensor : job.tensors)
+            for (const PackedPart& part : tensor.parts)
+                if (!part.source.empty())
+                    m_checkpoint.tensor(part.source, sourceShape(tensor, part));
+    }
+
+    void checkRoom() const {
+        std::error_code error;
+        const fs::space_info room = fs::space(m_folder, error);
+        if (!error && room.available < m_total)
+            throw modelFault("The disk of " + m_folder.string() + " is too full: the compiled model needs " +
+                             std::to_string(m_total / 1'000'000 + 1) + " MB. Make room.");
+    }
+
+    void write(const Job& job) {
+        const fs::path path = compiledPath(m_folder, job.identity.kind, job.identity.unit);
+        const auto table = tableOf(job);
+        std::error_code ignored;
+        fs::create_directory(path.parent_path(), ignored);
+        try {
+            CompiledFileWriter writer(path, job.identity, table);
+            std::size_t index = 0;
+            for (const PackedTensor& tensor : job.tensors) {
+                write(tensor, writer, index, isQuantised(tensor, job.identity.unit));
+                index += isQuantised(tensor, job.identity.unit) ? 2 : 1;
+            }
+            writer.commit();
+        } catch (...) {
+            if (path.parent_path() != m_folder)
+                fs::remove(path.parent_path(), ignored); // only when it is empty
+            throw;
+        }
+    }
+
+    void write(const PackedTensor& tensor, CompiledFileWriter& writer, std::size_t index, bool quantised) {
+        if (tensor.form == Form::constant) {
+            put(writer, index, 0, std::as_bytes(std::span(tensor.values)));
+            return;
+        }
+        const int columns = std::max(tensor.columns, 1);
+        const int blockRows = std::max(1, blockElements / columns);
+        std::vector<float> block, scales;
+        std::vector<std::int8_t> bytes;
+        std::uint64_t written = 0; // elements
+        for (const PackedPart& part : tensor.parts)
+            for (int row = 0; row < part.rows; row += blockRows) {
+                const int rows = std::min(blockRows, part.rows - row);
+                block.assign(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns), 0.0f);
+                read(tensor, part, row, block);
+                if (quantised) {
+                    bytes.resize(block.size());
+                    for (std::size_t at = 0; at < block.size(); at += static_cast<std::size_t>(columns))
+                        scales.push_back(kernels::quantize(&block[at], &bytes[at], columns));
+                    put(writer, index, written, std::as_bytes(std::span(bytes)));
+                } else {
+                    put(writer, index, written * sizeof(float), std::as_bytes(std::span(block)));
+                }
+                written += block.size();
+            }
+        if (quantised)
+            put(writer, index + 1, 0, std::as_bytes(std::span(scales)));
+    }
+
+    void read(const PackedTensor& tensor, const PackedPart& part, int firstRow, std::span<float> block) const {
+        if (part.source.empty())
+            return;
+        const auto columns = static_cast<std::size_t>(std::max(tensor.columns, 1));
+        widen(m_checkpoint.tensor(part.source, sourceShape(tensor, part)), static_cast<std::size_t>(firstRow) * columns,
+              block);
+        for (float& value : block)
+            value *= part.factor;
+        if (!std::ranges::all_of(block, [](float value) { return std::isfinite(value); }))
+            throw modelFault("The weights in " + m_folder.string() + ": tensor " + part.source +
+                             " has values that are no numbers. Download the model again.");
+        if (tensor.form == Form::convolution)
+            reorder(block, columns);
+    }
+
+    void put(CompiledFileWriter& writer, std::size_t index, std::uint64_t byte, std::span<const std::byte> numbers) {
+        if (m_stop.stop_requested())
+            throw WhisperError(WhisperError::Kind::cancelled, "The compilation of the model was stopped.");
+        writer.write(index, byte, numbers);
+        m_written += numbers.size();
+        if (m_progress)
+            m_progress(std::min(1.0, static_cast<double>(m_written) / static_cast<double>(m_total)));
+    }
+
+    fs::path m_folder;
+    Checkpoint m_checkpoint;
+    ModelConfig m_config;
+    std::vector<Job> m_jobs;
+    const std::function<void(double)>& m_progress;
+    std::stop_token m_stop;
+    std::uint64_t m_total = 0;
+    std::uint64_t m_written = 0;
+};
+
+} // namespace
+
+void compileModel(const fs::path& modelFolder, const ModelComputeOptions& options,
+                  const std::function<void(double)>& progress, std::stop_token stop) {
+    if (modelFolder.empty())
+        throw modelFault("Model folder is not set.");
+    Compilation(modelFolder, options, progress, std::move(stop)).run();
+    if (progress)
+        progress(1.0);
+}
+
+} // namespace fenlo::whisper
