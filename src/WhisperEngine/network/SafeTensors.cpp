@@ -101,7 +101,8 @@ SafeTensors::SafeTensors(std::span<const std::byte> bytes, const std::string& na
     const auto data = bytes.subspan(header.size());
     const std::string_view text{reinterpret_cast<const char*>(header.data()) + lengthField,
                                 header.size() - lengthField};
-    for (const auto& [key, entry] : parseStrictJson(text, "The header of " + name).items())
+    const json document = parseStrictJson(text, "The header of " + name);
+    for (const auto& [key, entry] : document.items())
         if (key != "__metadata__")
             m_tensors.emplace(key, readEntry(entry, data, name + ": tensor " + json(key).dump()));
     refuseOverlaps(m_tensors, name);
