@@ -42,10 +42,9 @@ class DesktopCase(unittest.TestCase):
         if self.fenlo and self._faults() > self._faults_before:
             self._tell_what_happened()
 
-    def start_fenlo(self, settings=None, environment=None):
-        self.fenlo = Fenlo(
-            os.environ["FENLO_PROGRAM"], self.folder, self.recogniser, {**self.settings, **(settings or {})}, environment
-        )
+    def start_fenlo(self, settings=None, environment=None, **options):
+        settings = {**self.settings, **(settings or {})}
+        self.fenlo = Fenlo(os.environ["FENLO_PROGRAM"], self.folder, self.recogniser, settings, environment, **options)
         self.addCleanup(self.fenlo.close)
         return self.fenlo
 

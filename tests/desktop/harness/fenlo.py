@@ -8,24 +8,29 @@ from .waiting import wait_for
 
 HOTKEY = "Control_L"
 PASTED = "[Fenlo] CGEvent paste OK"
+OFFLINE_MODEL = "micro-whisper-espeak.en"  # comes with the program: it knows synthetic voices only
 
 
 class Fenlo:
-    """Runs the program against a recogniser and reads its log."""
+    """Runs the program, against a recogniser where there is one, and reads its log."""
 
-    def __init__(self, program, folder, recogniser, settings=None, environment=None):
+    def __init__(self, program, folder, recogniser, settings=None, environment=None, offline_model=OFFLINE_MODEL):
         self._program = program
         self.home = folder / "home"
         self.log_file = self.home / ".local/state/fenlo/Fenlo.log"
         self._errors = open(folder / "fenlo.stderr", "a+")
         self._prepare_home(settings or {})
         deployment = folder / "deployment.json"
-        deployment.write_text(json.dumps({"groq_host": recogniser.address}))
+        values = {"offline_model": offline_model}
+        if recogniser:
+            values["groq_host"] = recogniser.address
+        deployment.write_text(json.dumps(values))
         self.environment = {
             **os.environ,
             "HOME": str(self.home),
             "FENLO_DEPLOYMENT": str(deployment),
             "GROQ_API_KEY": "gsk_of_the_desktop_tests",
+            "HF_ENDPOINT": "http://127.0.0.1:9",  # nobody answers there
             **(environment or {}),
         }
         self.process = self._start()

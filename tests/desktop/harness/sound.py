@@ -38,10 +38,10 @@ def recorders():
 class Clip:
     """A spoken sentence as an audio file."""
 
-    def __init__(self, words, folder):
-        self.file = Path(folder) / (re.sub(r"\W+", "-", words) + ".wav")
+    def __init__(self, words, folder, voice="en"):
+        self.file = Path(folder) / (re.sub(r"\W+", "-", words + voice) + ".wav")
         if not self.file.exists():
-            processes.output(["espeak-ng", "-s", "160", "-w", str(self.file), words])
+            processes.output(["espeak-ng", "-v", voice, "-s", "160", "-w", str(self.file), words])
         with wave.open(str(self.file)) as recording:
             self.seconds = recording.getnframes() / recording.getframerate()
 

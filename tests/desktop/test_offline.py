@@ -1,0 +1,51 @@
+"""Offline mode: the engine on this machine hears real speech, and the network stays silent."""
+
+import time
+import unittest
+
+from harness.case import ANSWER, DesktopCase
+from harness.fenlo import OFFLINE_MODEL
+from harness.sound import Clip
+
+READY = f"[Fenlo] LocalTranscriber: Ready ({OFFLINE_MODEL})"
+PHRASES = {
+    "en-us": "The quick brown fox jumps over the lazy dog near the riverbank",
+    "en-us+f2": "What did I say today?",
+    "en-us+m5": "I know the update is ready",
+}
+
+
+class Offline(DesktopCase):
+    settings = {"offline_mode": True}
+
+    def test_speech_becomes_text_without_a_server(self):
+        fenlo = self.start_fenlo()
+        fenlo.wait_for(READY, patience=60)
+        editor = self.open_editor()
+        expected = ""
+        for voice, words in PHRASES.items():
+            fenlo.wait_for_paste(fenlo.dictate(Clip(words, self.folder, voice)))
+            expected += words
+            editor.wait_for_text(expected)
+            time.sleep(1.2)  # the clipboard goes back to its owner
+        self.assertEqual(self.recogniser.requests(), [], "something was uploaded in offline mode")
+
+    def test_a_second_start_maps_what_the_first_compiled(self):
+        fenlo = self.start_fenlo()
+        fenlo.wait_for(READY, patience=60)
+        model = fenlo.home / ".fenlo/models" / OFFLINE_MODEL
+        before = {name: (model / name).stat().st_mtime for name in ("MelSpectrogram", "AudioEncoder", "TextDecoder")}
+        fenlo.close()
+        again = self.start_fenlo()
+        again.wait_for(READY, patience=60)
+        self.assertEqual(before, {name: (model / name).stat().st_mtime for name in before})
+
+    def test_without_its_model_takes_go_to_the_cloud(self):
+        fenlo = self.start_fenlo(offline_model="small")
+        fenlo.wait_for("[Fenlo] ERROR: LocalTranscriber setup failed", patience=60)
+        self.dictate_into(self.open_editor(), ANSWER)
+        fenlo.wait_for("[Fenlo] Offline mode enabled but model not ready yet")
+
+
+if __name__ == "__main__":
+    unittest.main()
