@@ -27,13 +27,19 @@ std::vector<std::pair<int, int>> prepareSeekClips(const DecodingOptions& options
 /// Errors: WhisperError of the kind audioProcessingFailed.
 class VADAudioChunker {
 public:
+    /// Without a detector the energy decides, as EnergyVAD does by default. A rest of at most `windowPadding` samples
+    /// at the end of a clip gives no chunk.
     explicit VADAudioChunker(std::shared_ptr<const VoiceActivityDetector> vad = nullptr, int windowPadding = 0);
 
-    /// `maxChunkLength` in samples.
+    /// Chunks follow each other without a gap in each clip of the options, cut in the middle of the longest silence
+    /// in the second half of the greatest length. Audio within `maxChunkLength` (samples) is one chunk, whatever the
+    /// clips.
     std::vector<AudioChunk> chunkAll(std::span<const float> audioArray, int maxChunkLength,
                                      const DecodingOptions& options, const Logging& logging) const;
 
 private:
+    int cutInSilence(std::span<const float> audioArray, int start, int end) const;
+
     int m_windowPadding;
     std::shared_ptr<const VoiceActivityDetector> m_vad;
 };

@@ -9,7 +9,8 @@ namespace fenlo::whisper {
 
 class Logging;
 
-/// How several channels become one.
+/// How several channels become one: by their sum, so that a voice on one channel keeps its level. A sum that goes
+/// beyond full scale anywhere is turned down as a whole, so that it never clips.
 struct AudioInputConfig {
     enum class ChannelMode { sumChannels, specificChannel };
     ChannelMode channelMode = ChannelMode::sumChannels;
@@ -21,7 +22,8 @@ class AudioProcessor {
 public:
     virtual ~AudioProcessor() = default;
 
-    /// Reads and resamples block by block whatever libsndfile or an installed ffmpeg program reads.
+    /// Reads and resamples block by block whatever libsndfile or an installed ffmpeg program reads, up to about an hour
+    /// and a half. Only the result is held in memory.
     /// Errors: WhisperError of the kind loadAudioFailed, or cancelled.
     virtual std::vector<float> loadAudioAsFloatArray(const std::filesystem::path& path, const AudioInputConfig& config,
                                                      const Logging& logging, std::stop_token stop) const;

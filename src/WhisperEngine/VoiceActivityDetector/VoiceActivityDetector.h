@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <utility>
@@ -7,9 +8,11 @@
 
 namespace fenlo::whisper {
 
-/// Tells frame by frame whether somebody speaks.
+/// Tells frame by frame whether somebody speaks. Frames follow each other by their length less their overlap; the last
+/// one may be short.
 ///
-/// Units: rate in hertz, frame length and overlap in samples.
+/// Errors: WhisperError of the kind initializationError for frames that do not get on.
+/// Units:  rate in hertz, frame length and overlap in samples.
 class VoiceActivityDetector {
 public:
     VoiceActivityDetector(int sampleRate, int frameLengthSamples, int frameOverlapSamples = 0);
@@ -26,6 +29,8 @@ public:
     int sampleRate() const { return m_sampleRate; }
     int frameLengthSamples() const { return m_frameLengthSamples; }
     int frameOverlapSamples() const { return m_frameOverlapSamples; }
+    /// From the start of a frame to the start of the next.
+    int frameStepSamples() const { return m_frameLengthSamples - m_frameOverlapSamples; }
 
 private:
     int m_sampleRate;

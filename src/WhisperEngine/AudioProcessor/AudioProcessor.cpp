@@ -1,0 +1,120 @@
+#include "WhisperEngine/AudioProcessor/AudioProcessor.h"
+
+#include "WhisperEngine/AudioTime.h"
+#include "WhisperEngine/Logging.h"
+#include "WhisperEngine/WhisperError.h"
+#include "base/Text.h"
+#include "media/AudioFileReader.h"
+#include "media/Level.h"
+#include "media/MonoMix.h"
+#include "media/Resampler.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <string>
+
+namespace fenlo::whisper {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+WhisperError loadFailed(const std::string& message) {
+    return {WhisperError::Kind::loadAudioFailed, message};
+}
+
+void throwIfStopped(const std::stop_token& stop) {
+    if (stop.stop_requested())
+        throw WhisperError(WhisperError::Kind::cancelled, "cancelled");
+}
+
+std::vector<int> chosenChannels(const AudioInputConfig& config, int channels, const Logging& logging) {
+    if (config.channelMode == AudioInputConfig::ChannelMode::sumChannels)
+        return allChannels(channels);
+    std::vector<int> chosen;
+    for (const int channel : config.channels)
+        if (channel >= 0 && channel < channels && std::ranges::find(chosen, channel) == chosen.end())
+            chosen.push_back(channel);
+    if (chosen.empty()) {
+        logging.info("No valid channel indices provided, defaulting to first channel");
+        chosen.push_back(0);
+    }
+    return chosen;
+}
+
+Resampler makeResampler(int rate) {
+    try {
+        return Resampler(rate, sampleRate);
+    } catch (const ResamplerError&) {
+        throw loadFailed("Failed to create audio converter");
+    }
+}
+
+/// Brings a sum of channels that goes beyond full scale back to it, and at most to the mean of the channels: a broken
+/// sample shall not turn the whole recording down.
+void holdToFullScale(std::vector<float>& samples, std::size_t summedChannels) {
+    const float loudest = std::min(peak(samples), static_cast<float>(summedChannels));
+    if (loudest > 1)
+        std::ranges::for_each(samples, [loudest](float& sample) { sample /= loudest; });
+}
+
+std::vector<float> readSamples(const fs::path& path, const AudioInputConfig& config, const Logging& logging,
+                               const std::stop_token& stop) {
+    AudioFileReader reader(path, AudioFormats::withFfmpeg, stop);
+    logging.debug("Audio source details - Sample Rate: " + std::to_string(reader.sampleRate()) +
+                  " Hz, Channel Count: " + std::to_string(reader.channels()));
+    const double ratio = static_cast<double>(sampleRate) / reader.sampleRate();
+    const double capacity = static_cast<double>(reader.blockFrames()) * ratio;
+    if (capacity != std::ceil(capacity))
+        logging.debug("Rounding buffer frame capacity from " + text::fixed(capacity, 2) +
+                      " to better fit new sample rate");
+
+    const std::vector<int> chosen = chosenChannels(config, reader.channels(), logging);
+    Resampler resampler = makeResampler(reader.sampleRate());
+    std::vector<float> samples;
+    // With the room known beforehand an hour of audio is not copied, and so held twice, while it grows.
+    samples.reserve(static_cast<std::size_t>(static_cast<double>(reader.expectedFrames()) * ratio) + 1);
+    std::vector<float> mono;
+    for (auto block = reader.nextBlock(); !block.empty(); block = reader.nextBlock()) {
+        throwIfStopped(stop);
+        mono.clear();
+        appendMono(mono, block, reader.channels(), chosen);
+        resampler.process(mono, samples);
+    }
+    resampler.finish(samples);
+    if (chosen.size() > 1)
+        holdToFullScale(samples, chosen.size());
+    return samples;
+}
+
+} // namespace
+
+std::vector<float> AudioProcessor::loadAudioAsFloatArray(const fs::path& path, const AudioInputConfig& config,
+                                                         const Logging& logging, std::stop_token stop) const {
+    throwIfStopped(stop);
+    std::error_code unknown;
+    if (fs::status(path, unknown).type() == fs::file_type::not_found)
+        throw loadFailed("Resource path does not exist " + path.string());
+    try {
+        return readSamples(path, config, logging, stop);
+    } catch (const AudioFileError& error) {
+        throwIfStopped(stop);
+        throw loadFailed(std::string("Failed to read audio file: ") + error.what());
+    } catch (const ResamplerError& error) {
+        throw loadFailed(std::string("Failed to resample buffer: ") + error.what());
+    } catch (const std::bad_alloc&) {
+        throw loadFailed("Failed to create output buffer");
+    }
+}
+
+std::vector<float> AudioProcessor::padOrTrim(std::span<const float> audioArray, int startAt, int toLength) const {
+    if (startAt < 0 || static_cast<std::size_t>(startAt) >= audioArray.size())
+        throw WhisperError(WhisperError::Kind::audioProcessingFailed, "startIndex is outside the buffer size");
+    std::vector<float> window(static_cast<std::size_t>(std::max(0, toLength)));
+    const auto rest = audioArray.subspan(static_cast<std::size_t>(startAt));
+    std::ranges::copy(rest.first(std::min(rest.size(), window.size())), window.begin());
+    return window;
+}
+
+} // namespace fenlo::whisper

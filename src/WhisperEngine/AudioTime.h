@@ -1,0 +1,12 @@
+#pragma once
+
+namespace fenlo::whisper {
+
+inline constexpr int sampleRate = 16000; // hertz, of everything in the engine
+
+/// A time token, like a frame of the encoder, stands for two hundredths of a second.
+inline constexpr float secondsPerTimeToken = 0.02f;
+inline constexpr int samplesPerTimeToken = 320;
+inline constexpr int mostTimeTokens = 1500; // thirty seconds, the longest window
+
+} // namespace fenlo::whisper
