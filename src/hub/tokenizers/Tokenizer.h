@@ -16,8 +16,9 @@ struct TokenizerError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Text to tokens and back, as a tokenizer.json says: added tokens, normalizers, pre-tokenizers, byte-pair merges,
-/// post-processing is left to the caller, decoders.
+/// Text to tokens and back, as a tokenizer.json says: added tokens, normalizer, pre-tokenizer, byte-pair merges and
+/// decoder. What its members "truncation", "padding" and "post_processor" say of whole sequences is the caller's.
+/// Anything that this program does not know in the other members is refused, since ignoring it would change the tokens.
 ///
 /// Threads: constant once loaded.
 /// Errors:  TokenizerError when loading; none afterwards.

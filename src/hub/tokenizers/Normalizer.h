@@ -1,0 +1,28 @@
+#pragma once
+
+#include "hub/tokenizers/JsonNode.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace fenlo::hub {
+
+/// Brings text into the form in which the vocabulary knows it. Null, Sequence, NFC, NFD, NFKC, NFKD, Lowercase, Strip,
+/// StripAccents, Replace, Prepend.
+class Normalizer {
+public:
+    /// Errors: TokenizerError for anything else.
+    static Normalizer read(const JsonNode& node);
+
+    /// `text` is valid UTF-8.
+    std::string apply(std::string text) const;
+
+private:
+    void add(const JsonNode& node);
+
+    std::vector<std::function<std::string(const std::string&)>> m_steps;
+    double m_growth = 1.0; // how many times longer the replacements can make a text
+};
+
+} // namespace fenlo::hub
