@@ -258,9 +258,9 @@ void TranscribeTask::addWords(std::vector<TranscriptionSegment>& segments, const
         .tokens = rows,
         .frames = frames};
     try {
-        segments =
-            m_components.segmentSeeker.addWordTimestamps(segments, weights, m_components.tokenizer, m_language, seek,
-                                                         length, m_lastSpeechTimestamp, m_options, m_timings);
+        segments = m_components.segmentSeeker.addWordTimestamps(segments, weights, m_components.tokenizer, m_language,
+                                                                seek, length, m_lastSpeechTimestamp, m_options,
+                                                                m_timings, m_components.logging);
     } catch (const WhisperError& error) {
         m_components.logging.error(error.what()); // the window has no words; nothing else is lost
         return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "WhisperEngine/AudioTime.h"
 #include "WhisperEngine/DecodingOptions.h"
 #include "WhisperEngine/TranscriptionResult.h"
 
@@ -10,11 +11,8 @@
 
 namespace fenlo::whisper {
 
+class Logging;
 class WhisperTokenizer;
-struct SpecialTokens;
-
-inline constexpr float secondsPerTimeToken = 0.02f;
-inline constexpr int sampleRate = 16000; // hertz, of everything in the engine
 
 /// Attention of decoded tokens over the frames of a window.
 struct AlignmentWeights {
@@ -40,23 +38,32 @@ public:
 
     virtual ~SegmentSeeker() = default;
 
+    /// `decodingResult.tokens` begin with the prompt that the options led to. Segments follow each other inside the
+    /// window and hold every token that was sampled, up to the rest that the next window decodes again; time tokens are
+    /// among their tokens, and in their text unless `skipSpecialTokens` is set. A stretch without text is no segment of
+    /// its own. The next seek lies behind the current one, and at most at the end of the window.
     virtual SeekResult findSeekPointAndSegments(const DecodingResult& decodingResult, const DecodingOptions& options,
                                                 int allSegmentsCount, int currentSeek, int segmentSize,
                                                 const WhisperTokenizer& tokenizer) const;
 
-    /// `alignmentWeights` has a row for each of the window's tokens, those of the prompt left out. `language` tells how
+    /// Gives the segments, which are those of one window, their words, and sets their times to those of the words.
+    ///
+    /// `alignmentWeights` has a row for each token sampled in the window, and may have more: the attention of the step
+    /// that chose the token, so that the first row is the step of the last token of the prompt. `language` tells how
     /// words are split. `lastSpeechTimestamp` is where speech ended before this window.
     virtual std::vector<TranscriptionSegment>
     addWordTimestamps(std::vector<TranscriptionSegment> segments, const AlignmentWeights& alignmentWeights,
                       const WhisperTokenizer& tokenizer, const std::string& language, int seek, int segmentSize,
-                      float lastSpeechTimestamp, const DecodingOptions& options, TranscriptionTimings& timings) const;
+                      float lastSpeechTimestamp, const DecodingOptions& options, TranscriptionTimings& timings,
+                      const Logging& logging) const;
 
-    /// The words of one window, in times of that window.
+    /// The words of one window, in times of that window. A row and a log probability for each token; special tokens
+    /// take part in the alignment, and are in no word.
     virtual std::vector<WordTiming> findAlignment(std::span<const int> wordTokenIds,
                                                   const AlignmentWeights& alignmentWeights,
                                                   std::span<const float> tokenLogProbs,
                                                   const WhisperTokenizer& tokenizer, const std::string& language,
-                                                  TranscriptionTimings& timings) const;
+                                                  TranscriptionTimings& timings, const Logging& logging) const;
 };
 
 } // namespace fenlo::whisper

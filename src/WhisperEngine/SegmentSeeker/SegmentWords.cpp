@@ -1,0 +1,147 @@
+#include "WhisperEngine/SegmentSeeker/DynamicTimeWarping.h"
+#include "WhisperEngine/SegmentSeeker/SegmentSeeker.h"
+#include "WhisperEngine/SegmentSeeker/WordTidying.h"
+
+#include "WhisperEngine/Logging.h"
+#include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
+#include "WhisperEngine/WhisperError.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace fenlo::whisper {
+
+namespace {
+
+WhisperError segmentingFailed(const char* message) {
+    return {WhisperError::Kind::segmentingFailed, message};
+}
+
+void checkShape(const AlignmentWeights& weights, const Logging& logging) {
+    if (weights.tokens > 0 && weights.frames > 0 &&
+        weights.values.size() == static_cast<std::size_t>(weights.tokens) * static_cast<std::size_t>(weights.frames))
+        return;
+    logging.error("Alignment weights shape: [" + std::to_string(weights.tokens) + ", " +
+                  std::to_string(weights.frames) + "]");
+    throw segmentingFailed("Invalid shape in alignmentWeights");
+}
+
+/// The upper left corner of a matrix.
+std::vector<float> corner(const AlignmentWeights& weights, std::size_t rows, std::size_t columns) {
+    std::vector<float> values;
+    values.reserve(rows * columns);
+    for (std::size_t row = 0; row < rows; ++row) {
+        const auto source = weights.values.subspan(row * static_cast<std::size_t>(weights.frames), columns);
+        values.insert(values.end(), source.begin(), source.end());
+    }
+    return values;
+}
+
+float meanProbability(std::span<const float> logProbs) {
+    float sum = 0;
+    for (const float logProb : logProbs)
+        sum += std::exp(logProb);
+    return sum / static_cast<float>(logProbs.size());
+}
+
+} // namespace
+
+std::vector<WordTiming> SegmentSeeker::findAlignment(std::span<const int> wordTokenIds,
+                                                     const AlignmentWeights& alignmentWeights,
+                                                     std::span<const float> tokenLogProbs,
+                                                     const WhisperTokenizer& tokenizer, const std::string& language,
+                                                     TranscriptionTimings& timings, const Logging& logging) const {
+    checkShape(alignmentWeights, logging);
+    const std::size_t count = wordTokenIds.size();
+    if (static_cast<std::size_t>(alignmentWeights.tokens) != count || tokenLogProbs.size() != count)
+        throw segmentingFailed("Invalid alignment matrix shape");
+    std::vector<float> costs(alignmentWeights.values.begin(), alignmentWeights.values.end());
+    std::ranges::for_each(costs, [](float& cost) { cost = -cost; });
+    std::vector<int> frames = warpedRowStarts(costs, alignmentWeights.tokens, alignmentWeights.frames);
+    frames.push_back(alignmentWeights.frames); // where the last token ends
+    ++timings.totalTimestampAlignmentRuns;
+
+    const auto timeOf = [&](std::size_t token) { return static_cast<float>(frames[token]) * secondsPerTimeToken; };
+    const auto isText = [&](int token) { return token < tokenizer.specialTokens().specialTokenBegin; };
+    std::vector<WordTiming> words;
+    for (std::size_t begin = 0; begin < count;) {
+        // Words do not reach over a special token.
+        std::size_t end = begin;
+        while (end < count && isText(wordTokenIds[end]))
+            ++end;
+        for (auto& [word, tokens] : tokenizer.splitToWordTokens(wordTokenIds.subspan(begin, end - begin), language)) {
+            const std::size_t length = std::min(tokens.size(), end - begin);
+            if (length == 0)
+                continue;
+            words.push_back({.word = std::move(word),
+                             .tokens = std::move(tokens),
+                             .start = timeOf(begin),
+                             .end = timeOf(begin + length),
+                             .probability = meanProbability(tokenLogProbs.subspan(begin, length))});
+            begin += length;
+        }
+        begin = end + 1;
+    }
+    return words;
+}
+
+std::vector<TranscriptionSegment>
+SegmentSeeker::addWordTimestamps(std::vector<TranscriptionSegment> segments, const AlignmentWeights& alignmentWeights,
+                                 const WhisperTokenizer& tokenizer, const std::string& language, int seek,
+                                 int segmentSize, float lastSpeechTimestamp, const DecodingOptions&,
+                                 TranscriptionTimings& timings, const Logging& logging) const {
+    std::vector<int> tokens;
+    std::vector<float> logProbs;
+    for (const TranscriptionSegment& segment : segments) {
+        tokens.insert(tokens.end(), segment.tokens.begin(), segment.tokens.end());
+        logProbs.insert(logProbs.end(), segment.tokenLogProbs.begin(), segment.tokenLogProbs.end());
+    }
+    if (tokens.empty())
+        return segments;
+    checkShape(alignmentWeights, logging);
+    if (static_cast<std::size_t>(alignmentWeights.tokens) > tokens.size()) {
+        tokens.push_back(tokenizer.specialTokens().endToken); // whatever comes next tells where the last one ends
+        logProbs.push_back(0);
+    }
+    const int rows = std::min(alignmentWeights.tokens, static_cast<int>(tokens.size()));
+    const int windowFrames = (segmentSize + samplesPerTimeToken - 1) / samplesPerTimeToken;
+    const int frames = std::clamp(std::min(windowFrames, mostTimeTokens), 1, alignmentWeights.frames);
+    const std::vector<float> values =
+        corner(alignmentWeights, static_cast<std::size_t>(rows), static_cast<std::size_t>(frames));
+    const std::vector<WordTiming> alignment = findAlignment(
+        tokens, {.values = values, .tokens = rows, .frames = frames}, logProbs, tokenizer, language, timings, logging);
+
+    const float offset = static_cast<float>(static_cast<double>(seek) / sampleRate);
+    std::vector<std::vector<WordTiming>> wordsOfSegments(segments.size());
+    auto word = alignment.begin();
+    for (std::size_t i = 0; i < segments.size(); ++i) {
+        const auto textTokens = static_cast<std::size_t>(std::ranges::count_if(
+            segments[i].tokens, [&](int token) { return token < tokenizer.specialTokens().specialTokenBegin; }));
+        for (std::size_t taken = 0; taken < textTokens && word != alignment.end(); ++word) {
+            taken += word->tokens.size();
+            wordsOfSegments[i].push_back(*word);
+            wordsOfSegments[i].back().start += offset;
+            wordsOfSegments[i].back().end += offset;
+        }
+        mergePunctuations(wordsOfSegments[i]);
+    }
+
+    const WordDurations durations = wordDurations(wordsOfSegments);
+    const WordTiming* previous = nullptr;
+    for (std::size_t i = 0; i < segments.size(); ++i) {
+        TranscriptionSegment& segment = segments[i];
+        std::vector<WordTiming>& words = segment.words.emplace(std::move(wordsOfSegments[i]));
+        if (words.empty())
+            continue;
+        clipAfterSentenceEnds(words, previous, durations);
+        clipAtSegmentEdges(words, segment.start, segment.end, lastSpeechTimestamp, durations);
+        segment.start = words.front().start;
+        segment.end = words.back().end;
+        lastSpeechTimestamp = segment.end;
+        previous = &words.back();
+    }
+    return segments;
+}
+
+} // namespace fenlo::whisper
