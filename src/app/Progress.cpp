@@ -1,0 +1,95 @@
+#include "app/Progress.h"
+
+#include "base/Clock.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <string_view>
+#include <sys/ioctl.h>
+#include <utility>
+
+namespace fenlo {
+
+namespace {
+
+constexpr double drawInterval = 0.1; // seconds
+constexpr int usualWidth = 80;
+constexpr const char* eraseLine = "\r\x1b[K";
+
+bool canRedraw(int descriptor) {
+    const char* terminal = std::getenv("TERM");
+    return ::isatty(descriptor) && terminal && *terminal && std::string_view(terminal) != "dumb";
+}
+
+/// Asked each time, as the window may have changed. The last column stays free: some terminals wrap once it is filled.
+int widthOf(int descriptor) {
+    winsize size{};
+    const bool told = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return (told ? size.ws_col : usualWidth) - 1;
+}
+
+void write(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+} // namespace
+
+Progress::Progress(Clock& clock, int descriptor)
+    : m_clock(clock), m_descriptor(descriptor), m_isTerminal(canRedraw(descriptor)) {}
+
+Progress::~Progress() {
+    finish();
+}
+
+void Progress::bytes(const std::string& label, std::uint64_t received, std::uint64_t total) {
+    show({.label = label, .received = received, .total = total});
+}
+
+void Progress::fraction(const std::string& label, double fraction) {
+    show({.label = label, .fraction = fraction});
+}
+
+void Progress::text(const std::string& label, const std::string& text, std::optional<double> fraction) {
+    show({.label = label, .fraction = fraction, .text = text});
+}
+
+void Progress::finish() {
+    const std::lock_guard lock(m_mutex);
+    erase();
+}
+
+void Progress::show(ProgressState state) {
+    const std::lock_guard lock(m_mutex);
+    const bool isNew = std::exchange(m_label, state.label) != state.label;
+    if (!m_isTerminal) {
+        if (isNew)
+            write(m_descriptor, progressLine({.label = state.label}, std::numeric_limits<int>::max()) + "...\n");
+        return;
+    }
+    const double now = m_clock.now();
+    if (isNew)
+        m_meter = {};
+    if (state.total > 0)
+        m_meter.add(now, state.received);
+    if (now - m_lastDraw < drawInterval)
+        return;
+    state.rate = m_meter.rate();
+    write(m_descriptor, "\r" + progressLine(state, widthOf(m_descriptor)) + "\x1b[K");
+    m_lastDraw = now;
+    m_isDrawn = true;
+}
+
+void Progress::erase() {
+    if (m_isDrawn)
+        write(m_descriptor, eraseLine);
+    m_isDrawn = false;
+}
+
+} // namespace fenlo

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "app/ProgressLine.h"
+
+#include <limits>
+#include <mutex>
+#include <string>
+#include <unistd.h>
+
+namespace fenlo {
+
+class Clock;
+
+/// Tells on standard error how a long piece of work goes: on a terminal one line that is drawn again in place, at most
+/// ten times a second; elsewhere a plain line when a piece of work begins.
+///
+/// The terminal's modes are left alone, so there is nothing to restore but the line itself, which is erased when this
+/// dies. A command that a signal may end therefore ends by TerminationSignals and a stop token.
+///
+/// Threads: any.
+/// Errors:  none; what cannot be written is lost.
+class Progress {
+public:
+    explicit Progress(Clock& clock, int descriptor = STDERR_FILENO);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    /// A download. `received` may begin above zero, where an earlier attempt has left something.
+    void bytes(const std::string& label, std::uint64_t received, std::uint64_t total);
+    void fraction(const std::string& label, double fraction);
+    /// What was heard so far; `fraction` where it is known.
+    void text(const std::string& label, const std::string& text, std::optional<double> fraction = {});
+
+    /// Erases the line, so that others can write to the terminal. The next step draws it again.
+    void finish();
+
+private:
+    void show(ProgressState state);
+    void erase();
+
+    Clock& m_clock;
+    const int m_descriptor;
+    const bool m_isTerminal;
+    std::mutex m_mutex;
+    std::string m_label;
+    RateMeter m_meter;
+    double m_lastDraw = -std::numeric_limits<double>::infinity();
+    bool m_isDrawn = false;
+};
+
+} // namespace fenlo
