@@ -89,35 +89,34 @@ void attend(benchmark::State &state) {
   perSecond(state, "GFLOP/s", 4.0 * positions * positions * width);
 }
 
-/// Rows of the vocabulary's matrix in slices over the pool, as the decoder's
-/// last layer takes them.
+/// A matrix's rows in slices over the pool, as the decoder takes them.
 template <class Slice>
-void sliced(benchmark::State &state, double bytes, const Slice &slice) {
+void sliced(benchmark::State &state, int rows, double bytes,
+            const Slice &slice) {
   ThreadPool pool(static_cast<int>(state.range(0)));
-  constexpr int rows = 512;
+  const int each = std::min(512, rows / pool.size());
   for (auto _ : state)
-    pool.run((vocabulary + rows - 1) / rows, [&](int task) {
-      slice(task * rows, std::min((task + 1) * rows, vocabulary));
+    pool.run((rows + each - 1) / each, [&](int task) {
+      slice(task * each, std::min((task + 1) * each, rows));
     });
   perSecond(state, "GB/s", bytes);
 }
 
-void matVecFloat32(benchmark::State &state) {
-  const auto weights =
-      randomFloats(static_cast<std::size_t>(vocabulary) * width);
+void matVecFloat32(benchmark::State &state, int rows) {
+  const auto weights = randomFloats(static_cast<std::size_t>(rows) * width);
   const auto x = randomFloats(width);
-  std::vector<float> dst(vocabulary);
-  sliced(state, 4.0 * vocabulary * width, [&](int first, int last) {
+  std::vector<float> dst(rows);
+  sliced(state, rows, 4.0 * rows * width, [&](int first, int last) {
     kernels::matVec(weights.data(), nullptr, x.data(), dst.data(), first, last,
                     width);
   });
 }
 
-void matVecInt8(benchmark::State &state) {
-  const Bytes weights = randomBytes(vocabulary, width);
+void matVecInt8(benchmark::State &state, int rows) {
+  const Bytes weights = randomBytes(rows, width);
   const Bytes x = randomBytes(1, width);
-  std::vector<float> dst(vocabulary);
-  sliced(state, 1.0 * vocabulary * width, [&](int first, int last) {
+  std::vector<float> dst(rows);
+  sliced(state, rows, 1.0 * rows * width, [&](int first, int last) {
     kernels::matVecInt8(weights.values.data(), weights.scales.data(), nullptr,
                         x.values.data(), 0.01F, dst.data(), first, last, width);
   });
@@ -225,8 +224,16 @@ BENCHMARK_CAPTURE(matMulInt8, 4x768x768, width, width, Activation::none, 4)
     ->Arg(2)
     ->UseRealTime();
 BENCHMARK(attend)->Arg(1)->Arg(2)->UseRealTime();
-BENCHMARK(matVecFloat32)->Arg(1)->Arg(2)->UseRealTime();
-BENCHMARK(matVecInt8)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matVecFloat32, 51865x768, vocabulary)
+    ->Arg(1)
+    ->Arg(2)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(matVecFloat32, 256x768, 256)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matVecInt8, 51865x768, vocabulary)
+    ->Arg(1)
+    ->Arg(2)
+    ->UseRealTime();
+BENCHMARK_CAPTURE(matVecInt8, 768x768, width)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK(attendOne)->Arg(width)->Arg(width / heads);
 BENCHMARK(softmax)->Arg(1500);
 BENCHMARK(gelu)->Arg(3072);

@@ -1,5 +1,6 @@
 #include "WhisperEngine/runtime/MatMul.h"
 
+#include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/Product.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 
@@ -17,110 +18,173 @@ using Description = dnnl::memory::desc;
 using Type = dnnl::memory::data_type;
 using Format = dnnl::memory::format_tag;
 
-constexpr int largestBlock = 128; // rows: its results stay in the second-level cache
+constexpr int largestBlock =
+    128; // rows: their results stay in the second-level cache
+constexpr int smallestBlock = 8; // less is bound by reading the weights, which
+                                 // each further block does again
 
-/// As few blocks as are no larger than the limit and keep all threads at work to the end.
+/// As few blocks as are no larger than the limit and keep all threads at work
+/// to the end.
 int rowsPerBlock(int rows, int threads) {
-    const int rounds = (rows + threads * largestBlock - 1) / (threads * largestBlock);
-    return (rows + threads * rounds - 1) / (threads * rounds);
+  const int rounds =
+      (rows + threads * largestBlock - 1) / (threads * largestBlock);
+  const int balanced = (rows + threads * rounds - 1) / (threads * rounds);
+  return std::min(rows, std::max(balanced, smallestBlock));
 }
 
+/// What is done with the product's rows.
+struct Finish {
+  Activation activation;
+  bool accumulate;
+  auto operator<=>(const Finish &) const = default;
+};
+
 struct Shape {
-    int rows;
-    Activation activation;
-    bool accumulate;
-    auto operator<=>(const Shape&) const = default;
+  int rows;
+  Finish finish;
+  auto operator<=>(const Shape &) const = default;
 };
 
 } // namespace
 
 struct MatMul::Implementation {
-    int outputs;
-    int inputs;
-    std::vector<float> bias; // empty for none
-    dnnl::memory weights;    // in the format that the product wants
-    std::mutex mutex;
-    std::map<Shape, Product> products; // guarded by mutex, grows only
+  int outputs;
+  int inputs;
+  std::vector<float> bias; // empty for none
+  std::vector<float>
+      scales;           // one an output; empty for weights of 32-bit floats
+  dnnl::memory weights; // in the format that the product wants
+  std::mutex mutex;
+  std::map<Shape, Product>
+      products; // guarded by mutex; what is in it stays and is constant
 
-    Product make(const Shape& shape, const Description& weightsFormat) const {
-        dnnl::post_ops after;
-        if (shape.activation == Activation::gelu)
-            after.append_eltwise(1.0F, dnnl::algorithm::eltwise_gelu_erf, 0.0F, 0.0F);
-        if (shape.accumulate)
-            after.append_sum();
-        dnnl::primitive_attr attributes;
-        attributes.set_post_ops(after);
-        const Description biasFormat = bias.empty() ? Description() : Description({1, outputs}, Type::f32, Format::ab);
-        return Product({{shape.rows, inputs}, Type::f32, Format::ab}, weightsFormat, biasFormat,
-                       {{shape.rows, outputs}, Type::f32, Format::ab}, attributes);
-    }
+  Implementation(int outputCount, int inputCount, const float *biases)
+      : outputs(outputCount), inputs(inputCount),
+        bias(biases, biases ? biases + outputCount : nullptr) {}
 
-    const Product& product(const Shape& shape) {
-        std::lock_guard lock(mutex);
-        auto found = products.find(shape);
-        if (found == products.end())
-            found = products.emplace(shape, make(shape, weights.get_desc())).first;
-        return found->second;
+  const float *biasOrNull() const {
+    return bias.empty() ? nullptr : bias.data();
+  }
+
+  void setWeights(const void *values, Type type) {
+    const Product typical = make(
+        {largestBlock, {}}, Description({inputs, outputs}, type, Format::any));
+    weights =
+        reordered(values, Description({inputs, outputs}, type, Format::ba),
+                  typical.weights());
+  }
+
+  Product make(const Shape &shape, const Description &weightsFormat) const {
+    const auto matrix = [&shape](int columns, Type type) {
+      return Description({shape.rows, columns}, type, Format::ab);
+    };
+    if (!scales.empty())
+      return Product(matrix(inputs, Type::s8), weightsFormat, {},
+                     matrix(outputs, Type::s32));
+    dnnl::post_ops after;
+    if (shape.finish.activation == Activation::gelu)
+      after.append_eltwise(1.0F, dnnl::algorithm::eltwise_gelu_erf, 0.0F, 0.0F);
+    if (shape.finish.accumulate)
+      after.append_sum();
+    dnnl::primitive_attr attributes;
+    attributes.set_post_ops(after);
+    const Description biasFormat =
+        bias.empty() ? Description()
+                     : Description({1, outputs}, Type::f32, Format::ab);
+    return Product(matrix(inputs, Type::f32), weightsFormat, biasFormat,
+                   matrix(outputs, Type::f32), attributes);
+  }
+
+  const Product &product(const Shape &shape) {
+    std::lock_guard lock(mutex);
+    auto found = products.find(shape);
+    if (found == products.end())
+      found = products.emplace(shape, make(shape, weights.get_desc())).first;
+    return found->second;
+  }
+
+  void runInt8(const Product &product, const float *src, float *dst, int rows,
+               Finish finish) const {
+    const std::size_t width = outputs;
+    auto *const quantized = scratchOf<std::int8_t>(
+        Slot::sources, static_cast<std::size_t>(rows) * inputs);
+    auto *const sums = scratchOf<std::int32_t>(Slot::results, rows * width);
+    auto *const row = scratchOf<float>(Slot::row, width + rows);
+    auto *const factors = row + width;
+    for (int i = 0; i < rows; ++i) {
+      const std::size_t at = static_cast<std::size_t>(i) * inputs;
+      factors[i] = kernels::quantize(src + at, quantized + at, inputs);
     }
+    product.execute(quantized, weights.get_data_handle(), nullptr, sums);
+    for (int i = 0; i < rows; ++i) {
+      float *const target = finish.accumulate ? row : dst + i * width;
+      kernels::rescale(sums + i * width, scales.data(), factors[i],
+                       biasOrNull(), target, outputs);
+      if (finish.activation == Activation::gelu)
+        kernels::gelu(target, outputs);
+      if (finish.accumulate)
+        kernels::add(dst + i * width, row, outputs);
+    }
+  }
 };
 
-MatMul MatMul::float32(const float* weights, const float* bias, int outputs, int inputs) {
-    auto made = std::make_unique<Implementation>();
-    made->outputs = outputs;
-    made->inputs = inputs;
-    if (bias)
-        made->bias.assign(bias, bias + outputs);
-    const Description open({inputs, outputs}, Type::f32, Format::any);
-    const Product typical = made->make({largestBlock, Activation::none, false}, open);
+MatMul MatMul::float32(const float *weights, const float *bias, int outputs,
+                       int inputs) {
+  auto made = std::make_unique<Implementation>(outputs, inputs, bias);
+  made->setWeights(weights, Type::f32);
+  return MatMul(std::move(made));
+}
 
-    const dnnl::engine engine = processor();
-    const Description plain({inputs, outputs}, Type::f32, Format::ba);
-    dnnl::memory given(plain, engine, const_cast<float*>(weights)); // only read
-    made->weights = dnnl::memory(typical.weights(), engine);
-    dnnl::stream stream(engine);
-    dnnl::reorder(given, made->weights).execute(stream, given, made->weights);
-    stream.wait();
+MatMul MatMul::int8(const std::int8_t *weights, const float *rowScales,
+                    const float *bias, int outputs, int inputs) {
+  if (hasInt8Products()) {
+    auto made = std::make_unique<Implementation>(outputs, inputs, bias);
+    made->scales.assign(rowScales, rowScales + outputs);
+    made->setWeights(weights, Type::s8);
     return MatMul(std::move(made));
+  }
+  std::vector<float> wide(static_cast<std::size_t>(outputs) * inputs);
+  for (std::size_t row = 0, at = 0; row < static_cast<std::size_t>(outputs);
+       ++row)
+    for (int j = 0; j < inputs; ++j, ++at)
+      wide[at] = rowScales[row] * weights[at];
+  return float32(wide.data(), bias, outputs, inputs);
 }
 
-MatMul MatMul::int8(const std::int8_t* weights, const float* rowScales, const float* bias, int outputs, int inputs) {
-    std::vector<float> wide(static_cast<std::size_t>(outputs) * inputs);
-    for (int row = 0; row < outputs; ++row)
-        for (int j = 0; j < inputs; ++j) {
-            const std::size_t at = static_cast<std::size_t>(row) * inputs + j;
-            wide[at] = rowScales[row] * weights[at];
-        }
-    return float32(wide.data(), bias, outputs, inputs);
-}
-
-MatMul::MatMul(std::unique_ptr<Implementation> implementation) : m_implementation(std::move(implementation)) {}
-MatMul::MatMul(MatMul&&) noexcept = default;
-MatMul& MatMul::operator=(MatMul&&) noexcept = default;
+MatMul::MatMul(std::unique_ptr<Implementation> implementation)
+    : m_implementation(std::move(implementation)) {}
+MatMul::MatMul(MatMul &&) noexcept = default;
+MatMul &MatMul::operator=(MatMul &&) noexcept = default;
 MatMul::~MatMul() = default;
 
-int MatMul::outputs() const {
-    return m_implementation->outputs;
-}
-int MatMul::inputs() const {
-    return m_implementation->inputs;
-}
+int MatMul::outputs() const { return m_implementation->outputs; }
+int MatMul::inputs() const { return m_implementation->inputs; }
 
-void MatMul::run(const float* src, float* dst, int rows, Activation activation, bool accumulate,
-                 ThreadPool& pool) const {
-    if (rows <= 0)
-        return;
-    Implementation& layer = *m_implementation;
-    const int block = rowsPerBlock(rows, pool.size());
-    const int blocks = (rows + block - 1) / block;
-    const Product& whole = layer.product({block, activation, accumulate});
-    const int rest = rows - (blocks - 1) * block;
-    const Product& last = rest == block ? whole : layer.product({rest, activation, accumulate});
-    pool.run(blocks, [&](int task) {
-        const std::size_t first = static_cast<std::size_t>(task) * block;
-        const Product& product = task + 1 < blocks ? whole : last;
-        product.execute(src + first * layer.inputs, layer.weights.get_data_handle(),
-                        layer.bias.empty() ? nullptr : layer.bias.data(), dst + first * layer.outputs);
-    });
+void MatMul::run(const float *src, float *dst, int rows, Activation activation,
+                 bool accumulate, ThreadPool &pool) const {
+  if (rows <= 0)
+    return;
+  Implementation &layer = *m_implementation;
+  const bool int8 = !layer.scales.empty();
+  const Finish finish{activation, accumulate};
+  const Finish finishInProduct = int8 ? Finish{} : finish;
+  const int block = rowsPerBlock(rows, pool.size());
+  const int blocks = (rows + block - 1) / block;
+  const int rest = rows - (blocks - 1) * block;
+  const Product &whole = layer.product({block, finishInProduct});
+  const Product &last = layer.product({rest, finishInProduct});
+  pool.run(blocks, [&](int task) {
+    const bool isLast = task + 1 == blocks;
+    const Product &product = isLast ? last : whole;
+    const float *from =
+        src + static_cast<std::size_t>(task) * block * layer.inputs;
+    float *to = dst + static_cast<std::size_t>(task) * block * layer.outputs;
+    if (int8)
+      layer.runInt8(product, from, to, isLast ? rest : block, finish);
+    else
+      product.execute(from, layer.weights.get_data_handle(), layer.biasOrNull(),
+                      to);
+  });
 }
 
 } // namespace fenlo::whisper
