@@ -5,25 +5,34 @@
 #include <stdexcept>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace fenlo {
+
+struct HttpResponse {
+    int status = 0;
+    std::vector<std::pair<std::string, std::string>> headers; // names in lower case
+    std::string body;
+};
 
 struct HttpRequest {
     std::string method = "GET";
     std::string url;
     std::vector<std::pair<std::string, std::string>> headers;
     std::string body;
-    double timeout = 60.0;                                             // seconds for the whole exchange
-    std::size_t maxResponseBytes = 16u << 20u;                         // a longer body is an error
+    double timeout = 60.0;                     // seconds for the whole exchange; 0 for no limit
+    double idleLimit = 0;                      // seconds without a byte of the answer; 0 for no limit
+    std::size_t maxResponseBytes = 16u << 20u; // a longer body is an error
     std::function<void(std::size_t sent, std::size_t total)> onUpload; // on the network thread; may be empty
-};
 
-struct HttpResponse {
-    int status = 0;
-    std::vector<std::pair<std::string, std::string>> headers; // names in lower case
-    std::string body;
+    /// With onBody the answer is taken as it comes, for downloads. onHead, which may be empty, has the status and the
+    /// headers before the first byte and says whether the body goes to onBody, piece by piece and of any length; if
+    /// not, it is gathered as ever. Both run on the thread that sends; what they throw ends the exchange and leaves
+    /// send(). An answer that breaks off has given all that came.
+    std::function<bool(const HttpResponse& head)> onHead;
+    std::function<void(std::string_view bytes)> onBody;
 };
 
 /// The exchange did not come to an answer. what() is one line for the log; it never holds a header or a body.

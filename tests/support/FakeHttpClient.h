@@ -7,14 +7,15 @@
 
 namespace fenlo::test {
 
-/// Keeps the requests and answers as the test says, on the caller's thread.
+/// Keeps the requests and answers as the test says, on the caller's thread. A streamed body comes in two pieces.
 class FakeHttpClient final : public HttpClient {
 public:
     HttpResponse send(const HttpRequest& request, std::stop_token stop) override {
         requests.push_back(request);
         if (stop.stop_requested())
             throw HttpError(HttpError::Kind::cancelled, "cancelled");
-        return onSend(request);
+        HttpResponse response = onSend(request);
+        return request.onBody ? deliver(request, std::move(response)) : response;
     }
     void preconnect(const std::string& url) override { warmed.push_back(url); }
 
@@ -23,6 +24,20 @@ public:
     };
     std::vector<HttpRequest> requests;
     std::vector<std::string> warmed;
+
+private:
+    static HttpResponse deliver(const HttpRequest& request, HttpResponse response) {
+        const std::string body = std::exchange(response.body, {});
+        if (request.onHead && !request.onHead(response)) {
+            response.body = body;
+            return response;
+        }
+        const std::size_t half = body.size() / 2;
+        for (const std::string& piece : {body.substr(0, half), body.substr(half)})
+            if (!piece.empty())
+                request.onBody(piece);
+        return response;
+    }
 };
 
 } // namespace fenlo::test

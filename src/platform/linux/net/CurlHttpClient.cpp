@@ -22,12 +22,13 @@ HttpResponse CurlHttpClient::send(const HttpRequest& request, std::stop_token st
         if (answered)
             m_warmHosts.used(origin, std::chrono::steady_clock::now());
     };
+    transfer->onWake = [this] { m_network->wake(); };
     const std::stop_callback cancel(stop, [&] {
         transfer->cancel();
         m_network->wake();
     });
     m_network->start(transfer);
-    return transfer->wait();
+    return request.onBody ? transfer->deliver() : transfer->wait();
 }
 
 void CurlHttpClient::preconnect(const std::string& url) {

@@ -1,5 +1,7 @@
 #include "platform/linux/net/CurlNetwork.h"
 
+#include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace fenlo {
@@ -7,7 +9,7 @@ namespace fenlo {
 namespace {
 
 constexpr long maxIdleConnections = 16;
-constexpr int pollLimit = 60'000; // milliseconds; libcurl's own deadlines and wake() end it earlier
+constexpr std::chrono::milliseconds longestWait{60'000};
 
 CURLM* makeMulti() {
     curl_global_init(CURL_GLOBAL_DEFAULT);
@@ -43,10 +45,12 @@ void CurlHttpClient::Network::run(std::stop_token stop) {
     while (!stop.stop_requested()) {
         admitNew();
         dropCancelled();
+        resumeTaken();
         int running = 0;
         curl_multi_perform(m_multi, &running);
         endFinished();
-        curl_multi_poll(m_multi, nullptr, 0, pollLimit, nullptr);
+        dropStalled();
+        curl_multi_poll(m_multi, nullptr, 0, untilNextStall(), nullptr);
     }
     endAll();
 }
@@ -61,15 +65,42 @@ void CurlHttpClient::Network::admitNew() {
     }
 }
 
-void CurlHttpClient::Network::dropCancelled() {
-    std::erase_if(m_active, [this](const auto& entry) {
+void CurlHttpClient::Network::drop(const std::function<bool(const CurlTransfer&)>& isOver,
+                                   void (CurlTransfer::*end)()) {
+    std::erase_if(m_active, [&](const auto& entry) {
         const auto& [handle, transfer] = entry;
-        if (!transfer->isCancelled())
+        if (!isOver(*transfer))
             return false;
         curl_multi_remove_handle(m_multi, handle);
-        transfer->endAsCancelled();
+        (*transfer.*end)();
         return true;
     });
+}
+
+void CurlHttpClient::Network::dropCancelled() {
+    drop([](const CurlTransfer& transfer) { return transfer.isCancelled(); }, &CurlTransfer::endAsCancelled);
+}
+
+void CurlHttpClient::Network::dropStalled() {
+    const auto now = std::chrono::steady_clock::now();
+    drop([&](const CurlTransfer& transfer) { return transfer.stallsAt().value_or(CurlTransfer::Moment::max()) <= now; },
+         &CurlTransfer::endAsStalled);
+}
+
+void CurlHttpClient::Network::resumeTaken() {
+    for (const auto& [handle, transfer] : m_active)
+        transfer->resumeWhereTaken();
+}
+
+/// libcurl's own deadlines and wake() end a wait earlier.
+int CurlHttpClient::Network::untilNextStall() const {
+    using std::chrono::milliseconds;
+    const auto now = std::chrono::steady_clock::now();
+    milliseconds left = longestWait;
+    for (const auto& [handle, transfer] : m_active)
+        if (const auto stall = transfer->stallsAt())
+            left = std::min(left, std::chrono::ceil<milliseconds>(std::max(*stall - now, {})));
+    return static_cast<int>(left.count());
 }
 
 void CurlHttpClient::Network::endFinished() {

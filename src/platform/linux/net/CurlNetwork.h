@@ -4,6 +4,7 @@
 #include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/net/CurlTransfer.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <stop_token>
@@ -29,7 +30,11 @@ public:
 private:
     void run(std::stop_token stop);
     void admitNew();
+    void drop(const std::function<bool(const CurlTransfer&)>& isOver, void (CurlTransfer::*end)());
     void dropCancelled();
+    void dropStalled();
+    void resumeTaken();
+    int untilNextStall() const; // milliseconds
     void endFinished();
     void endAll();
 

@@ -61,7 +61,8 @@ void CurlTransfer::setUpConnection(const CurlHttpClient::Options& options) {
     CURL* easy = m_easy.get();
     curl_easy_setopt(easy, CURLOPT_URL, m_request->url.c_str());
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_2TLS);
+    // A stream that waits for its sender must not hold up others, so it has a connection of its own.
+    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, m_request->onBody ? CURL_HTTP_VERSION_1_1 : CURL_HTTP_VERSION_2TLS);
     curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L); // share a connection that is being warmed
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
@@ -74,7 +75,7 @@ void CurlTransfer::setUpConnection(const CurlHttpClient::Options& options) {
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L); // a look-up of a name that hangs must not hold up an end
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, milliseconds(options.connectTimeout));
-    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, milliseconds(m_request->timeout));
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, m_request->timeout > 0 ? milliseconds(m_request->timeout) : 0L);
     curl_easy_setopt(easy, CURLOPT_TCP_KEEPALIVE, 1L);
     curl_easy_setopt(easy, CURLOPT_TCP_KEEPIDLE, 30L);
     curl_easy_setopt(easy, CURLOPT_TCP_KEEPINTVL, 15L);
@@ -132,7 +133,7 @@ void CurlTransfer::setUpCallbacks() {
 
     using Sink = std::size_t (*)(char*, std::size_t, std::size_t, void*);
     const Sink takeBodyOf = [](char* bytes, std::size_t, std::size_t size, void* self) {
-        return static_cast<CurlTransfer*>(self)->takeBody({bytes, size}) ? size : 0;
+        return static_cast<CurlTransfer*>(self)->takeBody({bytes, size});
     };
     const Sink takeHeaderOf = [](char* bytes, std::size_t, std::size_t size, void* self) {
         return static_cast<CurlTransfer*>(self)->takeHeader({bytes, size}) ? size : 0;
@@ -154,19 +155,47 @@ void CurlTransfer::setUpCallbacks() {
     curl_easy_setopt(easy, CURLOPT_XFERINFODATA, this);
 }
 
-bool CurlTransfer::takeBody(std::string_view bytes) {
-    m_tooLarge = bytes.size() > m_request->maxResponseBytes - m_response.body.size();
-    if (m_tooLarge)
-        return false;
+std::size_t CurlTransfer::takeBody(std::string_view bytes) {
+    m_lastByte = std::chrono::steady_clock::now();
     try {
-        m_response.body.append(bytes);
-        return true;
+        return m_request->onBody ? stream(bytes) : gather(bytes);
     } catch (const std::exception&) {
-        return false;
+        return CURL_WRITEFUNC_ERROR;
     }
 }
 
+std::size_t CurlTransfer::gather(std::string_view bytes) {
+    m_tooLarge = bytes.size() > m_request->maxResponseBytes - m_response.body.size();
+    if (m_tooLarge)
+        return CURL_WRITEFUNC_ERROR;
+    m_response.body.append(bytes);
+    return bytes.size();
+}
+
+std::size_t CurlTransfer::stream(std::string_view bytes) {
+    if (!m_head)
+        m_head = HttpResponse{status(), m_response.headers, {}};
+    m_paused = !m_stream.offer(bytes);
+    return m_paused ? CURL_WRITEFUNC_PAUSE : bytes.size();
+}
+
+void CurlTransfer::resumeWhereTaken() {
+    if (!m_paused || m_stream.isFull())
+        return;
+    m_paused = false;
+    m_lastByte = std::chrono::steady_clock::now();
+    curl_easy_pause(m_easy.get(), CURLPAUSE_CONT);
+}
+
+std::optional<CurlTransfer::Moment> CurlTransfer::stallsAt() const {
+    if (m_request->idleLimit <= 0 || m_paused)
+        return {};
+    return m_lastByte +
+           std::chrono::duration_cast<Moment::duration>(std::chrono::duration<double>(m_request->idleLimit));
+}
+
 bool CurlTransfer::takeHeader(std::string_view line) {
+    m_lastByte = std::chrono::steady_clock::now();
     m_headerBytes += line.size();
     m_tooLarge = m_headerBytes > maxHeaderBytes;
     if (m_tooLarge)
@@ -194,38 +223,87 @@ void CurlTransfer::tellProgress(std::size_t sent, std::size_t total) {
     }
 }
 
-void CurlTransfer::end(CURLcode result) {
-    if (onEnd)
-        onEnd(result == CURLE_OK);
-    if (result != CURLE_OK) {
-        m_outcome.set_value(explain(result));
-        return;
-    }
+int CurlTransfer::status() const {
     long status = 0;
     curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
-    m_response.status = static_cast<int>(status);
-    m_outcome.set_value(std::move(m_response));
+    return static_cast<int>(status);
+}
+
+void CurlTransfer::end(CURLcode result) {
+    if (result != CURLE_OK) {
+        finish(explain(result));
+        return;
+    }
+    m_response.status = status();
+    finish(std::move(m_response));
 }
 
 void CurlTransfer::endAsCancelled() {
+    finish(Fault{HttpError::Kind::cancelled, "the request to " + m_host.label + " was cancelled"});
+}
+
+void CurlTransfer::endAsStalled() {
+    finish(Fault{HttpError::Kind::timeout,
+                 m_host.label + " sent nothing for " + text::fixed(m_request->idleLimit, 1) + "s"});
+}
+
+void CurlTransfer::finish(std::variant<HttpResponse, Fault> outcome) {
     if (onEnd)
-        onEnd(false);
-    m_outcome.set_value(Fault{HttpError::Kind::cancelled, "the request to " + m_host.label + " was cancelled"});
+        onEnd(std::holds_alternative<HttpResponse>(outcome));
+    m_stream.close();
+    m_outcome.set_value(std::move(outcome));
 }
 
 HttpResponse CurlTransfer::wait() {
-    auto outcome = m_outcome.get_future().get();
+    auto outcome = m_end.get();
     // Thrown here, on the sender's thread: an exception must not be shared with the network's.
     if (const Fault* fault = std::get_if<Fault>(&outcome))
         throw HttpError(fault->kind, fault->message);
     return std::get<HttpResponse>(std::move(outcome));
 }
 
+HttpResponse CurlTransfer::deliver() {
+    try {
+        return handOver();
+    } catch (...) {
+        cancel();
+        onWake();
+        if (m_end.valid()) // the network thread still looks at the request
+            m_end.wait();
+        throw;
+    }
+}
+
+HttpResponse CurlTransfer::handOver() {
+    const auto isStreamed = [this](const HttpResponse& head) { return !m_request->onHead || m_request->onHead(head); };
+    std::optional<bool> streamed;
+    std::string gathered;
+    for (std::string bytes; !(bytes = m_stream.take(onWake)).empty();) {
+        if (!streamed)
+            streamed = isStreamed(*m_head);
+        if (*streamed)
+            m_request->onBody(bytes);
+        else if (bytes.size() > m_request->maxResponseBytes - gathered.size())
+            throw HttpError(tooLarge().kind, tooLarge().message);
+        else
+            gathered += bytes;
+    }
+    HttpResponse response = wait();
+    if (!streamed)
+        isStreamed(response);
+    response.body = std::move(gathered);
+    return response;
+}
+
+CurlTransfer::Fault CurlTransfer::tooLarge() const {
+    return {HttpError::Kind::tooLarge, "the answer of " + m_host.label + " is too large"};
+}
+
 CurlTransfer::Fault CurlTransfer::explain(CURLcode result) const {
     using Kind = HttpError::Kind;
     const std::string& host = m_host.label;
     if (m_tooLarge)
-        return {Kind::tooLarge, "the answer of " + host + " is too large"};
+        return tooLarge();
     switch (result) {
     case CURLE_COULDNT_RESOLVE_PROXY:
         return {Kind::connection, "could not find the proxy for " + host};

@@ -1,14 +1,17 @@
 #pragma once
 
+#include "platform/linux/net/BodyStream.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/net/HttpHost.h"
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <curl/curl.h>
 #include <functional>
 #include <future>
 #include <memory>
+#include <optional>
 #include <variant>
 
 namespace fenlo {
@@ -18,6 +21,8 @@ namespace fenlo {
 /// Threads: made and waited for by the sender, run by the network thread; cancel() on any.
 class CurlTransfer {
 public:
+    using Moment = std::chrono::steady_clock::time_point;
+
     /// The request must live until the transfer has ended. Throws HttpError badUrl.
     CurlTransfer(std::shared_ptr<const HttpRequest> request, HttpHost host, const CurlHttpClient::Options& options);
     CurlTransfer(const CurlTransfer&) = delete;
@@ -31,12 +36,26 @@ public:
     /// Ends the transfer, exactly once; after this the request is not looked at again. `result` is libcurl's.
     void end(CURLcode result);
     void endAsCancelled();
+    void endAsStalled();
+
+    /// When the transfer counts as stalled unless a byte comes before. Network thread.
+    std::optional<Moment> stallsAt() const;
+
+    /// Lets a transfer go on that waited for its sender to take what came. Network thread.
+    void resumeWhereTaken();
 
     /// Blocks until the end. Throws HttpError.
     HttpResponse wait();
 
+    /// As wait(), with the body given to the request's callbacks. What those throw passes through; the transfer has
+    /// been cancelled then, and has ended.
+    HttpResponse deliver();
+
     /// Called on the network thread right before the end; true when an answer came.
     std::function<void(bool answered)> onEnd;
+
+    /// Called by deliver() when the network thread has something to look at.
+    std::function<void()> onWake;
 
 private:
     struct Fault {
@@ -51,9 +70,15 @@ private:
     void setUpHeaders();
     void setUpCallbacks();
     void addHeader(const std::string& line);
+    void finish(std::variant<HttpResponse, Fault> outcome);
     Fault explain(CURLcode result) const;
+    Fault tooLarge() const;
+    int status() const;
+    HttpResponse handOver();
 
-    bool takeBody(std::string_view bytes);
+    std::size_t takeBody(std::string_view bytes);
+    std::size_t gather(std::string_view bytes);
+    std::size_t stream(std::string_view bytes);
     bool takeHeader(std::string_view line);
     void tellProgress(std::size_t sent, std::size_t total);
 
@@ -67,7 +92,12 @@ private:
     std::size_t m_told = 0;
     bool m_tooLarge = false;
     std::atomic<bool> m_cancelled = false;
+    Moment m_lastByte = std::chrono::steady_clock::now(); // network thread only, as m_paused
+    bool m_paused = false;
+    std::optional<HttpResponse> m_head; // set before the first piece of a stream
+    BodyStream m_stream;
     std::promise<std::variant<HttpResponse, Fault>> m_outcome;
+    std::future<std::variant<HttpResponse, Fault>> m_end = m_outcome.get_future();
 };
 
 } // namespace fenlo
