@@ -18,6 +18,8 @@ void takeValues(const nlohmann::json& values, Deployment& deployment) {
     take("groq_host", deployment.groqHost);
     take("support_address", deployment.supportAddress);
     take("subtitle_site_domain", deployment.subtitleSiteDomain);
+    take("model_repository", deployment.modelRepository);
+    take("offline_model", deployment.offlineModel);
 }
 
 } // namespace
