@@ -10,8 +10,9 @@
 #include <vector>
 
 namespace fenlo {
+class Clock;
 class HttpClient;
-}
+} // namespace fenlo
 
 namespace fenlo::hub {
 
@@ -26,6 +27,7 @@ struct HubSettings {
     std::string endpoint = "https://huggingface.co"; // scheme and host
     std::string token;                               // empty for none; never logged, never sent to another host
     bool offline = false;                            // only what is on disk
+    double idleLimit = 30;                           // seconds without a byte after which a download counts as broken
 
     /// `HF_ENDPOINT`, `HF_TOKEN` and `HF_HUB_OFFLINE` over the defaults.
     static HubSettings fromEnvironment();
@@ -35,10 +37,11 @@ struct RepoFile {
     std::string path; // relative, with forward slashes; never leaves the repository's folder
     std::uint64_t size = 0;
     std::optional<std::string> sha256; // lower-case hexadecimal, where the hub tells it
+    std::optional<std::string> blobId; // git's SHA-1 of the content, where the hub tells that instead
 };
 
 struct DownloadProgress {
-    std::uint64_t received = 0; // bytes, those of earlier attempts included
+    std::uint64_t received = 0; // bytes, those of earlier attempts included; falls when a file must be begun anew
     std::uint64_t total = 0;
 };
 
@@ -49,7 +52,8 @@ struct DownloadProgress {
 ///          attempt to go on from.
 class HubClient {
 public:
-    HubClient(HttpClient& http, HubSettings settings);
+    /// The clock times the pauses before another attempt.
+    HubClient(HttpClient& http, HubSettings settings, Clock& clock);
 
     /// The files of a repository whose path matches one of the globs (all of them without globs). `*` also crosses
     /// slashes.
@@ -58,14 +62,16 @@ public:
 
     /// Brings the matching files into `folder`, each at its path. A file that is there whole is not fetched again; a
     /// broken download goes on where it stopped when the hub still has the same file; a file appears under its name
-    /// only when its size and hash are right. Offline, what is on the disk is given when it is complete. The progress
-    /// callback comes on any thread, one call at a time.
+    /// only when its size and hash are right. Offline, or where the hub cannot be reached, what is on the disk serves
+    /// when it was complete before. A second process that wants the same folder waits for the first. The progress
+    /// callback, which may be empty, comes on the calling thread.
     void snapshot(const std::string& repo, const std::vector<std::string>& globs, const std::filesystem::path& folder,
                   const std::function<void(DownloadProgress)>& progress, std::stop_token stop);
 
 private:
     HttpClient& m_http;
-    HubSettings m_settings;
+    const HubSettings m_settings;
+    Clock& m_clock;
 };
 
 /// `*` stands for any run of characters, `?` for one.

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "hub/HubClient.h"
+
+#include <memory>
+#include <string_view>
+
+struct evp_md_ctx_st;
+
+namespace fenlo::hub {
+
+/// Tells whether bytes, fed piece by piece, are the content of a file as the hub describes it: by size and SHA-256, or
+/// by git's SHA-1 of the blob, or by size alone where the hub tells no hash.
+class ContentCheck {
+public:
+    explicit ContentCheck(const RepoFile& file);
+
+    void add(std::string_view bytes);
+    std::uint64_t size() const { return m_size; } // of what was added
+    /// To be asked once, after the last byte.
+    bool isRight();
+
+private:
+    struct Free {
+        void operator()(evp_md_ctx_st* context) const;
+    };
+
+    std::uint64_t m_expectedSize;
+    std::string m_expectedHash;
+    std::uint64_t m_size = 0;
+    std::unique_ptr<evp_md_ctx_st, Free> m_digest; // null without a hash
+};
+
+/// What identifies the file's content on the hub; empty where only its size is known.
+std::string contentHash(const RepoFile& file);
+
+/// Reads the file on the disk and checks it. False also when it is no plain file or on a stop request.
+bool holds(const std::filesystem::path& place, const RepoFile& file, std::stop_token stop);
+
+} // namespace fenlo::hub

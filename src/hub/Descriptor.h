@@ -1,0 +1,25 @@
+#pragma once
+
+#include <unistd.h>
+
+namespace fenlo::hub {
+
+/// An open file, closed with its owner.
+class Descriptor {
+public:
+    explicit Descriptor(int number) : m_number(number) {}
+    ~Descriptor() {
+        if (m_number >= 0)
+            ::close(m_number);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int number() const { return m_number; }
+    bool isOpen() const { return m_number >= 0; }
+
+private:
+    const int m_number;
+};
+
+} // namespace fenlo::hub

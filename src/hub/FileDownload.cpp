@@ -1,0 +1,113 @@
+#include "hub/FileDownload.h"
+
+#include "hub/HubPaths.h"
+#include "hub/Retries.h"
+
+namespace fenlo::hub {
+
+namespace {
+
+using Kind = HubError::Kind;
+
+constexpr int attempts = 5; // in a row that bring nothing
+
+/// A weak mark does not promise the same bytes, so that nothing can be continued under it.
+std::string strongTag(const HttpResponse& head) {
+    const std::string tag = headerOf(head, "etag");
+    return tag.starts_with('"') ? tag : "";
+}
+
+} // namespace
+
+FileDownload::FileDownload(const HubConnection& connection, Clock& clock, const std::filesystem::path& folder,
+                           const RepoFile& file, Tell tell)
+    : m_connection(connection), m_clock(clock), m_file(file), m_what(connection.repo() + "/" + shown(file.path)),
+      m_tell(std::move(tell)), m_partial(folder, file), m_check(file) {}
+
+void FileDownload::run(std::stop_token stop) {
+    if (!m_partial.readInto(m_check, stop))
+        throwCancelled();
+    m_tell(static_cast<std::int64_t>(m_check.size()));
+    Retries retries(m_clock, attempts);
+    std::uint64_t furthest = m_check.size();
+    for (bool isWhole = false; !isWhole;)
+        try {
+            if (m_check.size() < m_file.size)
+                fetchRest(stop);
+            requireRightContent();
+            isWhole = true;
+        } catch (const PassingFault& fault) {
+            if (m_check.size() > furthest)
+                retries.begin();
+            furthest = std::max(furthest, m_check.size());
+            retries.waitAfter(fault, stop);
+        }
+}
+
+void FileDownload::fetchRest(std::stop_token stop) {
+    HttpRequest request;
+    request.url = m_connection.fileAddress(m_file.path);
+    request.timeout = 0; // a slow download is as good as a fast one, as long as it lives
+    request.idleLimit = m_connection.idleLimit();
+    if (m_check.size() > 0)
+        request.headers = {{"Range", "bytes=" + std::to_string(m_check.size()) + "-"},
+                           {"If-Range", m_partial.entityTag()}};
+    request.onHead = [this](const HttpResponse& head) {
+        takeHead(head);
+        return true;
+    };
+    request.onBody = [this](std::string_view bytes) { takeBytes(bytes); };
+    if (m_connection.get(request, m_what, stop).status == 416) {
+        begin("");
+        throw PassingFault(Kind::badReply, "the hub refuses to continue " + m_what + "; try again");
+    }
+    if (m_check.size() < m_file.size)
+        throw PassingFault(Kind::network, "the hub ended " + m_what + " too early; check the network and try again");
+}
+
+void FileDownload::takeHead(const HttpResponse& head) {
+    const std::string tag = strongTag(head);
+    if (head.status == 206 && m_check.size() > 0) {
+        const std::string range = "bytes " + std::to_string(m_check.size()) + "-" + std::to_string(m_file.size - 1) +
+                                  "/" + std::to_string(m_file.size);
+        if (headerOf(head, "content-range") == range && (tag.empty() || tag == m_partial.entityTag()))
+            return;
+        begin("");
+        throw PassingFault(Kind::badReply, "the hub continues " + m_what + " at the wrong place; try again");
+    }
+    if (head.status != 200)
+        throw HubError(Kind::badReply, "the hub gave an unexpected answer for " + m_what + " (status " +
+                                           std::to_string(head.status) + "); try again later");
+    if (const std::string length = headerOf(head, "content-length");
+        !length.empty() && length != std::to_string(m_file.size))
+        throw HubError(Kind::damaged, "the hub sends " + m_what + " with " + shown(length) +
+                                          " bytes but lists it with " + std::to_string(m_file.size) + "; try again");
+    begin(tag);
+}
+
+void FileDownload::takeBytes(std::string_view bytes) {
+    if (bytes.size() > m_file.size - m_check.size())
+        throw HubError(Kind::damaged, "the hub sends more of " + m_what + " than the " + std::to_string(m_file.size) +
+                                          " bytes it lists; try again");
+    m_partial.append(bytes);
+    m_check.add(bytes);
+    m_tell(static_cast<std::int64_t>(bytes.size()));
+}
+
+void FileDownload::begin(const std::string& entityTag) {
+    m_tell(-static_cast<std::int64_t>(m_check.size()));
+    m_check = ContentCheck(m_file);
+    m_partial.begin(entityTag);
+}
+
+void FileDownload::requireRightContent() {
+    if (m_check.isRight())
+        return;
+    begin("");
+    const std::string message = "the content of " + m_what + " is not what the hub lists; try again later";
+    if (std::exchange(m_wasDamaged, true))
+        throw HubError(Kind::damaged, message);
+    throw PassingFault(Kind::damaged, message);
+}
+
+} // namespace fenlo::hub

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "hub/HubClient.h"
+#include "platform/HttpClient.h"
+
+namespace fenlo::hub {
+
+/// The requests to a hub about one repository. The token goes to the hub's own host only, whatever a redirect says.
+///
+/// Threads: any, side by side.
+/// Errors:  HubError, as PassingFault where another attempt makes sense.
+class HubConnection {
+public:
+    HubConnection(HttpClient& http, const HubSettings& settings, std::string repo);
+
+    const std::string& repo() const { return m_repo; }
+    double idleLimit() const { return m_settings.idleLimit; } // seconds
+    std::string listingAddress() const;
+    std::string fileAddress(const std::string& path) const;
+
+    /// Sends a GET and follows its redirects. Answers of 2xx and 416 (no such range) come back, and only the body of
+    /// a 2xx is streamed. `what` is named in messages.
+    HttpResponse get(HttpRequest request, const std::string& what, std::stop_token stop) const;
+
+    static constexpr char revision[] = "main";
+
+private:
+    HttpResponse sendOnce(const HttpRequest& request, const std::string& what, std::stop_token stop) const;
+    [[noreturn]] void refuse(const HttpResponse& answer, const std::string& what, bool isFromHub) const;
+
+    HttpClient& m_http;
+    const HubSettings& m_settings;
+    const std::string m_repo;
+    const std::string m_endpoint; // without a slash at its end
+};
+
+/// The value of the first header of that name (in lower case), or "".
+std::string headerOf(const HttpResponse& response, std::string_view name);
+
+} // namespace fenlo::hub

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "hub/HubClient.h"
+
+namespace fenlo::hub {
+
+/// A fault that may pass by itself, so that another attempt makes sense.
+struct PassingFault : HubError {
+    PassingFault(Kind reason, const std::string& message, double seconds = 0)
+        : HubError(reason, message), askedPause(seconds) {}
+    double askedPause; // seconds that the hub asked to wait; 0 when it asked nothing
+};
+
+/// Sleeps in steps short enough for a stop request; throws HubError cancelled on one.
+void pause(Clock& clock, double seconds, std::stop_token stop);
+
+[[noreturn]] void throwCancelled();
+
+/// Counts attempts and spaces them: 1, 2, 4 … seconds, or what the hub asks for.
+class Retries {
+public:
+    Retries(Clock& clock, int attempts) : m_clock(clock), m_attempts(attempts) {}
+
+    /// Waits before another attempt. Throws the fault when there is none left or the hub asks for too long a pause.
+    void waitAfter(const PassingFault& fault, std::stop_token stop);
+
+    /// The last attempt brought something: the count begins anew.
+    void begin() { m_failed = 0; }
+
+private:
+    Clock& m_clock;
+    const int m_attempts;
+    int m_failed = 0;
+};
+
+} // namespace fenlo::hub

@@ -1,0 +1,77 @@
+#include "hub/TreePage.h"
+
+#include "base/Text.h"
+#include "hub/HubPaths.h"
+
+#include <nlohmann/json.hpp>
+
+namespace fenlo::hub {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr std::size_t sha1Digits = 40;
+constexpr std::size_t sha256Digits = 64;
+constexpr std::uint64_t maxFileBytes = 1ull << 46u; // the sum of a whole listing stays a number
+
+[[noreturn]] void refuse(const std::string& repo, const std::string& fault) {
+    throw HubError(HubError::Kind::badReply, "the hub's list of the files of " + shown(repo) + " " + fault);
+}
+
+const json* find(const json& object, const char* key) {
+    const auto found = object.find(key);
+    return found == object.end() || found->is_null() ? nullptr : &*found;
+}
+
+std::string textOf(const json& object, const char* key) {
+    const json* value = find(object, key);
+    return value && value->is_string() ? value->get<std::string>() : "";
+}
+
+RepoFile parseFile(const std::string& repo, const json& entry) {
+    RepoFile file;
+    file.path = textOf(entry, "path");
+    if (!isSafePath(file.path))
+        refuse(repo, "has an unsafe path, \"" + shown(file.path) + "\"; nothing is downloaded from it");
+
+    const json* large = find(entry, "lfs");
+    const json* size = find(large && large->is_object() ? *large : entry, "size");
+    if (!size || !size->is_number_unsigned() || *size > maxFileBytes)
+        refuse(repo, "gives no usable size for " + shown(file.path) + "; try again later");
+    file.size = size->get<std::uint64_t>();
+
+    if (large && large->is_object())
+        file.sha256 = hexadecimalHash(textOf(*large, "oid"), sha256Digits);
+    else
+        file.blobId = hexadecimalHash(textOf(entry, "oid"), sha1Digits);
+    return file;
+}
+
+} // namespace
+
+std::optional<std::string> hexadecimalHash(std::string_view text, std::size_t digits) {
+    const std::string_view prefix = "sha256:";
+    if (text.starts_with(prefix))
+        text.remove_prefix(prefix.size());
+    const std::string hash = text::lower(text);
+    if (hash.size() != digits || hash.find_first_not_of("0123456789abcdef") != std::string::npos)
+        return {};
+    return hash;
+}
+
+std::vector<RepoFile> parseTreePage(const std::string& repo, std::string_view body) {
+    const json page = json::parse(body, nullptr, false);
+    if (!page.is_array())
+        refuse(repo, "cannot be read; check HF_ENDPOINT and whether the network asks for a sign-in");
+    std::vector<RepoFile> files;
+    for (const json& entry : page) {
+        if (!entry.is_object())
+            refuse(repo, "cannot be read; try again later");
+        if (textOf(entry, "type") == "file")
+            files.push_back(parseFile(repo, entry));
+    }
+    return files;
+}
+
+} // namespace fenlo::hub
