@@ -53,6 +53,17 @@ std::vector<CompiledFileWriter::Tensor> tableOf(const Job& job) {
     return table;
 }
 
+std::uint64_t numberBytes(const std::vector<CompiledFileWriter::Tensor>& table) {
+    std::uint64_t total = 0;
+    for (const auto& tensor : table) {
+        std::uint64_t bytes = tensor.type == compiled::NumberType::float32 ? sizeof(float) : 1;
+        for (const std::uint32_t size : tensor.shape)
+            bytes *= size;
+        total += bytes;
+    }
+    return total;
+}
+
 std::vector<std::uint64_t> sourceShape(const PackedTensor& tensor, const PackedPart& part) {
     const auto rows = static_cast<std::uint64_t>(part.rows), columns = static_cast<std::uint64_t>(tensor.columns);
     if (tensor.columns == 0)
@@ -80,11 +91,13 @@ public:
           m_stop(std::move(stop)) {}
 
     void run() {
+        std::uint64_t room = 0;
         for (const Job& job : m_jobs) {
-            m_total += CompiledFileWriter::fileSize(tableOf(job));
+            room += CompiledFileWriter::fileSize(tableOf(job));
+            m_total += numberBytes(tableOf(job));
             checkSources(job);
         }
-        checkRoom();
+        checkRoom(room);
         for (const Job& job : m_jobs)
             write(job);
     }
@@ -98,12 +111,12 @@ private:
                     m_checkpoint.tensor(part.source, sourceShape(tensor, part));
     }
 
-    void checkRoom() const {
+    void checkRoom(std::uint64_t needed) const {
         std::error_code error;
         const fs::space_info room = fs::space(m_folder, error);
-        if (!error && room.available < m_total)
+        if (!error && room.available < needed)
             throw modelFault("The disk of " + m_folder.string() + " is too full: the compiled model needs " +
-                             std::to_string(m_total / 1'000'000 + 1) + " MB. Make room.");
+                             std::to_string(needed / 1'000'000 + 1) + " MB. Make room.");
     }
 
     void write(const Job& job) {
@@ -185,7 +198,7 @@ private:
     std::vector<Job> m_jobs;
     const std::function<void(double)>& m_progress;
     std::stop_token m_stop;
-    std::uint64_t m_total = 0;
+    std::uint64_t m_total = 0; // bytes of all numbers
     std::uint64_t m_written = 0;
 };
 

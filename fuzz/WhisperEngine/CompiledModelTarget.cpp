@@ -1,0 +1,85 @@
+// Compiled files: whatever the header, the table and the numbers say, the networks refuse the file or compute something
+// within their own memory. The checksum is made to fit first; without that, only it would be tested.
+
+#include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/AudioEncoderNetwork.h"
+#include "WhisperEngine/network/CompiledFormat.h"
+#include "WhisperEngine/network/MelSpectrogramNetwork.h"
+#include "WhisperEngine/network/TextDecoderNetwork.h"
+#include "WhisperEngine/runtime/ThreadPool.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+using namespace fenlo::whisper;
+
+namespace {
+
+/// The checksum lies last in the header.
+void seal(std::span<std::byte> bytes) {
+    compiled::Header header{};
+    if (bytes.size() < sizeof header)
+        return;
+    std::memcpy(&header, bytes.data(), sizeof header);
+    header.fileSize = bytes.size();
+    std::memcpy(bytes.data(), &header, sizeof header);
+    const std::size_t table = sizeof header + header.tensorCount * sizeof(compiled::Entry);
+    if (header.tensorCount > compiled::mostTensors || table > bytes.size())
+        return;
+    std::ranges::copy(compiled::checksum(bytes.first(table)), header.checksum);
+    std::memcpy(bytes.data(), &header, sizeof header);
+}
+
+void run(const MelSpectrogramModel& mel) {
+    const std::vector<float> audio(static_cast<std::size_t>(mel.windowSamples()), 0.25f);
+    std::vector<float> features(static_cast<std::size_t>(mel.melBands()) * static_cast<std::size_t>(mel.melFrames()));
+    mel.predict(audio, features);
+}
+
+void run(const AudioEncoderModel& encoder) {
+    const std::vector<float> mel(
+        static_cast<std::size_t>(encoder.melBands()) * static_cast<std::size_t>(encoder.melFrames()), 0.5f);
+    AudioEmbeddings embeddings;
+    encoder.predict(mel, embeddings);
+}
+
+void run(const TextDecoderModel& decoder) {
+    const auto width = static_cast<std::size_t>(*decoder.kvCacheEmbedDim());
+    const auto positions = static_cast<std::size_t>(*decoder.kvCacheMaxSequenceLength());
+    const auto frames = static_cast<std::size_t>(decoder.audioFrames());
+    AudioEmbeddings embeddings;
+    embeddings.encoder_output_embeds.assign(frames * static_cast<std::size_t>(*decoder.encoderOutputDim()), 0.5f);
+    decoder.attach(embeddings);
+    const auto scratch = decoder.makeScratch();
+    const std::vector<float> cache(positions * width), mask(positions);
+    std::vector<float> logits(static_cast<std::size_t>(*decoder.logitsSize())), key(width), value(width), heads(frames);
+    const TextDecoderInputs inputs{1,   static_cast<int>(positions) - 1, cache, cache, mask, mask, &embeddings, true,
+                                   true};
+    decoder.predict(inputs, {logits, key, value, heads}, *scratch);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static ThreadPool pool(1);
+    const auto* first = reinterpret_cast<const std::byte*>(data);
+    std::vector<std::byte> bytes(first, first + size);
+    seal(bytes);
+    try {
+        CompiledFile file(bytes, "model");
+        const CompiledKind kind = file.identity().kind;
+        if (kind == CompiledKind::melSpectrogram)
+            run(MelSpectrogramNetwork(std::move(file), pool));
+        else if (kind == CompiledKind::audioEncoder)
+            run(AudioEncoderNetwork(std::move(file), pool));
+        else
+            run(TextDecoderNetwork(std::move(file), pool));
+    } catch (const WhisperError& error) {
+        if (std::strchr(error.what(), '\n'))
+            std::abort();
+    }
+    return 0;
+}
