@@ -1,23 +1,18 @@
-#include "Signals.h"
 #include "audio/ChunkWriter.h"
 #include "audio/Level.h"
 #include "audio/WavFile.h"
 #include "base/Files.h"
 #include "media/AudioFile.h"
 #include "support/ScarceDisk.h"
+#include "support/Signals.h"
 
 #include <cstring>
-#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sndfile.h>
 #include <sys/stat.h>
 
 using namespace fenlo;
 using namespace fenlo::test;
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 namespace fs = std::filesystem;
 
@@ -28,41 +23,7 @@ protected:
     void SetUp() override { fs::create_directories(folder); }
     void TearDown() override { fs::remove_all(folder); }
 
-    fs::path write(const std::string& name, int format, int rate, int channels, const std::vector<float>& interleaved) {
-        const fs::path file = folder / name;
-        SF_INFO info{};
-        info.samplerate = rate;
-        info.channels = channels;
-        info.format = format;
-        SNDFILE* sound = ::sf_open(file.c_str(), SFM_WRITE, &info);
-        ::sf_write_float(sound, interleaved.data(), static_cast<sf_count_t>(interleaved.size()));
-        ::sf_close(sound);
-        return file;
-    }
-    static std::string errorOf(const fs::path& file) {
-        try {
-            readAudioFile(file);
-        } catch (const AudioFileError& error) {
-            return error.what();
-        }
-        return "";
-    }
-
     const fs::path folder = fs::temp_directory_path() / "audio-files";
-};
-
-/// A program called ffmpeg that is found first while this lives.
-class StandInFfmpeg {
-public:
-    StandInFfmpeg(const fs::path& folder, const std::string& script) : m_path(std::getenv("PATH")) {
-        std::ofstream(folder / "ffmpeg") << "#!/bin/sh\n" << script;
-        fs::permissions(folder / "ffmpeg", fs::perms::owner_all);
-        ::setenv("PATH", (folder.string() + ":" + m_path).c_str(), 1);
-    }
-    ~StandInFfmpeg() { ::setenv("PATH", m_path.c_str(), 1); }
-
-private:
-    const std::string m_path;
 };
 
 } // namespace
@@ -144,68 +105,4 @@ TEST_F(AudioFiles, SixteenBit_ClipsInsteadOfWrapping) {
     EXPECT_NEAR(read[0], 1.0F, 1e-3);
     EXPECT_NEAR(read[1], -1.0F, 1e-3);
     EXPECT_NEAR(read[2], 0.5F, 1e-3);
-}
-
-TEST_F(AudioFiles, Channels_AreChosenOrAveraged) {
-    std::vector<float> stereo;
-    for (int i = 0; i < 70000; ++i) // more than one block
-        stereo.insert(stereo.end(), {0.5F, -0.25F});
-    const auto file = write("stereo.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 44100, 2, stereo);
-    const AudioSamples first = readSoundFile(file, ChannelMix::first);
-    EXPECT_EQ(first.sampleRate, 44100);
-    ASSERT_EQ(first.mono.size(), 70000u);
-    EXPECT_NEAR(first.mono[69999], 0.5F, 1e-4);
-    EXPECT_NEAR(readSoundFile(file, ChannelMix::average).mono[69999], 0.125F, 1e-4);
-}
-
-TEST_F(AudioFiles, HostileHeader_CostsNoMoreThanTheFileHolds) {
-    const auto file = write("small.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 16000, 1, std::vector(1000, 0.1F));
-    std::string bytes = files::read(file).value();
-    bytes.replace(bytes.find("data") + 4, 4, "\xFF\xFF\xFF\x7F");
-    std::ofstream(file, std::ios::binary) << bytes;
-    EXPECT_EQ(readAudioFile(file).mono.size(), 1000u);
-    bytes.replace(24, 4, std::string("\x01\x00\x00\x00", 4)); // a hertz
-    std::ofstream(file, std::ios::binary) << bytes;
-    EXPECT_THAT(errorOf(file), HasSubstr("sample rate of 1 Hz"));
-}
-
-TEST_F(AudioFiles, NotANumber_IsReadAsSilence) {
-    const auto file = write("odd.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 16000, 1,
-                            {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(), 0.5F});
-    EXPECT_THAT(readAudioFile(file).mono, ::testing::ElementsAre(0.0F, 0.0F, 0.5F));
-}
-
-TEST_F(AudioFiles, Errors_NameFileFaultAndRemedyInOneLine) {
-    std::ofstream(folder / "empty.wav");
-    std::ofstream(folder / "text.mp4") << "no sound at all";
-    for (const auto& [name, fault, remedy] : std::vector<std::tuple<std::string, std::string, std::string>>{
-             {"missing.wav", "No such file", "check the name"},
-             {"empty.wav", "empty", "record it again"},
-             {".", "no regular file", "give the name"},
-         })
-        EXPECT_THAT(errorOf(folder / name),
-                    AllOf(HasSubstr(name), HasSubstr(fault), HasSubstr(remedy), Not(HasSubstr("\n"))));
-}
-
-TEST_F(AudioFiles, UnknownFormat_GoesThroughFfmpeg) {
-    const fs::path strange = folder / "-strange name.mp4";
-    std::ofstream(strange) << "some container";
-    write("inside.wav", SF_FORMAT_WAV | SF_FORMAT_FLOAT, 22050, 1, {0.1F, 0.2F});
-    // The last argument is where the result goes; the input must arrive as one argument that no option can be.
-    const std::string findEnds = "for last; do case \"$last\" in file:*strange*) in=\"$last\";; esac; done\n";
-    {
-        const StandInFfmpeg ffmpeg(folder, findEnds + "[ \"$in\" = 'file:" + strange.string() + "' ] || exit 3\ncp '" +
-                                               (folder / "inside.wav").string() + "' \"${last#file:}\"\n");
-        const AudioSamples audio = readAudioFile(strange);
-        EXPECT_EQ(audio.sampleRate, 22050);
-        EXPECT_EQ(audio.mono.size(), 2u);
-    }
-    {
-        const StandInFfmpeg ffmpeg(folder, "exit 1\n");
-        EXPECT_THAT(errorOf(strange), AllOf(HasSubstr("strange name.mp4"), HasSubstr("ffmpeg cannot read it")));
-    }
-    const std::string path = std::getenv("PATH");
-    ::setenv("PATH", "/nonexistent", 1);
-    EXPECT_THAT(errorOf(strange), AllOf(HasSubstr("strange name.mp4"), HasSubstr("install ffmpeg")));
-    ::setenv("PATH", path.c_str(), 1);
 }

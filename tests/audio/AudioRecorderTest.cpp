@@ -1,5 +1,4 @@
 #include "audio/AudioRecorder.h"
-#include "Signals.h"
 #include "base/Files.h"
 #include "base/NotificationCenter.h"
 #include "media/AudioFile.h"
@@ -7,6 +6,7 @@
 #include "support/FakeAudio.h"
 #include "support/LogCapture.h"
 #include "support/ScarceDisk.h"
+#include "support/Signals.h"
 #include "support/VirtualTime.h"
 
 #include <gtest/gtest.h>

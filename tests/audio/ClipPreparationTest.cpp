@@ -1,11 +1,11 @@
 #include "audio/ClipPreparation.h"
-#include "Signals.h"
 #include "audio/Level.h"
 #include "audio/WavFile.h"
 #include "base/Files.h"
 #include "media/AudioFile.h"
 #include "support/LogCapture.h"
 #include "support/ScarceDisk.h"
+#include "support/Signals.h"
 
 #include <cmath>
 #include <fstream>

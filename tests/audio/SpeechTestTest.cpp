@@ -1,8 +1,8 @@
 #include "audio/SpeechTest.h"
-#include "Signals.h"
 #include "audio/Level.h"
 #include "audio/QuietCut.h"
 #include "audio/SilenceWatch.h"
+#include "support/Signals.h"
 
 #include <gtest/gtest.h>
 
