@@ -12,17 +12,23 @@ namespace fenlo::whisper {
 namespace {
 
 constexpr std::size_t laneCount = 16; // four vectors of four: enough sums under way to hide the latency of one
+constexpr std::size_t blockSize = 128;
 
-/// e to the x for x up to 0, within two units in the last place; what lies below the smallest normal number counts as
-/// that. The argument is split into n ln 2 + r, |r| <= ln 2 / 2, and e to the r is a minimax polynomial of degree six.
+constexpr float lowest = -87.0F; // e to the power of it is close to the smallest normal number
+
+/// A step of its own, since a compiler that sees it together with the exponential makes a branch of it.
+inline float atLeastLowest(float x) {
+    return x < lowest ? lowest : x;
+}
+
+/// e to the x for x from `lowest` to 0, within two units in the last place, or NaN for NaN. The argument is split into
+/// n ln 2 + r, |r| <= ln 2 / 2, and e to the r is a minimax polynomial of degree seven.
 inline float expOfNegative(float x) {
-    constexpr float lowest = -87.0F;
     constexpr float roundToInteger = 12582912.0F; // 1.5 * 2^23: adding it rounds, and leaves n in the low bits
     constexpr float log2OfE = 1.44269504F;
     constexpr float ln2High = 0.693359375F; // exact in few bits, so that n times it is exact
     constexpr float ln2Low = -2.12194440e-4F;
 
-    x = x < lowest ? lowest : x;
     const float shifted = x * log2OfE + roundToInteger;
     const float n = shifted - roundToInteger;
     const float r = (x - n * ln2High) - n * ln2Low;
@@ -63,13 +69,19 @@ float logSumExp(std::span<const float> logits, float maximum) {
     if (maximum == forbiddenScore)
         return forbiddenScore;
     std::array<float, laneCount> lanes{};
+    std::array<float, blockSize> block;
     std::size_t at = 0;
-    for (; at + laneCount <= logits.size(); at += laneCount)
-        for (std::size_t lane = 0; lane < laneCount; ++lane)
-            lanes[lane] += expOfNegative(logits[at + lane] - maximum);
+    for (; at + blockSize <= logits.size(); at += blockSize) {
+        for (std::size_t i = 0; i < blockSize; ++i)
+            block[i] = atLeastLowest(logits[at + i] - maximum);
+        for (std::size_t i = 0; i < blockSize; ++i)
+            block[i] = expOfNegative(block[i]);
+        for (std::size_t i = 0; i < blockSize; ++i)
+            lanes[i % laneCount] += block[i];
+    }
     float sum = 0;
     for (; at < logits.size(); ++at)
-        sum += expOfNegative(logits[at] - maximum);
+        sum += expOfNegative(atLeastLowest(logits[at] - maximum));
     for (const float lane : lanes)
         sum += lane;
     return maximum + std::log(sum);

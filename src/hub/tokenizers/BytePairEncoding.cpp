@@ -65,12 +65,14 @@ BytePairEncoding::BytePairEncoding(const JsonNode& node, const TokenizerDocument
 
 void BytePairEncoding::readMerges(const JsonNode& node, const TokenizerDocument& document) {
     m_merges.reserve(document.merges.size());
-    for (const auto& [left, right] : document.merges) {
+    for (const MergeText& merge : document.merges) {
+        const std::string_view left = merge.left();
+        const std::string_view right = merge.right();
         const auto failMerge = [&](const std::string& fault) {
             node.fail("has number " + std::to_string(m_merges.size()) + ", of " + inQuotes(left) + " and " +
                       inQuotes(right) + ", " + fault);
         };
-        const auto idOf = [&](const std::string& piece) {
+        const auto idOf = [&](std::string_view piece) {
             const std::optional<int> id = document.vocabulary.find(piece);
             if (!id)
                 failMerge("which needs " + inQuotes(piece) + ", no piece of the vocabulary");
@@ -78,8 +80,11 @@ void BytePairEncoding::readMerges(const JsonNode& node, const TokenizerDocument&
         };
         if (!right.starts_with(m_continuingPrefix))
             failMerge("whose second piece lacks the prefix " + inQuotes(m_continuingPrefix));
-        m_merges.push_back({idOf(left), idOf(right), static_cast<std::uint32_t>(m_merges.size()),
-                            idOf(left + right.substr(m_continuingPrefix.size()))});
+        std::string_view result = merge.both;
+        std::string withoutPrefix;
+        if (!m_continuingPrefix.empty())
+            result = withoutPrefix.assign(left).append(right.substr(m_continuingPrefix.size()));
+        m_merges.push_back({idOf(left), idOf(right), static_cast<std::uint32_t>(m_merges.size()), idOf(result)});
     }
 
     const auto pair = [](const Merge& merge) { return std::pair(merge.left, merge.right); };

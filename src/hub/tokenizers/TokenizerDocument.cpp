@@ -3,6 +3,7 @@
 #include "hub/tokenizers/JsonNode.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace fenlo::hub {
 
@@ -89,7 +90,7 @@ private:
         case Table::mergePair:
             if (m_pair.size() != 2)
                 failMerge();
-            m_document.merges.emplace_back(std::move(m_pair[0]), std::move(m_pair[1]));
+            m_document.merges.push_back({m_pair[0] + m_pair[1], m_pair[0].size()});
             m_table = Table::merges;
             break;
         default:
@@ -127,11 +128,12 @@ private:
         return true;
     }
 
-    bool merge(const std::string& it) {
+    bool merge(std::string& it) {
         const std::size_t gap = it.find(' ');
         if (gap == std::string::npos || it.find(' ', gap + 1) != std::string::npos)
             failMerge();
-        m_document.merges.emplace_back(it.substr(0, gap), it.substr(gap + 1));
+        it.erase(gap, 1);
+        m_document.merges.push_back({std::move(it), gap});
         return true;
     }
 

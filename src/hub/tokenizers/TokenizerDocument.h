@@ -2,20 +2,29 @@
 
 #include "hub/tokenizers/Vocabulary.h"
 
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace fenlo::hub {
+
+/// Two pieces that are put together.
+struct MergeText {
+    std::string both;
+    std::size_t leftSize; // bytes
+
+    std::string_view left() const { return std::string_view(both).substr(0, leftSize); }
+    std::string_view right() const { return std::string_view(both).substr(leftSize); }
+};
 
 /// A tokenizer file as it is read. Nearly all of it is the vocabulary and the merges, which go straight into their
 /// tables: as a tree of JSON values they would take four times as long.
 struct TokenizerDocument {
     nlohmann::json settings; // all but model.vocab and model.merges
     Vocabulary vocabulary;
-    std::vector<std::pair<std::string, std::string>> merges; // the best first
+    std::vector<MergeText> merges; // the best first
 };
 
 /// Errors: TokenizerError for what is not JSON, nested deeper than 64, or has a key twice, and for pieces, ids and

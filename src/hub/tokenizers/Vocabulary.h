@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,6 +12,8 @@ namespace fenlo::hub {
 /// Pieces and their ids, both ways.
 class Vocabulary {
 public:
+    Vocabulary() { m_ids.reserve(typicalSize); }
+
     /// Ids go up to here; the largest published vocabularies have some 260,000. It bounds the table by id.
     static constexpr int maximumId = (1 << 22) - 1;
 
@@ -24,6 +27,8 @@ public:
     int size() const { return static_cast<int>(m_pieces.size()); }
 
 private:
+    static constexpr std::size_t typicalSize = 60'000;
+
     struct Hash : std::hash<std::string_view> {
         using is_transparent = void;
     };
