@@ -18,19 +18,11 @@ using Description = dnnl::memory::desc;
 using Type = dnnl::memory::data_type;
 using Format = dnnl::memory::format_tag;
 
-constexpr int largestBlock =
-    128; // rows: their results stay in the second-level cache
-constexpr int smallestBlock = 8; // less is bound by reading the weights, which
-                                 // each further block does again
-
-/// As few blocks as are no larger than the limit and keep all threads at work
-/// to the end.
-int rowsPerBlock(int rows, int threads) {
-  const int rounds =
-      (rows + threads * largestBlock - 1) / (threads * largestBlock);
-  const int balanced = (rows + threads * rounds - 1) / (threads * rounds);
-  return std::min(rows, std::max(balanced, smallestBlock));
-}
+/// Rows of one task, whatever the number of threads: oneDNN adds up in another
+/// order for another number of rows, and results shall repeat. So few still run
+/// at full speed, their results stay in the second-level cache, and a window of
+/// 1500 positions keeps many threads at work to the end.
+constexpr int block = 24;
 
 /// What is done with the product's rows.
 struct Finish {
