@@ -26,6 +26,14 @@ bool sendAll(int socket, std::string_view bytes) {
     return true;
 }
 
+bool sendMore(int socket, const WireAnswer& answer, std::stop_token stop) {
+    std::string piece;
+    while (answer.more && !(piece = answer.more(stop)).empty())
+        if (!sendAll(socket, piece))
+            return false;
+    return true;
+}
+
 bool receiveMore(int socket, std::string& buffer) {
     char bytes[64 << 10];
     const ssize_t received = ::recv(socket, bytes, sizeof bytes, 0);
@@ -144,7 +152,7 @@ void LoopbackServer::serve(int socket, int number, std::stop_token stop) {
         request->connection = number;
         request->reused = std::exchange(reused, true);
         const WireAnswer answer = m_handler(*request, stop);
-        if (!sendAll(socket, answer.bytes))
+        if (!sendAll(socket, answer.bytes) || !sendMore(socket, answer, stop))
             break;
         m_open.with([](Open& open) { ++open.answers; });
         if (answer.closes)

@@ -30,6 +30,7 @@ struct WireRequest {
 struct WireAnswer {
     std::string bytes;
     bool closes = false;
+    std::function<std::string(std::stop_token)> more = {}; // gives further bytes until an empty piece; may wait
 };
 
 WireAnswer httpAnswer(int status, std::string_view contentType, std::string_view body);

@@ -3,11 +3,10 @@
 #include "base/Files.h"
 #include "base/Text.h"
 #include "support/LoopbackRecogniser.h"
+#include "support/StandInProgram.h"
 
 #include <CLI/CLI.hpp>
-#include <csignal>
-#include <iostream>
-#include <mutex>
+#include <memory>
 
 using fenlo::test::LoopbackRecogniser;
 
@@ -17,21 +16,6 @@ std::string describe(std::size_t number, const LoopbackRecogniser::Received& rec
     const std::size_t audio = received.field("file").value_or("").size();
     return "request " + std::to_string(number) + ": " + std::to_string(audio / 1024) + " KB of audio, model " +
            received.field("model").value_or("none") + ", connection reused=" + (received.wire.reused ? "yes" : "no");
-}
-
-/// Lines of several connections never mix, and each is seen at once.
-void print(const std::string& line) {
-    static std::mutex mutex;
-    const std::lock_guard lock(mutex);
-    std::cout << line << std::endl;
-}
-
-sigset_t endingSignals() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    return signals;
 }
 
 } // namespace
@@ -56,24 +40,13 @@ int main(int argc, char** argv) {
     if (!textFile.empty())
         behaviour.text = fenlo::text::trimWhitespaceAndNewlines(fenlo::files::read(textFile).value_or(""));
 
-    try {
-        // Blocked before any thread is made, so that the wait below is the only one to see them.
-        const sigset_t signals = endingSignals();
-        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-        const LoopbackRecogniser recogniser(behaviour, port,
-                                            [](std::size_t number, const LoopbackRecogniser::Received& received) {
-                                                print(describe(number, received));
-                                            });
-        print("stand-in recogniser on " + recogniser.server().url() +
-              ": it answers a fixed text and recognises nothing");
-        if (!portFile.empty() &&
-            !fenlo::files::writeAtomically(portFile, std::to_string(recogniser.server().port()) + "\n"))
-            throw std::runtime_error("cannot write " + portFile);
-        int received = 0;
-        sigwait(&signals, &received);
-        return 0;
-    } catch (const std::exception& error) {
-        std::cerr << "loopback-recogniser: " << error.what() << std::endl;
-        return 1;
-    }
+    return fenlo::test::runStandIn("loopback-recogniser", portFile, [&] {
+        auto recogniser = std::make_unique<LoopbackRecogniser>(
+            behaviour, port, [](std::size_t number, const LoopbackRecogniser::Received& received) {
+                fenlo::test::printLine(describe(number, received));
+            });
+        fenlo::test::printLine("stand-in recogniser on " + recogniser->server().url() +
+                               ": it answers a fixed text and recognises nothing");
+        return recogniser;
+    });
 }
