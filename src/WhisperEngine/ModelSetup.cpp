@@ -71,7 +71,7 @@ fs::path installModel(const WhisperEngineConfig& config, HttpClient& http, Clock
         if (config.downloadProgress)
             config.downloadProgress(step);
     };
-    return download(hub, repository, variant, base, progress, stop);
+    return download(hub, repository, variant, base, clock, progress, stop);
 }
 
 fs::path findTokenizer(const WhisperEngineConfig& config, const fs::path& modelFolder,

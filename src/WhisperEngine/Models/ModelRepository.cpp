@@ -2,9 +2,11 @@
 
 #include "WhisperEngine/Models/Checkpoint.h"
 #include "WhisperEngine/Models/LocalModels.h"
+#include "WhisperEngine/Models/ModelVariant.h"
+#include "WhisperEngine/Models/PublisherModels.h"
 #include "WhisperEngine/WhisperError.h"
 #include "base/Files.h"
-#include "base/Text.h"
+#include "hub/FolderLock.h"
 
 #include <algorithm>
 #include <optional>
@@ -17,41 +19,9 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* configName = "config.json";
-// The checkpoint of September 2024, and the name that its publisher gives it.
-constexpr const char* datedTurbo = "whisper-large-v3-v20240930";
-constexpr const char* publishedTurbo = "whisper-large-v3-turbo";
-// Checkpoints that the table of devices leaves out, and the publisher's name of one that it has.
-constexpr const char* furtherModels[] = {"openai_whisper-medium", "openai_whisper-medium.en",
-                                         "openai_whisper-large-v3-turbo"};
 
-struct VariantName {
-    std::string publisher;
-    std::string checkpoint; // as the publisher names it
-};
-
-VariantName parse(const std::string& variant) {
-    const auto parts = text::split(variant, '_');
-    if (!isModelName(variant) || parts.size() < 2 || parts[0].empty() || parts[1].empty())
-        throw WhisperError(WhisperError::Kind::modelsUnavailable,
-                           "\"" + variant + "\" is no name of a model; \"openai_whisper-small\" is one");
-    return {parts[0], parts[1] == datedTurbo ? publishedTurbo : parts[1]};
-}
-
-/// One name for each checkpoint, so that none is stored twice.
-std::string plainStockName(const std::string& variant) {
-    const VariantName name = parse(variant);
-    return name.publisher + "_" + (name.checkpoint == publishedTurbo ? datedTurbo : name.checkpoint);
-}
-
-/// Plain names in their order, then the others.
-std::vector<std::string> stockModels() {
-    std::set<std::string> all(std::begin(furtherModels), std::end(furtherModels));
-    const auto& known = ModelSupportConfig::fallback().knownModels;
-    all.insert(known.begin(), known.end());
-    std::vector<std::string> models(all.begin(), all.end());
-    std::stable_partition(models.begin(), models.end(),
-                          [](const std::string& model) { return std::count(model.begin(), model.end(), '_') == 1; });
-    return models;
+bool isGlob(const std::string& name) {
+    return name.find('*') != std::string::npos;
 }
 
 std::vector<std::string> matchingOf(const std::vector<std::string>& names, const std::string& glob) {
@@ -67,6 +37,13 @@ std::vector<std::string> completeModels(const fs::path& downloadBase) {
         if (model.complete)
             names.push_back(model.name);
     return names;
+}
+
+/// "small" is not "small.en" when there is nothing to compare it with.
+std::vector<std::string> ofSameSize(std::vector<std::string> models, const std::string& name) {
+    if (const auto wanted = variantOfName(name); wanted && !isGlob(name))
+        std::erase_if(models, [&](const std::string& model) { return variantOfName(model) != wanted; });
+    return models;
 }
 
 std::vector<std::string> pathsOf(const std::vector<hub::RepoFile>& repoFiles) {
@@ -92,9 +69,8 @@ WhisperError ofHub(const hub::HubError& error) {
 /// The first of the variants that a name means; with several, the main publisher's come before the others.
 std::optional<std::string> firstMatch(const std::vector<std::string>& variants, const std::string& name,
                                       const std::string& source, const Logging& log) {
-    const bool isGlob = name.find('*') != std::string::npos;
-    auto found = matchingOf(variants, isGlob ? name : "*" + name + "*");
-    if (!isGlob && found.size() > 1)
+    auto found = matchingOf(variants, isGlob(name) ? name : "*" + name + "*");
+    if (!isGlob(name) && found.size() > 1)
         if (auto narrowed = matchingOf(found, "*openai*" + name + "*"); !narrowed.empty())
             found = std::move(narrowed);
     if (found.size() > 1)
@@ -138,16 +114,11 @@ void moveIntoPlace(const fs::path& gathered, const fs::path& folder) {
 
 } // namespace
 
-std::string publisherRepository(const std::string& variant) {
-    const VariantName name = parse(variant);
-    return name.publisher + "/" + name.checkpoint;
-}
-
 std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRepository& repository,
                                               const std::vector<std::string>& matching, std::stop_token stop) {
     std::vector<std::string> names;
     if (repository.isStock()) {
-        names = stockModels();
+        names = publisherModels();
     } else {
         try {
             std::set<std::string> folders; // in order, which a listing by paths is not: "small.en/" before "small/"
@@ -199,17 +170,18 @@ std::string chooseModel(hub::HubClient& hub, const ModelRepository& repository, 
             throw notFound("No models found matching \"" + name + "\" in " + source);
     } catch (const WhisperError& error) {
         if (error.kind != WhisperError::Kind::cancelled)
-            chosen = firstMatch(installed, name, downloadBase.string(), log);
+            chosen = firstMatch(ofSameSize(installed, name), name, downloadBase.string(), log);
         if (!chosen)
             throw;
+        log.info("Using the installed " + *chosen + ": " + error.what());
         return *chosen;
     }
-    return repository.isStock() ? plainStockName(*chosen) : *chosen;
+    return repository.isStock() ? plainVariant(*chosen) : *chosen;
 }
 
 fs::path download(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
-                  const fs::path& downloadBase, const std::function<void(hub::DownloadProgress)>& progress,
-                  std::stop_token stop) {
+                  const fs::path& downloadBase, Clock& clock,
+                  const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop) {
     if (!isModelName(variant))
         throw notFound("\"" + variant + "\" is no name of a model");
     const fs::path folder = downloadBase / variant;
@@ -218,19 +190,23 @@ fs::path download(hub::HubClient& hub, const ModelRepository& repository, const 
     const std::string source = repository.isStock() ? publisherRepository(variant) : repository.name;
     const std::string below = repository.isStock() ? "" : variant + "/";
     const fs::path stage = partialDownload(downloadBase, variant);
-    const fs::path gathering = repository.isStock() ? stage : stage / variant;
+    const fs::path snapshot = stage / "files";
+    const fs::path gathering = repository.isStock() ? snapshot : snapshot / variant;
+    std::error_code ignored;
+    fs::create_directories(stage, ignored);
     try {
+        const hub::FolderLock lock(stage, clock, stop);
+        if (!missingCheckpointFile(folder))
+            return folder; // by another process, meanwhile
         const auto needed = checkpointFiles(pathsOf(hub.listFiles(source, {below + "*"}, stop)), below, source);
         takeBack(folder, gathering);
-        hub.snapshot(source, needed, stage, progress, stop);
+        hub.snapshot(source, needed, snapshot, progress, stop);
+        moveIntoPlace(gathering, folder);
+        fs::remove_all(stage, ignored);
+        return folder;
     } catch (const hub::HubError& error) {
         throw ofHub(error);
     }
-    moveIntoPlace(gathering, folder);
-    std::error_code ignored;
-    fs::remove_all(stage, ignored);
-    fs::remove(stage.parent_path(), ignored);
-    return folder;
 }
 
 } // namespace fenlo::whisper

@@ -14,6 +14,10 @@
 ///
 /// Threads: any; what takes a HubClient blocks.
 /// Errors:  WhisperError of the kind modelsUnavailable, or cancelled after a stop request.
+namespace fenlo {
+class Clock;
+}
+
 namespace fenlo::whisper {
 
 /// Where models come from: one repository on the hub that has each variant as a folder, or without a name the
@@ -24,11 +28,6 @@ struct ModelRepository {
     bool isStock() const { return name.empty(); }
     std::string description() const { return isStock() ? "the publishers' repositories" : name; }
 };
-
-/// The publisher's repository that a variant's checkpoint comes from: "openai_whisper-small.en" from
-/// "openai/whisper-small.en". Further parts of the name ("_turbo", "_626MB") tell how a checkpoint was packed for other
-/// runtimes; as the weights are packed here, they make no difference.
-std::string publisherRepository(const std::string& variant);
 
 /// The variants there are, the plainest names first. `matching` are globs; without any, all of them.
 std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRepository& repository,
@@ -42,15 +41,15 @@ ModelSupportConfig fetchModelSupportConfig(hub::HubClient& hub, const ModelRepos
 
 /// The variant that a requested name means: a glob where it has a `*`, else a part of a variant's name ("small" is
 /// "openai_whisper-small"). A model that is whole on the disk is chosen without the network when its name says so, and
-/// by any match when the hub cannot be reached.
+/// one of the same size when the hub cannot be reached.
 std::string chooseModel(hub::HubClient& hub, const ModelRepository& repository, const std::string& name,
                         const std::filesystem::path& downloadBase, const Logging& log, std::stop_token stop);
 
 /// Brings a variant into `downloadBase`/`variant` and gives that folder. Its files gather out of sight and it appears
-/// whole. A folder that is whole already is given as it is, without the network. The progress callback comes on any
-/// thread, one call at a time.
+/// whole. A folder that is whole already is given as it is, without the network. A second process that wants the same
+/// variant waits for the first. The progress callback, which may be empty, comes on the calling thread.
 std::filesystem::path download(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
-                               const std::filesystem::path& downloadBase,
+                               const std::filesystem::path& downloadBase, Clock& clock,
                                const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop);
 
 } // namespace fenlo::whisper

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "base/Files.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace fenlo::test {
+
+inline void writeFile(const std::filesystem::path& file, const std::string& content) {
+    std::filesystem::create_directories(file.parent_path());
+    ASSERT_TRUE(files::writeAtomically(file, content));
+}
+
+/// A folder with models for one test.
+class ModelFixture : public testing::Test {
+protected:
+    ~ModelFixture() override { std::filesystem::remove_all(base); }
+
+    void install(const std::string& name) const {
+        for (const char* file : {"config.json", "tokenizer.json", "model.safetensors"})
+            writeFile(base / name / file, "{}");
+    }
+
+    const std::filesystem::path base = files::temporaryFile("models-", "");
+};
+
+} // namespace fenlo::test
