@@ -21,218 +21,164 @@ constexpr int heads = 12;
 constexpr int vocabulary = 51865;
 
 std::vector<float> randomFloats(std::size_t count) {
-  std::mt19937 generator(1);
-  std::normal_distribution<float> draw(0.0F, 1.0F);
-  std::vector<float> values(count);
-  for (float &value : values)
-    value = draw(generator);
-  return values;
+    std::mt19937 generator(1);
+    std::normal_distribution<float> draw(0.0F, 1.0F);
+    std::vector<float> values(count);
+    for (float& value : values)
+        value = draw(generator);
+    return values;
 }
 
 struct Bytes {
-  std::vector<std::int8_t> values;
-  std::vector<float> scales;
+    std::vector<std::int8_t> values;
+    std::vector<float> scales;
 };
 
 Bytes randomBytes(int rows, int columns) {
-  Bytes bytes{
-      std::vector<std::int8_t>(static_cast<std::size_t>(rows) * columns),
-      std::vector<float>(rows, 0.01F)};
-  std::mt19937 generator(1);
-  for (std::int8_t &value : bytes.values)
-    value = static_cast<std::int8_t>(generator() % 255 - 127);
-  return bytes;
+    Bytes bytes{std::vector<std::int8_t>(static_cast<std::size_t>(rows) * columns), std::vector<float>(rows, 0.01F)};
+    std::mt19937 generator(1);
+    for (std::int8_t& value : bytes.values)
+        value = static_cast<std::int8_t>(generator() % 255 - 127);
+    return bytes;
 }
 
-void perSecond(benchmark::State &state, const char *unit, double each) {
-  state.counters[unit] =
-      benchmark::Counter(each * 1e-9 * static_cast<double>(state.iterations()),
-                         benchmark::Counter::kIsRate);
+void perSecond(benchmark::State& state, const char* unit, double each) {
+    state.counters[unit] =
+        benchmark::Counter(each * 1e-9 * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 
-void multiply(benchmark::State &state, const MatMul &layer,
-              Activation activation, int rows) {
-  ThreadPool pool(static_cast<int>(state.range(0)));
-  const auto src =
-      randomFloats(static_cast<std::size_t>(rows) * layer.inputs());
-  std::vector<float> dst(static_cast<std::size_t>(rows) * layer.outputs());
-  for (auto _ : state)
-    layer.run(src.data(), dst.data(), rows, activation, false, pool);
-  perSecond(state, "GFLOP/s", 2.0 * rows * layer.inputs() * layer.outputs());
+void multiply(benchmark::State& state, const MatMul& layer, Activation activation, int rows) {
+    ThreadPool pool(static_cast<int>(state.range(0)));
+    const auto src = randomFloats(static_cast<std::size_t>(rows) * layer.inputs());
+    std::vector<float> dst(static_cast<std::size_t>(rows) * layer.outputs());
+    for (auto _ : state)
+        layer.run(src.data(), dst.data(), rows, activation, false, pool);
+    perSecond(state, "GFLOP/s", 2.0 * rows * layer.inputs() * layer.outputs());
 }
 
-void matMulFloat32(benchmark::State &state, int outputs, int inputs,
-                   Activation activation, int rows = positions) {
-  const auto weights = randomFloats(static_cast<std::size_t>(outputs) * inputs);
-  const auto bias = randomFloats(outputs);
-  multiply(state, MatMul::float32(weights.data(), bias.data(), outputs, inputs),
-           activation, rows);
+void matMulFloat32(benchmark::State& state, int outputs, int inputs, Activation activation, int rows = positions) {
+    const auto weights = randomFloats(static_cast<std::size_t>(outputs) * inputs);
+    const auto bias = randomFloats(outputs);
+    multiply(state, MatMul::float32(weights.data(), bias.data(), outputs, inputs), activation, rows);
 }
 
-void matMulInt8(benchmark::State &state, int outputs, int inputs,
-                Activation activation, int rows = positions) {
-  const Bytes weights = randomBytes(outputs, inputs);
-  const auto bias = randomFloats(outputs);
-  multiply(state,
-           MatMul::int8(weights.values.data(), weights.scales.data(),
-                        bias.data(), outputs, inputs),
-           activation, rows);
+void matMulInt8(benchmark::State& state, int outputs, int inputs, Activation activation, int rows = positions) {
+    const Bytes weights = randomBytes(outputs, inputs);
+    const auto bias = randomFloats(outputs);
+    multiply(state, MatMul::int8(weights.values.data(), weights.scales.data(), bias.data(), outputs, inputs),
+             activation, rows);
 }
 
-void attend(benchmark::State &state) {
-  ThreadPool pool(static_cast<int>(state.range(0)));
-  const auto q = randomFloats(positions * width);
-  std::vector<float> dst(q.size());
-  for (auto _ : state)
-    attendAll(q.data(), q.data(), q.data(), dst.data(), positions, heads,
-              width / heads, pool);
-  perSecond(state, "GFLOP/s", 4.0 * positions * positions * width);
+void attend(benchmark::State& state) {
+    ThreadPool pool(static_cast<int>(state.range(0)));
+    const auto q = randomFloats(positions * width);
+    std::vector<float> dst(q.size());
+    for (auto _ : state)
+        attendAll(q.data(), q.data(), q.data(), dst.data(), positions, heads, width / heads, pool);
+    perSecond(state, "GFLOP/s", 4.0 * positions * positions * width);
 }
 
 /// A matrix's rows in slices over the pool, as the decoder takes them.
 template <class Slice>
-void sliced(benchmark::State &state, int rows, double bytes,
-            const Slice &slice) {
-  ThreadPool pool(static_cast<int>(state.range(0)));
-  const int each = std::min(512, rows / pool.size());
-  for (auto _ : state)
-    pool.run((rows + each - 1) / each, [&](int task) {
-      slice(task * each, std::min((task + 1) * each, rows));
+void sliced(benchmark::State& state, int rows, double bytes, const Slice& slice) {
+    ThreadPool pool(static_cast<int>(state.range(0)));
+    const int each = std::min(512, rows / pool.size());
+    for (auto _ : state)
+        pool.run((rows + each - 1) / each, [&](int task) { slice(task * each, std::min((task + 1) * each, rows)); });
+    perSecond(state, "GB/s", bytes);
+}
+
+void matVecFloat32(benchmark::State& state, int rows) {
+    const auto weights = randomFloats(static_cast<std::size_t>(rows) * width);
+    const auto x = randomFloats(width);
+    std::vector<float> dst(rows);
+    sliced(state, rows, 4.0 * rows * width, [&](int first, int last) {
+        kernels::matVec(weights.data(), nullptr, x.data(), dst.data(), first, last, width);
     });
-  perSecond(state, "GB/s", bytes);
 }
 
-void matVecFloat32(benchmark::State &state, int rows) {
-  const auto weights = randomFloats(static_cast<std::size_t>(rows) * width);
-  const auto x = randomFloats(width);
-  std::vector<float> dst(rows);
-  sliced(state, rows, 4.0 * rows * width, [&](int first, int last) {
-    kernels::matVec(weights.data(), nullptr, x.data(), dst.data(), first, last,
-                    width);
-  });
-}
-
-void matVecInt8(benchmark::State &state, int rows) {
-  const Bytes weights = randomBytes(rows, width);
-  const Bytes x = randomBytes(1, width);
-  std::vector<float> dst(rows);
-  sliced(state, rows, 1.0 * rows * width, [&](int first, int last) {
-    kernels::matVecInt8(weights.values.data(), weights.scales.data(), nullptr,
-                        x.values.data(), 0.01F, dst.data(), first, last, width);
-  });
+void matVecInt8(benchmark::State& state, int rows) {
+    const Bytes weights = randomBytes(rows, width);
+    const Bytes x = randomBytes(1, width);
+    std::vector<float> dst(rows);
+    sliced(state, rows, 1.0 * rows * width, [&](int first, int last) {
+        kernels::matVecInt8(weights.values.data(), weights.scales.data(), nullptr, x.values.data(), 0.01F, dst.data(),
+                            first, last, width);
+    });
 }
 
 /// One token's attention of one layer to the window; the argument is the
 /// distance of two positions.
-void attendOne(benchmark::State &state) {
-  const auto stride = static_cast<std::size_t>(state.range(0));
-  const std::size_t nextHead =
-      stride == width ? width / heads : positions * stride;
-  const auto keys = randomFloats(static_cast<std::size_t>(positions) * width);
-  const auto values = keys;
-  std::vector<float> scores(positions);
-  std::vector<float> dst(width);
-  for (auto _ : state)
-    for (int head = 0; head < heads; ++head)
-      kernels::attendOne(keys.data(), keys.data() + head * nextHead,
-                         values.data() + head * nextHead, stride, nullptr,
-                         scores.data(), dst.data(), positions, width / heads);
-  perSecond(state, "GB/s", 8.0 * positions * width);
+void attendOne(benchmark::State& state) {
+    const auto stride = static_cast<std::size_t>(state.range(0));
+    const std::size_t nextHead = stride == width ? width / heads : positions * stride;
+    const auto keys = randomFloats(static_cast<std::size_t>(positions) * width);
+    const auto values = keys;
+    std::vector<float> scores(positions);
+    std::vector<float> dst(width);
+    for (auto _ : state)
+        for (int head = 0; head < heads; ++head)
+            kernels::attendOne(keys.data(), keys.data() + head * nextHead, values.data() + head * nextHead, stride,
+                               nullptr, scores.data(), dst.data(), positions, width / heads);
+    perSecond(state, "GB/s", 8.0 * positions * width);
 }
 
 template <class Kernel>
-void rowKernel(benchmark::State &state, const Kernel &kernel) {
-  const int count = static_cast<int>(state.range(0));
-  const auto values = randomFloats(count);
-  auto row = values;
-  for (auto _ : state) {
-    kernel(values, row, count);
-    benchmark::ClobberMemory();
-  }
-  perSecond(state, "Gvalues/s", count);
+void rowKernel(benchmark::State& state, const Kernel& kernel) {
+    const int count = static_cast<int>(state.range(0));
+    const auto values = randomFloats(count);
+    auto row = values;
+    for (auto _ : state) {
+        kernel(values, row, count);
+        benchmark::ClobberMemory();
+    }
+    perSecond(state, "Gvalues/s", count);
 }
 
-void softmax(benchmark::State &state) {
-  rowKernel(state, [](const auto &, auto &row, int count) {
-    kernels::softmax(row.data(), count);
-  });
+void softmax(benchmark::State& state) {
+    rowKernel(state, [](const auto&, auto& row, int count) { kernels::softmax(row.data(), count); });
 }
-void gelu(benchmark::State &state) {
-  rowKernel(state, [](const auto &values, auto &row, int count) {
-    std::copy(values.begin(), values.end(), row.begin());
-    kernels::gelu(row.data(), count);
-  });
+void gelu(benchmark::State& state) {
+    rowKernel(state, [](const auto& values, auto& row, int count) {
+        std::copy(values.begin(), values.end(), row.begin());
+        kernels::gelu(row.data(), count);
+    });
 }
-void layerNorm(benchmark::State &state) {
-  rowKernel(state, [](const auto &values, auto &row, int count) {
-    kernels::layerNorm(values.data(), values.data(), values.data(), row.data(),
-                       count);
-  });
+void layerNorm(benchmark::State& state) {
+    rowKernel(state, [](const auto& values, auto& row, int count) {
+        kernels::layerNorm(values.data(), values.data(), values.data(), row.data(), count);
+    });
 }
-void logSumExp(benchmark::State &state) {
-  rowKernel(state, [](const auto &values, auto &, int count) {
-    benchmark::DoNotOptimize(kernels::logSumExp(values.data(), count));
-  });
+void logSumExp(benchmark::State& state) {
+    rowKernel(state, [](const auto& values, auto&, int count) {
+        benchmark::DoNotOptimize(kernels::logSumExp(values.data(), count));
+    });
 }
-void quantize(benchmark::State &state) {
-  std::vector<std::int8_t> bytes(state.range(0));
-  rowKernel(state, [&bytes](const auto &values, auto &, int count) {
-    benchmark::DoNotOptimize(
-        kernels::quantize(values.data(), bytes.data(), count));
-  });
+void quantize(benchmark::State& state) {
+    std::vector<std::int8_t> bytes(state.range(0));
+    rowKernel(state, [&bytes](const auto& values, auto&, int count) {
+        benchmark::DoNotOptimize(kernels::quantize(values.data(), bytes.data(), count));
+    });
 }
 
-void poolRoundTrip(benchmark::State &state) {
-  ThreadPool pool(static_cast<int>(state.range(0)));
-  for (auto _ : state)
-    pool.run(pool.size(), [](int) {});
+void poolRoundTrip(benchmark::State& state) {
+    ThreadPool pool(static_cast<int>(state.range(0)));
+    for (auto _ : state)
+        pool.run(pool.size(), [](int) {});
 }
 
-BENCHMARK_CAPTURE(matMulFloat32, 1500x768x768, width, width, Activation::none)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(matMulFloat32, 1500x3072x768_gelu, 4 * width, width,
-                  Activation::gelu)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(matMulFloat32, 1500x768x3072, width, 4 * width,
-                  Activation::none)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(matMulFloat32, 4x768x768, width, width, Activation::none, 4)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(matMulInt8, 1500x768x768, width, width, Activation::none)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(matMulInt8, 1500x3072x768_gelu, 4 * width, width,
-                  Activation::gelu)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(matMulInt8, 1500x768x3072, width, 4 * width, Activation::none)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime();
-BENCHMARK_CAPTURE(matMulInt8, 4x768x768, width, width, Activation::none, 4)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime();
+BENCHMARK_CAPTURE(matMulFloat32, 1500x768x768, width, width, Activation::none)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matMulFloat32, 1500x3072x768_gelu, 4 * width, width, Activation::gelu)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matMulFloat32, 1500x768x3072, width, 4 * width, Activation::none)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matMulFloat32, 4x768x768, width, width, Activation::none, 4)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matMulInt8, 1500x768x768, width, width, Activation::none)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matMulInt8, 1500x3072x768_gelu, 4 * width, width, Activation::gelu)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matMulInt8, 1500x768x3072, width, 4 * width, Activation::none)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matMulInt8, 4x768x768, width, width, Activation::none, 4)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK(attend)->Arg(1)->Arg(2)->UseRealTime();
-BENCHMARK_CAPTURE(matVecFloat32, 51865x768, vocabulary)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime();
+BENCHMARK_CAPTURE(matVecFloat32, 51865x768, vocabulary)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matVecFloat32, 256x768, 256)->Arg(1)->Arg(2)->UseRealTime();
-BENCHMARK_CAPTURE(matVecInt8, 51865x768, vocabulary)
-    ->Arg(1)
-    ->Arg(2)
-    ->UseRealTime();
+BENCHMARK_CAPTURE(matVecInt8, 51865x768, vocabulary)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matVecInt8, 768x768, width)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK(attendOne)->Arg(width)->Arg(width / heads);
 BENCHMARK(softmax)->Arg(1500);

@@ -21,137 +21,119 @@ using Floats = hn::Vec<decltype(floats)>;
 /// Row after row, each from end to end: a matrix comes from main memory, which
 /// delivers one stream twice as fast as four that are walked side by side. Four
 /// sums hide the latency of the multiplication.
-float dot(const float *row, const float *x, std::size_t count) {
-  const std::size_t lanes = hn::Lanes(floats);
-  Floats sum0 = hn::Zero(floats);
-  Floats sum1 = sum0;
-  Floats sum2 = sum0;
-  Floats sum3 = sum0;
-  std::size_t j = 0;
-  for (; j + 4 * lanes <= count; j += 4 * lanes) {
-    sum0 =
-        hn::MulAdd(hn::LoadU(floats, row + j), hn::LoadU(floats, x + j), sum0);
-    sum1 = hn::MulAdd(hn::LoadU(floats, row + j + lanes),
-                      hn::LoadU(floats, x + j + lanes), sum1);
-    sum2 = hn::MulAdd(hn::LoadU(floats, row + j + 2 * lanes),
-                      hn::LoadU(floats, x + j + 2 * lanes), sum2);
-    sum3 = hn::MulAdd(hn::LoadU(floats, row + j + 3 * lanes),
-                      hn::LoadU(floats, x + j + 3 * lanes), sum3);
-  }
-  for (; j + lanes <= count; j += lanes)
-    sum0 =
-        hn::MulAdd(hn::LoadU(floats, row + j), hn::LoadU(floats, x + j), sum0);
-  float sum = hn::GetLane(hn::SumOfLanes(
-      floats, hn::Add(hn::Add(sum0, sum1), hn::Add(sum2, sum3))));
-  for (; j < count; ++j)
-    sum += row[j] * x[j];
-  return sum;
+float dot(const float* row, const float* x, std::size_t count) {
+    const std::size_t lanes = hn::Lanes(floats);
+    Floats sum0 = hn::Zero(floats);
+    Floats sum1 = sum0;
+    Floats sum2 = sum0;
+    Floats sum3 = sum0;
+    std::size_t j = 0;
+    for (; j + 4 * lanes <= count; j += 4 * lanes) {
+        sum0 = hn::MulAdd(hn::LoadU(floats, row + j), hn::LoadU(floats, x + j), sum0);
+        sum1 = hn::MulAdd(hn::LoadU(floats, row + j + lanes), hn::LoadU(floats, x + j + lanes), sum1);
+        sum2 = hn::MulAdd(hn::LoadU(floats, row + j + 2 * lanes), hn::LoadU(floats, x + j + 2 * lanes), sum2);
+        sum3 = hn::MulAdd(hn::LoadU(floats, row + j + 3 * lanes), hn::LoadU(floats, x + j + 3 * lanes), sum3);
+    }
+    for (; j + lanes <= count; j += lanes)
+        sum0 = hn::MulAdd(hn::LoadU(floats, row + j), hn::LoadU(floats, x + j), sum0);
+    float sum = hn::GetLane(hn::SumOfLanes(floats, hn::Add(hn::Add(sum0, sum1), hn::Add(sum2, sum3))));
+    for (; j < count; ++j)
+        sum += row[j] * x[j];
+    return sum;
 }
 
 /// sums[i] = row i . x + offsets[i]
-void dotRows(const float *rows, std::size_t stride, const float *offsets,
-             const float *x, std::size_t count, float *sums,
-             std::size_t rowCount) {
-  for (std::size_t i = 0; i < rowCount; ++i)
-    sums[i] = dot(rows + i * stride, x, count) + (offsets ? offsets[i] : 0.0F);
+void dotRows(const float* rows, std::size_t stride, const float* offsets, const float* x, std::size_t count,
+             float* sums, std::size_t rowCount) {
+    for (std::size_t i = 0; i < rowCount; ++i)
+        sums[i] = dot(rows + i * stride, x, count) + (offsets ? offsets[i] : 0.0F);
 }
 
 const hn::ScalableTag<std::int16_t> shorts;
-const hn::Rebind<std::int8_t, decltype(shorts)>
-    bytes; // as many, so half a vector
+const hn::Rebind<std::int8_t, decltype(shorts)> bytes; // as many, so half a vector
 const hn::RepartitionToWide<decltype(shorts)> ints;
 using Ints = hn::Vec<decltype(ints)>;
 
-HWY_INLINE hn::Vec<decltype(shorts)> widened(const std::int8_t *from) {
-  return hn::PromoteTo(shorts, hn::LoadU(bytes, from));
+HWY_INLINE hn::Vec<decltype(shorts)> widened(const std::int8_t* from) {
+    return hn::PromoteTo(shorts, hn::LoadU(bytes, from));
 }
 
 /// Products of bytes as 16-bit pairs, added up in 32 bits: nothing saturates,
 /// so each order of adding gives the same sum.
-std::int32_t dotBytes(const std::int8_t *row, const std::int8_t *x,
-                      std::size_t count) {
-  const std::size_t lanes = hn::Lanes(shorts);
-  Ints sum0 = hn::Zero(ints);
-  Ints sum1 = sum0;
-  Ints odd0 = sum0; // Highway adds the odd products here where the processor
-                    // has no sum of pairs
-  Ints odd1 = sum0;
-  std::size_t j = 0;
-  for (; j + 2 * lanes <= count; j += 2 * lanes) {
-    sum0 = hn::ReorderWidenMulAccumulate(ints, widened(row + j), widened(x + j),
-                                         sum0, odd0);
-    sum1 = hn::ReorderWidenMulAccumulate(ints, widened(row + j + lanes),
-                                         widened(x + j + lanes), sum1, odd1);
-  }
-  for (; j + lanes <= count; j += lanes)
-    sum0 = hn::ReorderWidenMulAccumulate(ints, widened(row + j), widened(x + j),
-                                         sum0, odd0);
-  std::int32_t sum = hn::GetLane(
-      hn::SumOfLanes(ints, hn::Add(hn::Add(sum0, sum1), hn::Add(odd0, odd1))));
-  for (; j < count; ++j)
-    sum += row[j] * x[j];
-  return sum;
+std::int32_t dotBytes(const std::int8_t* row, const std::int8_t* x, std::size_t count) {
+    const std::size_t lanes = hn::Lanes(shorts);
+    Ints sum0 = hn::Zero(ints);
+    Ints sum1 = sum0;
+    Ints odd0 = sum0; // Highway adds the odd products here where the processor
+                      // has no sum of pairs
+    Ints odd1 = sum0;
+    std::size_t j = 0;
+    for (; j + 2 * lanes <= count; j += 2 * lanes) {
+        sum0 = hn::ReorderWidenMulAccumulate(ints, widened(row + j), widened(x + j), sum0, odd0);
+        sum1 = hn::ReorderWidenMulAccumulate(ints, widened(row + j + lanes), widened(x + j + lanes), sum1, odd1);
+    }
+    for (; j + lanes <= count; j += lanes)
+        sum0 = hn::ReorderWidenMulAccumulate(ints, widened(row + j), widened(x + j), sum0, odd0);
+    std::int32_t sum = hn::GetLane(hn::SumOfLanes(ints, hn::Add(hn::Add(sum0, sum1), hn::Add(odd0, odd1))));
+    for (; j < count; ++j)
+        sum += row[j] * x[j];
+    return sum;
 }
 
-void matVecBytes(const std::int8_t *weights, const float *rowScales,
-                 const float *bias, const std::int8_t *x, float xScale,
-                 float *dst, int firstRow, int lastRow, std::size_t columns) {
-  for (int row = firstRow; row < lastRow; ++row)
-    dst[row] =
-        static_cast<float>(dotBytes(weights + row * columns, x, columns)) *
-            (rowScales[row] * xScale) +
-        (bias ? bias[row] : 0.0F);
+void matVecBytes(const std::int8_t* weights, const float* rowScales, const float* bias, const std::int8_t* x,
+                 float xScale, float* dst, int firstRow, int lastRow, std::size_t columns) {
+    for (int row = firstRow; row < lastRow; ++row)
+        dst[row] = static_cast<float>(dotBytes(weights + row * columns, x, columns)) * (rowScales[row] * xScale) +
+                   (bias ? bias[row] : 0.0F);
 }
 
 /// dst = the rows' sum, each times its factor. Four vectors of columns at a
 /// time, and even and odd rows apart: eight sums in flight.
-void mixRows(const float *rows, std::size_t stride, const float *factors,
-             float *dst, std::size_t rowCount, std::size_t width) {
-  const std::size_t lanes = hn::Lanes(floats);
-  std::size_t i = 0;
-  for (; i + 4 * lanes <= width; i += 4 * lanes) {
-    Floats even0 = hn::Zero(floats);
-    Floats even1 = even0;
-    Floats even2 = even0;
-    Floats even3 = even0;
-    Floats odd0 = even0;
-    Floats odd1 = even0;
-    Floats odd2 = even0;
-    Floats odd3 = even0;
-    const float *at = rows + i;
-    std::size_t p = 0;
-    for (; p + 2 <= rowCount; p += 2, at += 2 * stride) {
-      const Floats factor0 = hn::Set(floats, factors[p]);
-      const Floats factor1 = hn::Set(floats, factors[p + 1]);
-      even0 = hn::MulAdd(hn::LoadU(floats, at), factor0, even0);
-      even1 = hn::MulAdd(hn::LoadU(floats, at + lanes), factor0, even1);
-      even2 = hn::MulAdd(hn::LoadU(floats, at + 2 * lanes), factor0, even2);
-      even3 = hn::MulAdd(hn::LoadU(floats, at + 3 * lanes), factor0, even3);
-      odd0 = hn::MulAdd(hn::LoadU(floats, at + stride), factor1, odd0);
-      odd1 = hn::MulAdd(hn::LoadU(floats, at + stride + lanes), factor1, odd1);
-      odd2 =
-          hn::MulAdd(hn::LoadU(floats, at + stride + 2 * lanes), factor1, odd2);
-      odd3 =
-          hn::MulAdd(hn::LoadU(floats, at + stride + 3 * lanes), factor1, odd3);
+void mixRows(const float* rows, std::size_t stride, const float* factors, float* dst, std::size_t rowCount,
+             std::size_t width) {
+    const std::size_t lanes = hn::Lanes(floats);
+    std::size_t i = 0;
+    for (; i + 4 * lanes <= width; i += 4 * lanes) {
+        Floats even0 = hn::Zero(floats);
+        Floats even1 = even0;
+        Floats even2 = even0;
+        Floats even3 = even0;
+        Floats odd0 = even0;
+        Floats odd1 = even0;
+        Floats odd2 = even0;
+        Floats odd3 = even0;
+        const float* at = rows + i;
+        std::size_t p = 0;
+        for (; p + 2 <= rowCount; p += 2, at += 2 * stride) {
+            const Floats factor0 = hn::Set(floats, factors[p]);
+            const Floats factor1 = hn::Set(floats, factors[p + 1]);
+            even0 = hn::MulAdd(hn::LoadU(floats, at), factor0, even0);
+            even1 = hn::MulAdd(hn::LoadU(floats, at + lanes), factor0, even1);
+            even2 = hn::MulAdd(hn::LoadU(floats, at + 2 * lanes), factor0, even2);
+            even3 = hn::MulAdd(hn::LoadU(floats, at + 3 * lanes), factor0, even3);
+            odd0 = hn::MulAdd(hn::LoadU(floats, at + stride), factor1, odd0);
+            odd1 = hn::MulAdd(hn::LoadU(floats, at + stride + lanes), factor1, odd1);
+            odd2 = hn::MulAdd(hn::LoadU(floats, at + stride + 2 * lanes), factor1, odd2);
+            odd3 = hn::MulAdd(hn::LoadU(floats, at + stride + 3 * lanes), factor1, odd3);
+        }
+        if (p < rowCount) {
+            const Floats factor = hn::Set(floats, factors[p]);
+            even0 = hn::MulAdd(hn::LoadU(floats, at), factor, even0);
+            even1 = hn::MulAdd(hn::LoadU(floats, at + lanes), factor, even1);
+            even2 = hn::MulAdd(hn::LoadU(floats, at + 2 * lanes), factor, even2);
+            even3 = hn::MulAdd(hn::LoadU(floats, at + 3 * lanes), factor, even3);
+        }
+        hn::StoreU(hn::Add(even0, odd0), floats, dst + i);
+        hn::StoreU(hn::Add(even1, odd1), floats, dst + i + lanes);
+        hn::StoreU(hn::Add(even2, odd2), floats, dst + i + 2 * lanes);
+        hn::StoreU(hn::Add(even3, odd3), floats, dst + i + 3 * lanes);
     }
-    if (p < rowCount) {
-      const Floats factor = hn::Set(floats, factors[p]);
-      even0 = hn::MulAdd(hn::LoadU(floats, at), factor, even0);
-      even1 = hn::MulAdd(hn::LoadU(floats, at + lanes), factor, even1);
-      even2 = hn::MulAdd(hn::LoadU(floats, at + 2 * lanes), factor, even2);
-      even3 = hn::MulAdd(hn::LoadU(floats, at + 3 * lanes), factor, even3);
+    for (; i < width; ++i) {
+        float sum = 0.0F;
+        for (std::size_t p = 0; p < rowCount; ++p)
+            sum += factors[p] * rows[p * stride + i];
+        dst[i] = sum;
     }
-    hn::StoreU(hn::Add(even0, odd0), floats, dst + i);
-    hn::StoreU(hn::Add(even1, odd1), floats, dst + i + lanes);
-    hn::StoreU(hn::Add(even2, odd2), floats, dst + i + 2 * lanes);
-    hn::StoreU(hn::Add(even3, odd3), floats, dst + i + 3 * lanes);
-  }
-  for (; i < width; ++i) {
-    float sum = 0.0F;
-    for (std::size_t p = 0; p < rowCount; ++p)
-      sum += factors[p] * rows[p * stride + i];
-    dst[i] = sum;
-  }
 }
 
 } // namespace
@@ -167,35 +149,30 @@ HWY_EXPORT(matVecBytes);
 HWY_EXPORT(mixRows);
 } // namespace
 
-void matVec(const float *weights, const float *bias, const float *x, float *dst,
-            int firstRow, int lastRow, int columns) {
-  allowedInstructionSet();
-  const auto stride = static_cast<std::size_t>(columns);
-  HWY_DYNAMIC_DISPATCH(dotRows)
-  (weights + firstRow * stride, stride, bias ? bias + firstRow : nullptr, x,
-   stride, dst + firstRow, static_cast<std::size_t>(lastRow - firstRow));
+void matVec(const float* weights, const float* bias, const float* x, float* dst, int firstRow, int lastRow,
+            int columns) {
+    allowedInstructionSet();
+    const auto stride = static_cast<std::size_t>(columns);
+    HWY_DYNAMIC_DISPATCH(dotRows)
+    (weights + firstRow * stride, stride, bias ? bias + firstRow : nullptr, x, stride, dst + firstRow,
+     static_cast<std::size_t>(lastRow - firstRow));
 }
 
-void matVecInt8(const std::int8_t *weights, const float *rowScales,
-                const float *bias, const std::int8_t *x, float xScale,
-                float *dst, int firstRow, int lastRow, int columns) {
-  allowedInstructionSet();
-  HWY_DYNAMIC_DISPATCH(matVecBytes)
-  (weights, rowScales, bias, x, xScale, dst, firstRow, lastRow,
-   static_cast<std::size_t>(columns));
+void matVecInt8(const std::int8_t* weights, const float* rowScales, const float* bias, const std::int8_t* x,
+                float xScale, float* dst, int firstRow, int lastRow, int columns) {
+    allowedInstructionSet();
+    HWY_DYNAMIC_DISPATCH(matVecBytes)
+    (weights, rowScales, bias, x, xScale, dst, firstRow, lastRow, static_cast<std::size_t>(columns));
 }
 
-void attendOne(const float *query, const float *keys, const float *values,
-               std::size_t stride, const float *mask, float *scores, float *dst,
-               int positions, int headWidth) {
-  allowedInstructionSet();
-  HWY_DYNAMIC_DISPATCH(dotRows)
-  (keys, stride, mask, query, static_cast<std::size_t>(headWidth), scores,
-   static_cast<std::size_t>(positions));
-  softmax(scores, positions);
-  HWY_DYNAMIC_DISPATCH(mixRows)
-  (values, stride, scores, dst, static_cast<std::size_t>(positions),
-   static_cast<std::size_t>(headWidth));
+void attendOne(const float* query, const float* keys, const float* values, std::size_t stride, const float* mask,
+               float* scores, float* dst, int positions, int headWidth) {
+    allowedInstructionSet();
+    HWY_DYNAMIC_DISPATCH(dotRows)
+    (keys, stride, mask, query, static_cast<std::size_t>(headWidth), scores, static_cast<std::size_t>(positions));
+    softmax(scores, positions);
+    HWY_DYNAMIC_DISPATCH(mixRows)
+    (values, stride, scores, dst, static_cast<std::size_t>(positions), static_cast<std::size_t>(headWidth));
 }
 
 } // namespace fenlo::whisper::kernels

@@ -18,35 +18,32 @@ enum class Activation { none, gelu };
 /// with a scratch of its own. Shapes:  weights [outputs, inputs], row-major.
 class MatMul {
 public:
-  /// 32-bit floats throughout.
-  static MatMul float32(const float *weights, const float *bias, int outputs,
-                        int inputs);
-  /// 8-bit weights with one scale a row; activations are quantised row by row.
-  /// On a processor without 8-bit dot products the weights are widened once,
-  /// and the product is one of 32-bit floats.
-  static MatMul int8(const std::int8_t *weights, const float *rowScales,
-                     const float *bias, int outputs, int inputs);
+    /// 32-bit floats throughout.
+    static MatMul float32(const float* weights, const float* bias, int outputs, int inputs);
+    /// 8-bit weights with one scale a row; activations are quantised row by row.
+    /// On a processor without 8-bit dot products the weights are widened once,
+    /// and the product is one of 32-bit floats.
+    static MatMul int8(const std::int8_t* weights, const float* rowScales, const float* bias, int outputs, int inputs);
 
-  MatMul(MatMul &&) noexcept;
-  MatMul &operator=(MatMul &&) noexcept;
-  ~MatMul();
+    MatMul(MatMul&&) noexcept;
+    MatMul& operator=(MatMul&&) noexcept;
+    ~MatMul();
 
-  int outputs() const;
-  int inputs() const;
+    int outputs() const;
+    int inputs() const;
 
-  void run(const float *src, float *dst, int rows, Activation activation,
-           bool accumulate, ThreadPool &pool) const;
+    void run(const float* src, float* dst, int rows, Activation activation, bool accumulate, ThreadPool& pool) const;
 
 private:
-  struct Implementation;
-  explicit MatMul(std::unique_ptr<Implementation> implementation);
-  std::unique_ptr<Implementation> m_implementation;
+    struct Implementation;
+    explicit MatMul(std::unique_ptr<Implementation> implementation);
+    std::unique_ptr<Implementation> m_implementation;
 };
 
 /// Attention of all positions of a window to each other, head by head: dst =
 /// softmax(q k^T) v, with q already scaled. q, k, v and dst are [positions,
 /// heads * headWidth].
-void attendAll(const float *q, const float *k, const float *v, float *dst,
-               int positions, int heads, int headWidth, ThreadPool &pool);
+void attendAll(const float* q, const float* k, const float* v, float* dst, int positions, int heads, int headWidth,
+               ThreadPool& pool);
 
 } // namespace fenlo::whisper

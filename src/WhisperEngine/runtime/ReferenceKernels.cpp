@@ -10,125 +10,116 @@
 
 namespace fenlo::whisper::kernels::reference {
 
-void matVec(const float *weights, const float *bias, const float *x, float *dst,
-            int firstRow, int lastRow, int columns) {
-  for (int row = firstRow; row < lastRow; ++row) {
-    const float *rowWeights = weights + static_cast<std::size_t>(row) * columns;
-    double sum = bias ? bias[row] : 0.0F;
-    for (int j = 0; j < columns; ++j)
-      sum += static_cast<double>(rowWeights[j]) * x[j];
-    dst[row] = static_cast<float>(sum);
-  }
+void matVec(const float* weights, const float* bias, const float* x, float* dst, int firstRow, int lastRow,
+            int columns) {
+    for (int row = firstRow; row < lastRow; ++row) {
+        const float* rowWeights = weights + static_cast<std::size_t>(row) * columns;
+        double sum = bias ? bias[row] : 0.0F;
+        for (int j = 0; j < columns; ++j)
+            sum += static_cast<double>(rowWeights[j]) * x[j];
+        dst[row] = static_cast<float>(sum);
+    }
 }
 
-void matVecInt8(const std::int8_t *weights, const float *rowScales,
-                const float *bias, const std::int8_t *x, float xScale,
-                float *dst, int firstRow, int lastRow, int columns) {
-  for (int row = firstRow; row < lastRow; ++row) {
-    const std::int8_t *rowWeights =
-        weights + static_cast<std::size_t>(row) * columns;
-    std::int32_t sum = 0;
-    for (int j = 0; j < columns; ++j)
-      sum += rowWeights[j] * x[j];
-    dst[row] = static_cast<float>(sum) * (rowScales[row] * xScale) +
-               (bias ? bias[row] : 0.0F);
-  }
+void matVecInt8(const std::int8_t* weights, const float* rowScales, const float* bias, const std::int8_t* x,
+                float xScale, float* dst, int firstRow, int lastRow, int columns) {
+    for (int row = firstRow; row < lastRow; ++row) {
+        const std::int8_t* rowWeights = weights + static_cast<std::size_t>(row) * columns;
+        std::int32_t sum = 0;
+        for (int j = 0; j < columns; ++j)
+            sum += rowWeights[j] * x[j];
+        dst[row] = static_cast<float>(sum) * (rowScales[row] * xScale) + (bias ? bias[row] : 0.0F);
+    }
 }
 
-float quantize(const float *src, std::int8_t *dst, int count) {
-  float largest = 0.0F;
-  for (int i = 0; i < count; ++i)
-    largest = std::max(largest, std::fabs(src[i]));
-  const float toInteger = largest > 0.0F ? 127.0F / largest : 0.0F;
-  if (!std::isfinite(toInteger) ||
-      toInteger ==
-          0.0F) { // zeros, or so small or large that no scale is a number
-    std::fill_n(dst, count, std::int8_t{0});
-    return 0.0F;
-  }
-  for (int i = 0; i < count; ++i)
-    dst[i] = static_cast<std::int8_t>(std::nearbyint(src[i] * toInteger));
-  return largest / 127.0F;
+float quantize(const float* src, std::int8_t* dst, int count) {
+    float largest = 0.0F;
+    for (int i = 0; i < count; ++i)
+        largest = std::max(largest, std::fabs(src[i]));
+    const float toInteger = largest > 0.0F ? 127.0F / largest : 0.0F;
+    if (!std::isfinite(toInteger) || toInteger == 0.0F) { // zeros, or so small or large that no scale is a number
+        std::fill_n(dst, count, std::int8_t{0});
+        return 0.0F;
+    }
+    for (int i = 0; i < count; ++i)
+        dst[i] = static_cast<std::int8_t>(std::nearbyint(src[i] * toInteger));
+    return largest / 127.0F;
 }
 
-void rescale(const std::int32_t *sums, const float *scales, float factor,
-             const float *bias, float *dst, int count) {
-  for (int i = 0; i < count; ++i)
-    dst[i] = static_cast<float>(sums[i]) * (scales[i] * factor) +
-             (bias ? bias[i] : 0.0F);
+void rescale(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst, int count) {
+    for (int i = 0; i < count; ++i)
+        dst[i] = static_cast<float>(sums[i]) * (scales[i] * factor) + (bias ? bias[i] : 0.0F);
 }
 
-void layerNorm(const float *src, const float *gain, const float *shift,
-               float *dst, int count) {
-  double sum = 0.0;
-  for (int i = 0; i < count; ++i)
-    sum += src[i];
-  const double mean = sum / count;
-  double squares = 0.0;
-  for (int i = 0; i < count; ++i)
-    squares += (src[i] - mean) * (src[i] - mean);
-  const double scale = 1.0 / std::sqrt(squares / count + 1e-5);
-  for (int i = 0; i < count; ++i)
-    dst[i] = static_cast<float>((src[i] - mean) * scale) * gain[i] + shift[i];
-}
-
-void softmax(float *values, int count) {
-  if (count <= 0)
-    return;
-  const float largest = *std::max_element(values, values + count);
-  double sum = 0.0;
-  for (int i = 0; i < count; ++i) {
-    values[i] = std::exp(values[i] - largest);
-    sum += values[i];
-  }
-  for (int i = 0; i < count; ++i)
-    values[i] = static_cast<float>(values[i] / sum);
-}
-
-void gelu(float *values, int count) {
-  for (int i = 0; i < count; ++i) {
-    const double x = values[i];
-    values[i] = static_cast<float>(0.5 * x * std::erfc(-x * std::sqrt(0.5)));
-  }
-}
-
-void add(float *dst, const float *src, int count) {
-  for (int i = 0; i < count; ++i)
-    dst[i] += src[i];
-}
-
-int argMax(const float *values, int count) {
-  return static_cast<int>(std::max_element(values, values + count) - values);
-}
-
-float logSumExp(const float *values, int count) {
-  if (count <= 0)
-    return -std::numeric_limits<float>::infinity();
-  const float largest = *std::max_element(values, values + count);
-  if (std::isinf(largest))
-    return largest;
-  double sum = 0.0;
-  for (int i = 0; i < count; ++i)
-    sum += std::exp(values[i] - largest);
-  return static_cast<float>(largest + std::log(sum));
-}
-
-void attendOne(const float *query, const float *keys, const float *values,
-               std::size_t stride, const float *mask, float *scores, float *dst,
-               int positions, int headWidth) {
-  for (int p = 0; p < positions; ++p) {
-    double sum = mask ? mask[p] : 0.0F;
-    for (int i = 0; i < headWidth; ++i)
-      sum += static_cast<double>(query[i]) * keys[p * stride + i];
-    scores[p] = static_cast<float>(sum);
-  }
-  softmax(scores, positions);
-  for (int i = 0; i < headWidth; ++i) {
+void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count) {
     double sum = 0.0;
-    for (int p = 0; p < positions; ++p)
-      sum += static_cast<double>(scores[p]) * values[p * stride + i];
-    dst[i] = static_cast<float>(sum);
-  }
+    for (int i = 0; i < count; ++i)
+        sum += src[i];
+    const double mean = sum / count;
+    double squares = 0.0;
+    for (int i = 0; i < count; ++i)
+        squares += (src[i] - mean) * (src[i] - mean);
+    const double scale = 1.0 / std::sqrt(squares / count + 1e-5);
+    for (int i = 0; i < count; ++i)
+        dst[i] = static_cast<float>((src[i] - mean) * scale) * gain[i] + shift[i];
+}
+
+void softmax(float* values, int count) {
+    if (count <= 0)
+        return;
+    const float largest = *std::max_element(values, values + count);
+    double sum = 0.0;
+    for (int i = 0; i < count; ++i) {
+        values[i] = std::exp(values[i] - largest);
+        sum += values[i];
+    }
+    for (int i = 0; i < count; ++i)
+        values[i] = static_cast<float>(values[i] / sum);
+}
+
+void gelu(float* values, int count) {
+    for (int i = 0; i < count; ++i) {
+        const double x = values[i];
+        values[i] = static_cast<float>(0.5 * x * std::erfc(-x * std::sqrt(0.5)));
+    }
+}
+
+void add(float* dst, const float* src, int count) {
+    for (int i = 0; i < count; ++i)
+        dst[i] += src[i];
+}
+
+int argMax(const float* values, int count) {
+    return static_cast<int>(std::max_element(values, values + count) - values);
+}
+
+float logSumExp(const float* values, int count) {
+    if (count <= 0)
+        return -std::numeric_limits<float>::infinity();
+    const float largest = *std::max_element(values, values + count);
+    if (std::isinf(largest))
+        return largest;
+    double sum = 0.0;
+    for (int i = 0; i < count; ++i)
+        sum += std::exp(values[i] - largest);
+    return static_cast<float>(largest + std::log(sum));
+}
+
+void attendOne(const float* query, const float* keys, const float* values, std::size_t stride, const float* mask,
+               float* scores, float* dst, int positions, int headWidth) {
+    for (int p = 0; p < positions; ++p) {
+        double sum = mask ? mask[p] : 0.0F;
+        for (int i = 0; i < headWidth; ++i)
+            sum += static_cast<double>(query[i]) * keys[p * stride + i];
+        scores[p] = static_cast<float>(sum);
+    }
+    softmax(scores, positions);
+    for (int i = 0; i < headWidth; ++i) {
+        double sum = 0.0;
+        for (int p = 0; p < positions; ++p)
+            sum += static_cast<double>(scores[p]) * values[p * stride + i];
+        dst[i] = static_cast<float>(sum);
+    }
 }
 
 } // namespace fenlo::whisper::kernels::reference

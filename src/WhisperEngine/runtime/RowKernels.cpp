@@ -25,33 +25,31 @@ using Floats = hn::Vec<decltype(floats)>;
 /// Calls `each(vector, at)` for the row's vectors, the last one filled up with
 /// `filler`.
 template <class Each>
-HWY_INLINE void forEach(const float *src, std::size_t count, float filler,
-                        const Each &each) {
-  const std::size_t lanes = hn::Lanes(floats);
-  std::size_t i = 0;
-  for (; i + lanes <= count; i += lanes)
-    each(hn::LoadU(floats, src + i), i);
-  if (i < count) {
-    HWY_ALIGN float rest[hn::MaxLanes(floats)];
-    hn::Store(hn::Set(floats, filler), floats, rest);
-    for (std::size_t j = i; j < count; ++j)
-      rest[j - i] = src[j];
-    each(hn::Load(floats, rest), i);
-  }
+HWY_INLINE void forEach(const float* src, std::size_t count, float filler, const Each& each) {
+    const std::size_t lanes = hn::Lanes(floats);
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes)
+        each(hn::LoadU(floats, src + i), i);
+    if (i < count) {
+        HWY_ALIGN float rest[hn::MaxLanes(floats)];
+        hn::Store(hn::Set(floats, filler), floats, rest);
+        for (std::size_t j = i; j < count; ++j)
+            rest[j - i] = src[j];
+        each(hn::Load(floats, rest), i);
+    }
 }
 
-HWY_INLINE void store(Floats value, float *dst, std::size_t at,
-                      std::size_t count) {
-  if (at + hn::Lanes(floats) <= count)
-    return hn::StoreU(value, floats, dst + at);
-  HWY_ALIGN float rest[hn::MaxLanes(floats)];
-  hn::Store(value, floats, rest);
-  for (std::size_t j = at; j < count; ++j)
-    dst[j] = rest[j - at];
+HWY_INLINE void store(Floats value, float* dst, std::size_t at, std::size_t count) {
+    if (at + hn::Lanes(floats) <= count)
+        return hn::StoreU(value, floats, dst + at);
+    HWY_ALIGN float rest[hn::MaxLanes(floats)];
+    hn::Store(value, floats, rest);
+    for (std::size_t j = at; j < count; ++j)
+        dst[j] = rest[j - at];
 }
 
 HWY_INLINE float total(Floats sums) {
-  return hn::GetLane(hn::SumOfLanes(floats, sums));
+    return hn::GetLane(hn::SumOfLanes(floats, sums));
 }
 
 /// exp(x) for x <= 0, off by at most 2.5e-7 of its value; 0 below -87, where
@@ -61,178 +59,152 @@ HWY_INLINE float total(Floats sums) {
 /// is the one of its degree with value and slope 1 at zero whose largest
 /// relative error there is the least: 1.05e-7.
 HWY_INLINE Floats expOf(Floats x) {
-  const hn::RebindToSigned<decltype(floats)> ints;
-  const auto n = hn::NearestInt(hn::Mul(x, hn::Set(floats, 1.44269504F)));
-  const Floats whole = hn::ConvertTo(floats, n);
-  Floats r = hn::NegMulAdd(whole, hn::Set(floats, 0.693145752F),
-                           x); // ln 2 in two parts, the first of few digits,
-  r = hn::NegMulAdd(whole, hn::Set(floats, 1.42860677e-6F),
-                    r); // so that its multiples are exact
-  Floats poly = hn::Set(floats, 0.008312501944601536F);
-  poly = hn::MulAdd(poly, r, hn::Set(floats, 0.041890330612659454F));
-  poly = hn::MulAdd(poly, r, hn::Set(floats, 0.16667115688323975F));
-  poly = hn::MulAdd(poly, r, hn::Set(floats, 0.499992311000824F));
-  poly = hn::MulAdd(poly, r, hn::Set(floats, 1.0F));
-  poly = hn::MulAdd(poly, r, hn::Set(floats, 1.0F));
-  const Floats power =
-      hn::BitCast(floats, hn::ShiftLeft<23>(hn::Add(n, hn::Set(ints, 127))));
-  return hn::IfThenElseZero(hn::Ge(x, hn::Set(floats, -87.0F)),
-                            hn::Mul(poly, power));
+    const hn::RebindToSigned<decltype(floats)> ints;
+    const auto n = hn::NearestInt(hn::Mul(x, hn::Set(floats, 1.44269504F)));
+    const Floats whole = hn::ConvertTo(floats, n);
+    Floats r = hn::NegMulAdd(whole, hn::Set(floats, 0.693145752F),
+                             x); // ln 2 in two parts, the first of few digits,
+    r = hn::NegMulAdd(whole, hn::Set(floats, 1.42860677e-6F),
+                      r); // so that its multiples are exact
+    Floats poly = hn::Set(floats, 0.008312501944601536F);
+    poly = hn::MulAdd(poly, r, hn::Set(floats, 0.041890330612659454F));
+    poly = hn::MulAdd(poly, r, hn::Set(floats, 0.16667115688323975F));
+    poly = hn::MulAdd(poly, r, hn::Set(floats, 0.499992311000824F));
+    poly = hn::MulAdd(poly, r, hn::Set(floats, 1.0F));
+    poly = hn::MulAdd(poly, r, hn::Set(floats, 1.0F));
+    const Floats power = hn::BitCast(floats, hn::ShiftLeft<23>(hn::Add(n, hn::Set(ints, 127))));
+    return hn::IfThenElseZero(hn::Ge(x, hn::Set(floats, -87.0F)), hn::Mul(poly, power));
 }
 
-float largest(const float *values, std::size_t count) {
-  Floats found = hn::Set(floats, -std::numeric_limits<float>::infinity());
-  forEach(values, count, -std::numeric_limits<float>::infinity(),
-          [&found](Floats v, std::size_t) { found = hn::Max(found, v); });
-  return hn::GetLane(hn::MaxOfLanes(floats, found));
+float largest(const float* values, std::size_t count) {
+    Floats found = hn::Set(floats, -std::numeric_limits<float>::infinity());
+    forEach(values, count, -std::numeric_limits<float>::infinity(),
+            [&found](Floats v, std::size_t) { found = hn::Max(found, v); });
+    return hn::GetLane(hn::MaxOfLanes(floats, found));
 }
 
-float quantizeRow(const float *src, std::int8_t *dst, std::size_t count) {
-  Floats found = hn::Zero(floats);
-  forEach(src, count, 0.0F, [&found](Floats v, std::size_t) {
-    found = hn::Max(found, hn::Abs(v));
-  });
-  const float widest = hn::GetLane(hn::MaxOfLanes(floats, found));
-  const float toInteger = widest > 0.0F ? 127.0F / widest : 0.0F;
-  if (toInteger == 0.0F || toInteger > std::numeric_limits<float>::max()) {
-    for (std::size_t i = 0; i < count; ++i)
-      dst[i] = 0;
-    return 0.0F;
-  }
-  const hn::Rebind<std::int8_t, decltype(floats)> bytes;
-  const Floats factor = hn::Set(floats, toInteger);
-  forEach(src, count, 0.0F, [&](Floats v, std::size_t at) {
-    const auto narrow = hn::DemoteTo(bytes, hn::NearestInt(hn::Mul(v, factor)));
-    if (at + hn::Lanes(floats) <= count)
-      return hn::StoreU(narrow, bytes, dst + at);
-    std::int8_t rest[hn::MaxLanes(floats)];
-    hn::StoreU(narrow, bytes, rest);
-    for (std::size_t j = at; j < count; ++j)
-      dst[j] = rest[j - at];
-  });
-  return widest / 127.0F;
+float quantizeRow(const float* src, std::int8_t* dst, std::size_t count) {
+    Floats found = hn::Zero(floats);
+    forEach(src, count, 0.0F, [&found](Floats v, std::size_t) { found = hn::Max(found, hn::Abs(v)); });
+    const float widest = hn::GetLane(hn::MaxOfLanes(floats, found));
+    const float toInteger = widest > 0.0F ? 127.0F / widest : 0.0F;
+    if (toInteger == 0.0F || toInteger > std::numeric_limits<float>::max()) {
+        for (std::size_t i = 0; i < count; ++i)
+            dst[i] = 0;
+        return 0.0F;
+    }
+    const hn::Rebind<std::int8_t, decltype(floats)> bytes;
+    const Floats factor = hn::Set(floats, toInteger);
+    forEach(src, count, 0.0F, [&](Floats v, std::size_t at) {
+        const auto narrow = hn::DemoteTo(bytes, hn::NearestInt(hn::Mul(v, factor)));
+        if (at + hn::Lanes(floats) <= count)
+            return hn::StoreU(narrow, bytes, dst + at);
+        std::int8_t rest[hn::MaxLanes(floats)];
+        hn::StoreU(narrow, bytes, rest);
+        for (std::size_t j = at; j < count; ++j)
+            dst[j] = rest[j - at];
+    });
+    return widest / 127.0F;
 }
 
-void rescaleRow(const std::int32_t *sums, const float *scales, float factor,
-                const float *bias, float *dst, std::size_t count) {
-  const hn::RebindToSigned<decltype(floats)> ints;
-  const Floats factors = hn::Set(floats, factor);
-  const std::size_t lanes = hn::Lanes(floats);
-  std::size_t i = 0;
-  for (; i + lanes <= count; i += lanes) {
-    const Floats sum = hn::ConvertTo(floats, hn::LoadU(ints, sums + i));
-    const Floats offset = bias ? hn::LoadU(floats, bias + i) : hn::Zero(floats);
-    hn::StoreU(hn::MulAdd(sum, hn::Mul(hn::LoadU(floats, scales + i), factors),
-                          offset),
-               floats, dst + i);
-  }
-  for (; i < count; ++i)
-    dst[i] = static_cast<float>(sums[i]) * (scales[i] * factor) +
-             (bias ? bias[i] : 0.0F);
+void rescaleRow(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst,
+                std::size_t count) {
+    const hn::RebindToSigned<decltype(floats)> ints;
+    const Floats factors = hn::Set(floats, factor);
+    const std::size_t lanes = hn::Lanes(floats);
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        const Floats sum = hn::ConvertTo(floats, hn::LoadU(ints, sums + i));
+        const Floats offset = bias ? hn::LoadU(floats, bias + i) : hn::Zero(floats);
+        hn::StoreU(hn::MulAdd(sum, hn::Mul(hn::LoadU(floats, scales + i), factors), offset), floats, dst + i);
+    }
+    for (; i < count; ++i)
+        dst[i] = static_cast<float>(sums[i]) * (scales[i] * factor) + (bias ? bias[i] : 0.0F);
 }
 
-void normalizeRow(const float *src, const float *gain, const float *shift,
-                  float *dst, std::size_t count) {
-  Floats sums = hn::Zero(floats);
-  forEach(src, count, 0.0F,
-          [&sums](Floats v, std::size_t) { sums = hn::Add(sums, v); });
-  const float middle = total(sums) / static_cast<float>(count);
-  const Floats mean = hn::Set(floats, middle);
-  Floats squares = hn::Zero(floats);
-  forEach(src, count, middle, [&squares, mean](Floats v, std::size_t) {
-    const Floats off = hn::Sub(v, mean);
-    squares = hn::MulAdd(off, off, squares);
-  });
-  const Floats scale = hn::Set(
-      floats,
-      1.0F / std::sqrt(total(squares) / static_cast<float>(count) + 1e-5F));
-  const std::size_t lanes = hn::Lanes(floats);
-  std::size_t i = 0;
-  for (; i + lanes <= count; i += lanes) {
-    const Floats unit =
-        hn::Mul(hn::Sub(hn::LoadU(floats, src + i), mean), scale);
-    hn::StoreU(hn::MulAdd(unit, hn::LoadU(floats, gain + i),
-                          hn::LoadU(floats, shift + i)),
-               floats, dst + i);
-  }
-  for (; i < count; ++i)
-    dst[i] = (src[i] - middle) * hn::GetLane(scale) * gain[i] + shift[i];
+void normalizeRow(const float* src, const float* gain, const float* shift, float* dst, std::size_t count) {
+    Floats sums = hn::Zero(floats);
+    forEach(src, count, 0.0F, [&sums](Floats v, std::size_t) { sums = hn::Add(sums, v); });
+    const float middle = total(sums) / static_cast<float>(count);
+    const Floats mean = hn::Set(floats, middle);
+    Floats squares = hn::Zero(floats);
+    forEach(src, count, middle, [&squares, mean](Floats v, std::size_t) {
+        const Floats off = hn::Sub(v, mean);
+        squares = hn::MulAdd(off, off, squares);
+    });
+    const Floats scale = hn::Set(floats, 1.0F / std::sqrt(total(squares) / static_cast<float>(count) + 1e-5F));
+    const std::size_t lanes = hn::Lanes(floats);
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        const Floats unit = hn::Mul(hn::Sub(hn::LoadU(floats, src + i), mean), scale);
+        hn::StoreU(hn::MulAdd(unit, hn::LoadU(floats, gain + i), hn::LoadU(floats, shift + i)), floats, dst + i);
+    }
+    for (; i < count; ++i)
+        dst[i] = (src[i] - middle) * hn::GetLane(scale) * gain[i] + shift[i];
 }
 
-float sumOfExponentials(const float *values, std::size_t count,
-                        float subtrahend) {
-  const Floats less = hn::Set(floats, subtrahend);
-  Floats sums = hn::Zero(floats);
-  forEach(values, count, -std::numeric_limits<float>::infinity(),
-          [&](Floats v, std::size_t) {
-            sums = hn::Add(sums, expOf(hn::Sub(v, less)));
-          });
-  return total(sums);
+float sumOfExponentials(const float* values, std::size_t count, float subtrahend) {
+    const Floats less = hn::Set(floats, subtrahend);
+    Floats sums = hn::Zero(floats);
+    forEach(values, count, -std::numeric_limits<float>::infinity(),
+            [&](Floats v, std::size_t) { sums = hn::Add(sums, expOf(hn::Sub(v, less))); });
+    return total(sums);
 }
 
-void softmaxRow(float *values, std::size_t count) {
-  const Floats less = hn::Set(floats, largest(values, count));
-  Floats sums = hn::Zero(floats);
-  forEach(values, count, -std::numeric_limits<float>::infinity(),
-          [&](Floats v, std::size_t at) {
-            const Floats e = expOf(hn::Sub(v, less));
-            sums = hn::Add(sums, e);
-            store(e, values, at, count);
-          });
-  const Floats share = hn::Set(floats, 1.0F / total(sums));
-  forEach(values, count, 0.0F, [&](Floats v, std::size_t at) {
-    store(hn::Mul(v, share), values, at, count);
-  });
+void softmaxRow(float* values, std::size_t count) {
+    const Floats less = hn::Set(floats, largest(values, count));
+    Floats sums = hn::Zero(floats);
+    forEach(values, count, -std::numeric_limits<float>::infinity(), [&](Floats v, std::size_t at) {
+        const Floats e = expOf(hn::Sub(v, less));
+        sums = hn::Add(sums, e);
+        store(e, values, at, count);
+    });
+    const Floats share = hn::Set(floats, 1.0F / total(sums));
+    forEach(values, count, 0.0F, [&](Floats v, std::size_t at) { store(hn::Mul(v, share), values, at, count); });
 }
 
 /// x / 2 * erfc(-x / sqrt 2), with erfc(z) = (a1 t + ... + a5 t^5) exp(-z z), t
 /// = 1 / (1 + p z), for z >= 0, and 2 - erfc(-z) below. Abramowitz and Stegun,
 /// Handbook of Mathematical Functions, 7.1.26: off by at most 1.5e-7.
 HWY_INLINE Floats geluOf(Floats x) {
-  const Floats z = hn::Mul(hn::Abs(x), hn::Set(floats, 0.70710678F));
-  const Floats one = hn::Set(floats, 1.0F);
-  const Floats t =
-      hn::Div(one, hn::MulAdd(hn::Set(floats, 0.3275911F), z, one));
-  Floats poly = hn::Set(floats, 1.061405429F);
-  poly = hn::MulAdd(poly, t, hn::Set(floats, -1.453152027F));
-  poly = hn::MulAdd(poly, t, hn::Set(floats, 1.421413741F));
-  poly = hn::MulAdd(poly, t, hn::Set(floats, -0.284496736F));
-  poly = hn::MulAdd(poly, t, hn::Set(floats, 0.254829592F));
-  const Floats half =
-      hn::Mul(hn::Set(floats, 0.5F), hn::Mul(x, hn::Mul(poly, t)));
-  const Floats tail = hn::Mul(half, expOf(hn::Neg(hn::Mul(z, z))));
-  return hn::IfThenElse(hn::Lt(x, hn::Zero(floats)), tail, hn::Sub(x, tail));
+    const Floats z = hn::Mul(hn::Abs(x), hn::Set(floats, 0.70710678F));
+    const Floats one = hn::Set(floats, 1.0F);
+    const Floats t = hn::Div(one, hn::MulAdd(hn::Set(floats, 0.3275911F), z, one));
+    Floats poly = hn::Set(floats, 1.061405429F);
+    poly = hn::MulAdd(poly, t, hn::Set(floats, -1.453152027F));
+    poly = hn::MulAdd(poly, t, hn::Set(floats, 1.421413741F));
+    poly = hn::MulAdd(poly, t, hn::Set(floats, -0.284496736F));
+    poly = hn::MulAdd(poly, t, hn::Set(floats, 0.254829592F));
+    const Floats half = hn::Mul(hn::Set(floats, 0.5F), hn::Mul(x, hn::Mul(poly, t)));
+    const Floats tail = hn::Mul(half, expOf(hn::Neg(hn::Mul(z, z))));
+    return hn::IfThenElse(hn::Lt(x, hn::Zero(floats)), tail, hn::Sub(x, tail));
 }
 
-void geluRow(float *values, std::size_t count) {
-  forEach(values, count, 0.0F, [&](Floats v, std::size_t at) {
-    store(geluOf(v), values, at, count);
-  });
+void geluRow(float* values, std::size_t count) {
+    forEach(values, count, 0.0F, [&](Floats v, std::size_t at) { store(geluOf(v), values, at, count); });
 }
 
-void addRow(float *dst, const float *src, std::size_t count) {
-  const std::size_t lanes = hn::Lanes(floats);
-  std::size_t i = 0;
-  for (; i + lanes <= count; i += lanes)
-    hn::StoreU(hn::Add(hn::LoadU(floats, dst + i), hn::LoadU(floats, src + i)),
-               floats, dst + i);
-  for (; i < count; ++i)
-    dst[i] += src[i];
+void addRow(float* dst, const float* src, std::size_t count) {
+    const std::size_t lanes = hn::Lanes(floats);
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes)
+        hn::StoreU(hn::Add(hn::LoadU(floats, dst + i), hn::LoadU(floats, src + i)), floats, dst + i);
+    for (; i < count; ++i)
+        dst[i] += src[i];
 }
 
-std::size_t indexOf(const float *values, std::size_t count, float wanted) {
-  const std::size_t lanes = hn::Lanes(floats);
-  const Floats same = hn::Set(floats, wanted);
-  std::size_t i = 0;
-  for (; i + lanes <= count; i += lanes) {
-    const auto found =
-        hn::FindFirstTrue(floats, hn::Eq(hn::LoadU(floats, values + i), same));
-    if (found >= 0)
-      return i + static_cast<std::size_t>(found);
-  }
-  while (i < count && values[i] != wanted)
-    ++i;
-  return i < count ? i : 0; // values that are no numbers equal nothing
+std::size_t indexOf(const float* values, std::size_t count, float wanted) {
+    const std::size_t lanes = hn::Lanes(floats);
+    const Floats same = hn::Set(floats, wanted);
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        const auto found = hn::FindFirstTrue(floats, hn::Eq(hn::LoadU(floats, values + i), same));
+        if (found >= 0)
+            return i + static_cast<std::size_t>(found);
+    }
+    while (i < count && values[i] != wanted)
+        ++i;
+    return i < count ? i : 0; // values that are no numbers equal nothing
 }
 
 } // namespace
@@ -254,61 +226,56 @@ HWY_EXPORT(addRow);
 HWY_EXPORT(indexOf);
 
 std::size_t size(int count) {
-  return static_cast<std::size_t>(std::max(count, 0));
+    return static_cast<std::size_t>(std::max(count, 0));
 }
 } // namespace
 
-float quantize(const float *src, std::int8_t *dst, int count) {
-  allowedInstructionSet();
-  return HWY_DYNAMIC_DISPATCH(quantizeRow)(src, dst, size(count));
+float quantize(const float* src, std::int8_t* dst, int count) {
+    allowedInstructionSet();
+    return HWY_DYNAMIC_DISPATCH(quantizeRow)(src, dst, size(count));
 }
 
-void rescale(const std::int32_t *sums, const float *scales, float factor,
-             const float *bias, float *dst, int count) {
-  allowedInstructionSet();
-  HWY_DYNAMIC_DISPATCH(rescaleRow)
-  (sums, scales, factor, bias, dst, size(count));
+void rescale(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst, int count) {
+    allowedInstructionSet();
+    HWY_DYNAMIC_DISPATCH(rescaleRow)
+    (sums, scales, factor, bias, dst, size(count));
 }
 
-void layerNorm(const float *src, const float *gain, const float *shift,
-               float *dst, int count) {
-  allowedInstructionSet();
-  HWY_DYNAMIC_DISPATCH(normalizeRow)(src, gain, shift, dst, size(count));
+void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count) {
+    allowedInstructionSet();
+    HWY_DYNAMIC_DISPATCH(normalizeRow)(src, gain, shift, dst, size(count));
 }
 
-void softmax(float *values, int count) {
-  allowedInstructionSet();
-  HWY_DYNAMIC_DISPATCH(softmaxRow)(values, size(count));
+void softmax(float* values, int count) {
+    allowedInstructionSet();
+    HWY_DYNAMIC_DISPATCH(softmaxRow)(values, size(count));
 }
 
-void gelu(float *values, int count) {
-  allowedInstructionSet();
-  HWY_DYNAMIC_DISPATCH(geluRow)(values, size(count));
+void gelu(float* values, int count) {
+    allowedInstructionSet();
+    HWY_DYNAMIC_DISPATCH(geluRow)(values, size(count));
 }
 
-void add(float *dst, const float *src, int count) {
-  allowedInstructionSet();
-  HWY_DYNAMIC_DISPATCH(addRow)(dst, src, size(count));
+void add(float* dst, const float* src, int count) {
+    allowedInstructionSet();
+    HWY_DYNAMIC_DISPATCH(addRow)(dst, src, size(count));
 }
 
-int argMax(const float *values, int count) {
-  allowedInstructionSet();
-  const float best = HWY_DYNAMIC_DISPATCH(largest)(values, size(count));
-  return static_cast<int>(
-      HWY_DYNAMIC_DISPATCH(indexOf)(values, size(count), best));
+int argMax(const float* values, int count) {
+    allowedInstructionSet();
+    const float best = HWY_DYNAMIC_DISPATCH(largest)(values, size(count));
+    return static_cast<int>(HWY_DYNAMIC_DISPATCH(indexOf)(values, size(count), best));
 }
 
-float logSumExp(const float *values, int count) {
-  allowedInstructionSet();
-  const float best = HWY_DYNAMIC_DISPATCH(largest)(values, size(count));
-  if (std::isinf(best))
-    return best;
-  double sum =
-      0.0; // a whole vocabulary in one float would lose its last digits
-  for (int from = 0; from < count; from += 1024)
-    sum += HWY_DYNAMIC_DISPATCH(sumOfExponentials)(
-        values + from, size(std::min(1024, count - from)), best);
-  return static_cast<float>(best + std::log(sum));
+float logSumExp(const float* values, int count) {
+    allowedInstructionSet();
+    const float best = HWY_DYNAMIC_DISPATCH(largest)(values, size(count));
+    if (std::isinf(best))
+        return best;
+    double sum = 0.0; // a whole vocabulary in one float would lose its last digits
+    for (int from = 0; from < count; from += 1024)
+        sum += HWY_DYNAMIC_DISPATCH(sumOfExponentials)(values + from, size(std::min(1024, count - from)), best);
+    return static_cast<float>(best + std::log(sum));
 }
 
 } // namespace fenlo::whisper::kernels

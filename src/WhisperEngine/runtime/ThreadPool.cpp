@@ -17,88 +17,87 @@ namespace {
 /// One call of run(). It lives on its caller's stack, who leaves only when no
 /// worker is at it any more.
 struct Job {
-  const std::function<void(int)> &work;
-  int tasks;
-  std::atomic<int> next{0};
-  int workers = 0; // guarded by the pool's mutex
+    const std::function<void(int)>& work;
+    int tasks;
+    std::atomic<int> next{0};
+    int workers = 0; // guarded by the pool's mutex
 
-  void drain() {
-    for (int task = next++; task < tasks; task = next++)
-      work(task);
-  }
+    void drain() {
+        for (int task = next++; task < tasks; task = next++)
+            work(task);
+    }
 };
 
 } // namespace
 
 struct ThreadPool::State {
-  std::mutex mutex;
-  std::condition_variable wake; // a job came, or the end
-  std::condition_variable done; // a worker left its job
-  std::deque<Job *> jobs; // those that may have tasks left, the eldest first
-  bool stopping = false;
-  std::vector<std::jthread> threads;
+    std::mutex mutex;
+    std::condition_variable wake; // a job came, or the end
+    std::condition_variable done; // a worker left its job
+    std::deque<Job*> jobs;        // those that may have tasks left, the eldest first
+    bool stopping = false;
+    std::vector<std::jthread> threads;
 
-  ~State() {
-    {
-      std::lock_guard lock(mutex);
-      stopping = true;
+    ~State() {
+        {
+            std::lock_guard lock(mutex);
+            stopping = true;
+        }
+        wake.notify_all();
+        threads.clear(); // joins them while the rest still lives
     }
-    wake.notify_all();
-    threads.clear(); // joins them while the rest still lives
-  }
 
-  void retire(Job &job) { std::erase(jobs, &job); }
+    void retire(Job& job) { std::erase(jobs, &job); }
 
-  void serve() {
-    const SingleThreadedLibraries alone;
-    std::unique_lock lock(mutex);
-    for (;;) {
-      wake.wait(lock, [this] { return stopping || !jobs.empty(); });
-      if (stopping)
-        return;
-      Job &job = *jobs.front();
-      ++job.workers;
-      lock.unlock();
-      job.drain();
-      lock.lock();
-      retire(job);
-      if (--job.workers == 0)
-        done.notify_all();
+    void serve() {
+        const SingleThreadedLibraries alone;
+        std::unique_lock lock(mutex);
+        for (;;) {
+            wake.wait(lock, [this] { return stopping || !jobs.empty(); });
+            if (stopping)
+                return;
+            Job& job = *jobs.front();
+            ++job.workers;
+            lock.unlock();
+            job.drain();
+            lock.lock();
+            retire(job);
+            if (--job.workers == 0)
+                done.notify_all();
+        }
     }
-  }
 };
 
 ThreadPool::ThreadPool(int threads) : m_state(std::make_unique<State>()) {
-  if (threads <= 0)
-    threads =
-        std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
-  for (int i = 1; i < threads; ++i)
-    m_state->threads.emplace_back([state = m_state.get()] { state->serve(); });
+    if (threads <= 0)
+        threads = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    for (int i = 1; i < threads; ++i)
+        m_state->threads.emplace_back([state = m_state.get()] { state->serve(); });
 }
 
 ThreadPool::~ThreadPool() = default;
 
 int ThreadPool::size() const {
-  return static_cast<int>(m_state->threads.size()) + 1;
+    return static_cast<int>(m_state->threads.size()) + 1;
 }
 
-void ThreadPool::run(int tasks, const std::function<void(int task)> &work) {
-  const SingleThreadedLibraries alone;
-  Job job{work, tasks};
-  const int wanted = std::min(tasks, size()) - 1;
-  if (wanted <= 0)
-    return job.drain();
+void ThreadPool::run(int tasks, const std::function<void(int task)>& work) {
+    const SingleThreadedLibraries alone;
+    Job job{work, tasks};
+    const int wanted = std::min(tasks, size()) - 1;
+    if (wanted <= 0)
+        return job.drain();
 
-  {
-    std::lock_guard lock(m_state->mutex);
-    m_state->jobs.push_back(&job);
-  }
-  for (int i = 0; i < wanted; ++i)
-    m_state->wake.notify_one();
-  job.drain();
-  std::unique_lock lock(m_state->mutex);
-  m_state->retire(job);
-  m_state->done.wait(lock, [&job] { return job.workers == 0; });
+    {
+        std::lock_guard lock(m_state->mutex);
+        m_state->jobs.push_back(&job);
+    }
+    for (int i = 0; i < wanted; ++i)
+        m_state->wake.notify_one();
+    job.drain();
+    std::unique_lock lock(m_state->mutex);
+    m_state->retire(job);
+    m_state->done.wait(lock, [&job] { return job.workers == 0; });
 }
 
 } // namespace fenlo::whisper

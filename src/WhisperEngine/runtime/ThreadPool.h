@@ -14,22 +14,22 @@ namespace fenlo::whisper {
 /// Errors:  `work` must not throw.
 class ThreadPool {
 public:
-  /// `threads` counts the caller, so 1 starts none. 0 takes one for each core.
-  explicit ThreadPool(int threads = 0);
-  ~ThreadPool();
-  ThreadPool(const ThreadPool &) = delete;
-  ThreadPool &operator=(const ThreadPool &) = delete;
+    /// `threads` counts the caller, so 1 starts none. 0 takes one for each core.
+    explicit ThreadPool(int threads = 0);
+    ~ThreadPool();
+    ThreadPool(const ThreadPool&) = delete;
+    ThreadPool& operator=(const ThreadPool&) = delete;
 
-  int size() const;
+    int size() const;
 
-  /// Calls `work(task)` for each task in [0, tasks), in any order, on any of
-  /// the threads. What a task computes must not depend on which thread runs it,
-  /// so that results repeat bit for bit.
-  void run(int tasks, const std::function<void(int task)> &work);
+    /// Calls `work(task)` for each task in [0, tasks), in any order, on any of
+    /// the threads. What a task computes must not depend on which thread runs it,
+    /// so that results repeat bit for bit.
+    void run(int tasks, const std::function<void(int task)>& work);
 
 private:
-  struct State;
-  std::unique_ptr<State> m_state;
+    struct State;
+    std::unique_ptr<State> m_state;
 };
 
 } // namespace fenlo::whisper

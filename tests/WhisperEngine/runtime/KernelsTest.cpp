@@ -21,263 +21,233 @@ constexpr float epsilon = std::numeric_limits<float>::epsilon();
 /// Lengths around the vectors of all instruction sets (4 to 32 values), and
 /// starts off their alignment.
 struct Row {
-  int count;
-  int start;
+    int count;
+    int start;
 };
 
 std::vector<Row> rows() {
-  std::vector<Row> all;
-  for (const int lanes : {4, 8, 16, 32, 64})
-    for (const int count :
-         {1, 3, lanes / 2, lanes, lanes + 1, 4 * lanes / 3, 8 * lanes + 2})
-      for (const int start : {0, 1, 3})
-        all.push_back({count, start});
-  return all;
+    std::vector<Row> all;
+    for (const int lanes : {4, 8, 16, 32, 64})
+        for (const int count : {1, 3, lanes / 2, lanes, lanes + 1, 4 * lanes / 3, 8 * lanes + 2})
+            for (const int start : {0, 1, 3})
+                all.push_back({count, start});
+    return all;
 }
 
 /// What a fast kernel may write: `count` values from `start`, and nothing
 /// around them.
-template <class T> class Target {
+template <class T>
+class Target {
 public:
-  Target(Row row, T fill)
-      : m_row(row), m_fill(fill), m_values(row.count + row.start + 64, fill) {}
-  T *data() { return m_values.data() + m_row.start; }
-  bool keepsToItsPlace() const {
-    const auto untouched = [this](T value) { return value == m_fill; };
-    return std::all_of(m_values.begin(), m_values.begin() + m_row.start,
-                       untouched) &&
-           std::all_of(m_values.begin() + m_row.start + m_row.count,
-                       m_values.end(), untouched);
-  }
+    Target(Row row, T fill) : m_row(row), m_fill(fill), m_values(row.count + row.start + 64, fill) {}
+    T* data() { return m_values.data() + m_row.start; }
+    bool keepsToItsPlace() const {
+        const auto untouched = [this](T value) { return value == m_fill; };
+        return std::all_of(m_values.begin(), m_values.begin() + m_row.start, untouched) &&
+               std::all_of(m_values.begin() + m_row.start + m_row.count, m_values.end(), untouched);
+    }
 
 private:
-  Row m_row;
-  T m_fill;
-  std::vector<T> m_values;
+    Row m_row;
+    T m_fill;
+    std::vector<T> m_values;
 };
 
 template <class Kernel>
-void compareInPlace(const Kernel &fast, const Kernel &plain, float spread,
-                    float tolerance) {
-  for (const Row row : rows()) {
-    const auto values = randomFloats(row.count, row.count, spread);
-    auto expected = values;
-    plain(expected.data(), row.count);
-    Target<float> actual(row, 77.0F);
-    std::copy(values.begin(), values.end(), actual.data());
-    fast(actual.data(), row.count);
-    for (int i = 0; i < row.count; ++i)
-      ASSERT_NEAR(actual.data()[i], expected[i],
-                  tolerance * std::max(1.0F, std::fabs(values[i])))
-          << "of " << values[i] << " at " << i << " of " << row.count;
-    EXPECT_TRUE(actual.keepsToItsPlace()) << row.count;
-  }
+void compareInPlace(const Kernel& fast, const Kernel& plain, float spread, float tolerance) {
+    for (const Row row : rows()) {
+        const auto values = randomFloats(row.count, row.count, spread);
+        auto expected = values;
+        plain(expected.data(), row.count);
+        Target<float> actual(row, 77.0F);
+        std::copy(values.begin(), values.end(), actual.data());
+        fast(actual.data(), row.count);
+        for (int i = 0; i < row.count; ++i)
+            ASSERT_NEAR(actual.data()[i], expected[i], tolerance * std::max(1.0F, std::fabs(values[i])))
+                << "of " << values[i] << " at " << i << " of " << row.count;
+        EXPECT_TRUE(actual.keepsToItsPlace()) << row.count;
+    }
 }
 
-using InPlace = void (*)(float *, int);
+using InPlace = void (*)(float*, int);
 
 } // namespace
 
 TEST(Kernels, SoftmaxAndGelu_AreThePlainForms) {
-  compareInPlace<InPlace>(kernels::softmax, kernels::reference::softmax, 5.0F,
-                          2 * epsilon);
-  compareInPlace<InPlace>(kernels::gelu, kernels::reference::gelu, 3.0F, 3e-7F);
-  compareInPlace<InPlace>(kernels::gelu, kernels::reference::gelu, 1e3F, 3e-7F);
+    compareInPlace<InPlace>(kernels::softmax, kernels::reference::softmax, 5.0F, 2 * epsilon);
+    compareInPlace<InPlace>(kernels::gelu, kernels::reference::gelu, 3.0F, 3e-7F);
+    compareInPlace<InPlace>(kernels::gelu, kernels::reference::gelu, 1e3F, 3e-7F);
 }
 
 TEST(Kernels, Softmax_BearsLargeAndMaskedValues) {
-  std::vector<float> values(37, -infinity);
-  values[5] = 3e38F;
-  values[36] = 3e38F;
-  kernels::softmax(values.data(), 37);
-  EXPECT_EQ(values[5], 0.5F);
-  EXPECT_EQ(values[36], 0.5F);
-  EXPECT_EQ(values[35], 0.0F);
+    std::vector<float> values(37, -infinity);
+    values[5] = 3e38F;
+    values[36] = 3e38F;
+    kernels::softmax(values.data(), 37);
+    EXPECT_EQ(values[5], 0.5F);
+    EXPECT_EQ(values[36], 0.5F);
+    EXPECT_EQ(values[35], 0.0F);
 }
 
 TEST(Kernels, LayerNorm_IsThePlainForm) {
-  for (const Row row : rows()) {
-    auto src = randomFloats(row.count + row.start, 1);
-    for (float &value : src)
-      value += 10.0F; // a mean that a careless variance would drown in
-    const auto gain = randomFloats(row.count, 2);
-    const auto shift = randomFloats(row.count, 3);
-    std::vector<float> expected(row.count);
-    kernels::reference::layerNorm(src.data() + row.start, gain.data(),
-                                  shift.data(), expected.data(), row.count);
-    Target<float> actual(row, 77.0F);
-    kernels::layerNorm(src.data() + row.start, gain.data(), shift.data(),
-                       actual.data(), row.count);
-    for (int i = 0; i < row.count; ++i)
-      ASSERT_NEAR(actual.data()[i], expected[i], 1e-4F)
-          << i << " of " << row.count;
-    EXPECT_TRUE(actual.keepsToItsPlace()) << row.count;
-  }
+    for (const Row row : rows()) {
+        auto src = randomFloats(row.count + row.start, 1);
+        for (float& value : src)
+            value += 10.0F; // a mean that a careless variance would drown in
+        const auto gain = randomFloats(row.count, 2);
+        const auto shift = randomFloats(row.count, 3);
+        std::vector<float> expected(row.count);
+        kernels::reference::layerNorm(src.data() + row.start, gain.data(), shift.data(), expected.data(), row.count);
+        Target<float> actual(row, 77.0F);
+        kernels::layerNorm(src.data() + row.start, gain.data(), shift.data(), actual.data(), row.count);
+        for (int i = 0; i < row.count; ++i)
+            ASSERT_NEAR(actual.data()[i], expected[i], 1e-4F) << i << " of " << row.count;
+        EXPECT_TRUE(actual.keepsToItsPlace()) << row.count;
+    }
 }
 
 TEST(Kernels, AddAndQuantize_AreThePlainFormsToTheBit) {
-  for (const Row row : rows()) {
-    const auto src = randomFloats(row.count, 4);
-    std::vector<float> sum(row.count, 0.25F);
-    kernels::reference::add(sum.data(), src.data(), row.count);
-    Target<float> added(row, 0.25F);
-    kernels::add(added.data(), src.data(), row.count);
-    EXPECT_TRUE(std::equal(sum.begin(), sum.end(), added.data()));
-    EXPECT_TRUE(added.keepsToItsPlace());
+    for (const Row row : rows()) {
+        const auto src = randomFloats(row.count, 4);
+        std::vector<float> sum(row.count, 0.25F);
+        kernels::reference::add(sum.data(), src.data(), row.count);
+        Target<float> added(row, 0.25F);
+        kernels::add(added.data(), src.data(), row.count);
+        EXPECT_TRUE(std::equal(sum.begin(), sum.end(), added.data()));
+        EXPECT_TRUE(added.keepsToItsPlace());
 
-    std::vector<std::int8_t> expected(row.count);
-    const float scale =
-        kernels::reference::quantize(src.data(), expected.data(), row.count);
-    Target<std::int8_t> actual(row, 99);
-    EXPECT_EQ(kernels::quantize(src.data(), actual.data(), row.count), scale);
-    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), actual.data()))
-        << row.count;
-    EXPECT_TRUE(actual.keepsToItsPlace()) << row.count;
-    EXPECT_EQ(std::abs(*std::max_element(
-                  expected.begin(), expected.end(),
-                  [](int a, int b) { return std::abs(a) < std::abs(b); })),
-              127);
-  }
-  const std::vector<float> zeros(19);
-  std::vector<std::int8_t> quantized(19, 1);
-  EXPECT_EQ(kernels::quantize(zeros.data(), quantized.data(), 19), 0.0F);
-  EXPECT_EQ(quantized, std::vector<std::int8_t>(19, 0));
+        std::vector<std::int8_t> expected(row.count);
+        const float scale = kernels::reference::quantize(src.data(), expected.data(), row.count);
+        Target<std::int8_t> actual(row, 99);
+        EXPECT_EQ(kernels::quantize(src.data(), actual.data(), row.count), scale);
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), actual.data())) << row.count;
+        EXPECT_TRUE(actual.keepsToItsPlace()) << row.count;
+        EXPECT_EQ(std::abs(*std::max_element(expected.begin(), expected.end(),
+                                             [](int a, int b) { return std::abs(a) < std::abs(b); })),
+                  127);
+    }
+    const std::vector<float> zeros(19);
+    std::vector<std::int8_t> quantized(19, 1);
+    EXPECT_EQ(kernels::quantize(zeros.data(), quantized.data(), 19), 0.0F);
+    EXPECT_EQ(quantized, std::vector<std::int8_t>(19, 0));
 }
 
 TEST(Kernels, Rescale_IsThePlainForm) {
-  for (const Row row : rows()) {
-    std::vector<std::int32_t> sums(row.count + row.start);
-    for (int i = 0; i < row.count; ++i)
-      sums[row.start + i] = (i % 2 ? -1 : 1) * (i * 9973 + 5);
-    const auto scales = randomFloats(row.count, 19);
-    const auto bias = randomFloats(row.count, 20);
-    for (const float *offset :
-         {bias.data(), static_cast<const float *>(nullptr)}) {
-      std::vector<float> expected(row.count);
-      const auto *from = sums.data() + row.start;
-      kernels::reference::rescale(from, scales.data(), 0.01F, offset,
-                                  expected.data(), row.count);
-      Target<float> actual(row, 77.0F);
-      kernels::rescale(from, scales.data(), 0.01F, offset, actual.data(),
-                       row.count);
-      for (int i = 0; i < row.count; ++i)
-        ASSERT_NEAR(actual.data()[i], expected[i],
-                    2 * epsilon * (std::fabs(expected[i]) + 4.0F));
-      EXPECT_TRUE(actual.keepsToItsPlace()) << row.count;
+    for (const Row row : rows()) {
+        std::vector<std::int32_t> sums(row.count + row.start);
+        for (int i = 0; i < row.count; ++i)
+            sums[row.start + i] = (i % 2 ? -1 : 1) * (i * 9973 + 5);
+        const auto scales = randomFloats(row.count, 19);
+        const auto bias = randomFloats(row.count, 20);
+        for (const float* offset : {bias.data(), static_cast<const float*>(nullptr)}) {
+            std::vector<float> expected(row.count);
+            const auto* from = sums.data() + row.start;
+            kernels::reference::rescale(from, scales.data(), 0.01F, offset, expected.data(), row.count);
+            Target<float> actual(row, 77.0F);
+            kernels::rescale(from, scales.data(), 0.01F, offset, actual.data(), row.count);
+            for (int i = 0; i < row.count; ++i)
+                ASSERT_NEAR(actual.data()[i], expected[i], 2 * epsilon * (std::fabs(expected[i]) + 4.0F));
+            EXPECT_TRUE(actual.keepsToItsPlace()) << row.count;
+        }
     }
-  }
 }
 
 TEST(Kernels, ArgMax_IsTheFirstOfEquals) {
-  for (const Row row : rows()) {
-    auto values = randomFloats(row.count + row.start, 5);
-    const float *at = values.data() + row.start;
-    EXPECT_EQ(kernels::argMax(at, row.count),
-              kernels::reference::argMax(at, row.count));
-    std::fill(values.begin() + row.start + row.count / 2, values.end(), 100.0F);
-    EXPECT_EQ(kernels::argMax(at, row.count), row.count / 2);
-  }
-  const std::vector<float> nothing(9, -infinity);
-  EXPECT_EQ(kernels::argMax(nothing.data(), 9), 0);
+    for (const Row row : rows()) {
+        auto values = randomFloats(row.count + row.start, 5);
+        const float* at = values.data() + row.start;
+        EXPECT_EQ(kernels::argMax(at, row.count), kernels::reference::argMax(at, row.count));
+        std::fill(values.begin() + row.start + row.count / 2, values.end(), 100.0F);
+        EXPECT_EQ(kernels::argMax(at, row.count), row.count / 2);
+    }
+    const std::vector<float> nothing(9, -infinity);
+    EXPECT_EQ(kernels::argMax(nothing.data(), 9), 0);
 }
 
 TEST(Kernels, LogSumExp_IsThePlainForm) {
-  for (const Row row : rows()) {
-    auto values = randomFloats(row.count + row.start, 6, 8.0F);
-    values[row.start + row.count / 2] +=
-        500.0F; // would overflow without the maximum
-    const float *at = values.data() + row.start;
-    const float expected = kernels::reference::logSumExp(at, row.count);
-    EXPECT_NEAR(kernels::logSumExp(at, row.count), expected,
-                4 * epsilon * std::fabs(expected));
-  }
-  const auto vocabulary = randomFloats(51865, 7, 4.0F);
-  EXPECT_NEAR(kernels::logSumExp(vocabulary.data(), 51865),
-              kernels::reference::logSumExp(vocabulary.data(), 51865), 1e-5F);
-  const std::vector<float> nothing(9, -infinity);
-  EXPECT_EQ(kernels::logSumExp(nothing.data(), 9), -infinity);
-  EXPECT_EQ(kernels::logSumExp(nothing.data(), 0), -infinity);
+    for (const Row row : rows()) {
+        auto values = randomFloats(row.count + row.start, 6, 8.0F);
+        values[row.start + row.count / 2] += 500.0F; // would overflow without the maximum
+        const float* at = values.data() + row.start;
+        const float expected = kernels::reference::logSumExp(at, row.count);
+        EXPECT_NEAR(kernels::logSumExp(at, row.count), expected, 4 * epsilon * std::fabs(expected));
+    }
+    const auto vocabulary = randomFloats(51865, 7, 4.0F);
+    EXPECT_NEAR(kernels::logSumExp(vocabulary.data(), 51865), kernels::reference::logSumExp(vocabulary.data(), 51865),
+                1e-5F);
+    const std::vector<float> nothing(9, -infinity);
+    EXPECT_EQ(kernels::logSumExp(nothing.data(), 9), -infinity);
+    EXPECT_EQ(kernels::logSumExp(nothing.data(), 0), -infinity);
 }
 
 TEST(Kernels, MatVec_IsThePlainForm_AndEachRowTheSameInAnySplit) {
-  constexpr int outputs = 11;
-  for (const Row row : rows()) {
-    const auto weights = randomFloats(outputs * row.count + row.start, 8);
-    const auto x = randomFloats(row.count + row.start, 9);
-    const auto bias = randomFloats(outputs, 10);
-    const float *w = weights.data() + row.start;
-    for (const float *offset :
-         {bias.data(), static_cast<const float *>(nullptr)}) {
-      std::vector<float> expected(outputs);
-      kernels::reference::matVec(w, offset, x.data() + row.start,
-                                 expected.data(), 0, outputs, row.count);
-      std::vector<float> actual(outputs);
-      kernels::matVec(w, offset, x.data() + row.start, actual.data(), 0,
-                      outputs, row.count);
-      for (int i = 0; i < outputs; ++i)
-        ASSERT_NEAR(actual[i], expected[i], epsilon * (row.count + 16))
-            << row.count;
-      std::vector<float> pieces(outputs);
-      for (const auto &[first, last] :
-           {std::pair{0, 1}, {1, 6}, {6, 8}, {8, outputs}})
-        kernels::matVec(w, offset, x.data() + row.start, pieces.data(), first,
-                        last, row.count);
-      EXPECT_EQ(pieces, actual) << row.count;
+    constexpr int outputs = 11;
+    for (const Row row : rows()) {
+        const auto weights = randomFloats(outputs * row.count + row.start, 8);
+        const auto x = randomFloats(row.count + row.start, 9);
+        const auto bias = randomFloats(outputs, 10);
+        const float* w = weights.data() + row.start;
+        for (const float* offset : {bias.data(), static_cast<const float*>(nullptr)}) {
+            std::vector<float> expected(outputs);
+            kernels::reference::matVec(w, offset, x.data() + row.start, expected.data(), 0, outputs, row.count);
+            std::vector<float> actual(outputs);
+            kernels::matVec(w, offset, x.data() + row.start, actual.data(), 0, outputs, row.count);
+            for (int i = 0; i < outputs; ++i)
+                ASSERT_NEAR(actual[i], expected[i], epsilon * (row.count + 16)) << row.count;
+            std::vector<float> pieces(outputs);
+            for (const auto& [first, last] : {std::pair{0, 1}, {1, 6}, {6, 8}, {8, outputs}})
+                kernels::matVec(w, offset, x.data() + row.start, pieces.data(), first, last, row.count);
+            EXPECT_EQ(pieces, actual) << row.count;
+        }
     }
-  }
 }
 
 TEST(Kernels, MatVecInt8_IsExactAtTheExtremes) {
-  constexpr int outputs = 7;
-  for (const Row row : rows()) {
-    auto weights = randomBytes(outputs * row.count + row.start, 11);
-    auto x = randomBytes(row.count + row.start, 12);
-    std::fill_n(weights.begin() + row.start, row.count,
-                std::int8_t{-127}); // the first row takes the largest sum
-    const auto scales = randomFloats(outputs, 13);
-    const auto bias = randomFloats(outputs, 14);
-    for (const bool extreme : {false, true}) {
-      if (extreme)
-        std::fill(x.begin(), x.end(), std::int8_t{127});
-      std::vector<float> expected(outputs);
-      std::vector<float> actual(outputs);
-      const auto *w = weights.data() + row.start;
-      kernels::reference::matVecInt8(w, scales.data(), bias.data(),
-                                     x.data() + row.start, 0.01F,
-                                     expected.data(), 0, outputs, row.count);
-      kernels::matVecInt8(w, scales.data(), bias.data(), x.data() + row.start,
-                          0.01F, actual.data(), 0, 3, row.count);
-      kernels::matVecInt8(w, scales.data(), bias.data(), x.data() + row.start,
-                          0.01F, actual.data(), 3, outputs, row.count);
-      for (int i = 0; i < outputs; ++i)
-        EXPECT_FLOAT_EQ(actual[i], expected[i]) << row.count;
+    constexpr int outputs = 7;
+    for (const Row row : rows()) {
+        auto weights = randomBytes(outputs * row.count + row.start, 11);
+        auto x = randomBytes(row.count + row.start, 12);
+        std::fill_n(weights.begin() + row.start, row.count, std::int8_t{-127}); // the first row takes the largest sum
+        const auto scales = randomFloats(outputs, 13);
+        const auto bias = randomFloats(outputs, 14);
+        for (const bool extreme : {false, true}) {
+            if (extreme)
+                std::fill(x.begin(), x.end(), std::int8_t{127});
+            std::vector<float> expected(outputs);
+            std::vector<float> actual(outputs);
+            const auto* w = weights.data() + row.start;
+            kernels::reference::matVecInt8(w, scales.data(), bias.data(), x.data() + row.start, 0.01F, expected.data(),
+                                           0, outputs, row.count);
+            kernels::matVecInt8(w, scales.data(), bias.data(), x.data() + row.start, 0.01F, actual.data(), 0, 3,
+                                row.count);
+            kernels::matVecInt8(w, scales.data(), bias.data(), x.data() + row.start, 0.01F, actual.data(), 3, outputs,
+                                row.count);
+            for (int i = 0; i < outputs; ++i)
+                EXPECT_FLOAT_EQ(actual[i], expected[i]) << row.count;
+        }
     }
-  }
 }
 
 TEST(Kernels, AttendOne_IsThePlainForm) {
-  for (const int width : {1, 5, 16, 24, 64, 70})
-    for (const int positions : {1, 2, 7, 40}) {
-      const std::size_t stride = width + 3;
-      const auto query = randomFloats(width, 15, 0.3F);
-      const auto keys = randomFloats(positions * stride, 16);
-      const auto values = randomFloats(positions * stride, 17);
-      auto mask = randomFloats(positions, 18);
-      mask[positions / 2] = positions > 1 ? -infinity : 0.0F;
-      for (const float *masked : {static_cast<const float *>(mask.data()),
-                                  static_cast<const float *>(nullptr)}) {
-        std::vector<float> expectedScores(positions);
-        std::vector<float> expected(width);
-        kernels::reference::attendOne(query.data(), keys.data(), values.data(),
-                                      stride, masked, expectedScores.data(),
-                                      expected.data(), positions, width);
-        std::vector<float> scores(positions);
-        std::vector<float> actual(width);
-        kernels::attendOne(query.data(), keys.data(), values.data(), stride,
-                           masked, scores.data(), actual.data(), positions,
-                           width);
-        expectNear(scores, expectedScores, 1e-5F);
-        expectNear(actual, expected, 1e-5F);
-      }
-    }
+    for (const int width : {1, 5, 16, 24, 64, 70})
+        for (const int positions : {1, 2, 7, 40}) {
+            const std::size_t stride = width + 3;
+            const auto query = randomFloats(width, 15, 0.3F);
+            const auto keys = randomFloats(positions * stride, 16);
+            const auto values = randomFloats(positions * stride, 17);
+            auto mask = randomFloats(positions, 18);
+            mask[positions / 2] = positions > 1 ? -infinity : 0.0F;
+            for (const float* masked : {static_cast<const float*>(mask.data()), static_cast<const float*>(nullptr)}) {
+                std::vector<float> expectedScores(positions);
+                std::vector<float> expected(width);
+                kernels::reference::attendOne(query.data(), keys.data(), values.data(), stride, masked,
+                                              expectedScores.data(), expected.data(), positions, width);
+                std::vector<float> scores(positions);
+                std::vector<float> actual(width);
+                kernels::attendOne(query.data(), keys.data(), values.data(), stride, masked, scores.data(),
+                                   actual.data(), positions, width);
+                expectNear(scores, expectedScores, 1e-5F);
+                expectNear(actual, expected, 1e-5F);
+            }
+        }
 }

@@ -10,53 +10,50 @@
 using namespace fenlo::whisper;
 
 TEST(ThreadPool, RunsEachTaskOnce_ForManyCallersAtOnce) {
-  for (const int threads : {1, 2, 5}) {
-    ThreadPool pool(threads);
-    EXPECT_EQ(pool.size(), threads);
-    std::vector<std::jthread> callers;
-    std::atomic<int> faults = 0;
-    for (int caller = 0; caller < 4; ++caller)
-      callers.emplace_back([&] {
-        for (int round = 0; round < 200; ++round) {
-          std::vector<int> times(
-              round % 40,
-              0); // of its own per call, so that a late worker shows
-          pool.run(static_cast<int>(times.size()),
-                   [&](int task) { ++times[task]; });
-          faults += static_cast<int>(times.size()) !=
-                    std::accumulate(times.begin(), times.end(), 0);
-        }
-      });
-    callers.clear();
-    EXPECT_EQ(faults, 0);
-  }
+    for (const int threads : {1, 2, 5}) {
+        ThreadPool pool(threads);
+        EXPECT_EQ(pool.size(), threads);
+        std::vector<std::jthread> callers;
+        std::atomic<int> faults = 0;
+        for (int caller = 0; caller < 4; ++caller)
+            callers.emplace_back([&] {
+                for (int round = 0; round < 200; ++round) {
+                    std::vector<int> times(round % 40,
+                                           0); // of its own per call, so that a late worker shows
+                    pool.run(static_cast<int>(times.size()), [&](int task) { ++times[task]; });
+                    faults += static_cast<int>(times.size()) != std::accumulate(times.begin(), times.end(), 0);
+                }
+            });
+        callers.clear();
+        EXPECT_EQ(faults, 0);
+    }
 }
 
 TEST(ThreadPool, ATaskMayShareItsOwnWork) {
-  ThreadPool pool(3);
-  std::atomic<int> leaves = 0;
-  pool.run(8, [&](int) { pool.run(8, [&](int) { ++leaves; }); });
-  EXPECT_EQ(leaves, 64);
+    ThreadPool pool(3);
+    std::atomic<int> leaves = 0;
+    pool.run(8, [&](int) { pool.run(8, [&](int) { ++leaves; }); });
+    EXPECT_EQ(leaves, 64);
 }
 
 TEST(ThreadPool, ACallerIsNotHeldUpByAnother) {
-  // Both workers and the first caller stand in their tasks until the second
-  // caller has come through.
-  ThreadPool pool(3);
-  std::atomic<int> standing = 0;
-  std::atomic<bool> through = false;
-  std::jthread first([&] {
-    pool.run(3, [&](int) {
-      ++standing;
-      standing.notify_all();
-      through.wait(false);
+    // Both workers and the first caller stand in their tasks until the second
+    // caller has come through.
+    ThreadPool pool(3);
+    std::atomic<int> standing = 0;
+    std::atomic<bool> through = false;
+    std::jthread first([&] {
+        pool.run(3, [&](int) {
+            ++standing;
+            standing.notify_all();
+            through.wait(false);
+        });
     });
-  });
-  for (int seen = standing; seen < 3; seen = standing)
-    standing.wait(seen);
-  int done = 0;
-  pool.run(10, [&](int) { ++done; });
-  EXPECT_EQ(done, 10);
-  through = true;
-  through.notify_all();
+    for (int seen = standing; seen < 3; seen = standing)
+        standing.wait(seen);
+    int done = 0;
+    pool.run(10, [&](int) { ++done; });
+    EXPECT_EQ(done, 10);
+    through = true;
+    through.notify_all();
 }
