@@ -17,7 +17,7 @@ using ::testing::ElementsAre;
 namespace {
 
 constexpr int frames = 1500;
-constexpr float frame = 0.0201F; // seconds; among equal paths the one that turns first is taken
+constexpr float oneFrame = 0.0201F; // seconds; among equal paths the one that turns first is taken
 
 TranscriptionSegment segment(float start, float end, std::vector<int> tokens) {
     TranscriptionSegment result;
@@ -77,13 +77,13 @@ TEST_F(Words, TakeTheTimesOfTheirTokens) {
     ASSERT_EQ(result[0].words->size(), 2u);
     const WordTiming& first = result[0].words->at(0);
     EXPECT_EQ(first.word, " New");
-    EXPECT_NEAR(first.start, 3, frame);
-    EXPECT_NEAR(first.end, 3.5, frame);
+    EXPECT_NEAR(first.start, 3, oneFrame);
+    EXPECT_NEAR(first.end, 3.5, oneFrame);
     EXPECT_NEAR(first.probability, 0.5, 1e-6);
     const WordTiming& last = result[0].words->at(1);
     EXPECT_EQ(last.word, " line.");
     EXPECT_EQ(last.tokens, tokens(" line."));
-    EXPECT_NEAR(last.end, 4, frame);
+    EXPECT_NEAR(last.end, 4, oneFrame);
     EXPECT_EQ(result[0].start, first.start);
     EXPECT_EQ(result[0].end, last.end) << "the segment ends with its last word";
     EXPECT_EQ(timings.totalTimestampAlignmentRuns, 1);
