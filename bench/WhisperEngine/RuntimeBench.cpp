@@ -1,6 +1,5 @@
-// The runtime at the sizes of a model of 12 layers: 768 wide, 12 heads, a
-// window of 1500 positions, 51865 tokens. The first argument of a name is the
-// number of threads.
+// The runtime at the sizes of a model of 12 layers: 768 wide, 12 heads, a window of 1500 positions, 51865 tokens.
+// The first argument of a name is the number of threads.
 
 #include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/MatMul.h"
@@ -107,8 +106,7 @@ void matVecInt8(benchmark::State& state, int rows) {
     });
 }
 
-/// One token's attention of one layer to the window; the argument is the
-/// distance of two positions.
+/// One token's attention of one layer to the window; the argument is the distance of two positions.
 void attendOne(benchmark::State& state) {
     const auto stride = static_cast<std::size_t>(state.range(0));
     const std::size_t nextHead = stride == width ? width / heads : positions * stride;

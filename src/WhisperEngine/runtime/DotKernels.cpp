@@ -1,5 +1,4 @@
-// Kernels that multiply one vector with the rows of a matrix. This file is
-// compiled once for each instruction set.
+// Kernels that multiply one vector with the rows of a matrix. This file is compiled once for each instruction set.
 
 #include "WhisperEngine/runtime/InstructionSet.h"
 #include "WhisperEngine/runtime/Kernels.h"
@@ -18,9 +17,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 const hn::ScalableTag<float> floats;
 using Floats = hn::Vec<decltype(floats)>;
 
-/// Row after row, each from end to end: a matrix comes from main memory, which
-/// delivers one stream twice as fast as four that are walked side by side. Four
-/// sums hide the latency of the multiplication.
+/// Row after row, each from end to end: a matrix comes from main memory, which delivers one stream twice as fast as
+/// four that are walked side by side. Four sums hide the latency of the multiplication.
 float dot(const float* row, const float* x, std::size_t count) {
     const std::size_t lanes = hn::Lanes(floats);
     Floats sum0 = hn::Zero(floats);
@@ -58,14 +56,13 @@ HWY_INLINE hn::Vec<decltype(shorts)> widened(const std::int8_t* from) {
     return hn::PromoteTo(shorts, hn::LoadU(bytes, from));
 }
 
-/// Products of bytes as 16-bit pairs, added up in 32 bits: nothing saturates,
-/// so each order of adding gives the same sum.
+/// Products of bytes as 16-bit pairs, added up in 32 bits: nothing saturates, so each order of adding gives the same
+/// sum.
 std::int32_t dotBytes(const std::int8_t* row, const std::int8_t* x, std::size_t count) {
     const std::size_t lanes = hn::Lanes(shorts);
     Ints sum0 = hn::Zero(ints);
     Ints sum1 = sum0;
-    Ints odd0 = sum0; // Highway adds the odd products here where the processor
-                      // has no sum of pairs
+    Ints odd0 = sum0; // Highway adds the odd products here where the processor has no sum of pairs
     Ints odd1 = sum0;
     std::size_t j = 0;
     for (; j + 2 * lanes <= count; j += 2 * lanes) {
@@ -87,8 +84,8 @@ void matVecBytes(const std::int8_t* weights, const float* rowScales, const float
                    (bias ? bias[row] : 0.0F);
 }
 
-/// dst = the rows' sum, each times its factor. Four vectors of columns at a
-/// time, and even and odd rows apart: eight sums in flight.
+/// dst = the rows' sum, each times its factor. Four vectors of columns at a time, and even and odd rows apart: eight
+/// sums in flight.
 void mixRows(const float* rows, std::size_t stride, const float* factors, float* dst, std::size_t rowCount,
              std::size_t width) {
     const std::size_t lanes = hn::Lanes(floats);

@@ -4,32 +4,27 @@
 #include <cstdint>
 #include <span>
 
-/// The small numeric kernels of the runtime, each twice: `reference` in plain
-/// C++, kept for ever and compared with the fast one, and the fast one on SIMD
-/// of whatever width the processor has, chosen at run time. `FENLO_ISA`
-/// (scalar, sse4, avx2, avx512) forces a narrower one.
+/// The small numeric kernels of the runtime, each twice: `reference` in plain C++, kept for ever and compared with the
+/// fast one, and the fast one on SIMD of whatever width the processor has, chosen at run time. `FENLO_ISA` (scalar,
+/// sse4, avx2, avx512) forces a narrower one.
 ///
 /// Threads: pure functions on the caller's memory. No allocation.
 /// Errors:  none; sizes are the caller's promise.
 /// Shapes:  row-major. Any length and any alignment.
 namespace fenlo::whisper::kernels {
 
-/// dst[i] = sum over j of weights[i, j] * x[j] + bias[i] for rows [firstRow,
-/// lastRow). `bias` may be null.
+/// dst[i] = sum over j of weights[i, j] * x[j] + bias[i] for rows [firstRow, lastRow). `bias` may be null.
 void matVec(const float* weights, const float* bias, const float* x, float* dst, int firstRow, int lastRow,
             int columns);
 
-/// The same with 8-bit weights, one scale a row, and 8-bit activations of one
-/// scale: exact in 32-bit integers.
+/// The same with 8-bit weights, one scale a row, and 8-bit activations of one scale: exact in 32-bit integers.
 void matVecInt8(const std::int8_t* weights, const float* rowScales, const float* bias, const std::int8_t* x,
                 float xScale, float* dst, int firstRow, int lastRow, int columns);
 
-/// Symmetric quantisation to [-127, 127]; returns the scale, 0 for a row of
-/// zeros.
+/// Symmetric quantisation to [-127, 127]; returns the scale, 0 for a row of zeros.
 float quantize(const float* src, std::int8_t* dst, int count);
 
-/// dst = sums * (scales * factor) + bias: the 32-bit sums of a product of 8-bit
-/// values back to floats. `bias` may be null.
+/// dst = sums * (scales * factor) + bias: the sums of a product of 8-bit values back to floats. `bias` may be null.
 void rescale(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst, int count);
 
 /// dst = (src - mean) / sqrt(variance + 1e-5) * gain + shift.
@@ -38,23 +33,19 @@ void layerNorm(const float* src, const float* gain, const float* shift, float* d
 /// In place, with the maximum subtracted first.
 void softmax(float* values, int count);
 
-/// In place; the exact form with the error function: x / 2 * (1 + erf(x / sqrt
-/// 2)).
+/// In place; the exact form with the error function: x / 2 * (1 + erf(x / sqrt 2)).
 void gelu(float* values, int count);
 
 void add(float* dst, const float* src, int count);
 
 /// The largest value's index, the first of equals.
 int argMax(const float* values, int count);
-/// log(sum(exp(values))), with the maximum subtracted first; minus infinity for
-/// none.
+/// log(sum(exp(values))), with the maximum subtracted first; minus infinity for none.
 float logSumExp(const float* values, int count);
 
-/// One query against cached keys and values of one head: scores[p] = query .
-/// key_p + mask[p] (mask may be null), softmax, dst = sum of scores[p] *
-/// value_p. `stride` is the distance between two positions in floats. `scores`
-/// [positions] holds the attention weights afterwards. `query` is scaled by the
-/// caller.
+/// One query against cached keys and values of one head: scores[p] = query . key_p + mask[p] (mask may be null),
+/// softmax, dst = sum of scores[p] * value_p. `stride` is the distance between two positions in floats. `scores`
+/// [positions] holds the attention weights afterwards. `query` is scaled by the caller.
 void attendOne(const float* query, const float* keys, const float* values, std::size_t stride, const float* mask,
                float* scores, float* dst, int positions, int headWidth);
 

@@ -18,9 +18,8 @@ using Description = dnnl::memory::desc;
 using Type = dnnl::memory::data_type;
 using Format = dnnl::memory::format_tag;
 
-/// Rows of one task, whatever the number of threads: oneDNN adds up in another
-/// order for another number of rows, and results shall repeat. So few still run
-/// at full speed, their results stay in the second-level cache, and a window of
+/// Rows of one task, whatever the number of threads: oneDNN adds up in another order for another number of rows, and
+/// results shall repeat. So few still run at full speed, their results stay in the second-level cache, and a window of
 /// 1500 positions keeps many threads at work to the end.
 constexpr int block = 24;
 

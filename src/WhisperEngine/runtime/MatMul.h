@@ -9,20 +9,20 @@ class ThreadPool;
 
 enum class Activation { none, gelu };
 
-/// The matrix product of a linear layer with many rows: dst[rows, outputs] =
-/// activation(src[rows, inputs] x weights^T + bias), then, with `accumulate`,
-/// added to what dst holds. Through oneDNN on the widest instruction set that
-/// the processor has; each thread of the pool takes a block of rows.
+/// The matrix product of a linear layer with many rows: dst[rows, outputs] = activation(src[rows, inputs] x weights^T +
+/// bias), then, with `accumulate`, added to what dst holds. Through oneDNN on the widest instruction set that the
+/// processor has; each thread of the pool takes a block of rows.
 ///
-/// Threads: constant once made; run() may be called from several threads, each
-/// with a scratch of its own. Shapes:  weights [outputs, inputs], row-major.
+/// Threads:  constant once made; run() may be called from several threads, each with a scratch of its own. Results
+///           repeat bit for bit, whatever the pool's size.
+/// Lifetime: weights and bias are copied.
+/// Shapes:   weights [outputs, inputs], row-major.
 class MatMul {
 public:
     /// 32-bit floats throughout.
     static MatMul float32(const float* weights, const float* bias, int outputs, int inputs);
-    /// 8-bit weights with one scale a row; activations are quantised row by row.
-    /// On a processor without 8-bit dot products the weights are widened once,
-    /// and the product is one of 32-bit floats.
+    /// 8-bit weights with one scale a row; activations are quantised row by row. On a processor without 8-bit dot
+    /// products the weights are widened once, and the product is one of 32-bit floats.
     static MatMul int8(const std::int8_t* weights, const float* rowScales, const float* bias, int outputs, int inputs);
 
     MatMul(MatMul&&) noexcept;
@@ -40,9 +40,9 @@ private:
     std::unique_ptr<Implementation> m_implementation;
 };
 
-/// Attention of all positions of a window to each other, head by head: dst =
-/// softmax(q k^T) v, with q already scaled. q, k, v and dst are [positions,
-/// heads * headWidth].
+/// Attention of all positions of a window to each other, head by head: dst = softmax(q k^T) v, with q already scaled.
+/// q, k, v and dst are [positions, heads * headWidth]; dst is none of the others. The scores of a few rows at a time
+/// are held, on each thread.
 void attendAll(const float* q, const float* k, const float* v, float* dst, int positions, int heads, int headWidth,
                ThreadPool& pool);
 

@@ -35,8 +35,7 @@ private:
 dnnl::matmul::primitive_desc describe(const dnnl::memory::desc& src, const dnnl::memory::desc& weights,
                                       const dnnl::memory::desc& bias, const dnnl::memory::desc& dst,
                                       dnnl::primitive_attr attributes) {
-    // The library's own scratchpad belongs to the thread that makes the
-    // primitive, and others run it.
+    // The library's own scratchpad belongs to the thread that makes the primitive, and others run it.
     attributes.set_scratchpad_mode(dnnl::scratchpad_mode::user);
     const SingleThreadedLibraries alone; // how many threads it uses is settled when it is made
     const dnnl::matmul::desc operation =
@@ -54,8 +53,7 @@ void Product::execute(const void* src, const void* weights, const void* bias, vo
     const dnnl::engine engine = processor();
     dnnl::stream stream(engine);
     const auto memory = [&](const dnnl::memory::desc& description, const void* data) {
-        return dnnl::memory(description, engine,
-                            const_cast<void*>(data)); // the library reads inputs only
+        return dnnl::memory(description, engine, const_cast<void*>(data)); // the library reads inputs only
     };
     const dnnl::memory::desc workspace = m_descriptor.scratchpad_desc();
     std::unordered_map<int, dnnl::memory> arguments{
@@ -72,8 +70,7 @@ void Product::execute(const void* src, const void* weights, const void* bias, vo
 dnnl::memory reordered(const void* values, const dnnl::memory::desc& given, const dnnl::memory::desc& wanted) {
     const SingleThreadedLibraries alone;
     const dnnl::engine engine = processor();
-    dnnl::memory from(given, engine,
-                      const_cast<void*>(values)); // the library only reads it
+    dnnl::memory from(given, engine, const_cast<void*>(values)); // the library only reads it
     dnnl::memory to(wanted, engine);
     dnnl::stream stream(engine);
     dnnl::reorder(from, to).execute(stream, from, to);

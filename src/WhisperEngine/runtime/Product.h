@@ -6,14 +6,12 @@
 
 namespace fenlo::whisper {
 
-/// One matrix product of oneDNN for one shape: dst[rows, columns] = src[rows,
-/// inner] x weights[inner, columns].
+/// One matrix product of oneDNN for one shape: dst[rows, columns] = src[rows, inner] x weights[inner, columns].
 ///
 /// Threads: constant once made; execute() runs on the calling thread alone.
 class Product {
 public:
-    /// The operands' types and strides; `weights` may leave its format open
-    /// (`any`), see weights().
+    /// The operands' types and strides; `weights` may leave its format open (`any`), see weights().
     Product(const dnnl::memory::desc& src, const dnnl::memory::desc& weights, const dnnl::memory::desc& bias,
             const dnnl::memory::desc& dst, const dnnl::primitive_attr& attributes = {});
 
@@ -31,15 +29,14 @@ private:
 /// The values of `given` in another format.
 dnnl::memory reordered(const void* values, const dnnl::memory::desc& given, const dnnl::memory::desc& wanted);
 
-/// Whether the processor, as far as it is allowed, multiplies 8-bit values four
-/// at a time.
+/// Whether the processor, as far as it is allowed, multiplies 8-bit values four at a time.
 bool hasInt8Products();
 
 /// The processor as oneDNN sees it, with the instruction set allowed here.
 dnnl::engine processor();
 
-/// Memory of the calling thread for the moment, at least `bytes` and 64-byte
-/// aligned; the next call on this thread with the same `slot` takes it over.
+/// Memory of the calling thread for the moment, at least `bytes` and 64-byte aligned; the next call on this thread with
+/// the same `slot` takes it over.
 enum class Slot { library, sources, results, row, count };
 void* scratch(Slot slot, std::size_t bytes);
 

@@ -1,6 +1,5 @@
-// The plain forms: what each kernel means, in the order a reader expects. Sums
-// are taken in double precision, so that they are the truth that the fast forms
-// are measured against.
+// The plain forms: what each kernel means, in the order a reader expects. Sums are taken in double precision, so that
+// they are the truth that the fast forms are measured against.
 
 #include "WhisperEngine/runtime/Kernels.h"
 

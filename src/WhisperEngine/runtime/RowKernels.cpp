@@ -1,5 +1,4 @@
-// Kernels that walk along one row. This file is compiled once for each
-// instruction set.
+// Kernels that walk along one row. This file is compiled once for each instruction set.
 
 #include "WhisperEngine/runtime/InstructionSet.h"
 #include "WhisperEngine/runtime/Kernels.h"
@@ -13,75 +12,11 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "WhisperEngine/runtime/RowVectors-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace fenlo::whisper::kernels::HWY_NAMESPACE {
 namespace {
-
-namespace hn = hwy::HWY_NAMESPACE;
-
-const hn::ScalableTag<float> floats;
-using Floats = hn::Vec<decltype(floats)>;
-
-/// Calls `each(vector, at)` for the row's vectors, the last one filled up with
-/// `filler`.
-template <class Each>
-HWY_INLINE void forEach(const float* src, std::size_t count, float filler, const Each& each) {
-    const std::size_t lanes = hn::Lanes(floats);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes)
-        each(hn::LoadU(floats, src + i), i);
-    if (i < count) {
-        HWY_ALIGN float rest[hn::MaxLanes(floats)];
-        hn::Store(hn::Set(floats, filler), floats, rest);
-        for (std::size_t j = i; j < count; ++j)
-            rest[j - i] = src[j];
-        each(hn::Load(floats, rest), i);
-    }
-}
-
-HWY_INLINE void store(Floats value, float* dst, std::size_t at, std::size_t count) {
-    if (at + hn::Lanes(floats) <= count)
-        return hn::StoreU(value, floats, dst + at);
-    HWY_ALIGN float rest[hn::MaxLanes(floats)];
-    hn::Store(value, floats, rest);
-    for (std::size_t j = at; j < count; ++j)
-        dst[j] = rest[j - at];
-}
-
-HWY_INLINE float total(Floats sums) {
-    return hn::GetLane(hn::SumOfLanes(floats, sums));
-}
-
-/// exp(x) for x <= 0, off by at most 2.5e-7 of its value; 0 below -87, where
-/// floats lose digits, and for minus infinity.
-///
-/// x = n ln 2 + r, so exp(x) = 2^n exp(r) with |r| <= ln 2 / 2. The polynomial
-/// is the one of its degree with value and slope 1 at zero whose largest
-/// relative error there is the least: 1.05e-7.
-HWY_INLINE Floats expOf(Floats x) {
-    const hn::RebindToSigned<decltype(floats)> ints;
-    const auto n = hn::NearestInt(hn::Mul(x, hn::Set(floats, 1.44269504F)));
-    const Floats whole = hn::ConvertTo(floats, n);
-    Floats r = hn::NegMulAdd(whole, hn::Set(floats, 0.693145752F),
-                             x); // ln 2 in two parts, the first of few digits,
-    r = hn::NegMulAdd(whole, hn::Set(floats, 1.42860677e-6F),
-                      r); // so that its multiples are exact
-    Floats poly = hn::Set(floats, 0.008312501944601536F);
-    poly = hn::MulAdd(poly, r, hn::Set(floats, 0.041890330612659454F));
-    poly = hn::MulAdd(poly, r, hn::Set(floats, 0.16667115688323975F));
-    poly = hn::MulAdd(poly, r, hn::Set(floats, 0.499992311000824F));
-    poly = hn::MulAdd(poly, r, hn::Set(floats, 1.0F));
-    poly = hn::MulAdd(poly, r, hn::Set(floats, 1.0F));
-    const Floats power = hn::BitCast(floats, hn::ShiftLeft<23>(hn::Add(n, hn::Set(ints, 127))));
-    return hn::IfThenElseZero(hn::Ge(x, hn::Set(floats, -87.0F)), hn::Mul(poly, power));
-}
-
-float largest(const float* values, std::size_t count) {
-    Floats found = hn::Set(floats, -std::numeric_limits<float>::infinity());
-    forEach(values, count, -std::numeric_limits<float>::infinity(),
-            [&found](Floats v, std::size_t) { found = hn::Max(found, v); });
-    return hn::GetLane(hn::MaxOfLanes(floats, found));
-}
 
 float quantizeRow(const float* src, std::int8_t* dst, std::size_t count) {
     Floats found = hn::Zero(floats);
@@ -143,47 +78,6 @@ void normalizeRow(const float* src, const float* gain, const float* shift, float
         dst[i] = (src[i] - middle) * hn::GetLane(scale) * gain[i] + shift[i];
 }
 
-float sumOfExponentials(const float* values, std::size_t count, float subtrahend) {
-    const Floats less = hn::Set(floats, subtrahend);
-    Floats sums = hn::Zero(floats);
-    forEach(values, count, -std::numeric_limits<float>::infinity(),
-            [&](Floats v, std::size_t) { sums = hn::Add(sums, expOf(hn::Sub(v, less))); });
-    return total(sums);
-}
-
-void softmaxRow(float* values, std::size_t count) {
-    const Floats less = hn::Set(floats, largest(values, count));
-    Floats sums = hn::Zero(floats);
-    forEach(values, count, -std::numeric_limits<float>::infinity(), [&](Floats v, std::size_t at) {
-        const Floats e = expOf(hn::Sub(v, less));
-        sums = hn::Add(sums, e);
-        store(e, values, at, count);
-    });
-    const Floats share = hn::Set(floats, 1.0F / total(sums));
-    forEach(values, count, 0.0F, [&](Floats v, std::size_t at) { store(hn::Mul(v, share), values, at, count); });
-}
-
-/// x / 2 * erfc(-x / sqrt 2), with erfc(z) = (a1 t + ... + a5 t^5) exp(-z z), t
-/// = 1 / (1 + p z), for z >= 0, and 2 - erfc(-z) below. Abramowitz and Stegun,
-/// Handbook of Mathematical Functions, 7.1.26: off by at most 1.5e-7.
-HWY_INLINE Floats geluOf(Floats x) {
-    const Floats z = hn::Mul(hn::Abs(x), hn::Set(floats, 0.70710678F));
-    const Floats one = hn::Set(floats, 1.0F);
-    const Floats t = hn::Div(one, hn::MulAdd(hn::Set(floats, 0.3275911F), z, one));
-    Floats poly = hn::Set(floats, 1.061405429F);
-    poly = hn::MulAdd(poly, t, hn::Set(floats, -1.453152027F));
-    poly = hn::MulAdd(poly, t, hn::Set(floats, 1.421413741F));
-    poly = hn::MulAdd(poly, t, hn::Set(floats, -0.284496736F));
-    poly = hn::MulAdd(poly, t, hn::Set(floats, 0.254829592F));
-    const Floats half = hn::Mul(hn::Set(floats, 0.5F), hn::Mul(x, hn::Mul(poly, t)));
-    const Floats tail = hn::Mul(half, expOf(hn::Neg(hn::Mul(z, z))));
-    return hn::IfThenElse(hn::Lt(x, hn::Zero(floats)), tail, hn::Sub(x, tail));
-}
-
-void geluRow(float* values, std::size_t count) {
-    forEach(values, count, 0.0F, [&](Floats v, std::size_t at) { store(geluOf(v), values, at, count); });
-}
-
 void addRow(float* dst, const float* src, std::size_t count) {
     const std::size_t lanes = hn::Lanes(floats);
     std::size_t i = 0;
@@ -215,14 +109,11 @@ HWY_AFTER_NAMESPACE();
 namespace fenlo::whisper::kernels {
 
 namespace {
-HWY_EXPORT(largest);
 HWY_EXPORT(quantizeRow);
 HWY_EXPORT(rescaleRow);
 HWY_EXPORT(normalizeRow);
-HWY_EXPORT(sumOfExponentials);
-HWY_EXPORT(softmaxRow);
-HWY_EXPORT(geluRow);
 HWY_EXPORT(addRow);
+HWY_EXPORT(largest);
 HWY_EXPORT(indexOf);
 
 std::size_t size(int count) {
@@ -246,16 +137,6 @@ void layerNorm(const float* src, const float* gain, const float* shift, float* d
     HWY_DYNAMIC_DISPATCH(normalizeRow)(src, gain, shift, dst, size(count));
 }
 
-void softmax(float* values, int count) {
-    allowedInstructionSet();
-    HWY_DYNAMIC_DISPATCH(softmaxRow)(values, size(count));
-}
-
-void gelu(float* values, int count) {
-    allowedInstructionSet();
-    HWY_DYNAMIC_DISPATCH(geluRow)(values, size(count));
-}
-
 void add(float* dst, const float* src, int count) {
     allowedInstructionSet();
     HWY_DYNAMIC_DISPATCH(addRow)(dst, src, size(count));
@@ -265,17 +146,6 @@ int argMax(const float* values, int count) {
     allowedInstructionSet();
     const float best = HWY_DYNAMIC_DISPATCH(largest)(values, size(count));
     return static_cast<int>(HWY_DYNAMIC_DISPATCH(indexOf)(values, size(count), best));
-}
-
-float logSumExp(const float* values, int count) {
-    allowedInstructionSet();
-    const float best = HWY_DYNAMIC_DISPATCH(largest)(values, size(count));
-    if (std::isinf(best))
-        return best;
-    double sum = 0.0; // a whole vocabulary in one float would lose its last digits
-    for (int from = 0; from < count; from += 1024)
-        sum += HWY_DYNAMIC_DISPATCH(sumOfExponentials)(values + from, size(std::min(1024, count - from)), best);
-    return static_cast<float>(best + std::log(sum));
 }
 
 } // namespace fenlo::whisper::kernels

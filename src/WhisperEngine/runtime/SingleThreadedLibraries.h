@@ -4,8 +4,7 @@
 
 namespace fenlo::whisper {
 
-/// While it lives, oneDNN stays on the calling thread instead of starting
-/// OpenMP threads beneath each of ours.
+/// While it lives, oneDNN stays on the calling thread instead of starting OpenMP threads beneath each of ours.
 class SingleThreadedLibraries {
 public:
     SingleThreadedLibraries() : m_before(omp_get_max_threads()) { omp_set_num_threads(1); }

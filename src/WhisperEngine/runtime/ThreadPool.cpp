@@ -14,8 +14,7 @@ namespace fenlo::whisper {
 
 namespace {
 
-/// One call of run(). It lives on its caller's stack, who leaves only when no
-/// worker is at it any more.
+/// One call of run(). It lives on its caller's stack, who leaves only when no worker is at it any more.
 struct Job {
     const std::function<void(int)>& work;
     int tasks;

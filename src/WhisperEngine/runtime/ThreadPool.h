@@ -5,11 +5,9 @@
 
 namespace fenlo::whisper {
 
-/// Threads that share the work of one call: the caller works too, and run()
-/// returns when all is done.
+/// Threads that share the work of one call: the caller works too, and run() returns when all is done.
 ///
-/// Threads: run() may be called from several threads at once; the calls take
-/// turns at the workers, and each makes
+/// Threads: run() may be called from several threads at once; the calls take turns at the workers, and each makes
 ///          progress on its caller's thread in any case.
 /// Errors:  `work` must not throw.
 class ThreadPool {
@@ -22,9 +20,8 @@ public:
 
     int size() const;
 
-    /// Calls `work(task)` for each task in [0, tasks), in any order, on any of
-    /// the threads. What a task computes must not depend on which thread runs it,
-    /// so that results repeat bit for bit.
+    /// Calls `work(task)` for each task in [0, tasks), in any order, on any of the threads. What a task computes must
+    /// not depend on which thread runs it, so that results repeat bit for bit.
     void run(int tasks, const std::function<void(int task)>& work);
 
 private:

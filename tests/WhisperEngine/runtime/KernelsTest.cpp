@@ -1,5 +1,4 @@
-// The fast kernels against the plain ones. ctest runs this program once for
-// each instruction set.
+// The fast kernels against the plain ones. ctest runs this program once for each instruction set.
 
 #include "WhisperEngine/runtime/Kernels.h"
 
@@ -18,8 +17,7 @@ namespace {
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float epsilon = std::numeric_limits<float>::epsilon();
 
-/// Lengths around the vectors of all instruction sets (4 to 32 values), and
-/// starts off their alignment.
+/// Lengths around the vectors of all instruction sets (4 to 32 values), and starts off their alignment.
 struct Row {
     int count;
     int start;
@@ -34,8 +32,7 @@ std::vector<Row> rows() {
     return all;
 }
 
-/// What a fast kernel may write: `count` values from `start`, and nothing
-/// around them.
+/// What a fast kernel may write: `count` values from `start`, and nothing around them.
 template <class T>
 class Target {
 public:

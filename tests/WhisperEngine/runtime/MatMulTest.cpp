@@ -65,8 +65,7 @@ TEST(MatMul, Int8_IsTheLinearLayer_ToWithinHalfAStepOfEachInput) {
         const auto bytes = randomBytes(outputs * inputs, 1);
         std::vector<float> scales(outputs);
         std::vector<float> weights(bytes.size());
-        std::vector<float> magnitudes(outputs,
-                                      0.0F); // of each output's weights, summed up
+        std::vector<float> magnitudes(outputs, 0.0F); // of each output's weights, summed up
         for (int i = 0; i < outputs; ++i) {
             scales[i] = 0.001F * (i % 7 + 1);
             for (int j = i * inputs; j < (i + 1) * inputs; ++j) {
