@@ -14,10 +14,13 @@ TEST(Deployment, AFileOverridesKeyByKeyAndABadOneIsLeftOut) {
     EXPECT_TRUE(builtIn.groqHost.starts_with("https://"));
 
     const auto file = files::temporaryFile("deployment", ".json");
-    ASSERT_TRUE(files::writeAtomically(file, R"({"groq_host": "http://127.0.0.1:9", "support_address": 5})"));
+    ASSERT_TRUE(files::writeAtomically(file, R"({"groq_host": "http://127.0.0.1:9", "support_address": 5,
+                                              "model_repository": "maker/models"})"));
     ::setenv("FENLO_DEPLOYMENT", file.c_str(), 1);
     EXPECT_EQ(Deployment::load().groqHost, "http://127.0.0.1:9");
     EXPECT_EQ(Deployment::load().supportAddress, builtIn.supportAddress);
+    EXPECT_EQ(builtIn.modelRepository, "");
+    EXPECT_EQ(Deployment::load().modelRepository, "maker/models");
 
     ASSERT_TRUE(files::writeAtomically(file, "nonsense"));
     const test::LogCapture logged;

@@ -1,0 +1,53 @@
+// What a hub says: whatever the bytes, a listing ends with an error or with files that stay in their folder, an address
+// leads to the web, and a manifest is read back as it was written. The first line of the input is a header's value.
+
+#include "hub/HubPaths.h"
+#include "hub/SnapshotManifest.h"
+#include "hub/TreePage.h"
+#include "hub/WebAddress.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+using namespace fenlo::hub;
+
+namespace {
+
+void require(bool holds) {
+    if (!holds)
+        std::abort();
+}
+
+void requireInside(const std::string& path) {
+    const std::filesystem::path folder = "/folder/model";
+    const auto place = (folder / path).lexically_normal().string();
+    require(place.starts_with("/folder/model/") && place.find('\0') == std::string::npos);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    const std::string_view header = input.substr(0, input.find('\n'));
+    const std::string_view body = input.substr(std::min(header.size() + 1, input.size()));
+    const std::string next = resolveAddress("https://hub.example/api/models/a/b", nextPage(header));
+    require(next.empty() || !originOf(next).empty());
+    const std::string elsewhere = resolveAddress("https://hub.example/a", header);
+    require(elsewhere.empty() || !originOf(elsewhere).empty());
+    try {
+        for (const RepoFile& file : parseTreePage("maker/model", body)) {
+            requireInside(file.path);
+            require(!file.sha256 || file.sha256->size() == 64);
+            require(matchesGlob(file.path, "*") && percentEncode(file.path).find(' ') == std::string::npos);
+        }
+    } catch (const HubError& error) {
+        require(std::string_view(error.what()).find('\n') == std::string_view::npos);
+    }
+    if (const auto manifest = SnapshotManifest::parse(body)) {
+        const auto again = SnapshotManifest::parse(manifest->text());
+        require(again && again->text() == manifest->text());
+        for (const RepoFile& file : manifest->files)
+            requireInside(file.path);
+    }
+    return 0;
+}

@@ -1,0 +1,67 @@
+#include "HubFixture.h"
+
+#include <random>
+
+namespace fenlo::test {
+
+using ::testing::AnyOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace {
+
+std::string randomBytes(std::size_t size) {
+    std::mt19937 random(7);
+    std::string bytes(size, '\0');
+    for (char& byte : bytes)
+        byte = static_cast<char>(random());
+    return bytes;
+}
+
+} // namespace
+
+HubFixture::HubFixture() : large(randomBytes(2'500'000)) {
+    for (const char* name : {"http_proxy", "https_proxy", "all_proxy"})
+        ::unsetenv(name);
+    settings.endpoint = hub.server().url();
+    publish("config.json", small);
+    publish("weights/model one.safetensors", large);
+}
+
+HubFixture::~HubFixture() {
+    std::error_code ignored;
+    std::filesystem::remove_all(root, ignored);
+}
+
+void HubFixture::publish(const std::string& path, const std::string& content, const std::string& repository) {
+    const auto place = root / "served" / repository / path;
+    std::filesystem::create_directories(place.parent_path());
+    ASSERT_TRUE(files::writeAtomically(place, content));
+}
+
+hub::HubError HubFixture::failure(const std::vector<std::string>& globs, std::stop_token stop) {
+    try {
+        download(globs, stop);
+    } catch (const hub::HubError& error) {
+        EXPECT_THAT(error.what(), Not(HasSubstr("\n")));
+        EXPECT_THAT(error.what(), Not(HasSubstr("hf_secret")));
+        if (error.kind != hub::HubError::Kind::cancelled) {
+            EXPECT_THAT(error.what(), AnyOf(HasSubstr("try again"), HasSubstr("check "), HasSubstr("unset"),
+                                            HasSubstr("nothing is downloaded")))
+                << "the remedy is told";
+        }
+        return error;
+    }
+    ADD_FAILURE() << "the download succeeded";
+    return {hub::HubError::Kind::disk, ""};
+}
+
+std::vector<LoopbackHub::Received> HubFixture::transfers() const {
+    auto all = hub.requests();
+    std::erase_if(all, [](const LoopbackHub::Received& received) {
+        return !received.atStorage && received.wire.target.find("/resolve-cache/") == std::string::npos;
+    });
+    return all;
+}
+
+} // namespace fenlo::test

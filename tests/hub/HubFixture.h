@@ -1,0 +1,65 @@
+#pragma once
+
+#include "base/Clock.h"
+#include "base/Files.h"
+#include "hub/HubClient.h"
+#include "platform/linux/net/CurlHttpClient.h"
+#include "support/LoopbackHub.h"
+
+#include <atomic>
+#include <gmock/gmock.h>
+
+namespace fenlo::test {
+
+/// Virtual time that several threads sleep on side by side.
+class SharedVirtualClock final : public Clock {
+public:
+    double now() const override { return m_now; }
+    std::chrono::system_clock::time_point wallTime() const override { return {}; }
+    void sleep(double seconds) override {
+        m_now += seconds;
+        if (onSleep)
+            onSleep();
+    }
+    std::function<void()> onSleep;
+
+private:
+    std::atomic<double> m_now = 1000;
+};
+
+/// A hub with one repository, a real client of it, and an empty folder to download into.
+class HubFixture : public ::testing::Test {
+protected:
+    HubFixture();
+    ~HubFixture() override;
+
+    /// Puts a file into the repository.
+    void publish(const std::string& path, const std::string& content, const std::string& repository = "maker/model");
+
+    hub::HubClient hubClient() { return {http, settings, clock}; }
+    void download(const std::vector<std::string>& globs = {}, std::stop_token stop = {}) {
+        hubClient().snapshot(
+            repo, globs, folder, [this](hub::DownloadProgress now) { told.push_back(now); }, stop);
+    }
+    /// The error of a download that must not succeed; its message is checked for what holds for all.
+    hub::HubError failure(const std::vector<std::string>& globs = {}, std::stop_token stop = {});
+
+    /// What lies in the download folder under the name; "" when nothing does.
+    std::string there(const std::string& path) const { return files::read(folder / path).value_or(""); }
+
+    /// The requests for contents that came to the storage or to the hub itself; no listings, no redirects.
+    std::vector<LoopbackHub::Received> transfers() const;
+
+    const std::filesystem::path root = files::temporaryFile("hub-", "");
+    const std::filesystem::path folder = root / "downloads" / "model";
+    const std::string repo = "maker/model";
+    const std::string large;
+    const std::string small = "{\"kind\": \"whisper\"}\n";
+    LoopbackHub hub{root / "served"};
+    SharedVirtualClock clock;
+    CurlHttpClient http;
+    hub::HubSettings settings;
+    std::vector<hub::DownloadProgress> told;
+};
+
+} // namespace fenlo::test
