@@ -1,0 +1,47 @@
+// Tokenizer files: whatever the bytes, reading them ends with a one-line error or with a tokenizer that turns any text
+// into known tokens and any tokens into valid text.
+
+#include "base/Text.h"
+#include "hub/tokenizers/Tokenizer.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+using namespace fenlo;
+
+namespace {
+
+void require(bool condition) {
+    if (!condition)
+        std::abort();
+}
+
+void requireUtf8(const std::string& text) {
+    require(text::repairUtf8(text) == text);
+}
+
+void tryOut(const hub::Tokenizer& tokenizer, std::string_view text) {
+    const std::vector<int> tokens = tokenizer.encode(text);
+    for (const int token : tokens)
+        require(tokenizer.idToToken(token).has_value());
+    for (const bool skipSpecialTokens : {false, true})
+        requireUtf8(tokenizer.decode(tokens, skipSpecialTokens));
+    requireUtf8(tokenizer.decode(std::vector{-1, 3, 0, 1, 7, 2, tokenizer.vocabularySize()}));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view file(reinterpret_cast<const char*>(data), size);
+    try {
+        const hub::Tokenizer tokenizer = hub::Tokenizer::parse(file, "tokenizer.json");
+        for (const char* text :
+             {"", " Hello, w\u00F6rld 12\u00B2  \u65E5\u672C \U0001F600\n <s>aab abab", "\xFF\xE2\x82 a"})
+            tryOut(tokenizer, text);
+        tryOut(tokenizer, file.substr(0, 2000));
+    } catch (const hub::TokenizerError& error) {
+        require(std::strchr(error.what(), '\n') == nullptr);
+    }
+    return 0;
+}
