@@ -38,7 +38,8 @@ void ScriptedDecoder::predict(const TextDecoderInputs& inputs, const TextDecoder
         return;
     const ScriptedPass& pass = m_passes[static_cast<std::size_t>(m_pass)];
     std::ranges::fill(outputs.logits, 0.0f);
-    outputs.logits[static_cast<std::size_t>(special.noSpeechToken)] = pass.noSpeechScore;
+    if (inputs.input_ids == special.startOfTranscriptToken)
+        outputs.logits[static_cast<std::size_t>(special.noSpeechToken)] = pass.noSpeechScore;
     const auto step = inputs.cache_length - (promptLength - 1);
     if (step < 0)
         return;
