@@ -18,8 +18,7 @@ HWY_BEFORE_NAMESPACE();
 namespace fenlo::whisper::kernels::HWY_NAMESPACE {
 namespace {
 
-/// exp(x) for x <= 0, off by at most 2.5e-7 of its value; 0 below -87, where floats lose digits, and for minus
-/// infinity.
+/// exp(x) for x <= 0, off by at most 2.5e-7 of its value; 0 below -87, where floats lose digits.
 ///
 /// x = n ln 2 + r, so exp(x) = 2^n exp(r) with |r| <= ln 2 / 2. The polynomial is the one of its degree with value and
 /// slope 1 at zero whose largest relative error there is the least: 1.05e-7.
@@ -27,7 +26,7 @@ HWY_INLINE Floats expOf(Floats x) {
     const hn::RebindToSigned<decltype(floats)> ints;
     const auto n = hn::NearestInt(hn::Mul(x, hn::Set(floats, 1.44269504F)));
     const Floats whole = hn::ConvertTo(floats, n);
-    // ln 2 in two parts, the first of few digits, so that its multiples are exact
+    // ln 2 in two parts, the first of few digits, so that its multiples are exact.
     Floats r = hn::NegMulAdd(whole, hn::Set(floats, 0.693145752F), x);
     r = hn::NegMulAdd(whole, hn::Set(floats, 1.42860677e-6F), r);
     Floats poly = hn::Set(floats, 0.008312501944601536F);
@@ -60,8 +59,9 @@ void softmaxRow(float* values, std::size_t count) {
     forEach(values, count, 0.0F, [&](Floats v, std::size_t at) { store(hn::Mul(v, share), values, at, count); });
 }
 
-/// x / 2 * erfc(-x / sqrt 2), with erfc(z) = (a1 t + ... + a5 t^5) exp(-z z), t = 1 / (1 + p z), for z >= 0, and 2 -
-/// erfc(-z) below. Abramowitz and Stegun, Handbook of Mathematical Functions, 7.1.26: off by at most 1.5e-7.
+/// x / 2 * erfc(-x / sqrt 2), with erfc(z) = (a1 t + ... + a5 t^5) exp(-z z), t = 1 / (1 + p z) for z >= 0. Abramowitz
+/// and Stegun, Handbook of Mathematical Functions, 7.1.26: off by at most 1.5e-7. The function's other half is 2 -
+/// erfc.
 HWY_INLINE Floats geluOf(Floats x) {
     const Floats z = hn::Mul(hn::Abs(x), hn::Set(floats, 0.70710678F));
     const Floats one = hn::Set(floats, 1.0F);

@@ -48,6 +48,12 @@ float logSumExp(const float* values, int count);
 /// [positions] holds the attention weights afterwards. `query` is scaled by the caller.
 void attendOne(const float* query, const float* keys, const float* values, std::size_t stride, const float* mask,
                float* scores, float* dst, int positions, int headWidth);
+/// The same with keys and values of half precision (IEEE 754 binary16), which halves what is read.
+void attendOne(const float* query, const std::uint16_t* keys, const std::uint16_t* values, std::size_t stride,
+               const float* mask, float* scores, float* dst, int positions, int headWidth);
+
+/// To half precision; beyond 65504 the result is not defined.
+void toHalf(const float* src, std::uint16_t* dst, int count);
 
 /// The plain forms.
 namespace reference {

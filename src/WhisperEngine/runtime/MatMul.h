@@ -16,6 +16,7 @@ enum class Activation { none, gelu };
 /// Threads:  constant once made; run() may be called from several threads, each with a scratch of its own. Results
 ///           repeat bit for bit, whatever the pool's size.
 /// Lifetime: weights and bias are copied.
+/// Errors:   an exception only where memory runs out.
 /// Shapes:   weights [outputs, inputs], row-major.
 class MatMul {
 public:

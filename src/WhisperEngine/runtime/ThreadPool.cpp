@@ -91,8 +91,10 @@ void ThreadPool::run(int tasks, const std::function<void(int task)>& work) {
         std::lock_guard lock(m_state->mutex);
         m_state->jobs.push_back(&job);
     }
-    for (int i = 0; i < wanted; ++i)
+    if (wanted == 1)
         m_state->wake.notify_one();
+    else
+        m_state->wake.notify_all(); // one call of the kernel, however many sleep
     job.drain();
     std::unique_lock lock(m_state->mutex);
     m_state->retire(job);

@@ -1,6 +1,7 @@
 // The fast kernels against the plain ones. ctest runs this program once for each instruction set.
 
 #include "WhisperEngine/runtime/Kernels.h"
+#include "WhisperEngine/runtime/HalfFloat.h"
 
 #include "RandomValues.h"
 
@@ -222,6 +223,34 @@ TEST(Kernels, MatVecInt8_IsExactAtTheExtremes) {
             for (int i = 0; i < outputs; ++i)
                 EXPECT_FLOAT_EQ(actual[i], expected[i]) << row.count;
         }
+    }
+}
+
+TEST(Kernels, AttendOne_OfHalfPrecisionIsThatOfTheRoundedFloats) {
+    for (const int width : {1, 5, 16, 24, 64, 70}) {
+        const int positions = 7;
+        const auto query = randomFloats(width, 15, 0.3F);
+        auto keys = randomFloats(positions * width, 16);
+        auto values = randomFloats(positions * width, 17);
+        std::vector<std::uint16_t> halfKeys(keys.size());
+        std::vector<std::uint16_t> halfValues(values.size());
+        kernels::toHalf(keys.data(), halfKeys.data(), static_cast<int>(keys.size()));
+        kernels::toHalf(values.data(), halfValues.data(), static_cast<int>(values.size()));
+        for (std::size_t i = 0; i < keys.size(); ++i) {
+            EXPECT_NEAR(floatFromHalf(halfKeys[i]), keys[i], std::abs(keys[i]) * 0x1p-10F + 0x1p-24F);
+            keys[i] = floatFromHalf(halfKeys[i]);
+            values[i] = floatFromHalf(halfValues[i]);
+        }
+        std::vector<float> expectedScores(positions);
+        std::vector<float> expected(width);
+        kernels::reference::attendOne(query.data(), keys.data(), values.data(), width, nullptr, expectedScores.data(),
+                                      expected.data(), positions, width);
+        std::vector<float> scores(positions);
+        std::vector<float> actual(width);
+        kernels::attendOne(query.data(), halfKeys.data(), halfValues.data(), width, nullptr, scores.data(),
+                           actual.data(), positions, width);
+        expectNear(scores, expectedScores, 1e-5F);
+        expectNear(actual, expected, 1e-5F);
     }
 }
 
