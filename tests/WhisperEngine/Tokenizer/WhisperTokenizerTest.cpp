@@ -1,0 +1,131 @@
+#include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
+
+#include "WhisperEngine/Tokenizer/Languages.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+using namespace fenlo;
+using namespace fenlo::whisper;
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::Pair;
+
+namespace {
+
+const WhisperTokenizer& tokenizer() {
+    static const WhisperTokenizer loaded(hub::Tokenizer::load(DEMO_MODEL_FOLDER "/tokenizer.json"));
+    return loaded;
+}
+
+std::vector<std::string> wordsOf(const std::vector<int>& tokens, const std::string& language) {
+    std::vector<std::string> words;
+    std::vector<int> all;
+    for (const auto& [word, wordTokens] : tokenizer().splitToWordTokens(tokens, language)) {
+        words.push_back(word);
+        all.insert(all.end(), wordTokens.begin(), wordTokens.end());
+    }
+    std::vector<int> textTokens = tokens;
+    std::erase_if(textTokens, [](int token) { return token >= 50256; });
+    EXPECT_EQ(all, textTokens); // no token is lost, whatever the words
+    return words;
+}
+
+std::vector<std::string> wordsOf(const char* text, const std::string& language) {
+    return wordsOf(tokenizer().encode(text), language);
+}
+
+} // namespace
+
+TEST(WhisperTokenizer, SpecialTokens_AreThoseOfTheVocabulary) {
+    const SpecialTokens& tokens = tokenizer().specialTokens();
+    EXPECT_EQ(tokens.endToken, 50256);
+    EXPECT_EQ(tokens.specialTokenBegin, 50256);
+    EXPECT_EQ(tokens.startOfTranscriptToken, 50257);
+    EXPECT_EQ(tokens.englishToken, 50258);
+    EXPECT_EQ(tokens.translateToken, 50357);
+    EXPECT_EQ(tokens.transcribeToken, 50358);
+    EXPECT_EQ(tokens.startOfPreviousToken, 50360);
+    EXPECT_EQ(tokens.noSpeechToken, 50361);
+    EXPECT_EQ(tokens.noTimestampsToken, 50362);
+    EXPECT_EQ(tokens.timeTokenBegin, 50363);
+    EXPECT_EQ(tokens.whitespaceToken, 220);
+}
+
+TEST(WhisperTokenizer, SpecialTokensOfOtherVocabularies_AreFoundByTheirText) {
+    json file = {{"added_tokens", json::array()},
+                 {"pre_tokenizer", {{"type", "ByteLevel"}, {"add_prefix_space", false}}},
+                 {"decoder", {{"type", "ByteLevel"}}},
+                 {"model", {{"type", "BPE"}, {"vocab", {{"a", 0}, {"\u0120", 7}}}, {"merges", json::array()}}}};
+    int id = 10;
+    for (const char* content : {"<|endoftext|>", "<|startoftranscript|>", "<|en|>", "<|yue|>", "<|nocaptions|>"})
+        file["added_tokens"].push_back({{"id", id++}, {"content", content}, {"special", true}});
+    const WhisperTokenizer other(hub::Tokenizer::parse(file.dump(), "other.json"));
+    EXPECT_EQ(other.specialTokens().endToken, 10);
+    EXPECT_EQ(other.specialTokens().specialTokenBegin, 10);
+    EXPECT_EQ(other.specialTokens().noSpeechToken, 14);
+    EXPECT_EQ(other.specialTokens().whitespaceToken, 7);
+    EXPECT_EQ(other.specialTokens().timeTokenBegin, 50363); // not in this vocabulary
+    EXPECT_THAT(other.allLanguageTokens(), ElementsAre(12, 13));
+    EXPECT_EQ(other.languageToken("Cantonese"), 13);
+    EXPECT_EQ(other.languageToken("de"), std::nullopt);
+}
+
+TEST(WhisperTokenizer, SkippingSpecialTokens_LeavesNothingButText) {
+    const std::vector<int> tokens{50257, 50258, 50358, 50363, 18435, 50373, 50256};
+    EXPECT_EQ(tokenizer().decode(tokens),
+              "<|startoftranscript|><|en|><|transcribe|><|0.00|> Hello<|0.20|><|endoftext|>");
+    EXPECT_EQ(tokenizer().decode(tokens, true), " Hello");
+}
+
+TEST(WhisperTokenizer, Languages_AreNumberedInTheOrderOfTheTable) {
+    ASSERT_EQ(languages().size(), 100U);
+    int token = tokenizer().specialTokens().englishToken;
+    for (const Language& language : languages().first(99)) { // the hundredth is younger than this vocabulary
+        SCOPED_TRACE(language.code);
+        EXPECT_EQ(tokenizer().languageToken(std::string(language.code)), token);
+        EXPECT_EQ(tokenizer().languageToken(std::string(language.name)), token);
+        EXPECT_EQ(tokenizer().languageCode(token), language.code);
+        ++token;
+    }
+    EXPECT_EQ(tokenizer().allLanguageTokens().size(), 99U);
+    EXPECT_EQ(tokenizer().languageToken("yue"), std::nullopt);
+    EXPECT_EQ(languageCodeOf("German"), "de");
+    EXPECT_EQ(languageCodeOf("castilian"), "es");
+    EXPECT_EQ(languageCodeOf("klingon"), std::nullopt);
+    for (const Language& other : otherLanguageNames())
+        EXPECT_EQ(languageCodeOf(std::string(other.code)), other.code) << other.name;
+}
+
+TEST(WhisperTokenizer, WordsOfLanguagesWithBlanks) {
+    EXPECT_THAT(tokenizer().splitToWordTokens(std::vector{50257, 50363, 18435, 11, 995, 0, 50373, 50256}, "en"),
+                ElementsAre(Pair(" Hello", ElementsAre(18435)), Pair(",", ElementsAre(11)),
+                            Pair(" world", ElementsAre(995)), Pair("!", ElementsAre(0))));
+    EXPECT_THAT(wordsOf("It's (unbelievably) good", "en"), ElementsAre("It's", " (unbelievably", ")", " good"));
+    EXPECT_THAT(wordsOf(" Stra\u00DFenbahnhaltestelle \u00FCber", "de"),
+                ElementsAre(" Stra\u00DFenbahnhaltestelle", " \u00FCber"));
+    EXPECT_THAT(
+        wordsOf(" \u0928\u092E\u0938\u094D\u0924\u0947 \U0001F468\u200D\U0001F469\u200D\U0001F467 ok", "hi"),
+        ElementsAre(" \u0928\u092E\u0938\u094D\u0924\u0947", " \U0001F468\u200D\U0001F469\u200D\U0001F467", " ok"));
+    EXPECT_THAT(wordsOf("", "en"), ElementsAre());
+}
+
+TEST(WhisperTokenizer, WordsOfLanguagesWithoutBlanks_AreCharactersOrPiecesOfThem) {
+    EXPECT_THAT(wordsOf("\u4ECA\u65E5\u3002ok", "ja"), ElementsAre("\u4ECA", "\u65E5", "\u3002", "ok"));
+    EXPECT_THAT(wordsOf("\u4ECA\u65E5\u3002ok", "en"), ElementsAre("\u4ECA\u65E5\u3002ok"));
+    for (const char* language : {"zh", "ja", "th", "lo", "my", "yue"})
+        EXPECT_EQ(wordsOf("\u0E01\u0E02", language).size(), 2U) << language;
+}
+
+TEST(WhisperTokenizer, BrokenCharacters_LoseNoTokenAndNoWord) {
+    const std::vector<int> face = tokenizer().encode("\U0001F600");
+    ASSERT_GE(face.size(), 2U);
+    const std::vector<int> hello = tokenizer().encode(" hello");
+    for (std::size_t kept = 1; kept < face.size(); ++kept) {
+        std::vector<int> tokens(face.begin(), face.begin() + static_cast<std::ptrdiff_t>(kept));
+        EXPECT_FALSE(wordsOf(tokens, "en").empty()); // at the end of a window
+        tokens.insert(tokens.end(), hello.begin(), hello.end());
+        EXPECT_EQ(wordsOf(tokens, "en").back(), " hello");
+        EXPECT_EQ(wordsOf(tokens, "ja").back(), " hello");
+    }
+}
