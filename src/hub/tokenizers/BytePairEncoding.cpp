@@ -101,7 +101,7 @@ void BytePairEncoding::readMerges(const JsonNode& node, const TokenizerDocument&
 
 const BytePairEncoding::Merge* BytePairEncoding::mergeOf(int left, int right) const {
     const auto id = static_cast<std::size_t>(left);
-    if (id + 1 >= m_mergesOfLeft.size()) // an added token as the unknown one
+    if (id + 1 >= m_mergesOfLeft.size()) // an added token of one character
         return nullptr;
     const std::span<const Merge> merges =
         std::span(m_merges).subspan(m_mergesOfLeft[id], m_mergesOfLeft[id + 1] - m_mergesOfLeft[id]);

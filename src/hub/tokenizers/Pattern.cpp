@@ -11,7 +11,7 @@ namespace fenlo::hub {
 namespace {
 
 constexpr std::size_t longestExpression = 10'000; // bytes
-constexpr int32_t matchTimeLimit = 1000;          // ICU's unit, about a millisecond
+constexpr int32_t matchTimeLimit = 200;           // ICU's unit, about a millisecond
 
 /// Walks the UTF-8 text along with offsets into its UTF-16 form.
 class Utf8Offset {

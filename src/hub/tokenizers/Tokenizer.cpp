@@ -137,9 +137,9 @@ std::string Tokenizer::decode(std::span<const int> tokens, bool skipSpecialToken
     std::vector<std::string> pieces;
     pieces.reserve(tokens.size());
     for (const int token : tokens)
-        if (const std::string* piece = m_implementation->vocabulary.piece(token))
+        if (const std::optional<std::string_view> piece = m_implementation->vocabulary.piece(token))
             if (!skipSpecialTokens || !isSpecial(token))
-                pieces.push_back(*piece);
+                pieces.emplace_back(*piece);
     return m_implementation->decoder.apply(std::move(pieces));
 }
 
@@ -148,8 +148,8 @@ std::optional<int> Tokenizer::tokenToId(std::string_view token) const {
 }
 
 std::optional<std::string> Tokenizer::idToToken(int id) const {
-    const std::string* piece = m_implementation->vocabulary.piece(id);
-    return piece ? std::optional(*piece) : std::nullopt;
+    const std::optional<std::string_view> piece = m_implementation->vocabulary.piece(id);
+    return piece ? std::optional<std::string>(*piece) : std::nullopt;
 }
 
 bool Tokenizer::isSpecial(int id) const {

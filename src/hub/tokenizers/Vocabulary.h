@@ -1,40 +1,54 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace fenlo::hub {
 
 /// Pieces and their ids, both ways.
+///
+/// Reading a tokenizer file is for the most part looking up pieces, so they lie one behind the other in one text, and
+/// are found by a hash table with open addressing.
 class Vocabulary {
 public:
-    Vocabulary() { m_ids.reserve(typicalSize); }
-
     /// Ids go up to here; the largest published vocabularies have some 260,000. It bounds the table by id.
     static constexpr int maximumId = (1 << 22) - 1;
 
     /// False, and nothing added, where the piece or the id is taken. `id` is from 0 to maximumId.
-    bool add(const std::string& piece, int id);
+    bool add(std::string_view piece, int id);
 
     std::optional<int> find(std::string_view piece) const;
-    /// Null for an id without a piece.
-    const std::string* piece(int id) const;
+    /// Valid until the next add().
+    std::optional<std::string_view> piece(int id) const;
     /// One more than the largest id.
     int size() const { return static_cast<int>(m_pieces.size()); }
 
 private:
-    static constexpr std::size_t typicalSize = 60'000;
-
-    struct Hash : std::hash<std::string_view> {
-        using is_transparent = void;
+    struct Piece {
+        std::uint32_t begin = 0; // in m_text
+        std::uint32_t size = 0;
+        bool isThere = false;
+    };
+    struct Slot {
+        std::uint32_t hash = 0;
+        int id = -1; // for an empty one
     };
 
-    std::unordered_map<std::string, int, Hash, std::equal_to<>> m_ids;
-    std::vector<const std::string*> m_pieces; // [id], the keys above
+    std::string_view textOf(const Piece& piece) const {
+        return std::string_view(m_text).substr(piece.begin, piece.size);
+    }
+    /// Where the piece is, or the empty slot where it would be. There is always an empty one.
+    std::size_t slotOf(std::string_view piece, std::uint32_t hash) const;
+    void grow();
+
+    std::string m_text;
+    std::vector<Piece> m_pieces;                              // [id]
+    std::vector<Slot> m_slots = std::vector<Slot>(1U << 10U); // a power of two, at most half of them taken
+    std::size_t m_count = 0;
 };
 
 } // namespace fenlo::hub
