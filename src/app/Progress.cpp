@@ -49,15 +49,27 @@ Progress::~Progress() {
 }
 
 void Progress::bytes(const std::string& label, std::uint64_t received, std::uint64_t total) {
-    show({.label = label, .received = received, .total = total});
+    const std::lock_guard lock(m_mutex);
+    begin(label);
+    m_state.received = received;
+    m_state.total = total;
+    m_meter.add(m_clock.now(), received);
+    m_state.rate = m_meter.rate();
+    draw();
 }
 
 void Progress::fraction(const std::string& label, double fraction) {
-    show({.label = label, .fraction = fraction});
+    const std::lock_guard lock(m_mutex);
+    begin(label);
+    m_state.fraction = fraction;
+    draw();
 }
 
-void Progress::text(const std::string& label, const std::string& text, std::optional<double> fraction) {
-    show({.label = label, .fraction = fraction, .text = text});
+void Progress::text(const std::string& label, const std::string& text) {
+    const std::lock_guard lock(m_mutex);
+    begin(label);
+    m_state.text = text;
+    draw();
 }
 
 void Progress::finish() {
@@ -65,23 +77,20 @@ void Progress::finish() {
     erase();
 }
 
-void Progress::show(ProgressState state) {
-    const std::lock_guard lock(m_mutex);
-    const bool isNew = std::exchange(m_label, state.label) != state.label;
-    if (!m_isTerminal) {
-        if (isNew)
-            write(m_descriptor, progressLine({.label = state.label}, std::numeric_limits<int>::max()) + "...\n");
+void Progress::begin(const std::string& label) {
+    if (std::exchange(m_state.label, label) == label)
         return;
-    }
+    m_state = {.label = label};
+    m_meter = {};
+    if (!m_isTerminal)
+        write(m_descriptor, progressLine(m_state, std::numeric_limits<int>::max()) + "...\n");
+}
+
+void Progress::draw() {
     const double now = m_clock.now();
-    if (isNew)
-        m_meter = {};
-    if (state.total > 0)
-        m_meter.add(now, state.received);
-    if (now - m_lastDraw < drawInterval)
+    if (!m_isTerminal || now - m_lastDraw < drawInterval)
         return;
-    state.rate = m_meter.rate();
-    write(m_descriptor, "\r" + progressLine(state, widthOf(m_descriptor)) + "\x1b[K");
+    write(m_descriptor, "\r" + progressLine(m_state, widthOf(m_descriptor)) + "\x1b[K");
     m_lastDraw = now;
     m_isDrawn = true;
 }

@@ -28,22 +28,23 @@ public:
 
     /// A download. `received` may begin above zero, where an earlier attempt has left something.
     void bytes(const std::string& label, std::uint64_t received, std::uint64_t total);
+    /// How far the work is, and what was heard in it so far: either keeps the other, under the same label.
     void fraction(const std::string& label, double fraction);
-    /// What was heard so far; `fraction` where it is known.
-    void text(const std::string& label, const std::string& text, std::optional<double> fraction = {});
+    void text(const std::string& label, const std::string& text);
 
     /// Erases the line, so that others can write to the terminal. The next step draws it again.
     void finish();
 
 private:
-    void show(ProgressState state);
+    void begin(const std::string& label);
+    void draw();
     void erase();
 
     Clock& m_clock;
     const int m_descriptor;
     const bool m_isTerminal;
     std::mutex m_mutex;
-    std::string m_label;
+    ProgressState m_state;
     RateMeter m_meter;
     double m_lastDraw = -std::numeric_limits<double>::infinity();
     bool m_isDrawn = false;

@@ -2,7 +2,9 @@
 
 #include "support/VirtualTime.h"
 
+#include <cmath>
 #include <fcntl.h>
+#include <functional>
 #include <gmock/gmock.h>
 #include <pty.h>
 #include <random>
@@ -10,7 +12,6 @@
 
 using namespace fenlo;
 using fenlo::test::VirtualClock;
-using testing::EndsWith;
 using testing::HasSubstr;
 
 namespace {
@@ -126,6 +127,21 @@ TEST(Progress, DrawsOneLineTenTimesASecondAndErasesIt) {
     EXPECT_EQ(terminal.shown(), "\r\x1b[K");
 }
 
+TEST(Progress, ShowsTextBehindTheLastFraction) {
+    const Terminal terminal(60);
+    VirtualClock clock;
+    Progress progress(clock, terminal.program);
+    const auto shows = [&](const std::function<void()>& step) {
+        step();
+        clock.advance(1);
+        return terminal.shown();
+    };
+    EXPECT_THAT(shows([&] { progress.fraction("a.wav", 0.5); }), HasSubstr("a.wav [======"));
+    EXPECT_EQ(shows([&] { progress.text("a.wav", "one two"); }), "\ra.wav   50 %  one two\x1b[K");
+    EXPECT_EQ(shows([&] { progress.fraction("a.wav", 0.6); }), "\ra.wav   60 %  one two\x1b[K");
+    EXPECT_EQ(shows([&] { progress.text("b.wav", "three"); }), "\rb.wav  three\x1b[K");
+}
+
 TEST(Progress, IsQuietWithoutATerminal) {
     int ends[2];
     ASSERT_EQ(::pipe2(ends, O_NONBLOCK), 0);
@@ -137,7 +153,7 @@ TEST(Progress, IsQuietWithoutATerminal) {
             clock.advance(1);
         }
         progress.fraction("Preparing", 0.5);
-        progress.text("Preparing", "words", 0.7);
+        progress.text("Preparing", "words");
     }
     EXPECT_EQ(readAll(ends[0]), "Downloading...\nPreparing...\n");
     ::close(ends[0]);
