@@ -21,7 +21,7 @@ using Format = dnnl::memory::format_tag;
 /// Rows of one task, whatever the number of threads: oneDNN adds up in another order for another number of rows, and
 /// results shall repeat. So few still run at full speed, their results stay in the second-level cache, and a window of
 /// 1500 positions keeps many threads at work to the end.
-constexpr int block = 24;
+constexpr int block = 48;
 
 /// What is done with the product's rows.
 struct Finish {
