@@ -1,8 +1,8 @@
 #include "WhisperEngine/network/SafeTensors.h"
 
-#include "WhisperEngine/network/HalfFloat.h"
 #include "WhisperEngine/network/ModelFault.h"
 #include "WhisperEngine/network/StrictJson.h"
+#include "WhisperEngine/runtime/HalfFloat.h"
 
 #include <algorithm>
 #include <bit>

@@ -2,6 +2,7 @@
 
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/TextDecoderStep.h"
+#include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 
 #include <algorithm>
@@ -74,10 +75,15 @@ void TextDecoderNetwork::attach(AudioEmbeddings& embeddings) const {
     const int frames = m_net.audioPositions, width = m_net.width, headWidth = width / m_net.decoderHeads;
     if (embeddings.encoder_output_embeds.size() != size(frames, width))
         refuse("The audio embeddings have not the shape that the decoder expects.");
+    const bool half = m_file.identity().unit == ComputeUnit::automatic;
+    const std::size_t total = m_layers.size() * size(frames, width);
     auto cache = std::make_shared<CrossCache>();
     cache->owner = this;
-    cache->keys.resize(m_layers.size() * size(frames, width));
-    cache->values.resize(cache->keys.size());
+    cache->halfKeys.resize(half ? total : 0);
+    cache->halfValues.resize(half ? total : 0);
+    cache->keys.resize(half ? 0 : total);
+    cache->values.resize(half ? 0 : total);
+
     std::vector<float> joined(size(frames, 2 * width)); // [frames, keys and values]
     for (std::size_t i = 0; i < m_layers.size(); ++i) {
         m_layers[i].crossKeysValues.run(embeddings.encoder_output_embeds.data(), joined.data(), frames,
@@ -85,9 +91,15 @@ void TextDecoderNetwork::attach(AudioEmbeddings& embeddings) const {
         const auto apart = [&](int head) {
             const std::size_t start = i * size(frames, width) + size(head, frames * headWidth);
             for (int frame = 0; frame < frames; ++frame) {
-                const float* row = joined.data() + size(frame, 2 * width) + size(head, headWidth);
-                std::copy_n(row, headWidth, cache->keys.data() + start + size(frame, headWidth));
-                std::copy_n(row + width, headWidth, cache->values.data() + start + size(frame, headWidth));
+                const float* key = joined.data() + size(frame, 2 * width) + size(head, headWidth);
+                const std::size_t to = start + size(frame, headWidth);
+                if (half) {
+                    kernels::toHalf(key, cache->halfKeys.data() + to, headWidth);
+                    kernels::toHalf(key + width, cache->halfValues.data() + to, headWidth);
+                } else {
+                    std::copy_n(key, headWidth, cache->keys.data() + to);
+                    std::copy_n(key + width, headWidth, cache->values.data() + to);
+                }
             }
         };
         m_pool.run(m_net.decoderHeads, std::ref(apart));

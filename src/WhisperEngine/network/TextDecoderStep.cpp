@@ -104,7 +104,8 @@ void TextDecoderNetwork::Step::attendAudio(std::size_t index) {
     kernels::layerNorm(m_work.state.data(), layer.crossNorm.gain, layer.crossNorm.shift, m_work.normed.data(),
                        m_net.width);
     const Input input = inputFor(layer.crossQuery, m_work.normed.data());
-    const std::size_t audio = size(m_net.audioPositions, m_headWidth) * 2 * sizeof(float);
+    const std::size_t number = m_cross.keys.empty() ? sizeof(std::uint16_t) : sizeof(float);
+    const std::size_t audio = size(m_net.audioPositions, m_headWidth) * 2 * number;
     forHeads(size(m_headWidth, m_net.width) + audio, [&](int head) { attendAudio(index, head, input); });
     addProduct(layer.crossOut, m_work.attended.data());
 
@@ -124,8 +125,14 @@ void TextDecoderNetwork::Step::attendAudio(std::size_t index, int head, const In
     float* const query = m_work.query.data();
     product(m_network.m_layers[index].crossQuery, input, query, head * m_headWidth, (head + 1) * m_headWidth);
     float* const scores = m_work.scores.data() + m_work.scores.size() / size(m_net.decoderHeads, 1) * size(head, 1);
-    kernels::attendOne(query + inHead, m_cross.keys.data() + start, m_cross.values.data() + start, size(m_headWidth, 1),
-                       nullptr, scores, m_work.attended.data() + inHead, frames, m_headWidth);
+    const auto attend = [&](const auto& keys, const auto& values) {
+        kernels::attendOne(query + inHead, keys.data() + start, values.data() + start, size(m_headWidth, 1), nullptr,
+                           scores, m_work.attended.data() + inHead, frames, m_headWidth);
+    };
+    if (m_cross.keys.empty())
+        attend(m_cross.halfKeys, m_cross.halfValues);
+    else
+        attend(m_cross.keys, m_cross.values);
 }
 
 void TextDecoderNetwork::Step::feedForward(const Layer& layer) {

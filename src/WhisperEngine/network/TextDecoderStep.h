@@ -11,7 +11,9 @@ namespace fenlo::whisper {
 /// Keys and values that the decoder makes of the audio: constant for all steps of a window.
 struct TextDecoderNetwork::CrossCache final : AudioEmbeddings::Derived {
     const TextDecoderNetwork* owner = nullptr;
-    std::vector<float> keys, values; // [layers, heads, audioPositions, head width]
+    // [layers, heads, audioPositions, head width], in half precision unless the decoder is the reference.
+    std::vector<std::uint16_t> halfKeys, halfValues;
+    std::vector<float> keys, values;
 };
 
 /// The memory of one decoding.

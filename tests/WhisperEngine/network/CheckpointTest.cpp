@@ -2,7 +2,7 @@
 
 #include "WhisperEngine/network/Checkpoint.h"
 #include "WhisperEngine/WhisperError.h"
-#include "WhisperEngine/network/HalfFloat.h"
+#include "WhisperEngine/runtime/HalfFloat.h"
 #include "WhisperEngine/network/ModelConfig.h"
 #include "WhisperEngine/network/TinyCheckpoint.h"
 #include "base/Files.h"
