@@ -4,6 +4,7 @@
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/Models/ModelRepository.h"
 #include "WhisperEngine/WhisperEngine.h"
+#include "WhisperEngine/WhisperError.h"
 #include "app/LocalEngine.h"
 #include "app/Progress.h"
 #include "app/TerminationSignals.h"
@@ -62,6 +63,7 @@ int runModelsList(bool json) {
     const auto isBundled = [&](const std::string& name) { return std::ranges::find(bundled, name) != bundled.end(); };
 
     std::vector<std::string> available;
+    std::ranges::copy_if(bundled, std::back_inserter(available), [&](const auto& name) { return !isInstalled(name); });
     hub::HubClient hub(http, hub::HubSettings::fromEnvironment(), clock);
     try {
         for (std::string& name : whisper::fetchAvailableModels(hub, {deployment.modelRepository}, {}, {}))
@@ -80,10 +82,8 @@ int runModelsList(bool json) {
                             {"installed", model.complete},
                             {"ready", model.compiled},
                             {"demonstration", isBundled(model.name)}});
-        for (const auto* names : {&bundled, &available})
-            for (const std::string& name : *names)
-                if (!isInstalled(name))
-                    list.push_back({{"name", name}, {"installed", false}, {"demonstration", isBundled(name)}});
+        for (const std::string& name : available)
+            list.push_back({{"name", name}, {"installed", false}, {"demonstration", isBundled(name)}});
         std::printf("%s\n", list.dump(2).c_str());
         return exitStatus::ok;
     }
@@ -94,11 +94,8 @@ int runModelsList(bool json) {
     if (installed.empty())
         std::printf("  none\n");
     std::printf("To install with `fenlo models download NAME`:\n");
-    for (const std::string& name : bundled)
-        if (!isInstalled(name))
-            std::printf("  %-44s %s\n", name.c_str(), bundledNote);
     for (const std::string& name : available)
-        std::printf("  %s\n", name.c_str());
+        std::printf("  %-44s %s\n", name.c_str(), isBundled(name) ? bundledNote : "");
     return exitStatus::ok;
 }
 
