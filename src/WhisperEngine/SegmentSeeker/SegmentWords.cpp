@@ -56,6 +56,8 @@ std::vector<WordTiming> SegmentSeeker::findAlignment(std::span<const int> wordTo
     const std::size_t count = wordTokenIds.size();
     if (static_cast<std::size_t>(alignmentWeights.tokens) != count || tokenLogProbs.size() != count)
         throw segmentingFailed("Invalid alignment matrix shape");
+    // Of the published preparation of the weights the median filter and the scaling of each frame are left out: they
+    // are made for single heads, and on the mean of the heads they raise the noise of silent frames above the speech.
     std::vector<float> costs(alignmentWeights.values.begin(), alignmentWeights.values.end());
     std::ranges::for_each(costs, [](float& cost) { cost = -cost; });
     std::vector<int> frames = warpedRowStarts(costs, alignmentWeights.tokens, alignmentWeights.frames);
@@ -134,7 +136,7 @@ SegmentSeeker::addWordTimestamps(std::vector<TranscriptionSegment> segments, con
         std::vector<WordTiming>& words = segment.words.emplace(std::move(wordsOfSegments[i]));
         if (words.empty())
             continue;
-        clipAfterSentenceEnds(words, previous, durations);
+        clipAtSentenceEnds(words, previous, durations);
         clipAtSegmentEdges(words, segment.start, segment.end, lastSpeechTimestamp, durations);
         segment.start = words.front().start;
         segment.end = words.back().end;

@@ -73,6 +73,7 @@ void mergePunctuations(std::vector<WordTiming>& words) {
             waiting.push_back(std::move(word));
         } else if (waiting.empty() && !merged.empty() && isAppended(word.word)) {
             merged.back().word += word.word;
+            merged.back().end = word.end;
             merged.back().tokens.insert(merged.back().tokens.end(), word.tokens.begin(), word.tokens.end());
         } else {
             joinWaiting(word);
@@ -96,10 +97,15 @@ WordDurations wordDurations(std::span<const std::vector<WordTiming>> wordsOfSegm
     return {.median = std::min(*middle, greatestMedian)};
 }
 
-void clipAfterSentenceEnds(std::vector<WordTiming>& words, const WordTiming* previous, WordDurations durations) {
+void clipAtSentenceEnds(std::vector<WordTiming>& words, const WordTiming* previous, WordDurations durations) {
+    if (durations.median <= 0)
+        return;
     for (WordTiming& word : words) {
-        if (durations.median > 0 && previous && endsSentence(*previous) && duration(word) > durations.longest())
+        const bool isLong = duration(word) > durations.longest();
+        if (isLong && previous && endsSentence(*previous))
             word.start = word.end - durations.longest();
+        else if (isLong && endsSentence(word) && &word != &words.back())
+            word.end = word.start + durations.longest();
         previous = &word;
     }
 }

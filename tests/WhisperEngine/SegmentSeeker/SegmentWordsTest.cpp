@@ -83,7 +83,7 @@ TEST_F(Words, TakeTheTimesOfTheirTokens) {
     const WordTiming& last = result[0].words->at(1);
     EXPECT_EQ(last.word, " line.");
     EXPECT_EQ(last.tokens, tokens(" line."));
-    EXPECT_NEAR(last.end, 4, oneFrame);
+    EXPECT_NEAR(last.end, 4.1, oneFrame) << "at the end of the full stop";
     EXPECT_EQ(result[0].start, first.start);
     EXPECT_EQ(result[0].end, last.end) << "the segment ends with its last word";
     EXPECT_EQ(timings.totalTimestampAlignmentRuns, 1);

@@ -49,13 +49,13 @@ TEST(MergePunctuations, JoinsTheNeighbourItBelongsTo) {
     EXPECT_THAT(merged({}), ElementsAre());
 }
 
-TEST(MergePunctuations, KeepsTokensInOrderAndTheTimesOfTheWord) {
+TEST(MergePunctuations, KeepsTokensInOrderAndEndsWithTheMark) {
     auto words = wordsOf({" [", "{", "x", ".", ","});
     mergePunctuations(words);
     ASSERT_EQ(words.size(), 1u);
     EXPECT_THAT(words[0].tokens, ElementsAre(0, 1, 2, 3, 4));
     EXPECT_EQ(words[0].start, 2);
-    EXPECT_EQ(words[0].end, 2.5F);
+    EXPECT_EQ(words[0].end, 4.5F);
 }
 
 TEST(WordDurations, AreTheMedianUpToALimit) {
@@ -67,21 +67,22 @@ TEST(WordDurations, AreTheMedianUpToALimit) {
     EXPECT_FLOAT_EQ(WordDurations{.median = 0.7F}.longest(), 1.4F);
 }
 
-TEST(Clipping, AfterTheEndOfASentence_FromTheSideOfThePause) {
+TEST(Clipping, AroundTheEndOfASentence_FromTheSideOfThePause) {
     for (const char* ending : {" all.", " all!", " all?"}) {
-        std::vector<WordTiming> words{word(ending, 0, 1), word(" Then", 1, 4), word(" we", 4, 7)};
-        clipAfterSentenceEnds(words, nullptr, half);
+        std::vector<WordTiming> words{word(ending, 0, 1.5F), word(" Then", 1.5F, 4), word(" we", 4, 7)};
+        clipAtSentenceEnds(words, nullptr, half);
+        EXPECT_FLOAT_EQ(words[0].end, 1) << ending;
         EXPECT_FLOAT_EQ(words[1].start, 3) << ending;
         EXPECT_FLOAT_EQ(words[2].start, 4) << "in a sentence it may be slow";
     }
     const WordTiming before = word(" all.", 0, 1);
     std::vector<WordTiming> words{word(" Then", 1, 1.9F)};
-    clipAfterSentenceEnds(words, &before, half);
+    clipAtSentenceEnds(words, &before, half);
     EXPECT_FLOAT_EQ(words[0].start, 1) << "short enough";
     words[0].end = 4;
-    clipAfterSentenceEnds(words, &before, {});
+    clipAtSentenceEnds(words, &before, {});
     EXPECT_FLOAT_EQ(words[0].start, 1) << "no median, no limit";
-    clipAfterSentenceEnds(words, &before, half);
+    clipAtSentenceEnds(words, &before, half);
     EXPECT_FLOAT_EQ(words[0].start, 3);
 }
 
