@@ -10,17 +10,20 @@ using ::testing::Not;
 
 namespace {
 
-std::string randomBytes(std::size_t size) {
-    std::mt19937 random(7);
-    std::string bytes(size, '\0');
-    for (char& byte : bytes)
-        byte = static_cast<char>(random());
+const std::string& randomBytes() {
+    static const std::string bytes = [] {
+        std::mt19937 random(7);
+        std::string made(2'500'000, '\0');
+        for (char& byte : made)
+            byte = static_cast<char>(random());
+        return made;
+    }();
     return bytes;
 }
 
 } // namespace
 
-HubFixture::HubFixture() : large(randomBytes(2'500'000)) {
+HubFixture::HubFixture() : large(randomBytes()) {
     for (const char* name : {"http_proxy", "https_proxy", "all_proxy"})
         ::unsetenv(name);
     settings.endpoint = hub.server().url();

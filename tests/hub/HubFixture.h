@@ -53,7 +53,7 @@ protected:
     const std::filesystem::path root = files::temporaryFile("hub-", "");
     const std::filesystem::path folder = root / "downloads" / "model";
     const std::string repo = "maker/model";
-    const std::string large;
+    const std::string& large; // 2,500,000 random bytes
     const std::string small = "{\"kind\": \"whisper\"}\n";
     LoopbackHub hub{root / "served"};
     SharedVirtualClock clock;

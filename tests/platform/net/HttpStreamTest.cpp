@@ -165,21 +165,21 @@ TEST_F(CurlStreamTest, SilenceIsAFaultAndSlownessIsNone) {
     const auto tick = [&](std::stop_token stop) -> std::string {
         std::promise<void> end;
         const std::stop_callback ending(stop, [&] { end.set_value(); });
-        // 0.4 s in all, each piece well within the limit; then silence.
-        end.get_future().wait_for(pieces < 8 ? std::chrono::milliseconds(50) : std::chrono::hours(1));
-        return ++pieces <= 8 ? "x" : "";
+        // 0.9 s in all, each piece well within the limit; then silence.
+        end.get_future().wait_for(pieces < 9 ? std::chrono::milliseconds(100) : std::chrono::hours(1));
+        return ++pieces <= 9 ? "x" : "";
     };
     serve([&](auto&&...) {
-        WireAnswer answer = headOf(9);
+        WireAnswer answer = headOf(10);
         answer.more = tick;
         return answer;
     });
     request.timeout = 0;
-    request.idleLimit = 0.3;
+    request.idleLimit = 0.7;
     const HttpError error = failure();
     EXPECT_EQ(error.kind, Kind::timeout);
-    EXPECT_THAT(error.what(), HasSubstr("sent nothing for 0.3s"));
-    EXPECT_EQ(came, "xxxxxxxx");
+    EXPECT_THAT(error.what(), HasSubstr("sent nothing for 0.7s"));
+    EXPECT_EQ(came, "xxxxxxxxx");
     server.reset();
 }
 
@@ -187,7 +187,7 @@ TEST_F(CurlStreamTest, AStreamThatWaitsForItsSenderHoldsUpNoOther) {
     serve([](const WireRequest& asked, std::stop_token) {
         return httpAnswer(200, "x/y", asked.target == "/quick" ? "quick" : whole);
     });
-    request.idleLimit = 0.2; // the sender's own slowness is no silence of the server
+    request.idleLimit = 0.7; // the sender's own slowness is no silence of the server
     bool held = false;
     request.onBody = [&](std::string_view bytes) {
         if (!std::exchange(held, true)) {
@@ -195,7 +195,7 @@ TEST_F(CurlStreamTest, AStreamThatWaitsForItsSenderHoldsUpNoOther) {
             HttpRequest other;
             other.url = server->url() + "/quick";
             for (const auto start = std::chrono::steady_clock::now();
-                 std::chrono::steady_clock::now() - start < std::chrono::milliseconds(400);)
+                 std::chrono::steady_clock::now() - start < std::chrono::milliseconds(900);)
                 EXPECT_EQ(client.send(other, {}).body, "quick");
         }
         came += bytes;
