@@ -2,9 +2,9 @@
 
 #include "WhisperEngine/network/Checkpoint.h"
 #include "WhisperEngine/WhisperError.h"
-#include "WhisperEngine/runtime/HalfFloat.h"
 #include "WhisperEngine/network/ModelConfig.h"
 #include "WhisperEngine/network/TinyCheckpoint.h"
+#include "WhisperEngine/runtime/HalfFloat.h"
 #include "base/Files.h"
 
 #include <cmath>
