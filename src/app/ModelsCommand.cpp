@@ -37,6 +37,12 @@ std::vector<std::string> bundledModels() {
     return names;
 }
 
+/// Names with further parts ("_626MB") tell how a checkpoint was packed for other runtimes. Of the publishers' models
+/// they all mean the plain one.
+bool isPlain(const std::string& name) {
+    return std::ranges::count(name, '_') == 1;
+}
+
 const char* stateOf(const LocalModel& model) {
     if (!model.complete)
         return "incomplete";
@@ -67,7 +73,7 @@ int runModelsList(bool json) {
     hub::HubClient hub(http, hub::HubSettings::fromEnvironment(), clock);
     try {
         for (std::string& name : whisper::fetchAvailableModels(hub, {deployment.modelRepository}, {}, {}))
-            if (!isInstalled(name))
+            if (!isInstalled(name) && (!deployment.modelRepository.empty() || isPlain(name)))
                 available.push_back(std::move(name));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "fenlo: cannot ask for the models to download: %s\n", error.what());

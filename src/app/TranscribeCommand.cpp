@@ -95,7 +95,7 @@ int runTranscribe(const TranscribeOptions& options) {
             TranscriptionCallbacks callbacks;
             callbacks.fraction = [&](double fraction) { progress.fraction(recording.filename().string(), fraction); };
             callbacks.progress = [&](const TranscriptionProgress& step) {
-                progress.text(step.text);
+                progress.text(recording.filename().string(), step.text);
                 return true;
             };
             try {
