@@ -1,5 +1,6 @@
 #include "app/Diagnosis.h"
 
+#include "app/LocalEngine.h"
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/RunLoop.h"
@@ -11,6 +12,7 @@
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "session/HotkeyListener.h"
 #include "settings/Config.h"
+#include "settings/Deployment.h"
 #include "ui/TrayWatch.h"
 
 #include <QApplication>
@@ -123,9 +125,21 @@ void examineSecrets(std::vector<Diagnosis>& findings) {
                             "install and unlock gnome-keyring or KWallet, or keep API keys in the environment"});
     else
         findings.push_back({"secure store", State::works, "the desktop's keyring answers", ""});
+}
+
+void examineRecogniser(std::vector<Diagnosis>& findings, const Settings& settings) {
+    const std::string model = Deployment::load().offlineModel;
+    const auto folder = findInstalledModel(model);
+    const bool hearsOffline = settings.offlineMode && folder;
+    if (hearsOffline)
+        findings.push_back({"offline model", State::works, folder->filename().string(), ""});
+    else if (settings.offlineMode)
+        findings.push_back({"offline model", State::limited,
+                            "offline mode is on, but there is no model \"" + model + "\": takes go to the cloud",
+                            "fenlo models download " + model});
     if (environment("GROQ_API_KEY").empty())
-        findings.push_back(
-            {"recogniser key", State::broken, "GROQ_API_KEY is not set", "export GROQ_API_KEY=… before Fenlo starts"});
+        findings.push_back({"recogniser key", hearsOffline ? State::limited : State::broken, "GROQ_API_KEY is not set",
+                            "export GROQ_API_KEY=… before Fenlo starts"});
     else
         findings.push_back({"recogniser key", State::works, "GROQ_API_KEY is set", ""});
 }
@@ -148,12 +162,14 @@ std::vector<Diagnosis> examine() {
     RunLoop loop;
     SystemClock clock;
     const X11KeyEvents keys(loop);
-    examineKeyboard(findings, keys, Config(Config::defaultFile(), clock).get().hotkey);
+    const Settings settings = Config(Config::defaultFile(), clock).get();
+    examineKeyboard(findings, keys, settings.hotkey);
     examineAccessibility(findings, keys, clock);
     if (keys.isConnected())
         examineTray(findings);
     examineSound(findings);
     examineSecrets(findings);
+    examineRecogniser(findings, settings);
     examineFiles(findings);
     return findings;
 }

@@ -34,19 +34,22 @@ whisper::WhisperEngineConfig engineConfig(const Deployment& deployment) {
     return config;
 }
 
+std::optional<fs::path> findInstalledModel(const std::string& name) {
+    // The plainest of the names that have it: "small" is "openai_whisper-small" before "openai_whisper-small.en".
+    std::optional<whisper::LocalModel> found;
+    for (whisper::LocalModel& model : whisper::listLocalModels(modelsDirectory()))
+        if (model.complete && model.name.find(name) != std::string::npos &&
+            (!found || model.name.size() < found->name.size()))
+            found = std::move(model);
+    return found ? std::optional(found->folder) : std::nullopt;
+}
+
 fs::path installedModel(const std::string& name, const Deployment& deployment, HttpClient& http, Clock& clock,
                         std::stop_token stop) {
     if (name.find('/') != std::string::npos)
         return name;
-    // The plainest of the names that have it: "small" is "openai_whisper-small" before "openai_whisper-small.en".
-    const whisper::LocalModel* found = nullptr;
-    const auto models = whisper::listLocalModels(modelsDirectory());
-    for (const whisper::LocalModel& model : models)
-        if (model.complete && model.name.find(name) != std::string::npos &&
-            (!found || model.name.size() < found->name.size()))
-            found = &model;
-    if (found)
-        return found->folder;
+    if (const auto folder = findInstalledModel(name))
+        return *folder;
     if (!whisper::isModelName(name) || whisper::missingCheckpointFile(bundledModelsDirectory() / name))
         throw std::runtime_error("there is no model \"" + name +
                                  "\" on this machine; fetch it with: fenlo models download " + name);

@@ -4,6 +4,7 @@
 #include "speech/LocalTranscriber.h"
 
 #include <filesystem>
+#include <optional>
 #include <stop_token>
 #include <string>
 
@@ -21,6 +22,9 @@ std::filesystem::path bundledModelsDirectory();
 
 /// An engine's configuration with the places and the repository of this installation.
 whisper::WhisperEngineConfig engineConfig(const Deployment& deployment);
+
+/// The folder of the installed model that a name finds, without making or fetching anything.
+std::optional<std::filesystem::path> findInstalledModel(const std::string& name);
 
 /// The folder of a model that is on this machine: a folder's own path, an installed model that the name finds, or one
 /// that comes with the program. Throws std::runtime_error with the remedy when there is none.
