@@ -1,0 +1,37 @@
+#pragma once
+
+#include "WhisperEngine/network/ModelConfig.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string_view>
+
+namespace fenlo::test {
+
+/// A checkpoint of Whisper's architecture with random weights, in the publishers' names and in half precision.
+///
+/// The numbers come from the names alone, so that another program can make the same ones (see
+/// make_shapes_reference.py): number `i` of a tensor is `centre + amplitude * (u / 2^23 - 1)` in 32-bit floats, rounded
+/// to half precision, where `u` is the upper 24 bits of splitmix64 at step `i + 1` from the seed FNV-1a 64 of the name.
+///
+///   tensor                           centre   amplitude
+///   layer_norm.weight                1        0.1
+///   every .bias                      0        0.02
+///   decoder.embed_positions.weight   0        0.5
+///   other .weight                    0        sqrt(3 / inputs of a row), which makes the variance 1 / inputs
+///   encoder.embed_positions.weight   the published sines and cosines
+struct RandomCheckpoint {
+    whisper::ModelArchitecture architecture;
+    int shards = 1;                  // with more, an index file names them
+    std::filesystem::path tokenizer; // to be copied, where there is one
+
+    /// Streams `config.json`, `generation_config.json` and the weights into the folder, which is made; memory stays
+    /// small, whatever the architecture. Errors: std::runtime_error where the disk does not take them.
+    void write(const std::filesystem::path& folder) const;
+};
+
+/// Numbers [first, first + dst.size()) of the generator, in [-1, 1).
+void randomNumbers(std::string_view name, std::uint64_t first, std::span<float> dst);
+
+} // namespace fenlo::test
