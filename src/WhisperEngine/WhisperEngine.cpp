@@ -147,6 +147,11 @@ void WhisperEngine::loadModels(bool prewarmMode, std::stop_token stop) {
                              : std::shared_ptr(loadMelSpectrogram(m_modelFolder, compute, *m_pool));
     m_logging.debug("Loaded feature extractor");
 
+    if (m_config.textDecoderContextPrefill) {
+        m_logging.debug("Loading text decoder prefill data");
+        m_logging.debug("Loaded text decoder prefill data");
+    }
+
     m_logging.debug("Loading text decoder");
     const double decoderBegin = m_clock.now();
     const std::shared_ptr<const TextDecoderModel> decoder =
@@ -166,8 +171,8 @@ void WhisperEngine::loadModels(bool prewarmMode, std::stop_token stop) {
     m_modelVariant = textOf(variant);
     m_logging.info("Loaded models for whisper size: " + m_modelVariant);
     loadTokenizer(tokenizerRepository(variant), stop);
-    m_textDecoder =
-        std::make_shared<const TextDecoder>(decoder, nullptr, m_tokenizer, m_config.logitsFilters, m_clock, m_logging);
+    m_textDecoder = std::make_shared<const TextDecoder>(decoder, m_config.textDecoderContextPrefill, m_tokenizer,
+                                                        m_config.logitsFilters, m_clock, m_logging);
     m_timings.modelLoading = m_clock.now() - begin;
     setState(ModelState::loaded);
 }

@@ -17,6 +17,7 @@ namespace fenlo::whisper {
 class AudioEncoderModel;
 class MelSpectrogramModel;
 class SegmentSeeker;
+class TextDecoderContextPrefillModel;
 class TextDecoderModel;
 class VoiceActivityDetector;
 
@@ -38,7 +39,8 @@ struct WhisperEngineConfig {
     std::shared_ptr<const MelSpectrogramModel> featureExtractor;
     std::shared_ptr<const AudioEncoderModel> audioEncoder;
     std::shared_ptr<const TextDecoderModel> textDecoder;
-    LogitsFilters logitsFilters; // applied before the stock ones
+    std::shared_ptr<const TextDecoderContextPrefillModel> textDecoderContextPrefill; // the stock models have none
+    LogitsFilters logitsFilters;                                                     // applied before the stock ones
     std::shared_ptr<const SegmentSeeker> segmentSeeker;
     std::shared_ptr<const VoiceActivityDetector> voiceActivityDetector;
     bool verbose = false; // false: no messages at all

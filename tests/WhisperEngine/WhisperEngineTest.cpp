@@ -1,0 +1,170 @@
+#include "WhisperEngine/WhisperEngine.h"
+#include "WhisperEngine/WhisperError.h"
+#include "base/Clock.h"
+#include "base/Files.h"
+#include "media/AudioFile.h"
+#include "support/FakeHttpClient.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <numeric>
+
+using namespace fenlo;
+using namespace fenlo::whisper;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* model = "micro-whisper-espeak.en";
+const fs::path clip = fs::path(GOLDEN_FOLDER) / "samples/sample_10_phrase.wav";
+constexpr const char* phrase = " The quick brown fox jumps over the lazy dog near the riverbank.";
+
+class WhisperEngineTest : public testing::Test {
+protected:
+    WhisperEngineTest() {
+        config.model = model;
+        config.downloadBase = base;
+        config.bundledModels = fs::path(DEMO_MODEL_FOLDER).parent_path();
+        config.verbose = true;
+        config.logLevel = LogLevel::debug;
+        config.logSink = [this](const std::string& line) { lines.push_back(line); };
+        config.modelStateCallback = [this](ModelState, ModelState after) { states.push_back(after); };
+        options.skipSpecialTokens = true;
+    }
+    ~WhisperEngineTest() override { fs::remove_all(base); }
+
+    std::unique_ptr<WhisperEngine> make() { return WhisperEngine::create(config, http, clock, {}); }
+
+    std::string errorOf(const std::function<void()>& work) {
+        try {
+            work();
+        } catch (const WhisperError& error) {
+            return error.what();
+        }
+        return "no error";
+    }
+
+    static std::string textOfAll(const std::vector<TranscriptionResult>& results) {
+        std::string text;
+        for (const TranscriptionResult& result : results)
+            text += result.text;
+        return text;
+    }
+
+    /// A phrase, thirty seconds of silence, and the phrase again.
+    static std::vector<float> longAudio() {
+        const auto spoken = readSoundFile(clip, ChannelMix::first).mono;
+        std::vector<float> audio = spoken;
+        audio.resize(audio.size() + 30 * 16000);
+        audio.insert(audio.end(), spoken.begin(), spoken.end());
+        return audio;
+    }
+
+    const fs::path base = files::temporaryFile("models_", "");
+    SystemClock clock;
+    test::FakeHttpClient http;
+    WhisperEngineConfig config;
+    DecodingOptions options;
+    std::vector<std::string> lines;
+    std::vector<ModelState> states;
+};
+
+} // namespace
+
+TEST_F(WhisperEngineTest, GoesFromABundledModelToATextWithoutANetwork) {
+    const auto engine = make();
+    EXPECT_THAT(states, ElementsAre(ModelState::downloading, ModelState::downloaded, ModelState::prewarming,
+                                    ModelState::prewarmed, ModelState::loading, ModelState::loaded));
+    EXPECT_THAT(lines, Contains("Loading models from " + (base / model).string() + " with prewarmMode: false"));
+    EXPECT_THAT(lines, Contains("Found local tokenizer at " + (base / model).string()));
+    EXPECT_TRUE(http.requests.empty());
+    std::vector<std::string> stages;
+    TranscriptionCallbacks callbacks;
+    callbacks.state = [&](TranscriptionState state) { stages.push_back(whisper::textOf(state)); };
+    EXPECT_EQ(textOfAll(engine->transcribe(clip, options, callbacks, {})), phrase);
+    EXPECT_THAT(stages, ElementsAre("Converting Audio", "Transcribing", "Finished"));
+    EXPECT_THAT(errorOf([&] { engine->transcribe(fs::path("nothing.wav"), options, {}, {}); }),
+                "Resource path does not exist nothing.wav");
+    EXPECT_THAT(errorOf([&] { engine->detectLanguage(clip, {}); }), "Language detection not supported for this model");
+
+    engine->unloadModels();
+    EXPECT_EQ(engine->modelState(), ModelState::unloaded);
+    EXPECT_EQ(lines.back(), "Unloaded all models");
+    EXPECT_EQ(errorOf([&] { engine->transcribe(clip, options, {}, {}); }), "Models are unavailable");
+    engine->loadModels(false, {});
+    EXPECT_EQ(textOfAll(engine->transcribe(clip, options, {}, {})), phrase) << "loaded again";
+}
+
+TEST_F(WhisperEngineTest, FailuresOfTheCreationAreTold) {
+    config.model.reset();
+    config.download = false;
+    EXPECT_EQ(errorOf([&] { make(); }), "Model folder is not set.");
+    config.modelFolder = base / "empty";
+    fs::create_directories(base / "empty");
+    EXPECT_THAT(errorOf([&] { make(); }), HasSubstr((base / "empty").string()));
+    config.modelFolder.reset();
+    config.download = true;
+    config.model = "small";
+    http.onSend = [](const HttpRequest&) { return HttpResponse{404, {}, ""}; };
+    EXPECT_THAT(errorOf([&] { make(); }), HasSubstr("Model not found. Please check the model or repo name"));
+    EXPECT_EQ(states.back(), ModelState::downloading);
+}
+
+TEST_F(WhisperEngineTest, ChunksAreMergedInTheTimesOfTheWhole) {
+    const auto engine = make();
+    const std::vector<float> audio = longAudio();
+    options.chunkingStrategy = ChunkingStrategy::vad;
+    std::vector<double> fractions;
+    std::mutex mutex;
+    TranscriptionCallbacks callbacks;
+    callbacks.fraction = [&](double fraction) {
+        std::lock_guard lock(mutex);
+        fractions.push_back(fraction);
+    };
+    const auto results = engine->transcribe(audio, options, callbacks, {});
+    EXPECT_THAT(lines, Contains("Found " + std::to_string(results.size()) + " VAD chunks"));
+    ASSERT_EQ(results.size(), 2u);
+    EXPECT_EQ(results[0].text, phrase);
+    ASSERT_TRUE(results[1].seekTime);
+    EXPECT_GT(*results[1].seekTime, 15) << "cut in the silence of the window's second half";
+    EXPECT_LT(*results[1].seekTime, 30);
+    int id = 0;
+    for (const TranscriptionResult& result : results)
+        for (const TranscriptionSegment& segment : result.segments) {
+            EXPECT_EQ(segment.id, id++);
+            EXPECT_GE(segment.start, result.seekTime.value());
+            EXPECT_LE(segment.end, static_cast<float>(audio.size()) / 16000);
+        }
+    EXPECT_DOUBLE_EQ(*std::ranges::max_element(fractions), 1.0);
+}
+
+TEST_F(WhisperEngineTest, BatchesMustBeBalanced) {
+    const auto engine = make();
+    const std::vector<float> audio = readSoundFile(clip, ChannelMix::first).mono;
+    const std::vector<std::span<const float>> two{audio, audio};
+    EXPECT_EQ(errorOf([&] {
+                  engine->transcribe(two, {0}, {options, options}, {}, {});
+              }),
+              "The number of audio arrays and seek offset indexes must be balanced.");
+    EXPECT_EQ(errorOf([&] { engine->transcribe(two, {}, {options}, {}, {}); }),
+              "The number of audio arrays and decoding options must be balanced.");
+    const auto results = engine->transcribe(two, {0, 160000}, {options, options}, {}, {});
+    EXPECT_EQ(results[1].text, phrase);
+    EXPECT_NEAR(results[1].segments[0].start - results[0].segments[0].start, 10, 1e-3);
+    const auto files = engine->transcribe(std::vector<fs::path>{clip, clip}, options, {});
+    EXPECT_EQ(textOfAll(files[0]), textOfAll(files[1]));
+}
+
+TEST_F(WhisperEngineTest, AStopRequestEndsATranscription) {
+    const auto engine = make();
+    std::stop_source stop;
+    TranscriptionCallbacks callbacks;
+    callbacks.progress = [&](const TranscriptionProgress&) {
+        stop.request_stop();
+        return true;
+    };
+    EXPECT_EQ(errorOf([&] { engine->transcribe(clip, options, callbacks, stop.get_token()); }), "cancelled");
+}
