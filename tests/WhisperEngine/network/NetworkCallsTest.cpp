@@ -1,34 +1,14 @@
 // What the calls of the networks promise apart from their values.
 
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/AllocationCount.h"
 #include "WhisperEngine/network/GoldenModel.h"
 
-#include <atomic>
-#include <cstdlib>
 #include <gtest/gtest.h>
-#include <new>
 #include <thread>
 
 using namespace fenlo::test;
 using namespace fenlo::whisper;
-
-namespace {
-std::atomic<int> allocations = 0;
-}
-
-// Counts for the whole program.
-void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 TEST(NetworkCalls, OneModelServesTwoThreadsAtOnceAndRepeatsBitForBit) {
     const Networks& nets = networks(ComputeUnit::automatic);
@@ -71,8 +51,8 @@ TEST(NetworkCalls, AStepOfTheDecoderAllocatesNothing) {
     const AudioEmbeddings embeddings = embeddingsOf(nets, goldenSamples()[1]);
     Decoding decoding(*nets.decoder);
     decoding.step(50257, embeddings);
-    const int before = allocations;
+    const int before = allocationCount();
     for (const int token : {50362, 775, 815, 2198})
         decoding.step(token, embeddings);
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(allocationCount(), before);
 }
