@@ -10,7 +10,7 @@ namespace fenlo::whisper {
 namespace {
 
 /// What a thread reads in about the time of a hand-over to another one.
-constexpr std::size_t bytesPerTask = 256 << 10;
+constexpr std::size_t bytesPerTask = 512 << 10;
 
 std::size_t size(int rows, int columns) {
     return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
