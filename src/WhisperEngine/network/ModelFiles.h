@@ -10,7 +10,9 @@
 
 /// From the publishers' checkpoints to models that answer calls. A model folder holds a checkpoint (`config.json`,
 /// `generation_config.json`, `tokenizer.json`, `model.safetensors` in one file or in shards) and, once compiled, the
-/// packed files "MelSpectrogram", "AudioEncoder" and "TextDecoder", which are mapped into memory and never read whole.
+/// packed files "MelSpectrogram", "AudioEncoder" and "TextDecoder", which are mapped into memory and never read whole;
+/// those of the reference precision lie in its subfolder "float32". A compiled file remembers its checkpoint (the
+/// configuration, and size, time of change and header of the weights) and serves no other.
 ///
 /// Threads: any; calls block.
 /// Errors:  WhisperError of the kind modelsUnavailable: one line with the file, the fault and the remedy. A file of any
