@@ -18,6 +18,16 @@ function(fenlo_library name)
     target_link_libraries(${name} PUBLIC fenlo_options ${ARG_LINKS})
 endfunction()
 
+# fenlo_test_label(NAME LABELS …): makes the program a part of the target tests_LABEL, which builds all tests of a label.
+function(fenlo_test_label name)
+    foreach(label IN LISTS ARGN)
+        if(NOT TARGET tests_${label})
+            add_custom_target(tests_${label})
+        endif()
+        add_dependencies(tests_${label} ${name})
+    endforeach()
+endfunction()
+
 # fenlo_test(NAME SOURCES … LINKS … [LABELS …]): one folder of tests/ as one GoogleTest program.
 function(fenlo_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
@@ -29,6 +39,7 @@ function(fenlo_test name)
     if(NOT ARG_LABELS)
         set(ARG_LABELS unit)
     endif()
+    fenlo_test_label(${name} ${ARG_LABELS})
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300
         ENVIRONMENT "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp")
