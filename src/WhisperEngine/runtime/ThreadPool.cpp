@@ -6,6 +6,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <hwy/cache_control.h>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -19,7 +20,7 @@ struct Job {
     const std::function<void(int)>& work;
     int tasks;
     std::atomic<int> next{0};
-    int workers = 0; // guarded by the pool's mutex
+    std::atomic<int> workers{0}; // changes under the pool's mutex
 
     void drain() {
         for (int task = next++; task < tasks; task = next++)
@@ -27,13 +28,27 @@ struct Job {
     }
 };
 
+/// Ten to thirty microseconds, by the processor's make: longer than a decoder computes between two calls. To wake a
+/// thread that sleeps takes as long, and a token with its seventy calls would wait for that each time.
+constexpr int pausesBeforeSleep = 500;
+
+/// Waits a moment, unlocked, before the thread goes to sleep. `ready` reads atomics only.
+template <class Ready>
+void linger(std::unique_lock<std::mutex>& lock, const Ready& ready) {
+    lock.unlock();
+    for (int i = 0; i < pausesBeforeSleep && !ready(); ++i)
+        hwy::Pause();
+    lock.lock();
+}
+
 } // namespace
 
 struct ThreadPool::State {
     std::mutex mutex;
-    std::condition_variable wake; // a job came, or the end
-    std::condition_variable done; // a worker left its job
-    std::deque<Job*> jobs;        // those that may have tasks left, the eldest first
+    std::condition_variable wake;   // a job came, or the end
+    std::condition_variable done;   // a worker left its job
+    std::deque<Job*> jobs;          // those that may have tasks left, the eldest first
+    std::atomic<unsigned> calls{0}; // of run(); changes under the mutex
     bool stopping = false;
     std::vector<std::jthread> threads;
 
@@ -52,6 +67,8 @@ struct ThreadPool::State {
         const SingleThreadedLibraries alone;
         std::unique_lock lock(mutex);
         for (;;) {
+            if (!stopping && jobs.empty())
+                linger(lock, [this, before = calls.load()] { return calls != before; });
             wake.wait(lock, [this] { return stopping || !jobs.empty(); });
             if (stopping)
                 return;
@@ -90,6 +107,7 @@ void ThreadPool::run(int tasks, const std::function<void(int task)>& work) {
     {
         std::lock_guard lock(m_state->mutex);
         m_state->jobs.push_back(&job);
+        ++m_state->calls;
     }
     if (wanted == 1)
         m_state->wake.notify_one();
@@ -98,7 +116,10 @@ void ThreadPool::run(int tasks, const std::function<void(int task)>& work) {
     job.drain();
     std::unique_lock lock(m_state->mutex);
     m_state->retire(job);
-    m_state->done.wait(lock, [&job] { return job.workers == 0; });
+    const auto isDone = [&job] { return job.workers == 0; };
+    if (!isDone())
+        linger(lock, isDone);
+    m_state->done.wait(lock, isDone);
 }
 
 } // namespace fenlo::whisper
