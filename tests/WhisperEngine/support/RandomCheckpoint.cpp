@@ -1,8 +1,7 @@
 #include "WhisperEngine/support/RandomCheckpoint.h"
 
-#include "WhisperEngine/runtime/Kernels.h"
-
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -111,6 +110,14 @@ void fill(const Tensor& tensor, std::uint64_t first, std::span<float> dst) {
         value = centre + amplitude * value;
 }
 
+/// To the nearest half, of two the even one, on every processor: the kernels of the runtime may cut digits off instead.
+std::uint16_t toHalf(float value) {
+    const std::uint32_t sign = std::bit_cast<std::uint32_t>(value) >> 16 & 0x8000u;
+    // Times 2^-112 the exponent is the one of a half, and 13 digits are too many.
+    const std::uint32_t bits = std::bit_cast<std::uint32_t>(std::fabs(value) * 0x1p-112f);
+    return static_cast<std::uint16_t>(sign | (bits + 0xFFFu + (bits >> 13 & 1u)) >> 13);
+}
+
 void writeWeights(const fs::path& path, const std::vector<Tensor>& tensors) {
     json header{{"__metadata__", {{"format", "pt"}}}};
     std::uint64_t offset = 0;
@@ -129,7 +136,7 @@ void writeWeights(const fs::path& path, const std::vector<Tensor>& tensors) {
         for (std::uint64_t at = 0; at < tensor.count(); at += blockElements) {
             const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(blockElements, tensor.count() - at));
             fill(tensor, at, std::span(block).first(count));
-            whisper::kernels::toHalf(block.data(), halves.data(), static_cast<int>(count));
+            std::transform(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(count), halves.begin(), toHalf);
             file.write(reinterpret_cast<const char*>(halves.data()),
                        static_cast<std::streamsize>(count * sizeof(std::uint16_t)));
         }
