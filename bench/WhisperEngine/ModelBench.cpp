@@ -81,13 +81,13 @@ public:
         m_alignment.resize(size(m_decoder->audioFrames(), 1));
         m_scratch = m_decoder->makeScratch();
         computeMel();
-        encode();
+        m_encoder->predict(m_features, m_embeddings);
         attach();
         step(0);
     }
 
     void computeMel() { m_mel->predict(m_audio, m_features); }
-    void encode() { m_encoder->predict(m_features, m_embeddings); }
+    void encode() { m_encoder->predict(m_features, m_encoded); }
     void attach() { m_decoder->attach(m_embeddings); }
 
     void step(int position) {
@@ -105,8 +105,9 @@ private:
     std::unique_ptr<AudioEncoderModel> m_encoder;
     std::unique_ptr<TextDecoderModel> m_decoder;
     std::unique_ptr<TextDecoderModel::Scratch> m_scratch;
-    AudioEmbeddings m_embeddings;
-    std::size_t m_width = 0; // of the cache
+    AudioEmbeddings m_encoded;    // by encode() alone: a new embedding loses what was attached
+    AudioEmbeddings m_embeddings; // attached
+    std::size_t m_width = 0;      // of the cache
     std::vector<float> m_audio, m_features, m_keys, m_values, m_mask, m_logits, m_alignment;
 };
 
