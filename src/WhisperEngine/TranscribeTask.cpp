@@ -149,6 +149,8 @@ AudioEmbeddings TranscribeTask::encode(int seek, int length) {
         m_components.audioEncoder.predict(mel, embeddings);
     }
     ++m_timings.totalEncodingRuns;
+    if (embeddings.encoder_output_embeds.empty())
+        throw WhisperError(WhisperError::Kind::transcriptionFailed, "Encoder output is nil");
     const Stopwatch watch(m_components.clock, m_timings.prefill);
     m_components.textDecoder.attach(embeddings);
     return embeddings;

@@ -52,7 +52,8 @@ void attendOne(const float* query, const float* keys, const float* values, std::
 void attendOne(const float* query, const std::uint16_t* keys, const std::uint16_t* values, std::size_t stride,
                const float* mask, float* scores, float* dst, int positions, int headWidth);
 
-/// To half precision; beyond 65504 the result is not defined.
+/// To half precision: the nearest, or on a processor that cannot convert (before 2012) the one towards zero. Beyond 65504
+/// the result is not defined.
 void toHalf(const float* src, std::uint16_t* dst, int count);
 
 /// The plain forms.
