@@ -2,6 +2,7 @@
 #include "WhisperEngine/WhisperError.h"
 #include "base/Clock.h"
 #include "base/Files.h"
+#include "base/Guarded.h"
 #include "media/AudioFile.h"
 #include "support/FakeHttpClient.h"
 
@@ -30,7 +31,7 @@ protected:
         config.bundledModels = fs::path(DEMO_MODEL_FOLDER).parent_path();
         config.verbose = true;
         config.logLevel = LogLevel::debug;
-        config.logSink = [this](const std::string& line) { lines.push_back(line); };
+        config.logSink = [this](const std::string& line) { m_lines.with([&](auto& lines) { lines.push_back(line); }); };
         config.modelStateCallback = [this](ModelState, ModelState after) { states.push_back(after); };
         options.skipSpecialTokens = true;
     }
@@ -68,8 +69,14 @@ protected:
     test::FakeHttpClient http;
     WhisperEngineConfig config;
     DecodingOptions options;
-    std::vector<std::string> lines;
     std::vector<ModelState> states;
+
+    std::vector<std::string> lines() const {
+        return m_lines.with([](const auto& lines) { return lines; });
+    }
+
+private:
+    Guarded<std::vector<std::string>> m_lines; // of several threads
 };
 
 } // namespace
@@ -78,8 +85,8 @@ TEST_F(WhisperEngineTest, GoesFromABundledModelToATextWithoutANetwork) {
     const auto engine = make();
     EXPECT_THAT(states, ElementsAre(ModelState::downloading, ModelState::downloaded, ModelState::prewarming,
                                     ModelState::prewarmed, ModelState::loading, ModelState::loaded));
-    EXPECT_THAT(lines, Contains("Loading models from " + (base / model).string() + " with prewarmMode: false"));
-    EXPECT_THAT(lines, Contains("Found local tokenizer at " + (base / model).string()));
+    EXPECT_THAT(lines(), Contains("Loading models from " + (base / model).string() + " with prewarmMode: false"));
+    EXPECT_THAT(lines(), Contains("Found local tokenizer at " + (base / model).string()));
     EXPECT_TRUE(http.requests.empty());
     std::vector<std::string> stages;
     TranscriptionCallbacks callbacks;
@@ -92,7 +99,7 @@ TEST_F(WhisperEngineTest, GoesFromABundledModelToATextWithoutANetwork) {
 
     engine->unloadModels();
     EXPECT_EQ(engine->modelState(), ModelState::unloaded);
-    EXPECT_EQ(lines.back(), "Unloaded all models");
+    EXPECT_EQ(lines().back(), "Unloaded all models");
     EXPECT_EQ(errorOf([&] { engine->transcribe(clip, options, {}, {}); }), "Models are unavailable");
     engine->loadModels(false, {});
     EXPECT_EQ(textOfAll(engine->transcribe(clip, options, {}, {})), phrase) << "loaded again";
@@ -125,7 +132,7 @@ TEST_F(WhisperEngineTest, ChunksAreMergedInTheTimesOfTheWhole) {
         fractions.push_back(fraction);
     };
     const auto results = engine->transcribe(audio, options, callbacks, {});
-    EXPECT_THAT(lines, Contains("Found " + std::to_string(results.size()) + " VAD chunks"));
+    EXPECT_THAT(lines(), Contains("Found " + std::to_string(results.size()) + " VAD chunks"));
     ASSERT_EQ(results.size(), 2u);
     EXPECT_EQ(results[0].text, phrase);
     ASSERT_TRUE(results[1].seekTime);
