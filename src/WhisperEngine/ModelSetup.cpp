@@ -8,6 +8,7 @@
 #include "hub/HubClient.h"
 
 #include <system_error>
+#include <vector>
 
 namespace fenlo::whisper {
 
@@ -78,7 +79,10 @@ fs::path findTokenizer(const WhisperEngineConfig& config, const fs::path& modelF
                        const std::string& tokenizerRepository, HttpClient& http, Clock& clock, const Logging& logging,
                        std::stop_token stop) {
     constexpr const char* name = "tokenizer.json";
-    for (const fs::path& folder : {config.tokenizerFolder.value_or(modelFolder), modelFolder}) {
+    std::vector<fs::path> folders{modelFolder};
+    if (config.tokenizerFolder && *config.tokenizerFolder != modelFolder)
+        folders.insert(folders.begin(), *config.tokenizerFolder);
+    for (const fs::path& folder : folders) {
         logging.debug("Checking for local tokenizer at " + folder.string());
         std::error_code error;
         if (fs::is_regular_file(folder / name, error)) {
@@ -87,7 +91,7 @@ fs::path findTokenizer(const WhisperEngineConfig& config, const fs::path& modelF
         }
     }
     logging.debug("No tokenizer found in any local search paths");
-    const fs::path folder = config.tokenizerFolder.value_or(modelFolder);
+    const fs::path& folder = folders.front();
     try {
         hubFor(config, http, clock).snapshot(tokenizerRepository, {name}, folder, {}, stop);
     } catch (const hub::HubError& error) {

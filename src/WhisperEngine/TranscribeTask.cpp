@@ -117,7 +117,8 @@ void TranscribeTask::transcribeClip(int begin, int end) {
         m_components.logging.debug("Decoding Window Size: " + std::to_string(length) +
                                    " Seek: " + std::to_string(seek));
         const AudioEmbeddings embeddings = encode(seek, length);
-        findLanguage(embeddings);
+        if (m_language.empty())
+            m_language = detectLanguage(embeddings).language;
         const DecodingResult result = decodeWithFallback(embeddings);
         ++m_timings.totalDecodingWindows;
         seek = std::max(seek + 1, takeSegments(result, seek, length));
@@ -156,11 +157,16 @@ AudioEmbeddings TranscribeTask::encode(int seek, int length) {
     return embeddings;
 }
 
-void TranscribeTask::findLanguage(const AudioEmbeddings& embeddings) {
-    if (!m_language.empty())
-        return;
+DecodingResult TranscribeTask::detectLanguage(std::span<const float> audioArray) {
+    m_audio = audioArray;
+    const int length = std::min(static_cast<int>(m_audio.size()), m_components.featureExtractor.windowSamples());
+    m_inputs = std::make_unique<DecodingInputs>(m_components.textDecoder.prepareDecoderInputs({}, false));
+    return detectLanguage(encode(0, length));
+}
+
+DecodingResult TranscribeTask::detectLanguage(const AudioEmbeddings& embeddings) {
     GreedyTokenSampler sampler(0, m_components.tokenizer.specialTokens().endToken, m_options);
-    m_language = m_components.textDecoder.detectLanguage(embeddings, *m_inputs, sampler, m_timings).language;
+    return m_components.textDecoder.detectLanguage(embeddings, *m_inputs, sampler, m_timings);
 }
 
 DecodingResult TranscribeTask::decodeWithFallback(const AudioEmbeddings& embeddings) {

@@ -52,12 +52,15 @@ public:
     TranscriptionResult run(std::span<const float> audioArray, const DecodingOptions& options,
                             const TranscriptionCallback& callback, std::stop_token stop);
 
+    /// The language at the beginning of the array, with the probability of every language.
+    DecodingResult detectLanguage(std::span<const float> audioArray);
+
 private:
     void transcribeClip(int begin, int end);
     AudioEmbeddings encode(int seek, int length);
     DecodingResult decodeWithFallback(const AudioEmbeddings& embeddings);
     std::optional<DecodingFallback> verdict(const DecodingResult& result) const;
-    void findLanguage(const AudioEmbeddings& embeddings);
+    DecodingResult detectLanguage(const AudioEmbeddings& embeddings);
     /// Where the next window begins.
     int takeSegments(const DecodingResult& result, int seek, int length);
     void addWords(std::vector<TranscriptionSegment>& segments, const DecodingResult& result, int seek, int length);

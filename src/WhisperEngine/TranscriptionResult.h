@@ -65,7 +65,7 @@ struct DecodingCache {
 
 struct DecodingResult {
     std::string language;
-    std::map<std::string, float> languageProbs; // log probabilities by code
+    std::map<std::string, float> languageProbs; // by code; they sum to 1
     std::vector<int> tokens;                    // the prompt first
     std::vector<float> tokenLogProbs;           // one for each of `tokens`, 0 for the prompt's
     std::string text;

@@ -4,7 +4,6 @@
 #include "WhisperEngine/ModelSetup.h"
 #include "WhisperEngine/Models/ModelVariant.h"
 #include "WhisperEngine/SegmentSeeker/SegmentSeeker.h"
-#include "WhisperEngine/TokenSampler/TokenSampler.h"
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/ModelFiles.h"
@@ -337,17 +336,7 @@ DecodingResult WhisperEngine::detectLanguage(const fs::path& audioPath, std::sto
         throw WhisperError(WhisperError::Kind::decodingFailed, "Language detection not supported for this model");
     const std::vector<float> audio =
         m_audioProcessor->loadAudioAsFloatArray(audioPath, m_config.audioInputConfig, m_logging, stop);
-    const std::vector<float> window = m_audioProcessor->padOrTrim(audio, 0, parts.featureExtractor.windowSamples());
-    std::vector<float> mel(static_cast<std::size_t>(parts.featureExtractor.melBands()) *
-                           static_cast<std::size_t>(parts.featureExtractor.melFrames()));
-    parts.featureExtractor.predict(window, mel);
-    AudioEmbeddings embeddings;
-    parts.audioEncoder.predict(mel, embeddings);
-    parts.textDecoder.attach(embeddings);
-    DecodingInputs inputs = parts.textDecoder.prepareDecoderInputs({}, false);
-    GreedyTokenSampler sampler(0, m_tokenizer->specialTokens().endToken, {});
-    TranscriptionTimings timings;
-    return parts.textDecoder.detectLanguage(embeddings, inputs, sampler, timings);
+    return TranscribeTask(parts, {}, {}).detectLanguage(audio);
 }
 
 } // namespace fenlo::whisper

@@ -89,9 +89,7 @@ int runBench(const BenchOptions& options) {
     const Deployment deployment = Deployment::load();
     const auto folder =
         installedModel(options.model.empty() ? deployment.offlineModel : options.model, deployment, http, clock, stop);
-    ModelComputeOptions compute;
-    if (options.float32)
-        compute = {ComputeUnit::float32, ComputeUnit::float32, ComputeUnit::float32, ComputeUnit::float32};
+    const auto compute = ModelComputeOptions::all(options.float32 ? ComputeUnit::float32 : ComputeUnit::automatic);
     ThreadPool pool(options.threads);
     std::vector<Stage> stages;
     if (!isCompiled(folder, compute))

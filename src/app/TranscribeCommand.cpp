@@ -48,9 +48,7 @@ std::unique_ptr<WhisperEngine> loadEngine(const TranscribeOptions& options, Http
     config.modelFolder =
         installedModel(options.model.empty() ? deployment.offlineModel : options.model, deployment, http, clock, stop);
     config.threads = options.threads;
-    if (options.float32)
-        config.computeOptions = {ComputeUnit::float32, ComputeUnit::float32, ComputeUnit::float32,
-                                 ComputeUnit::float32};
+    config.computeOptions = ModelComputeOptions::all(options.float32 ? ComputeUnit::float32 : ComputeUnit::automatic);
     config.compileProgress = [&](double fraction) { progress.fraction("Preparing the model", fraction); };
     return WhisperEngine::create(std::move(config), http, clock, stop);
 }

@@ -66,8 +66,7 @@ protected:
             fs::copy(DEMO_MODEL_FOLDER, folder);
             WhisperEngineConfig config;
             config.modelFolder = folder;
-            const ComputeUnit unit = GetParam();
-            config.computeOptions = {unit, unit, unit, unit};
+            config.computeOptions = ModelComputeOptions::all(GetParam());
             engine = WhisperEngine::create(std::move(config), noNetwork, clock, {});
             fs::remove_all(folder); // the models are mapped, and need no names any more
         }

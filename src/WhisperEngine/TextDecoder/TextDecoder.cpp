@@ -1,6 +1,9 @@
 #include "WhisperEngine/TextDecoder/TextDecoder.h"
 
+#include "WhisperEngine/AudioTime.h"
+#include "WhisperEngine/Models/ModelVariant.h"
 #include "WhisperEngine/TextDecoder/TextMeasures.h"
+#include "WhisperEngine/TokenSampler/Scores.h"
 #include "WhisperEngine/TokenSampler/TokenSampler.h"
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 #include "WhisperEngine/WhisperError.h"
@@ -18,21 +21,15 @@ namespace fenlo::whisper {
 
 namespace {
 
-constexpr int englishOnlyLogits = 51864;
-constexpr float secondsPerTimestamp = 0.02f;
-
 int required(std::optional<int> size, const char* message) {
     if (!size || *size <= 0)
         throw WhisperError(WhisperError::Kind::prepareDecoderInputsFailed, message);
     return *size;
 }
 
-float probabilityOf(int token, std::span<const float> logits) {
-    const float largest = *std::ranges::max_element(logits);
-    double sum = 0;
-    for (const float logit : logits)
-        sum += std::exp(logit - largest);
-    return static_cast<float>(std::exp(logits[static_cast<std::size_t>(token)] - largest) / sum);
+/// Of one token, when `logSum` is that of all scores.
+float probabilityOf(int token, std::span<const float> logits, float logSum) {
+    return std::exp(logits[static_cast<std::size_t>(token)] - logSum);
 }
 
 /// The flag of a window lives as long as its decoding, however that ends.
@@ -76,7 +73,7 @@ TextDecoder::TextDecoder(std::shared_ptr<const TextDecoderModel> model,
         maxTokenContext, required(m_model->kvCacheMaxSequenceLength(), "Unable to determine kvCacheMaxSequenceLength"));
     m_sizes.logits = required(m_model->logitsSize(), "Failed to read logits size from model");
     m_sizes.audioFrames = m_model->audioFrames();
-    m_isModelMultilingual = m_sizes.logits != englishOnlyLogits;
+    m_isModelMultilingual = isMultilingual(m_sizes.logits);
     m_languageLogitsFilter =
         std::make_shared<LanguageLogitsFilter>(m_tokenizer->allLanguageTokens(), m_sizes.logits, 1);
 }
@@ -156,7 +153,7 @@ LogitsFilters TextDecoder::filtersFor(const DecodingOptions& options, int sample
     if (!options.withoutTimestamps) {
         std::optional<int> maxInitialIndex;
         if (options.maxInitialTimestamp)
-            maxInitialIndex = static_cast<int>(std::lround(*options.maxInitialTimestamp / secondsPerTimestamp));
+            maxInitialIndex = static_cast<int>(std::lround(*options.maxInitialTimestamp / secondsPerTimeToken));
         filters.push_back(
             std::make_shared<TimestampRulesFilter>(special, sampleBegin, maxInitialIndex, m_isModelMultilingual));
     }
@@ -250,7 +247,7 @@ DecodingResult TextDecoder::decodeText(const AudioEmbeddings& encoderOutput, Dec
              *scratch, timings);
         ++timings.totalDecodingLoops;
         if (startsTranscript)
-            noSpeechProb = probabilityOf(special.noSpeechToken, logits);
+            noSpeechProb = probabilityOf(special.noSpeechToken, logits, logSumExp(logits, maximumScore(logits)));
         if (isInsidePrompt) {
             describe("Forcing prompt", index, prompt[static_cast<std::size_t>(index) + 1]);
             continue;
@@ -305,8 +302,7 @@ DecodingResult TextDecoder::decodeText(const AudioEmbeddings& encoderOutput, Dec
     result.tokenLogProbs = std::move(sampled.logProbs);
     if (firstTokenFailed)
         result.fallback = DecodingFallback{.needsFallback = true, .fallbackReason = "firstTokenLogProbThreshold"};
-    const double took = m_clock.now() - loopBegin;
-    timings.decodingLoop += took;
+    timings.decodingLoop += m_clock.now() - loopBegin;
     return result;
 }
 
@@ -322,10 +318,11 @@ DecodingResult TextDecoder::detectLanguage(const AudioEmbeddings& encoderOutput,
     if (std::ranges::none_of(logits, [](float logit) { return std::isfinite(logit); }))
         throw WhisperError(WhisperError::Kind::decodingLogitsFailed, "Unable to decode logits");
 
+    const float logSum = logSumExp(logits, maximumScore(logits));
     DecodingResult result;
     for (const int token : m_tokenizer->allLanguageTokens())
         if (token < m_sizes.logits)
-            result.languageProbs[m_tokenizer->languageCode(token)] = probabilityOf(token, logits);
+            result.languageProbs[m_tokenizer->languageCode(token)] = probabilityOf(token, logits, logSum);
     const SamplingResult sampled = sampler.update(start, logits, {0.0f});
     const std::string code = m_tokenizer->languageCode(sampled.tokens.back());
     if (languageCodeOf(code)) {

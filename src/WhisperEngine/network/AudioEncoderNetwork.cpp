@@ -1,6 +1,7 @@
 #include "WhisperEngine/network/AudioEncoderNetwork.h"
 
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/Size.h"
 #include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 
@@ -28,10 +29,6 @@ struct AudioEncoderNetwork::Buffers {
     explicit Buffers(const ModelArchitecture& net)
         : state(size(net.audioPositions, net.width)), normed(state.size()), query(state.size()), key(state.size()),
           value(state.size()), inner(size(net.audioPositions, net.encoderFeedForward)) {}
-
-    static std::size_t size(int rows, int columns) {
-        return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
-    }
 
     std::vector<float> state, normed, query, key, value; // [audioPositions, width]
     std::vector<float> inner;                            // [audioPositions, feed-forward]
@@ -65,7 +62,7 @@ AudioEncoderNetwork::AudioEncoderNetwork(CompiledFile file, ThreadPool& pool)
 }
 
 void AudioEncoderNetwork::predict(std::span<const float> melspectrogram_features, AudioEmbeddings& output) const {
-    if (melspectrogram_features.size() != Buffers::size(m_net.melBands, m_net.melFrames()))
+    if (melspectrogram_features.size() != size(m_net.melBands, m_net.melFrames()))
         throw WhisperError(WhisperError::Kind::decodingFailed, "The mel features have not the shape of the model's.");
     Buffers buffers(m_net);
     convolve(melspectrogram_features, buffers);
@@ -80,15 +77,15 @@ void AudioEncoderNetwork::convolve(std::span<const float> features, Buffers& buf
     const int frames = m_net.melFrames(), bands = m_net.melBands, width = m_net.width, rows = m_net.audioPositions;
 
     // Frame after frame, with a frame of zeros at both ends.
-    std::vector<float> padded(Buffers::size(frames + 2, bands));
+    std::vector<float> padded(size(frames + 2, bands));
     for (int band = 0; band < bands; ++band)
         for (int frame = 0; frame < frames; ++frame)
-            padded[Buffers::size(frame + 1, bands) + static_cast<std::size_t>(band)] =
-                features[Buffers::size(band, frames) + static_cast<std::size_t>(frame)];
-    std::vector<float> gathered(std::max(Buffers::size(frames, 3 * bands), Buffers::size(rows, 3 * width)));
+            padded[size(frame + 1, bands) + static_cast<std::size_t>(band)] =
+                features[size(band, frames) + static_cast<std::size_t>(frame)];
+    std::vector<float> gathered(std::max(size(frames, 3 * bands), size(rows, 3 * width)));
     gatherFrames(padded.data(), gathered.data(), frames, 1, bands);
 
-    std::vector<float> first(Buffers::size(frames + 2, width)); // padded likewise
+    std::vector<float> first(size(frames + 2, width)); // padded likewise
     m_conv1.run(gathered.data(), first.data() + width, frames, Activation::gelu, false, m_pool);
     gatherFrames(first.data(), gathered.data(), rows, 2, width);
     m_conv2.run(gathered.data(), buffers.state.data(), rows, Activation::gelu, false, m_pool);

@@ -13,6 +13,8 @@ struct ModelComputeOptions {
     ComputeUnit audioEncoderCompute = ComputeUnit::automatic;
     ComputeUnit textDecoderCompute = ComputeUnit::automatic;
     ComputeUnit prefillCompute = ComputeUnit::automatic;
+
+    static ModelComputeOptions all(ComputeUnit unit) { return {unit, unit, unit, unit}; }
 };
 
 } // namespace fenlo::whisper

@@ -1,6 +1,7 @@
 #include "WhisperEngine/network/TextDecoderNetwork.h"
 
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/Size.h"
 #include "WhisperEngine/network/TextDecoderStep.h"
 #include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
@@ -16,10 +17,6 @@ constexpr int longestSequence = 224; // of the published decoding, half of the m
 
 [[noreturn]] void refuse(const char* message) {
     throw WhisperError(WhisperError::Kind::decodingFailed, message);
-}
-
-std::size_t size(int rows, int columns) {
-    return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
 }
 
 } // namespace

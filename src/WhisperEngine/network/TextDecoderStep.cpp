@@ -1,5 +1,6 @@
 #include "WhisperEngine/network/TextDecoderStep.h"
 
+#include "WhisperEngine/network/Size.h"
 #include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 
@@ -11,10 +12,6 @@ namespace {
 
 /// What a thread reads in about the time of a hand-over to another one.
 constexpr std::size_t bytesPerTask = 512 << 10;
-
-std::size_t size(int rows, int columns) {
-    return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
-}
 
 } // namespace
 
