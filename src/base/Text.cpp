@@ -84,6 +84,17 @@ std::string trim(std::string_view text, Matches matches) {
     return std::string(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)));
 }
 
+/// The text with a backslash before each of the characters.
+std::string escapeEach(std::string_view text, std::string_view characters) {
+    std::string escaped;
+    for (const char c : text) {
+        if (characters.find(c) != std::string_view::npos)
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
 } // namespace
 
 std::string repairUtf8(std::string_view text) {
@@ -229,13 +240,18 @@ std::string fixed(double value, int decimals) {
     return {digits.data(), result.ptr};
 }
 
+std::string quotePattern(std::string_view literal) {
+    return escapeEach(literal, "\\.*+?^$|()[]{}-&#~/");
+}
+
 struct Regex::Pattern {
     std::unique_ptr<icu::RegexPattern> compiled;
 };
 
-Regex::Regex(std::string_view pattern) : m_pattern(std::make_unique<Pattern>()) {
+Regex::Regex(std::string_view pattern, CaseSensitivity sensitivity) : m_pattern(std::make_unique<Pattern>()) {
     UErrorCode status = U_ZERO_ERROR;
-    m_pattern->compiled.reset(icu::RegexPattern::compile(toUnicode(pattern), 0, status));
+    const uint32_t flags = sensitivity == CaseSensitivity::insensitive ? UREGEX_CASE_INSENSITIVE : 0;
+    m_pattern->compiled.reset(icu::RegexPattern::compile(toUnicode(pattern), flags, status));
     if (U_FAILURE(status))
         m_pattern->compiled.reset();
 }
@@ -263,6 +279,10 @@ std::string Regex::replaceAll(std::string_view text, std::string_view replacemen
         return std::string(text);
     const icu::UnicodeString replaced = matcher->replaceAll(toUnicode(replacement), status);
     return U_SUCCESS(status) ? toUtf8(replaced) : std::string(text);
+}
+
+std::string Regex::replaceAllWithLiteral(std::string_view text, std::string_view literal) const {
+    return replaceAll(text, escapeEach(literal, "\\$"));
 }
 
 } // namespace fenlo::text

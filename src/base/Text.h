@@ -42,11 +42,16 @@ std::string fixed(double value, int decimals);
 /// "true" or "false", for the messages.
 std::string boolean(bool value);
 
+/// A pattern that matches exactly this text.
+std::string quotePattern(std::string_view literal);
+
+enum class CaseSensitivity { sensitive, insensitive };
+
 /// A compiled ICU regular expression. Compile constant patterns once.
 class Regex {
 public:
     /// An invalid pattern makes an expression that finds nothing.
-    explicit Regex(std::string_view pattern);
+    explicit Regex(std::string_view pattern, CaseSensitivity sensitivity = CaseSensitivity::sensitive);
     Regex(Regex&&) noexcept;
     Regex& operator=(Regex&&) noexcept;
     ~Regex();
@@ -54,6 +59,8 @@ public:
     bool find(std::string_view text) const;
     /// `replacement` may use $1 for groups. The text comes back as it was when the match fails.
     std::string replaceAll(std::string_view text, std::string_view replacement) const;
+    /// The same with a replacement in which nothing is special.
+    std::string replaceAllWithLiteral(std::string_view text, std::string_view literal) const;
 
 private:
     struct Pattern;

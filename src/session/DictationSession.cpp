@@ -10,7 +10,7 @@
 #include "platform/KeyEvents.h"
 #include "platform/Pasteboard.h"
 #include "session/TextInserter.h"
-#include "session/VoiceCorrection.h"
+#include "text/VoiceCorrection.h"
 #include "settings/Config.h"
 #include "shell/MenuBarController.h"
 #include "shell/OverlayWindow.h"

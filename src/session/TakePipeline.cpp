@@ -3,8 +3,8 @@
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/Text.h"
-#include "session/VocabularyLearning.h"
-#include "session/VoiceCorrection.h"
+#include "text/VocabularyLearning.h"
+#include "text/VoiceCorrection.h"
 #include "settings/Config.h"
 
 #include <algorithm>
@@ -104,10 +104,10 @@ TakeOutcome TakePipeline::decide(const std::string& rawText, const TakeListener&
 
     const TakeSituation situation = listener.situation();
     if (situation.secondsSincePaste && *situation.secondsSincePaste < voiceCorrectionWindow) {
-        if (const auto correction = spokenCorrection(rawText)) {
+        if (const auto correction = matchCorrection(rawText)) {
             log("[Fenlo] Voice correction: '" + situation.lastText + "' → replacing with correction '" + *correction +
                 "'");
-            learnFromCorrection(m_config, *correction);
+            learnCorrection(m_config, *correction);
             return outcome::Correction{*correction};
         }
     }

@@ -20,6 +20,10 @@ void takeValues(const nlohmann::json& values, Deployment& deployment) {
     take("subtitle_site_domain", deployment.subtitleSiteDomain);
     take("model_repository", deployment.modelRepository);
     take("offline_model", deployment.offlineModel);
+    take("gemini_host", deployment.geminiHost);
+    take("deepgram_host", deployment.deepgramHost);
+    take("xai_host", deployment.xaiHost);
+    take("xai_api_key", deployment.xaiApiKey);
 }
 
 } // namespace

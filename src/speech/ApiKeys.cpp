@@ -1,6 +1,6 @@
 #include "speech/ApiKeys.h"
 
-#include "base/Text.h"
+#include "settings/ApiKey.h"
 
 #include <cstdlib>
 #include <utility>
@@ -28,21 +28,6 @@ KeySources sourcesOf(SpeechService service) {
     std::abort();
 }
 
-/// A key that was copied with its line end would break the header it goes into.
-std::string clean(std::string_view key) {
-    return text::trimWhitespaceAndNewlines(key);
-}
-
-std::string fromEnvironment(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? clean(value) : std::string();
-}
-
-std::string valueOf(const std::map<std::string, std::string>& values, const char* name) {
-    const auto found = values.find(name);
-    return found == values.end() ? std::string() : found->second;
-}
-
 } // namespace
 
 ApiKeys::ApiKeys(Keychain& keychain, RemoteConfiguration remote) : m_keychain(keychain), m_remote(std::move(remote)) {}
@@ -50,7 +35,7 @@ ApiKeys::ApiKeys(Keychain& keychain, RemoteConfiguration remote) : m_keychain(ke
 void ApiKeys::setup(std::stop_token stop) {
     const auto configuration = askRemote(stop);
     takeProvider(configuration);
-    remember(SpeechService::deepgram, clean(valueOf(configuration, "deepgram_api_key")));
+    remember(SpeechService::deepgram, apiKey::valueOf(configuration, "deepgram_api_key"));
 }
 
 std::optional<std::string> ApiKeys::find(SpeechService service, std::stop_token stop) {
@@ -62,19 +47,19 @@ std::optional<std::string> ApiKeys::find(SpeechService service, std::stop_token 
         return known;
 
     const KeySources sources = sourcesOf(service);
-    if (const auto key = remember(service, fromEnvironment(sources.environment)))
+    if (const auto key = remember(service, apiKey::fromEnvironment(sources.environment)))
         return key;
     if (sources.account)
-        if (const auto key = remember(service, clean(m_keychain.load(sources.account).value_or(""))))
+        if (const auto key = remember(service, apiKey::clean(m_keychain.load(sources.account).value_or(""))))
             return key;
     const auto configuration = askRemote(stop);
     if (service == SpeechService::deepgram)
         takeProvider(configuration);
-    return remember(service, clean(valueOf(configuration, sources.remote)));
+    return remember(service, apiKey::valueOf(configuration, sources.remote));
 }
 
 bool ApiKeys::isKnown(SpeechService service) const {
-    return !fromEnvironment(sourcesOf(service).environment).empty() ||
+    return !apiKey::fromEnvironment(sourcesOf(service).environment).empty() ||
            m_state.with([&](const State& state) { return state.keys.contains(service); });
 }
 

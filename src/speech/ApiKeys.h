@@ -2,8 +2,8 @@
 
 #include "base/Guarded.h"
 #include "settings/Keychain.h"
+#include "settings/RemoteConfiguration.h"
 
-#include <functional>
 #include <map>
 #include <optional>
 #include <stop_token>
@@ -13,9 +13,6 @@ namespace fenlo {
 
 /// The cloud services that turn speech into text.
 enum class SpeechService { groq, deepgram, grok };
-
-/// What the backend tells this installation, by name. Blocks. An empty function stands for no backend.
-using RemoteConfiguration = std::function<std::map<std::string, std::string>(std::stop_token)>;
 
 /// The keys of the speech services, and the service that the backend chose. Keys are looked up when they are first
 /// needed and then held in memory only.

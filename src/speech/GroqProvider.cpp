@@ -4,6 +4,7 @@
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/Text.h"
+#include "settings/ApiKey.h"
 #include "speech/DeveloperText.h"
 
 #include <nlohmann/json.hpp>
@@ -19,7 +20,6 @@ constexpr double timeout = 600; // seconds; a four-minute chunk on a slow uplink
 constexpr double shortClip = 3.0;
 constexpr double doubtfulLogprob = -0.5;
 constexpr double doubtfulNoSpeech = 0.3;
-constexpr std::size_t maxErrorCharacters = 500;
 constexpr std::size_t maxReplyBytes = 4u << 20u;
 
 /// The limits beyond which a segment counts as invented.
@@ -67,14 +67,6 @@ HttpRequest composeRequest(const Access& access, const SpeechForm& form) {
     request.timeout = timeout;
     request.maxResponseBytes = maxReplyBytes;
     return request;
-}
-
-/// One line for the log, whatever the server wrote and whether or not it quoted the key.
-std::string describe(const HttpResponse& response, const std::string& key) {
-    const bool isText = text::repairUtf8(response.body) == response.body;
-    const std::string body = isText ? text::replaceAll(response.body, key, "<key>") : "unknown";
-    return "Groq API error " + std::to_string(response.status) + ": " +
-           text::join(text::words(text::firstCharacters(body, maxErrorCharacters)), " ");
 }
 
 double numberAt(const json& segment, const char* name) {
@@ -170,7 +162,7 @@ ProviderResult transcribe(HttpClient& http, const Clock& clock, const Access& ac
     log("[Fenlo] Groq responded in " + text::fixed(clock.now() - start, 2) + "s (status " +
         std::to_string(response.status) + ")");
     if (response.status != 200) {
-        const std::string error = describe(response, access.key);
+        const std::string error = apiKey::describeError("Groq", response.status, response.body, access.key);
         log("[Fenlo] ERROR: " + error);
         throw TranscriberError(TranscriberError::Kind::networkError, error);
     }

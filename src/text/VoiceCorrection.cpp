@@ -1,4 +1,4 @@
-#include "session/VoiceCorrection.h"
+#include "text/VoiceCorrection.h"
 
 #include "base/Text.h"
 
@@ -28,7 +28,7 @@ std::string keptPunctuation(const std::string& word) {
 
 } // namespace
 
-std::optional<std::string> spokenCorrection(const std::string& rawText) {
+std::optional<std::string> matchCorrection(const std::string& rawText) {
     const std::string spoken = text::trimPunctuation(text::lower(rawText));
     for (const auto prefix : prefixes) {
         if (!spoken.starts_with(prefix))

@@ -1,25 +1,25 @@
-#include "session/VoiceCorrection.h"
+#include "text/VoiceCorrection.h"
 
 #include <gtest/gtest.h>
 
 using namespace fenlo;
 
 TEST(VoiceCorrection, IsFoundByItsPrefixes) {
-    EXPECT_EQ(spokenCorrection("No I meant Paris."), "Paris");
-    EXPECT_EQ(spokenCorrection("I meant Paris"), "Paris");
-    EXPECT_EQ(spokenCorrection("i said \"Tuesday\"!"), "Tuesday");
-    EXPECT_EQ(spokenCorrection("Fix that to Größe"), "Größe");
-    EXPECT_EQ(spokenCorrection("Correct that to 東京。"), "東京");
-    EXPECT_EQ(spokenCorrection("change that to  the  end "), "the  end");
-    EXPECT_EQ(spokenCorrection("Replace with Mary"), "Mary");
+    EXPECT_EQ(matchCorrection("No I meant Paris."), "Paris");
+    EXPECT_EQ(matchCorrection("I meant Paris"), "Paris");
+    EXPECT_EQ(matchCorrection("i said \"Tuesday\"!"), "Tuesday");
+    EXPECT_EQ(matchCorrection("Fix that to Größe"), "Größe");
+    EXPECT_EQ(matchCorrection("Correct that to 東京。"), "東京");
+    EXPECT_EQ(matchCorrection("change that to  the  end "), "the  end");
+    EXPECT_EQ(matchCorrection("Replace with Mary"), "Mary");
 }
 
 TEST(VoiceCorrection, IsNotSeenElsewhere) {
-    EXPECT_FALSE(spokenCorrection("No, I meant Paris"));
-    EXPECT_FALSE(spokenCorrection("no i meant"));
-    EXPECT_FALSE(spokenCorrection("no i meant ..."));
-    EXPECT_FALSE(spokenCorrection("well I meant Paris"));
-    EXPECT_FALSE(spokenCorrection(""));
+    EXPECT_FALSE(matchCorrection("No, I meant Paris"));
+    EXPECT_FALSE(matchCorrection("no i meant"));
+    EXPECT_FALSE(matchCorrection("no i meant ..."));
+    EXPECT_FALSE(matchCorrection("well I meant Paris"));
+    EXPECT_FALSE(matchCorrection(""));
 }
 
 TEST(VoiceCorrection, ReplacesTheLastFittingWordAndKeepsItsPunctuation) {

@@ -11,7 +11,7 @@
 namespace fenlo {
 
 /// Learns a voice correction that looks like a name and is not known yet.
-void learnFromCorrection(Config& config, const std::string& correction);
+void learnCorrection(Config& config, const std::string& correction);
 
 /// Learns the proper nouns that a rewrite restored: capitalised words that the transcript did not have.
 void learnFromRewrite(Config& config, const std::string& textBeforeRewrite, const std::string& rewrittenText);

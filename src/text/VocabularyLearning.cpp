@@ -1,4 +1,4 @@
-#include "session/VocabularyLearning.h"
+#include "text/VocabularyLearning.h"
 
 #include "base/Log.h"
 #include "base/Text.h"
@@ -41,7 +41,7 @@ std::vector<std::string> bareWords(const std::string& sentence) {
 
 } // namespace
 
-void learnFromCorrection(Config& config, const std::string& correction) {
+void learnCorrection(Config& config, const std::string& correction) {
     if (text::characterCount(correction) < minimumCorrection || !text::startsWithUpper(correction) ||
         knownTerms(config.get()).contains(text::lower(correction)))
         return;

@@ -1,4 +1,4 @@
-#include "session/VocabularyLearning.h"
+#include "text/VocabularyLearning.h"
 #include "base/Files.h"
 #include "support/LogCapture.h"
 #include "support/VirtualTime.h"
@@ -30,11 +30,11 @@ TEST_F(Learning, ARewriteTeachesTheNamesItRestored) {
 }
 
 TEST_F(Learning, ACorrectionTeachesACapitalisedTermOnce) {
-    learnFromCorrection(config, "Jo");
-    learnFromCorrection(config, "paris");
+    learnCorrection(config, "Jo");
+    learnCorrection(config, "paris");
     EXPECT_TRUE(learned().empty());
-    learnFromCorrection(config, "Łódź");
-    learnFromCorrection(config, "ŁÓDŹ");
+    learnCorrection(config, "Łódź");
+    learnCorrection(config, "ŁÓDŹ");
     EXPECT_EQ(learned(), Terms{"Łódź"});
 }
 

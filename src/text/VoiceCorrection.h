@@ -10,7 +10,7 @@ namespace fenlo {
 inline constexpr double voiceCorrectionWindow = 5.0;
 
 /// The correction that a transcript asks for, or nothing when it is none.
-std::optional<std::string> spokenCorrection(const std::string& rawText);
+std::optional<std::string> matchCorrection(const std::string& rawText);
 
 /// The last text with the correction worked in: it takes the place of one word near the end, keeping that word's
 /// punctuation; of the whole text when it has four words or more; or is appended when no word qualifies.

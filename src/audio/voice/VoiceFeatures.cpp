@@ -1,0 +1,1 @@
+#include "audio/voice/VoiceFeatures.h"

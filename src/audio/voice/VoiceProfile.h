@@ -1,0 +1,49 @@
+#pragma once
+
+#include "audio/voice/VoiceFeatures.h"
+
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fenlo {
+
+/// Statistics of the user's voice, taken once from a read passage and kept as JSON.
+struct VoiceProfileData {
+    std::string gender; // "male" or "female"
+    double genderConfidence = 0;
+    double pitchMedian = 0; // hertz; so the next two
+    double pitchP10 = 0;
+    double pitchP90 = 0;
+    float energyMedian = 0; // RMS of a frame; so the next two
+    float energyP25 = 0;
+    float energyP75 = 0;
+    double centroidMedian = 0; // hertz; so the next
+    double centroidStd = 0;
+    std::string accent; // nothing detects accents yet: always "American English"
+    std::optional<voice::Mfcc> mfccMean;
+};
+
+/// `~/.fenlo/voice_profile.json`.
+std::filesystem::path voiceProfileFile();
+
+std::string encodeVoiceProfile(const VoiceProfileData& profile);
+/// Nothing when a key is missing or of the wrong type; only the MFCC vector may be absent.
+std::optional<VoiceProfileData> decodeVoiceProfile(std::string_view json);
+
+/// Reads the stored profile, if there is a good one.
+std::optional<VoiceProfileData> loadVoiceProfile(const std::filesystem::path& file);
+
+/// The samples of an audio file at 16000 Hz, mono; nothing when it cannot be read.
+std::optional<std::vector<float>> loadVoiceAudio(const std::filesystem::path& file);
+
+/// Builds the profile from a recording of at least three seconds and stores it. False, with a log line, when the
+/// recording will not do.
+///
+/// Threads: workers.
+bool buildVoiceProfile(const std::filesystem::path& recording, const std::filesystem::path& profileFile);
+
+} // namespace fenlo

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// Dates as people and files write them, by ICU, in the current time zone (`TZ`, or the system's).
+///
+/// Threads: any.
+namespace fenlo::dates {
+
+using Moment = std::chrono::system_clock::time_point;
+
+/// "2026-11-15", the local calendar day.
+std::string localDay(Moment moment);
+
+/// "2026-11-15T09:30:00Z".
+std::string isoTimestamp(Moment moment);
+
+/// Reads an ISO 8601 date and time, with fractional seconds or without, with "Z" or an offset. Nothing for all else.
+std::optional<Moment> parseIso(std::string_view timestamp);
+
+/// The start of the local calendar day so many days before that of `moment`; 0 is its own day.
+Moment startOfDay(Moment moment, int daysBefore = 0);
+
+/// The same time of day, calendar days or months earlier.
+Moment daysBefore(Moment moment, int days);
+Moment monthsBefore(Moment moment, int months);
+
+/// The date in the medium style and the time in the short style of the user's locale (`LC_ALL`, `LC_TIME`, `LANG`):
+/// "Nov 15, 2026, 9:30 AM".
+std::string mediumText(Moment moment);
+
+} // namespace fenlo::dates

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "shell/Statistics.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <mutex>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace fenlo {
+
+class Clock;
+
+/// One past dictation or meeting.
+struct HistoryEntry {
+    std::string id; // made when the entry is read; not the one that is synchronised
+    std::string ts; // ISO 8601
+    std::int64_t words = 0;
+    double wpm = 0;      // words per minute
+    double duration = 0; // seconds
+    std::string textPreview;
+    std::string fullText;
+};
+
+/// Everything that the user dictated, and the counters made from it, in `~/.fenlo/stats.json`. Every call reads the
+/// file again, and a change replaces it whole.
+///
+/// Threads: any; calls that touch the file come one after the other. Each costs a pass over the whole file.
+/// Errors:  none. What cannot be written is lost; a file that does not parse counts as empty, and is set aside before a
+///          new one takes its place.
+class StatisticsStore {
+public:
+    StatisticsStore(std::filesystem::path file, const Clock& clock);
+
+    /// `duration` in seconds. An empty text counts as a session without words.
+    void recordDictation(const std::string& text, double duration);
+    void recordMeeting(std::int64_t segments, std::int64_t words, double duration);
+
+    // From the file.
+    TodayStats todayStats() const;
+    AllTimeStats allTimeStats() const;
+    std::vector<HistoryEntry> historyEntries() const; // newest first
+
+    // What to show: the server's numbers where there are any, the file's otherwise.
+    TodayStats shownTodayStats() const;
+    AllTimeStats shownAllTimeStats() const;
+
+    /// The entries that the backend has not accepted yet, as the file has them, oldest first. Entries of before there
+    /// was a backend get their ids now.
+    std::vector<nlohmann::json> unsyncedEntries();
+    void markSynced(const std::set<std::string>& entryIds);
+    /// Takes the backend's reply as what is shown from now on. The file stays as it is.
+    void applyServerStats(const nlohmann::json& reply);
+    /// The history of the server view; nothing before the first applyServerStats().
+    std::optional<std::vector<HistoryEntry>> serverHistory() const;
+
+    /// The entries that a question about the past may mean, the newest `limit` of them, as a text for a language model;
+    /// nothing when there are none.
+    std::optional<std::string> recallContext(const std::string& query, std::size_t limit) const;
+
+    /// `~/.fenlo/stats.json`.
+    static std::filesystem::path defaultFile();
+
+private:
+    struct ServerView {
+        AllTimeStats allTime;
+        TodayStats today;
+        std::vector<HistoryEntry> history;
+    };
+
+    const std::filesystem::path m_file;
+    const Clock& m_clock;
+    mutable std::mutex m_writing; // orders those who change the file
+};
+
+} // namespace fenlo

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "settings/Config.h"
+#include "text/FocusContext.h"
+
+#include <string>
+
+/// The two strings that a language model gets for a dictation. They make it a formatter and keep it from being an
+/// assistant. Pure functions.
+namespace fenlo {
+
+/// The prompt that the output mode asks for. `language` is a code, or "auto" for the language that was spoken.
+std::string systemPrompt(const Settings& settings, const FocusContext& context, const std::string& language);
+
+std::string dictationPrompt(const Settings& settings, const FocusContext& context, const std::string& language);
+std::string translationPrompt(const FocusContext& context);
+std::string transliterationPrompt(const FocusContext& context);
+
+std::string languageRule(const std::string& language);
+
+/// What the user does for a living, in sentences; empty when they did not say.
+std::string userProfileSentence(const Settings& settings);
+
+/// The dictated text with its surroundings.
+std::string userMessage(const Settings& settings, const std::string& text, const FocusContext& context);
+
+/// The application as it is called in a prompt.
+std::string promptedName(const FocusContext& context);
+
+} // namespace fenlo

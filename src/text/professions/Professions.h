@@ -1,0 +1,48 @@
+#pragma once
+
+#include "text/professions/ProfessionProfile.h"
+
+#include <span>
+#include <string>
+#include <string_view>
+
+/// The professions, what can be chosen for each, and how the choices read. Keys are what the settings hold; one that is
+/// not known reads as itself.
+///
+/// Threads: any; selectProfession() changes the settings on the caller's thread.
+namespace fenlo {
+
+class Config;
+
+/// A choice of the profession lists.
+struct ProfessionChoice {
+    std::string_view key;
+    std::string_view label; // what people read
+};
+
+/// In the order of the lists.
+std::span<const ProfessionChoice> professionChoices();
+
+/// The label of a profession; an empty key counts as "other".
+std::string professionLabel(std::string_view key);
+
+/// The neutral profile for a profession that is not known, empty or "other".
+const ProfessionProfile& profile(std::string_view profession);
+
+/// How a choice reads in a sentence about the user.
+std::string professionDisplay(std::string_view key);
+std::string roleDisplay(std::string_view key);
+/// Specialties, languages, tools and practice areas.
+std::string specialtyDisplay(std::string_view key);
+std::string dictationTypeDisplay(std::string_view key);
+
+/// The keys offered to a profession, in their order; empty where there is nothing to choose.
+std::span<const std::string_view> roleChoices(std::string_view profession);
+std::span<const std::string_view> practiceAreaChoices(std::string_view profession);
+std::span<const std::string_view> specialtyChoices(std::string_view profession);
+std::span<const std::string_view> dictationTypeChoices(std::string_view profession);
+
+/// Makes it the user's profession. Its vocabulary takes the place of what was learned before.
+void selectProfession(Config& config, std::string_view key);
+
+} // namespace fenlo
