@@ -60,6 +60,14 @@ bool isPunctuation(UChar32 c) {
     return u_ispunct(c) != 0;
 }
 
+/// Negative when there is none.
+UChar32 firstCodePoint(std::string_view text) {
+    UChar32 first = U_SENTINEL;
+    if (int32_t at = 0; !text.empty())
+        U8_NEXT(reinterpret_cast<const uint8_t*>(text.data()), at, static_cast<int32_t>(text.size()), first);
+    return first;
+}
+
 template <typename Matches>
 std::string trim(std::string_view text, Matches matches) {
     const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
@@ -126,6 +134,20 @@ std::size_t characterCount(std::string_view text) {
     });
 }
 
+std::vector<std::string_view> characters(std::string_view text) {
+    std::vector<std::string_view> out;
+    withCharacters(text, [&](icu::BreakIterator& characters) {
+        auto start = static_cast<std::size_t>(characters.first());
+        for (int32_t at = characters.next(); at != icu::BreakIterator::DONE; at = characters.next()) {
+            const auto end = static_cast<std::size_t>(at);
+            out.push_back(text.substr(start, end - start));
+            start = end;
+        }
+        return out.size();
+    });
+    return out;
+}
+
 std::string firstCharacters(std::string_view text, std::size_t count) {
     if (text.size() <= count)
         return std::string(text);
@@ -171,7 +193,13 @@ std::string upper(std::string_view text) {
 }
 
 bool startsWithUpper(std::string_view text) {
-    return !text.empty() && u_isUUppercase(toUnicode(text).char32At(0));
+    const UChar32 first = firstCodePoint(text);
+    return first >= 0 && u_isUUppercase(first);
+}
+
+bool startsWithLetter(std::string_view text) {
+    const UChar32 first = firstCodePoint(text);
+    return first >= 0 && u_isalpha(first);
 }
 
 std::vector<std::string> words(std::string_view text) {

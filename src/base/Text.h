@@ -18,6 +18,8 @@ namespace fenlo::text {
 std::string repairUtf8(std::string_view text);
 
 std::size_t characterCount(std::string_view text);
+/// The characters in order, as parts of the text.
+std::vector<std::string_view> characters(std::string_view text);
 std::string firstCharacters(std::string_view text, std::size_t count);
 std::string lastCharacters(std::string_view text, std::size_t count);
 
@@ -28,6 +30,7 @@ std::string trimPunctuation(std::string_view text);
 std::string lower(std::string_view text);
 std::string upper(std::string_view text);
 bool startsWithUpper(std::string_view text);
+bool startsWithLetter(std::string_view text);
 
 /// Splits at whitespace and newlines; empty pieces are dropped.
 std::vector<std::string> words(std::string_view text);
