@@ -31,6 +31,10 @@ public:
                                             std::stop_token stop);
 
 private:
+    std::optional<std::string> recall(const std::string& instruction, std::stop_token stop);
+    std::optional<std::string> command(const std::string& instruction, const FocusContext& context,
+                                       std::stop_token stop);
+
     SmartRewrite& m_models;
     const RecallContext m_recallContext;
     const Clock& m_clock;

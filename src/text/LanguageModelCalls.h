@@ -34,13 +34,13 @@ struct SmartRewriteError : std::runtime_error {
 /// Asks the model once and returns its trimmed answer. Blocks.
 ///
 /// Threads: workers.
-/// Errors:  SmartRewriteError for an unusable answer, HttpError when there was none, std::exception for a body that is
-/// no
-///          JSON.
+/// Errors:  SmartRewriteError for an unusable answer, HttpError when there was none, std::runtime_error for a body that
+///          is no JSON. All are one line without the key and with at most the start of what the service wrote.
 std::string callGemini(HttpClient& http, const ModelAccess& access, const ModelPrompt& prompt, std::stop_token stop);
 std::string callGroq(HttpClient& http, const ModelAccess& access, const ModelPrompt& prompt, std::stop_token stop);
 
-/// The pure halves of the calls: the body that goes up, and the answer in the body that comes back.
+/// The pure halves of the calls: the body that goes up, and the answer in the body that comes back. parseReply() throws
+/// as the calls do.
 namespace gemini {
 std::string composeBody(const ModelPrompt& prompt);
 std::string parseReply(std::string_view body);

@@ -22,9 +22,8 @@ struct Deployment;
 /// The one gateway to the large language models. A dictation never fails because of it: every fault ends in the text as
 /// it was spoken.
 ///
-/// Threads: any. rewrite(), complete() and the look-up of keys block and belong on workers; several calls may be on
-/// their
-///          way at once. warmConnection() never blocks.
+/// Threads: any. rewrite() and complete() block and belong on workers; several calls may be on their way at once.
+///          warmConnection() never blocks.
 /// Errors:  rewrite() throws nothing and says in its result that nothing was changed; complete() throws what
 ///          callGemini() and callGroq() throw, and SmartRewriteError noApiKey.
 class SmartRewrite {
@@ -48,9 +47,17 @@ private:
         std::optional<std::string> groqKey;
         std::optional<std::string> geminiKey;
     };
+    struct KeySource;
 
+    std::string askGemini(const ModelPrompt& prompt, std::stop_token stop);
+    std::string askGroq(const ModelPrompt& prompt, std::stop_token stop);
+
+    // The key in memory or, failing that, the one that is found now.
     std::optional<std::string> resolveGeminiKey(std::stop_token stop);
     std::optional<std::string> resolveGroqKey(std::stop_token stop);
+    std::optional<std::string> resolve(const KeySource& source, std::stop_token stop);
+    std::string find(const KeySource& source, std::stop_token stop) const;
+    bool isKnown(const KeySource& source) const;
 
     Config& m_config;
     const Deployment& m_deployment;
