@@ -1,10 +1,6 @@
 #pragma once
 
-#include "audio/voice/VoiceProfile.h"
-
-#include <cstddef>
 #include <filesystem>
-#include <span>
 
 namespace fenlo {
 
@@ -26,15 +22,5 @@ private:
     Config& m_config;
     const std::filesystem::path m_profileFile;
 };
-
-/// The samples at 16000 Hz without the stretches that are not the profile's voice, pushed together with a pause of 50
-/// ms at each join; empty when nothing can be told or nothing is to be removed.
-std::vector<float> isolated(std::span<const float> samples, const VoiceProfileData& profile);
-
-/// How well a window of speech fits the profile, 0 to 1.
-double voiceMatchScore(const voice::CompactFeatures& window, const VoiceProfileData& profile);
-
-/// Turns the hard edges of a mask of zeros and ones into ramps, in place.
-void applyEdgeFades(std::span<float> mask, std::size_t width);
 
 } // namespace fenlo

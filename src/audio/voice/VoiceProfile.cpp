@@ -1,1 +1,77 @@
 #include "audio/voice/VoiceProfile.h"
+
+#include "audio/voice/PitchTrack.h"
+#include "base/Log.h"
+#include "base/Text.h"
+#include "media/AudioFile.h"
+#include "media/Resampler.h"
+
+#include <algorithm>
+
+namespace fenlo {
+
+namespace {
+constexpr std::size_t leastSamples = 48000; // three seconds
+constexpr std::size_t leastPitches = 5;
+} // namespace
+
+std::vector<float> readVoiceAudio(const std::filesystem::path& file) {
+    AudioSamples audio = readAudioFile(file);
+    return resample(std::move(audio.mono), audio.sampleRate, voice::sampleRate);
+}
+
+std::optional<std::vector<float>> loadVoiceAudio(const std::filesystem::path& file) {
+    try {
+        return readVoiceAudio(file);
+    } catch (const std::exception&) { // also for want of memory
+        return {};
+    }
+}
+
+VoiceProfileData measureVoice(std::span<const float> samples) {
+    using namespace voice;
+    if (samples.size() < leastSamples)
+        throw VoiceProfileError(VoiceProfileError::Kind::tooShort, "Voice profile: audio too short (<3s)");
+    const std::vector<float> levels = frameLevels(samples);
+    std::vector<double> pitches = voiced(framePitches(samples, levels));
+    if (pitches.size() < leastPitches)
+        throw VoiceProfileError(VoiceProfileError::Kind::notEnoughVoice,
+                                "Voice profile: not enough voiced frames (" + std::to_string(pitches.size()) + ")");
+    std::ranges::sort(pitches);
+    std::vector<float> energies = audible(levels);
+    std::ranges::sort(energies);
+    const Gender gender = genderFrom(pitches);
+    const Centroid centroid = spectralCentroid(samples);
+    return {.gender = gender.gender,
+            .genderConfidence = gender.confidence,
+            .pitchMedian = percentile(pitches, 50),
+            .pitchP10 = percentile(pitches, 10),
+            .pitchP90 = percentile(pitches, 90),
+            .energyMedian = percentile(energies, 50),
+            .energyP25 = percentile(energies, 25),
+            .energyP75 = percentile(energies, 75),
+            .centroidMedian = centroid.median,
+            .centroidStd = centroid.standardDeviation,
+            .accent = "American English",
+            .mfccMean = meanMFCC(samples)};
+}
+
+bool buildVoiceProfile(const std::filesystem::path& recording, const std::filesystem::path& profileFile) {
+    const auto samples = loadVoiceAudio(recording);
+    if (!samples) {
+        log("[Fenlo] ERROR: Voice profile: failed to load audio");
+        return false;
+    }
+    try {
+        const VoiceProfileData profile = measureVoice(*samples);
+        storeVoiceProfile(profile, profileFile);
+        log("[Fenlo] Voice profile created: " + profile.gender + " (conf=" + text::fixed(profile.genderConfidence, 2) +
+            "), pitch=" + std::to_string(static_cast<int>(profile.pitchMedian)) + "Hz");
+        return true;
+    } catch (const VoiceProfileError& error) {
+        log(std::string("[Fenlo] ") + error.what());
+        return false;
+    }
+}
+
+} // namespace fenlo

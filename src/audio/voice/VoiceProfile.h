@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,15 +31,34 @@ struct VoiceProfileData {
 /// `~/.fenlo/voice_profile.json`.
 std::filesystem::path voiceProfileFile();
 
+/// JSON in one line.
 std::string encodeVoiceProfile(const VoiceProfileData& profile);
 /// Nothing when a key is missing or of the wrong type; only the MFCC vector may be absent.
 std::optional<VoiceProfileData> decodeVoiceProfile(std::string_view json);
 
 /// Reads the stored profile, if there is a good one.
 std::optional<VoiceProfileData> loadVoiceProfile(const std::filesystem::path& file);
+/// Replaces the stored profile whole. False when it cannot be written.
+bool storeVoiceProfile(const VoiceProfileData& profile, const std::filesystem::path& file);
 
-/// The samples of an audio file at 16000 Hz, mono; nothing when it cannot be read.
+/// The samples of an audio file at 16000 Hz, mono.
+/// Errors: AudioFileError, ResamplerError.
+std::vector<float> readVoiceAudio(const std::filesystem::path& file);
+/// The same; nothing when it cannot be read.
 std::optional<std::vector<float>> loadVoiceAudio(const std::filesystem::path& file);
+
+/// A recording that gives no profile. what() is a line for the log, without its prefix.
+struct VoiceProfileError : std::runtime_error {
+    enum class Kind { tooShort, notEnoughVoice };
+
+    VoiceProfileError(Kind theKind, const std::string& line) : std::runtime_error(line), kind(theKind) {}
+
+    Kind kind;
+};
+
+/// The profile of the voice in at least three seconds of speech at 16000 Hz.
+/// Errors: VoiceProfileError.
+VoiceProfileData measureVoice(std::span<const float> samples);
 
 /// Builds the profile from a recording of at least three seconds and stores it. False, with a log line, when the
 /// recording will not do.

@@ -1,1 +1,0 @@
-#include "audio/voice/VoiceFeatures.h"
