@@ -4,7 +4,7 @@
 #include "settings/Config.h"
 #include "settings/Deployment.h"
 #include "shell/ElapsedText.h"
-#include "shell/Professions.h"
+#include "text/professions/Professions.h"
 
 namespace fenlo {
 

@@ -18,9 +18,6 @@ std::string transliterationPrompt(const FocusContext& context);
 
 std::string languageRule(const std::string& language);
 
-/// What the user does for a living, in sentences; empty when they did not say.
-std::string userProfileSentence(const Settings& settings);
-
 /// The dictated text with its surroundings.
 std::string userMessage(const Settings& settings, const std::string& text, const FocusContext& context);
 
