@@ -3,7 +3,6 @@
 #include "base/Log.h"
 #include "base/Text.h"
 
-#include <algorithm>
 #include <set>
 
 namespace fenlo {
@@ -56,9 +55,10 @@ std::vector<std::string> restoredTerms(const std::string& textBeforeRewrite, con
         known.insert(word);
 
     std::vector<std::string> terms;
+    std::set<std::string> seen;
     for (const std::string& word : bareWords(rewrittenText))
-        if (text::startsWithUpper(word) && text::characterCount(word) >= minimumTerm &&
-            !known.contains(text::lower(word)) && std::find(terms.begin(), terms.end(), word) == terms.end())
+        if (text::startsWithUpper(word) && !known.contains(text::lower(word)) &&
+            text::characterCount(word) >= minimumTerm && seen.insert(word).second)
             terms.push_back(word);
     return terms;
 }

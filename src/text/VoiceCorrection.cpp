@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <string_view>
 #include <vector>
 
@@ -29,13 +30,14 @@ std::string keptPunctuation(const std::string& word) {
 } // namespace
 
 std::optional<std::string> matchCorrection(const std::string& rawText) {
-    const std::string spoken = text::trimPunctuation(text::lower(rawText));
+    const std::string transcript = text::trimWhitespace(rawText);
+    const std::string spoken = text::trimPunctuation(text::lower(transcript));
     for (const auto prefix : prefixes) {
         if (!spoken.starts_with(prefix))
             continue;
-        // Prefixes are counted in characters: the raw text keeps its case and its leading punctuation.
-        const std::size_t prefixStart = text::firstCharacters(rawText, prefix.size()).size();
-        std::string correction = text::trimPunctuation(text::trimWhitespace(rawText.substr(prefixStart)));
+        // As many characters are dropped as the prefix has: the transcript keeps its case and its leading punctuation.
+        const std::size_t prefixEnd = text::firstCharacters(transcript, prefix.size()).size();
+        std::string correction = text::trimPunctuation(text::trimWhitespace(transcript.substr(prefixEnd)));
         if (correction.empty())
             return {};
         return correction;

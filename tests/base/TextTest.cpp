@@ -15,6 +15,10 @@ TEST(Text, CountsCharactersAsPeopleDo) {
     EXPECT_EQ(text::lastCharacters("ab🇩🇪🇫🇷", 2), "🇩🇪🇫🇷");
     EXPECT_EQ(text::firstCharacters("abc", 0), "");
     EXPECT_EQ(text::lastCharacters("abc", 7), "abc");
+    using Parts = std::vector<std::string_view>;
+    EXPECT_EQ(text::characters("a👩‍👩‍👧‍👦e\u0301\r\n🇩🇪\xFF"),
+              (Parts{"a", "👩‍👩‍👧‍👦", "e\u0301", "\r\n", "🇩🇪", "\xFF"}));
+    EXPECT_EQ(text::characters(""), Parts());
 }
 
 TEST(Text, TrimsByCategory) {
@@ -42,6 +46,12 @@ TEST(Text, FoldsCaseInEveryScript) {
     EXPECT_TRUE(text::startsWithUpper("Élan"));
     EXPECT_FALSE(text::startsWithUpper("élan"));
     EXPECT_FALSE(text::startsWithUpper("東京"));
+    for (const char* letter : {"a", "Ä", "東", "मैं", "ß"})
+        EXPECT_TRUE(text::startsWithLetter(letter)) << letter;
+    for (const char* other : {"", "1", "\"", "👍", "\u0301", "\xFF"}) {
+        EXPECT_FALSE(text::startsWithLetter(other)) << other;
+        EXPECT_FALSE(text::startsWithUpper(other)) << other;
+    }
 }
 
 TEST(Text, SplitsWordsAndPieces) {
@@ -63,4 +73,21 @@ TEST(Regex, ReplacesWithGroupsAndSurvivesABadPattern) {
     EXPECT_TRUE(text::Regex("[a-zA-Z]").find("да x"));
     EXPECT_FALSE(text::Regex("[a-zA-Z]").find("да"));
     EXPECT_EQ(text::Regex("([").replaceAll("same", "other"), "same");
+}
+
+TEST(Regex, FindsInAnyCaseOnRequest) {
+    const text::Regex word("größe", text::CaseSensitivity::insensitive);
+    EXPECT_EQ(word.replaceAll("Größe GRÖSSE groesse", "x"), "x x groesse");
+    EXPECT_FALSE(text::Regex("größe").find("GRÖSSE"));
+}
+
+TEST(Regex, TakesPatternsAndReplacementsLiterally) {
+    std::string marks;
+    for (char c = ' '; c < 127; ++c)
+        marks += c;
+    const text::Regex literal(text::quotePattern(marks));
+    EXPECT_EQ(literal.replaceAllWithLiteral("a" + marks + "b", "$1\\n$"), "a$1\\n$b");
+    EXPECT_FALSE(literal.find(marks.substr(1)));
+    EXPECT_FALSE(text::Regex(text::quotePattern("a.c")).find("abc"));
+    EXPECT_EQ(text::Regex("(b)").replaceAll("abc", "$1\\$1"), "ab$1c");
 }

@@ -11,38 +11,51 @@ namespace {
 
 struct Learning : ::testing::Test {
     test::VirtualClock clock;
-    Config config{std::filesystem::temp_directory_path() / files::makeUuid() / "config.json", clock};
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / files::makeUuid();
+    Config config{folder / "config.json", clock};
     using Terms = std::vector<std::string>;
-    Terms learned() const { return config.get().professionVocabulary; }
+
+    ~Learning() override { std::filesystem::remove_all(folder); }
+    /// As a new start of the program would find it.
+    Terms learned() const { return Config(folder / "config.json", clock).get().professionVocabulary; }
 };
 
 } // namespace
 
 TEST_F(Learning, ARewriteTeachesTheNamesItRestored) {
-    config.update([](Settings& s) { s.customVocabulary = {"kubernetes"}; });
+    config.update([](Settings& s) {
+        s.customVocabulary = {"kubernetes"};
+        s.professionVocabulary = {"New York"};
+    });
     const test::LogCapture logged;
-    learnFromRewrite(config, "ask fenlo about kubernetes in paris",
-                     "Ask Fenlo's Kubernetes, (Grafana) and Ümit-Bot in Paris. Grafana! Tom");
-    EXPECT_EQ(learned(), (Terms{"Fenlo's", "Grafana", "Ümit-Bot"}));
-    EXPECT_TRUE(logged.contains("[Fenlo] Auto-learned 3 term(s): Fenlo's, Grafana, Ümit-Bot"));
-    learnFromRewrite(config, "x", "Grafana again");
-    EXPECT_EQ(learned().size(), 3u) << "known terms are not learned again";
+    learnFromRewrite(config, "ask “fenlo” about kubernetes,\nin paris where was it",
+                     "Ask Fenlo's Kubernetes, (Grafana)\nand Ümit-Bot in Paris. Grafana! Tom 東京タワー York rosuvas");
+    EXPECT_EQ(learned(), (Terms{"New York", "Fenlo's", "Grafana", "Ümit-Bot", "York"}));
+    EXPECT_TRUE(logged.contains("[Fenlo] Auto-learned 4 term(s): Fenlo's, Grafana, Ümit-Bot, York"));
+    learnFromRewrite(config, "x", "GRAFANA again");
+    EXPECT_EQ(learned().size(), 5u) << "known terms are not learned again";
 }
 
 TEST_F(Learning, ACorrectionTeachesACapitalisedTermOnce) {
-    learnCorrection(config, "Jo");
-    learnCorrection(config, "paris");
-    EXPECT_TRUE(learned().empty());
-    learnCorrection(config, "Łódź");
-    learnCorrection(config, "ŁÓDŹ");
-    EXPECT_EQ(learned(), Terms{"Łódź"});
+    config.update([](Settings& s) { s.customVocabulary = {"jim beam"}; });
+    const test::LogCapture logged;
+    for (const char* correction : {"Jo", "paris", "Jim Beam", "1st", "東京都", "\u0301Ab"})
+        learnCorrection(config, correction);
+    EXPECT_EQ(learned(), Terms());
+    for (const char* correction : {"Łódź", "ŁÓDŹ", "Tom"})
+        learnCorrection(config, correction);
+    EXPECT_EQ(learned(), (Terms{"Łódź", "Tom"}));
+    EXPECT_EQ(logged.lines(),
+              (Terms{"[Fenlo] Voice correction learned: 'Łódź'", "[Fenlo] Voice correction learned: 'Tom'"}));
 }
 
 TEST_F(Learning, KeepsTheNewestTwoHundred) {
     config.update([](Settings& s) {
-        for (int i = 0; i < 200; ++i)
+        for (int i = 0; i < 199; ++i)
             s.professionVocabulary.push_back("Term" + std::to_string(i));
     });
+    learnCorrection(config, "Tom");
+    EXPECT_EQ(learned().front(), "Term0") << "two hundred stay";
     learnFromRewrite(config, "", "Newest Another");
     ASSERT_EQ(learned().size(), 200u);
     EXPECT_EQ(learned().front(), "Term2");

@@ -5,37 +5,43 @@
 using namespace fenlo;
 
 TEST(VoiceCorrection, IsFoundByItsPrefixes) {
-    EXPECT_EQ(matchCorrection("No I meant Paris."), "Paris");
-    EXPECT_EQ(matchCorrection("I meant Paris"), "Paris");
-    EXPECT_EQ(matchCorrection("i said \"Tuesday\"!"), "Tuesday");
-    EXPECT_EQ(matchCorrection("Fix that to Größe"), "Größe");
-    EXPECT_EQ(matchCorrection("Correct that to 東京。"), "東京");
-    EXPECT_EQ(matchCorrection("change that to  the  end "), "the  end");
-    EXPECT_EQ(matchCorrection("Replace with Mary"), "Mary");
+    const std::pair<const char*, const char*> cases[] = {
+        {"No I meant Paris.", "Paris"},        {"I meant Paris", "Paris"},
+        {"i said \"Tuesday\"!", "Tuesday"},    {"Fix that to Größe", "Größe"},
+        {"Correct that to 東京。", "東京"},    {"change that to  the  end ", "the  end"},
+        {"Replace with Mary", "Mary"},         {" \t\u00A0I said Mary\t", "Mary"},
+        {"“No I meant Paris”", "Paris"}, // the drop counts from the quote
+        {"no i meant i said so", "i said so"},
+    };
+    for (const auto& [transcript, correction] : cases)
+        EXPECT_EQ(matchCorrection(transcript), correction) << transcript;
 }
 
 TEST(VoiceCorrection, IsNotSeenElsewhere) {
-    EXPECT_FALSE(matchCorrection("No, I meant Paris"));
-    EXPECT_FALSE(matchCorrection("no i meant"));
-    EXPECT_FALSE(matchCorrection("no i meant ..."));
-    EXPECT_FALSE(matchCorrection("well I meant Paris"));
-    EXPECT_FALSE(matchCorrection(""));
+    for (const char* transcript : {"No, I meant Paris", "no i meant", "I said ", "I said.", "no i meant ...",
+                                   "well I meant Paris", "I  meant Paris", "", " . "})
+        EXPECT_FALSE(matchCorrection(transcript)) << transcript;
 }
 
-TEST(VoiceCorrection, ReplacesTheLastFittingWordAndKeepsItsPunctuation) {
-    EXPECT_EQ(applyCorrection("We meet in London.", "Paris"), "We meet in Paris.");
-    EXPECT_EQ(applyCorrection("Call Tom, at 5!?", "Jim"), "Call Jim, at 5!?");
-    EXPECT_EQ(applyCorrection("Paris is big", "paris big"), "Paris is big paris big") << "no word qualifies";
-    EXPECT_EQ(applyCorrection("a  bcd ", "xyz"), "a  xyz ");
-}
-
-TEST(VoiceCorrection, SearchesFiveWordsOnly) {
-    EXPECT_EQ(applyCorrection("London a b c d e", "Paris"), "London a b c d e Paris");
-    EXPECT_EQ(applyCorrection("London a b c d", "Paris"), "Paris a b c d");
-    EXPECT_EQ(applyCorrection("", "Paris"), " Paris");
-}
-
-TEST(VoiceCorrection, FourWordsReplaceEverything) {
-    EXPECT_EQ(applyCorrection("We meet in London.", "we meet in London"), "we meet in London");
-    EXPECT_EQ(applyCorrection("We meet in London.", "at ten sharp"), "We meet in at ten sharp.");
+TEST(VoiceCorrection, TakesThePlaceOfOneWordOrOfAll) {
+    const struct {
+        const char *lastText, *correction, *newText;
+    } cases[] = {
+        {"We met at the clinic.", "hospital", "We met at the hospital."},
+        {"Call Tom, at 5!?", "Jim", "Call Jim, at 5!?"},
+        {"He is \"don.e\", so", "fin", "He is fin., so"}, // marks are kept wherever they stood, quotes are not
+        {"a  bcd ", "xyz", "a  xyz "},
+        {"ab né 👍🏽 x", "Jim", "ab né 👍🏽 x Jim"}, // characters count, not bytes
+        {"über zwei", "New York", "über New York"},
+        {"Meet Paris!", "paris", "paris Paris!"}, // the correction's own words stay
+        {"Paris is big", "paris big", "Paris is big paris big"},
+        {"a b c", "Rosuvas", "a b c Rosuvas"},
+        {"London a b c d", "Paris", "Paris a b c d"}, // five words are searched
+        {"London a b c d e", "Paris", "London a b c d e Paris"},
+        {"", "Paris", " Paris"},
+        {"We meet in London.", "at ten sharp", "We meet in at ten sharp."},
+        {"We meet in London.", "we meet in London", "we meet in London"},
+    };
+    for (const auto& [lastText, correction, newText] : cases)
+        EXPECT_EQ(applyCorrection(lastText, correction), newText) << lastText << " / " << correction;
 }

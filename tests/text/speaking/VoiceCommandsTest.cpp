@@ -1,0 +1,226 @@
+#include "text/VoiceCommands.h"
+
+#include "base/Text.h"
+
+#include <ctime>
+#include <gtest/gtest.h>
+#include <random>
+
+using namespace fenlo;
+
+namespace {
+
+using Actions = std::vector<std::string>;
+
+Settings settingsOf(const char* profession, bool autoCapitalize = true) {
+    Settings settings;
+    settings.profession = profession;
+    settings.autoCapitalize = autoCapitalize;
+    return settings;
+}
+
+std::string spoken(const std::string& text, const char* profession = "", const char* bundleId = "org.mozilla.firefox") {
+    const VoiceCommandResult result = processVoiceCommands(text, bundleId, settingsOf(profession));
+    EXPECT_EQ(result.actions, Actions()) << text;
+    return result.text;
+}
+
+} // namespace
+
+TEST(VoiceCommands, AWholeUtteranceIsAnAction) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"delete that", "undo"},
+        {"Undo that.", "undo"},
+        {"\tSELECT ALL...  ", "select_all"},
+        {"..Copy that..", "copy_last"},
+        {"\u3000Delete That\u00A0", "undo"},
+    };
+    for (const auto& [text, action] : cases) {
+        const VoiceCommandResult result = processVoiceCommands(text, "", {});
+        EXPECT_EQ(result.text, "") << text;
+        EXPECT_EQ(result.actions, Actions{action}) << text;
+    }
+    EXPECT_EQ(spoken("please delete that"), "Please delete that");
+    EXPECT_EQ(spoken("delete that!"), "Delete that!");
+    EXPECT_EQ(spoken("delete that ."), "Delete that.") << "blanks are not trimmed anew behind the full stop";
+    EXPECT_EQ(spoken(" \t "), "");
+    EXPECT_EQ(spoken(""), "");
+}
+
+TEST(VoiceCommands, SpokenSymbolsTakeTheBlanksAndMarksRoundThem) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"First comma second period", "First, second."},
+        {"one new paragraph two", "One\n\nTwo"},
+        {"one. New line, two next line three", "One.\nTwo\nThree"},
+        {"stop exclamation mark go exclamation point", "Stop! Go!"},
+        {"why question mark because full stop", "Why? Because."},
+        {"a colon b semicolon c", "A: b; c"},
+        {"yes dash no", "Yes — no"},
+        {"well hyphen known", "Well-known"},
+        {"he said open quote hello close quote to her", "He said \"hello\"to her"},
+        {"this open paren that close paren ends", "This (that)ends"},
+        {"wait ellipsis", "Wait."}, // three marks collapse to one
+        {"a tab b", "A\tb"},
+        {"tab", ""},
+        {"new line", "\n"},
+        {"a period of time", "A. Of time"},
+        {"periods, commas and Tabs", "Periods, commas and Tabs"},
+        {"PERIOD of Comma", ". Of,"},
+        {"a comma period b", "A, b"}, // the comma takes the mark that stands behind it by then
+        {"eins Komma comma zwei", "Eins Komma, zwei"},
+        {"मैं comma तुम", "मैं, तुम"},
+        {"東京 comma 京都", "東京, 京都"},
+        {"東京comma京都", "東京comma京都"}, // no word of its own
+        {"comma\u0301 comma_b", "Comma\u0301 comma_b"},
+        {"👩‍👩‍👧 comma 👍🏽 period", "👩‍👩‍👧, 👍🏽."},
+        {"new  line", "New line"},
+    };
+    for (const auto& [text, written] : cases)
+        EXPECT_EQ(spoken(text), written) << text;
+}
+
+TEST(VoiceCommands, TheTextIsTidied) {
+    const std::pair<const char*, const char*> cases[] =
+        {
+            {"a  \u00A0\u3000b\t c\rd", "A b\t c d"},
+            {"a \n b", "A\n B"},
+            {"a \t\n , b", "A, B"}, // the line start counts, though it goes,
+            {"wow !!! what ?? so..", "Wow! What? So."},
+            {"?!?!", "?!?!"},
+            {" \t a \t ", "A"},
+            {"\n a \n", "\n A\n"},
+            {"caf\xE9 , ol\xFF", "Caf\uFFFD, ol\uFFFD"},
+        };
+    for (const auto& [text, written] : cases)
+        EXPECT_EQ(spoken(text), written) << text;
+}
+
+TEST(VoiceCommands, AProfessionHasHeadings) {
+    const struct {
+        const char *profession, *text, *written;
+    } cases[] = {
+        {"doctor", "Plan.", "\n\nPlan:\n"}, // as it stands, with its newlines
+        {"doctor", " prescription ", "\n\nRx:\n"},
+        {"doctor", "the plan is rest", "The\n\nPlan:\nIs rest"},
+        {"doctor", "Plan. Continue", "\n\nPlan:\nContinue"},
+        {"doctor", "plans", "Plans"},
+        {"developer", "x arrow y", "X -> y"},
+        {"lawyer", "the seller hereinafter Seller", "The seller (hereinafter referred to as \"\") Seller"},
+        {"", "the plan is", "The plan is"},
+        {"doctor", "delete that plan", "Delete that\n\nPlan:\n"},
+    };
+    for (const auto& [profession, text, written] : cases)
+        EXPECT_EQ(spoken(text, profession), written) << profession << ": " << text;
+    Settings personal = settingsOf("doctor");
+    personal.dictationMode = "personal";
+    EXPECT_EQ(processVoiceCommands("plan", "", personal).text, "\n\nPlan:\n");
+}
+
+TEST(VoiceCommands, DeveloperToolsAndTheSettingKeepTheCase) {
+    for (const char* tool : {"com.microsoft.VSCode", "org.neovim.nvim-qt.NeoVim", "dev.warp.Warp"})
+        EXPECT_EQ(spoken("git status full stop next", "", tool), "git status. next") << tool;
+    EXPECT_EQ(processVoiceCommands("one period two", "", settingsOf("", false)).text, "one. two");
+}
+
+TEST(VoiceCommands, SentencesBeginWithACapital) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"one. two! three? four\nfive\r\nsix", "One. Two! Three? Four\nFive\r\nSix"},
+        {"\"yes.\" 3 \"no\"", "\"Yes.\" 3 \"No\""}, // what is no letter passes the start on
+        {"one, two: three", "One, two: three"},
+        {"ALL CAPS. iPhone", "ALL CAPS. IPhone"},
+        {"ßa. éa. e\u0301a. ﬁx", "SSa. Éa. E\u0301a. FIx"},
+        {"äpfel. да. मैं. あ. x", "Äpfel. Да. मैं. あ. X"},
+        {"👍 ok. 👩‍👩‍👧 a", "👍 Ok. 👩‍👩‍👧 A"},
+        {"a.\u0301 b", "A.\u0301 b"}, // another character than the full stop
+        {"\xFFx", "\uFFFDX"},
+        {"", ""},
+    };
+    for (const auto& [text, capitalized] : cases)
+        EXPECT_EQ(capitalizeSentences(text), capitalized) << text;
+}
+
+// The patterns as they read without regard to speed, applied in their order.
+TEST(VoiceCommands, FastPatternsDoWhatThePlainOnesDo) {
+    const std::pair<const char*, const char*> symbols[] = {
+        {"new paragraph", "\n\n"},
+        {"new line", "\n"},
+        {"next line", "\n"},
+        {"exclamation mark", "! "},
+        {"exclamation point", "! "},
+        {"question mark", "? "},
+        {"full stop", ". "},
+        {"period", ". "},
+        {"comma", ", "},
+        {"colon", ": "},
+        {"semicolon", "; "},
+        {"dash", " — "},
+        {"hyphen", "-"},
+        {"open quote", " \""},
+        {"close quote", "\""},
+        {"open paren", " ("},
+        {"close paren", ")"},
+        {"ellipsis", "..."},
+        {"tab", "\t"},
+    };
+    std::vector<std::pair<text::Regex, std::string>> plain;
+    for (const auto& [words, symbol] : symbols)
+        plain.emplace_back(
+            text::Regex("\\s*\\b" + std::string(words) + "\\b[.,!?;:]*\\s*", text::CaseSensitivity::insensitive),
+            symbol);
+    plain.emplace_back(text::Regex("[^\\S\\n\\t]+"), " ");
+    plain.emplace_back(text::Regex(" +\\n"), "\n");
+    plain.emplace_back(text::Regex("\\s+([.,!?;:])"), "$1");
+    plain.emplace_back(text::Regex("([.!?;:,])\\1+"), "$1");
+
+    const char* const pieces[] = {
+        "new",    "paragraph",
+        "line",   "next",
+        "mark",   "question",
+        "full",   "stop",
+        "Period", "comma",
+        "dash",   "Tab",
+        "open",   "quote",
+        "a",      "ß",
+        "é",      "e\u0301",
+        "\u0301", "日本",
+        "मैं",      "👩‍👩‍👧",
+        "\u200D", "_",
+        ".",      ",",
+        ",,",     "!",
+        "?",      ";",
+        ":",      "…",
+        "...",    "\"",
+        "-",      "$1",
+        " ",      " ",
+        " ",      " ",
+        "  ",     "\t",
+        "\n",     "\r\n",
+        "\u00A0", "\u3000",
+        "\u2028", "\v",
+    };
+    std::mt19937 random(7);
+    for (int round = 0; round < 4000; ++round) {
+        std::string text;
+        for (auto left = 1 + random() % 24; left > 0; --left)
+            text += pieces[random() % std::size(pieces)];
+        std::string expected = text::trimWhitespace(text);
+        for (const auto& [pattern, replacement] : plain)
+            expected = pattern.replaceAll(expected, replacement);
+        ASSERT_EQ(processVoiceCommands(text, "", settingsOf("", false)).text, text::trimWhitespace(expected)) << text;
+    }
+}
+
+TEST(VoiceCommands, LongRunsTakeNoSquareOfTheirLength) {
+    constexpr std::size_t size = 100'000;
+    const std::clock_t start = std::clock();
+    for (const std::string piece : {" ", "\n", "\t \n", "\u3000", ",", "a,", "👍", "e\u0301", "\u0301", "\u200D",
+                                    "comma ", "plan ", "new ", "\xFF", "🇩🇪"}) {
+        std::string text = "a";
+        while (text.size() < size)
+            text += piece;
+        const std::string written = spoken(text + "b", "doctor");
+        EXPECT_EQ(text::repairUtf8(written), written);
+    }
+    const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    EXPECT_LT(seconds, 60) << "the plain patterns take several minutes";
+}
