@@ -3,7 +3,7 @@
 #include "support/LoopbackServer.h"
 
 #include <chrono>
-#include <functional>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,22 +13,16 @@ namespace fenlo::test {
 /// A stand-in for the speech service: takes clips as the service does, and answers as it is told to. It recognises
 /// nothing.
 ///
-/// It can be told over the wire too: POST /control with {"mode": …, "text": …, "delay": …}, and GET /control/requests
-/// for what came.
-///
 /// Threads: any.
 class LoopbackRecogniser {
 public:
-    /// What to do with the next clips. `mode` is one of modes().
+    /// What to do with the next clips. `mode` is one of serviceModes().
     struct Behaviour {
         std::string mode = "ok";
         std::string text = "Hello from the stand-in.";
         std::string reply = {}; // the whole JSON body, instead of one made from `text`
         double delay = 0;       // seconds
     };
-
-    /// ok, 500, hang, close (without an answer), partial (in the middle of it), garbage, html, utf8 (invalid).
-    static const std::vector<std::string>& modes();
 
     struct Part {
         std::string name;
@@ -45,13 +39,16 @@ public:
     };
 
     LoopbackRecogniser();
-    /// `onRequest` hears of each clip, on the connection's thread; it may be empty.
-    LoopbackRecogniser(Behaviour behaviour, std::uint16_t port,
-                       std::function<void(std::size_t number, const Received&)> onRequest);
 
     void behave(Behaviour behaviour);
     std::vector<Received> requests() const;
     const LoopbackServer& server() const { return m_server; }
+
+    /// For a server that stands for other services too.
+    WireAnswer answer(const WireRequest& request, std::stop_token stop);
+    /// Takes the fields "mode", "text" and "delay" that the wish has, and tells what is wrong with it, if anything.
+    std::string control(const nlohmann::json& wish);
+    nlohmann::json listRequests() const;
 
 private:
     struct State {
@@ -59,13 +56,9 @@ private:
         std::vector<Received> requests;
     };
 
-    WireAnswer answer(const WireRequest& request, std::stop_token stop);
     WireAnswer transcribe(const WireRequest& request, std::stop_token stop);
-    WireAnswer control(const WireRequest& request);
-    std::string listRequests() const;
 
     const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-    const std::function<void(std::size_t, const Received&)> m_onRequest;
     Guarded<State> m_state;
     LoopbackServer m_server; // last: its threads use the rest
 };

@@ -34,7 +34,7 @@ class DesktopCase(unittest.TestCase):
         self._faults_before = self._faults()
         self.folder = Path(tempfile.mkdtemp(prefix="take-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        self.recogniser = Recogniser(os.environ["FENLO_RECOGNISER"], self.folder, ANSWER)
+        self.recogniser = Recogniser(os.environ["FENLO_SERVICES"], self.folder, ANSWER)
         self.addCleanup(self.recogniser.close)
         self.fenlo = None
 

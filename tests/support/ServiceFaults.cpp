@@ -1,0 +1,97 @@
+#include "support/ServiceFaults.h"
+
+#include "base/Text.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+namespace fenlo::test {
+
+namespace {
+
+void hang(std::stop_token stop) {
+    while (!stop.stop_requested())
+        pause(3600, stop);
+}
+
+/// Starts a body, and sends a byte of it now and then without ever coming to its end.
+WireAnswer trickle() {
+    WireAnswer answer{"HTTP/1.1 200 Answer\r\nContent-Type: application/json\r\nContent-Length: 1000000\r\n\r\n", true};
+    answer.more = [](std::stop_token stop) {
+        pause(0.05, stop);
+        return std::string(stop.stop_requested() ? "" : " ");
+    };
+    return answer;
+}
+
+WireAnswer huge() {
+    constexpr std::size_t pieceSize = 1 << 20;
+    constexpr int pieces = 100;
+    WireAnswer answer = httpAnswer(200, "application/json", "");
+    answer.bytes = "HTTP/1.1 200 Answer\r\nContent-Type: application/json\r\nContent-Length: " +
+                   std::to_string(pieceSize * pieces) + "\r\n\r\n";
+    answer.more = [sent = std::make_shared<int>(0)](std::stop_token) {
+        return (*sent)++ < pieces ? std::string(pieceSize, 'x') : std::string();
+    };
+    return answer;
+}
+
+} // namespace
+
+const std::vector<std::string>& serviceModes() {
+    static const std::vector<std::string> names = {"ok",   "hang",    "close", "partial", "garbage", "html",
+                                                   "utf8", "trickle", "huge",  "shape",   "400",     "401",
+                                                   "403",  "404",     "429",   "500",     "503"};
+    return names;
+}
+
+bool isServiceMode(const std::string& name) {
+    return std::find(serviceModes().begin(), serviceModes().end(), name) != serviceModes().end();
+}
+
+WireAnswer answerInMode(const std::string& mode, const std::string& text, double delay,
+                        const std::function<std::string(const std::string&)>& reply, std::stop_token stop) {
+    pause(delay, stop);
+    if (mode == "hang")
+        hang(stop);
+    if (mode == "hang" || mode == "close")
+        return {{}, true};
+    if (mode == "partial") {
+        const std::string body = reply(text);
+        std::string bytes = jsonAnswer(200, body).bytes;
+        bytes.resize(bytes.size() - body.size() / 2);
+        return {bytes, true};
+    }
+    if (mode == "garbage")
+        return jsonAnswer(200, "{\"text\": [[[ this is no JSON");
+    if (mode == "html")
+        return httpAnswer(200, "text/html", "<!DOCTYPE html>\n<html><body>Sign in to the network</body></html>");
+    if (mode == "utf8")
+        return jsonAnswer(200, text::replaceAll(reply("A broken caf@ letter"), "@", "\xE9"));
+    if (mode == "trickle")
+        return trickle();
+    if (mode == "huge")
+        return huge();
+    if (mode == "shape")
+        return jsonAnswer(200, R"({"answer": ["in", "another", "shape"]})");
+    if (mode != "ok")
+        return jsonAnswer(std::stoi(mode), R"({"error": {"message": "internal error of the stand-in"}})");
+    return jsonAnswer(200, reply(text));
+}
+
+void pause(double seconds, std::stop_token stop) {
+    if (seconds <= 0)
+        return;
+    std::mutex mutex;
+    std::condition_variable_any sleep;
+    std::unique_lock lock(mutex);
+    sleep.wait_for(lock, stop, std::chrono::duration<double>(seconds), [] { return false; });
+}
+
+WireAnswer jsonAnswer(int status, const std::string& body) {
+    return httpAnswer(status, "application/json", body);
+}
+
+} // namespace fenlo::test
