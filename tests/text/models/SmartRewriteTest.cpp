@@ -1,0 +1,220 @@
+#include "text/models/ModelsFixture.h"
+
+#include <cstdlib>
+
+using namespace fenlo;
+using namespace fenlo::test;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+namespace {
+
+class SmartRewriteTest : public ModelsFixture {
+protected:
+    ~SmartRewriteTest() override {
+        ::unsetenv("GEMINI_API_KEY");
+        ::unsetenv("GROQ_API_KEY");
+    }
+
+    Rewrite rewrite(const std::string& text, const std::vector<std::string>& uncertainParts = {}) {
+        return models.rewrite(text, {"Mail", "mail", "", "", ""}, "en", uncertainParts, stop.get_token());
+    }
+
+    std::stop_source stop;
+};
+
+} // namespace
+
+TEST_F(SmartRewriteTest, EveryFaultHasItsFallBackAndItsRetry) {
+    struct Case {
+        std::string model;
+        int geminiDoes, groqDoes;
+        std::string calls;
+        int failedAttempts; // 0 for a rewrite that came to its answer
+    };
+    for (const Case& test : {
+             Case{"auto", ok, ok, "G", 0},
+             {"auto", 401, ok, "GQ", 0},
+             {"auto", timeout, ok, "GQ", 0},
+             {"auto", garbage, ok, "GQ", 0},
+             {"auto", wrongShape, ok, "GQ", 0},
+             {"auto", cancelled, ok, "G", 1},
+             {"auto", 503, 503, "GQGQ", 2},
+             {"auto", 503, 401, "GQ", 1},
+             {"auto", 401, 503, "GQGQ", 2},
+             {"auto", ok, 503, "G", 0},
+             {"any other", 429, timeout, "GQGQ", 2},
+             {"gemini", ok, ok, "G", 0},
+             {"gemini", 400, ok, "G", 1},
+             {"gemini", 429, ok, "GG", 2},
+             {"gemini", 499, ok, "G", 1},
+             {"gemini", 500, ok, "GG", 2},
+             {"gemini", 302, ok, "G", 1},
+             {"gemini", timeout, ok, "GG", 2},
+             {"gemini", tooLarge, ok, "GG", 2},
+             {"gemini", garbage, ok, "G", 1},
+             {"gemini", wrongShape, ok, "G", 1},
+             {"groq", ok, ok, "Q", 0},
+             {"groq", ok, 401, "Q", 1},
+             {"groq", ok, 503, "QQ", 2},
+             {"groq", ok, timeout, "QQ", 2},
+             {"groq", ok, cancelled, "Q", 1},
+         }) {
+        SCOPED_TRACE(test.model + " " + std::to_string(test.geminiDoes) + " " + std::to_string(test.groqDoes));
+        choose(test.model);
+        geminiDoes = test.geminiDoes;
+        groqDoes = test.groqDoes;
+        calls.clear();
+        clock.slept = 0;
+        const LogCapture logOfCase;
+        const Rewrite result = rewrite("raw text");
+        EXPECT_EQ(calls, test.calls);
+        EXPECT_EQ(result.wasRewritten, test.failedAttempts == 0);
+        EXPECT_EQ(result.text, test.failedAttempts == 0 ? "Polished." : "raw text");
+        EXPECT_EQ(clock.slept, test.failedAttempts == 2 ? 0.3 : 0);
+        EXPECT_EQ(logOfCase.containsPrefix("[Fenlo] ERROR: SmartRewrite failed after " +
+                                           std::to_string(test.failedAttempts) + " attempt(s): "),
+                  test.failedAttempts > 0);
+    }
+    for (const std::string& line : log.lines())
+        EXPECT_THAT(line, Not(HasSubstr("SECRET"))) << "a key is never told";
+}
+
+TEST_F(SmartRewriteTest, TheRetryIsToldAndMeasuredAnew) {
+    geminiDoes = groqDoes = 503;
+    clock.onSleep = [&](double) { groqDoes = ok; };
+    EXPECT_TRUE(rewrite("raw").wasRewritten);
+    const std::string gemini = "[Fenlo] Gemini failed (Gemini API error 503: odd <key>), falling back to Groq";
+    EXPECT_THAT(log.lines(),
+                ElementsAre(gemini,
+                            "[Fenlo] SmartRewrite: attempt 1 failed (Groq API error 503: odd <key>), retrying...",
+                            gemini, "[Fenlo] SmartRewrite: 0.83s — 'raw' → 'Polished.'"));
+}
+
+TEST_F(SmartRewriteTest, AStopEndsThePauseBeforeTheRetry) {
+    geminiDoes = groqDoes = 503;
+    const auto answerOnce = http.onSend;
+    http.onSend = [&](const HttpRequest& request) {
+        stop.request_stop();
+        return answerOnce(request);
+    };
+    EXPECT_FALSE(rewrite("raw").wasRewritten);
+    EXPECT_EQ(calls, "G");
+    EXPECT_EQ(clock.slept, 0);
+}
+
+TEST_F(SmartRewriteTest, WithoutAKeyNothingIsSent) {
+    configuration.erase("groq_api_key");
+    choose("groq");
+    EXPECT_FALSE(rewrite("raw").wasRewritten) << "the other service's key is of no use";
+    EXPECT_TRUE(log.contains("[Fenlo] ERROR: SmartRewrite failed after 1 attempt(s): no key for the language models of "
+                             "Groq; set the environment variable GROQ_API_KEY — returning raw"));
+    configuration = {{"groq_api_key", "SECRET-Q"}};
+    choose("gemini");
+    EXPECT_FALSE(rewrite("raw").wasRewritten);
+    EXPECT_EQ(calls, "");
+    choose("auto");
+    EXPECT_TRUE(rewrite("raw").wasRewritten) << "a look-up that failed is repeated";
+    EXPECT_EQ(calls, "Q");
+    EXPECT_FALSE(log.containsPrefix("[Fenlo] Gemini failed"));
+}
+
+TEST_F(SmartRewriteTest, AKeyIsTakenFromTheFirstSourceAndKept) {
+    choose("groq");
+    const auto sentKey = [&] {
+        SmartRewrite fresh(config, deployment, http, keychain, remote, clock);
+        fresh.complete("s", "u", {});
+        return http.requests.back().headers.front().second;
+    };
+    store.values["groq_api_key"] = "stored\n";
+    EXPECT_EQ(sentKey(), "Bearer SECRET-Q");
+    configuration["groq_api_key"] = "";
+    EXPECT_EQ(sentKey(), "Bearer stored");
+    configuration.clear();
+    EXPECT_EQ(sentKey(), "Bearer stored");
+    ::setenv("GROQ_API_KEY", " from environment\r\n", 1);
+    EXPECT_EQ(sentKey(), "Bearer from environment");
+
+    choose("gemini");
+    store.values["gemini_api_key"] = "stored";
+    asked = 0;
+    models.complete("s", "u", {});
+    store.values.clear();
+    models.complete("s", "u", {});
+    EXPECT_THAT(http.requests.back().url, EndsWith("?key=stored"));
+    EXPECT_EQ(asked, 1);
+}
+
+TEST_F(SmartRewriteTest, WhatIsBlankCostsNothing) {
+    for (const char* text : {"", " \t\u00A0"})
+        EXPECT_EQ(rewrite(text).text, text);
+    EXPECT_TRUE(http.requests.empty());
+    EXPECT_TRUE(log.lines().empty());
+    EXPECT_TRUE(rewrite("\n").wasRewritten) << "a line end is no blank";
+}
+
+TEST_F(SmartRewriteTest, TheModelIsToldWhatTheRecogniserDoubts) {
+    const std::string note =
+        "\nNOTE: The speech recognition was uncertain about these parts: \"kay nine\", \"colour\". ONLY correct them "
+        "if "
+        "they are clearly garbled or not real words. If they ARE real English words, keep them exactly as-is.";
+    for (const auto& [mode, label] : {std::pair<std::string, std::string>{"transcribe", "SmartRewrite"},
+                                      {"translate", "Translate"},
+                                      {"transliterate", "Transliterate"}}) {
+        choose("groq", mode);
+        rewrite("my words");
+        const std::string plain = groqPrompt("system");
+        rewrite("my words", {"kay nine", "colour"});
+        EXPECT_EQ(groqPrompt("system"), plain + note);
+        EXPECT_THAT(groqPrompt("user"), HasSubstr("my words"));
+        EXPECT_EQ(log.lines().back(), "[Fenlo] " + label + ": 0.42s — 'my words' → 'Polished.'");
+    }
+}
+
+TEST_F(SmartRewriteTest, AnAnswerIsCleanedAndARefusalIsNone) {
+    answer = "Output: I cannot come to you";
+    EXPECT_EQ(rewrite("i can not come").text, "I cannot come to you");
+    answer = "Result: I cannot help with that " + std::string(100, 'x');
+    const Rewrite refused = rewrite(" hello");
+    EXPECT_EQ(refused.text, " hello");
+    EXPECT_FALSE(refused.wasRewritten);
+    EXPECT_EQ(log.lines().back(), "[Fenlo] LLM refused, falling back to raw text: 'I cannot help with that " +
+                                      std::string(80 - 24, 'x') + "'");
+    answer = "";
+    EXPECT_TRUE(rewrite("hello").wasRewritten) << "an empty answer is accepted";
+}
+
+TEST_F(SmartRewriteTest, TheHostOfTheNextCallIsWarmed) {
+    const std::string gemini = deployment.geminiHost, groq = deployment.groqHost;
+    struct Case {
+        std::string model, outputMode;
+        bool smartRewrite, knowsGemini, knowsGroq;
+        std::vector<std::string> warmed;
+    };
+    for (const Case& test :
+         {Case{"auto", "transcribe", true, true, true, {gemini}}, Case{"auto", "transcribe", true, false, true, {groq}},
+          Case{"groq", "transcribe", true, true, true, {groq}}, Case{"groq", "transcribe", true, true, false, {}},
+          Case{"gemini", "transcribe", true, false, true, {}}, Case{"gemini", "transcribe", false, true, true, {}},
+          Case{"gemini", "translate", false, true, true, {gemini}},
+          Case{"groq", "transliterate", false, true, true, {groq}}}) {
+        choose(test.model, test.outputMode);
+        config.update([&](Settings& settings) { settings.smartRewrite = test.smartRewrite; });
+        ::setenv("GEMINI_API_KEY", test.knowsGemini ? "k" : "", 1);
+        ::setenv("GROQ_API_KEY", test.knowsGroq ? "k" : "", 1);
+        http.warmed.clear();
+        models.warmConnection();
+        EXPECT_EQ(http.warmed, test.warmed) << test.model << ' ' << test.outputMode;
+    }
+    EXPECT_EQ(asked, 0);
+}
+
+TEST_F(SmartRewriteTest, AKeyThatWasUsedIsKnown) {
+    choose("groq");
+    models.warmConnection();
+    EXPECT_TRUE(http.warmed.empty());
+    rewrite("raw");
+    models.warmConnection();
+    EXPECT_THAT(http.warmed, ElementsAre(deployment.groqHost));
+}
