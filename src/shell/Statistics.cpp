@@ -2,6 +2,8 @@
 
 #include "base/Text.h"
 
+#include <algorithm>
+
 namespace fenlo {
 
 namespace {
@@ -23,6 +25,18 @@ std::string minutesText(double minutes) {
 }
 
 } // namespace
+
+std::int64_t wordCount(const std::string& text) {
+    const auto pieces = text::split(text::trimWhitespace(text), ' ');
+    return std::ranges::count_if(pieces, [](const std::string& piece) { return !piece.empty(); });
+}
+
+std::int64_t averageWPM(std::int64_t words, double seconds) {
+    constexpr double limit = 1e15; // damaged counters must not leave the range of the result
+    if (!(seconds > 0))
+        return 0;
+    return static_cast<std::int64_t>(std::clamp(static_cast<double>(words) / seconds * 60.0, -limit, limit));
+}
 
 std::string savedTimeText(std::int64_t words, double seconds) {
     return minutesText(savedMinutes(words, seconds));

@@ -20,6 +20,23 @@ struct AllTimeStats {
     std::int64_t daysActive = 0;
 };
 
+/// One past dictation or meeting.
+struct HistoryEntry {
+    std::string id; // made when the entry is read; not the one that is synchronised
+    std::string ts; // ISO 8601
+    std::int64_t words = 0;
+    double wpm = 0;      // words per minute
+    double duration = 0; // seconds
+    std::string textPreview;
+    std::string fullText;
+};
+
+/// The pieces between single blanks, of the text without the whitespace around it.
+std::int64_t wordCount(const std::string& text);
+
+/// Words per minute, truncated; 0 when there were no seconds.
+std::int64_t averageWPM(std::int64_t words, double seconds);
+
 /// The time that dictating saved over typing 40 words a minute: "7 min", "1.5 hrs".
 std::string savedTimeText(std::int64_t words, double seconds);
 /// The same, going on to days.

@@ -1,1 +1,222 @@
 #include "shell/StatisticsStore.h"
+
+#include "base/Clock.h"
+#include "base/Dates.h"
+#include "base/Files.h"
+#include "base/Text.h"
+#include "shell/HistoryReader.h"
+#include "shell/HistoryRecall.h"
+#include "shell/StatisticsFile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <nlohmann/json.hpp>
+
+namespace fenlo {
+
+using Json = nlohmann::json;
+using OrderedJson = nlohmann::ordered_json;
+
+namespace {
+
+constexpr std::size_t previewCharacters = 80;
+
+/// As the file has an entry or a day: two levels down, two blanks each.
+template <typename SomeJson>
+std::string indented(const SomeJson& object) {
+    return text::replaceAll(object.dump(2, ' ', false, SomeJson::error_handler_t::replace), "\n", "\n    ");
+}
+
+/// Stays at the largest number instead of starting over.
+std::int64_t sum(std::int64_t count, std::int64_t added) {
+    std::int64_t result = 0;
+    return __builtin_add_overflow(count, added, &result) ? std::numeric_limits<std::int64_t>::max() : result;
+}
+
+double rounded(double value, int decimals) {
+    const double scale = std::pow(10, decimals);
+    const double result = std::round(value * scale) / scale;
+    return std::isfinite(result) ? result : 0;
+}
+
+Json parseObject(std::string_view text) {
+    Json value = Json::parse(text, nullptr, false);
+    return value.is_object() ? value : Json::object();
+}
+
+StatisticsFile::Day& dayOf(StatisticsFile& file, const std::string& date) {
+    const auto found = std::ranges::find(file.days, date, &StatisticsFile::Day::date);
+    return found != file.days.end() ? *found : file.days.emplace_back(date, "{}");
+}
+
+TodayStats todayStatsOf(const Json& day) {
+    TodayStats stats{toCount(memberOf(day, "words")), toCount(memberOf(day, "sessions")),
+                     toNumber(memberOf(day, "duration")), 0};
+    stats.avgWPM = averageWPM(stats.words, stats.duration);
+    return stats;
+}
+
+AllTimeStats allTimeStatsOf(std::int64_t words, std::int64_t sessions, double seconds, std::int64_t daysActive) {
+    return {words, sessions, seconds / 60.0, averageWPM(words, seconds), daysActive};
+}
+
+/// Newest first; what is no entry is passed over.
+template <typename Texts>
+std::vector<HistoryEntry> readNewestFirst(const Texts& oldestFirst) {
+    HistoryReader reader;
+    std::vector<HistoryEntry> entries;
+    for (auto text = oldestFirst.rbegin(); text != oldestFirst.rend(); ++text)
+        if (auto entry = reader.readEntry(*text))
+            entries.push_back(std::move(*entry));
+    return entries;
+}
+
+} // namespace
+
+std::filesystem::path StatisticsStore::defaultFile() {
+    return files::dataDirectory() / "stats.json";
+}
+
+StatisticsStore::StatisticsStore(std::filesystem::path file, const Clock& clock)
+    : m_file(std::move(file)), m_clock(clock) {}
+
+void StatisticsStore::recordDictation(const std::string& text, double duration) {
+    const std::string repaired = text::repairUtf8(text);
+    record({repaired, wordCount(repaired), duration, nullptr});
+}
+
+void StatisticsStore::recordMeeting(const std::string& transcript, std::int64_t segments, double duration) {
+    const std::int64_t words = wordCount(transcript);
+    record({"Meeting " + std::to_string(segments) + " segments, " + std::to_string(words) + " words", words, duration,
+            "meeting"});
+}
+
+void StatisticsStore::record(const Session& session) {
+    const double duration = std::isfinite(session.duration) ? std::max(session.duration, 0.0) : 0;
+    const auto now = m_clock.wallTime();
+    const double wpm = duration > 0 ? static_cast<double>(session.words) / duration * 60.0 : 0;
+    OrderedJson entry = {
+        {"entry_id", files::makeUuid()},    {"ts", dates::isoTimestamp(now)},
+        {"words", session.words},           {"wpm", rounded(wpm, 1)},
+        {"duration", rounded(duration, 2)}, {"text_preview", text::firstCharacters(session.text, previewCharacters)},
+        {"full_text", session.text},        {"synced", false}};
+    if (session.type)
+        entry["type"] = session.type;
+
+    std::lock_guard writing(m_writing);
+    StatisticsFile file = StatisticsFile::load(m_file);
+    file.totalWords = sum(file.totalWords, session.words);
+    file.totalSessions = sum(file.totalSessions, 1);
+    file.totalDuration += duration;
+
+    StatisticsFile::Day& today = dayOf(file, dates::localDay(now));
+    Json day = parseObject(today.text);
+    day["words"] = sum(toCount(memberOf(day, "words")), session.words);
+    day["sessions"] = sum(toCount(memberOf(day, "sessions")), 1);
+    day["duration"] = toNumber(memberOf(day, "duration")) + duration;
+    today.text = file.keep(indented(day));
+
+    file.history.push_back(file.keep(indented(entry)));
+    file.save(m_file, now);
+}
+
+TodayStats StatisticsStore::todayStats() const {
+    StatisticsFile file = StatisticsFile::load(m_file);
+    return todayStatsOf(parseObject(dayOf(file, dates::localDay(m_clock.wallTime())).text));
+}
+
+AllTimeStats StatisticsStore::allTimeStats() const {
+    const StatisticsFile file = StatisticsFile::load(m_file);
+    return allTimeStatsOf(file.totalWords, file.totalSessions, file.totalDuration,
+                          static_cast<std::int64_t>(file.days.size()));
+}
+
+std::vector<HistoryEntry> StatisticsStore::historyEntries() const {
+    return readNewestFirst(StatisticsFile::load(m_file).history);
+}
+
+TodayStats StatisticsStore::shownTodayStats() const {
+    const std::string day = dates::localDay(m_clock.wallTime());
+    const auto fromServer = m_serverView.with(
+        [&](const std::optional<ServerView>& view) { return view && view->day == day ? view->today : std::nullopt; });
+    return fromServer ? *fromServer : todayStats();
+}
+
+AllTimeStats StatisticsStore::shownAllTimeStats() const {
+    const auto fromServer = m_serverView.with(
+        [](const std::optional<ServerView>& view) { return view ? std::optional(view->allTime) : std::nullopt; });
+    return fromServer ? *fromServer : allTimeStats();
+}
+
+std::vector<Json> StatisticsStore::unsyncedEntries() {
+    std::lock_guard writing(m_writing);
+    StatisticsFile file = StatisticsFile::load(m_file);
+    HistoryReader reader;
+    std::vector<Json> unsynced;
+    bool changed = false;
+    for (std::string_view& text : file.history) {
+        const auto state = reader.readSyncState(text);
+        if (!state || (state->entryId && state->isSynced))
+            continue;
+        if (!state->entryId) {
+            OrderedJson entry = OrderedJson::parse(text, nullptr, false);
+            entry["entry_id"] = files::makeUuid();
+            entry["synced"] = false;
+            text = file.keep(indented(entry));
+            changed = true;
+        }
+        unsynced.push_back(Json::parse(text, nullptr, false));
+    }
+    // Ids that were not stored would be others the next time, and the backend would count the entries twice.
+    if (changed && !file.save(m_file, m_clock.wallTime()))
+        return {};
+    return unsynced;
+}
+
+void StatisticsStore::markSynced(const std::set<std::string>& entryIds) {
+    std::lock_guard writing(m_writing);
+    StatisticsFile file = StatisticsFile::load(m_file);
+    HistoryReader reader;
+    bool changed = false;
+    for (std::string_view& text : file.history) {
+        const auto state = reader.readSyncState(text);
+        if (!state || state->isSynced || !state->entryId || !entryIds.contains(*state->entryId))
+            continue;
+        OrderedJson entry = OrderedJson::parse(text, nullptr, false);
+        entry["synced"] = true;
+        text = file.keep(indented(entry));
+        changed = true;
+    }
+    if (changed)
+        file.save(m_file, m_clock.wallTime());
+}
+
+void StatisticsStore::applyServerStats(const Json& reply) {
+    if (!reply.is_object())
+        return;
+    ServerView view;
+    view.allTime =
+        allTimeStatsOf(toCount(memberOf(reply, "total_words")), toCount(memberOf(reply, "total_sessions")),
+                       toNumber(memberOf(reply, "total_duration_secs")), toCount(memberOf(reply, "days_active")));
+    view.day = dates::localDay(m_clock.wallTime());
+    if (const Json& day = memberOf(memberOf(reply, "daily"), view.day.c_str()); day.is_object())
+        view.today = todayStatsOf(day);
+    std::vector<std::string> history;
+    if (const Json& entries = memberOf(reply, "history"); entries.is_array())
+        for (const Json& entry : entries)
+            history.push_back(entry.dump(-1, ' ', false, Json::error_handler_t::replace));
+    view.history = readNewestFirst(history);
+    m_serverView.with([&](std::optional<ServerView>& current) { current = std::move(view); });
+}
+
+std::optional<std::vector<HistoryEntry>> StatisticsStore::serverHistory() const {
+    return m_serverView.with(
+        [](const std::optional<ServerView>& view) { return view ? std::optional(view->history) : std::nullopt; });
+}
+
+std::optional<std::string> StatisticsStore::recallContext(const std::string& query, std::size_t limit) const {
+    return recallText(historyEntries(), query, limit, m_clock.wallTime());
+}
+
+} // namespace fenlo

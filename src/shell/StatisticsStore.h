@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Guarded.h"
 #include "shell/Statistics.h"
 
 #include <cstddef>
@@ -16,17 +17,6 @@ namespace fenlo {
 
 class Clock;
 
-/// One past dictation or meeting.
-struct HistoryEntry {
-    std::string id; // made when the entry is read; not the one that is synchronised
-    std::string ts; // ISO 8601
-    std::int64_t words = 0;
-    double wpm = 0;      // words per minute
-    double duration = 0; // seconds
-    std::string textPreview;
-    std::string fullText;
-};
-
 /// Everything that the user dictated, and the counters made from it, in `~/.fenlo/stats.json`. Every call reads the
 /// file again, and a change replaces it whole.
 ///
@@ -39,7 +29,8 @@ public:
 
     /// `duration` in seconds. An empty text counts as a session without words.
     void recordDictation(const std::string& text, double duration);
-    void recordMeeting(std::int64_t segments, std::int64_t words, double duration);
+    /// One entry for the whole meeting, of which only the numbers are kept.
+    void recordMeeting(const std::string& transcript, std::int64_t segments, double duration);
 
     // From the file.
     TodayStats todayStats() const;
@@ -54,7 +45,8 @@ public:
     /// was a backend get their ids now.
     std::vector<nlohmann::json> unsyncedEntries();
     void markSynced(const std::set<std::string>& entryIds);
-    /// Takes the backend's reply as what is shown from now on. The file stays as it is.
+    /// Takes the backend's reply as what is shown from now on. The file stays as it is. A reply that is no object
+    /// changes nothing.
     void applyServerStats(const nlohmann::json& reply);
     /// The history of the server view; nothing before the first applyServerStats().
     std::optional<std::vector<HistoryEntry>> serverHistory() const;
@@ -67,15 +59,25 @@ public:
     static std::filesystem::path defaultFile();
 
 private:
+    struct Session {
+        std::string text;
+        std::int64_t words;
+        double duration;  // seconds
+        const char* type; // null for a dictation
+    };
     struct ServerView {
         AllTimeStats allTime;
-        TodayStats today;
-        std::vector<HistoryEntry> history;
+        std::string day; // that `today` is of
+        std::optional<TodayStats> today;
+        std::vector<HistoryEntry> history; // newest first
     };
+
+    void record(const Session& session);
 
     const std::filesystem::path m_file;
     const Clock& m_clock;
-    mutable std::mutex m_writing; // orders those who change the file
+    std::mutex m_writing; // orders those who change the file
+    Guarded<std::optional<ServerView>> m_serverView;
 };
 
 } // namespace fenlo
