@@ -1,6 +1,6 @@
 """Measures how fast and how heavy the program is on the virtual desktop. To be run by hand, on a machine at rest:
 
-    scripts/virtual-desktop python3 tests/desktop/latency_probe.py PROGRAM RECOGNISER
+    scripts/virtual-desktop python3 tests/desktop/latency_probe.py PROGRAM SERVICES
 """
 
 import os
@@ -15,7 +15,7 @@ from pathlib import Path
 
 from harness import desktop, processes
 from harness.fenlo import HOTKEY, PASTED, Fenlo
-from harness.recogniser import Recogniser
+from harness.services import Services
 from harness.sound import Clip
 from harness.targets import Editor
 
@@ -71,11 +71,11 @@ def milliseconds(values):
     return f"{1000 * statistics.median(values):7.0f} ms   (worst {1000 * max(values):.0f})"
 
 
-def measure_start(program, folder, recogniser):
+def measure_start(program, folder, services):
     times = []
     for _ in range(5):
         started = time.monotonic()
-        fenlo = Fenlo(program, folder, recogniser)
+        fenlo = Fenlo(program, folder, services)
         times.append(time.monotonic() - started)
         fenlo.close()
     return times
@@ -98,10 +98,10 @@ def measure_take(log, sound_events, clip):
 
 
 def probe(program, stand_in, folder):
-    recogniser = Recogniser(stand_in, folder, "The quick brown fox.")
-    rows = [("start to ready", milliseconds(measure_start(program, folder, recogniser)))]
+    services = Services(stand_in, folder, "The quick brown fox.")
+    rows = [("start to ready", milliseconds(measure_start(program, folder, services)))]
 
-    fenlo = Fenlo(program, folder, recogniser)
+    fenlo = Fenlo(program, folder, services)
     Editor(folder)
     clip = Clip(FIVE_SECONDS, folder)
     log = TimedLines(["tail", "-n", "0", "-F", "-s", "0.002", str(fenlo.log_file)])

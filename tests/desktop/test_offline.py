@@ -51,7 +51,7 @@ class Offline(DesktopCase):
         self.assertEqual(before, {name: (model / name).stat().st_mtime for name in before})
 
     def test_without_its_model_takes_go_to_the_cloud(self):
-        fenlo = self.start_fenlo(offline_model="small")
+        fenlo = self.start_fenlo(deployment={"offline_model": "small"})
         fenlo.wait_for("[Fenlo] ERROR: LocalTranscriber setup failed", patience=60)
         self.dictate_into(self.open_editor(), ANSWER)
         fenlo.wait_for("[Fenlo] Offline mode enabled but model not ready yet")

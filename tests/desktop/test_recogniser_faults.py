@@ -24,7 +24,7 @@ class RecogniserFaults(DesktopCase):
         self._fails_and_recovers("garbage")
 
     def test_nobody_at_the_address(self):
-        self.recogniser.close()
+        self.services.close()
         mark = self.fenlo.dictate(self.clip)
         self.fenlo.wait_for("[Fenlo] ERROR: Transcription error:", mark)
         wait_for(lambda: pill.dot() is None, "the pill to go")

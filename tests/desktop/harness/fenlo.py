@@ -10,29 +10,37 @@ HOTKEY = "Control_L"
 PASTED = "[Fenlo] CGEvent paste OK"
 OFFLINE_MODEL = "micro-whisper-espeak.en"  # comes with the program: it knows synthetic voices only
 
+# What most tests are not about.
+QUIET = {"play_sounds": False, "smart_rewrite": False}
+
 
 class Fenlo:
-    """Runs the program, against a recogniser where there is one, and reads its log."""
+    """Runs the program, against stand-in services where there are some, and reads its log and its files."""
 
-    def __init__(self, program, folder, recogniser, settings=None, environment=None, offline_model=OFFLINE_MODEL):
+    def __init__(self, program, folder, services, settings=None, environment=None, deployment=None, history=None):
         self._program = program
         self.home = folder / "home"
+        self.temporary = folder / "temporary"
+        self.temporary.mkdir(exist_ok=True)
         self.log_file = self.home / ".local/state/fenlo/Fenlo.log"
         self._errors = open(folder / "fenlo.stderr", "a+")
-        self._prepare_home(settings or {})
-        deployment = folder / "deployment.json"
-        values = {"offline_model": offline_model}
-        if recogniser:
-            values["groq_host"] = recogniser.address
-        deployment.write_text(json.dumps(values))
+        self._prepare_home(settings or {}, history or [])
+        deployment_file = folder / "deployment.json"
+        values = {"offline_model": OFFLINE_MODEL}
+        if services:
+            values |= {f"{service}_host": services.address for service in ("groq", "gemini", "deepgram", "xai")}
+        deployment_file.write_text(json.dumps({**values, **(deployment or {})}))
         self.environment = {
-            **os.environ,
+            **{name: value for name, value in os.environ.items() if not name.endswith("_API_KEY")},
             "HOME": str(self.home),
-            "FENLO_DEPLOYMENT": str(deployment),
+            "FENLO_DEPLOYMENT": str(deployment_file),
             "GROQ_API_KEY": "gsk_of_the_desktop_tests",
             "HF_ENDPOINT": "http://127.0.0.1:9",  # nobody answers there
+            "TMPDIR": str(self.temporary),
             **(environment or {}),
         }
+        for name in [name for name, value in self.environment.items() if value is None]:
+            del self.environment[name]
         self.process = self._start()
         self.wait_for("[Fenlo] Ready.")
 
@@ -68,6 +76,23 @@ class Fenlo:
     def wait_for_paste(self, since):
         self.wait_for(PASTED, since)
 
+    def settings(self):
+        """What the settings file holds."""
+        return json.loads((self.home / ".fenlo/config.json").read_text())
+
+    def statistics(self):
+        """What the statistics file holds."""
+        return json.loads((self.home / ".fenlo/stats.json").read_text())
+
+    def wait_for_entry(self, text, patience=15.0):
+        """Waits until the newest entry of the history is this text, and returns it."""
+
+        def newest():
+            history = self.statistics()["history"] if (self.home / ".fenlo/stats.json").exists() else []
+            return history[-1] if history and history[-1]["full_text"] == text else None
+
+        return wait_for(newest, f"the entry {text!r} in the history", patience)
+
     def start_second(self):
         """Another start of the program by the same user; returns its exit code."""
         second = processes.start([self._program], env=self.environment, stdout=self._errors, stderr=self._errors)
@@ -88,8 +113,10 @@ class Fenlo:
     def _start(self):
         return processes.start([self._program], env=self.environment, stdout=self._errors, stderr=self._errors)
 
-    def _prepare_home(self, settings):
+    def _prepare_home(self, settings, history):
         folder = self.home / ".fenlo"
         folder.mkdir(parents=True, exist_ok=True)
         (folder / ".onboarded").touch()
-        (folder / "config.json").write_text(json.dumps({"play_sounds": False, **settings}))
+        (folder / "config.json").write_text(json.dumps({**QUIET, **settings}))
+        if history:
+            (folder / "stats.json").write_text(json.dumps({"history": history}))

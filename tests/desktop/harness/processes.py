@@ -1,6 +1,7 @@
 """Starting and ending child processes so that none outlives its parent."""
 
 import ctypes
+import os
 import signal
 import subprocess
 
@@ -21,6 +22,11 @@ def adopt_orphans():
 def start(command, **options):
     """Like subprocess.Popen, but the child is killed when this process is."""
     return subprocess.Popen([str(part) for part in command], preexec_fn=_die_with_parent, **options)
+
+
+def environment(**changes):
+    """This process's environment with changes."""
+    return {**os.environ, **changes}
 
 
 def end(process, patience=5.0):

@@ -1,5 +1,8 @@
 """The sound server of the virtual desktop, and speech into its microphone."""
 
+import array
+import cmath
+import math
 import os
 import re
 import signal
@@ -33,6 +36,42 @@ def recorders():
     """Process ids that record from a microphone at this moment."""
     listing = processes.output(["pactl", "list", "source-outputs"])
     return {int(pid) for pid in re.findall(r'application\.process\.id = "(\d+)"', listing)}
+
+
+class Listener:
+    """Records what the loudspeaker plays."""
+
+    RATE = 8000  # samples a second
+    _BLOCK = RATE // 20
+
+    def __init__(self, folder):
+        self._file = Path(folder) / "loudspeaker.raw"
+        self._process = processes.start(
+            ["parec", "--device=speaker.monitor", f"--rate={self.RATE}", "--channels=1", "--format=s16le",
+             "--latency-msec=50", self._file]
+        )  # fmt: skip
+        wait_for(lambda: self._file.exists() and self._file.stat().st_size > 0, "the recording of the loudspeaker")
+
+    def has_heard(self, frequency):
+        """Whether a tone of this frequency, in hertz, has sounded so far."""
+        samples = array.array("h", self._file.read_bytes()[: self._file.stat().st_size // 2 * 2])
+        blocks = (samples[start : start + self._BLOCK] for start in range(0, len(samples), self._BLOCK))
+        return any(_is_tone(block, frequency / self.RATE) for block in blocks)
+
+    def close(self):
+        processes.end(self._process)
+
+
+def _is_tone(samples, cycles):
+    """Whether most of the power lies at one frequency, in cycles a sample."""
+    power = sum(sample * sample for sample in samples)
+    if power < len(samples) * 100**2:
+        return False
+    turn = cmath.exp(-2j * math.pi * cycles)
+    amplitude = 0
+    for sample in samples:
+        amplitude = amplitude * turn + sample
+    return 2 * abs(amplitude) ** 2 / len(samples) > 0.6 * power
 
 
 class Clip:

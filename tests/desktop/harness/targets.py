@@ -1,6 +1,7 @@
 """The applications that are dictated into."""
 
 import os
+import shutil
 import signal
 import subprocess
 
@@ -11,8 +12,8 @@ from .waiting import wait_for
 class _Target:
     """A program with one window, brought to the front."""
 
-    def __init__(self, command):
-        self.process = processes.start(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    def __init__(self, command, **options):
+        self.process = processes.start(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
         self.window = wait_for(lambda: desktop.windows_of(self.process.pid), f"a window of {command[0]}")[0]
         self.activate()
 
@@ -30,12 +31,21 @@ class _Target:
 
 
 class Editor(_Target):
-    """A text editor with an open file."""
+    """A text editor with an open file. The desktop knows it by `name`: it can stand for a chat or a mail program."""
 
-    def __init__(self, folder, text=""):
-        self._file = folder / "note.txt"
+    def __init__(self, folder, text="", name="mousepad"):
+        self._file = folder / f"{name}.txt"
         self._file.write_text(text)
-        super().__init__(["mousepad", "--disable-server", self._file])
+        super().__init__([name, "--disable-server", self._file], executable=shutil.which("mousepad"))
+
+    def press(self, *keys):
+        """Types keys into the editor."""
+        self.activate()
+        desktop.press(*keys)
+
+    def press_end(self):
+        """Puts the cursor behind the last character."""
+        self.press(f"{desktop.RIGHT_CONTROL}+End")
 
     def text(self):
         """What stands in the editor. Saves it, so no modifier may be held."""
@@ -68,6 +78,13 @@ class Terminal(_Target):
         """Ends the line and compares what was typed."""
         desktop.press("Return")
         wait_for(lambda: self._file.read_text() == expected + "\n", f"the terminal to hold {_short(expected)}")
+
+
+class Notice(_Target):
+    """A window with a message, and nothing to type into."""
+
+    def __init__(self):
+        super().__init__(["xmessage", "Nothing can be typed here"])
 
 
 def _short(text):

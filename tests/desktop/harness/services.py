@@ -1,0 +1,55 @@
+"""The stand-ins for the cloud services, on the loopback interface."""
+
+import json
+import urllib.request
+
+from . import processes
+from .waiting import wait_for
+
+
+class Services:
+    """One program that stands for the recognisers and the language models; the parts are told apart by name."""
+
+    def __init__(self, program, folder, spoken):
+        port_file = folder / "services.port"
+        self._log = open(folder / "services.log", "w")
+        self.process = processes.start(
+            [program, "--port", 0, "--port-file", port_file, "--text", spoken], stdout=self._log, stderr=self._log
+        )
+        port = wait_for(lambda: port_file.exists() and port_file.read_text().strip(), "the services' port")
+        self.address = f"http://127.0.0.1:{port}"
+        self.speech, self.gemini, self.groq = (Service(self.address, name) for name in ("speech", "gemini", "groq"))
+        wait_for(lambda: self.speech.requests() is not None, "the services")
+
+    def close(self):
+        processes.end(self.process)
+        self._log.close()
+
+
+class Service:
+    """Answers each request with a settled text, or misbehaves as told."""
+
+    def __init__(self, address, name):
+        self._address = address
+        self._name = name
+
+    def answer(self, text, delay=0):
+        """Answers with this text from now on, after `delay` seconds."""
+        self._control(mode="ok", text=text, delay=delay)
+
+    def misbehave(self, mode):
+        """From now on "hang", "close", "garbage" and the like, or the status of an error."""
+        self._control(mode=mode, delay=0)
+
+    def requests(self):
+        """What came so far, oldest first; none when nobody answers."""
+        try:
+            with urllib.request.urlopen(self._address + "/control/requests", timeout=5) as reply:
+                return [request for request in json.load(reply) if request["service"] == self._name]
+        except OSError:
+            return None
+
+    def _control(self, **command):
+        body = json.dumps({"service": self._name, **command}).encode()
+        request = urllib.request.Request(self._address + "/control", body, {"Content-Type": "application/json"})
+        urllib.request.urlopen(request, timeout=5).close()
