@@ -34,7 +34,7 @@ double cosineSimilarity(std::span<const double> a, std::span<const double> b) {
         return 0;
     const auto dot = [](auto x, auto y) { return std::inner_product(x.begin(), x.end(), y.begin(), 0.0); };
     const double norms = std::sqrt(dot(a, a)) * std::sqrt(dot(b, b));
-    return norms > 0 ? dot(a, b) / norms : 0;
+    return norms > 0 && std::isfinite(norms) ? dot(a, b) / norms : 0;
 }
 
 } // namespace fenlo::voice

@@ -59,7 +59,7 @@ std::optional<CompactFeatures> compactFeatures(std::span<const float> samples);
 double percentile(std::span<const double> sorted, double p);
 float percentile(std::span<const float> sorted, double p);
 
-/// 0 for empty vectors, vectors of unequal length, and a norm of zero.
+/// 0 for empty vectors, vectors of unequal length, and a norm that is zero or infinite.
 double cosineSimilarity(std::span<const double> a, std::span<const double> b);
 
 } // namespace fenlo::voice

@@ -1,0 +1,33 @@
+// The voice profile file: whatever the bytes, it is refused or makes a profile that survives its own encoding and
+// scores any window between 0 and 1.
+
+#include "audio/voice/VoiceMatch.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+using namespace fenlo;
+
+namespace {
+
+void require(bool condition) {
+    if (!condition)
+        std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const auto profile = decodeVoiceProfile({reinterpret_cast<const char*>(data), size});
+    if (!profile)
+        return 0;
+    const std::string encoded = encodeVoiceProfile(*profile);
+    const auto again = decodeVoiceProfile(encoded);
+    require(again && encodeVoiceProfile(*again) == encoded);
+    voice::Mfcc mfcc{100, 28, -9, -3};
+    for (const double pitch : {60.0, profile->pitchMedian, 500.0}) {
+        const double score = voiceMatchScore({profile->gender, pitch, 0.1F, 900, mfcc}, *profile);
+        require(score >= 0 && score <= 1.000001);
+    }
+    return 0;
+}

@@ -1,0 +1,111 @@
+#include "audio/voice/VoiceProfile.h"
+#include "audio/WavFile.h"
+#include "audio/voice/VoiceSignals.h"
+#include "base/Files.h"
+#include "support/LogCapture.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+using namespace fenlo;
+using namespace fenlo::test;
+using nlohmann::json;
+using testing::ElementsAre;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class Profiles : public ::testing::Test {
+protected:
+    void TearDown() override { fs::remove_all(folder); }
+
+    bool build(const std::vector<float>& samples) {
+        fs::create_directories(folder);
+        files::removeQuietly(recording);
+        writeWav(recording, samples, 16000, WavEncoding::float32);
+        return buildVoiceProfile(recording, file);
+    }
+
+    const fs::path folder = fs::temp_directory_path() / "voice-profiles";
+    const fs::path recording = folder / "recording.wav";
+    const fs::path file = folder / "made" / ".fenlo" / "voice_profile.json";
+    LogCapture log;
+};
+
+json sampleProfile() {
+    return {{"gender", "male"},      {"genderConfidence", 0.5}, {"pitchMedian", 120.5}, {"pitchP10", 100},
+            {"pitchP90", 140},       {"energyMedian", 0.25},    {"energyP25", 0.125},   {"energyP75", 0.5},
+            {"centroidMedian", 900}, {"centroidStd", 300.25},   {"accent", "anything"}, {"mfccMean", json::array()}};
+}
+
+} // namespace
+
+TEST_F(Profiles, SpeechIsMeasuredAndStoredPrivately) {
+    ASSERT_TRUE(buildVoiceProfile(VOICE_CLIPS "/man-passage.flac", file));
+    EXPECT_THAT(log.lines(), ElementsAre("[Fenlo] Voice profile created: male (conf=0.97), pitch=101Hz"));
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(fs::status(file.parent_path()).permissions(), fs::perms::owner_all);
+    const std::string stored = files::read(file).value();
+    EXPECT_EQ(stored.find('\n'), stored.npos);
+    EXPECT_EQ(json::parse(stored).size(), 12u);
+
+    const VoiceProfileData measured = measureVoice(clip("man-passage"));
+    const auto loaded = loadVoiceProfile(file);
+    ASSERT_TRUE(loaded);
+    EXPECT_EQ(encodeVoiceProfile(*loaded), encodeVoiceProfile(measured));
+    EXPECT_EQ(loaded->accent, "American English");
+    EXPECT_EQ(loaded->mfccMean, voice::meanMFCC(clip("man-passage")));
+    EXPECT_LT(loaded->pitchP10, loaded->pitchMedian);
+    EXPECT_GT(loaded->pitchP90, loaded->pitchMedian);
+    EXPECT_LT(loaded->energyP25, loaded->energyMedian);
+    EXPECT_GT(loaded->energyP75, loaded->energyMedian);
+}
+
+TEST_F(Profiles, ShortOrSilentRecordings_GiveNone) {
+    EXPECT_FALSE(build(hum(160, 47999)));
+    EXPECT_FALSE(buildVoiceProfile(folder / "missing.wav", file));
+    // Frames begin every 800 samples, so this much hum reaches into four of them, and one frame more into five.
+    EXPECT_FALSE(build(hum(200, 3200) + silence(44800)));
+    EXPECT_FALSE(fs::exists(file));
+    EXPECT_TRUE(build(hum(200, 4000) + silence(44000)));
+    EXPECT_TRUE(build(hum(160, 48000)));
+    EXPECT_THAT(log.lines(), ElementsAre("[Fenlo] Voice profile: audio too short (<3s)",
+                                         "[Fenlo] ERROR: Voice profile: failed to load audio",
+                                         "[Fenlo] Voice profile: not enough voiced frames (4)",
+                                         "[Fenlo] Voice profile created: female (conf=0.67), pitch=200Hz",
+                                         "[Fenlo] Voice profile created: female (conf=0.00), pitch=160Hz"));
+}
+
+TEST_F(Profiles, AFailedStoreIsSwallowed) {
+    fs::create_directories(folder);
+    std::ofstream(folder / "made") << "in the way";
+    EXPECT_TRUE(build(hum(160, 48000)));
+    EXPECT_FALSE(loadVoiceProfile(file));
+}
+
+TEST(VoiceProfileFile, AllKeysButTheVectorAreRequired) {
+    json complete = sampleProfile();
+    complete["mfccMean"] = std::vector<double>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13.5};
+    const auto profile = decodeVoiceProfile(complete.dump());
+    ASSERT_TRUE(profile);
+    EXPECT_EQ(json::parse(encodeVoiceProfile(*profile)), complete);
+
+    for (const auto& [key, value] : complete.items()) {
+        json changed = complete;
+        changed.erase(key);
+        EXPECT_EQ(decodeVoiceProfile(changed.dump()).has_value(), key == "mfccMean") << key;
+        changed[key] = value.is_string() ? json(1) : json("1");
+        EXPECT_FALSE(decodeVoiceProfile(changed.dump())) << key;
+        changed[key] = nullptr;
+        EXPECT_EQ(decodeVoiceProfile(changed.dump()).has_value(), key == "mfccMean") << key;
+    }
+    complete.erase("mfccMean");
+    EXPECT_EQ(json::parse(encodeVoiceProfile(decodeVoiceProfile(complete.dump()).value())), complete);
+    EXPECT_FALSE(decodeVoiceProfile(sampleProfile().dump())) << "a vector of another length";
+    complete["energyP25"] = 1e39;
+    EXPECT_FALSE(decodeVoiceProfile(complete.dump())) << "no 32-bit float";
+    for (const char* other : {"", "[]", "{", "null"})
+        EXPECT_FALSE(decodeVoiceProfile(other));
+}
