@@ -1,0 +1,229 @@
+// What a language model gets to read, as whole texts under approved/, and the edges that no single text shows.
+
+#include "text/DictationPrompt.h"
+#include "ApprovedText.h"
+#include "text/ApplicationTables.h"
+#include "text/UserProfile.h"
+#include "text/professions/Professions.h"
+
+#include <filesystem>
+#include <functional>
+#include <gmock/gmock.h>
+#include <set>
+
+using namespace fenlo;
+
+namespace {
+
+struct Situation {
+    std::string name;
+    std::string header;
+    FocusContext context;
+    std::function<void(Settings&)> choose = [](Settings&) {};
+    std::string language = "auto";
+    std::string dictated = "can we meet at ten or is half past better for you";
+
+    std::string composed() const {
+        Settings settings;
+        choose(settings);
+        return header + "\n\n==== SYSTEM PROMPT\n" + systemPrompt(settings, context, language) +
+               "\n\n==== USER MESSAGE\n" + userMessage(settings, dictated, context) + "\n";
+    }
+};
+
+FocusContext in(std::string appName, std::string appBundleId, std::string existingText = "",
+                std::string selectedText = "") {
+    FocusContext context;
+    context.appName = std::move(appName);
+    context.appBundleId = std::move(appBundleId);
+    context.existingText = std::move(existingText);
+    context.selectedText = std::move(selectedText);
+    return context;
+}
+
+/// The profession as it is after it was chosen.
+void practice(Settings& settings, const std::string& profession) {
+    const auto vocabulary = profile(profession).vocabulary;
+    settings.profession = profession;
+    settings.professionVocabulary.assign(vocabulary.begin(), vocabulary.end());
+}
+
+const std::vector<Situation> situations{
+    {.name = "chat",
+     .header = "A chat, with the settings of a new user.",
+     .context = in("Slack", "com.tinyspeck.Slack")},
+    {.name = "chat-minimal-personal-doctor",
+     .header = "A chat in the minimal style: no tone. A doctor in personal mode: no profession, yet the vocabulary.",
+     .context = in("Slack", "slack"),
+     .choose =
+         [](Settings& s) {
+             s.smartRewriteStyle = "minimal";
+             s.dictationMode = "personal";
+             s.profession = "doctor";
+             s.professionSpecialties = {"cardiology"};
+             s.customVocabulary = {"Ilka", "Fenlo"};
+             s.professionVocabulary = {"Shelcal", "Ilka"};
+         }},
+    {.name = "mail-doctor",
+     .header = "A mail that is begun, by a doctor at work.",
+     .context =
+         in("Thunderbird", "org.mozilla.thunderbird.mail", "Dear colleague,\n\nthank you for seeing Mr Brandt.\n"),
+     .choose =
+         [](Settings& s) {
+             practice(s, "doctor");
+             s.professionSpecialties = {"cardiology", "other"};
+             s.dictationTypes = {"clinical_notes", "emails"};
+         },
+     .language = "en",
+     .dictated = "he takes echo sprin 75 mg once a day"},
+    {.name = "document-lawyer-lower-case",
+     .header = "A selection in a document, by a partner in family law, without automatic capitals.",
+     .context = in("LibreOffice Writer", "libreoffice-word", "", "The parties \"may\" agree."),
+     .choose =
+         [](Settings& s) {
+             s.autoCapitalize = false;
+             s.profession = "lawyer";
+             s.professionRole = "partner";
+             s.lawyerPracticeAreas = {"family", "tax"};
+             s.dictationTypes = {"legal_docs"};
+         },
+     .language = "de"},
+    {.name = "terminal-minimal-lower-case",
+     .header = "A terminal: neither the minimal style nor the wish about capitals reaches the command line.",
+     .context = in("GNOME Terminal", "org.gnome.Terminal"),
+     .choose =
+         [](Settings& s) {
+             s.smartRewriteStyle = "minimal";
+             s.autoCapitalize = false;
+         },
+     .dictated = "get status dash s"},
+    {.name = "editor-developer",
+     .header = "A selection within a text in an editor, by a developer.",
+     .context = in("Code", "code.VSCode", "int main() {\n    run();\n}", "run();"),
+     .choose =
+         [](Settings& s) {
+             practice(s, "developer");
+             s.customVocabulary = {"Fenlo"};
+             s.professionSpecialties = {"cpp", "cobol"};
+             s.dictationTypes = {"coding", "code_comments"};
+         },
+     .dictated = "run equals foo dot bar"},
+    {.name = "notes-executive",
+     .header = "Notes, by an executive in sales.",
+     .context = in("Notion", "notion"),
+     .choose =
+         [](Settings& s) {
+             practice(s, "executive");
+             s.professionRole = "sales";
+         },
+     .language = "it"},
+    {.name = "unknown-application-language-and-profession",
+     .header = "Nothing known of the application, a language and a profession without a name.",
+     .context = in("", ""),
+     .choose =
+         [](Settings& s) {
+             s.profession = "beekeeper";
+             s.professionRole = "head";
+         },
+     .language = "ur"},
+    {.name = "no-profession",
+     .header = "The profession \"other\" at work: nothing is said of it. An id with both mail and slack is a chat.",
+     .context = in("Mail for Slack", "com.example.mail.slack"),
+     .choose =
+         [](Settings& s) {
+             s.profession = "other";
+             s.dictationTypes = {"notes"};
+         }},
+    {.name = "translation",
+     .header = "A translation by a doctor: no profession, vocabulary or surroundings.",
+     .context = in("Slack", "slack", "Hallo", "Welt"),
+     .choose =
+         [](Settings& s) {
+             practice(s, "doctor");
+             s.outputMode = "translate";
+             s.smartRewriteStyle = "minimal";
+         },
+     .language = "hi",
+     .dictated = "mujhe kal chutti chahiye"},
+    {.name = "transliteration",
+     .header = "A transliteration in an unnamed application: no vocabulary or surroundings.",
+     .context = in("", "", "नमस्ते"),
+     .choose =
+         [](Settings& s) {
+             s.outputMode = "transliterate";
+             s.customVocabulary = {"Ilka"};
+         },
+     .dictated = "ok मुझे कल छुट्टी चाहिए"},
+    {.name = "unknown-output-mode",
+     .header = "An output mode that nobody knows is a dictation without its surroundings.",
+     .context = in("Slack", "slack", "Hello", "world"),
+     .choose =
+         [](Settings& s) {
+             s.outputMode = "sing";
+             s.smartRewriteStyle = "minimal";
+         }},
+};
+
+} // namespace
+
+TEST(DictationPrompt, IsApprovedInEverySituation) {
+    std::set<std::string> unknown;
+    for (const auto& file : std::filesystem::directory_iterator(APPROVED_FOLDER))
+        unknown.insert(file.path().stem().string());
+    for (const Situation& situation : situations) {
+        EXPECT_TRUE(isApproved(situation.name, situation.composed())) << situation.header;
+        unknown.erase(situation.name);
+    }
+    EXPECT_THAT(unknown, testing::IsEmpty()) << "approved, but of no situation";
+}
+
+TEST(ApplicationTables, DifferByWhatIsAsked) {
+    struct Row {
+        std::string id;
+        std::string dictation; // how the tones begin
+        std::string command;
+        bool isPromptedAsDeveloperTool;
+        bool keepsCase;
+    };
+    for (const Row& row : std::initializer_list<Row>{
+             {"", "natural and clear", "natural and clear", false, false},
+             {"org.TELEGRAM.desktop", "casual and", "casual and", false, false},
+             {"com.google.gmail", "professional and", "professional and", false, false},
+             {"org.wezterm.terminal", "technical and", "technical and", true, true},
+             {"dev.warp.Warp", "technical and", "natural and clear", true, true},
+             {"com.jetbrains.intellij", "technical and", "natural and clear", true, true},
+             {"pycharm", "natural and clear", "natural and clear", false, true},
+             {"neovim", "natural and clear", "natural and clear", false, true},
+             {"google-docs", "clean prose", "natural and clear", false, false},
+             {"notion.mail", "professional and", "professional and", false, false},
+             {"discord.terminal", "casual and", "casual and", true, true},
+         }) {
+        EXPECT_TRUE(dictationTone(row.id).starts_with(row.dictation)) << row.id;
+        EXPECT_TRUE(commandTone(row.id).starts_with(row.command)) << row.id;
+        EXPECT_EQ(isPromptedAsDeveloperTool(row.id), row.isPromptedAsDeveloperTool) << row.id;
+        EXPECT_EQ(keepsCaseOfVoiceCommands(row.id), row.keepsCase) << row.id;
+    }
+}
+
+TEST(UserProfile, SaysWhatTheUserChose) {
+    const auto sentence = [](const std::string& profession, const std::string& role = "") {
+        Settings settings;
+        settings.profession = profession;
+        settings.professionRole = role;
+        settings.lawyerPracticeAreas = {"ip"};
+        settings.professionSpecialties = {"jira", "go"};
+        settings.dictationTypes = {"prds", "poems"};
+        return userProfileSentence(settings);
+    };
+    const std::string dictates = " They mainly dictate: PRDs/specs, poems.";
+    EXPECT_EQ(sentence(""), "");
+    EXPECT_EQ(sentence("other", "ceo"), "");
+    EXPECT_EQ(sentence("pm"), "The user is a product manager. They use: Jira, Go." + dictates);
+    EXPECT_EQ(sentence("developer"),
+              "The user is a software developer. They primarily work with: Jira, Go." + dictates);
+    EXPECT_EQ(sentence("support", "internal_help"),
+              "The user is a internal IT customer support agent. They specialize in: Jira, Go." + dictates);
+    EXPECT_EQ(sentence("lawyer", "inhouse"),
+              "The user is a in-house counsel lawyer. They practice: IP/Patent. They specialize in: Jira, Go." +
+                  dictates);
+}
