@@ -3,8 +3,10 @@
 #include "base/Files.h"
 #include "shell/JsonMembers.h"
 
+#include <fstream>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 namespace fenlo {
 
@@ -13,10 +15,29 @@ using Json = nlohmann::json;
 
 namespace {
 
+// Lines as save() writes them. No text of an entry can hold one, since there is no line's end in a JSON string.
+constexpr std::string_view historyStart = "  \"history\": [";
+constexpr std::string_view historyEnd = "\n  ]\n}\n";
+constexpr std::size_t longestHead = 1 << 20; // decades of days
+
 /// On-demand parsing alone passes over what nobody asks for; this looks at every byte.
 bool isValid(const simdjson::padded_string& text) {
     simdjson::dom::parser parser;
     return parser.parse(text).error() == simdjson::SUCCESS;
+}
+
+/// An object of what stands before the history, where the file begins and ends as save() writes it.
+std::optional<std::string> readHead(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    std::string end(historyEnd.size(), '\0');
+    if (!stream.seekg(-std::ssize(end), std::ios::end).read(end.data(), std::ssize(end)) || end != historyEnd)
+        return {};
+    stream.seekg(0);
+    std::string head;
+    for (std::string line; head.size() < longestHead && std::getline(stream, line); head += line)
+        if (line == historyStart)
+            return head.substr(0, head.rfind(',')) + "}";
+    return {};
 }
 
 Json parseSmall(std::string_view text) {
@@ -84,6 +105,16 @@ StatisticsFile StatisticsFile::load(const fs::path& path) {
         file.m_isDamaged = true;
     }
     return file;
+}
+
+StatisticsFile StatisticsFile::loadCounters(const fs::path& path) {
+    if (const auto head = readHead(path)) {
+        StatisticsFile file;
+        file.m_text = std::make_unique<simdjson::padded_string>(*head);
+        if (isValid(*file.m_text) && file.takeApart())
+            return file;
+    }
+    return load(path);
 }
 
 bool StatisticsFile::takeApart() {

@@ -122,12 +122,12 @@ void StatisticsStore::record(const Session& session) {
 }
 
 TodayStats StatisticsStore::todayStats() const {
-    StatisticsFile file = StatisticsFile::load(m_file);
+    StatisticsFile file = StatisticsFile::loadCounters(m_file);
     return todayStatsOf(parseObject(dayOf(file, dates::localDay(m_clock.wallTime())).text));
 }
 
 AllTimeStats StatisticsStore::allTimeStats() const {
-    const StatisticsFile file = StatisticsFile::load(m_file);
+    const StatisticsFile file = StatisticsFile::loadCounters(m_file);
     return allTimeStatsOf(file.totalWords, file.totalSessions, file.totalDuration,
                           static_cast<std::int64_t>(file.days.size()));
 }
