@@ -36,7 +36,7 @@ constinit const ProfessionProfile executiveProfile{
          "Filler words go and decisions stay. Action items become bullet points, long dictations get headers."},
         {"Minutes by voice",
          "Say “agenda”, “decision”, “action item” or “next steps” and the heading or check box is there."},
-        {"It knows your figures",
+        {"It knows your shorthand",
          "EBITDA, P&L, ARR, NPS and others from the start. Names you correct by voice join them."},
     }},
     .tips = {{
