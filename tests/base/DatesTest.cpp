@@ -1,42 +1,19 @@
 #include "base/Dates.h"
+#include "support/EnvironmentVariable.h"
 
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <string>
 
 using namespace fenlo;
 using dates::Moment;
 using dates::parseIso;
+using test::EnvironmentVariable;
 
 namespace {
 
 Moment at(const char* timestamp) {
     return parseIso(timestamp).value();
 }
-
-/// A variable of the environment while a test lasts.
-class Variable {
-public:
-    Variable(const char* name, const char* value) : m_name(name) {
-        if (const char* before = std::getenv(name))
-            m_before = before;
-        if (value)
-            ::setenv(name, value, 1);
-        else
-            ::unsetenv(name);
-    }
-    ~Variable() {
-        if (m_before)
-            ::setenv(m_name, m_before->c_str(), 1);
-        else
-            ::unsetenv(m_name);
-    }
-    Variable(const Variable&) = delete;
-
-private:
-    const char* m_name;
-    std::optional<std::string> m_before;
-};
 
 } // namespace
 
@@ -104,14 +81,14 @@ TEST(Dates, DaysAreThoseOfTheLocalCalendar) {
         {"America/Havana", "2026-11-01T12:00:00Z", 0, "2026-11-01", "2026-11-01T04:00:00Z"},
     };
     for (const auto& [zone, moment, daysBefore, day, start] : cases) {
-        const Variable variable("TZ", zone);
+        const EnvironmentVariable variable("TZ", zone);
         EXPECT_EQ(dates::localDay(at(moment)), day) << zone << ' ' << moment;
         EXPECT_EQ(dates::isoTimestamp(dates::startOfDay(at(moment), daysBefore)), start) << zone << ' ' << moment;
     }
 }
 
 TEST(Dates, GoBackByDaysAndMonthsOfTheCalendar) {
-    const Variable variable("TZ", "Europe/Berlin");
+    const EnvironmentVariable variable("TZ", "Europe/Berlin");
     EXPECT_EQ(dates::isoTimestamp(dates::daysBefore(at("2026-03-31T10:00:00Z"), 7)), "2026-03-24T11:00:00Z")
         << "the same time of day, though an hour was lost";
     EXPECT_EQ(dates::isoTimestamp(dates::monthsBefore(at("2026-03-31T10:00:00Z"), 1)), "2026-02-28T11:00:00Z");
@@ -120,7 +97,7 @@ TEST(Dates, GoBackByDaysAndMonthsOfTheCalendar) {
 }
 
 TEST(Dates, AreShownInTheUsersLocale) {
-    const Variable zone("TZ", "America/New_York");
+    const EnvironmentVariable zone("TZ", "America/New_York");
     const char* english = "Nov 15, 2026, 9:30 AM";
     const struct {
         const char* all;
@@ -137,7 +114,7 @@ TEST(Dates, AreShownInTheUsersLocale) {
         {"no such locale", nullptr, nullptr, english},
     };
     for (const auto& [all, time, lang, shown] : cases) {
-        const Variable first("LC_ALL", all), second("LC_TIME", time), third("LANG", lang);
+        const EnvironmentVariable first("LC_ALL", all), second("LC_TIME", time), third("LANG", lang);
         EXPECT_EQ(dates::mediumText(at("2026-11-15T14:30:00Z")), shown);
     }
 }

@@ -18,3 +18,18 @@ TEST(SavedTime, GoesFromMinutesToHoursAndForAllTimeToDays) {
     EXPECT_EQ(allTimeSavedTimeText(57600, 0), "1.0 days");
     EXPECT_EQ(allTimeSavedTimeText(400, 0), "10 min");
 }
+
+TEST(Words, AreThePiecesBetweenSingleBlanks) {
+    const std::pair<const char*, int> cases[] = {
+        {"", 0},
+        {" \t\u00A0 ", 0},
+        {"one", 1},
+        {"  one   two  ", 2},
+        {"one\ttwo", 1},
+        {"one\u00A0two three", 2},
+        {"今日は 晴れ です", 3},
+        {"नमस्ते दुनिया", 2},
+    };
+    for (const auto& [text, count] : cases)
+        EXPECT_EQ(wordCount(text), count) << text;
+}
