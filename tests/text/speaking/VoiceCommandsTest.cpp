@@ -47,50 +47,24 @@ TEST(VoiceCommands, AWholeUtteranceIsAnAction) {
     EXPECT_EQ(spoken(""), "");
 }
 
-TEST(VoiceCommands, SpokenSymbolsTakeTheBlanksAndMarksRoundThem) {
+TEST(VoiceCommands, SpokenSymbolsAreWrittenAndTheTextIsTidied) {
     const std::pair<const char*, const char*> cases[] = {
         {"First comma second period", "First, second."},
-        {"one new paragraph two", "One\n\nTwo"},
-        {"one. New line, two next line three", "One.\nTwo\nThree"},
-        {"stop exclamation mark go exclamation point", "Stop! Go!"},
-        {"why question mark because full stop", "Why? Because."},
-        {"a colon b semicolon c", "A: b; c"},
-        {"yes dash no", "Yes — no"},
-        {"well hyphen known", "Well-known"},
+        {"one. New line, two new paragraph three", "One.\nTwo\n\nThree"},
         {"he said open quote hello close quote to her", "He said \"hello\"to her"},
-        {"this open paren that close paren ends", "This (that)ends"},
-        {"wait ellipsis", "Wait."}, // three marks collapse to one
-        {"a tab b", "A\tb"},
+        {"yes dash no ellipsis", "Yes — no."}, // three marks collapse to one
         {"tab", ""},
         {"new line", "\n"},
         {"a period of time", "A. Of time"},
-        {"periods, commas and Tabs", "Periods, commas and Tabs"},
-        {"PERIOD of Comma", ". Of,"},
         {"a comma period b", "A, b"}, // the comma takes the mark that stands behind it by then
-        {"eins Komma comma zwei", "Eins Komma, zwei"},
-        {"मैं comma तुम", "मैं, तुम"},
-        {"東京 comma 京都", "東京, 京都"},
-        {"東京comma京都", "東京comma京都"}, // no word of its own
-        {"comma\u0301 comma_b", "Comma\u0301 comma_b"},
-        {"👩‍👩‍👧 comma 👍🏽 period", "👩‍👩‍👧, 👍🏽."},
-        {"new  line", "New line"},
+        {"periods, commas and new  line", "Periods, commas and new line"},
+        {"मैं COMMA 東京 comma 京都comma", "मैं, 東京, 京都comma"}, // the last is no word of its own
+        {"comma\u0301 👩‍👩‍👧 comma 👍🏽 period", "Comma\u0301 👩‍👩‍👧, 👍🏽."},
+        {" \t a  \u00A0\u3000b\t c\rd \n e \t ", "A b\t c d\n E"},
+        {"a \t\n , b", "A, B"}, // the line has begun before the blanks go
+        {"wow !!! what ?!?! so..", "Wow! What?!?! So."},
+        {"caf\xE9 , ol\xFF", "Caf\uFFFD, ol\uFFFD"},
     };
-    for (const auto& [text, written] : cases)
-        EXPECT_EQ(spoken(text), written) << text;
-}
-
-TEST(VoiceCommands, TheTextIsTidied) {
-    const std::pair<const char*, const char*> cases[] =
-        {
-            {"a  \u00A0\u3000b\t c\rd", "A b\t c d"},
-            {"a \n b", "A\n B"},
-            {"a \t\n , b", "A, B"}, // the line start counts, though it goes,
-            {"wow !!! what ?? so..", "Wow! What? So."},
-            {"?!?!", "?!?!"},
-            {" \t a \t ", "A"},
-            {"\n a \n", "\n A\n"},
-            {"caf\xE9 , ol\xFF", "Caf\uFFFD, ol\uFFFD"},
-        };
     for (const auto& [text, written] : cases)
         EXPECT_EQ(spoken(text), written) << text;
 }
@@ -100,14 +74,12 @@ TEST(VoiceCommands, AProfessionHasHeadings) {
         const char *profession, *text, *written;
     } cases[] = {
         {"doctor", "Plan.", "\n\nPlan:\n"}, // as it stands, with its newlines
-        {"doctor", " prescription ", "\n\nRx:\n"},
         {"doctor", "the plan is rest", "The\n\nPlan:\nIs rest"},
         {"doctor", "Plan. Continue", "\n\nPlan:\nContinue"},
-        {"doctor", "plans", "Plans"},
-        {"developer", "x arrow y", "X -> y"},
+        {"developer", "x arrow y returns", "X -> y ->"},
         {"lawyer", "the seller hereinafter Seller", "The seller (hereinafter referred to as \"\") Seller"},
-        {"", "the plan is", "The plan is"},
-        {"doctor", "delete that plan", "Delete that\n\nPlan:\n"},
+        {"doctor", "plans", "Plans"},
+        {"", "plan", "Plan"},
     };
     for (const auto& [profession, text, written] : cases)
         EXPECT_EQ(spoken(text, profession), written) << profession << ": " << text;
@@ -126,14 +98,12 @@ TEST(VoiceCommands, SentencesBeginWithACapital) {
     const std::pair<const char*, const char*> cases[] = {
         {"one. two! three? four\nfive\r\nsix", "One. Two! Three? Four\nFive\r\nSix"},
         {"\"yes.\" 3 \"no\"", "\"Yes.\" 3 \"No\""}, // what is no letter passes the start on
-        {"one, two: three", "One, two: three"},
-        {"ALL CAPS. iPhone", "ALL CAPS. IPhone"},
+        {"ALL, caps: x. iPhone", "ALL, caps: x. IPhone"},
         {"ßa. éa. e\u0301a. ﬁx", "SSa. Éa. E\u0301a. FIx"},
         {"äpfel. да. मैं. あ. x", "Äpfel. Да. मैं. あ. X"},
-        {"👍 ok. 👩‍👩‍👧 a", "👍 Ok. 👩‍👩‍👧 A"},
+        {"👩‍👩‍👧 a", "👩‍👩‍👧 A"},
         {"a.\u0301 b", "A.\u0301 b"}, // another character than the full stop
         {"\xFFx", "\uFFFDX"},
-        {"", ""},
     };
     for (const auto& [text, capitalized] : cases)
         EXPECT_EQ(capitalizeSentences(text), capitalized) << text;
@@ -172,37 +142,18 @@ TEST(VoiceCommands, FastPatternsDoWhatThePlainOnesDo) {
     plain.emplace_back(text::Regex("\\s+([.,!?;:])"), "$1");
     plain.emplace_back(text::Regex("([.!?;:,])\\1+"), "$1");
 
-    const char* const pieces[] = {
-        "new",    "paragraph",
-        "line",   "next",
-        "mark",   "question",
-        "full",   "stop",
-        "Period", "comma",
-        "dash",   "Tab",
-        "open",   "quote",
-        "a",      "ß",
-        "é",      "e\u0301",
-        "\u0301", "日本",
-        "मैं",      "👩‍👩‍👧",
-        "\u200D", "_",
-        ".",      ",",
-        ",,",     "!",
-        "?",      ";",
-        ":",      "…",
-        "...",    "\"",
-        "-",      "$1",
-        " ",      " ",
-        " ",      " ",
-        "  ",     "\t",
-        "\n",     "\r\n",
-        "\u00A0", "\u3000",
-        "\u2028", "\v",
-    };
+    const auto pieces =
+        text::split("new paragraph|New Line|next line|exclamation mark|exclamation point|question mark|"
+                    "full stop|period|Period|comma|COMMA|colon|semicolon|dash|hyphen|open quote|"
+                    "close quote|open paren|close paren|ellipsis|Tab|new|line|full|stop|a|ß|é|e\u0301|"
+                    "\u0301|\u200D|日本|मैं|👩‍👩‍👧|_|.|.|,|,,|!|?|;|:|…|...|\"|-|$1| | | | | |"
+                    "  |\t|\n|\r\n|\u00A0|\u3000|\u2028|\v",
+                    '|');
     std::mt19937 random(7);
-    for (int round = 0; round < 4000; ++round) {
+    for (int round = 0; round < 2000; ++round) {
         std::string text;
         for (auto left = 1 + random() % 24; left > 0; --left)
-            text += pieces[random() % std::size(pieces)];
+            text += pieces[random() % pieces.size()];
         std::string expected = text::trimWhitespace(text);
         for (const auto& [pattern, replacement] : plain)
             expected = pattern.replaceAll(expected, replacement);
