@@ -1,6 +1,7 @@
 #include "hub/HubConnection.h"
 
 #include "base/Text.h"
+#include "base/Url.h"
 #include "hub/HubPaths.h"
 #include "hub/Retries.h"
 #include "hub/WebAddress.h"
@@ -54,7 +55,7 @@ std::string HubConnection::listingAddress() const {
 }
 
 std::string HubConnection::fileAddress(const std::string& path) const {
-    return m_endpoint + "/" + m_repo + "/resolve/" + revision + "/" + percentEncode(path);
+    return m_endpoint + "/" + m_repo + "/resolve/" + revision + "/" + url::percentEncode(path, "/");
 }
 
 HttpResponse HubConnection::get(HttpRequest request, const std::string& what, std::stop_token stop) const {

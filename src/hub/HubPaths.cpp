@@ -45,20 +45,6 @@ bool isSafePath(std::string_view path) {
            first != partialFolderName && first != manifestName && first != lockName;
 }
 
-std::string percentEncode(std::string_view path) {
-    constexpr char digits[] = "0123456789ABCDEF";
-    std::string encoded;
-    for (const char c : path) {
-        if (isPlain(c) || c == '~' || c == '/') {
-            encoded += c;
-            continue;
-        }
-        const auto byte = static_cast<unsigned char>(c);
-        encoded += {'%', digits[byte >> 4u], digits[byte & 15u]};
-    }
-    return encoded;
-}
-
 std::string shown(std::string_view text) {
     std::string line = text::firstCharacters(text::repairUtf8(text), maxShown);
     std::replace_if(line.begin(), line.end(), isControl, '?');

@@ -15,9 +15,6 @@ bool isRepoName(std::string_view repo);
 /// empty, "." or ".." component, no backslash, no control character, no component over 255 bytes.
 bool isSafePath(std::string_view path);
 
-/// Everything but letters, digits, "-._~" and slashes as %XX.
-std::string percentEncode(std::string_view path);
-
 /// The text on one printable line of at most 100 characters, for messages.
 std::string shown(std::string_view text);
 

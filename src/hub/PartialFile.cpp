@@ -2,6 +2,7 @@
 
 #include "base/Files.h"
 #include "base/Text.h"
+#include "base/Url.h"
 #include "hub/HubPaths.h"
 
 #include <cerrno>
@@ -22,7 +23,7 @@ constexpr std::size_t maxNameBytes = 80;
 /// A name for the partial of a path: readable, and short enough for every file system. The hash keeps apart what the
 /// shortening would bring together.
 fs::path partialPath(const fs::path& folder, const RepoFile& file) {
-    std::string name = percentEncode(text::replaceAll(file.path, "/", "+"));
+    std::string name = url::percentEncode(text::replaceAll(file.path, "/", "+"), "");
     if (name.size() > maxNameBytes)
         name.resize(maxNameBytes);
     std::uint64_t hash = 14695981039346656037u; // FNV-1a

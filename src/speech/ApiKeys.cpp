@@ -11,6 +11,7 @@ namespace {
 
 /// Where a key may lie, in the order in which it is looked for.
 struct KeySources {
+    const char* service; // as messages name it
     const char* environment;
     const char* account; // in the secure store; null where it is not asked
     const char* remote;  // name in the remote configuration
@@ -19,18 +20,19 @@ struct KeySources {
 KeySources sourcesOf(SpeechService service) {
     switch (service) {
     case SpeechService::groq:
-        return {"GROQ_API_KEY", nullptr, "groq_api_key"};
+        return {"Groq", "GROQ_API_KEY", nullptr, "groq_api_key"};
     case SpeechService::deepgram:
-        return {"DEEPGRAM_API_KEY", "deepgram_api_key", "deepgram_api_key"};
+        return {"Deepgram", "DEEPGRAM_API_KEY", "deepgram_api_key", "deepgram_api_key"};
     case SpeechService::grok:
-        return {"XAI_API_KEY", "xai_api_key", "xai_api_key"};
+        return {"Grok", "XAI_API_KEY", "xai_api_key", "xai_api_key"};
     }
     std::abort();
 }
 
 } // namespace
 
-ApiKeys::ApiKeys(Keychain& keychain, RemoteConfiguration remote) : m_keychain(keychain), m_remote(std::move(remote)) {}
+ApiKeys::ApiKeys(Keychain& keychain, RemoteConfiguration remote, std::string carriedXaiKey)
+    : m_keychain(keychain), m_remote(std::move(remote)), m_carriedXaiKey(apiKey::clean(carriedXaiKey)) {}
 
 void ApiKeys::setup(std::stop_token stop) {
     const auto configuration = askRemote(stop);
@@ -55,12 +57,23 @@ std::optional<std::string> ApiKeys::find(SpeechService service, std::stop_token 
     const auto configuration = askRemote(stop);
     if (service == SpeechService::deepgram)
         takeProvider(configuration);
-    return remember(service, apiKey::valueOf(configuration, sources.remote));
+    if (const auto key = remember(service, apiKey::valueOf(configuration, sources.remote)))
+        return key;
+    return service == SpeechService::grok ? remember(service, m_carriedXaiKey) : std::nullopt;
 }
 
 bool ApiKeys::isKnown(SpeechService service) const {
     return !apiKey::fromEnvironment(sourcesOf(service).environment).empty() ||
            m_state.with([&](const State& state) { return state.keys.contains(service); });
+}
+
+std::string ApiKeys::describeMissing(SpeechService service) {
+    const KeySources sources = sourcesOf(service);
+    std::string line = std::string("no key for the speech service ") + sources.service +
+                       "; set the environment variable " + sources.environment;
+    if (sources.account)
+        line += std::string(", or store it as \"") + sources.account + "\" in the keyring";
+    return line;
 }
 
 std::string ApiKeys::transcriptionProvider() const {

@@ -21,16 +21,21 @@ enum class SpeechService { groq, deepgram, grok };
 /// Errors:  none; a key that no source has is absent.
 class ApiKeys {
 public:
-    ApiKeys(Keychain& keychain, RemoteConfiguration remote);
+    /// `carriedXaiKey` comes with the program, for users who have no key for Grok; it may be empty.
+    ApiKeys(Keychain& keychain, RemoteConfiguration remote, std::string carriedXaiKey);
 
     /// Takes over what the remote configuration chooses.
     void setup(std::stop_token stop);
 
-    /// The key: the one in memory, or else from the environment, the secure store and the remote configuration.
+    /// The key: the one in memory, or else from the environment, the secure store, the remote configuration and the
+    /// program itself, as far as the service has these sources.
     std::optional<std::string> find(SpeechService service, std::stop_token stop);
 
     /// Whether find() would give a key without asking anyone.
     bool isKnown(SpeechService service) const;
+
+    /// One line for the user: which service lacks its key, and where it may be put.
+    static std::string describeMissing(SpeechService service);
 
     /// "groq" or "deepgram".
     std::string transcriptionProvider() const;
@@ -47,6 +52,7 @@ private:
 
     Keychain& m_keychain;
     const RemoteConfiguration m_remote;
+    const std::string m_carriedXaiKey;
     Guarded<State> m_state;
 };
 

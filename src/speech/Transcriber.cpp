@@ -2,9 +2,12 @@
 
 #include "base/Log.h"
 #include "base/Text.h"
+#include "speech/DeepgramProvider.h"
 #include "speech/DeveloperText.h"
+#include "speech/GrokProvider.h"
 #include "speech/GroqProvider.h"
 
+#include <cstdlib>
 #include <unordered_set>
 #include <utility>
 
@@ -21,7 +24,7 @@ Transcriber::Transcriber(Config& config, const Deployment& deployment, HttpClien
                          Clock& clock)
     : m_config(config), m_deployment(deployment), m_http(http), m_local(local),
       m_professionTerms(std::move(professionTerms)), m_clock(clock), m_guard(deployment.subtitleSiteDomain),
-      m_keys(keychain, std::move(remote)) {}
+      m_keys(keychain, std::move(remote), deployment.xaiApiKey) {}
 
 void Transcriber::setup(std::stop_token stop) {
     m_keys.setup(stop);
@@ -42,9 +45,10 @@ std::string Transcriber::transcribe(const TranscribeRequest& request, std::stop_
 
 void Transcriber::warmConnection() {
     const Settings settings = m_config.get();
-    if (!goesToLocalEngine(settings) && chosenService(settings) == SpeechService::groq &&
-        m_keys.isKnown(SpeechService::groq))
-        m_http.preconnect(m_deployment.groqHost);
+    if (goesToLocalEngine(settings))
+        return;
+    if (const SpeechService service = chosenService(settings); m_keys.isKnown(service))
+        m_http.preconnect(hostOf(service));
 }
 
 std::optional<TranscriptionMeta> Transcriber::lastMeta() const {
@@ -84,35 +88,41 @@ SpeechService Transcriber::chosenService(const Settings& settings) const {
     return m_keys.transcriptionProvider() == "deepgram" ? SpeechService::deepgram : SpeechService::groq;
 }
 
+const std::string& Transcriber::hostOf(SpeechService service) const {
+    switch (service) {
+    case SpeechService::groq:
+        return m_deployment.groqHost;
+    case SpeechService::deepgram:
+        return m_deployment.deepgramHost;
+    case SpeechService::grok:
+        return m_deployment.xaiHost;
+    }
+    std::abort();
+}
+
 /// The one place where a service is tied to its provider.
 std::string Transcriber::transcribeInCloud(const TranscribeRequest& request, const Settings& settings,
                                            std::stop_token stop) {
+    const SpeechService service = chosenService(settings);
+    const auto key = m_keys.find(service, stop);
+    if (!key)
+        throw TranscriberError(TranscriberError::Kind::noAPIKey, ApiKeys::describeMissing(service));
+    const ServiceAccess access{m_http, m_clock, hostOf(service), *key};
     ProviderResult result;
-    switch (chosenService(settings)) {
+    switch (service) {
     case SpeechService::groq:
-        result = transcribeWithGroq(request, settings, stop);
+        result = groq::transcribe(access, request, settings.language,
+                                  hintPrompt(settings, m_professionTerms, request.hintText), stop);
         break;
     case SpeechService::deepgram:
-        throw TranscriberError(TranscriberError::Kind::noAPIKey,
-                               "the backend chose the speech service Deepgram, which this version does not have; "
-                               "a newer version may");
+        result = deepgram::transcribe(access, request, settings.language, settings.customVocabulary, stop);
+        break;
     case SpeechService::grok:
-        throw TranscriberError(TranscriberError::Kind::noAPIKey,
-                               "this version does not have the speech engine \"stt81\"; set \"stt_engine\" to "
-                               "\"stt80\" in ~/.fenlo/config.json");
+        result = grok::transcribe(access, request, settings.language, stop);
+        break;
     }
     m_state.with([&](State& state) { state.lastMeta = std::move(result.meta); });
     return result.text;
-}
-
-ProviderResult Transcriber::transcribeWithGroq(const TranscribeRequest& request, const Settings& settings,
-                                               std::stop_token stop) {
-    const auto key = m_keys.find(SpeechService::groq, stop);
-    if (!key)
-        throw TranscriberError(TranscriberError::Kind::noAPIKey,
-                               "no key for the speech service Groq; set the environment variable GROQ_API_KEY");
-    return groq::transcribe(m_http, m_clock, {m_deployment.groqHost, *key}, request, settings.language,
-                            hintPrompt(settings, m_professionTerms, request.hintText), stop);
 }
 
 std::string Transcriber::guardAndCleanUp(const std::string& text, const TranscribeRequest& request,

@@ -57,7 +57,7 @@ private:
     bool goesToLocalEngine(const Settings& settings) const;
     SpeechService chosenService(const Settings& settings) const;
     std::string transcribeInCloud(const TranscribeRequest& request, const Settings& settings, std::stop_token stop);
-    ProviderResult transcribeWithGroq(const TranscribeRequest& request, const Settings& settings, std::stop_token stop);
+    const std::string& hostOf(SpeechService service) const;
     std::string guardAndCleanUp(const std::string& text, const TranscribeRequest& request, const char* logHead) const;
 
     Config& m_config;

@@ -20,10 +20,12 @@ protected:
     Keychain keychain{store};
     std::map<std::string, std::string> configuration;
     int asked = 0;
-    ApiKeys keys{keychain, [this](std::stop_token) {
+    ApiKeys keys{keychain,
+                 [this](std::stop_token) {
                      ++asked;
                      return configuration;
-                 }};
+                 },
+                 "carried\n"};
 };
 
 } // namespace
@@ -39,7 +41,9 @@ TEST_F(ApiKeysTest, EachSourceIsTriedInItsOrder) {
                              Case{SpeechService::deepgram, "DEEPGRAM_API_KEY", "deepgram_api_key", true},
                              Case{SpeechService::grok, "XAI_API_KEY", "xai_api_key", true}}) {
         const auto freshFind = [&] {
-            ApiKeys fresh(keychain, [this](std::stop_token) { return configuration; });
+            ApiKeys fresh(
+                keychain, [this](std::stop_token) { return configuration; },
+                test.service == SpeechService::grok ? "" : "carried for another");
             return fresh.find(test.service, {});
         };
         EXPECT_EQ(freshFind(), std::nullopt);
@@ -65,6 +69,14 @@ TEST_F(ApiKeysTest, AFoundKeyIsKeptAndAMissingOneAskedForAgain) {
     EXPECT_EQ(keys.find(SpeechService::groq, {}), "first");
     EXPECT_TRUE(keys.isKnown(SpeechService::groq));
     EXPECT_EQ(asked, 2);
+}
+
+TEST_F(ApiKeysTest, TheCarriedKeyIsGroksLastResort) {
+    EXPECT_FALSE(keys.isKnown(SpeechService::grok)) << "other sources would have to be asked first";
+    EXPECT_EQ(keys.find(SpeechService::grok, {}), "carried");
+    EXPECT_TRUE(keys.isKnown(SpeechService::grok));
+    EXPECT_EQ(keys.find(SpeechService::grok, {}), "carried");
+    EXPECT_EQ(asked, 1);
 }
 
 TEST_F(ApiKeysTest, SetUpTakesTheProviderAndTheDeepgramKey) {

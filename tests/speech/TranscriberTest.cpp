@@ -35,7 +35,10 @@ protected:
         std::ofstream(clip) << "clip";
         answer(R"({"text": "from the cloud."})");
     }
-    ~TranscriberTest() override { ::unsetenv("GROQ_API_KEY"); }
+    ~TranscriberTest() override {
+        for (const char* name : {"GROQ_API_KEY", "DEEPGRAM_API_KEY", "XAI_API_KEY"})
+            ::unsetenv(name);
+    }
 
     void answer(const std::string& body) {
         http.onSend = [body](const HttpRequest&) { return HttpResponse{200, {}, body}; };
@@ -59,20 +62,14 @@ protected:
 
     std::string transcribe(const TranscribeRequest& request) { return transcriber.transcribe(request, {}); }
 
-    std::string errorOf(TranscriberError::Kind kind) {
-        try {
-            transcribe({.audio = clip});
-        } catch (const TranscriberError& error) {
-            EXPECT_EQ(error.kind, kind);
-            return error.what();
-        }
-        return "no error";
-    }
-
     const std::filesystem::path clip = files::temporaryFile("clip_", ".wav");
     VirtualClock clock;
     Config config{files::temporaryFile("config_", ".json"), clock};
-    Deployment deployment{"https://groq.example", "", "site.example"};
+    Deployment deployment{.groqHost = "https://groq.example",
+                          .supportAddress = {},
+                          .subtitleSiteDomain = "site.example",
+                          .deepgramHost = "https://deepgram.example",
+                          .xaiHost = "https://xai.example"};
     FakeHttpClient http;
     FakeSecureStore store;
     Keychain keychain{store};
@@ -106,12 +103,47 @@ TEST_F(TranscriberTest, GroqIsTheDefaultAndSettingsReachTheRequest) {
     EXPECT_THAT(http.requests.at(0).body, HasSubstr("name=\"language\"\r\n\r\nde\r\n"));
 }
 
-TEST_F(TranscriberTest, WithoutAKeyNothingIsSent) {
-    remote.clear();
-    EXPECT_THAT(errorOf(TranscriberError::Kind::noAPIKey), HasSubstr("GROQ_API_KEY"));
-    EXPECT_THAT(http.requests, IsEmpty());
-    ::setenv("GROQ_API_KEY", "late", 1);
-    EXPECT_EQ(transcribe({.audio = clip}), "From the cloud") << "the next take looks for a key again";
+TEST_F(TranscriberTest, ClipsGoToTheServiceThatTheUserOrTheBackendChose) {
+    struct Case {
+        const char* sttEngine;
+        const char* provider;
+        const char* host;
+        const char* variable;
+        const char* account; // in the keyring; null where it does not serve
+    };
+    for (const Case& test :
+         {Case{"stt80", "groq", "https://groq.example", "GROQ_API_KEY", nullptr},
+          Case{"stt80", "deepgram", "https://deepgram.example", "DEEPGRAM_API_KEY", "deepgram_api_key"},
+          Case{"stt81", "deepgram", "https://xai.example", "XAI_API_KEY", "xai_api_key"},
+          Case{"stt82", "unheard of", "https://groq.example", "GROQ_API_KEY", nullptr}}) {
+        configure([&](Settings& s) { s.sttEngine = test.sttEngine; });
+        remote = {{"transcription_provider", test.provider}};
+        Transcriber chosen = make(noEngine);
+        chosen.setup({});
+        try {
+            chosen.transcribe({.audio = clip}, {});
+            ADD_FAILURE() << "it has no key";
+        } catch (const TranscriberError& error) {
+            EXPECT_EQ(error.kind, TranscriberError::Kind::noAPIKey);
+            EXPECT_THAT(error.what(), HasSubstr(test.variable));
+            EXPECT_THAT(error.what(), HasSubstr(test.account ? test.account : "variable"));
+        }
+        chosen.warmConnection();
+        EXPECT_THAT(http.requests, IsEmpty());
+        EXPECT_THAT(http.warmed, IsEmpty());
+
+        ::setenv(test.variable, "late", 1);
+        answer(R"({"text": "from the cloud.", "results": {"channels": [{"alternatives": [
+                   {"transcript": "from the cloud."}]}]}})");
+        chosen.warmConnection();
+        EXPECT_THAT(http.warmed, ElementsAre(test.host));
+        EXPECT_EQ(chosen.transcribe({.audio = clip}, {}), "From the cloud") << "the next take looks for a key again";
+        EXPECT_THAT(http.requests.at(0).url, ::testing::StartsWith(test.host));
+        EXPECT_EQ(chosen.lastMeta().has_value(), test.variable == std::string("DEEPGRAM_API_KEY"));
+        ::unsetenv(test.variable);
+        http.requests.clear();
+        http.warmed.clear();
+    }
 }
 
 TEST_F(TranscriberTest, WorksWithoutABackendAndWithoutProfessions) {
@@ -121,18 +153,6 @@ TEST_F(TranscriberTest, WorksWithoutABackendAndWithoutProfessions) {
     configure([](Settings& s) { s.profession = "doctor"; });
     ::setenv("GROQ_API_KEY", "k", 1);
     EXPECT_EQ(alone.transcribe({.audio = clip}, {}), "From the cloud");
-}
-
-TEST_F(TranscriberTest, ServicesThatAreNotBuiltInNameTheRemedyAndSendNothing) {
-    configure([](Settings& s) { s.sttEngine = "stt81"; });
-    EXPECT_THAT(errorOf(TranscriberError::Kind::noAPIKey), HasSubstr("set \"stt_engine\" to \"stt80\""));
-    configure([](Settings& s) { s.sttEngine = "stt80"; });
-    remote["transcription_provider"] = "deepgram";
-    transcriber.setup({});
-    EXPECT_THAT(errorOf(TranscriberError::Kind::noAPIKey), HasSubstr("Deepgram"));
-    transcriber.warmConnection();
-    EXPECT_THAT(http.requests, IsEmpty());
-    EXPECT_THAT(http.warmed, IsEmpty());
 }
 
 TEST_F(TranscriberTest, OfflineModeUsesTheEngineOrFallsBackToTheCloud) {

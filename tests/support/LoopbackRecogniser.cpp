@@ -1,5 +1,6 @@
 #include "support/LoopbackRecogniser.h"
 
+#include "base/Text.h"
 #include "support/ServiceFaults.h"
 
 #include <algorithm>
@@ -10,8 +11,6 @@ namespace fenlo::test {
 namespace {
 
 using nlohmann::json;
-
-constexpr char speechPath[] = "/openai/v1/audio/transcriptions";
 
 std::string quotedAfter(std::string_view head, std::string_view key) {
     const std::size_t start = head.find(key);
@@ -45,10 +44,40 @@ std::vector<LoopbackRecogniser::Part> parseParts(const WireRequest& request) {
     return parts;
 }
 
-std::string replyWith(const std::string& text) {
+json groqReply(const std::string& text) {
     const json segment = {{"id", 0}, {"text", text}, {"no_speech_prob", 0.01}, {"avg_logprob", -0.2}};
-    const json reply = {{"task", "transcribe"}, {"text", text}, {"segments", json::array({segment})}};
-    return reply.dump(-1, ' ', false, json::error_handler_t::replace);
+    return {{"task", "transcribe"}, {"text", text}, {"segments", json::array({segment})}};
+}
+
+json deepgramReply(const std::string& text) {
+    json words = json::array();
+    for (const std::string& word : text::words(text))
+        words.push_back({{"word", text::lower(word)}, {"punctuated_word", word}, {"confidence", 0.98}});
+    const json alternative = {{"transcript", text}, {"confidence", 0.97}, {"words", words}};
+    const json channel = {{"alternatives", json::array({alternative})}};
+    return {{"metadata", {{"channels", 1}}}, {"results", {{"channels", json::array({channel})}}}};
+}
+
+json grokReply(const std::string& text) {
+    return {{"text", text}, {"duration", 1.5}};
+}
+
+struct Provider {
+    const char* name;
+    std::string_view path;
+    json (*reply)(const std::string& text);
+};
+
+constexpr Provider providers[] = {{"groq", "/openai/v1/audio/transcriptions", groqReply},
+                                  {"deepgram", "/v1/listen", deepgramReply},
+                                  {"grok", "/v1/stt", grokReply}};
+
+/// Null for a request that goes to none.
+const Provider* providerOf(const WireRequest& request) {
+    const std::string_view path = std::string_view(request.target).substr(0, request.target.find('?'));
+    const auto* found = std::find_if(std::begin(providers), std::end(providers),
+                                     [&](const Provider& provider) { return provider.path == path; });
+    return request.method == "POST" && found != std::end(providers) ? found : nullptr;
 }
 
 } // namespace
@@ -58,8 +87,13 @@ std::optional<std::string> LoopbackRecogniser::Received::field(const std::string
     return found == parts.end() ? std::nullopt : std::optional(found->value);
 }
 
+std::string LoopbackRecogniser::Received::audio() const {
+    return field("file").value_or(parts.empty() ? wire.body : "");
+}
+
 LoopbackRecogniser::LoopbackRecogniser()
-    : m_server([this](const WireRequest& request, std::stop_token stop) { return answer(request, stop); }) {}
+    : m_server([this](const WireRequest& request, std::stop_token stop) { return answer(request, stop); }, 0,
+               [this](const WireRequest& head) { return resetsUpload(head); }) {}
 
 void LoopbackRecogniser::behave(Behaviour behaviour) {
     m_state.with([&](State& state) { state.behaviour = std::move(behaviour); });
@@ -72,22 +106,23 @@ std::vector<LoopbackRecogniser::Received> LoopbackRecogniser::requests() const {
 WireAnswer LoopbackRecogniser::answer(const WireRequest& request, std::stop_token stop) {
     if (request.method == "HEAD")
         return {"HTTP/1.1 404 Answer\r\nContent-Length: 0\r\n\r\n", false};
-    if (request.method == "POST" && request.target == speechPath)
-        return transcribe(request, stop);
-    return jsonAnswer(404, R"({"error": "not found"})");
-}
-
-WireAnswer LoopbackRecogniser::transcribe(const WireRequest& request, std::stop_token stop) {
+    const Provider* provider = providerOf(request);
+    if (!provider)
+        return jsonAnswer(404, R"({"error": "not found"})");
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - m_start;
-    const Received received{request, parseParts(request), time.count()};
     const Behaviour behaviour = m_state.with([&](State& state) {
-        state.requests.push_back(received);
+        state.requests.push_back({provider->name, request, parseParts(request), time.count()});
         return state.behaviour;
     });
     const auto reply = [&](const std::string& text) {
-        return behaviour.reply.empty() ? replyWith(text) : behaviour.reply;
+        return behaviour.reply.empty() ? provider->reply(text).dump(-1, ' ', false, json::error_handler_t::replace)
+                                       : behaviour.reply;
     };
     return answerInMode(behaviour.mode, behaviour.text, behaviour.delay, reply, stop);
+}
+
+bool LoopbackRecogniser::resetsUpload(const WireRequest& head) const {
+    return providerOf(head) && m_state.with([](const State& state) { return state.behaviour.mode == "reset"; });
 }
 
 std::string LoopbackRecogniser::control(const json& wish) try {
@@ -107,14 +142,16 @@ json LoopbackRecogniser::listRequests() const {
     json list = json::array();
     for (const Received& received : requests()) {
         json fields = json::object();
-        json audio = nullptr;
+        json audio = {{"bytes", received.audio().size()}};
         for (const Part& part : received.parts) {
             if (part.name == "file")
-                audio = {{"bytes", part.value.size()}, {"file_name", quotedAfter(part.head, "filename=\"")}};
+                audio["file_name"] = quotedAfter(part.head, "filename=\"");
             else
                 fields[part.name] = part.value;
         }
         list.push_back({{"service", "speech"},
+                        {"provider", received.provider},
+                        {"target", received.wire.target},
                         {"fields", fields},
                         {"audio", audio},
                         {"connection", received.wire.connection},

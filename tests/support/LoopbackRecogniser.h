@@ -10,13 +10,14 @@
 
 namespace fenlo::test {
 
-/// A stand-in for the speech service: takes clips as the service does, and answers as it is told to. It recognises
-/// nothing.
+/// A stand-in for the speech services "groq", "deepgram" and "grok": takes clips as each does, and answers in its shape
+/// what it is told to. It recognises nothing.
 ///
 /// Threads: any.
 class LoopbackRecogniser {
 public:
-    /// What to do with the next clips. `mode` is one of serviceModes().
+    /// What to do with the next clips. `mode` is one of serviceModes(), or "reset": the connection is reset in
+    /// the middle of the upload, of which nothing is kept.
     struct Behaviour {
         std::string mode = "ok";
         std::string text = "Hello from the stand-in.";
@@ -31,11 +32,13 @@ public:
     };
 
     struct Received {
+        std::string provider;
         WireRequest wire;
         std::vector<Part> parts;
         double time = 0; // seconds since the start
 
         std::optional<std::string> field(const std::string& name) const;
+        std::string audio() const; // the bytes of the clip
     };
 
     LoopbackRecogniser();
@@ -56,7 +59,7 @@ private:
         std::vector<Received> requests;
     };
 
-    WireAnswer transcribe(const WireRequest& request, std::stop_token stop);
+    bool resetsUpload(const WireRequest& head) const;
 
     const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
     Guarded<State> m_state;

@@ -7,7 +7,6 @@
 #include <charconv>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <optional>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -55,25 +54,10 @@ WireRequest parseHead(std::string_view head) {
     return request;
 }
 
-/// The next request; what came beyond it stays in the buffer. Nothing when the other side has gone.
-std::optional<WireRequest> receive(int socket, std::string& buffer) {
-    std::size_t end = 0;
-    while ((end = buffer.find("\r\n\r\n")) == std::string::npos)
-        if (!receiveMore(socket, buffer))
-            return {};
-    WireRequest request = parseHead(std::string_view(buffer).substr(0, end));
-    buffer.erase(0, end + 4);
-    if (request.header("expect") == "100-continue")
-        sendAll(socket, "HTTP/1.1 100 Continue\r\n\r\n");
-    std::size_t length = 0;
-    const std::string declared = request.header("content-length");
-    std::from_chars(declared.data(), declared.data() + declared.size(), length);
-    while (buffer.size() < length)
-        if (!receiveMore(socket, buffer))
-            return {};
-    request.body = buffer.substr(0, length);
-    buffer.erase(0, length);
-    return request;
+/// What the client has not sent yet will find nobody.
+void reset(int socket) {
+    const linger hard{1, 0};
+    ::setsockopt(socket, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
 }
 
 } // namespace
@@ -90,8 +74,9 @@ WireAnswer httpAnswer(int status, std::string_view contentType, std::string_view
     return {bytes.append("\r\n\r\n").append(body), false};
 }
 
-LoopbackServer::LoopbackServer(Handler handler, std::uint16_t port)
-    : m_handler(std::move(handler)), m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+LoopbackServer::LoopbackServer(Handler handler, std::uint16_t port, UploadFault resets)
+    : m_handler(std::move(handler)), m_resets(std::move(resets)),
+      m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     const int on = 1;
     ::setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     sockaddr_in address{};
@@ -120,6 +105,31 @@ LoopbackServer::~LoopbackServer() {
     });
     m_connections.clear();
     ::close(m_listener);
+}
+
+/// The next request; what came beyond it stays in the buffer. Nothing when the other side has gone.
+std::optional<WireRequest> LoopbackServer::receive(int socket, std::string& buffer) const {
+    std::size_t end = 0;
+    while ((end = buffer.find("\r\n\r\n")) == std::string::npos)
+        if (!receiveMore(socket, buffer))
+            return {};
+    WireRequest request = parseHead(std::string_view(buffer).substr(0, end));
+    buffer.erase(0, end + 4);
+    if (request.header("expect") == "100-continue")
+        sendAll(socket, "HTTP/1.1 100 Continue\r\n\r\n");
+    if (m_resets && m_resets(request)) {
+        reset(socket);
+        return {};
+    }
+    std::size_t length = 0;
+    const std::string declared = request.header("content-length");
+    std::from_chars(declared.data(), declared.data() + declared.size(), length);
+    while (buffer.size() < length)
+        if (!receiveMore(socket, buffer))
+            return {};
+    request.body = buffer.substr(0, length);
+    buffer.erase(0, length);
+    return request;
 }
 
 int LoopbackServer::connections() const {

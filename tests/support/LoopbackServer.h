@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <list>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -43,8 +44,11 @@ class LoopbackServer {
 public:
     using Handler = std::function<WireAnswer(const WireRequest&, std::stop_token)>;
 
+    /// Says of the head of a request whether to reset the connection in the middle of its body.
+    using UploadFault = std::function<bool(const WireRequest& head)>;
+
     /// Port 0 chooses a free one. Throws std::runtime_error when it cannot listen.
-    explicit LoopbackServer(Handler handler, std::uint16_t port = 0);
+    explicit LoopbackServer(Handler handler, std::uint16_t port = 0, UploadFault resets = {});
     ~LoopbackServer();
     LoopbackServer(const LoopbackServer&) = delete;
     LoopbackServer& operator=(const LoopbackServer&) = delete;
@@ -62,9 +66,11 @@ private:
     };
 
     void accept();
+    std::optional<WireRequest> receive(int socket, std::string& buffer) const;
     void serve(int socket, int number, std::stop_token stop);
 
     const Handler m_handler;
+    const UploadFault m_resets;
     int m_listener = -1;
     std::uint16_t m_port = 0;
     Guarded<Open> m_open;

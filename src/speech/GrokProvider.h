@@ -1,0 +1,16 @@
+#pragma once
+
+#include "speech/SpeechCall.h"
+
+namespace fenlo::grok {
+
+/// The text of a successful reply; the service tells nothing about how sure it was. Throws TranscriberError
+/// invalidResponse.
+ProviderResult parseReply(std::string_view body);
+
+/// Sends a clip and waits for its text. A language that the service does not format is left to it to detect. Blocks;
+/// errors as groq::transcribe().
+ProviderResult transcribe(const ServiceAccess& access, const TranscribeRequest& request, const std::string& language,
+                          std::stop_token stop);
+
+} // namespace fenlo::grok

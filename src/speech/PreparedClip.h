@@ -1,0 +1,21 @@
+#pragma once
+
+#include "audio/ClipPreparation.h"
+
+namespace fenlo {
+
+/// A clip made ready for the upload. What was made for it is deleted with this object; the clip itself stays.
+class PreparedClip {
+public:
+    explicit PreparedClip(const std::filesystem::path& original) : file(prepareClip(original)), m_original(original) {}
+    PreparedClip(const PreparedClip&) = delete;
+    PreparedClip& operator=(const PreparedClip&) = delete;
+    ~PreparedClip() { removePreparedClip(file, m_original); }
+
+    const std::filesystem::path file; // what to send
+
+private:
+    const std::filesystem::path m_original;
+};
+
+} // namespace fenlo

@@ -1,0 +1,30 @@
+#include "support/TlsServer.h"
+
+#include <cstdlib>
+#include <httplib.h>
+#include <stdexcept>
+
+namespace fenlo::test {
+
+TlsServer::TlsServer() {
+    const std::string make = "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=fenlo "
+                             "-addext subjectAltName=IP:127.0.0.1 -keyout '" +
+                             key + "' -out '" + certificate + "' 2>/dev/null";
+    if (std::system(make.c_str()) != 0)
+        throw std::runtime_error("openssl made no certificate");
+    m_server = std::make_unique<httplib::SSLServer>(certificate.c_str(), key.c_str());
+    m_server->Get("/",
+                  [](const httplib::Request&, httplib::Response& answer) { answer.set_content("fine", "text/plain"); });
+    m_server->set_keep_alive_max_count(1);
+    port = m_server->bind_to_any_port("127.0.0.1");
+    m_listening = std::thread([this] { m_server->listen_after_bind(); });
+    while (!m_server->is_running())
+        std::this_thread::yield();
+}
+
+TlsServer::~TlsServer() {
+    m_server->stop();
+    m_listening.join();
+}
+
+} // namespace fenlo::test
