@@ -13,12 +13,10 @@ TEST(CleanResponse, TakesOffLabelReasoningAndQuotes) {
     for (const Case& test : {
              // labels
              Case{" \n Polished Text:\n  Hello There. ", "Hello There."},
-             {"RESULT:x", "x"},
              {"Here's the text: Output: x", "Output: x"},
              {"Output: Result: x", "Result: x"},
              {"Cleaned up text:", ""},
              {"Polished text : x", "Polished text : x"},
-             {"The output: x", "The output: x"},
              {"Edited text:\u0301 x", "x"},
              {"İ Result: x", "İ Result: x"},
              // reasoning
@@ -58,7 +56,4 @@ TEST(Refusal, IsAPhraseInAnAnswerMoreThanTwiceAsLong) {
     EXPECT_FALSE(isRefusal(refusal, "e\u0301\U0001F468\u200D\U0001F469\u200D\U0001F467日本語xx")) << "seven characters";
     EXPECT_FALSE(isRefusal("I can\u2019t do it", "x")) << "only the straight apostrophe counts";
     EXPECT_FALSE(isRefusal("A very long answer without any of them", "x"));
-    for (const char* phrase : {"i can't", "i cannot", "i'm unable", "i am unable", "as an ai", "content policy",
-                               "explicit content", "inappropriate"})
-        EXPECT_TRUE(isRefusal(std::string("x") + phrase + "x", "x")) << phrase;
 }
