@@ -17,6 +17,8 @@ inline constexpr int noSpeech = 3; // the file holds no speech
 struct DictateOptions {
     std::filesystem::path file;
     std::string application; // the id that the tables of applications see; empty for none
+    bool isCommand = false;  // the words are an instruction to the language model
+    std::string selection;   // the text that they are about
     bool json = false;
 };
 
@@ -55,6 +57,15 @@ int runModelsDownload(const std::string& name);
 int runModelsRemove(const std::string& name);
 /// The folder of a model, or of all of them without a name.
 int runModelsPath(const std::string& name);
+
+/// The keys of the services in the desktop's keyring, which are never shown: where each is, and to keep or remove one.
+/// A new one is read from standard input.
+int runKeysList(bool json);
+int runKeysSet(const std::string& name);
+int runKeysRemove(const std::string& name);
+
+/// Measures the voice in a recording and keeps it as the profile of the user's voice.
+int runVoiceProfile(const std::filesystem::path& recording, bool json);
 
 /// How fast each stage of the engine runs on this machine.
 int runBench(const BenchOptions& options);

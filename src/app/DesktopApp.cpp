@@ -2,7 +2,7 @@
 
 #include "Version.h"
 #include "app/Commands.h"
-#include "app/LocalEngine.h"
+#include "app/TakeServices.h"
 #include "app/TerminationSignals.h"
 
 #include "audio/AudioRecorder.h"
@@ -24,12 +24,9 @@
 #include "session/TextInserter.h"
 #include "settings/Config.h"
 #include "settings/Deployment.h"
-#include "settings/Keychain.h"
 #include "shell/MenuBarController.h"
 #include "shell/OverlayWindow.h"
 #include "shell/Sounds.h"
-#include "speech/LocalTranscriber.h"
-#include "speech/Transcriber.h"
 #include "ui/QtMainQueue.h"
 #include "ui/QtPillWindow.h"
 #include "ui/QtResultCard.h"
@@ -64,21 +61,13 @@ std::string displayName() {
     return name && *name ? std::string(" at ") + name : "";
 }
 
-TakeSteps takeSteps(Transcriber& transcriber) {
-    TakeSteps steps;
-    steps.transcribe = [&](const TranscribeRequest& request, std::stop_token stop) {
-        return transcriber.transcribe(request, stop);
-    };
-    steps.lastMeta = [&] { return transcriber.lastMeta(); };
-    steps.recordTranscription = [&](const std::string& text) { transcriber.recordTranscription(text); };
-    return steps;
-}
-
-MenuSources menuSources(AudioRecorder& recorder) {
+MenuSources menuSources(const AudioRecorder& recorder, const StatisticsStore& statistics) {
     MenuSources sources;
     sources.version = version;
     sources.hotkeyLabel = hotkeyLabel;
     sources.inputDeviceName = [&] { return recorder.defaultInputDeviceName(); };
+    sources.todayStats = [&] { return statistics.shownTodayStats(); };
+    sources.allTimeStats = [&] { return statistics.shownAllTimeStats(); };
     return sources;
 }
 
@@ -112,34 +101,35 @@ int runDesktopApp(int argc, char** argv) {
     const Deployment deployment = Deployment::load();
     NotificationCenter notifications;
     Platform platform(mainQueue);
-    Keychain keychain(platform.secrets);
     ThreadBackground background;
+    TakeServices services(config, deployment, platform.http, platform.secrets, clock);
 
     AudioRecorder recorder(platform.audioInput, clock, mainQueue, config, notifications);
-    LocalTranscriber localTranscriber(deployment.offlineModel, modelsDirectory(),
-                                      localEngineMaker(deployment, platform.http, clock), clock);
-    Transcriber transcriber(config, deployment, platform.http, keychain, localTranscriber, {}, {}, clock);
-    TakePipeline pipeline(config, takeSteps(transcriber));
+    TakePipeline pipeline(config, services.steps());
 
     ContextReader contextReader(workspace, platform.accessibility, platform.pasteboard, clock);
     TextInserter inserter(platform.pasteboard, platform.keys, platform.accessibility, workspace, clock, mainQueue);
     TonePlayer tones(platform.audioOutput, background);
     OverlayWindow overlay({config, clock, mainQueue, platform.pills, platform.cards, platform.keys, workspace,
                            [&](const std::string& text) { inserter.copyToClipboard(text); }});
-    MenuBarController menuBar(config, platform.statusItem, notifications, workspace, deployment, menuSources(recorder));
+    MenuBarController menuBar(config, platform.statusItem, notifications, workspace, deployment,
+                              menuSources(recorder, services.statistics));
 
     SessionHooks sessionHooks;
-    sessionHooks.warmConnection = [&] { transcriber.warmConnection(); };
+    sessionHooks.warmConnection = [&] { services.warmConnections(); };
+    sessionHooks.recordDictation = [&](const std::string& text, double duration) {
+        services.statistics.recordDictation(text, duration);
+    };
     DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
                               contextReader, inserter, overlay, tones, menuBar, pipeline},
                              std::move(sessionHooks));
 
     AppHooks appHooks;
     appHooks.terminate = [&] { mainQueue.quit(); };
-    appHooks.prepareLocalEngine = [&](std::stop_token stop) { localTranscriber.setup({}, stop); };
-    appHooks.prepareTranscriber = [&](std::stop_token stop) { transcriber.setup(stop); };
+    appHooks.prepareLocalEngine = [&](std::stop_token stop) { services.localTranscriber.setup({}, stop); };
+    appHooks.prepareTranscriber = [&](std::stop_token stop) { services.transcriber.setup(stop); };
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
-                          workspace, keychain, recorder, overlay, menuBar, session},
+                          workspace, services.keychain, recorder, overlay, menuBar, session},
                          std::move(appHooks));
 
     delegate.launch();

@@ -1,9 +1,11 @@
 #include "app/Diagnosis.h"
 
 #include "app/LocalEngine.h"
+#include "app/ServiceKeys.h"
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/RunLoop.h"
+#include "base/Text.h"
 #include "platform/KeyCodes.h"
 #include "platform/linux/audio/PulseAudioInput.h"
 #include "platform/linux/desktop/AtspiAccessibility.h"
@@ -127,6 +129,15 @@ void examineSecrets(std::vector<Diagnosis>& findings) {
         findings.push_back({"secure store", State::works, "the desktop's keyring answers", ""});
 }
 
+std::string whereFound(const KeyedService& service, KeyPlace place) {
+    return place == KeyPlace::environment ? std::string(service.variable) + " is set"
+                                          : "the key of " + std::string(service.name) + " is in the keyring";
+}
+
+std::string keyringRemedy(const KeyedService& service) {
+    return std::string(", or `fenlo keys set ") + service.name + "`";
+}
+
 void examineRecogniser(std::vector<Diagnosis>& findings, const Settings& settings) {
     const std::string model = Deployment::load().offlineModel;
     const auto folder = findInstalledModel(model);
@@ -137,11 +148,39 @@ void examineRecogniser(std::vector<Diagnosis>& findings, const Settings& setting
         findings.push_back({"offline model", State::limited,
                             "offline mode is on, but there is no model \"" + model + "\": takes go to the cloud",
                             "fenlo models download " + model});
-    if (environment("GROQ_API_KEY").empty())
-        findings.push_back({"recogniser key", hearsOffline ? State::limited : State::broken, "GROQ_API_KEY is not set",
-                            "export GROQ_API_KEY=… before Fenlo starts"});
+    SecretServiceStore store(keyringPatience);
+    const KeyedService& service = keyedService(settings.sttEngine == "stt81" ? "xai" : "groq");
+    const KeyPlace place = placeOf(service, store);
+    const bool isSet = place == KeyPlace::environment || (place == KeyPlace::keyring && service.speechFromKeyring);
+    if (isSet)
+        findings.push_back({"recogniser key", State::works, whereFound(service, place), ""});
     else
-        findings.push_back({"recogniser key", State::works, "GROQ_API_KEY is set", ""});
+        findings.push_back({"recogniser key", hearsOffline ? State::limited : State::broken,
+                            std::string(service.variable) + " is not set",
+                            "export " + std::string(service.variable) + "=… before Fenlo starts" +
+                                (service.speechFromKeyring ? keyringRemedy(service) : "")});
+}
+
+void examineLanguageModel(std::vector<Diagnosis>& findings, const Settings& settings) {
+    if (!settings.smartRewrite)
+        return;
+    const std::string& choice = settings.smartRewriteModel;
+    const bool isOne = choice == "gemini" || choice == "groq";
+    const std::vector<std::string> models = isOne ? std::vector{choice} : std::vector<std::string>{"gemini", "groq"};
+    SecretServiceStore store(keyringPatience);
+    for (const std::string& model : models) {
+        const KeyedService& service = keyedService(model);
+        const KeyPlace place = placeOf(service, store);
+        if (place == KeyPlace::environment || place == KeyPlace::keyring) {
+            findings.push_back({"rewriting key", State::works, whereFound(service, place), ""});
+            return;
+        }
+    }
+    const KeyedService& service = keyedService(models.back());
+    findings.push_back({"rewriting key", State::limited,
+                        "no key of " + text::join(models, " or ") + ": text is pasted as it was heard, with a beep",
+                        "export " + std::string(service.variable) + "=… before Fenlo starts" + keyringRemedy(service) +
+                            ", or set \"smart_rewrite\": false"});
 }
 
 void examineFiles(std::vector<Diagnosis>& findings) {
@@ -170,6 +209,7 @@ std::vector<Diagnosis> examine() {
     examineSound(findings);
     examineSecrets(findings);
     examineRecogniser(findings, settings);
+    examineLanguageModel(findings, settings);
     examineFiles(findings);
     return findings;
 }

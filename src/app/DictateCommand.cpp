@@ -1,6 +1,6 @@
 #include "app/Commands.h"
 
-#include "app/LocalEngine.h"
+#include "app/TakeServices.h"
 #include "app/TerminationSignals.h"
 #include "audio/ChunkWriter.h"
 #include "audio/QuietCut.h"
@@ -13,9 +13,6 @@
 #include "session/TakePipeline.h"
 #include "settings/Config.h"
 #include "settings/Deployment.h"
-#include "settings/Keychain.h"
-#include "speech/LocalTranscriber.h"
-#include "speech/Transcriber.h"
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -54,17 +51,44 @@ Take takeFromFile(const std::filesystem::path& file) {
     return take;
 }
 
-int print(const outcome::Dictation& dictation, const Take& take, bool json) {
-    if (!json) {
-        std::printf("%s\n", dictation.text.c_str());
-        return exitStatus::ok;
+FocusContext contextOf(const DictateOptions& options) {
+    FocusContext context;
+    context.appName = context.appBundleId = options.application;
+    context.selectedText = options.selection;
+    context.hasTextField = true;
+    return context;
+}
+
+/// What a take came to, where it came to a text.
+nlohmann::ordered_json describe(const TakeOutcome& result) {
+    if (const auto* dictation = std::get_if<outcome::Dictation>(&result))
+        return {{"kind", "dictation"},
+                {"text", dictation->text},
+                {"rawText", dictation->rawText},
+                {"actions", dictation->actions},
+                {"rewritten", dictation->rewriteRequested && !dictation->rewriteFailed}};
+    if (const auto* snippet = std::get_if<outcome::Snippet>(&result))
+        return {{"kind", "snippet"}, {"text", snippet->expansion}};
+    if (const auto* answer = std::get_if<outcome::CommandAnswer>(&result))
+        return {{"kind", "command"}, {"text", answer->answer}};
+    return nullptr;
+}
+
+int print(const TakeOutcome& result, const Take& take, const DictateOptions& options) {
+    nlohmann::ordered_json told = describe(result);
+    if (!told.is_object()) {
+        if (!std::holds_alternative<outcome::Empty>(result))
+            return exitStatus::failed; // the log line on standard error has said why
+        std::fprintf(stderr, "fenlo: the recogniser heard no words in %s\n", options.file.c_str());
+        return exitStatus::noSpeech;
     }
-    const nlohmann::ordered_json result{{"text", dictation.text},
-                                        {"rawText", dictation.rawText},
-                                        {"actions", dictation.actions},
-                                        {"duration", take.duration},
-                                        {"speechRatio", take.speechRatio}};
-    std::printf("%s\n", result.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    if (options.json) {
+        told["duration"] = take.duration;
+        told["speechRatio"] = take.speechRatio;
+        std::printf("%s\n", told.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    } else {
+        std::printf("%s\n", told.at("text").get_ref<const std::string&>().c_str());
+    }
     return exitStatus::ok;
 }
 
@@ -84,37 +108,18 @@ int runDictate(const DictateOptions& options) {
     const Deployment deployment = Deployment::load();
     CurlHttpClient http;
     SecretServiceStore secrets;
-    Keychain keychain(secrets);
-    LocalTranscriber localTranscriber(deployment.offlineModel, modelsDirectory(),
-                                      localEngineMaker(deployment, http, clock), clock);
+    TakeServices services(config, deployment, http, secrets, clock);
     if (config.get().offlineMode)
-        localTranscriber.setup({}, interruption.get_token());
-    Transcriber transcriber(config, deployment, http, keychain, localTranscriber, {}, {}, clock);
+        services.localTranscriber.setup({}, interruption.get_token());
 
-    TakeSteps steps;
-    steps.transcribe = [&](const TranscribeRequest& request, std::stop_token stop) {
-        return transcriber.transcribe(request, stop);
-    };
-    steps.lastMeta = [&] { return transcriber.lastMeta(); };
     TakeListener listener;
     listener.isCancelled = [token = interruption.get_token()] { return token.stop_requested(); };
     listener.onChunk = [](int index, int total) { std::fprintf(stderr, "Transcribing %d/%d...\n", index, total); };
     listener.situation = [&] {
-        TakeSituation situation;
-        situation.context.emplace();
-        situation.context->appName = situation.context->appBundleId = options.application;
-        return situation;
+        return TakeSituation{
+            .isCommandMode = options.isCommand, .context = contextOf(options), .lastText = {}, .secondsSincePaste = {}};
     };
-    const TakeOutcome result = TakePipeline(config, std::move(steps)).run(take, listener, interruption.get_token());
-    if (const auto* dictation = std::get_if<outcome::Dictation>(&result))
-        return print(*dictation, take, options.json);
-    if (const auto* snippet = std::get_if<outcome::Snippet>(&result))
-        return print({.actions = {}, .text = snippet->expansion, .rawText = snippet->expansion}, take, options.json);
-    if (std::holds_alternative<outcome::Empty>(result)) {
-        std::fprintf(stderr, "fenlo: the recogniser heard no words in %s\n", options.file.c_str());
-        return exitStatus::noSpeech;
-    }
-    return exitStatus::failed; // the log line on standard error has said why
+    return print(TakePipeline(config, services.steps()).run(take, listener, interruption.get_token()), take, options);
 }
 
 } // namespace fenlo

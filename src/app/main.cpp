@@ -23,9 +23,11 @@ int main(int argc, char** argv) {
     dictateCommand->add_option("FILE", dictate.file, "the recording: WAV, FLAC, Ogg, MP3; others with ffmpeg installed")
         ->required();
     dictateCommand->add_option("--app", dictate.application,
-                               "treat the text as for this application, such as \"terminal\"");
-    dictateCommand->add_flag("--json", dictate.json,
-                             "print a JSON object: text, rawText, actions, duration, speechRatio");
+                               "treat the text as for this application, such as \"terminal\" or \"mail\"");
+    dictateCommand->add_flag("--command", dictate.isCommand,
+                             "the words are an instruction to the language model, as after Space during a take");
+    dictateCommand->add_option("--selection", dictate.selection, "the selected text that the words are about");
+    dictateCommand->add_flag("--json", dictate.json, "print a JSON object: kind, text, and how the take went");
 
     TranscribeOptions transcribe;
     CLI::App* transcribeCommand = cli.add_subcommand(
@@ -65,6 +67,32 @@ int main(int argc, char** argv) {
     CLI::App* modelsPath = modelsCommand->add_subcommand("path", "Print the folder of a model, or of all models");
     modelsPath->add_option("NAME", modelName, "a name or a part of it");
 
+    CLI::App* keysCommand = cli.add_subcommand("keys", "The keys of the services, in the desktop's keyring");
+    keysCommand->require_subcommand(1);
+    bool keysJson = false;
+    CLI::App* keysList = keysCommand->add_subcommand("list", "Where each key is; never the key itself");
+    keysList->add_flag("--json", keysJson, "print a JSON list");
+    std::string keyName;
+    CLI::App* keysSet = keysCommand->add_subcommand("set", "Keep a key, which is read from standard input");
+    keysSet->add_option("NAME", keyName, "groq, gemini, deepgram or xai")->required();
+    CLI::App* keysRemove = keysCommand->add_subcommand("remove", "Take a key out of the keyring");
+    keysRemove->add_option("NAME", keyName, "groq, gemini, deepgram or xai")->required();
+
+    CLI::App* voiceProfileCommand = cli.add_subcommand(
+        "voice-profile", "Learn your voice from a recording of you, so that other voices can be cut from takes");
+    voiceProfileCommand->footer(
+        "Read aloud for ten to twenty seconds, close to the microphone, in a quiet room and as you usually speak. The\n"
+        "profile, some numbers about your voice, is stored in ~/.fenlo/voice_profile.json; the recording is not kept.\n"
+        "Voice isolation then cuts other voices when \"voice_isolation\": true is set in ~/.fenlo/config.json. It goes by\n"
+        "pitch above all: it tells a low voice from a high one, but hardly two voices that are alike.");
+    std::filesystem::path voiceRecording;
+    voiceProfileCommand
+        ->add_option("FILE", voiceRecording,
+                     "at least three seconds of your voice: WAV, FLAC, Ogg, MP3; others with ffmpeg installed")
+        ->required();
+    bool voiceProfileJson = false;
+    voiceProfileCommand->add_flag("--json", voiceProfileJson, "print a JSON object: the profile, file, voiceIsolation");
+
     BenchOptions bench;
     CLI::App* benchCommand = cli.add_subcommand("bench", "Measure how fast the engine runs on this machine");
     benchCommand->add_option("--model", bench.model, modelHelp);
@@ -95,6 +123,14 @@ int main(int argc, char** argv) {
             return runModelsRemove(modelName);
         if (*modelsPath)
             return runModelsPath(modelName);
+        if (*keysList)
+            return runKeysList(keysJson);
+        if (*keysSet)
+            return runKeysSet(keyName);
+        if (*keysRemove)
+            return runKeysRemove(keyName);
+        if (*voiceProfileCommand)
+            return runVoiceProfile(voiceRecording, voiceProfileJson);
         if (*benchCommand)
             return runBench(bench);
         if (*doctorCommand)

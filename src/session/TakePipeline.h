@@ -17,34 +17,26 @@ namespace fenlo {
 
 class Config;
 
-/// The services that a take passes through, in the order of its road. Those that are not filled in are neutral: they
-/// hand on what they are given.
+/// The services that a take passes through, in the order of its road. All must be filled in.
 struct TakeSteps {
     using File = std::filesystem::path;
 
     /// A file to transcribe: the given one, or a new temporary one with the user's voice alone.
-    std::function<File(const File& chunk)> isolateVoice = [](const File& chunk) { return chunk; };
+    std::function<File(const File& chunk)> isolateVoice;
     /// The text of one chunk; throws TranscriberError and the like.
     std::function<std::string(const TranscribeRequest&, std::stop_token)> transcribe;
-    std::function<std::optional<TranscriptionMeta>()> lastMeta = [] { return std::nullopt; };
+    std::function<std::optional<TranscriptionMeta>()> lastMeta;
     /// The answer to a spoken instruction, or nothing.
     std::function<std::optional<std::string>(const std::string& instruction, const FocusContext&, std::stop_token)>
-        runAICommand = [](auto&&...) { return std::nullopt; };
+        runAICommand;
     /// The expansion of the snippet whose trigger the text is, or nothing.
-    std::function<std::optional<std::string>(const std::string& text)> matchSnippet = [](auto&&) {
-        return std::nullopt;
-    };
-    std::function<VoiceCommandResult(const std::string& text, const std::string& appBundleId)> processVoiceCommands =
-        [](const std::string& text, auto&&) {
-            return VoiceCommandResult{text, {}};
-        };
-    /// Never throws. While no language model is connected the text stands as it came, which is no failure.
+    std::function<std::optional<std::string>(const std::string& text)> matchSnippet;
+    std::function<VoiceCommandResult(const std::string& text, const std::string& appBundleId)> processVoiceCommands;
+    /// Never throws.
     std::function<Rewrite(const std::string& text, const FocusContext&, const std::string& language,
                           const std::vector<std::string>& uncertainParts, std::stop_token)>
-        rewrite = [](const std::string& text, auto&&...) {
-            return Rewrite{text, true};
-        };
-    std::function<void(const std::string& text)> recordTranscription = [](auto&&) {};
+        rewrite;
+    std::function<void(const std::string& text)> recordTranscription;
 };
 
 /// A recorded take on its way to text.

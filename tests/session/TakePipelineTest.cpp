@@ -2,6 +2,7 @@
 #include "base/Files.h"
 #include "settings/Config.h"
 #include "support/LogCapture.h"
+#include "support/NeutralSteps.h"
 #include "support/VirtualTime.h"
 
 #include <gtest/gtest.h>
@@ -52,7 +53,7 @@ protected:
 
     test::VirtualClock clock;
     Config config{fs::temp_directory_path() / files::makeUuid() / "config.json", clock};
-    TakeSteps steps;
+    TakeSteps steps = test::neutralSteps();
     TakeListener listener;
     TakeSituation situation;
     Take take;

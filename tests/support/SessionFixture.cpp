@@ -69,7 +69,7 @@ void SessionFixture::useExternalInput() {
 }
 
 TakeSteps SessionFixture::forwardingSteps() {
-    TakeSteps forwarding;
+    TakeSteps forwarding = neutralSteps();
     forwarding.transcribe = [this](const TranscribeRequest&, std::stop_token) {
         if (transcriptionFails)
             throw TranscriberError(TranscriberError::Kind::networkError, "the server is away");

@@ -16,6 +16,7 @@
 #include "support/FakeDesktop.h"
 #include "support/FakeKeyEvents.h"
 #include "support/FakeShell.h"
+#include "support/NeutralSteps.h"
 #include "support/VirtualTime.h"
 
 #include <gtest/gtest.h>
@@ -61,7 +62,7 @@ protected:
     FakeResultCards cards;
     FakeStatusItem statusItem;
 
-    TakeSteps steps; // later changes take effect
+    TakeSteps steps = neutralSteps(); // later changes take effect
     std::string transcript;
     bool transcriptionFails = false;
     bool meetingActive = false;

@@ -1,0 +1,111 @@
+#include "app/Commands.h"
+#include "app/ServiceKeys.h"
+
+#include "platform/linux/secrets/SecretServiceStore.h"
+#include "settings/ApiKey.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <termios.h>
+#include <unistd.h>
+
+namespace fenlo {
+
+namespace {
+
+const char* describe(KeyPlace place) {
+    switch (place) {
+    case KeyPlace::environment:
+        return "environment";
+    case KeyPlace::keyring:
+        return "keyring";
+    case KeyPlace::nowhere:
+        return "not set";
+    case KeyPlace::keyringSilent:
+        break;
+    }
+    return "not set, and no keyring answers";
+}
+
+/// Keeps a terminal from showing what is typed.
+class HiddenTyping {
+public:
+    HiddenTyping() {
+        if (::isatty(STDIN_FILENO) == 0 || ::tcgetattr(STDIN_FILENO, &m_before) != 0)
+            return;
+        termios hidden = m_before;
+        hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        m_isHidden = ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden) == 0;
+    }
+    ~HiddenTyping() {
+        if (m_isHidden)
+            ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+    }
+    HiddenTyping(const HiddenTyping&) = delete;
+    HiddenTyping& operator=(const HiddenTyping&) = delete;
+
+private:
+    termios m_before{};
+    bool m_isHidden = false;
+};
+
+std::string readKey(const std::string& name) {
+    if (::isatty(STDIN_FILENO) != 0)
+        std::fprintf(stderr, "The key of %s (it is not shown): ", name.c_str());
+    std::string typed;
+    {
+        const HiddenTyping hidden;
+        std::getline(std::cin, typed);
+    }
+    if (::isatty(STDIN_FILENO) != 0)
+        std::fputc('\n', stderr);
+    const std::string key = apiKey::clean(typed);
+    const bool isPlain = std::all_of(key.begin(), key.end(), [](char c) { return c > ' ' && c <= '~'; });
+    if (key.empty() || !isPlain)
+        throw std::runtime_error("that is no key: one line without blanks is expected on standard input");
+    return key;
+}
+
+} // namespace
+
+int runKeysList(bool json) {
+    SecretServiceStore store;
+    auto list = nlohmann::ordered_json::array();
+    for (const KeyedService& service : keyedServices()) {
+        const char* place = describe(placeOf(service, store));
+        list.push_back({{"name", service.name}, {"place", place}, {"variable", service.variable}});
+        if (!json)
+            std::printf("%-9s %-12s %s\n", service.name, place, service.purpose);
+    }
+    if (json)
+        std::printf("%s\n", list.dump(2).c_str());
+    return exitStatus::ok;
+}
+
+int runKeysSet(const std::string& name) {
+    const KeyedService& service = keyedService(name);
+    SecretServiceStore store;
+    if (store.load(service.account).status == SecureStore::Status::unavailable)
+        throw std::runtime_error(
+            "no keyring answers; install and unlock gnome-keyring or KWallet, or put the key into " +
+            std::string(service.variable));
+    if (const auto error = store.save(service.account, readKey(name)))
+        throw std::runtime_error("the keyring did not take the key: " + *error);
+    std::fprintf(stderr, "The key of %s is in the keyring. Fenlo takes it at its next start.\n", service.name);
+    return exitStatus::ok;
+}
+
+int runKeysRemove(const std::string& name) {
+    const KeyedService& service = keyedService(name);
+    SecretServiceStore store;
+    store.remove(service.account);
+    if (store.load(service.account).status != SecureStore::Status::notFound)
+        throw std::runtime_error("the keyring did not remove the key of " + name);
+    std::fprintf(stderr, "The keyring has no key of %s.\n", service.name);
+    return exitStatus::ok;
+}
+
+} // namespace fenlo

@@ -1,0 +1,61 @@
+#include "app/TakeServices.h"
+
+#include "app/LocalEngine.h"
+#include "audio/voice/VoiceProfile.h"
+#include "base/Clock.h"
+#include "settings/Config.h"
+#include "settings/Deployment.h"
+#include "text/VoiceCommands.h"
+#include "text/professions/Professions.h"
+
+namespace fenlo {
+
+namespace {
+
+std::vector<std::string> professionTerms(const std::string& profession) {
+    const auto terms = profile(profession).vocabulary;
+    return {terms.begin(), terms.end()};
+}
+
+} // namespace
+
+TakeServices::TakeServices(Config& settings, const Deployment& deployment, HttpClient& http, SecureStore& secrets,
+                           Clock& clock)
+    : config(settings), keychain(secrets),
+      localTranscriber(deployment.offlineModel, modelsDirectory(), localEngineMaker(deployment, http, clock), clock),
+      transcriber(config, deployment, http, keychain, localTranscriber, {}, professionTerms, clock),
+      smartRewrite(config, deployment, http, keychain, {}, clock), statistics(StatisticsStore::defaultFile(), clock),
+      aiCommands(
+          smartRewrite,
+          [this](const std::string& query, std::size_t limit) { return statistics.recallContext(query, limit); },
+          clock),
+      voiceIsolation(config, voiceProfileFile()), snippets(Snippets::defaultFile()) {}
+
+TakeSteps TakeServices::steps() {
+    return {
+        .isolateVoice = [this](const std::filesystem::path& chunk) { return voiceIsolation.isolateVoice(chunk); },
+        .transcribe = [this](const TranscribeRequest& request,
+                             std::stop_token stop) { return transcriber.transcribe(request, stop); },
+        .lastMeta = [this] { return transcriber.lastMeta(); },
+        .runAICommand = [this](const std::string& instruction, const FocusContext& context,
+                               std::stop_token stop) { return aiCommands.runAICommand(instruction, context, stop); },
+        .matchSnippet = [this](const std::string& text) { return snippets.matchSnippet(text); },
+        .processVoiceCommands =
+            [this](const std::string& text, const std::string& appBundleId) {
+                return processVoiceCommands(text, appBundleId, config.get());
+            },
+        .rewrite =
+            [this](const std::string& text, const FocusContext& context, const std::string& language,
+                   const std::vector<std::string>& uncertainParts, std::stop_token stop) {
+                return smartRewrite.rewrite(text, context, language, uncertainParts, stop);
+            },
+        .recordTranscription = [this](const std::string& text) { transcriber.recordTranscription(text); },
+    };
+}
+
+void TakeServices::warmConnections() {
+    transcriber.warmConnection();
+    smartRewrite.warmConnection();
+}
+
+} // namespace fenlo

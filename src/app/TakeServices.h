@@ -1,0 +1,43 @@
+#pragma once
+
+#include "audio/voice/VoiceIsolation.h"
+#include "session/TakePipeline.h"
+#include "settings/Keychain.h"
+#include "shell/StatisticsStore.h"
+#include "speech/LocalTranscriber.h"
+#include "speech/Transcriber.h"
+#include "text/AICommands.h"
+#include "text/SmartRewrite.h"
+#include "text/Snippets.h"
+
+namespace fenlo {
+
+class Clock;
+class Config;
+class HttpClient;
+class SecureStore;
+struct Deployment;
+
+/// The services that a take passes through on its way from sound to text: one object of each, for the desktop program
+/// and for the command line alike. What is passed in outlives them.
+struct TakeServices {
+    TakeServices(Config& settings, const Deployment& deployment, HttpClient& http, SecureStore& secrets, Clock& clock);
+    TakeServices(const TakeServices&) = delete;
+    TakeServices& operator=(const TakeServices&) = delete;
+
+    TakeSteps steps();
+    /// Opens the connections that the take will need, while the user still speaks.
+    void warmConnections();
+
+    Config& config;
+    Keychain keychain;
+    LocalTranscriber localTranscriber;
+    Transcriber transcriber;
+    SmartRewrite smartRewrite;
+    StatisticsStore statistics;
+    AICommands aiCommands;
+    VoiceIsolation voiceIsolation;
+    Snippets snippets;
+};
+
+} // namespace fenlo

@@ -1,0 +1,71 @@
+#include "app/Commands.h"
+
+#include "audio/ChunkWriter.h"
+#include "audio/voice/VoiceProfile.h"
+#include "base/Clock.h"
+#include "settings/Config.h"
+
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace fenlo {
+
+namespace {
+
+int explain(const VoiceProfileError& error, const std::filesystem::path& recording, std::size_t sampleCount) {
+    if (error.kind == VoiceProfileError::Kind::tooShort) {
+        std::fprintf(stderr, "fenlo: %s lasts %.2f seconds; read aloud for at least three\n", recording.c_str(),
+                     static_cast<double>(sampleCount) / voice::sampleRate);
+        return exitStatus::failed;
+    }
+    std::fprintf(stderr,
+                 "fenlo: %s holds too little of a voice; come closer to the microphone, or record in a quieter place\n",
+                 recording.c_str());
+    return exitStatus::noSpeech;
+}
+
+void printForPeople(const VoiceProfileData& profile, const std::filesystem::path& file, bool isIsolationOn) {
+    std::printf("gender    %s (confidence %.2f)\n", profile.gender.c_str(), profile.genderConfidence);
+    std::printf("pitch     %.0f Hz (%.0f to %.0f Hz)\n", profile.pitchMedian, profile.pitchP10, profile.pitchP90);
+    std::printf("energy    %.3f (%.3f to %.3f)\n", static_cast<double>(profile.energyMedian),
+                static_cast<double>(profile.energyP25), static_cast<double>(profile.energyP75));
+    std::printf("centroid  %.0f Hz (deviation %.0f Hz)\n", profile.centroidMedian, profile.centroidStd);
+    std::printf("Stored in %s\n", file.c_str());
+    if (isIsolationOn)
+        std::printf("Voice isolation is on: other voices are cut from your takes from now on.\n");
+    else
+        std::printf("To have other voices cut from your takes, set \"voice_isolation\": true in %s\n",
+                    Config::defaultFile().c_str());
+}
+
+void printForPrograms(const VoiceProfileData& profile, const std::filesystem::path& file, bool isIsolationOn) {
+    auto result = nlohmann::ordered_json::parse(encodeVoiceProfile(profile));
+    result["file"] = file.string();
+    result["voiceIsolation"] = isIsolationOn;
+    std::printf("%s\n", result.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+}
+
+} // namespace
+
+int runVoiceProfile(const std::filesystem::path& recording, bool json) {
+    std::vector<float> samples = readVoiceAudio(recording);
+    normalise(samples); // as the recorder raises quiet takes, which the profile is compared with
+    VoiceProfileData profile;
+    try {
+        profile = measureVoice(samples);
+    } catch (const VoiceProfileError& error) {
+        return explain(error, recording, samples.size());
+    }
+    const std::filesystem::path file = voiceProfileFile();
+    if (!storeVoiceProfile(profile, file))
+        throw std::runtime_error("cannot write " + file.string() + "; free some space or check the permissions");
+    const SystemClock clock;
+    const bool isIsolationOn = Config(Config::defaultFile(), clock).get().voiceIsolation;
+    if (json)
+        printForPrograms(profile, file, isIsolationOn);
+    else
+        printForPeople(profile, file, isIsolationOn);
+    return exitStatus::ok;
+}
+
+} // namespace fenlo

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "session/TakePipeline.h"
+
+namespace fenlo::test {
+
+/// Steps that hand on what they are given; a test fills in those that it looks at.
+inline TakeSteps neutralSteps() {
+    return {
+        .isolateVoice = [](const std::filesystem::path& chunk) { return chunk; },
+        .transcribe = [](auto&&...) { return std::string(); },
+        .lastMeta = [] { return std::nullopt; },
+        .runAICommand = [](auto&&...) { return std::nullopt; },
+        .matchSnippet = [](auto&&) { return std::nullopt; },
+        .processVoiceCommands =
+            [](const std::string& text, auto&&) {
+                return VoiceCommandResult{text, {}};
+            },
+        .rewrite =
+            [](const std::string& text, auto&&...) {
+                return Rewrite{text, true};
+            },
+        .recordTranscription = [](auto&&) {},
+    };
+}
+
+} // namespace fenlo::test
