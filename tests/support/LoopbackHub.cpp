@@ -1,12 +1,11 @@
 #include "support/LoopbackHub.h"
 
 #include "base/Text.h"
+#include "support/ServiceFaults.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <fstream>
 #include <memory>
-#include <mutex>
 #include <nlohmann/json.hpp>
 
 namespace fenlo::test {
@@ -21,13 +20,6 @@ constexpr double trickleRest = 0.02; // seconds between two bytes
 constexpr char listingPath[] = "/api/models/";
 constexpr char smallPath[] = "/api/resolve-cache/models/";
 constexpr char storagePath[] = "/objects/";
-
-void wait(double seconds, std::stop_token stop) {
-    std::mutex mutex;
-    std::condition_variable_any sleep;
-    std::unique_lock lock(mutex);
-    sleep.wait_for(lock, stop, std::chrono::duration<double>(seconds), [] { return false; });
-}
 
 std::string decode(std::string_view text) {
     std::string plain;
@@ -77,10 +69,10 @@ struct Sending {
     /// How many bytes come where the fault hits; drop ends here.
     std::uint64_t slow(std::stop_token stop) const {
         while (fault.mode == "stall" && !stop.stop_requested())
-            wait(3600, stop);
+            pause(3600, stop);
         if (fault.mode != "trickle" || stop.stop_requested())
             return 0;
-        wait(trickleRest, stop);
+        pause(trickleRest, stop);
         return 1;
     }
 };

@@ -130,7 +130,7 @@ std::string LoopbackRecogniser::control(const json& wish) try {
     behaviour.mode = wish.value("mode", behaviour.mode);
     behaviour.text = wish.value("text", behaviour.text);
     behaviour.delay = wish.value("delay", behaviour.delay);
-    if (!isServiceMode(behaviour.mode))
+    if (!isServiceMode(behaviour.mode) && behaviour.mode != "reset")
         return "unknown mode";
     behave(std::move(behaviour));
     return {};
@@ -152,6 +152,7 @@ json LoopbackRecogniser::listRequests() const {
         list.push_back({{"service", "speech"},
                         {"provider", received.provider},
                         {"target", received.wire.target},
+                        {"authorization", received.wire.header("Authorization")},
                         {"fields", fields},
                         {"audio", audio},
                         {"connection", received.wire.connection},

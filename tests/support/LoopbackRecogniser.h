@@ -49,6 +49,7 @@ public:
 
     /// For a server that stands for other services too.
     WireAnswer answer(const WireRequest& request, std::stop_token stop);
+    bool resetsUpload(const WireRequest& head) const;
     /// Takes the fields "mode", "text" and "delay" that the wish has, and tells what is wrong with it, if anything.
     std::string control(const nlohmann::json& wish);
     nlohmann::json listRequests() const;
@@ -58,8 +59,6 @@ private:
         Behaviour behaviour;
         std::vector<Received> requests;
     };
-
-    bool resetsUpload(const WireRequest& head) const;
 
     const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
     Guarded<State> m_state;

@@ -19,7 +19,8 @@ WireAnswer refuse(const std::string& reason) {
 
 LoopbackServices::LoopbackServices(std::uint16_t port, std::function<void(const WireRequest&)> onRequest)
     : m_onRequest(std::move(onRequest)),
-      m_server([this](const WireRequest& request, std::stop_token stop) { return answer(request, stop); }, port) {}
+      m_server([this](const WireRequest& request, std::stop_token stop) { return answer(request, stop); }, port,
+               [this](const WireRequest& head) { return m_speech.resetsUpload(head); }) {}
 
 WireAnswer LoopbackServices::answer(const WireRequest& request, std::stop_token stop) {
     if (request.method == "POST" && request.target == "/control")
