@@ -23,11 +23,10 @@ const char* describe(KeyPlace place) {
     case KeyPlace::keyring:
         return "keyring";
     case KeyPlace::nowhere:
-        return "not set";
     case KeyPlace::keyringSilent:
         break;
     }
-    return "not set, and no keyring answers";
+    return "not set";
 }
 
 /// Keeps a terminal from showing what is typed.
@@ -74,14 +73,19 @@ std::string readKey(const std::string& name) {
 int runKeysList(bool json) {
     SecretServiceStore store;
     auto list = nlohmann::ordered_json::array();
+    bool isSilent = false;
     for (const KeyedService& service : keyedServices()) {
-        const char* place = describe(placeOf(service, store));
+        const KeyPlace found = placeOf(service, store);
+        const char* place = describe(found);
+        isSilent = isSilent || found == KeyPlace::keyringSilent;
         list.push_back({{"name", service.name}, {"place", place}, {"variable", service.variable}});
         if (!json)
             std::printf("%-9s %-12s %s\n", service.name, place, service.purpose);
     }
     if (json)
         std::printf("%s\n", list.dump(2).c_str());
+    if (isSilent)
+        std::fputs("fenlo: no keyring answers; install and unlock gnome-keyring or KWallet\n", stderr);
     return exitStatus::ok;
 }
 
