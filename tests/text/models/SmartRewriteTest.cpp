@@ -78,14 +78,15 @@ TEST_F(SmartRewriteTest, TheRetryIsToldAndMeasuredAnew) {
 }
 
 TEST_F(SmartRewriteTest, AStopEndsThePauseBeforeTheRetry) {
-    geminiDoes = groqDoes = 503;
+    choose("groq");
+    groqDoes = 503;
     const auto answerOnce = http.onSend;
     http.onSend = [&](const HttpRequest& request) {
         stop.request_stop();
         return answerOnce(request);
     };
     EXPECT_FALSE(rewrite("raw").wasRewritten);
-    EXPECT_EQ(calls, "G");
+    EXPECT_EQ(calls, "Q");
     EXPECT_EQ(clock.slept, 0);
 }
 
