@@ -30,8 +30,7 @@ public:
 
     static StatisticsFile load(const std::filesystem::path& path);
 
-    /// The same without the history, for less than a thousandth of the price where save() wrote the file: nothing else
-    /// of it is read. Not for saving.
+    /// The same without the history, which is not even read where save() wrote the file. Not for saving.
     static StatisticsFile loadCounters(const std::filesystem::path& path);
 
     /// Replaces the file whole, for its owner only. False when that fails; the old file is still there then.

@@ -40,9 +40,10 @@ double rounded(double value, int decimals) {
     return std::isfinite(result) ? result : 0;
 }
 
-Json parseObject(std::string_view text) {
-    Json value = Json::parse(text, nullptr, false);
-    return value.is_object() ? value : Json::object();
+template <typename SomeJson>
+SomeJson parseObject(std::string_view text) {
+    SomeJson value = SomeJson::parse(text, nullptr, false);
+    return value.is_object() ? value : SomeJson::object();
 }
 
 StatisticsFile::Day& dayOf(StatisticsFile& file, const std::string& date) {
@@ -111,10 +112,11 @@ void StatisticsStore::record(const Session& session) {
     file.totalDuration += duration;
 
     StatisticsFile::Day& today = dayOf(file, dates::localDay(now));
-    Json day = parseObject(today.text);
-    day["words"] = sum(toCount(memberOf(day, "words")), session.words);
-    day["sessions"] = sum(toCount(memberOf(day, "sessions")), 1);
-    day["duration"] = toNumber(memberOf(day, "duration")) + duration;
+    const TodayStats before = todayStatsOf(parseObject<Json>(today.text));
+    auto day = parseObject<OrderedJson>(today.text);
+    day["words"] = sum(before.words, session.words);
+    day["sessions"] = sum(before.sessions, 1);
+    day["duration"] = before.duration + duration;
     today.text = file.keep(indented(day));
 
     file.history.push_back(file.keep(indented(entry)));
@@ -123,7 +125,7 @@ void StatisticsStore::record(const Session& session) {
 
 TodayStats StatisticsStore::todayStats() const {
     StatisticsFile file = StatisticsFile::loadCounters(m_file);
-    return todayStatsOf(parseObject(dayOf(file, dates::localDay(m_clock.wallTime())).text));
+    return todayStatsOf(parseObject<Json>(dayOf(file, dates::localDay(m_clock.wallTime())).text));
 }
 
 AllTimeStats StatisticsStore::allTimeStats() const {
@@ -160,7 +162,7 @@ std::vector<Json> StatisticsStore::unsyncedEntries() {
         if (!state || (state->entryId && state->isSynced))
             continue;
         if (!state->entryId) {
-            OrderedJson entry = OrderedJson::parse(text, nullptr, false);
+            auto entry = parseObject<OrderedJson>(text);
             entry["entry_id"] = files::makeUuid();
             entry["synced"] = false;
             text = file.keep(indented(entry));
@@ -183,7 +185,7 @@ void StatisticsStore::markSynced(const std::set<std::string>& entryIds) {
         const auto state = reader.readSyncState(text);
         if (!state || state->isSynced || !state->entryId || !entryIds.contains(*state->entryId))
             continue;
-        OrderedJson entry = OrderedJson::parse(text, nullptr, false);
+        auto entry = parseObject<OrderedJson>(text);
         entry["synced"] = true;
         text = file.keep(indented(entry));
         changed = true;

@@ -20,7 +20,8 @@ class Clock;
 /// Everything that the user dictated, and the counters made from it, in `~/.fenlo/stats.json`. Every call reads the
 /// file again, and a change replaces it whole.
 ///
-/// Threads: any; calls that touch the file come one after the other. Each costs a pass over the whole file.
+/// Threads: any. Changes come one after the other; a reader finds the file of before a change or of after it, and never
+///          waits. A change and a reading of the history cost a pass over the whole file, the counters far less.
 /// Errors:  none. What cannot be written is lost; a file that does not parse counts as empty, and is set aside before a
 ///          new one takes its place.
 class StatisticsStore {

@@ -66,9 +66,9 @@ TEST_F(Statistics, RecordsStandInTheFileAsAPersonWouldReadThem) {
   "total_duration_secs": 67.126,
   "daily": {
     "2026-11-15": {
-      "duration": 67.126,
+      "words": 52,
       "sessions": 2,
-      "words": 52
+      "duration": 67.126
     }
   },
   "history": [
