@@ -94,7 +94,9 @@ TEST_P(ProvidersTest, AClipGoesUpInTimeAndIsToldOfInTheLog) {
     EXPECT_EQ(http.requests.at(0).timeout, GetParam().timeout);
     EXPECT_TRUE(log.contains("[Fenlo] Uploading 2KB to " + GetParam().destination + " (dev mode)…"));
     EXPECT_TRUE(log.contains("[Fenlo] " + GetParam().name + " responded in 0.42s (status 200)"));
-    if (GetParam().name != "Deepgram") {
+    if (GetParam().name == "Deepgram") {
+        EXPECT_THAT(http.requests[0].url, ::testing::HasSubstr("&punctuate=false&smart_format=false"));
+    } else {
         const std::string type = http.requests[0].headers.at(1).second;
         EXPECT_THAT(type, ::testing::MatchesRegex("multipart/form-data; boundary=[0-9A-F-]{36}"));
         EXPECT_NE(type, http.requests[1].headers.at(1).second) << "each request has a boundary of its own";

@@ -1,12 +1,15 @@
-// Replies of the speech service: whatever the bytes, reading them ends with an error or with valid text, and the guards
-// and the clean-up take it.
+// Replies of the speech services: whatever the bytes, reading them ends with an error or with valid text, and the
+// guards and the clean-up take it.
 
 #include "base/Text.h"
+#include "speech/DeepgramProvider.h"
+#include "speech/GrokProvider.h"
 #include "speech/GroqProvider.h"
 #include "speech/TranscriptGuards.h"
 
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 
 using namespace fenlo;
 
@@ -22,9 +25,12 @@ void requireUtf8(const std::string& text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const HallucinationGuard guard("site.example");
     const std::string_view body(reinterpret_cast<const char*>(data), size);
-    for (const double duration : {0.0, 2.0})
+    const std::function<ProviderResult()> readers[] = {
+        [&] { return groq::parseReply(body, 0); }, [&] { return groq::parseReply(body, 2); },
+        [&] { return deepgram::parseReply(body); }, [&] { return grok::parseReply(body); }};
+    for (const auto& read : readers)
         try {
-            const ProviderResult result = groq::parseReply(body, duration);
+            const ProviderResult result = read();
             requireUtf8(result.text);
             if (result.meta)
                 for (const std::string& doubtful : result.meta->lowConfidenceRanges)
