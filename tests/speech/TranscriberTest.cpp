@@ -157,11 +157,17 @@ TEST_F(TranscriberTest, WorksWithoutABackendAndWithoutProfessions) {
 
 TEST_F(TranscriberTest, OfflineModeUsesTheEngineOrFallsBackToTheCloud) {
     configure([](Settings& s) { s.offlineMode = true; });
+    transcriber.setup({});
+    transcriber.warmConnection();
+    EXPECT_EQ(http.warmed.size(), 1u) << "without an engine the cloud will be asked";
     EXPECT_EQ(transcribe({.audio = clip}), "From the cloud");
     EXPECT_TRUE(log.contains("[Fenlo] Offline mode enabled but model not ready yet — falling back to cloud"));
 
     engine.setup({}, {});
     Transcriber local = make(engine);
+    local.setup({});
+    local.warmConnection();
+    EXPECT_EQ(http.warmed.size(), 1u) << "nothing will go to the cloud";
     EXPECT_EQ(local.transcribe({.audio = clip}, {}), "Thanks for watching");
     EXPECT_EQ(local.transcribe({.audio = clip, .speechRatio = 0.29F}, {}), "");
     EXPECT_TRUE(log.contains("[Fenlo] Filtered hallucination (local): 'thanks for watching' (speech ratio: 29%)"));
@@ -194,23 +200,6 @@ TEST_F(TranscriberTest, ConfidenceIsThatOfTheLastClip) {
     http.onSend = [](const HttpRequest&) -> HttpResponse { throw HttpError(HttpError::Kind::connection, "gone"); };
     EXPECT_THROW(transcribe({.audio = clip}), HttpError);
     EXPECT_FALSE(transcriber.lastMeta()) << "a failed clip must not keep the confidence of the one before";
-}
-
-TEST_F(TranscriberTest, WarmsTheHostOnceItsKeyIsAtHand) {
-    transcriber.warmConnection();
-    EXPECT_THAT(http.warmed, IsEmpty());
-    transcriber.setup({});
-    transcriber.warmConnection();
-    EXPECT_THAT(http.warmed, ElementsAre("https://groq.example"));
-
-    engine.setup({}, {});
-    Transcriber local = make(engine);
-    local.setup({});
-    configure([](Settings& s) { s.offlineMode = true; });
-    local.warmConnection();
-    EXPECT_EQ(http.warmed.size(), 1u) << "nothing will go to the cloud";
-    transcriber.warmConnection();
-    EXPECT_EQ(http.warmed.size(), 2u) << "without an engine it will";
 }
 
 TEST_F(TranscriberTest, DeliveredTextsAreNotedAndTheirTermsCounted) {
