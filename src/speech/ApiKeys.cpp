@@ -12,6 +12,7 @@ namespace {
 /// Where a key may lie, in the order in which it is looked for.
 struct KeySources {
     const char* service; // as messages name it
+    const char* name;    // as commands name it
     const char* environment;
     const char* account; // in the secure store; null where it is not asked
     const char* remote;  // name in the remote configuration
@@ -20,11 +21,11 @@ struct KeySources {
 KeySources sourcesOf(SpeechService service) {
     switch (service) {
     case SpeechService::groq:
-        return {"Groq", "GROQ_API_KEY", nullptr, "groq_api_key"};
+        return {"Groq", "groq", "GROQ_API_KEY", nullptr, "groq_api_key"};
     case SpeechService::deepgram:
-        return {"Deepgram", "DEEPGRAM_API_KEY", "deepgram_api_key", "deepgram_api_key"};
+        return {"Deepgram", "deepgram", "DEEPGRAM_API_KEY", "deepgram_api_key", "deepgram_api_key"};
     case SpeechService::grok:
-        return {"Grok", "XAI_API_KEY", "xai_api_key", "xai_api_key"};
+        return {"Grok", "xai", "XAI_API_KEY", "xai_api_key", "xai_api_key"};
     }
     std::abort();
 }
@@ -72,7 +73,7 @@ std::string ApiKeys::describeMissing(SpeechService service) {
     std::string line = std::string("no key for the speech service ") + sources.service +
                        "; set the environment variable " + sources.environment;
     if (sources.account)
-        line += std::string(", or store it as \"") + sources.account + "\" in the keyring";
+        line += std::string(", or run `fenlo keys set ") + sources.name + "`";
     return line;
 }
 

@@ -109,12 +109,12 @@ TEST_F(TranscriberTest, ClipsGoToTheServiceThatTheUserOrTheBackendChose) {
         const char* provider;
         const char* host;
         const char* variable;
-        const char* account; // in the keyring; null where it does not serve
+        const char* command; // to keep the key; null where the keyring does not serve
     };
     for (const Case& test :
          {Case{"stt80", "groq", "https://groq.example", "GROQ_API_KEY", nullptr},
-          Case{"stt80", "deepgram", "https://deepgram.example", "DEEPGRAM_API_KEY", "deepgram_api_key"},
-          Case{"stt81", "deepgram", "https://xai.example", "XAI_API_KEY", "xai_api_key"},
+          Case{"stt80", "deepgram", "https://deepgram.example", "DEEPGRAM_API_KEY", "fenlo keys set deepgram"},
+          Case{"stt81", "deepgram", "https://xai.example", "XAI_API_KEY", "fenlo keys set xai"},
           Case{"stt82", "unheard of", "https://groq.example", "GROQ_API_KEY", nullptr}}) {
         configure([&](Settings& s) { s.sttEngine = test.sttEngine; });
         remote = {{"transcription_provider", test.provider}};
@@ -126,7 +126,7 @@ TEST_F(TranscriberTest, ClipsGoToTheServiceThatTheUserOrTheBackendChose) {
         } catch (const TranscriberError& error) {
             EXPECT_EQ(error.kind, TranscriberError::Kind::noAPIKey);
             EXPECT_THAT(error.what(), HasSubstr(test.variable));
-            EXPECT_THAT(error.what(), HasSubstr(test.account ? test.account : "variable"));
+            EXPECT_THAT(error.what(), HasSubstr(test.command ? test.command : "variable"));
         }
         chosen.warmConnection();
         EXPECT_THAT(http.requests, IsEmpty());
