@@ -3,63 +3,97 @@
 import time
 import unittest
 
-from harness import desktop, pill
+from harness import desktop, pill, processes
 from harness.case import ANSWER, DesktopCase
+from harness.sound import Clip
+from harness.untrusted import UntrustedServer
 from harness.waiting import wait_for
+
+FAULT = "[Fenlo] ERROR: Transcription error:"
+TOLD_IN_THE_LOG = ("500", "429", "close", "reset", "partial", "garbage", "html", "shape", "huge")
 
 
 class RecogniserFaults(DesktopCase):
     def setUp(self):
         super().setUp()
-        self.start_fenlo()
-        self.editor = self.open_editor()
+        self.clip = Clip("Hello there", self.folder)
 
-    def test_server_error_is_told_in_the_log_alone(self):
-        self._fails_and_recovers("500")
-
-    def test_connection_closed_early(self):
-        self._fails_and_recovers("close")
-
-    def test_garbage_for_an_answer(self):
-        self._fails_and_recovers("garbage")
+    def test_each_fault_is_told_in_the_log_alone_and_the_next_take_works(self):
+        fenlo = self.start_fenlo()
+        editor = self.open_editor()
+        expected = ""
+        for mode in TOLD_IN_THE_LOG:
+            with self.subTest(mode=mode):
+                self.recogniser.misbehave(mode)
+                self._fails()
+                self.recogniser.answer(ANSWER)
+                expected += ANSWER
+                self.dictate_into(editor, expected)
+        self.assertLess(processes.peak_memory(fenlo.process.pid), 400, "megabytes")
 
     def test_nobody_at_the_address(self):
+        self.start_fenlo()
         self.services.close()
-        mark = self.fenlo.dictate(self.clip)
-        self.fenlo.wait_for("[Fenlo] ERROR: Transcription error:", mark)
-        wait_for(lambda: pill.dot() is None, "the pill to go")
-        self.assertEqual(self.editor.text(), "")
+        self._fails()
+
+    def test_address_that_does_not_exist(self):
+        self.start_fenlo(deployment={"groq_host": "http://recogniser.invalid"})
+        self._fails()
+        self._terminates_in_time()
+
+    def test_server_that_cannot_prove_who_it_is(self):
+        server = UntrustedServer(self.folder)
+        self.addCleanup(server.close)
+        fenlo = self.start_fenlo(deployment={"groq_host": server.address})
+        self._fails()
+        self.assertIn("certificate", fenlo.lines(FAULT)[-1])
+        self._terminates_in_time()
 
     def test_invalid_utf8_is_repaired(self):
+        self.start_fenlo()
+        editor = self.open_editor()
         self.recogniser.misbehave("utf8")
-        mark = self.fenlo.dictate(self.clip)
-        self.fenlo.wait_for_paste(mark)
-        wait_for(lambda: "\ufffd" in self.editor.text(), "the replacement character")
+        self.fenlo.wait_for_paste(self.fenlo.dictate(self.clip))
+        wait_for(lambda: "\ufffd" in editor.text(), "the replacement character")
 
-    def test_hanging_recogniser_can_be_cancelled(self):
-        self.recogniser.misbehave("hang")
-        mark = self.fenlo.mark()
-        self.fenlo.dictate(self.clip)
-        self.fenlo.wait_for("[Fenlo] Uploading", mark)
-        released = time.monotonic()
-        narrow = wait_for(pill.width, "the pill of a running job")
-        wait_for(lambda: pill.width() >= narrow + 60, "the offer to stop")
-        self.assertGreater(time.monotonic() - released, 2.5, "offered too early")
-        desktop.click(*pill.centre())
-        self.fenlo.wait_for("[Fenlo] Cancelled by user", mark)
+    def test_recogniser_without_an_end_can_be_cancelled_and_left(self):
+        fenlo = self.start_fenlo()
+        editor = self.open_editor()
+        expected = ""
+        for mode in ("hang", "trickle"):
+            with self.subTest(mode=mode):
+                self.recogniser.misbehave(mode)
+                mark = fenlo.dictate(self.clip)
+                fenlo.wait_for("[Fenlo] Uploading", mark)
+                released = time.monotonic()
+                narrow = wait_for(pill.width, "the pill of a running job")
+                wait_for(lambda: pill.width() >= narrow + 60, "the offer to stop")
+                self.assertGreater(time.monotonic() - released, 2.5, "offered too early")
+                desktop.click(*pill.centre())
+                fenlo.wait_for("[Fenlo] Cancelled by user", mark)
+                wait_for(lambda: pill.dot() is None, "the pill to go")
+                self.recogniser.answer(ANSWER)
+                editor.activate()
+                expected += ANSWER
+                self.dictate_into(editor, expected)
+        self.recogniser.misbehave("trickle")
+        fenlo.wait_for("[Fenlo] Uploading", fenlo.dictate(self.clip))
+        self._terminates_in_time()
+
+    def _fails(self):
+        self.fenlo.wait_for(FAULT, self.fenlo.dictate(self.clip))
         wait_for(lambda: pill.dot() is None, "the pill to go")
+        self._leaves_no_file()
 
-        self.recogniser.answer(ANSWER)
-        self.editor.activate()
-        self.dictate_into(self.editor)
+    def _leaves_no_file(self):
+        wait_for(lambda: not list(self.fenlo.temporary.iterdir()), "the temporary files to go")
 
-    def _fails_and_recovers(self, mode):
-        self.recogniser.misbehave(mode)
-        mark = self.fenlo.dictate(self.clip)
-        self.fenlo.wait_for("[Fenlo] ERROR: Transcription error:", mark)
-        wait_for(lambda: pill.dot() is None, "the pill to go")
-        self.recogniser.answer(ANSWER)
-        self.dictate_into(self.editor)
+    def _terminates_in_time(self):
+        started = time.monotonic()
+        self.fenlo.process.terminate()
+        self.assertEqual(self.fenlo.process.wait(15), 0)
+        self.assertLess(time.monotonic() - started, 1.0)
+        self._leaves_no_file()
 
 
 if __name__ == "__main__":

@@ -94,7 +94,23 @@ def active_window():
 
 def windows_of(pid):
     """Visible windows of the process."""
-    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(pid)], capture_output=True, text=True)
+    return _search("--pid", str(pid))
+
+
+def windows_named(title):
+    """Visible windows of this title, for programs that do not tell their process."""
+    return _search("--name", f"^{title}$")
+
+
+def geometry(window):
+    """Left, top, width and height of a window, in pixels of the screen."""
+    shell = processes.output(["xdotool", "getwindowgeometry", "--shell", str(window)])
+    values = dict(line.split("=") for line in shell.splitlines())
+    return tuple(int(values[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
+
+
+def _search(*criteria):
+    found = subprocess.run(["xdotool", "search", "--onlyvisible", *criteria], capture_output=True, text=True)
     return [int(window) for window in found.stdout.split()]
 
 

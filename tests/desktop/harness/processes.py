@@ -2,8 +2,10 @@
 
 import ctypes
 import os
+import re
 import signal
 import subprocess
+from pathlib import Path
 
 _SET_PARENT_DEATH_SIGNAL = 1
 _SET_CHILD_SUBREAPER = 36
@@ -55,3 +57,8 @@ def succeeds(command, patience=15.0, **options):
     except subprocess.TimeoutExpired:
         return False
     return result.returncode == 0
+
+
+def peak_memory(pid):
+    """The most memory that the process has held so far, in megabytes."""
+    return int(re.search(r"VmHWM:\s+(\d+)", Path(f"/proc/{pid}/status").read_text()).group(1)) // 1024

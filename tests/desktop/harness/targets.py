@@ -14,7 +14,7 @@ class _Target:
 
     def __init__(self, command, **options):
         self.process = processes.start(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
-        self.window = wait_for(lambda: desktop.windows_of(self.process.pid), f"a window of {command[0]}")[0]
+        self.window = wait_for(self._windows, f"a window of {command[0]}")[0]
         self.activate()
 
     def activate(self):
@@ -28,6 +28,9 @@ class _Target:
 
     def close(self):
         processes.end(self.process)
+
+    def _windows(self):
+        return desktop.windows_of(self.process.pid)
 
 
 class Editor(_Target):
@@ -85,6 +88,9 @@ class Notice(_Target):
 
     def __init__(self):
         super().__init__(["xmessage", "Nothing can be typed here"])
+
+    def _windows(self):
+        return desktop.windows_named("xmessage")
 
 
 def _short(text):
