@@ -4,21 +4,16 @@
 #include "audio/ClipPreparation.h"
 #include "audio/SpeechTest.h"
 #include "base/Files.h"
+#include "fuzz/Require.h"
 #include "media/AudioFile.h"
 
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
 
 using namespace fenlo;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 void check(const std::filesystem::path& file, ChannelMix mix) {
     try {

@@ -2,20 +2,11 @@
 // scores any window between 0 and 1.
 
 #include "audio/voice/VoiceMatch.h"
+#include "fuzz/Require.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 using namespace fenlo;
-
-namespace {
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto profile = decodeVoiceProfile({reinterpret_cast<const char*>(data), size});

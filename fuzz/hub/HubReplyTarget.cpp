@@ -1,22 +1,19 @@
 // What a hub says: whatever the bytes, a listing ends with an error or with files that stay in their folder, an address
 // leads to the web, and a manifest is read back as it was written. The first line of the input is a header's value.
 
+#include "base/Url.h"
+#include "fuzz/Require.h"
 #include "hub/HubPaths.h"
 #include "hub/SnapshotManifest.h"
 #include "hub/TreePage.h"
 #include "hub/WebAddress.h"
 
 #include <cstdint>
-#include <cstdlib>
 
+using namespace fenlo;
 using namespace fenlo::hub;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds)
-        std::abort();
-}
 
 void requireInside(const std::string& path) {
     const std::filesystem::path folder = "/folder/model";
@@ -38,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (const RepoFile& file : parseTreePage("maker/model", body)) {
             requireInside(file.path);
             require(!file.sha256 || file.sha256->size() == 64);
-            require(matchesGlob(file.path, "*") && percentEncode(file.path).find(' ') == std::string::npos);
+            require(matchesGlob(file.path, "*") && url::percentEncode(file.path, "/").find(' ') == std::string::npos);
         }
     } catch (const HubError& error) {
         require(std::string_view(error.what()).find('\n') == std::string_view::npos);

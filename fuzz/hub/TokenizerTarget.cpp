@@ -1,25 +1,15 @@
 // Tokenizer files: whatever the bytes, reading them ends with a one-line error or with a tokenizer that turns any text
 // into known tokens and any tokens into valid text.
 
-#include "base/Text.h"
+#include "fuzz/Require.h"
 #include "hub/tokenizers/Tokenizer.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 using namespace fenlo;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
-void requireUtf8(const std::string& text) {
-    require(text::repairUtf8(text) == text);
-}
 
 void tryOut(const hub::Tokenizer& tokenizer, std::string_view text) {
     const std::vector<int> tokens = tokenizer.encode(text);

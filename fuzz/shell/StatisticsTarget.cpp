@@ -3,23 +3,14 @@
 
 #include "base/Clock.h"
 #include "base/Files.h"
+#include "fuzz/Require.h"
 #include "shell/StatisticsStore.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
 using namespace fenlo;
-
-namespace {
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const std::filesystem::path folder = files::temporaryFile("statistics", "");

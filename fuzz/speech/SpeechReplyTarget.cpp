@@ -1,26 +1,16 @@
 // Replies of the speech services: whatever the bytes, reading them ends with an error or with valid text, and the
 // guards and the clean-up take it.
 
-#include "base/Text.h"
+#include "fuzz/Require.h"
 #include "speech/DeepgramProvider.h"
 #include "speech/GrokProvider.h"
 #include "speech/GroqProvider.h"
 #include "speech/TranscriptGuards.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 
 using namespace fenlo;
-
-namespace {
-
-void requireUtf8(const std::string& text) {
-    if (text::repairUtf8(text) != text)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const HallucinationGuard guard("site.example");

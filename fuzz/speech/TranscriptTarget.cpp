@@ -1,21 +1,12 @@
 // Guards and clean-up: any text ends in valid text, and tidying a tidy text does not make it grow.
 
 #include "base/Text.h"
+#include "fuzz/Require.h"
 #include "speech/TranscriptGuards.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 using namespace fenlo;
-
-namespace {
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const HallucinationGuard guard("site.example");

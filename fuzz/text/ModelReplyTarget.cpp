@@ -2,20 +2,15 @@
 // cleaning that text leaves valid text which is no longer.
 
 #include "base/Text.h"
+#include "fuzz/Require.h"
 #include "text/LanguageModelCalls.h"
 #include "text/ModelAnswer.h"
 
 #include <cstdint>
-#include <cstdlib>
 
 using namespace fenlo;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 void clean(const std::string& answer) {
     const std::string cleaned = cleanResponse(answer);

@@ -2,22 +2,17 @@
 // stay as they are.
 
 #include "base/Text.h"
+#include "fuzz/Require.h"
 #include "text/VoiceCommands.h"
 #include "text/VoiceCorrection.h"
 #include "text/professions/Professions.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 
 using namespace fenlo;
 
 namespace {
-
-void require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 bool isUtf8(const std::string& text) {
     return text::repairUtf8(text) == text;

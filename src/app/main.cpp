@@ -13,7 +13,8 @@ int main(int argc, char** argv) {
     CLI::App cli("Fenlo: hold a key anywhere, speak, let go, and the words stand at the cursor.\n"
                  "Without a command it starts the desktop program.");
     cli.set_version_flag("--version", std::string("fenlo ") + version);
-    cli.footer("Settings are in ~/.fenlo/config.json. The recogniser's key is taken from GROQ_API_KEY.\n"
+    cli.footer("Settings are in ~/.fenlo/config.json. Speech and text go to Groq with the key in GROQ_API_KEY;\n"
+               "`fenlo keys list` tells of the other services.\n"
                "When something does not work, run `fenlo doctor`.\n"
                "Exit status: 0 done, 1 failed, 2 wrong arguments, 3 no speech in the file.");
     cli.require_subcommand(0, 1);
@@ -83,7 +84,8 @@ int main(int argc, char** argv) {
     voiceProfileCommand->footer(
         "Read aloud for ten to twenty seconds, close to the microphone, in a quiet room and as you usually speak. The\n"
         "profile, some numbers about your voice, is stored in ~/.fenlo/voice_profile.json; the recording is not kept.\n"
-        "Voice isolation then cuts other voices when \"voice_isolation\": true is set in ~/.fenlo/config.json. It goes by\n"
+        "Voice isolation then cuts other voices when \"voice_isolation\": true is set in ~/.fenlo/config.json. It goes "
+        "by\n"
         "pitch above all: it tells a low voice from a high one, but hardly two voices that are alike.");
     std::filesystem::path voiceRecording;
     voiceProfileCommand
