@@ -29,7 +29,7 @@ class RecogniserFaults(DesktopCase):
                 self.recogniser.answer(ANSWER)
                 expected += ANSWER
                 self.dictate_into(editor, expected)
-        self.assertLess(processes.peak_memory(fenlo.process.pid), 400, "megabytes")
+        self.assertLess(processes.peak_memory(fenlo.process.pid), 150, "megabytes")
 
     def test_nobody_at_the_address(self):
         self.start_fenlo()

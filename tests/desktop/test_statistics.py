@@ -18,6 +18,7 @@ class Statistics(DesktopCase):
         editor.wait_for_text(words + "And rests")
         kept = fenlo.wait_for_entry("And rests")
 
+        self.assertEqual((fenlo.home / ".fenlo/stats.json").stat().st_mode & 0o777, 0o600)
         statistics = fenlo.statistics()
         first, second = statistics["history"]
         self.assertEqual((first["full_text"], first["words"], first["synced"]), (words, 9, False))
