@@ -41,12 +41,13 @@ class Fenlo:
         }
         for name in [name for name, value in self.environment.items() if value is None]:
             del self.environment[name]
+        self._earlier_lines = len(self._whole_log())
         self.process = self._start()
         self.wait_for("[Fenlo] Ready.")
 
     def log(self):
-        """The lines of the log so far."""
-        return self.log_file.read_text(errors="replace").splitlines() if self.log_file.exists() else []
+        """The lines of the log since this start."""
+        return self._whole_log()[self._earlier_lines :]
 
     def mark(self):
         """A place in the log, to look only at what comes after it."""
@@ -109,6 +110,9 @@ class Fenlo:
     def close(self):
         processes.end(self.process)
         self._errors.close()
+
+    def _whole_log(self):
+        return self.log_file.read_text(errors="replace").splitlines() if self.log_file.exists() else []
 
     def _start(self):
         return processes.start([self._program], env=self.environment, stdout=self._errors, stderr=self._errors)
