@@ -28,9 +28,10 @@ function(fenlo_test_label name)
     endforeach()
 endfunction()
 
-# fenlo_test(NAME SOURCES … LINKS … [LABELS …]): one folder of tests/ as one GoogleTest program.
+# fenlo_test(NAME SOURCES … LINKS … [LABELS …] [THREADED]): one folder of tests/ as one GoogleTest program. THREADED adds the
+# label "threaded": several threads are at work in it, so that it tells something under the thread sanitizer.
 function(fenlo_test name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "THREADED" "" "SOURCES;LINKS;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE fenlo_test_support ${ARG_LINKS} GTest::gmock)
     target_compile_definitions(${name} PRIVATE
@@ -38,6 +39,9 @@ function(fenlo_test name)
         DEMO_MODEL_FOLDER="${PROJECT_SOURCE_DIR}/resources/models/micro-whisper-espeak.en")
     if(NOT ARG_LABELS)
         set(ARG_LABELS unit)
+    endif()
+    if(ARG_THREADED)
+        list(APPEND ARG_LABELS threaded)
     endif()
     fenlo_test_label(${name} ${ARG_LABELS})
     add_test(NAME ${name} COMMAND ${name})

@@ -121,8 +121,8 @@ TEST_F(Statistics, DurationsThatAreNoneCountAsZero) {
     EXPECT_DOUBLE_EQ(stats.totalMinutes * 60, 2);
     for (const auto& past : store.historyEntries())
         EXPECT_EQ(past.wpm, past.duration > 0 ? 90 : 0);
-    const auto file = onDisk();
-    for (const json& stored : file["history"])
+    const json written = onDisk();
+    for (const json& stored : written["history"])
         EXPECT_TRUE(stored["wpm"].is_number() && stored["duration"].is_number()) << stored;
 }
 

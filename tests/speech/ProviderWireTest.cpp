@@ -208,6 +208,7 @@ TEST_P(ProviderWireTest, EveryFaultEndsInItsErrorAndTheNextClipWorks) {
         EXPECT_EQ(preparedClips(), 0u) << mode;
     }
     http.patience = 100;
+    write(toneWav());
     recogniser.behave({.mode = "utf8"});
     EXPECT_EQ(transcribe(), "A broken caf\uFFFD letter");
     recogniser.behave({});
