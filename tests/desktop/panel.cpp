@@ -1,5 +1,5 @@
-// A panel for the desktop tests: takes the icons of programs, and answers each line on standard input with the labels of
-// the menu that came last, as a JSON array in one line.
+// A panel for the desktop tests: takes the icons of programs, and answers each line on standard input with the labels
+// of the menu that came last, as a JSON array in one line.
 
 #include "ui/Application.h"
 #include "ui/FakePanel.h"

@@ -80,7 +80,7 @@ std::string LoopbackModels::serviceOf(const WireRequest& request) {
 WireAnswer LoopbackModels::answer(const WireRequest& request, std::stop_token stop) {
     Received received{serviceOf(request), request, {}, {}, {}};
     if (received.service.empty())
-        return jsonAnswer(404, R"({"error": "not found"})");
+        return notFound(request);
     const bool isGemini = received.service == "gemini";
     const json body = json::parse(request.body, nullptr, false);
     received.system = stringAt(body, isGemini ? "/system_instruction/parts/0/text" : "/messages/0/content");

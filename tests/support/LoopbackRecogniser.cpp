@@ -104,11 +104,9 @@ std::vector<LoopbackRecogniser::Received> LoopbackRecogniser::requests() const {
 }
 
 WireAnswer LoopbackRecogniser::answer(const WireRequest& request, std::stop_token stop) {
-    if (request.method == "HEAD")
-        return {"HTTP/1.1 404 Answer\r\nContent-Length: 0\r\n\r\n", false};
     const Provider* provider = providerOf(request);
     if (!provider)
-        return jsonAnswer(404, R"({"error": "not found"})");
+        return notFound(request);
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - m_start;
     const Behaviour behaviour = m_state.with([&](State& state) {
         state.requests.push_back({provider->name, request, parseParts(request), time.count()});

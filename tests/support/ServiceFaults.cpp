@@ -94,4 +94,10 @@ WireAnswer jsonAnswer(int status, const std::string& body) {
     return httpAnswer(status, "application/json", body);
 }
 
+WireAnswer notFound(const WireRequest& request) {
+    // A body after HEAD would be taken for the next answer on the connection.
+    return request.method == "HEAD" ? httpAnswer(404, "application/json", "")
+                                    : jsonAnswer(404, R"({"error": "not found"})");
+}
+
 } // namespace fenlo::test

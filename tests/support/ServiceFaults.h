@@ -19,5 +19,6 @@ WireAnswer answerInMode(const std::string& mode, const std::string& text, double
 void pause(double seconds, std::stop_token stop);
 
 WireAnswer jsonAnswer(int status, const std::string& body);
+WireAnswer notFound(const WireRequest& request);
 
 } // namespace fenlo::test
