@@ -83,8 +83,11 @@ void TextInserter::pasteKeystroke() {
 }
 
 void TextInserter::copyKeystroke() {
-    // In a terminal plain Control-C would interrupt what runs there.
+    // In a terminal plain Control-C would interrupt what runs there. Those of old know no other copy key either: they
+    // take Control-Shift-C for the same.
     const auto application = m_workspace.frontApplication();
+    if (application && application->paste == PasteChord::shiftInsert)
+        return;
     const bool terminal = application && application->isTerminal;
     const std::uint64_t flags = terminal ? mask::command | mask::shift : mask::command;
     m_keys.post(key::c, flags, KeyDirection::down);

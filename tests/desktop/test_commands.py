@@ -60,6 +60,14 @@ class Commands(RewritingCase):
         desktop.click(left + 70, top + height - 34)
         wait_for(lambda: desktop.clipboard() == "The answer on the card", "the copied answer")
 
+    def test_program_in_a_terminal_is_not_interrupted(self):
+        fenlo = self.start_fenlo()
+        terminal = self.open_terminal()
+        self.gemini.answer("ls -l")
+        self.command("List the files")
+        fenlo.wait_for_entry("AI: ls -l")
+        self.assertIsNone(terminal.process.poll(), "the keys that copy elsewhere ended the program in the terminal")
+
     def test_recall_finds_what_was_dictated(self):
         history = [
             entry("An email of long ago about the price of tea", ago=24 * 40),

@@ -129,6 +129,9 @@ TEST_F(Insertion, EachApplicationGetsItsOwnPasteKeys) {
 
     keys.posted.clear();
     inserter.copyKeystroke();
+    EXPECT_TRUE(keys.posted.empty()) << "a terminal of old takes every Control-C for an interruption";
+    workspace.front->paste = PasteChord::controlShiftV;
+    inserter.copyKeystroke();
     EXPECT_EQ(keys.posted.at(0).flags, mask::command | mask::shift) << "plain Control-C would interrupt a terminal";
 }
 
