@@ -73,11 +73,12 @@ int main(int argc, char** argv) {
     bool keysJson = false;
     CLI::App* keysList = keysCommand->add_subcommand("list", "Where each key is; never the key itself");
     keysList->add_flag("--json", keysJson, "print a JSON list");
+    const CLI::IsMember serviceNames({"groq", "gemini", "deepgram", "xai"});
     std::string keyName;
     CLI::App* keysSet = keysCommand->add_subcommand("set", "Keep a key, which is read from standard input");
-    keysSet->add_option("NAME", keyName, "groq, gemini, deepgram or xai")->required();
+    keysSet->add_option("NAME", keyName, "of the service")->required()->check(serviceNames);
     CLI::App* keysRemove = keysCommand->add_subcommand("remove", "Take a key out of the keyring");
-    keysRemove->add_option("NAME", keyName, "groq, gemini, deepgram or xai")->required();
+    keysRemove->add_option("NAME", keyName, "of the service")->required()->check(serviceNames);
 
     CLI::App* voiceProfileCommand = cli.add_subcommand(
         "voice-profile", "Learn your voice from a recording of you, so that other voices can be cut from takes");

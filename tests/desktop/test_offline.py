@@ -1,9 +1,10 @@
 """Offline mode: the engine on this machine hears real speech, and the network stays silent."""
 
+import os
 import time
 import unittest
 
-from harness import desktop, pill
+from harness import desktop, pill, processes
 from harness.case import ANSWER, DesktopCase
 from harness.fenlo import HOTKEY, OFFLINE_MODEL
 from harness.sound import Clip
@@ -32,13 +33,19 @@ class Offline(DesktopCase):
             time.sleep(1.2)  # the clipboard goes back to its owner
         self.assertEqual(self.recogniser.requests(), [], "something was uploaded in offline mode")
 
-    def _speak_when_recording(self, clip):
-        """As people do: the model is to hear a sentence, not the cut of a clip that began before the key."""
-        mark = self.fenlo.mark()
-        with desktop.held(HOTKEY):
-            wait_for(lambda: pill.dot() == pill.RECORDING, "the recording pill")
-            clip.speak()
-        self.fenlo.wait_for_paste(mark)
+    def test_another_voice_is_cut_from_the_take(self):
+        fenlo = self.start_fenlo({"voice_isolation": True})
+        fenlo.wait_for(READY, patience=60)
+        passage = Clip("The morning was cold and the river was quiet, and I read on until I was done.", self.folder, "en-us")
+        processes.output([os.environ["FENLO_PROGRAM"], "voice-profile", passage.file], env=fenlo.environment)
+        words = PHRASES["en-us"]
+        editor = self.open_editor()
+        self._speak_when_recording(
+            Clip(words, self.folder, "en-us"), Clip("We need to move the meeting", self.folder, "en-us+f3")
+        )
+        editor.wait_for_text(words)
+        self.assertIn("(voice-isolated)", fenlo.lines("[Fenlo] Transcribing chunk")[-1])
+        self.assertEqual(list(fenlo.temporary.iterdir()), [])
 
     def test_a_second_start_maps_what_the_first_compiled(self):
         fenlo = self.start_fenlo()
@@ -55,6 +62,15 @@ class Offline(DesktopCase):
         fenlo.wait_for("[Fenlo] ERROR: LocalTranscriber setup failed", patience=60)
         self.dictate_into(self.open_editor(), ANSWER)
         fenlo.wait_for("[Fenlo] Offline mode enabled but model not ready yet")
+
+    def _speak_when_recording(self, *clips):
+        """As people do: the model is to hear a sentence, not the cut of a clip that began before the key."""
+        mark = self.fenlo.mark()
+        with desktop.held(HOTKEY):
+            wait_for(lambda: pill.dot() == pill.RECORDING, "the recording pill")
+            for clip in clips:
+                clip.speak()
+        self.fenlo.wait_for_paste(mark)
 
 
 if __name__ == "__main__":
