@@ -11,6 +11,10 @@ if(FENLO_SANITIZE)
     target_link_options(fenlo_options INTERFACE -fsanitize=${FENLO_SANITIZE})
 endif()
 
+# The code of tests is compiled often and runs briefly: it is not optimised, what it tests is.
+add_library(fenlo_test_options INTERFACE)
+target_compile_options(fenlo_test_options INTERFACE $<$<CONFIG:RelWithDebInfo>:-O0>)
+
 # fenlo_library(NAME SOURCES … LINKS …): one folder of src/ as a static library.
 function(fenlo_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
