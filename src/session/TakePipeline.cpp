@@ -3,9 +3,10 @@
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/Text.h"
+#include "settings/Config.h"
+#include "text/DictationPrompt.h"
 #include "text/VocabularyLearning.h"
 #include "text/VoiceCorrection.h"
-#include "settings/Config.h"
 
 #include <algorithm>
 
@@ -127,19 +128,18 @@ TakeOutcome TakePipeline::decide(const std::string& rawText, const TakeListener&
 
 TakeOutcome TakePipeline::dictate(const std::string& rawText, const TakeSituation& situation, std::stop_token stop) {
     const Settings settings = m_config.get();
-    const bool isTranslating = settings.outputMode == "translate" || settings.outputMode == "transliterate";
 
     outcome::Dictation dictation;
     dictation.rawText = rawText;
     dictation.text = rawText;
     // Voice commands are never applied to text headed for translation.
-    if (settings.voiceCommands && !isTranslating) {
+    if (settings.voiceCommands && !isTranslating(settings)) {
         const std::string bundleId = situation.context ? situation.context->appBundleId : "";
         auto [text, actions] = m_steps.processVoiceCommands(rawText, bundleId);
         dictation.text = std::move(text);
         dictation.actions = std::move(actions);
     }
-    dictation.rewriteRequested = settings.smartRewrite || isTranslating;
+    dictation.rewriteRequested = settings.smartRewrite || isTranslating(settings);
     if (dictation.rewriteRequested && situation.context && hasLatinLetter(dictation.text)) {
         const std::string language = settings.outputMode == "transliterate" ? "en" : settings.language;
         const auto meta = m_steps.lastMeta();

@@ -124,6 +124,10 @@ std::string quoted(const std::string& text) {
 
 } // namespace
 
+bool isTranslating(const Settings& settings) {
+    return settings.outputMode == "translate" || settings.outputMode == "transliterate";
+}
+
 std::string systemPrompt(const Settings& settings, const FocusContext& context, const std::string& language) {
     if (settings.outputMode == "translate")
         return translationPrompt(context);

@@ -9,6 +9,9 @@
 /// assistant. Pure functions.
 namespace fenlo {
 
+/// Whether the output mode asks for another language or script than the spoken one.
+bool isTranslating(const Settings& settings);
+
 /// The prompt that the output mode asks for. `language` is a code, or "auto" for the language that was spoken.
 std::string systemPrompt(const Settings& settings, const FocusContext& context, const std::string& language);
 

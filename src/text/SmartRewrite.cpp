@@ -127,8 +127,7 @@ std::string SmartRewrite::complete(const std::string& system, const std::string&
 
 void SmartRewrite::warmConnection() {
     const Settings settings = m_config.get();
-    const bool isTranslating = settings.outputMode == "translate" || settings.outputMode == "transliterate";
-    if (!settings.smartRewrite && !isTranslating)
+    if (!settings.smartRewrite && !isTranslating(settings))
         return;
     if (settings.smartRewriteModel != "groq" && isKnown(KeySource::gemini))
         m_http.preconnect(m_deployment.geminiHost);
