@@ -18,6 +18,13 @@ endif()
 add_library(fenlo_test_options INTERFACE)
 target_compile_options(fenlo_test_options INTERFACE $<$<CONFIG:RelWithDebInfo>:-O0>)
 
+# Where the reference recordings and the demonstration model lie, for the tests and benchmarks that read them. Only these see
+# the source folder's name, so that a compiler cache serves all others wherever the source lies.
+add_library(fenlo_golden INTERFACE)
+target_compile_definitions(fenlo_golden INTERFACE
+    GOLDEN_FOLDER="${PROJECT_SOURCE_DIR}/tests/golden"
+    DEMO_MODEL_FOLDER="${PROJECT_SOURCE_DIR}/resources/models/micro-whisper-espeak.en")
+
 # fenlo_library(NAME SOURCES … LINKS …): one folder of src/ as a static library.
 function(fenlo_library name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
@@ -41,9 +48,6 @@ function(fenlo_test name)
     cmake_parse_arguments(ARG "THREADED" "" "SOURCES;LINKS;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE fenlo_test_support ${ARG_LINKS} GTest::gmock)
-    target_compile_definitions(${name} PRIVATE
-        GOLDEN_FOLDER="${PROJECT_SOURCE_DIR}/tests/golden"
-        DEMO_MODEL_FOLDER="${PROJECT_SOURCE_DIR}/resources/models/micro-whisper-espeak.en")
     if(NOT ARG_LABELS)
         set(ARG_LABELS unit)
     endif()
