@@ -6,6 +6,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <hwy/cache_control.h>
 #include <mutex>
 #include <thread>
@@ -21,10 +22,24 @@ struct Job {
     int tasks;
     std::atomic<int> next{0};
     std::atomic<int> workers{0}; // changes under the pool's mutex
+    std::atomic_flag hasFailed{};
+    std::exception_ptr failure{}; // the first one's; its thread alone writes it, the caller reads it when all have left
 
+    /// Never throws: whoever works on a job must be able to leave it in order.
     void drain() {
-        for (int task = next++; task < tasks; task = next++)
-            work(task);
+        try {
+            for (int task = next++; task < tasks; task = next++)
+                work(task);
+        } catch (...) {
+            if (!hasFailed.test_and_set())
+                failure = std::current_exception();
+            next = tasks; // what nobody began yet has no use any more
+        }
+    }
+
+    void rethrowFailure() const {
+        if (failure)
+            std::rethrow_exception(failure);
     }
 };
 
@@ -101,8 +116,10 @@ void ThreadPool::run(int tasks, const std::function<void(int task)>& work) {
     const SingleThreadedLibraries alone;
     Job job{work, tasks};
     const int wanted = std::min(tasks, size()) - 1;
-    if (wanted <= 0)
-        return job.drain();
+    if (wanted <= 0) {
+        job.drain();
+        return job.rethrowFailure();
+    }
 
     {
         std::lock_guard lock(m_state->mutex);
@@ -120,6 +137,8 @@ void ThreadPool::run(int tasks, const std::function<void(int task)>& work) {
     if (!isDone())
         linger(lock, isDone);
     m_state->done.wait(lock, isDone);
+    lock.unlock();
+    job.rethrowFailure();
 }
 
 } // namespace fenlo::whisper

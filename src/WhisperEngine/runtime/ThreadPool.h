@@ -9,7 +9,8 @@ namespace fenlo::whisper {
 ///
 /// Threads: run() may be called from several threads at once; the calls take turns at the workers, and each makes
 ///          progress on its caller's thread in any case.
-/// Errors:  `work` must not throw.
+/// Errors:  what `work` throws comes out of run(), the first of several, when no thread is at that call any more; tasks
+///          that nobody had begun are left out then. The pool stays as good as new.
 class ThreadPool {
 public:
     /// `threads` counts the caller, so 1 starts none. 0 takes one for each core.

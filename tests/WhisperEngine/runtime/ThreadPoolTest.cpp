@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <barrier>
 #include <numeric>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -54,4 +56,37 @@ TEST(ThreadPool, ACallerIsNotHeldUpByAnother) {
     EXPECT_EQ(done, 10);
     through = true;
     through.notify_all();
+}
+
+TEST(ThreadPool, AnErrorReachesTheCallerOnce_WhenNoTaskRunsAnyMore) {
+    for (const int threads : {1, 2, 5}) {
+        ThreadPool pool(threads);
+        std::atomic<int> running = 0;
+        std::barrier together(threads); // all fail at once, workers and the caller
+        for (int round = 0; round < 200; ++round) {
+            const auto fail = [&](int task) {
+                ++running;
+                together.arrive_and_wait();
+                --running;
+                throw std::runtime_error("task " + std::to_string(task));
+            };
+            EXPECT_THROW(pool.run(threads, fail), std::runtime_error);
+            EXPECT_EQ(running, 0);
+        }
+        int done = 0;
+        pool.run(1, [&](int) { ++done; });
+        EXPECT_EQ(done, 1);
+    }
+    ThreadPool pool(3); // one fails while others work
+    std::atomic<int> begun = 0;
+    std::atomic<int> ended = 0;
+    EXPECT_THROW(pool.run(1000,
+                          [&](int task) {
+                              ++begun;
+                              if (task == 20)
+                                  throw std::bad_alloc();
+                              ++ended;
+                          }),
+                 std::bad_alloc);
+    EXPECT_EQ(ended, begun - 1);
 }
