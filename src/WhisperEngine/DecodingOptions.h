@@ -41,7 +41,10 @@ struct DecodingOptions {
     std::optional<float> noSpeechThreshold = 0.6f;
     int concurrentWorkerCount = 16;
     std::optional<ChunkingStrategy> chunkingStrategy;
-    std::optional<unsigned> seed; // of sampling above temperature 0; without one every run differs
+    unsigned seed = 0; // of sampling above temperature 0: the same audio gives the same text
+    /// Whatever is spoken gets a text, or a segment that says that it has none; see TranscribeTask. Off, a window can
+    /// end without a text although somebody speaks in it.
+    bool losesNoSpeech = false;
 
     bool detectsLanguage() const { return detectLanguage.value_or(!usePrefillPrompt); }
 };

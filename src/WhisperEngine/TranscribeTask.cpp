@@ -192,8 +192,7 @@ DecodingResult TranscribeTask::decodeWithFallback(const AudioEmbeddings& embeddi
         const double begin = m_components.clock.now();
         logging.debug("Decoding Temperature: " + text::fixed(temperatures[pass], 4));
         DecodingOptions options = m_options;
-        if (options.seed)
-            options.seed = *options.seed + static_cast<unsigned>(pass);
+        options.seed += static_cast<unsigned>(pass);
         GreedyTokenSampler sampler(temperatures[pass], m_components.tokenizer.specialTokens().endToken, options);
         result = decoder.decodeText(embeddings, *m_inputs, sampler, options, m_language, m_windowId, m_callback,
                                     m_timings, m_stop);

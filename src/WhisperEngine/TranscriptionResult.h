@@ -31,6 +31,7 @@ struct TranscriptionSegment {
     float compressionRatio = 0;
     float noSpeechProb = 0;
     std::optional<std::vector<WordTiming>> words;
+    bool speechWithoutText = false; // somebody speaks here, but no words were found: `text` and `tokens` are empty
 };
 
 struct TranscriptionResult {

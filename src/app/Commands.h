@@ -32,7 +32,8 @@ struct TranscribeOptions {
     bool wordTimestamps = false;
     bool vad = false;
     bool float32 = false;
-    int threads = 0; // 0 for one a core
+    int threads = 0;   // 0 for one a core
+    unsigned seed = 0; // of what is drawn when a window is decoded again
 };
 
 struct BenchOptions {

@@ -36,6 +36,8 @@ DecodingOptions decodingOptions(const TranscribeOptions& options) {
     decoding.task = options.task == "translate" ? DecodingTask::translate : DecodingTask::transcribe;
     decoding.wordTimestamps = options.wordTimestamps;
     decoding.skipSpecialTokens = true;
+    decoding.losesNoSpeech = true;
+    decoding.seed = options.seed;
     if (options.vad)
         decoding.chunkingStrategy = ChunkingStrategy::vad;
     return decoding;

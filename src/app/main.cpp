@@ -53,6 +53,9 @@ int main(int argc, char** argv) {
                                 "cut long recordings at their silences, and work side by side");
     transcribeCommand->add_option("--threads", transcribe.threads, "of the engine; by default one for each core")
         ->check(CLI::Range(0, 1024));
+    transcribeCommand
+        ->add_option("--seed", transcribe.seed, "another seed draws other words where the engine is in doubt")
+        ->capture_default_str();
     transcribeCommand->add_flag("--float32", transcribe.float32, "compute in 32-bit floats: slower, the reference");
 
     CLI::App* modelsCommand = cli.add_subcommand("models", "The models of the engine on this machine");

@@ -30,6 +30,7 @@ whisper::DecodingOptions optionsFor(const std::string& language) {
     options.logProbThreshold = -1.2f;
     options.firstTokenLogProbThreshold = -1.5f;
     options.noSpeechThreshold = 0.6f;
+    options.losesNoSpeech = true;
     options.skipSpecialTokens = true; // the guards compare whole phrases, without markers
     return options;
 }
@@ -38,7 +39,10 @@ std::string keptText(const std::vector<whisper::TranscriptionResult>& results) {
     std::vector<std::string> texts;
     for (const auto& result : results)
         for (const auto& segment : result.segments)
-            if (segment.avgLogprob < lowestAvgLogprob)
+            if (segment.speechWithoutText)
+                log("[Fenlo] LocalTranscriber: No words found for the speech from " + text::fixed(segment.start, 2) +
+                    " to " + text::fixed(segment.end, 2) + "s");
+            else if (segment.avgLogprob < lowestAvgLogprob)
                 log("[Fenlo] LocalTranscriber: Dropped segment (avgLogprob=" + text::fixed(segment.avgLogprob, 2) +
                     "): '" + text::firstCharacters(segment.text, 40) + "'");
             else

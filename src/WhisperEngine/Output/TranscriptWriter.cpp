@@ -180,6 +180,8 @@ Json jsonOf(const TranscriptionSegment& segment, std::size_t id) {
               {"avg_logprob", number(segment.avgLogprob)},
               {"compression_ratio", number(segment.compressionRatio)},
               {"no_speech_prob", number(segment.noSpeechProb)}};
+    if (segment.speechWithoutText)
+        json["speech_without_text"] = true;
     if (segment.words) {
         Json words = Json::array();
         for (const WordTiming& word : *segment.words)

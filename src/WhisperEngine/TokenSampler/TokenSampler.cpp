@@ -19,7 +19,7 @@ namespace {
 
 GreedyTokenSampler::GreedyTokenSampler(float temperature, int eotToken, const DecodingOptions& options)
     : m_temperature(temperature), m_eotToken(eotToken), m_topK(static_cast<std::size_t>(std::max(options.topK, 1))),
-      m_random(options.seed ? *options.seed : std::random_device{}()) {}
+      m_random(options.seed) {}
 
 SamplingResult GreedyTokenSampler::update(std::vector<int> tokens, std::span<float> logits,
                                           std::vector<float> logProbs) {
