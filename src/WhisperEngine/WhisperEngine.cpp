@@ -230,11 +230,12 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const fs::path& audio
     components(); // whether there are models is known before the file is read
     tell(TranscriptionState::convertingAudio);
     const double begin = m_clock.now();
-    const std::vector<float> audio =
-        m_audioProcessor->loadAudioAsFloatArray(audioPath, m_config.audioInputConfig, m_logging, stop);
+    const LoadedAudio audio = m_audioProcessor->loadAudio(audioPath, m_config.audioInputConfig, m_logging, stop);
     const double audioLoading = m_clock.now() - begin;
+    if (callbacks.damage)
+        std::ranges::for_each(audio.damages, callbacks.damage);
     tell(TranscriptionState::transcribing);
-    auto results = transcribe(audio, decodeOptions, callbacks, stop);
+    auto results = transcribe(audio.samples, decodeOptions, callbacks, stop);
     if (!results.empty())
         results.front().timings.audioLoading = audioLoading;
     tell(TranscriptionState::finished);

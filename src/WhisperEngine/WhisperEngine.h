@@ -31,6 +31,8 @@ struct TranscriptionCallbacks {
     SegmentDiscoveryCallback segmentDiscovery; // times count from the start of the whole audio
     std::function<void(TranscriptionState)> state;
     std::function<void(double fraction)> fraction; // of the audio, over all of its parts
+    /// Each stretch of a file that could not be read, in order, on the calling thread before the state "Transcribing".
+    std::function<void(const AudioDamage&)> damage;
 };
 
 /// A Whisper model on this machine's processor: finds it, downloads it, compiles it, loads it, and turns audio into

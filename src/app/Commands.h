@@ -12,6 +12,7 @@ inline constexpr int ok = 0;
 inline constexpr int failed = 1;   // the line on standard error says what, and what to do
 inline constexpr int usage = 2;    // the arguments were wrong
 inline constexpr int noSpeech = 3; // the file holds no speech
+inline constexpr int damaged = 4;  // a recording is damaged or cut; what can be read of it was transcribed
 } // namespace exitStatus
 
 struct DictateOptions {

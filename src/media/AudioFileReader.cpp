@@ -138,6 +138,9 @@ std::span<const float> AudioFileReader::nextBlock() {
     const sf_count_t read = ::sf_readf_float(m_sound->handle.get(), m_block.data(), wanted);
     const auto frames = static_cast<std::size_t>(std::clamp<sf_count_t>(read, 0, wanted));
     m_framesRead += frames;
+    if (frames == 0 && m_damages.empty() && m_framesRead < expectedFrames())
+        m_damages.push_back({AudioDamage::Kind::cut, static_cast<double>(m_framesRead) / sampleRate(),
+                             static_cast<double>(expectedFrames() - m_framesRead) / sampleRate()});
     if (static_cast<double>(m_framesRead) > mostFrames * std::min(1.0, sampleRate() / 16000.0))
         fail(m_file, "the recording is too long; cut it into shorter pieces");
     const std::span<float> block = std::span(m_block).first(frames * static_cast<std::size_t>(channels()));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "media/AudioDamage.h"
+
 #include <cstddef>
 #include <filesystem>
 #include <memory>
@@ -38,6 +40,8 @@ public:
     /// The next frames, [frames, channels], every sample finite and nominally in [-1, 1]; empty at the end. Valid until
     /// the next call.
     std::span<const float> nextBlock();
+    /// What could not be read, in order; complete when nextBlock() has given nothing.
+    const std::vector<AudioDamage>& damages() const { return m_damages; }
 
 private:
     struct Sound;
@@ -45,6 +49,7 @@ private:
     std::unique_ptr<Sound> m_sound;
     std::vector<float> m_block;
     std::size_t m_framesRead = 0;
+    std::vector<AudioDamage> m_damages;
 };
 
 } // namespace fenlo

@@ -13,6 +13,7 @@
 #include <cmath>
 #include <new>
 #include <string>
+#include <utility>
 
 namespace fenlo::whisper {
 
@@ -59,7 +60,7 @@ void holdToFullScale(std::vector<float>& samples, std::size_t summedChannels) {
         std::ranges::for_each(samples, [loudest](float& sample) { sample /= loudest; });
 }
 
-std::vector<float> readSamples(const fs::path& path, const AudioInputConfig& config, const Logging& logging,
+LoadedAudio readSamples(const fs::path& path, const AudioInputConfig& config, const Logging& logging,
                                const std::stop_token& stop) {
     AudioFileReader reader(path, AudioFormats::withFfmpeg, stop);
     logging.debug("Audio source details - Sample Rate: " + std::to_string(reader.sampleRate()) +
@@ -85,13 +86,15 @@ std::vector<float> readSamples(const fs::path& path, const AudioInputConfig& con
     resampler.finish(samples);
     if (chosen.size() > 1)
         holdToFullScale(samples, chosen.size());
-    return samples;
+    for (const AudioDamage& damage : reader.damages())
+        logging.info("The recording is " + describe(damage));
+    return {std::move(samples), reader.damages()};
 }
 
 } // namespace
 
-std::vector<float> AudioProcessor::loadAudioAsFloatArray(const fs::path& path, const AudioInputConfig& config,
-                                                         const Logging& logging, std::stop_token stop) const {
+LoadedAudio AudioProcessor::loadAudio(const fs::path& path, const AudioInputConfig& config, const Logging& logging,
+                                      std::stop_token stop) const {
     throwIfStopped(stop);
     std::error_code unknown;
     if (fs::status(path, unknown).type() == fs::file_type::not_found)
@@ -106,6 +109,11 @@ std::vector<float> AudioProcessor::loadAudioAsFloatArray(const fs::path& path, c
     } catch (const std::bad_alloc&) {
         throw loadFailed("Failed to create output buffer");
     }
+}
+
+std::vector<float> AudioProcessor::loadAudioAsFloatArray(const fs::path& path, const AudioInputConfig& config,
+                                                         const Logging& logging, std::stop_token stop) const {
+    return loadAudio(path, config, logging, std::move(stop)).samples;
 }
 
 std::vector<float> AudioProcessor::padOrTrim(std::span<const float> audioArray, int startAt, int toLength) const {

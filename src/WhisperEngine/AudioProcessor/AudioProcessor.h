@@ -1,5 +1,7 @@
 #pragma once
 
+#include "media/AudioDamage.h"
+
 #include <filesystem>
 #include <span>
 #include <stop_token>
@@ -17,6 +19,11 @@ struct AudioInputConfig {
     std::vector<int> channels; // with specificChannel: which ones, from 0. None that is valid means the first.
 };
 
+struct LoadedAudio {
+    std::vector<float> samples;       // 16 kHz, one channel
+    std::vector<AudioDamage> damages; // in the order of their times; silence fills the gaps
+};
+
 /// Audio as the engine takes it: 16 kHz, one channel, floats.
 class AudioProcessor {
 public:
@@ -25,8 +32,11 @@ public:
     /// Reads and resamples block by block whatever libsndfile or an installed ffmpeg program reads, up to about an hour
     /// and a half. Only the result is held in memory.
     /// Errors: WhisperError of the kind loadAudioFailed, or cancelled.
-    virtual std::vector<float> loadAudioAsFloatArray(const std::filesystem::path& path, const AudioInputConfig& config,
-                                                     const Logging& logging, std::stop_token stop) const;
+    virtual LoadedAudio loadAudio(const std::filesystem::path& path, const AudioInputConfig& config,
+                                  const Logging& logging, std::stop_token stop) const;
+    /// The samples alone.
+    std::vector<float> loadAudioAsFloatArray(const std::filesystem::path& path, const AudioInputConfig& config,
+                                             const Logging& logging, std::stop_token stop) const;
 
     /// `toLength` samples from `startAt`, zeros after the end.
     /// Errors: WhisperError of the kind audioProcessingFailed for a start outside the array.
