@@ -56,6 +56,16 @@ TranscribeTask::TranscribeTask(const TaskComponents& components, SegmentDiscover
     : m_components(components), m_segmentDiscoveryCallback(std::move(segmentDiscoveryCallback)),
       m_progress(std::move(progress)) {}
 
+void TranscribeTask::resume(StoppedTranscription stopped) {
+    m_firstClip = stopped.checkpoint.clip;
+    m_firstSeek = stopped.checkpoint.seek;
+    m_windowId = stopped.checkpoint.windowId;
+    m_language = std::move(stopped.checkpoint.language);
+    m_previousTokens = std::move(stopped.checkpoint.previousTokens);
+    m_lastSpeechTimestamp = stopped.checkpoint.lastSpeechTimestamp;
+    m_segments = std::move(stopped.segments);
+}
+
 TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const DecodingOptions& options,
                                         const TranscriptionCallback& callback, std::stop_token stop) {
     if (audioArray.empty())
@@ -66,7 +76,8 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
     m_options = options;
     m_callback = callback;
     m_stop = std::move(stop);
-    m_previousTokens = options.promptTokens.value_or(std::vector<int>());
+    if (!m_firstSeek)
+        m_previousTokens = options.promptTokens.value_or(std::vector<int>());
     if (!decoder.isModelMultilingual())
         m_language = defaultLanguageCode;
     else if (options.language)
@@ -87,8 +98,10 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
     logging.debug("Decoding seek clips: " + joined(clips, [](const auto& clip) {
                       return "(" + std::to_string(clip.first) + ", " + std::to_string(clip.second) + ")";
                   }));
-    for (const auto& [begin, end] : clips)
-        transcribeClip(begin, end);
+    for (std::size_t clip = m_firstClip; clip < clips.size(); ++clip) {
+        const auto [begin, end] = clips[clip];
+        transcribeClip(clip, begin, end, clip == m_firstClip ? m_firstSeek.value_or(begin) : begin);
+    }
     if (m_progress)
         m_progress(1);
 
@@ -103,10 +116,9 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
             .seekTime = std::nullopt};
 }
 
-void TranscribeTask::transcribeClip(int begin, int end) {
+void TranscribeTask::transcribeClip(std::size_t clip, int begin, int end, int seek) {
     const auto windowSamples = m_components.featureExtractor.windowSamples();
     const int shortestRest = static_cast<int>(m_options.windowClipTime * sampleRate);
-    int seek = begin;
     // What is left after a window is mostly padding when it is shorter than the clip time, and would only invite
     // invented words; a clip that is short from the start is decoded all the same.
     const auto isLeft = [&] { return seek < end && (seek == begin || end - seek > shortestRest); };
@@ -121,11 +133,24 @@ void TranscribeTask::transcribeClip(int begin, int end) {
             m_language = detectLanguage(embeddings).language;
         const DecodingResult result = decodeWithFallback(embeddings);
         ++m_timings.totalDecodingWindows;
+        const std::size_t segmentsBefore = m_segments.size();
         seek = std::max(seek + 1, takeSegments(result, seek, length));
         ++m_windowId;
+        tellCheckpoint(clip, seek, segmentsBefore);
         if (m_progress)
             m_progress(std::min(1.0, static_cast<double>(seek) / static_cast<double>(m_audio.size())));
     }
+}
+
+void TranscribeTask::tellCheckpoint(std::size_t clip, int seek, std::size_t segmentsBefore) const {
+    if (m_checkpointCallback)
+        m_checkpointCallback({.clip = clip,
+                              .seek = seek,
+                              .windowId = m_windowId,
+                              .language = m_language,
+                              .previousTokens = m_previousTokens,
+                              .lastSpeechTimestamp = m_lastSpeechTimestamp},
+                             std::span(m_segments).subspan(segmentsBefore));
 }
 
 AudioEmbeddings TranscribeTask::encode(int seek, int length) {

@@ -3,12 +3,15 @@
 #include "WhisperEngine/DecodingOptions.h"
 #include "WhisperEngine/Logging.h"
 #include "WhisperEngine/TextDecoder/TextDecoder.h"
+#include "WhisperEngine/TranscriptionCheckpoint.h"
 #include "WhisperEngine/TranscriptionResult.h"
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stop_token>
+#include <utility>
 #include <vector>
 
 namespace fenlo {
@@ -48,6 +51,10 @@ public:
     TranscribeTask(const TaskComponents& components, SegmentDiscoveryCallback segmentDiscoveryCallback,
                    std::function<void(double fraction)> progress);
 
+    /// Tells `callback` of every window, and goes on where an earlier task was stopped. Before run().
+    void keepCheckpoints(CheckpointCallback callback) { m_checkpointCallback = std::move(callback); }
+    void resume(StoppedTranscription stopped);
+
     /// `audioArray` at 16 kHz. Segment times count from its start.
     TranscriptionResult run(std::span<const float> audioArray, const DecodingOptions& options,
                             const TranscriptionCallback& callback, std::stop_token stop);
@@ -56,7 +63,9 @@ public:
     DecodingResult detectLanguage(std::span<const float> audioArray);
 
 private:
-    void transcribeClip(int begin, int end);
+    /// From `seek`, which is `begin` unless the clip was stopped within.
+    void transcribeClip(std::size_t clip, int begin, int end, int seek);
+    void tellCheckpoint(std::size_t clip, int seek, std::size_t segmentsBefore) const;
     AudioEmbeddings encode(int seek, int length);
     DecodingResult decodeWithFallback(const AudioEmbeddings& embeddings);
     std::optional<DecodingFallback> verdict(const DecodingResult& result) const;
@@ -69,6 +78,7 @@ private:
     const TaskComponents m_components;
     const SegmentDiscoveryCallback m_segmentDiscoveryCallback;
     const std::function<void(double)> m_progress;
+    CheckpointCallback m_checkpointCallback;
 
     std::span<const float> m_audio;
     DecodingOptions m_options;
@@ -81,6 +91,8 @@ private:
     std::vector<TranscriptionSegment> m_segments;
     float m_lastSpeechTimestamp = 0;
     int m_windowId = 0;
+    std::size_t m_firstClip = 0;
+    std::optional<int> m_firstSeek; // where a stopped task goes on
 };
 
 /// The texts of the segments, one after the other.

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <functional>
 #include <thread>
 #include <utility>
 
@@ -209,6 +210,10 @@ bool WhisperEngine::isModelMultilingual() const {
     return m_textDecoder && m_textDecoder->isModelMultilingual();
 }
 
+const WhisperTokenizer& WhisperEngine::tokenizer() const {
+    return components().tokenizer;
+}
+
 TaskComponents WhisperEngine::components() const {
     if (!m_featureExtractor || !m_audioEncoder || !m_textDecoder)
         throw WhisperError(WhisperError::Kind::modelsUnavailable, "Models are unavailable");
@@ -221,7 +226,7 @@ TaskComponents WhisperEngine::components() const {
 std::vector<TranscriptionResult> WhisperEngine::transcribe(const fs::path& audioPath,
                                                            const DecodingOptions& decodeOptions,
                                                            const TranscriptionCallbacks& callbacks,
-                                                           std::stop_token stop) const {
+                                                           std::stop_token stop, const StoppedParts& resume) const {
     const auto tell = [&](TranscriptionState state) {
         m_logging.debug(textOf(state));
         if (callbacks.state)
@@ -235,7 +240,7 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const fs::path& audio
     if (callbacks.damage)
         std::ranges::for_each(audio.damages, callbacks.damage);
     tell(TranscriptionState::transcribing);
-    auto results = transcribe(audio.samples, decodeOptions, callbacks, stop);
+    auto results = transcribe(audio.samples, decodeOptions, callbacks, stop, resume);
     if (!results.empty())
         results.front().timings.audioLoading = audioLoading;
     tell(TranscriptionState::finished);
@@ -245,12 +250,12 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const fs::path& audio
 std::vector<TranscriptionResult> WhisperEngine::transcribe(std::span<const float> audioArray,
                                                            const DecodingOptions& decodeOptions,
                                                            const TranscriptionCallbacks& callbacks,
-                                                           std::stop_token stop) const {
+                                                           std::stop_token stop, const StoppedParts& resume) const {
     const TaskComponents parts = components();
     const int windowSamples = parts.featureExtractor.windowSamples();
     if (decodeOptions.chunkingStrategy != ChunkingStrategy::vad ||
         audioArray.size() <= static_cast<std::size_t>(windowSamples))
-        return transcribe({audioArray}, {}, {decodeOptions}, callbacks, stop);
+        return transcribe({audioArray}, {}, {decodeOptions}, callbacks, stop, resume);
 
     const VADAudioChunker chunker(m_config.voiceActivityDetector);
     const auto chunks = chunker.chunkAll(audioArray, windowSamples, decodeOptions, m_logging);
@@ -263,7 +268,7 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(std::span<const float
     }
     DecodingOptions ofChunks = decodeOptions;
     ofChunks.clipTimestamps.clear(); // the chunks lie within the clips
-    return transcribe(arrays, offsets, std::vector(arrays.size(), ofChunks), callbacks, stop);
+    return transcribe(arrays, offsets, std::vector(arrays.size(), ofChunks), callbacks, stop, resume);
 }
 
 std::vector<std::vector<TranscriptionResult>> WhisperEngine::transcribe(const std::vector<fs::path>& audioPaths,
@@ -279,7 +284,7 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const std::vector<std
                                                            const std::vector<int>& seekOffsetIndexes,
                                                            const std::vector<DecodingOptions>& decodeOptions,
                                                            const TranscriptionCallbacks& callbacks,
-                                                           std::stop_token stop) const {
+                                                           std::stop_token stop, const StoppedParts& resume) const {
     if (!seekOffsetIndexes.empty() && seekOffsetIndexes.size() != audioArrays.size())
         throw WhisperError(WhisperError::Kind::transcriptionFailed,
                            "The number of audio arrays and seek offset indexes must be balanced.");
@@ -319,6 +324,10 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const std::vector<std
                 callbacks.segmentDiscovery(found.segments);
             };
         TranscribeTask task(parts, std::move(discovery), [&, i](double fraction) { onFraction(i, fraction); });
+        if (callbacks.checkpoint)
+            task.keepCheckpoints(std::bind_front(callbacks.checkpoint, i));
+        if (const auto stopped = resume.find(i); stopped != resume.end())
+            task.resume(stopped->second);
         results[i] = task.run(audioArrays[i], decodeOptions[i], callbacks.progress, stop);
         results[i].timings.modelLoading = m_timings.modelLoading;
         if (!seekOffsetIndexes.empty())

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <span>
 #include <stop_token>
@@ -33,7 +34,13 @@ struct TranscriptionCallbacks {
     std::function<void(double fraction)> fraction; // of the audio, over all of its parts
     /// Each stretch of a file that could not be read, in order, on the calling thread before the state "Transcribing".
     std::function<void(const AudioDamage&)> damage;
+    /// After each window of the part with this index; parts are the arrays that the audio was cut into.
+    std::function<void(std::size_t part, const TranscriptionCheckpoint&, std::span<const TranscriptionSegment>)>
+        checkpoint;
 };
+
+/// What checkpoints have told of a transcription that was stopped, by the index of the part.
+using StoppedParts = std::map<std::size_t, StoppedTranscription>;
 
 /// A Whisper model on this machine's processor: finds it, downloads it, compiles it, loads it, and turns audio into
 /// timed segments.
@@ -48,13 +55,16 @@ public:
                                                  std::stop_token stop);
     ~WhisperEngine();
 
-    /// Any audio file that libsndfile or an installed ffmpeg program reads.
+    /// Any audio file that libsndfile or an installed ffmpeg program reads. With `resume` it goes on from there: the
+    /// same audio, options and model then give the same result as if it had never been stopped.
     std::vector<TranscriptionResult> transcribe(const std::filesystem::path& audioPath,
                                                 const DecodingOptions& decodeOptions,
-                                                const TranscriptionCallbacks& callbacks, std::stop_token stop) const;
+                                                const TranscriptionCallbacks& callbacks, std::stop_token stop,
+                                                const StoppedParts& resume = {}) const;
     /// Samples at 16 kHz. One result for each part that the audio was cut into, in order.
     std::vector<TranscriptionResult> transcribe(std::span<const float> audioArray, const DecodingOptions& decodeOptions,
-                                                const TranscriptionCallbacks& callbacks, std::stop_token stop) const;
+                                                const TranscriptionCallbacks& callbacks, std::stop_token stop,
+                                                const StoppedParts& resume = {}) const;
 
     /// Several files, one list of results each; the first failure is thrown when all have ended.
     std::vector<std::vector<TranscriptionResult>> transcribe(const std::vector<std::filesystem::path>& audioPaths,
@@ -65,7 +75,8 @@ public:
     std::vector<TranscriptionResult> transcribe(const std::vector<std::span<const float>>& audioArrays,
                                                 const std::vector<int>& seekOffsetIndexes,
                                                 const std::vector<DecodingOptions>& decodeOptions,
-                                                const TranscriptionCallbacks& callbacks, std::stop_token stop) const;
+                                                const TranscriptionCallbacks& callbacks, std::stop_token stop,
+                                                const StoppedParts& resume = {}) const;
 
     /// The language at the beginning of a file, with the probability of every language.
     DecodingResult detectLanguage(const std::filesystem::path& audioPath, std::stop_token stop) const;
@@ -78,6 +89,8 @@ public:
     const std::filesystem::path& modelFolder() const { return m_modelFolder; }
     const std::string& modelVariant() const { return m_modelVariant; }
     bool isModelMultilingual() const;
+    /// Of the loaded models. Throws WhisperError when there are none.
+    const WhisperTokenizer& tokenizer() const;
     /// What the loads took; the stages of a transcription are in its result.
     const TranscriptionTimings& currentTimings() const { return m_timings; }
 

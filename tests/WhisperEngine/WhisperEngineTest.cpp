@@ -1,3 +1,4 @@
+#include "WhisperEngine/Output/TranscriptWriter.h"
 #include "WhisperEngine/WhisperEngine.h"
 #include "WhisperEngine/WhisperError.h"
 #include "base/Clock.h"
@@ -174,4 +175,42 @@ TEST_F(WhisperEngineTest, AStopRequestEndsATranscription) {
         return true;
     };
     EXPECT_EQ(errorOf([&] { engine->transcribe(clip, options, callbacks, stop.get_token()); }), "cancelled");
+}
+
+TEST_F(WhisperEngineTest, AStoppedTranscriptionGoesOnToTheSameResult) {
+    const auto engine = make();
+    std::vector<float> audio = longAudio();
+    const std::vector<float> once = audio;
+    audio.insert(audio.end(), once.begin(), once.end());
+    options.wordTimestamps = true;
+    options.promptTokens = {};
+    options.seed = 1;
+    options.concurrentWorkerCount = 1;
+    for (const auto strategy : {ChunkingStrategy::none, ChunkingStrategy::vad}) {
+        options.chunkingStrategy = strategy;
+        const auto document = [](const auto& results) { return writeTranscript(results, TranscriptFormat::json); };
+        const std::string whole = document(engine->transcribe(audio, options, {}, {}));
+        EXPECT_THAT(whole, HasSubstr("riverbank"));
+
+        StoppedParts stopped;
+        std::string resumed;
+        int stops = 0;
+        for (; resumed.empty(); ++stops) {
+            std::stop_source stop;
+            TranscriptionCallbacks callbacks;
+            callbacks.checkpoint = [&](std::size_t part, const auto& checkpoint, auto segments) {
+                stopped[part].checkpoint = checkpoint;
+                auto& all = stopped[part].segments;
+                all.insert(all.end(), segments.begin(), segments.end());
+                stop.request_stop();
+            };
+            try {
+                resumed = document(engine->transcribe(audio, options, callbacks, stop.get_token(), stopped));
+            } catch (const WhisperError& error) {
+                ASSERT_EQ(error.kind, WhisperError::Kind::cancelled);
+            }
+        }
+        EXPECT_GE(stops, 3);
+        EXPECT_EQ(resumed, whole);
+    }
 }
