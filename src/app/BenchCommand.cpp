@@ -3,6 +3,7 @@
 #include "WhisperEngine/network/ModelFiles.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 #include "app/LocalEngine.h"
+#include "app/StandardOutput.h"
 #include "app/TerminationSignals.h"
 #include "base/Clock.h"
 #include "platform/linux/net/CurlHttpClient.h"
@@ -58,7 +59,7 @@ void decode(const TextDecoderModel& decoder, const AudioEmbeddings& embeddings, 
     const auto scratch = decoder.makeScratch();
     for (std::size_t step = 0; step < std::min<std::size_t>(decoderSteps, positions); ++step) {
         if (stop.stop_requested())
-            throw std::runtime_error("interrupted");
+            throw Interrupted();
         mask[step] = 0;
         update[step] = 1;
         decoder.predict({.input_ids = static_cast<int>(1000 + step),
@@ -110,7 +111,7 @@ int runBench(const BenchOptions& options) {
     const auto measure = [&](const char* name, const std::function<void()>& work) {
         stages.push_back({name, fastest(clock, runs, [&] {
                               if (stop.stop_requested())
-                                  throw std::runtime_error("interrupted");
+                                  throw Interrupted();
                               work();
                           })});
     };
@@ -124,13 +125,13 @@ int runBench(const BenchOptions& options) {
         nlohmann::ordered_json result{{"model", folder.filename().string()}, {"threads", pool.size()}};
         for (const Stage& stage : stages)
             result["seconds"][stage.name] = stage.seconds;
-        std::printf("%s\n", result.dump(2).c_str());
+        print(result.dump(2) + "\n");
         return exitStatus::ok;
     }
-    std::printf("%s, %d threads, %s\n", folder.filename().c_str(), pool.size(),
+    printFormatted("%s, %d threads, %s\n", folder.filename().c_str(), pool.size(),
                 options.float32 ? "32-bit floats" : "the fastest precision");
     for (const Stage& stage : stages)
-        std::printf("  %-34s %10.2f ms\n", stage.name, stage.seconds * 1000);
+        printFormatted("  %-34s %10.2f ms\n", stage.name, stage.seconds * 1000);
     return exitStatus::ok;
 }
 

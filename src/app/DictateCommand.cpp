@@ -1,4 +1,5 @@
 #include "app/Commands.h"
+#include "app/StandardOutput.h"
 
 #include "app/TakeServices.h"
 #include "app/TerminationSignals.h"
@@ -74,7 +75,7 @@ nlohmann::ordered_json describe(const TakeOutcome& result) {
     return nullptr;
 }
 
-int print(const TakeOutcome& result, const Take& take, const DictateOptions& options) {
+int tell(const TakeOutcome& result, const Take& take, const DictateOptions& options) {
     nlohmann::ordered_json told = describe(result);
     if (!told.is_object()) {
         if (!std::holds_alternative<outcome::Empty>(result))
@@ -85,9 +86,9 @@ int print(const TakeOutcome& result, const Take& take, const DictateOptions& opt
     if (options.json) {
         told["duration"] = take.duration;
         told["speechRatio"] = take.speechRatio;
-        std::printf("%s\n", told.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+        print(told.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
     } else {
-        std::printf("%s\n", told.at("text").get_ref<const std::string&>().c_str());
+        print(told.at("text").get_ref<const std::string&>() + "\n");
     }
     return exitStatus::ok;
 }
@@ -119,7 +120,10 @@ int runDictate(const DictateOptions& options) {
         return TakeSituation{
             .isCommandMode = options.isCommand, .context = contextOf(options), .lastText = {}, .secondsSincePaste = {}};
     };
-    return print(TakePipeline(config, services.steps()).run(take, listener, interruption.get_token()), take, options);
+    const TakeOutcome result = TakePipeline(config, services.steps()).run(take, listener, interruption.get_token());
+    if (interruption.stop_requested())
+        throw Interrupted();
+    return tell(result, take, options);
 }
 
 } // namespace fenlo

@@ -1,5 +1,6 @@
 #include "app/Commands.h"
 #include "app/Diagnosis.h"
+#include "app/StandardOutput.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -23,9 +24,9 @@ const char* mark(Diagnosis::State state) {
 
 void printForPeople(const std::vector<Diagnosis>& findings) {
     for (const Diagnosis& found : findings) {
-        std::printf("%-8s %-16s %s\n", mark(found.state), found.subject.c_str(), found.finding.c_str());
+        printFormatted("%-8s %-16s %s\n", mark(found.state), found.subject.c_str(), found.finding.c_str());
         if (!found.remedy.empty())
-            std::printf("%-8s %-16s → %s\n", "", "", found.remedy.c_str());
+            printFormatted("%-8s %-16s → %s\n", "", "", found.remedy.c_str());
     }
 }
 
@@ -36,7 +37,7 @@ void printForPrograms(const std::vector<Diagnosis>& findings) {
                         {"state", mark(found.state)},
                         {"finding", found.finding},
                         {"remedy", found.remedy}});
-    std::printf("%s\n", list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    print(list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "app/Commands.h"
 #include "app/ServiceKeys.h"
+#include "app/StandardOutput.h"
 
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "settings/ApiKey.h"
@@ -80,10 +81,10 @@ int runKeysList(bool json) {
         isSilent = isSilent || found == KeyPlace::keyringSilent;
         list.push_back({{"name", service.name}, {"place", place}, {"variable", service.variable}});
         if (!json)
-            std::printf("%-9s %-12s %s\n", service.name, place, service.purpose);
+            printFormatted("%-9s %-12s %s\n", service.name, place, service.purpose);
     }
     if (json)
-        std::printf("%s\n", list.dump(2).c_str());
+        print(list.dump(2) + "\n");
     if (isSilent)
         std::fputs("fenlo: no keyring answers; install and unlock gnome-keyring or KWallet\n", stderr);
     return exitStatus::ok;

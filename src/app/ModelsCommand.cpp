@@ -7,6 +7,7 @@
 #include "WhisperEngine/WhisperError.h"
 #include "app/LocalEngine.h"
 #include "app/Progress.h"
+#include "app/StandardOutput.h"
 #include "app/TerminationSignals.h"
 #include "base/Clock.h"
 #include "platform/linux/net/CurlHttpClient.h"
@@ -90,18 +91,18 @@ int runModelsList(bool json) {
                             {"demonstration", isBundled(model.name)}});
         for (const std::string& name : available)
             list.push_back({{"name", name}, {"installed", false}, {"demonstration", isBundled(name)}});
-        std::printf("%s\n", list.dump(2).c_str());
+        print(list.dump(2) + "\n");
         return exitStatus::ok;
     }
-    std::printf("Installed in %s:\n", modelsDirectory().c_str());
+    printFormatted("Installed in %s:\n", modelsDirectory().c_str());
     for (const LocalModel& model : installed)
-        std::printf("  %-44s %8s  %s%s%s\n", model.name.c_str(), sizeOf(model.bytes).c_str(), stateOf(model),
+        printFormatted("  %-44s %8s  %s%s%s\n", model.name.c_str(), sizeOf(model.bytes).c_str(), stateOf(model),
                     isBundled(model.name) ? "; " : "", isBundled(model.name) ? bundledNote : "");
     if (installed.empty())
-        std::printf("  none\n");
-    std::printf("To install with `fenlo models download NAME`:\n");
+        print("  none\n");
+    print("To install with `fenlo models download NAME`:\n");
     for (const std::string& name : available)
-        std::printf("  %-44s %s\n", name.c_str(), isBundled(name) ? bundledNote : "");
+        printFormatted("  %-44s %s\n", name.c_str(), isBundled(name) ? bundledNote : "");
     return exitStatus::ok;
 }
 
@@ -123,13 +124,12 @@ int runModelsDownload(const std::string& name) {
     try {
         const auto engine = whisper::WhisperEngine::create(std::move(config), http, clock, interruption.get_token());
         progress.finish();
-        std::printf("%s\n", engine->modelFolder().c_str());
+        printFormatted("%s\n", engine->modelFolder().c_str());
     } catch (const whisper::WhisperError& error) {
         progress.finish();
         if (error.kind != whisper::WhisperError::Kind::cancelled)
             throw;
-        std::fprintf(stderr, "fenlo: interrupted; the same command goes on from here\n");
-        return exitStatus::failed;
+        throw Interrupted("interrupted; the same command goes on from here");
     }
     return exitStatus::ok;
 }
@@ -144,12 +144,12 @@ int runModelsRemove(const std::string& name) {
 
 int runModelsPath(const std::string& name) {
     if (name.empty()) {
-        std::printf("%s\n", modelsDirectory().c_str());
+        printFormatted("%s\n", modelsDirectory().c_str());
         return exitStatus::ok;
     }
     CurlHttpClient http;
     SystemClock clock;
-    std::printf("%s\n", installedModel(name, Deployment::load(), http, clock, {}).c_str());
+    printFormatted("%s\n", installedModel(name, Deployment::load(), http, clock, {}).c_str());
     return exitStatus::ok;
 }
 

@@ -6,6 +6,7 @@
 #include "WhisperEngine/WhisperError.h"
 #include "app/LocalEngine.h"
 #include "app/Progress.h"
+#include "app/StandardOutput.h"
 #include "app/TerminationSignals.h"
 #include "base/Clock.h"
 #include "base/Files.h"
@@ -58,8 +59,7 @@ std::unique_ptr<WhisperEngine> loadEngine(const TranscribeOptions& options, Http
 /// Written whole or not at all.
 void deliver(const std::string& document, const fs::path& recording, const TranscribeOptions& options) {
     if (options.outputDirectory.empty()) {
-        std::fwrite(document.data(), 1, document.size(), stdout);
-        std::fflush(stdout);
+        print(document);
         return;
     }
     const fs::path file = options.outputDirectory / (recording.stem().string() + "." + options.output);
@@ -114,8 +114,7 @@ int runTranscribe(const TranscribeOptions& options) {
         progress.finish();
         if (fault.kind != WhisperError::Kind::cancelled)
             throw;
-        std::fprintf(stderr, "fenlo: interrupted\n");
-        return exitStatus::failed;
+        throw Interrupted();
     }
     return status;
 }

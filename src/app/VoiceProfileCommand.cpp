@@ -1,4 +1,5 @@
 #include "app/Commands.h"
+#include "app/StandardOutput.h"
 
 #include "audio/ChunkWriter.h"
 #include "audio/voice/VoiceProfile.h"
@@ -25,16 +26,16 @@ int explain(const VoiceProfileError& error, const std::filesystem::path& recordi
 }
 
 void printForPeople(const VoiceProfileData& profile, const std::filesystem::path& file, bool isIsolationOn) {
-    std::printf("gender    %s (confidence %.2f)\n", profile.gender.c_str(), profile.genderConfidence);
-    std::printf("pitch     %.0f Hz (%.0f to %.0f Hz)\n", profile.pitchMedian, profile.pitchP10, profile.pitchP90);
-    std::printf("energy    %.3f (%.3f to %.3f)\n", static_cast<double>(profile.energyMedian),
+    printFormatted("gender    %s (confidence %.2f)\n", profile.gender.c_str(), profile.genderConfidence);
+    printFormatted("pitch     %.0f Hz (%.0f to %.0f Hz)\n", profile.pitchMedian, profile.pitchP10, profile.pitchP90);
+    printFormatted("energy    %.3f (%.3f to %.3f)\n", static_cast<double>(profile.energyMedian),
                 static_cast<double>(profile.energyP25), static_cast<double>(profile.energyP75));
-    std::printf("centroid  %.0f Hz (deviation %.0f Hz)\n", profile.centroidMedian, profile.centroidStd);
-    std::printf("Stored in %s\n", file.c_str());
+    printFormatted("centroid  %.0f Hz (deviation %.0f Hz)\n", profile.centroidMedian, profile.centroidStd);
+    printFormatted("Stored in %s\n", file.c_str());
     if (isIsolationOn)
-        std::printf("Voice isolation is on: other voices are cut from your takes from now on.\n");
+        print("Voice isolation is on: other voices are cut from your takes from now on.\n");
     else
-        std::printf("To have other voices cut from your takes, set \"voice_isolation\": true in %s\n",
+        printFormatted("To have other voices cut from your takes, set \"voice_isolation\": true in %s\n",
                     Config::defaultFile().c_str());
 }
 
@@ -42,7 +43,7 @@ void printForPrograms(const VoiceProfileData& profile, const std::filesystem::pa
     auto result = nlohmann::ordered_json::parse(encodeVoiceProfile(profile));
     result["file"] = file.string();
     result["voiceIsolation"] = isIsolationOn;
-    std::printf("%s\n", result.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+    print(result.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
 }
 
 } // namespace

@@ -1,22 +1,25 @@
 #include "Version.h"
 #include "app/Commands.h"
+#include "app/StandardOutput.h"
 
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <sstream>
 
-int main(int argc, char** argv) {
-    using namespace fenlo;
-    std::signal(SIGPIPE, SIG_IGN); // a peer that hangs up is an error of that connection, not the end of the program
+namespace fenlo {
 
+namespace {
+
+int runCommandLine(int argc, char** argv) {
     CLI::App cli("Fenlo: hold a key anywhere, speak, let go, and the words stand at the cursor.\n"
                  "Without a command it starts the desktop program.");
     cli.set_version_flag("--version", std::string("fenlo ") + version);
     cli.footer("Settings are in ~/.fenlo/config.json. Speech and text go to Groq with the key in GROQ_API_KEY;\n"
                "`fenlo keys list` tells of the other services.\n"
                "When something does not work, run `fenlo doctor`.\n"
-               "Exit status: 0 done, 1 failed, 2 wrong arguments, 3 no speech in the file.");
+               "Exit status: 0 done, 1 failed, 2 wrong arguments, 3 no speech in the file, 130 interrupted.");
     cli.require_subcommand(0, 1);
 
     DictateOptions dictate;
@@ -114,34 +117,52 @@ int main(int argc, char** argv) {
     try {
         cli.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return cli.exit(error) == 0 ? exitStatus::ok : exitStatus::usage;
+        std::ostringstream text; // of --help and --version; complaints go to standard error
+        if (cli.exit(error, text) != 0)
+            return exitStatus::usage;
+        print(text.str());
+        return exitStatus::ok;
     }
+    if (*dictateCommand)
+        return runDictate(dictate);
+    if (*transcribeCommand)
+        return runTranscribe(transcribe);
+    if (*modelsList)
+        return runModelsList(modelsJson);
+    if (*modelsDownload)
+        return runModelsDownload(modelName);
+    if (*modelsRemove)
+        return runModelsRemove(modelName);
+    if (*modelsPath)
+        return runModelsPath(modelName);
+    if (*keysList)
+        return runKeysList(keysJson);
+    if (*keysSet)
+        return runKeysSet(keyName);
+    if (*keysRemove)
+        return runKeysRemove(keyName);
+    if (*voiceProfileCommand)
+        return runVoiceProfile(voiceRecording, voiceProfileJson);
+    if (*benchCommand)
+        return runBench(bench);
+    if (*doctorCommand)
+        return runDoctor(doctorJson);
+    return runDesktopApp(argc, argv);
+}
+
+} // namespace
+
+} // namespace fenlo
+
+int main(int argc, char** argv) {
+    using namespace fenlo;
+    holdStandardStreams();
+    std::signal(SIGPIPE, SIG_IGN); // a peer that hangs up is an error of that connection, not the end of the program
     try {
-        if (*dictateCommand)
-            return runDictate(dictate);
-        if (*transcribeCommand)
-            return runTranscribe(transcribe);
-        if (*modelsList)
-            return runModelsList(modelsJson);
-        if (*modelsDownload)
-            return runModelsDownload(modelName);
-        if (*modelsRemove)
-            return runModelsRemove(modelName);
-        if (*modelsPath)
-            return runModelsPath(modelName);
-        if (*keysList)
-            return runKeysList(keysJson);
-        if (*keysSet)
-            return runKeysSet(keyName);
-        if (*keysRemove)
-            return runKeysRemove(keyName);
-        if (*voiceProfileCommand)
-            return runVoiceProfile(voiceRecording, voiceProfileJson);
-        if (*benchCommand)
-            return runBench(bench);
-        if (*doctorCommand)
-            return runDoctor(doctorJson);
-        return runDesktopApp(argc, argv);
+        return runCommandLine(argc, argv);
+    } catch (const Interrupted& interruption) {
+        std::fprintf(stderr, "fenlo: %s\n", interruption.what());
+        return exitStatus::interrupted;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "fenlo: %s\n", error.what());
         return exitStatus::failed;
