@@ -147,6 +147,71 @@ TEST(TranscriptWriter, AnyResultGivesWellFormedDocuments) {
     }
 }
 
+namespace {
+
+/// Words of a second each, from `start`.
+TranscriptionSegment spoken(float start, const std::vector<std::string>& words) {
+    auto result = segment(start, start + static_cast<float>(words.size()), "");
+    result.words.emplace();
+    for (const std::string& word : words) {
+        result.words->push_back({word, {}, start, start + 1, 1});
+        result.text += word;
+        start += 1;
+    }
+    return result;
+}
+
+std::string laidOut(std::vector<TranscriptionSegment> segments, TranscriptFormat format, SubtitleLayout layout) {
+    TranscriptionResult result;
+    result.segments = std::move(segments);
+    return writeTranscript({&result, 1}, format, layout);
+}
+
+} // namespace
+
+TEST(SubtitleLayout, BreaksLinesAtWords) {
+    const std::vector segments{spoken(0, {" One", " two", " three", " extraordinarily."}), spoken(4, {" Five."})};
+    EXPECT_EQ(laidOut(segments, TranscriptFormat::srt, {.maxLineWidth = 9}),
+              "1\n00:00:00,000 --> 00:00:04,000\nOne two\nthree\nextraordinarily.\n\n"
+              "2\n00:00:04,000 --> 00:00:05,000\nFive.\n\n");
+    EXPECT_EQ(laidOut(segments, TranscriptFormat::srt, {.maxLineWidth = 9, .maxLineCount = 2}),
+              "1\n00:00:00,000 --> 00:00:03,000\nOne two\nthree\n\n"
+              "2\n00:00:03,000 --> 00:00:05,000\nextraordinarily.\nFive.\n\n")
+        << "with a limit of lines a cue may hold words of two segments";
+    EXPECT_EQ(
+        laidOut({spoken(0, {" a"}), spoken(9, {" b"})}, TranscriptFormat::srt, {.maxLineWidth = 9, .maxLineCount = 2}),
+        "1\n00:00:00,000 --> 00:00:01,000\na\n\n2\n00:00:09,000 --> 00:00:10,000\nb\n\n")
+        << "no cue stands on through a long pause";
+    EXPECT_EQ(laidOut({spoken(0, {" a", " b"})}, TranscriptFormat::vtt, {.maxLineWidth = 1}),
+              "WEBVTT\n\n00:00:00.000 --> 00:00:02.000\na\n<00:00:01.000>b\n\n");
+    EXPECT_EQ(laidOut({segment(0, 4, " four words without times")}, TranscriptFormat::srt,
+                      {.maxLineWidth = 10, .maxLineCount = 1}),
+              "1\n00:00:00,000 --> 00:00:01,833\nfour words\n\n2\n00:00:01,833 --> 00:00:03,166\nwithout\n\n"
+              "3\n00:00:03,166 --> 00:00:04,000\ntimes\n\n");
+}
+
+TEST(SubtitleLayout, UnderlinesTheWordThatIsSpoken) {
+    auto said = spoken(1, {" <a>", " b."});
+    said.words->at(1).start = 2.5f;
+    EXPECT_EQ(laidOut({said}, TranscriptFormat::srt, {.highlightWords = true}),
+              "1\n00:00:01,000 --> 00:00:02,000\n<u><a></u> b.\n\n"
+              "2\n00:00:02,000 --> 00:00:02,500\n<a> b.\n\n"
+              "3\n00:00:02,500 --> 00:00:03,000\n<a> <u>b.</u>\n\n");
+    EXPECT_THAT(laidOut({said}, TranscriptFormat::vtt, {.highlightWords = true}), HasSubstr("\n<u>&lt;a&gt;</u> b.\n"));
+    EXPECT_EQ(laidOut({segment(0, 1, " no times")}, TranscriptFormat::srt, {.highlightWords = true}),
+              "1\n00:00:00,000 --> 00:00:01,000\nno times\n\n");
+}
+
+TEST(SubtitleLayout, CuesDoNotOverlap) {
+    EXPECT_EQ(laidOut({segment(0, 5, "a"), segment(4, 6, "b")}, TranscriptFormat::srt, {}),
+              "1\n00:00:00,000 --> 00:00:04,000\na\n\n2\n00:00:04,000 --> 00:00:06,000\nb\n\n");
+    auto instant = spoken(1, {" a", " b"});
+    instant.words->at(0).end = 1;
+    instant.words->at(1).start = 1;
+    EXPECT_THAT(laidOut({instant}, TranscriptFormat::srt, {.highlightWords = true}),
+                HasSubstr("00:00:01,000 --> 00:00:01,001\n<u>a</u> b\n\n2\n00:00:01,001 --> 00:00:03,000\n"));
+}
+
 TEST(TranscriptWriter, FormatsByName) {
     EXPECT_EQ(transcriptFormat("vtt"), TranscriptFormat::vtt);
     EXPECT_EQ(transcriptFormat("docx"), std::nullopt);
