@@ -16,9 +16,9 @@ struct TranscriptionCheckpoint {
     std::size_t clip = 0; // the index of the seek clip
     int seek = 0;         // samples from the start of the array, where the next window begins
     int windowId = 0;
-    std::string language;             // a code; empty until it is known
-    std::vector<int> previousTokens;  // of the text before, which the next window may be conditioned on
-    float lastSpeechTimestamp = 0;    // seconds, the end of the last word
+    std::string language;            // a code; empty until it is known
+    std::vector<int> previousTokens; // of the text before, which the next window may be conditioned on
+    float lastSpeechTimestamp = 0;   // seconds, the end of the last word
 };
 
 /// A walk that was stopped. A task that is given it, with the same audio, options and model, goes on to the same result

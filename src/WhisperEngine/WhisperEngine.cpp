@@ -329,6 +329,8 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const std::vector<std
         if (const auto stopped = resume.find(i); stopped != resume.end())
             task.resume(stopped->second);
         results[i] = task.run(audioArrays[i], decodeOptions[i], callbacks.progress, stop);
+        if (callbacks.finished)
+            callbacks.finished(i);
         results[i].timings.modelLoading = m_timings.modelLoading;
         if (!seekOffsetIndexes.empty())
             shift(results[i], offsetOf(i));

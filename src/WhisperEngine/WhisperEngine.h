@@ -37,6 +37,8 @@ struct TranscriptionCallbacks {
     /// After each window of the part with this index; parts are the arrays that the audio was cut into.
     std::function<void(std::size_t part, const TranscriptionCheckpoint&, std::span<const TranscriptionSegment>)>
         checkpoint;
+    /// After the last window of a part.
+    std::function<void(std::size_t part)> finished;
 };
 
 /// What checkpoints have told of a transcription that was stopped, by the index of the part.

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// The doors of the program. Each returns the exit status of the process, and throws what its status is `failed` or
-/// `interrupted` for.
+/// The doors of the program. Each returns the exit status of the process; what it throws ends in a line on standard
+/// error and `failed`, `usage` or `interrupted`.
 namespace fenlo {
 
 namespace exitStatus {
@@ -17,6 +17,11 @@ inline constexpr int noSpeech = 3;      // the file holds no speech
 inline constexpr int damaged = 4;       // a recording is damaged or cut; what can be read of it was transcribed
 inline constexpr int interrupted = 130; // by Control-C or another signal, as a shell tells it
 } // namespace exitStatus
+
+/// Arguments that contradict each other or that the machine cannot follow. what() is one line with the remedy.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 /// The user ends a command by a signal. what() is the line on standard error.
 struct Interrupted : std::runtime_error {
@@ -31,20 +36,6 @@ struct DictateOptions {
     bool json = false;
 };
 
-struct TranscribeOptions {
-    std::vector<std::filesystem::path> files;
-    std::string model;                     // empty for the offline model
-    std::string language = "auto";         // a code, a name, or "auto"
-    std::string task = "transcribe";       // or "translate"
-    std::string output = "txt";            // txt, srt, vtt, tsv, json
-    std::filesystem::path outputDirectory; // empty for standard output
-    bool wordTimestamps = false;
-    bool vad = false;
-    bool float32 = false;
-    int threads = 0;   // 0 for one a core
-    unsigned seed = 0; // of what is drawn when a window is decoded again
-};
-
 struct BenchOptions {
     std::string model; // empty for the offline model
     int threads = 0;
@@ -57,9 +48,6 @@ int runDesktopApp(int argc, char** argv);
 
 /// The whole road of a take on an audio file; the text goes to standard output.
 int runDictate(const DictateOptions& options);
-
-/// The words of audio files, by the engine on this machine, with the times of their segments.
-int runTranscribe(const TranscribeOptions& options);
 
 /// What models there are, on this machine and to download.
 int runModelsList(bool json);

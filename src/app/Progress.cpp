@@ -77,6 +77,12 @@ void Progress::finish() {
     erase();
 }
 
+void Progress::aside(const std::function<void()>& write) {
+    const std::lock_guard lock(m_mutex);
+    erase();
+    write();
+}
+
 void Progress::begin(const std::string& label) {
     if (std::exchange(m_state.label, label) == label)
         return;

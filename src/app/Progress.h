@@ -2,6 +2,7 @@
 
 #include "app/ProgressLine.h"
 
+#include <functional>
 #include <limits>
 #include <mutex>
 #include <string>
@@ -21,6 +22,8 @@ class Clock;
 /// Errors:  none; what cannot be written is lost.
 class Progress {
 public:
+    static constexpr int nowhere = -1; // a descriptor: nothing is told
+
     explicit Progress(Clock& clock, int descriptor = STDERR_FILENO);
     ~Progress();
     Progress(const Progress&) = delete;
@@ -34,6 +37,8 @@ public:
 
     /// Erases the line, so that others can write to the terminal. The next step draws it again.
     void finish();
+    /// Erases the line and writes something else, such as a line of a result, while no step is drawn in between.
+    void aside(const std::function<void()>& write);
 
 private:
     void begin(const std::string& label);

@@ -5,7 +5,8 @@
 
 namespace fenlo {
 
-/// Standard output does not take what is written: the disk is full, or the reader of a pipe has gone. what() is one line.
+/// Standard output does not take what is written: the disk is full, or the reader of a pipe has gone. what() is one
+/// line.
 struct OutputError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -1,11 +1,13 @@
 #include "Version.h"
 #include "app/Commands.h"
 #include "app/StandardOutput.h"
+#include "app/transcribe/TranscribeCommand.h"
 
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <functional>
 #include <sstream>
 
 namespace fenlo {
@@ -19,7 +21,8 @@ int runCommandLine(int argc, char** argv) {
     cli.footer("Settings are in ~/.fenlo/config.json. Speech and text go to Groq with the key in GROQ_API_KEY;\n"
                "`fenlo keys list` tells of the other services.\n"
                "When something does not work, run `fenlo doctor`.\n"
-               "Exit status: 0 done, 1 failed, 2 wrong arguments, 3 no speech in the file, 130 interrupted.");
+               "Exit status: 0 done, 1 failed, 2 wrong arguments, 3 no speech in the file,\n"
+               "4 a damaged file, 130 interrupted.");
     cli.require_subcommand(0, 1);
 
     DictateOptions dictate;
@@ -33,33 +36,9 @@ int runCommandLine(int argc, char** argv) {
     dictateCommand->add_option("--selection", dictate.selection, "the selected text that the words are about");
     dictateCommand->add_flag("--json", dictate.json, "print a JSON object: kind, text, and how the take went");
 
-    TranscribeOptions transcribe;
-    CLI::App* transcribeCommand = cli.add_subcommand(
-        "transcribe", "Turn audio files into text or subtitles with the engine on this machine, without a network");
-    transcribeCommand
-        ->add_option("FILE", transcribe.files, "recordings: WAV, FLAC, Ogg, MP3; others with ffmpeg installed")
-        ->required();
+    const std::function<int()> runTranscribe = addTranscribeCommand(cli);
+    const CLI::App* transcribeCommand = cli.get_subcommand("transcribe");
     const std::string modelHelp = "a model's name or a part of it, or the path of a model's folder";
-    transcribeCommand->add_option("--model", transcribe.model, modelHelp);
-    transcribeCommand->add_option("--language", transcribe.language, "a code or name, such as \"de\" or \"german\"")
-        ->capture_default_str();
-    transcribeCommand->add_option("--task", transcribe.task, "transcribe, or translate into English")
-        ->check(CLI::IsMember({"transcribe", "translate"}))
-        ->capture_default_str();
-    transcribeCommand->add_option("--output", transcribe.output, "the form of the result")
-        ->check(CLI::IsMember({"txt", "srt", "vtt", "tsv", "json"}))
-        ->capture_default_str();
-    transcribeCommand->add_option("--output-dir", transcribe.outputDirectory,
-                                  "write a file for each recording here, instead of to standard output");
-    transcribeCommand->add_flag("--word-timestamps", transcribe.wordTimestamps, "find the time of every word");
-    transcribeCommand->add_flag("--vad", transcribe.vad,
-                                "cut long recordings at their silences, and work side by side");
-    transcribeCommand->add_option("--threads", transcribe.threads, "of the engine; by default one for each core")
-        ->check(CLI::Range(0, 1024));
-    transcribeCommand
-        ->add_option("--seed", transcribe.seed, "another seed draws other words where the engine is in doubt")
-        ->capture_default_str();
-    transcribeCommand->add_flag("--float32", transcribe.float32, "compute in 32-bit floats: slower, the reference");
 
     CLI::App* modelsCommand = cli.add_subcommand("models", "The models of the engine on this machine");
     modelsCommand->require_subcommand(1);
@@ -126,7 +105,7 @@ int runCommandLine(int argc, char** argv) {
     if (*dictateCommand)
         return runDictate(dictate);
     if (*transcribeCommand)
-        return runTranscribe(transcribe);
+        return runTranscribe();
     if (*modelsList)
         return runModelsList(modelsJson);
     if (*modelsDownload)
@@ -160,6 +139,9 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN); // a peer that hangs up is an error of that connection, not the end of the program
     try {
         return runCommandLine(argc, argv);
+    } catch (const UsageError& error) {
+        std::fprintf(stderr, "fenlo: %s\n", error.what());
+        return exitStatus::usage;
     } catch (const Interrupted& interruption) {
         std::fprintf(stderr, "fenlo: %s\n", interruption.what());
         return exitStatus::interrupted;

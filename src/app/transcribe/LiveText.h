@@ -1,0 +1,40 @@
+#pragma once
+
+#include "WhisperEngine/TranscriptionResult.h"
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <span>
+#include <string>
+
+namespace fenlo {
+
+/// Shows the text of a recording as it is found: a line for each segment, in the order of the recording, although its
+/// parts may be worked on side by side. All lines together are the recording's plain-text document.
+///
+/// Threads: any; one line is shown at a time.
+class LiveText {
+public:
+    explicit LiveText(std::function<void(const std::string& lines)> show);
+
+    void add(std::size_t part, std::span<const whisper::TranscriptionSegment> segments);
+    /// The part has no more segments, so that the next part's turn comes.
+    void finish(std::size_t part);
+
+private:
+    struct Part {
+        std::string waiting;
+        bool isFinished = false;
+    };
+
+    void showWhatIsDue();
+
+    const std::function<void(const std::string&)> m_show;
+    std::mutex m_mutex;
+    std::map<std::size_t, Part> m_parts;
+    std::size_t m_current = 0; // the part whose segments are shown at once
+};
+
+} // namespace fenlo

@@ -1,0 +1,212 @@
+#include "app/transcribe/PartialTranscript.h"
+
+#include "base/Clock.h"
+#include "base/Files.h"
+#include "base/Text.h"
+
+#include <array>
+#include <cmath>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <openssl/evp.h>
+#include <utility>
+#include <vector>
+
+namespace fenlo {
+
+namespace fs = std::filesystem;
+
+using whisper::StoppedTranscription;
+using whisper::TranscriptionCheckpoint;
+using whisper::TranscriptionSegment;
+using whisper::WordTiming;
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int formatVersion = 1;
+constexpr double writeInterval = 30; // seconds
+
+/// Texts are valid UTF-8 from here on; what the engine gives already is.
+Json textOf(const std::string& text) {
+    return text::repairUtf8(text);
+}
+
+/// JSON has no word for what is no number.
+Json numberOf(float value) {
+    return std::isfinite(value) ? Json(value) : Json();
+}
+
+float numberFrom(const Json& json) {
+    return json.is_null() ? std::nanf("") : json.get<float>();
+}
+
+Json jsonOf(const WordTiming& word) {
+    return {{"word", textOf(word.word)},
+            {"tokens", word.tokens},
+            {"start", numberOf(word.start)},
+            {"end", numberOf(word.end)},
+            {"probability", numberOf(word.probability)}};
+}
+
+WordTiming wordFrom(const Json& json) {
+    return {.word = json.at("word"),
+            .tokens = json.at("tokens"),
+            .start = numberFrom(json.at("start")),
+            .end = numberFrom(json.at("end")),
+            .probability = numberFrom(json.at("probability"))};
+}
+
+Json jsonOf(const TranscriptionSegment& segment) {
+    Json logProbs = Json::array();
+    for (const float logProb : segment.tokenLogProbs)
+        logProbs.push_back(numberOf(logProb));
+    Json json{{"id", segment.id},
+              {"seek", segment.seek},
+              {"start", numberOf(segment.start)},
+              {"end", numberOf(segment.end)},
+              {"text", textOf(segment.text)},
+              {"tokens", segment.tokens},
+              {"tokenLogProbs", std::move(logProbs)},
+              {"temperature", numberOf(segment.temperature)},
+              {"avgLogprob", numberOf(segment.avgLogprob)},
+              {"compressionRatio", numberOf(segment.compressionRatio)},
+              {"noSpeechProb", numberOf(segment.noSpeechProb)},
+              {"speechWithoutText", segment.speechWithoutText}};
+    if (segment.words) {
+        json["words"] = Json::array();
+        for (const WordTiming& word : *segment.words)
+            json["words"].push_back(jsonOf(word));
+    }
+    return json;
+}
+
+TranscriptionSegment segmentFrom(const Json& json) {
+    TranscriptionSegment segment{.id = json.at("id"),
+                                 .seek = json.at("seek"),
+                                 .start = numberFrom(json.at("start")),
+                                 .end = numberFrom(json.at("end")),
+                                 .text = json.at("text"),
+                                 .tokens = json.at("tokens"),
+                                 .tokenLogProbs = {},
+                                 .temperature = numberFrom(json.at("temperature")),
+                                 .avgLogprob = numberFrom(json.at("avgLogprob")),
+                                 .compressionRatio = numberFrom(json.at("compressionRatio")),
+                                 .noSpeechProb = numberFrom(json.at("noSpeechProb")),
+                                 .words = {},
+                                 .speechWithoutText = json.at("speechWithoutText")};
+    for (const Json& logProb : json.at("tokenLogProbs"))
+        segment.tokenLogProbs.push_back(numberFrom(logProb));
+    if (json.contains("words")) {
+        segment.words.emplace();
+        for (const Json& word : json.at("words"))
+            segment.words->push_back(wordFrom(word));
+    }
+    return segment;
+}
+
+Json jsonOf(std::size_t part, const StoppedTranscription& stopped) {
+    const TranscriptionCheckpoint& checkpoint = stopped.checkpoint;
+    Json segments = Json::array();
+    for (const TranscriptionSegment& segment : stopped.segments)
+        segments.push_back(jsonOf(segment));
+    return {{"part", part},
+            {"clip", checkpoint.clip},
+            {"seek", checkpoint.seek},
+            {"windowId", checkpoint.windowId},
+            {"language", checkpoint.language},
+            {"previousTokens", checkpoint.previousTokens},
+            {"lastSpeechTimestamp", numberOf(checkpoint.lastSpeechTimestamp)},
+            {"segments", std::move(segments)}};
+}
+
+StoppedTranscription stoppedFrom(const Json& json) {
+    StoppedTranscription stopped{.checkpoint = {.clip = json.at("clip"),
+                                                .seek = json.at("seek"),
+                                                .windowId = json.at("windowId"),
+                                                .language = json.at("language"),
+                                                .previousTokens = json.at("previousTokens"),
+                                                .lastSpeechTimestamp = numberFrom(json.at("lastSpeechTimestamp"))},
+                                 .segments = {}};
+    if (stopped.checkpoint.seek < 0)
+        throw std::out_of_range("seek");
+    for (const Json& segment : json.at("segments"))
+        stopped.segments.push_back(segmentFrom(segment));
+    return stopped;
+}
+
+} // namespace
+
+std::string encodePartial(const PartialTranscript& partial) {
+    Json parts = Json::array();
+    for (const auto& [part, stopped] : partial.parts)
+        parts.push_back(jsonOf(part, stopped));
+    const Json root{{"fenloPartialTranscript", formatVersion},
+                    {"recording", partial.identity.recording},
+                    {"options", textOf(partial.identity.options)},
+                    {"parts", std::move(parts)}};
+    return root.dump() + "\n";
+}
+
+std::optional<PartialTranscript> decodePartial(std::string_view json) {
+    try {
+        const Json root = Json::parse(json);
+        if (root.at("fenloPartialTranscript") != formatVersion)
+            return {};
+        PartialTranscript partial{.identity = {root.at("recording"), root.at("options")}, .parts = {}};
+        for (const Json& part : root.at("parts"))
+            partial.parts[part.at("part")] = stoppedFrom(part);
+        return partial;
+    } catch (const std::exception&) { // of the parser, of a type, of a range: it is none of ours
+        return {};
+    }
+}
+
+std::optional<std::string> hashOfFile(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    const std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> context(::EVP_MD_CTX_new(), ::EVP_MD_CTX_free);
+    if (!stream || !context || ::EVP_DigestInit_ex(context.get(), ::EVP_sha256(), nullptr) != 1)
+        return {};
+    std::vector<char> block(1 << 20);
+    while (stream.read(block.data(), static_cast<std::streamsize>(block.size())), stream.gcount() > 0)
+        ::EVP_DigestUpdate(context.get(), block.data(), static_cast<std::size_t>(stream.gcount()));
+    std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
+    unsigned size = 0;
+    if (stream.bad() || ::EVP_DigestFinal_ex(context.get(), hash.data(), &size) != 1)
+        return {};
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (unsigned i = 0; i < size; ++i)
+        text += {digits[hash[i] >> 4], digits[hash[i] & 15]};
+    return text;
+}
+
+PartialKeeper::PartialKeeper(fs::path file, PartialTranscript partial, Clock& clock)
+    : m_file(std::move(file)), m_clock(clock), m_partial(std::move(partial)), m_lastWrite(clock.now()) {}
+
+void PartialKeeper::add(std::size_t part, const TranscriptionCheckpoint& checkpoint,
+                        std::span<const TranscriptionSegment> segments) {
+    std::string due;
+    {
+        const std::lock_guard lock(m_mutex);
+        StoppedTranscription& stopped = m_partial.parts[part];
+        stopped.checkpoint = checkpoint;
+        stopped.segments.insert(stopped.segments.end(), segments.begin(), segments.end());
+        if (m_clock.now() - m_lastWrite >= writeInterval) {
+            m_lastWrite = m_clock.now();
+            due = encodePartial(m_partial);
+        }
+    }
+    if (!due.empty())
+        files::writeAtomically(m_file, due); // where it fails, save() tells
+}
+
+PartialKeeper::Saved PartialKeeper::save() {
+    const std::lock_guard lock(m_mutex);
+    if (m_partial.parts.empty())
+        return Saved::nothing;
+    return files::writeAtomically(m_file, encodePartial(m_partial)) ? Saved::written : Saved::failed;
+}
+
+} // namespace fenlo

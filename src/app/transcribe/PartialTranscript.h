@@ -1,0 +1,60 @@
+#pragma once
+
+#include "WhisperEngine/WhisperEngine.h"
+
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace fenlo {
+
+class Clock;
+
+/// What a stopped transcription can only be gone on with: the same recording, and the same model and options as far as
+/// they bear on the words and times.
+struct PartialIdentity {
+    std::string recording; // the hash of the file
+    std::string options;   // as text
+    bool operator==(const PartialIdentity&) const = default;
+};
+
+/// The content of a `.partial` file: all that the engine needs to go on, and the text so far for its reader.
+struct PartialTranscript {
+    PartialIdentity identity;
+    whisper::StoppedParts parts;
+};
+
+std::string encodePartial(const PartialTranscript& partial);
+/// Nothing for what is no such file.
+std::optional<PartialTranscript> decodePartial(std::string_view json);
+
+/// The hash of a file's content; nothing when it cannot be read.
+std::optional<std::string> hashOfFile(const std::filesystem::path& file);
+
+/// Collects what a running transcription has come to, and writes it down every half minute, so that a crash or a power
+/// cut costs no more than that, and when it is stopped.
+///
+/// Threads: add() on any, the rest on one when no task runs.
+class PartialKeeper {
+public:
+    /// `partial` is what to begin with: nothing, or what an earlier run has left.
+    PartialKeeper(std::filesystem::path file, PartialTranscript partial, Clock& clock);
+
+    void add(std::size_t part, const whisper::TranscriptionCheckpoint& checkpoint,
+             std::span<const whisper::TranscriptionSegment> segments);
+
+    enum class Saved { nothing, written, failed };
+    Saved save();
+
+private:
+    const std::filesystem::path m_file;
+    Clock& m_clock;
+    std::mutex m_mutex;
+    PartialTranscript m_partial;
+    double m_lastWrite;
+};
+
+} // namespace fenlo
