@@ -116,6 +116,7 @@ int runDesktopApp(int argc, char** argv) {
                               menuSources(recorder, services.statistics));
 
     SessionHooks sessionHooks;
+    sessionHooks.isScreenLocked = [&] { return workspace.isScreenLocked(); };
     sessionHooks.warmConnection = [&] { services.warmConnections(); };
     sessionHooks.recordDictation = [&](const std::string& text, double duration) {
         services.statistics.recordDictation(text, duration);

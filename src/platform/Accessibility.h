@@ -10,6 +10,7 @@ struct FocusedElement {
     std::optional<std::string> value; // its text; none when it has no text value
     std::string role;                 // "AXTextField", "AXTextArea", "AXComboBox", or another name
     std::string selectedText;
+    bool isTerminal = false; // a terminal emulator, perhaps inside an editor
 };
 
 /// The desktop's accessibility service.
@@ -24,7 +25,7 @@ public:
     virtual bool trusted() const = 0;
     /// Asks for what is missing and announces assistive technology, so that applications publish their controls.
     virtual void request() = 0;
-    /// Never takes longer than `limit` seconds.
+    /// Never takes longer than `limit` seconds. What the application does not tell in time is empty, the rest is there.
     virtual std::optional<FocusedElement> focusedElement(double limit) = 0;
 };
 

@@ -46,7 +46,8 @@ public:
     virtual void watchMouseDown(std::function<void(ScreenPoint)> handler) = 0;
 
     /// Posts one key with exactly these flags: with `down` the modifiers go down first, with `up` they go up last.
-    /// Letters are found through the current keyboard layout. Returns false when it cannot be posted.
+    /// Letters are found through the current keyboard layout; where it has none, the editing shortcuts become those
+    /// that do without letters. Returns false, and has posted nothing, when there is no key for it.
     virtual bool post(std::uint16_t keyCode, std::uint64_t flags, KeyDirection direction) = 0;
 
     /// Waits until the user holds no modifier any more, at most `limit` seconds; then lifts those still held, without

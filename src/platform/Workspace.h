@@ -16,7 +16,7 @@ struct FrontApplication {
     PasteChord paste = PasteChord::controlV;
 };
 
-/// The desktop session: the front application, other copies of this program, login, sleep.
+/// The desktop session: the front application, other copies of this program, login, sleep, the locked screen.
 ///
 /// Threads: main thread, callbacks too. No operation waits for another application.
 class Workspace {
@@ -34,6 +34,11 @@ public:
 
     /// Called before the machine sleeps.
     virtual void onWillSleep(std::function<void()> handler) = 0;
+
+    /// Whether keys would reach a lock screen. Known from some time after onScreenLocked() was given a handler on.
+    virtual bool isScreenLocked() const = 0;
+    /// Called when the screen locks, or is about to.
+    virtual void onScreenLocked(std::function<void()> handler) = 0;
 
     virtual void openUrl(const std::string& url) = 0;
 };

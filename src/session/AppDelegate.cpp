@@ -113,6 +113,7 @@ void AppDelegate::observeNotifications() {
         centre.observe(notification::inputDeviceChanged, [this](const auto&) { m_services.menuBar.refreshMenu(); }),
     };
     m_services.workspace.onWillSleep(m_lifetime.bind([this] { stopMeeting(); }));
+    m_services.workspace.onScreenLocked(m_lifetime.bind([this] { m_services.session.screenLocked(); }));
 }
 
 void AppDelegate::checkAccessibility() {

@@ -10,11 +10,11 @@
 #include "platform/KeyEvents.h"
 #include "platform/Pasteboard.h"
 #include "session/TextInserter.h"
-#include "text/VoiceCorrection.h"
 #include "settings/Config.h"
 #include "shell/MenuBarController.h"
 #include "shell/OverlayWindow.h"
 #include "shell/Sounds.h"
+#include "text/VoiceCorrection.h"
 
 #include <type_traits>
 
@@ -59,6 +59,10 @@ void DictationSession::hotkeyPressed() {
         log("[Fenlo] Meeting active — normal dictation blocked");
         return;
     }
+    if (m_hooks.isScreenLocked()) {
+        log("[Fenlo] Screen locked: nothing is recorded");
+        return;
+    }
     if (m_isProcessing)
         return;
     m_isCommandMode = false;
@@ -74,6 +78,13 @@ void DictationSession::hotkeyReleased() {
         return;
     if (!m_services.config.get().continuousMode && m_isRecording)
         endRecording();
+}
+
+void DictationSession::screenLocked() {
+    if (!m_isRecording)
+        return;
+    log("[Fenlo] Screen locked: the take ends here");
+    endRecording();
 }
 
 void DictationSession::beginRecording() {
@@ -143,7 +154,7 @@ void DictationSession::commandActivated() {
     m_services.overlay.showCommandMode();
     m_capturedContext = m_services.contextReader.read();
     const auto remembered = m_services.pasteboard.string(clipboardReadLimit);
-    m_services.inserter.copyKeystroke();
+    m_services.inserter.keys().copy();
     m_clipboardLook = m_services.mainQueue.postAfter(copyDelay, [this, remembered] { captureSelection(remembered); });
 }
 
@@ -226,7 +237,7 @@ void DictationSession::deliver(const TakeOutcome& result, double duration) {
     else if (const auto* answer = std::get_if<outcome::CommandAnswer>(&result))
         deliverCommandResult(*answer, duration);
     else if (const auto* command = std::get_if<outcome::CommandFailed>(&result))
-        deliverFailedCommand(command->rawText);
+        deliverFailedCommand(command->rawText, duration);
     else if (const auto* snippet = std::get_if<outcome::Snippet>(&result))
         deliverSnippet(snippet->expansion, duration);
     else if (!std::holds_alternative<outcome::Cancelled>(result)) // cancelling has hidden the pill already
@@ -236,8 +247,9 @@ void DictationSession::deliver(const TakeOutcome& result, double duration) {
 
 void DictationSession::finishDictation(const outcome::Dictation& dictation, double duration) {
     m_capturedContext.reset();
-    for (const std::string& action : dictation.actions)
-        perform(action);
+    if (!m_hooks.isScreenLocked())
+        for (const std::string& action : dictation.actions)
+            perform(action);
     if (!text::trimWhitespace(dictation.text).empty()) {
         m_services.inserter.insertText(dictation.text);
         m_lastText = dictation.text;
@@ -258,9 +270,9 @@ void DictationSession::finishDictation(const outcome::Dictation& dictation, doub
 
 void DictationSession::perform(const std::string& action) {
     if (action == "undo")
-        tap(m_services.keys, key::x, mask::command); // the settled key of this action
+        m_services.inserter.keys().command(key::x); // the settled key of this action
     else if (action == "select_all")
-        tap(m_services.keys, key::a, mask::command);
+        m_services.inserter.keys().command(key::a);
     else if (action == "copy_last" && !m_lastText.empty())
         m_services.inserter.copyToClipboard(m_lastText);
 }
@@ -268,7 +280,8 @@ void DictationSession::perform(const std::string& action) {
 void DictationSession::applyVoiceCorrection(const std::string& correction, double duration) {
     std::string newText = applyCorrection(m_lastText, correction);
     log("[Fenlo] Voice correction: '" + m_lastText + "' → '" + newText + "'");
-    for (std::size_t left = text::characterCount(m_lastText); left > 0; --left)
+    const bool isLocked = m_hooks.isScreenLocked();
+    for (std::size_t left = isLocked ? 0 : text::characterCount(m_lastText); left > 0; --left)
         tap(m_services.keys, key::arrowLeft, mask::shift);
     m_correctionPaste = m_services.mainQueue.postAfter(
         correctionDelay, [this, newText = std::move(newText), duration] { deliverCorrection(newText, duration); });
@@ -297,8 +310,11 @@ void DictationSession::deliverCommandResult(const outcome::CommandAnswer& result
     m_services.menuBar.refreshMenu();
 }
 
-void DictationSession::deliverFailedCommand(const std::string& rawText) {
+void DictationSession::deliverFailedCommand(const std::string& rawText, double duration) {
     m_services.inserter.insertText(rawText);
+    // Words that nobody saw arrive are at least in the history.
+    if (m_hooks.isScreenLocked())
+        record(rawText, duration);
     m_services.overlay.hide();
     playEndTones();
 }

@@ -43,6 +43,7 @@ struct SessionServices {
 /// What the session tells or asks of the rest of the program. Those that are not filled in are neutral.
 struct SessionHooks {
     std::function<bool()> isMeetingActive = [] { return false; };
+    std::function<bool()> isScreenLocked = [] { return false; };
     /// Opens the connection to the recogniser while the user still speaks.
     std::function<void()> warmConnection = [] {};
     std::function<void(const std::string& text, double duration)> recordDictation = [](auto&&...) {};
@@ -66,6 +67,8 @@ public:
     void chordDetected();
     /// The user gave up waiting. Stops no network call; the running take notices at its next look.
     void cancelProcessing();
+    /// Ends a take. What was said is recognised and kept, and nothing is pasted while the screen stays locked.
+    void screenLocked();
     /// The recorder heard nothing for a while.
     void silenceDetected();
 
@@ -85,7 +88,7 @@ private:
     void applyVoiceCorrection(const std::string& correction, double duration);
     void deliverCorrection(const std::string& newText, double duration);
     void deliverCommandResult(const outcome::CommandAnswer& answer, double duration);
-    void deliverFailedCommand(const std::string& rawText);
+    void deliverFailedCommand(const std::string& rawText, double duration);
     void deliverSnippet(const std::string& text, double duration);
     void finishDictation(const outcome::Dictation& dictation, double duration);
     void perform(const std::string& action);

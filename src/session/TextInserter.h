@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/MainQueue.h"
+#include "session/EditingKeys.h"
 
 #include <list>
 #include <string>
@@ -31,9 +32,9 @@ public:
     void insertText(const std::string& text);
     /// Leaves the text on the clipboard for good.
     void copyToClipboard(const std::string& text);
-    void pasteKeystroke();
-    /// Posts the copy keys of the front application.
-    void copyKeystroke();
+    /// The paste keys of whatever has the focus. False when none were posted.
+    bool pasteKeystroke();
+    EditingKeys& keys() { return m_keys; }
 
 private:
     struct Restore {
@@ -45,11 +46,11 @@ private:
     void putBack(const std::string& saved);
 
     Pasteboard& m_pasteboard;
-    KeyEvents& m_keys;
     Accessibility& m_accessibility;
     Workspace& m_workspace;
     Clock& m_clock;
     MainQueue& m_mainQueue;
+    EditingKeys m_keys;
     std::list<Restore> m_restores; // oldest first
 };
 

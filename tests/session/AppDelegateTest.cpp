@@ -141,6 +141,8 @@ TEST_F(Startup, NotificationsSteerTheHotkey) {
     EXPECT_FALSE(session.isRecording());
     keys.change(mask::shift, key::shiftLeft);
     EXPECT_TRUE(session.isRecording());
+    workspace.lockScreen();
+    EXPECT_FALSE(session.isRecording());
 }
 
 TEST_F(Startup, SleepAndQuitStopARunningMeetingOnly) {

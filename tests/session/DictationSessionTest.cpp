@@ -133,6 +133,45 @@ TEST_F(Session, AMeetingBlocksDictation) {
     EXPECT_EQ(face(), IconFace::idle);
 }
 
+TEST_F(Session, LockedScreenEndsTheTakeWhoseWordsAreKeptAndPastedNowhere) {
+    transcript = "Not for the lock screen";
+    session.hotkeyPressed();
+    speak(2.0);
+    workspace.isLocked = true;
+    session.screenLocked();
+    EXPECT_FALSE(session.isRecording());
+    session.hotkeyReleased();
+    finish();
+    EXPECT_EQ(records, std::vector<std::string>{transcript});
+    EXPECT_TRUE(pasted().empty() && keys.posted.empty());
+
+    const test::LogCapture logged;
+    session.hotkeyPressed();
+    EXPECT_FALSE(session.isRecording());
+    EXPECT_EQ(logged.lines(),
+              (std::vector<std::string>{"[Fenlo] Hotkey pressed", "[Fenlo] Screen locked: nothing is recorded"}));
+    workspace.isLocked = false;
+    take(1.0);
+    finish();
+    EXPECT_EQ(pasted(), std::vector<std::string>{transcript});
+}
+
+TEST_F(Session, LockedScreenGetsNoKeysOfACommandOrCorrection) {
+    transcript = "The first words";
+    take(1.0);
+    finish();
+    keys.posted.clear();
+    transcript = "I meant others";
+    session.hotkeyPressed();
+    speak(1.0);
+    workspace.isLocked = true;
+    session.screenLocked();
+    finish();
+    mainQueue.advance(0.1);
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_EQ(session.lastText(), "The first others");
+}
+
 TEST_F(Session, TonesFollowTheLiveMicrophoneAndTheEnd) {
     transcript = "x";
     session.hotkeyPressed();
@@ -235,6 +274,12 @@ TEST_F(Session, VoiceActionsPressTheirKeys) {
     EXPECT_EQ(pasteboard.content, "Something to copy");
     EXPECT_EQ(records.back(), "(command)");
     EXPECT_EQ(session.lastText(), "Something to copy") << "nothing was inserted";
+
+    workspace.front = FrontApplication{"XTerm", "xterm.terminal", true, PasteChord::shiftInsert};
+    keys.posted.clear();
+    take(1.0);
+    finish();
+    EXPECT_TRUE(keys.posted.empty()) << "they mean something else in a terminal";
 }
 
 TEST_F(Session, ACorrectionSelectsTheLastTextAndPastesOverIt) {

@@ -128,11 +128,52 @@ TEST_F(Insertion, EachApplicationGetsItsOwnPasteKeys) {
     EXPECT_TRUE(pasteboard.lastOffer.primary);
 
     keys.posted.clear();
-    inserter.copyKeystroke();
+    inserter.keys().copy();
     EXPECT_TRUE(keys.posted.empty()) << "a terminal of old takes every Control-C for an interruption";
     workspace.front->paste = PasteChord::controlShiftV;
-    inserter.copyKeystroke();
+    inserter.keys().copy();
     EXPECT_EQ(keys.posted.at(0).flags, mask::command | mask::shift) << "plain Control-C would interrupt a terminal";
+}
+
+TEST_F(Insertion, TerminalInsideAnEditorGetsTheTerminalsKeys) {
+    accessibility.element = FocusedElement{{}, "AXTextArea", "", true};
+    workspace.front = FrontApplication{"Editor", "editor"};
+    inserter.insertText("x");
+    EXPECT_EQ(keys.posted.at(0), (Posted{key::v, mask::command | mask::shift, KeyDirection::down}));
+    inserter.keys().copy();
+    EXPECT_EQ(keys.posted.at(2).flags, mask::command | mask::shift);
+    keys.posted.clear();
+    inserter.keys().command(key::a);
+    EXPECT_TRUE(keys.posted.empty());
+}
+
+TEST_F(Insertion, KeyboardWithoutLatinLettersMayPastePrimary) {
+    keys.missingKey = key::v;
+    inserter.insertText("x");
+    EXPECT_TRUE(pasteboard.lastOffer.primary);
+}
+
+TEST_F(Insertion, TextThatNoKeyPastesStaysOnTheClipboard) {
+    pasteboard.content = "old";
+    keys.onPost = [&](const Posted&) { FAIL(); };
+    keys.postFails = true;
+    const test::LogCapture logged;
+    inserter.insertText("the words");
+    mainQueue.advance(5);
+    EXPECT_EQ(pasteboard.content, "the words");
+    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: No key of this keyboard pastes; the text stays on the clipboard"));
+}
+
+TEST_F(Insertion, LockScreenGetsNothing) {
+    pasteboard.content = "old";
+    workspace.isLocked = true;
+    inserter.insertText("x");
+    workspace.isLocked = false;
+    clock.onSleep = [&](double) { workspace.isLocked = true; }; // between the clipboard and the keys
+    inserter.insertText("y");
+    EXPECT_TRUE(keys.posted.empty());
+    mainQueue.advance(1.1);
+    EXPECT_EQ(pasteboard.history, (std::vector<std::string>{"y", "old"}));
 }
 
 TEST_F(Insertion, CopyStaysAndLongTextsAreCutInTheLogOnly) {

@@ -55,6 +55,13 @@ public:
         return loginError;
     }
     void onWillSleep(std::function<void()> handler) override { willSleep = std::move(handler); }
+    bool isScreenLocked() const override { return isLocked; }
+    void onScreenLocked(std::function<void()> handler) override { screenLocked = std::move(handler); }
+    void lockScreen() {
+        isLocked = true;
+        if (screenLocked)
+            screenLocked();
+    }
     void openUrl(const std::string& url) override { opened.push_back(url); }
 
     std::optional<FrontApplication> front;
@@ -62,6 +69,8 @@ public:
     bool loginItem = false;
     std::optional<std::string> loginError;
     std::function<void()> willSleep;
+    bool isLocked = false;
+    std::function<void()> screenLocked;
     std::vector<std::string> opened;
 };
 

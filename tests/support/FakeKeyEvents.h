@@ -2,6 +2,7 @@
 
 #include "platform/KeyEvents.h"
 
+#include <optional>
 #include <vector>
 
 namespace fenlo::test {
@@ -31,7 +32,7 @@ public:
     }
     void releaseModifiers(double limit) override { releaseLimits.push_back(limit); }
     bool canPost() const override { return !postFails; }
-    bool canDeliver(std::uint16_t) const override { return true; }
+    bool canDeliver(std::uint16_t keyCode) const override { return keyCode != missingKey; }
 
     void change(std::uint64_t flags, std::uint16_t keyCode) {
         if (listener.onFlagsChanged)
@@ -49,6 +50,7 @@ public:
     std::vector<double> releaseLimits;
     bool eventTapWorks = true;
     bool postFails = false;
+    std::optional<std::uint16_t> missingKey; // that this keyboard lacks
 };
 
 } // namespace fenlo::test

@@ -85,6 +85,7 @@ TakeSteps SessionFixture::forwardingSteps() {
 SessionHooks SessionFixture::hooks() {
     SessionHooks hooks;
     hooks.isMeetingActive = [this] { return meetingActive; };
+    hooks.isScreenLocked = [this] { return workspace.isLocked; };
     hooks.warmConnection = [this] { ++warmed; };
     hooks.recordDictation = [this](const std::string& text, double duration) {
         records.push_back(text);

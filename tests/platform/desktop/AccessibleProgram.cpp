@@ -63,10 +63,10 @@ GDBusMessage* AccessibleProgram::filter(GDBusConnection* bus, GDBusMessage* mess
         !std::string(path).starts_with(prefix))
         return message;
     const auto number = static_cast<std::size_t>(std::atoi(path + sizeof prefix - 1));
-    if (!self->m_hangs) {
+    const std::string question = g_dbus_message_get_member(message);
+    if (self->m_unanswered.with([&](const std::string& name) { return name != everything && name != question; })) {
         GVariant* const body = self->m_controls.with([&](const auto& controls) {
-            return self->answer(g_dbus_message_get_member(message), g_dbus_message_get_body(message),
-                                controls.at(number));
+            return self->answer(question, g_dbus_message_get_body(message), controls.at(number));
         });
         GDBusMessage* const reply =
             body ? g_dbus_message_new_method_reply(message)

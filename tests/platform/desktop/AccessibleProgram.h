@@ -30,12 +30,16 @@ public:
     void tellActivate(std::size_t window) { tell("Window", "Activate", window, "", 0); }
     void tellDeactivate(std::size_t window) { tell("Window", "Deactivate", window, "", 0); }
 
-    /// From now on no question is answered.
-    void hang() { m_hangs = true; }
+    /// From now on this question is not answered, or none at all.
+    void hang(const std::string& question = everything) {
+        m_unanswered.with([&](std::string& name) { name = question; });
+    }
     /// The most characters that were asked for at once.
     int longestRequest() const { return m_longestRequest; }
 
 private:
+    static constexpr char everything[] = "*";
+
     static GDBusMessage* filter(GDBusConnection* bus, GDBusMessage* message, gboolean incoming, void* self);
     void tell(const char* kind, const char* member, std::size_t control, const char* detail, int value);
     GVariant* answer(const std::string& member, GVariant* arguments, const Control& control);
@@ -43,7 +47,7 @@ private:
 
     Guarded<std::vector<Control>> m_controls;
     const GlibObject<GCancellable> m_cancel;
-    std::atomic<bool> m_hangs = false;
+    Guarded<std::string> m_unanswered;
     std::atomic<int> m_longestRequest = 0;
     std::optional<DBusConnection> m_bus;
 };

@@ -64,6 +64,7 @@ TEST_F(AtspiAccessibilityTest, RolesAreThoseOfThePort) {
     for (const auto& [role, states, name] : cases) {
         const auto element = readFocused({role, states, "words", {}, {}});
         EXPECT_EQ(element.role, name) << role;
+        EXPECT_EQ(element.isTerminal, role == ATSPI_ROLE_TERMINAL) << role;
         EXPECT_THAT(element.value, Optional(Eq("words"))) << role;
     }
 }
@@ -134,6 +135,24 @@ TEST_F(AtspiAccessibilityTest, ProgramThatHangsCostsTheLimitEachTime) {
     program.hang();
     for (int i = 0; i < 3; ++i)
         EXPECT_LT(secondsOf([&] { EXPECT_FALSE(service.focusedElement(0.15)); }), 0.25);
+}
+
+TEST_F(AtspiAccessibilityTest, ValueThatDoesNotComeInTimeCostsNoOther) {
+    AccessibleProgram program({application, {ATSPI_ROLE_TEXT, {}, "all of it", {4, 6}, {}}});
+    program.tellFocus(1);
+    EXPECT_EQ(read().selectedText, "of");
+    const auto readWithout = [&](const char* question) {
+        program.hang(question);
+        return read();
+    };
+    const auto withoutValue = readWithout("Get"); // of the text's length
+    EXPECT_EQ(withoutValue.role, "AXTextArea");
+    EXPECT_EQ(withoutValue.value, std::nullopt);
+    EXPECT_EQ(withoutValue.selectedText, "of");
+    const auto withoutSelection = readWithout("GetSelection");
+    EXPECT_THAT(withoutSelection.value, Optional(Eq("all of it")));
+    EXPECT_EQ(withoutSelection.selectedText, "");
+    EXPECT_EQ(readWithout("GetInterfaces").role, "AXTextArea");
 }
 
 TEST_F(AtspiAccessibilityTest, RequestAnnouncesAssistiveTechnology) {

@@ -23,7 +23,7 @@ class PasteIntoProgramsTest : public ::testing::Test {
 protected:
     /// As an insertion does it.
     void paste(const std::string& text, std::uint16_t keyCode, std::uint64_t flags) {
-        pasteboard.set(text, {.transient = true, .primary = keyCode == key::insert});
+        pasteboard.set(text, {.transient = true, .primary = keyCode == key::insert || !keys.canDeliver(key::v)});
         EXPECT_TRUE(keys.post(keyCode, flags, KeyDirection::down));
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         EXPECT_TRUE(keys.post(keyCode, flags, KeyDirection::up));
@@ -69,6 +69,18 @@ TEST_F(PasteIntoProgramsTest, TerminalGetsThePrimarySelection) {
     EXPECT_EQ(workspace.frontApplication()->paste, PasteChord::shiftInsert);
     ASSERT_TRUE(eventually([&] { return files::read(typed).has_value(); }));
     paste("word in a terminal", key::insert, mask::shift);
+    outputOf({"xdotool", "key", "Return"});
+    EXPECT_TRUE(eventually([&] { return files::read(typed) == "word in a terminal\n"; }));
+}
+
+TEST_F(PasteIntoProgramsTest, TerminalGetsTheTextUnderALayoutWithoutLatinLetters) {
+    const auto typed = files::temporaryFile("typed-", ".txt");
+    const ChildProcess terminal({"lxterminal", "--no-remote", "-e", "sh -c 'cat > " + typed.string() + "'"});
+    ASSERT_TRUE(waitForFront());
+    EXPECT_EQ(workspace.frontApplication()->paste, PasteChord::controlShiftV);
+    ASSERT_TRUE(eventually([&] { return files::read(typed).has_value(); }));
+    outputOf({"setxkbmap", "-layout", "ru"});
+    paste("word in a terminal", key::v, mask::command | mask::shift);
     outputOf({"xdotool", "key", "Return"});
     EXPECT_TRUE(eventually([&] { return files::read(typed) == "word in a terminal\n"; }));
 }

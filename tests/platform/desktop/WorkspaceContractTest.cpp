@@ -27,6 +27,7 @@ public:
     virtual void showTerminal() = 0;
     virtual void startOtherInstance() = 0;
     virtual void sleep() = 0;
+    virtual void lock(bool isLocked) = 0;
     virtual std::vector<std::string> openedUrls() = 0;
     virtual bool runUntil(const std::function<bool()>& condition) = 0;
 };
@@ -39,6 +40,11 @@ public:
     }
     void startOtherInstance() override { m_workspace.isOnlyInstance = false; }
     void sleep() override { m_workspace.willSleep(); }
+    void lock(bool isLocked) override {
+        m_workspace.isLocked = isLocked;
+        if (isLocked)
+            m_workspace.screenLocked();
+    }
     std::vector<std::string> openedUrls() override { return m_workspace.opened; }
     bool runUntil(const std::function<bool()>& condition) override { return condition(); }
 
@@ -72,6 +78,7 @@ public:
         EXPECT_TRUE(eventually([this] { return m_loginManager.isInhibited(); }));
         m_loginManager.prepareForSleep(true);
     }
+    void lock(bool isLocked) override { m_loginManager.setLocked(isLocked); }
     std::vector<std::string> openedUrls() override { return m_browser.opened(); }
     bool runUntil(const std::function<bool()>& condition) override { return m_queue.runUntil(condition); }
 
@@ -124,6 +131,19 @@ TEST_P(WorkspaceContract, HandlerRunsBeforeSleep) {
     workspace.onWillSleep([&] { ++sleeps; });
     rig->sleep();
     EXPECT_TRUE(rig->runUntil([&] { return sleeps == 1; }));
+}
+
+TEST_P(WorkspaceContract, LockedScreenIsToldAndKnownUntilItOpens) {
+    int locks = 0;
+    workspace.onScreenLocked([&] { ++locks; });
+    EXPECT_FALSE(workspace.isScreenLocked());
+    EXPECT_TRUE(rig->runUntil([&] {
+        rig->lock(true);
+        return workspace.isScreenLocked();
+    }));
+    EXPECT_TRUE(rig->runUntil([&] { return locks == 1; }));
+    rig->lock(false);
+    EXPECT_TRUE(rig->runUntil([&] { return !workspace.isScreenLocked(); }));
 }
 
 TEST_P(WorkspaceContract, UrlsGoToTheBrowser) {

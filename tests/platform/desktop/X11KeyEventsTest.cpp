@@ -73,12 +73,21 @@ TEST_F(X11KeyEventsTest, PasteIsTheLetterVInEveryLayout) {
 TEST_F(X11KeyEventsTest, KeyboardWithoutLatinLettersHasOtherKeysForTheSame) {
     setLayout("ru");
     KeyWindow window;
-    for (const auto& [keyCode, chord] :
-         {std::pair(key::v, mask::command), {key::c, mask::command}, {key::v, mask::command | mask::shift}})
+    constexpr std::uint64_t inTerminals = mask::command | mask::shift;
+    const std::tuple<std::uint16_t, std::uint64_t, Press> cases[] = {
+        {key::v, mask::command, {XK_Insert, NoSymbol, ShiftMask}},
+        {key::c, mask::command, {XK_Insert, NoSymbol, ControlMask}},
+        {key::v, inTerminals, {XK_Insert, NoSymbol, ShiftMask}},
+        {key::a, mask::command, {XK_Cyrillic_ef, NoSymbol, ControlMask}}};
+    for (const auto& [keyCode, chord, press] : cases) {
         postChord(keyCode, chord);
-    EXPECT_EQ(window.next().value(), (Press{XK_Insert, NoSymbol, ShiftMask}));
-    EXPECT_EQ(window.next().value(), (Press{XK_Insert, NoSymbol, ControlMask}));
-    EXPECT_EQ(window.next().value(), (Press{XK_Cyrillic_EM, NoSymbol, ControlMask | ShiftMask}));
+        EXPECT_EQ(window.next().value(), press);
+    }
+    EXPECT_FALSE(keys.post(key::c, inTerminals, KeyDirection::down));
+    outputOf({"xmodmap", "-e", "keysym Insert = NoSymbol"});
+    for (const std::uint64_t chord : {mask::command, inTerminals})
+        EXPECT_FALSE(keys.post(key::v, chord, KeyDirection::down));
+    EXPECT_TRUE(window.rest().empty()) << "a letter was typed";
 }
 
 TEST_F(X11KeyEventsTest, ChordHasExactlyItsModifiersAndLeavesNoneDown) {
@@ -173,6 +182,18 @@ TEST_F(X11KeyEventsTest, LocksAreNotWaitedFor) {
     const auto start = std::chrono::steady_clock::now();
     keys.releaseModifiers(5);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+}
+
+TEST_F(X11KeyEventsTest, KeyHeldSinceBeforeTheStart_IsNoPress) {
+    fingers.press(XK_Control_L);
+    ASSERT_TRUE(runUntilFlags(1));
+    X11KeyEvents late(queue);
+    std::vector<std::uint64_t> heard;
+    late.listen({.onFlagsChanged = [&](ModifierChange change) { heard.push_back(change.flags); }, .onKeyDown = {}});
+    fingers.release(XK_Control_L);
+    fingers.press(XK_Control_L);
+    ASSERT_TRUE(queue.runUntil([&] { return heard.size() >= 2; }));
+    EXPECT_THAT(heard, ElementsAre(0, mask::control));
 }
 
 TEST_F(X11KeyEventsTest, KeysOfOtherProgramsAreTheUsers) {

@@ -9,6 +9,7 @@
 #include "platform/linux/desktop/ActiveWindow.h"
 #include "platform/linux/desktop/InstanceLock.h"
 #include "platform/linux/desktop/LoginItem.h"
+#include "platform/linux/desktop/ScreenLockWatch.h"
 #include "platform/linux/desktop/SleepWatch.h"
 #include "platform/linux/desktop/X11Workspace.h"
 
@@ -87,6 +88,10 @@ TEST_F(ApplicationIdentityTest, TerminalsPasteTheirOwnWay) {
         EXPECT_THAT(terminal.id, HasSubstr("terminal")) << modern;
     }
     EXPECT_EQ(identify({"Mousepad", "", ""}).paste, PasteChord::controlV);
+    for (const char* editor : {"Emacs", "Gvim"}) {
+        EXPECT_EQ(identify({editor, "", ""}).paste, PasteChord::shiftInsert) << editor;
+        EXPECT_FALSE(identify({editor, "", ""}).isTerminal) << editor;
+    }
 }
 
 TEST(ActiveWindowTest, VanishedWindowIsNoneAndNoHarm) {
@@ -226,6 +231,23 @@ TEST(SleepWatchTest, WithoutALoginManagerNothingHappens) {
     const SleepWatch watch(queue, [] { FAIL(); });
     EXPECT_FALSE(queue.runUntil([] { return false; }, 0.1));
     ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+}
+
+TEST(ScreenLockWatchTest, AnyServiceMayLockAndOneThatEndsLocksNobodyOut) {
+    LoginManager services;
+    services.setScreenSaverActive(true);
+    PumpedQueue queue;
+    int told = 0;
+    const ScreenLockWatch watch(queue, [&] { ++told; });
+    ASSERT_TRUE(eventually([&] { return watch.isLocked(); })) << "it was locked before we looked";
+    services.setLocked(true);
+    services.endScreenSaver();
+    services.setLocked(false);
+    EXPECT_TRUE(eventually([&] { return !watch.isLocked(); }));
+    ASSERT_TRUE(queue.runUntil([&] { return told == 1; }));
+    services.askForLock();
+    EXPECT_TRUE(queue.runUntil([&] { return told == 2; }));
+    EXPECT_FALSE(watch.isLocked()) << "nobody has said that it is locked";
 }
 
 TEST(X11WorkspaceTest, OnlyAddressesAreOpened) {

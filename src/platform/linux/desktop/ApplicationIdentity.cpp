@@ -51,7 +51,7 @@ FrontApplication identifyApplication(const WindowIdentity& window, DesktopFiles&
     if (const KnownApplication* const known = findKnown(keys)) {
         application.id = known->id;
         application.isTerminal = known->terminal.has_value();
-        application.paste = known->terminal.value_or(PasteChord::controlV);
+        application.paste = known->terminal.value_or(known->paste);
     }
     return application;
 }

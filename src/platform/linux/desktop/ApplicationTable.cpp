@@ -57,6 +57,10 @@ constexpr KnownApplication applications[] = {
     {"vscodium", "com.vscodium.vscode", {}},
     {"nvim-qt", "nvim-qt.neovim", {}},
     {"neovide", "neovide.neovim", {}},
+    // Editors in which Control-V means another thing. Shift-Insert takes the clipboard in Emacs, the primary selection
+    // in gVim.
+    {"emacs", "emacs", {}, shiftInsert},
+    {"gvim", "gvim", {}, shiftInsert},
 
     // Mail
     {"thunderbird", "org.mozilla.thunderbird.mail", {}},

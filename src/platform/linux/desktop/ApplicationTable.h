@@ -12,7 +12,8 @@ namespace fenlo {
 struct KnownApplication {
     std::string_view key;
     std::string_view id;
-    std::optional<PasteChord> terminal; // how a terminal emulator pastes
+    std::optional<PasteChord> terminal;      // how a terminal emulator pastes
+    PasteChord paste = PasteChord::controlV; // how any other program does
 };
 
 std::span<const KnownApplication> knownApplications();

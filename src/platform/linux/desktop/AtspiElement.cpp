@@ -48,24 +48,31 @@ std::vector<AtspiElement::Object> AtspiElement::children() const {
     return children;
 }
 
-std::optional<FocusedElement> AtspiElement::read() const {
+bool AtspiElement::read(Guarded<std::optional<FocusedElement>>& element) const {
     const auto found = role();
     if (!found)
-        return std::nullopt;
+        return false;
+    const auto tell = [&](const FocusedElement& known) { element.with([&](auto& shared) { shared = known; }); };
+    FocusedElement known{std::nullopt, textField, "", *found == ATSPI_ROLE_TERMINAL};
     // A password is nobody's context.
-    if (*found == ATSPI_ROLE_PASSWORD_TEXT)
-        return FocusedElement{std::nullopt, textField, ""};
-    FocusedElement element{std::nullopt, portRole(*found), ""};
-    if (!hasText())
-        return element;
-    const bool takesText = element.role == textField || element.role == textArea || element.role == comboBox;
-    if (takesText && !(element.value = endOfText()))
-        return std::nullopt;
-    auto selected = selectedText();
-    if (!selected)
-        return std::nullopt;
-    element.selectedText = std::move(*selected);
-    return element;
+    const bool isPassword = *found == ATSPI_ROLE_PASSWORD_TEXT;
+    if (!isPassword)
+        known.role = portRole(*found);
+    tell(known);
+    if (isPassword || !hasText())
+        return true;
+    // The selection first: it is mostly short, and a long text may take all the time.
+    known.selectedText = inHalfTheTime().selectedText();
+    tell(known);
+    if (known.role == textField || known.role == textArea || known.role == comboBox)
+        known.value = endOfText();
+    tell(known);
+    return true;
+}
+
+AtspiElement AtspiElement::inHalfTheTime() const {
+    const auto now = DBusConnection::Clock::now();
+    return AtspiElement(m_bus, m_object, now + (m_deadline - now) / 2);
 }
 
 std::string AtspiElement::portRole(std::uint32_t role) const {
@@ -95,19 +102,16 @@ std::optional<std::string> AtspiElement::endOfText() const {
     return textBetween(std::max(0, end - longestValue), end);
 }
 
-std::optional<std::string> AtspiElement::selectedText() const {
+std::string AtspiElement::selectedText() const {
     const auto answer = ask({text_, "GetNSelections", nullptr, "(i)"});
-    if (!answer)
-        return std::nullopt;
     std::int32_t count = 0, start = 0, end = 0;
-    g_variant_get(answer.get(), "(i)", &count);
-    if (count <= 0)
-        return "";
-    const auto range = ask({text_, "GetSelection", g_variant_new("(i)", 0), "(ii)"});
+    if (answer)
+        g_variant_get(answer.get(), "(i)", &count);
+    const auto range = count > 0 ? ask({text_, "GetSelection", g_variant_new("(i)", 0), "(ii)"}) : nullptr;
     if (!range)
-        return std::nullopt;
+        return "";
     g_variant_get(range.get(), "(ii)", &start, &end);
-    return textBetween(std::min(start, end), std::max(start, end));
+    return textBetween(std::min(start, end), std::max(start, end)).value_or("");
 }
 
 std::optional<std::string> AtspiElement::textBetween(std::int32_t start, std::int32_t end) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Guarded.h"
 #include "platform/Accessibility.h"
 #include "platform/linux/desktop/DBusConnection.h"
 
@@ -27,8 +28,9 @@ public:
     bool isFocused() const;
     std::vector<Object> children() const;
 
-    /// Nothing when the program does not answer.
-    std::optional<FocusedElement> read() const;
+    /// Fills in one value after the other, so that what comes late or never costs no more than itself; the reader may
+    /// look at any time. False when the program does not answer at all.
+    bool read(Guarded<std::optional<FocusedElement>>& element) const;
 
 private:
     bool hasState(unsigned number) const;
@@ -37,8 +39,10 @@ private:
     bool hasText() const;
     std::string portRole(std::uint32_t role) const;
     std::optional<std::string> endOfText() const;
-    std::optional<std::string> selectedText() const;
+    std::string selectedText() const;
     std::optional<std::string> textBetween(std::int32_t start, std::int32_t end) const;
+    /// The same control, asked for no longer than half of the time that is left.
+    AtspiElement inHalfTheTime() const;
     DBusConnection::Answer ask(const DBusConnection::Call& call) const;
     /// The states as the program gave them, asked once.
     std::uint64_t states() const;

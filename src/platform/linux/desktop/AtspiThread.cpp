@@ -44,12 +44,18 @@ void AtspiThread::announce() {
 std::optional<FocusedElement> AtspiThread::focusedElement(double limit) {
     const auto deadline =
         Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(limit));
-    auto promise = std::make_shared<std::promise<std::optional<FocusedElement>>>();
-    auto answer = promise->get_future();
-    m_thread->invoke([this, promise = std::move(promise), deadline] { promise->set_value(readNow(deadline)); });
-    if (answer.wait_until(deadline) != std::future_status::ready)
-        return std::nullopt;
-    return answer.get();
+    struct Request {
+        Answer answer;
+        std::promise<void> done;
+    };
+    const auto request = std::make_shared<Request>();
+    const auto done = request->done.get_future();
+    m_thread->invoke([this, request, deadline] {
+        readNow(deadline, request->answer);
+        request->done.set_value();
+    });
+    done.wait_until(deadline);
+    return request->answer.with([](const auto& element) { return element; });
 }
 
 bool AtspiThread::connect() {
@@ -148,20 +154,21 @@ void AtspiThread::handleSignal(const Object& source, const std::string& member, 
     }
 }
 
-std::optional<FocusedElement> AtspiThread::readNow(Time deadline) {
+void AtspiThread::readNow(Time deadline, Answer& answer) {
     if (!m_bus || m_bus->isClosed()) {
         // For the next time; this call is over before it is done.
         if (Clock::now() - m_lastAttempt > retryPause)
             connect();
-        return std::nullopt;
+        return;
     }
-    if (m_focus)
-        if (auto element = AtspiElement(*m_bus, *m_focus, deadline).read())
-            return element;
-    // A control that is gone fails at once and leaves time to look for another.
-    if (Clock::now() < deadline)
-        m_focus = searchFocus(deadline);
-    return m_focus ? AtspiElement(*m_bus, *m_focus, deadline).read() : std::nullopt;
+    if (m_focus && AtspiElement(*m_bus, *m_focus, deadline).read(answer))
+        return;
+    // A control that is gone fails at once and leaves time to look for another. One that is only late keeps the focus.
+    const auto found = searchFocus(deadline);
+    if (!found)
+        return;
+    m_focus = found;
+    AtspiElement(*m_bus, *m_focus, deadline).read(answer);
 }
 
 std::optional<AtspiThread::Object> AtspiThread::searchFocus(Time deadline) const {

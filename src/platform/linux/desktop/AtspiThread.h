@@ -29,6 +29,7 @@ public:
 private:
     using Object = DBusConnection::Object;
     using Time = DBusConnection::Clock::time_point;
+    using Answer = Guarded<std::optional<FocusedElement>>; // grows while the program answers
 
     bool connect();
     std::string findBus(std::string& error);
@@ -36,7 +37,7 @@ private:
     void subscribe(const char* interface, const char* member, const char* detail);
     void announceNow();
     void handleSignal(const Object& source, const std::string& member, GVariant* arguments);
-    std::optional<FocusedElement> readNow(Time deadline);
+    void readNow(Time deadline, Answer& answer);
     std::optional<Object> searchFocus(Time deadline) const;
     std::optional<Object> findActiveWindow(Time deadline) const;
 

@@ -26,8 +26,8 @@ DBusConnection::Answer DBusConnection::call(const Object& object, const Call& ca
         return nullptr;
     return Answer(g_dbus_connection_call_sync(m_connection.get(), object.program.c_str(), object.path.c_str(),
                                               call.interface, call.method, arguments.get(),
-                                              call.answerType ? G_VARIANT_TYPE(call.answerType) : nullptr,
-                                              G_DBUS_CALL_FLAGS_NONE, static_cast<int>(left), m_cancel, nullptr));
+                                              call.answerType ? G_VARIANT_TYPE(call.answerType) : nullptr, call.flags,
+                                              static_cast<int>(left), m_cancel, nullptr));
 }
 
 DBusConnection::Answer DBusConnection::property(const Object& object, const char* interface, const char* name,

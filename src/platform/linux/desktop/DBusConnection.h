@@ -29,6 +29,7 @@ public:
         const char* method;
         GVariant* arguments = nullptr; // a tuple; consumed
         const char* answerType = nullptr;
+        GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NONE;
     };
 
     /// `cancel` ends all waiting, here and later. `error` tells why there is none.

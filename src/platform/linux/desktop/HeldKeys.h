@@ -21,6 +21,9 @@ public:
     void press(XKey key, const KeyboardMap& map);
     void release(XKey key);
 
+    /// Takes a key that is down already for held, without a report: nobody pressed it while we listened.
+    void adopt(XKey key, const KeyboardMap& map) { m_held[key] = {map.portCode(key)}; }
+
     /// The program lifted the key at the server: from now on only its own release tells when the user lets go.
     void lift(XKey key);
 

@@ -115,7 +115,7 @@ void X11KeyListener::takeHeldKeys() {
     const ServerKeys keys(m_display->get());
     for (unsigned key = 0; key < 256; ++key)
         if (keys.isDown(static_cast<HeldKeys::XKey>(key)))
-            m_held.press(static_cast<HeldKeys::XKey>(key), m_map);
+            m_held.adopt(static_cast<HeldKeys::XKey>(key), m_map);
 }
 
 void X11KeyListener::handleEvents() {

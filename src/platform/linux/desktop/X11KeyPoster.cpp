@@ -27,16 +27,22 @@ constexpr Modifier pressable[] = {
     {mask::option, key::optionLeft},
 };
 
-/// What toolkits take for the same on keyboards without Latin letters.
-struct Substitute {
-    std::uint16_t letter; // with Control
+struct Chord {
     std::uint16_t portCode;
     std::uint64_t flags;
+    bool operator==(const Chord&) const = default;
+};
+
+/// What programs take for the same on keyboards without Latin letters. Shift-Insert pastes in windows and terminals;
+/// some terminals know Control-Shift-Insert too, others type an escape sequence for it.
+struct Substitute {
+    Chord meant, posted;
 };
 
 constexpr Substitute substitutes[] = {
-    {key::v, key::insert, mask::shift},
-    {key::c, key::insert, mask::control},
+    {{key::v, mask::control}, {key::insert, mask::shift}},
+    {{key::v, mask::control | mask::shift}, {key::insert, mask::shift}},
+    {{key::c, mask::control}, {key::insert, mask::control}},
 };
 
 std::uint64_t onThisDesktop(std::uint64_t flags) {
@@ -85,29 +91,34 @@ bool X11KeyPoster::press(std::uint16_t portCode, std::uint64_t flags) {
     if (!m_hasXTest)
         return false;
     const unsigned group = currentGroup();
-    const auto chord = findChord(portCode, onThisDesktop(flags), group);
-    if (!chord || !isConnected())
+    const auto press = findPress(portCode, onThisDesktop(flags), group);
+    if (!press || !isConnected())
         return false;
-    const bool isRun = chord->flags == m_settled && Clock::now() - m_lastRelease < runPause;
-    const bool changed = prepareModifiers(chord->flags, group);
-    m_settled = chord->flags;
-    m_pressed[portCode] = chord->key;
-    fake(chord->key, KeyDirection::down, changed && !isRun ? settleTime : 0);
+    const bool isRun = press->flags == m_settled && Clock::now() - m_lastRelease < runPause;
+    const bool changed = prepareModifiers(press->flags, group);
+    m_settled = press->flags;
+    m_pressed[portCode] = press->key;
+    fake(press->key, KeyDirection::down, changed && !isRun ? settleTime : 0);
     // The server answers when it has come to the key, so the caller's hold begins now.
     XSync(m_display->get(), False);
     return isConnected();
 }
 
-std::optional<X11KeyPoster::Chord> X11KeyPoster::findChord(std::uint16_t portCode, std::uint64_t flags,
+std::optional<X11KeyPoster::Press> X11KeyPoster::findPress(std::uint16_t portCode, std::uint64_t flags,
                                                            unsigned group) const {
     if (const auto key = m_map.find(portCode, group))
-        return Chord{*key, flags};
-    for (const Substitute& substitute : substitutes)
-        if (substitute.letter == portCode && flags == mask::control)
-            if (const auto key = m_map.find(substitute.portCode, group))
-                return Chord{*key, substitute.flags};
-    const auto key = m_map.atUsualPlace(portCode);
-    return key ? std::optional(Chord{*key, flags}) : std::nullopt;
+        return Press{*key, flags};
+    const auto* const substitute = std::find_if(std::begin(substitutes), std::end(substitutes), [&](const auto& each) {
+        return each.meant == Chord{portCode, flags};
+    });
+    if (substitute != std::end(substitutes)) {
+        const auto key = m_map.find(substitute->posted.portCode, group);
+        return key ? std::optional(Press{*key, substitute->posted.flags}) : std::nullopt;
+    }
+    // Some toolkits go by the place of a letter. With Shift it is a terminal's shortcut, and a terminal would type what
+    // this layout has there.
+    const auto key = flags == mask::control ? m_map.atUsualPlace(portCode) : std::nullopt;
+    return key ? std::optional(Press{*key, flags}) : std::nullopt;
 }
 
 bool X11KeyPoster::release(std::uint16_t portCode) {

@@ -37,13 +37,13 @@ public:
 private:
     X11KeyPoster(std::unique_ptr<XDisplay> display, OwnKeys& own);
 
-    struct Chord {
+    struct Press {
         XKey key;
         std::uint64_t flags;
     };
 
     unsigned currentGroup();
-    std::optional<Chord> findChord(std::uint16_t portCode, std::uint64_t flags, unsigned group) const;
+    std::optional<Press> findPress(std::uint16_t portCode, std::uint64_t flags, unsigned group) const;
     /// Lifts and presses until exactly the wanted ones are down. Returns whether anything had to change.
     bool prepareModifiers(std::uint64_t wanted, unsigned group);
     void releaseModifiers();

@@ -5,6 +5,7 @@
 #include "platform/linux/desktop/ActiveWindow.h"
 #include "platform/linux/desktop/Glib.h"
 #include "platform/linux/desktop/LoginItem.h"
+#include "platform/linux/desktop/ScreenLockWatch.h"
 #include "platform/linux/desktop/SleepWatch.h"
 
 #include <algorithm>
@@ -46,6 +47,16 @@ void X11Workspace::onWillSleep(std::function<void()> handler) {
     m_sleepWatch.reset();
     if (handler)
         m_sleepWatch = std::make_unique<SleepWatch>(m_mainQueue, std::move(handler));
+}
+
+bool X11Workspace::isScreenLocked() const {
+    return m_screenLockWatch && m_screenLockWatch->isLocked();
+}
+
+void X11Workspace::onScreenLocked(std::function<void()> handler) {
+    m_screenLockWatch.reset();
+    if (handler)
+        m_screenLockWatch = std::make_unique<ScreenLockWatch>(m_mainQueue, std::move(handler));
 }
 
 void X11Workspace::openUrl(const std::string& url) {

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/Workspace.h"
+
+#include <cstdint>
+
+namespace fenlo {
+
+class Accessibility;
+class Clock;
+class KeyEvents;
+
+/// The keyboard shortcuts of editing, as whatever has the focus knows them: a window, a terminal, a terminal inside an
+/// editor, or a program with keys of its own.
+///
+/// Threads: main thread. Finding out what has the focus waits for the front application, a tenth of a second at most.
+class EditingKeys {
+public:
+    EditingKeys(KeyEvents& keys, Accessibility& accessibility, Workspace& workspace, Clock& clock);
+
+    /// Whether a paste may take the primary selection instead of the clipboard.
+    bool mayPastePrimary();
+
+    /// Waits until the user holds no modifier, then pastes. False, with a log line, when nothing was posted: there
+    /// is no key for it, or the screen is locked.
+    bool paste();
+    /// Copies the selection; posts nothing where that would interrupt a program.
+    void copy();
+    /// Posts Command with this letter. In a terminal, and in programs that paste with keys of their own, the letter
+    /// means something else; they get nothing.
+    void command(std::uint16_t letter);
+
+private:
+    PasteChord pasteChord();
+
+    KeyEvents& m_keys;
+    Accessibility& m_accessibility;
+    Workspace& m_workspace;
+    Clock& m_clock;
+};
+
+} // namespace fenlo
