@@ -4,7 +4,7 @@ add_library(fenlo_options INTERFACE)
 target_include_directories(fenlo_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(fenlo_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror)
 # g++ 12 sees overlaps in plain string concatenations at -O2 (GCC bug 105651).
-target_compile_options(fenlo_options INTERFACE -Wno-restrict)
+target_compile_options(fenlo_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 target_link_libraries(fenlo_options INTERFACE Threads::Threads)
 if(FENLO_SANITIZE)
     target_compile_options(fenlo_options INTERFACE -fsanitize=${FENLO_SANITIZE} -fno-omit-frame-pointer)
@@ -12,6 +12,10 @@ if(FENLO_SANITIZE)
     # Checks of every single pointer, which take a quarter of the time to compile; the address sanitizer stops at bad ones too.
     target_compile_options(fenlo_options INTERFACE
         -fno-sanitize=null,alignment,vptr,object-size,nonnull-attribute,returns-nonnull-attribute)
+endif()
+if(FENLO_LIBFUZZER)
+    # The fuzzer sees the paths through objects that are compiled for it; undefined behaviour ends it like a bad access.
+    target_compile_options(fenlo_options INTERFACE -fsanitize=fuzzer-no-link -fno-sanitize-recover=all)
 endif()
 
 # The code of tests is compiled often and runs briefly: it is not optimised, what it tests is.

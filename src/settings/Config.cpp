@@ -17,6 +17,8 @@ struct Field {
     const char* key;
     Value Settings::*member;
 };
+template <typename Value>
+Field(const char*, Value Settings::*) -> Field<Value>; // clang before 17 deduces no aggregate
 
 /// Every setting and its key in the file, in the order of the record.
 constexpr auto fields = std::make_tuple(

@@ -48,7 +48,7 @@ SomeJson parseObject(std::string_view text) {
 
 StatisticsFile::Day& dayOf(StatisticsFile& file, const std::string& date) {
     const auto found = std::ranges::find(file.days, date, &StatisticsFile::Day::date);
-    return found != file.days.end() ? *found : file.days.emplace_back(date, "{}");
+    return found != file.days.end() ? *found : file.days.emplace_back(StatisticsFile::Day{date, "{}"});
 }
 
 TodayStats todayStatsOf(const Json& day) {

@@ -40,9 +40,8 @@ const AddedToken* AddedTokenFinder::longestAt(std::string_view text, std::size_t
             return token.content.size() < length ? -1 : static_cast<unsigned char>(token.content[length - 1]);
         };
         const int byte = static_cast<unsigned char>(text[begin + length - 1]);
-        const auto same = std::ranges::equal_range(first, last, byte, {}, byteThere);
-        first = same.begin();
-        last = same.end();
+        first = std::ranges::lower_bound(first, last, byte, {}, byteThere);
+        last = std::ranges::upper_bound(first, last, byte, {}, byteThere);
         if (first == last)
             break;
         if (first->content.size() == length)
