@@ -1,5 +1,6 @@
 #include "base/Files.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -87,14 +88,48 @@ bool writeAtomically(const fs::path& file, std::string_view content) {
     return false;
 }
 
-void setAside(const fs::path& file, std::chrono::system_clock::time_point date) {
+namespace {
+
+constexpr const char* asideMark = ".damaged-";
+constexpr int mostAside = 1000; // of one second
+
+/// False when there is a file of the new name already, which stays as it is.
+bool renameToFreeName(const fs::path& file, const fs::path& name) {
+    if (::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    // Some file systems do not know the flag.
+    std::error_code error;
+    return errno == EINVAL && !fs::exists(fs::symlink_status(name, error)) &&
+           ::rename(file.c_str(), name.c_str()) == 0;
+}
+
+} // namespace
+
+std::optional<fs::path> setAside(const fs::path& file, std::chrono::system_clock::time_point date) {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(date);
     std::tm local{};
     ::localtime_r(&seconds, &local);
     std::array<char, 32> suffix{};
     std::strftime(suffix.data(), suffix.size(), "%Y-%m-%d-%H%M%S", &local);
-    std::error_code ignored;
-    fs::rename(file, file.string() + ".damaged-" + suffix.data(), ignored);
+    const std::string name = file.string() + asideMark + suffix.data();
+    for (int number = 1; number <= mostAside; ++number) {
+        const fs::path place = number == 1 ? name : name + "-" + std::to_string(number);
+        if (renameToFreeName(file, place))
+            return place;
+        if (errno != EEXIST && errno != EINVAL)
+            break;
+    }
+    return {};
+}
+
+std::vector<fs::path> thoseSetAside(const fs::path& file) {
+    std::vector<fs::path> found;
+    std::error_code error;
+    for (fs::directory_iterator entry(file.parent_path(), error), end; !error && entry != end; entry.increment(error))
+        if (entry->path().filename().string().starts_with(file.filename().string() + asideMark))
+            found.push_back(entry->path());
+    std::sort(found.begin(), found.end());
+    return found;
 }
 
 void removeQuietly(const fs::path& file) {

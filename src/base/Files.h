@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace fenlo::files {
 
@@ -25,8 +26,13 @@ std::optional<std::string> read(const std::filesystem::path& file);
 /// Keeps the permissions of an existing file; a new one is 0600.
 bool writeAtomically(const std::filesystem::path& file, std::string_view content);
 
-/// Renames a file that does not parse to "<name>.damaged-<date>", so that nothing of the user's is overwritten.
-void setAside(const std::filesystem::path& file, std::chrono::system_clock::time_point date);
+/// Renames a file that does not parse to "<name>.damaged-<date>", with a number behind where that name is taken, so that
+/// nothing of the user's is overwritten. Its new path; nothing when it could not be renamed.
+std::optional<std::filesystem::path> setAside(const std::filesystem::path& file,
+                                              std::chrono::system_clock::time_point date);
+
+/// What setAside() has put away of the file, in the order of the names.
+std::vector<std::filesystem::path> thoseSetAside(const std::filesystem::path& file);
 
 void removeQuietly(const std::filesystem::path& file);
 

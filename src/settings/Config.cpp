@@ -1,9 +1,11 @@
 #include "settings/Config.h"
 
 #include "base/Files.h"
+#include "base/Log.h"
 #include "base/Text.h"
 
 #include <nlohmann/json.hpp>
+#include <system_error>
 #include <tuple>
 
 namespace fenlo {
@@ -72,7 +74,45 @@ void forEachField(Visit visit) {
     std::apply([&](const auto&... field) { (visit(field), ...); }, fields);
 }
 
+constexpr std::size_t shownFaultCharacters = 200;
+
+SettingsFault damaged(const std::filesystem::path& file, const std::string& what) {
+    const std::string line = text::join(text::words(text::repairUtf8(what)), " ");
+    return {SettingsFault::Kind::damaged, file.string() + ": " + text::firstCharacters(line, shownFaultCharacters)};
+}
+
+/// "line 3, column 7: syntax error …"
+std::string withoutErrorNumber(std::string message) {
+    const std::string head = "parse error at ";
+    const std::size_t at = message.find(head);
+    return at == std::string::npos ? message : message.substr(at + head.size());
+}
+
 } // namespace
+
+StoredSettings readSettings(const std::filesystem::path& file) {
+    StoredSettings stored;
+    const auto content = files::read(file);
+    if (!content) {
+        std::error_code error;
+        if (std::filesystem::status(file, error).type() != std::filesystem::file_type::not_found)
+            stored.fault = SettingsFault{SettingsFault::Kind::unreadable, file.string() + ": it cannot be read"};
+        return stored;
+    }
+    try {
+        const Json values = Json::parse(*content);
+        if (values.is_object())
+            forEachField([&](const auto& field) {
+                if (const auto found = values.find(field.key); found != values.end())
+                    take(*found, stored.settings.*field.member);
+            });
+        else
+            stored.fault = damaged(file, "it holds no JSON object");
+    } catch (const Json::exception& error) {
+        stored.fault = damaged(file, withoutErrorNumber(error.what()));
+    }
+    return stored;
+}
 
 std::filesystem::path Config::defaultFile() {
     return files::dataDirectory() / "config.json";
@@ -84,16 +124,13 @@ Config::Config(std::filesystem::path file, const Clock& clock) : m_file(std::mov
 
 void Config::load() {
     files::makePrivateDirectory(m_file.parent_path());
-    const auto content = files::read(m_file);
-    const Json values = content ? Json::parse(*content, nullptr, false) : Json();
-    m_damaged = content && !values.is_object();
+    StoredSettings stored = readSettings(m_file);
+    m_settings = std::move(stored.settings);
+    m_fault = std::move(stored.fault);
+    if (m_fault)
+        log("[Fenlo] ERROR: the settings are at their defaults, since they cannot be read from " + m_fault->message);
 
     bool changed = false;
-    if (values.is_object())
-        forEachField([&](const auto& field) {
-            if (const auto found = values.find(field.key); found != values.end())
-                take(*found, m_settings.*field.member);
-        });
     // Two keys that older versions offered.
     if (m_settings.hotkey == "option_l" || m_settings.hotkey == "f6") {
         m_settings.hotkey = "ctrl_l";
@@ -118,11 +155,24 @@ void Config::save() {
     Json values;
     forEachField([&](const auto& field) { values[field.key] = settings.*field.member; });
     files::makePrivateDirectory(m_file.parent_path());
-    if (m_damaged) {
-        files::setAside(m_file, m_clock.wallTime());
-        m_damaged = false;
-    }
-    files::writeAtomically(m_file, values.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+    if (makeRoom())
+        files::writeAtomically(m_file, values.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
+/// Whether the file may be written: nothing that the user could still need stands in its place.
+bool Config::makeRoom() {
+    if (!m_fault)
+        return true;
+    if (m_fault->kind == SettingsFault::Kind::unreadable)
+        return false;
+    const auto kept = files::setAside(m_file, m_clock.wallTime());
+    std::error_code error;
+    if (!kept && std::filesystem::exists(m_file, error))
+        return false;
+    if (kept)
+        log("[Fenlo] The damaged settings are kept as " + kept->string());
+    m_fault.reset();
+    return true;
 }
 
 } // namespace fenlo

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,11 +46,30 @@ struct Settings {
     std::string micMode = "studio"; // "studio" or "airpods"
 };
 
+/// What keeps a file of settings from being used. It is never overwritten.
+struct SettingsFault {
+    enum class Kind {
+        damaged,    // it does not parse
+        unreadable, // it is there, but the system does not let it be read
+    };
+    Kind kind;
+    std::string message; // one line: the file, the place in it, what is wrong
+};
+
+struct StoredSettings {
+    Settings settings; // the defaults for what the file does not tell
+    std::optional<SettingsFault> fault;
+};
+
+/// Reads a file of settings and changes nothing. A missing file has the defaults.
+StoredSettings readSettings(const std::filesystem::path& file);
+
 /// The one record of user settings, kept in `~/.fenlo/config.json` and written back whole after each change.
 ///
 /// Threads: any; get() hands out a copy, update() changes and saves. The file is written outside the lock.
 /// Errors:  none: a missing or wrong value leaves its default, and a failed save leaves the state in memory. A file
-///          that does not parse is set aside before the next save replaces it.
+///          that does not parse is set aside before the next save replaces it, one that cannot be read stays as it is,
+///          and the settings are kept in memory only; both are logged.
 class Config {
 public:
     /// Loads at once, and completes the file on a first start.
@@ -74,13 +94,14 @@ public:
 
 private:
     void load();
+    bool makeRoom();
 
     const std::filesystem::path m_file;
     const Clock& m_clock;
     mutable std::mutex m_mutex;
     std::mutex m_writing; // orders the writers of the file
     Settings m_settings;
-    bool m_damaged = false;
+    std::optional<SettingsFault> m_fault; // of the file as it lies there
 };
 
 } // namespace fenlo

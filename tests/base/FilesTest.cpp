@@ -50,13 +50,19 @@ TEST_F(Files, FailedWriteLeavesNothingBehind) {
     EXPECT_FALSE(files::read(folder / "absent").has_value());
 }
 
-TEST_F(Files, DamagedFileIsSetAsideUnderADatedName) {
-    ASSERT_TRUE(files::writeAtomically(folder / "config.json", "{broken"));
-    files::setAside(folder / "config.json", std::chrono::system_clock::time_point(std::chrono::seconds(1'700'000'000)));
-    EXPECT_FALSE(fs::exists(folder / "config.json"));
-    const auto kept = fs::directory_iterator(folder)->path();
-    EXPECT_EQ(kept.filename().string().rfind("config.json.damaged-2023-11-1", 0), 0u) << kept;
-    EXPECT_EQ(files::read(kept), "{broken");
+TEST_F(Files, DamagedFilesAreSetAsideUnderADatedNameEachItsOwn) {
+    const fs::path file = folder / "config.json";
+    const std::chrono::system_clock::time_point date(std::chrono::seconds(1'700'000'000));
+    for (const char* content : {"{broken", "{broken again", "{and again"}) {
+        ASSERT_TRUE(files::writeAtomically(file, content));
+        const auto kept = files::setAside(file, date);
+        ASSERT_TRUE(kept.has_value());
+        EXPECT_EQ(kept->filename().string().rfind("config.json.damaged-2023-11-1", 0), 0u) << *kept;
+        EXPECT_EQ(files::read(*kept), content);
+        EXPECT_FALSE(fs::exists(file));
+    }
+    EXPECT_EQ(files::thoseSetAside(file).size(), 3u);
+    EXPECT_FALSE(files::setAside(file, date).has_value()) << "there is none";
 }
 
 TEST_F(Files, UuidsAreUpperCaseVersionFourAndDiffer) {

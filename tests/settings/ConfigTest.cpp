@@ -76,6 +76,25 @@ TEST_F(ConfigFile, DamagedFileIsSetAsideBeforeItIsReplaced) {
     }
 }
 
+TEST_F(ConfigFile, AFileThatCannotBeReadIsLeftAloneAndToldOf) {
+    fs::create_directories(file / "in the place of the file");
+    Config config(file, clock);
+    config.update([](Settings& settings) { settings.language = "fr"; });
+    EXPECT_EQ(config.get().language, "fr") << "in memory";
+    EXPECT_TRUE(fs::is_directory(file / "in the place of the file"));
+    EXPECT_EQ(readSettings(file).fault->kind, SettingsFault::Kind::unreadable);
+    fs::remove_all(file);
+
+    EXPECT_FALSE(readSettings(file).fault.has_value()) << "a first start";
+    write("{\n  \"hotkey\": ctrl_l\n}");
+    const auto fault = readSettings(file).fault;
+    ASSERT_TRUE(fault.has_value());
+    EXPECT_EQ(fault->kind, SettingsFault::Kind::damaged);
+    EXPECT_EQ(fault->message.rfind(file.string() + ": line 2, column 13: ", 0), 0u) << fault->message;
+    EXPECT_EQ(fault->message.find('\n'), std::string::npos);
+    EXPECT_TRUE(files::thoseSetAside(file).empty()) << "reading changes nothing";
+}
+
 TEST_F(ConfigFile, UpdateIsSeenAtOnceAndSaved) {
     Config config(file, clock);
     config.update([](Settings& settings) {
