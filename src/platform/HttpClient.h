@@ -23,7 +23,8 @@ struct HttpRequest {
     std::vector<std::pair<std::string, std::string>> headers;
     std::string body;
     double timeout = 60.0;                     // seconds for the whole exchange; 0 for no limit
-    double idleLimit = 0;                      // seconds without a byte of the answer; 0 for no limit
+    double idleLimit = 0;                      // seconds in which too little of the answer comes; 0 for no limit
+    double leastRate = 0;                      // bytes a second; over idleLimit, less than this is too little
     std::size_t maxResponseBytes = 16u << 20u; // a longer body is an error
     std::function<void(std::size_t sent, std::size_t total)> onUpload; // on the network thread; may be empty
 
@@ -50,6 +51,9 @@ public:
     virtual ~HttpClient() = default;
 
     /// Throws HttpError. Any status is an answer. A stop request ends the wait within a fraction of a second.
+    /// A request whose kept connection is closed, reset or breaks the protocol before the answer is whole goes once more
+    /// over a fresh one, within the same time limit, unless a part of the body has been handed out already. No other
+    /// request is ever sent twice.
     virtual HttpResponse send(const HttpRequest& request, std::stop_token stop) = 0;
 
     /// Opens a connection to the host of `url` in the background, so that the next request finds it warm. Does

@@ -260,6 +260,38 @@ TEST_F(CurlHttpClientTest, AnIdleConnectionThatTheServerClosedIsReplaced) {
     EXPECT_EQ(server.connections(), 5);
 }
 
+TEST_F(CurlHttpClientTest, AKeptConnectionThatBreaksIsReplacedOnceAndAFreshOneNever) {
+    const WireAnswer fine = httpAnswer(200, "text/plain", "fine");
+    const std::string cut = "HTTP/1.1 200 Fine\r\nX-Cut: 1\r\nContent-Length: 9\r\n\r\nhalf";
+    const std::vector<WireAnswer> broken = {{{}, true},
+                                            {"\x16\x03garbage\r\n\r\n", true},
+                                            {"\x16\x03garbage\r\n\r\n"},
+                                            {"HTTP/1.1 200 Fine\r\nContent-Length: many\r\n\r\n"},
+                                            {"HTTP/1.1 200 Fine\r\nTransfer-Encoding: chunked\r\n\r\nno size\r\n"},
+                                            {cut, true}};
+    HttpRequest request = to("/");
+    request.method = "POST";
+    request.body = "a take";
+    for (const WireAnswer& bad : broken) {
+        const std::size_t before = requests().size();
+        answerWith([&](const WireRequest& asked, auto) { return asked.reused ? bad : fine; });
+        CurlHttpClient kept;
+        EXPECT_EQ(kept.send(request, {}).body, "fine");
+        const HttpResponse second = kept.send(request, {});
+        EXPECT_EQ(second.body, "fine") << bad.bytes;
+        EXPECT_THAT(second.headers, Not(Contains(Pair("x-cut", "1"))));
+        const auto came = requests();
+        ASSERT_EQ(came.size(), before + 3);
+        EXPECT_EQ(came.back().body, "a take");
+        EXPECT_FALSE(came.back().reused);
+
+        answerWith([&](auto&&...) { return bad; });
+        CurlHttpClient fresh;
+        EXPECT_THROW(fresh.send(request, {}), HttpError) << bad.bytes;
+        EXPECT_EQ(requests().size(), before + 4) << "a fresh connection's failure stands: " << bad.bytes;
+    }
+}
+
 TEST_F(CurlHttpClientTest, WarmingNeverFailsAndNeverHoldsUp) {
     client.preconnect("no address");
     client.preconnect("http://127.0.0.1:1");

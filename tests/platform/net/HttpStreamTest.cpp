@@ -183,6 +183,26 @@ TEST_F(CurlStreamTest, SilenceIsAFaultAndSlownessIsNone) {
     server.reset();
 }
 
+TEST_F(CurlStreamTest, ATrickleIsAFaultWhereARateIsAskedFor) {
+    serve([](auto&&...) {
+        WireAnswer answer = headOf(1u << 30u);
+        answer.more = [](std::stop_token stop) {
+            std::promise<void> end;
+            const std::stop_callback ending(stop, [&] { end.set_value(); });
+            end.get_future().wait_for(std::chrono::milliseconds(10));
+            return std::string("x");
+        };
+        return answer;
+    });
+    request.timeout = 0;
+    request.idleLimit = 0.3;
+    request.leastRate = 10'000;
+    const HttpError error = failure();
+    EXPECT_EQ(error.kind, Kind::timeout);
+    EXPECT_THAT(error.what(), HasSubstr("sent less than 10.0 KB/s for 0.3s"));
+    server.reset();
+}
+
 TEST_F(CurlStreamTest, AStreamThatWaitsForItsSenderHoldsUpNoOther) {
     serve([](const WireRequest& asked, std::stop_token) {
         return httpAnswer(200, "x/y", asked.target == "/quick" ? "quick" : whole);

@@ -111,6 +111,9 @@ void CurlHttpClient::Network::endFinished() {
         const auto found = m_active.find(message->easy_handle);
         const CURLcode result = message->data.result; // the message dies with the handle's removal
         curl_multi_remove_handle(m_multi, found->first);
+        if (result != CURLE_OK && found->second->startsAfresh(result) &&
+            curl_multi_add_handle(m_multi, found->first) == CURLM_OK)
+            continue;
         found->second->end(result);
         m_active.erase(found);
     }

@@ -1,7 +1,9 @@
 #include "platform/linux/net/CurlTransfer.h"
 
+#include "base/Log.h"
 #include "base/Text.h"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -18,10 +20,32 @@ std::string systemError(CURL* handle) {
     return message.empty() ? message : ": " + text::lower(message);
 }
 
+/// The other end closed or reset the connection, or what came over it is no HTTP (an answer without a status line is an
+/// "unsupported protocol" to libcurl). A connection that was kept may owe this to what came before; a fresh one does not.
+bool isFaultOfConnection(CURLcode result) {
+    switch (result) {
+    case CURLE_GOT_NOTHING:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_HTTP2:
+    case CURLE_HTTP2_STREAM:
+        return true;
+    default:
+        return false;
+    }
+}
+
+double secondsSince(CurlTransfer::Moment moment) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - moment).count();
+}
+
 } // namespace
 
 std::size_t CurlTransfer::takeBody(std::string_view bytes) {
-    m_lastByte = std::chrono::steady_clock::now();
+    noteProgress(bytes.size());
     try {
         return m_request->onBody ? stream(bytes) : gather(bytes);
     } catch (const std::exception&) {
@@ -48,19 +72,28 @@ void CurlTransfer::resumeWhereTaken() {
     if (!m_paused || m_stream.isFull())
         return;
     m_paused = false;
-    m_lastByte = std::chrono::steady_clock::now();
+    m_lastProgress = std::chrono::steady_clock::now();
+    m_bytesSince = 0;
     curl_easy_pause(m_easy.get(), CURLPAUSE_CONT);
 }
 
 std::optional<CurlTransfer::Moment> CurlTransfer::stallsAt() const {
     if (m_request->idleLimit <= 0 || m_paused)
         return {};
-    return m_lastByte +
+    return m_lastProgress +
            std::chrono::duration_cast<Moment::duration>(std::chrono::duration<double>(m_request->idleLimit));
 }
 
+void CurlTransfer::noteProgress(std::size_t bytes) {
+    m_bytesSince += bytes;
+    if (static_cast<double>(m_bytesSince) < m_request->idleLimit * m_request->leastRate)
+        return;
+    m_lastProgress = std::chrono::steady_clock::now();
+    m_bytesSince = 0;
+}
+
 bool CurlTransfer::takeHeader(std::string_view line) {
-    m_lastByte = std::chrono::steady_clock::now();
+    noteProgress(line.size());
     m_headerBytes += line.size();
     m_tooLarge = m_headerBytes > maxHeaderBytes;
     if (m_tooLarge)
@@ -94,6 +127,23 @@ int CurlTransfer::status() const {
     return static_cast<int>(status);
 }
 
+bool CurlTransfer::startsAfresh(CURLcode result) {
+    long fresh = 0; // connections that were opened for this transfer
+    curl_easy_getinfo(m_easy.get(), CURLINFO_NUM_CONNECTS, &fresh);
+    const double left = m_request->timeout - secondsSince(m_begin);
+    if (!isFaultOfConnection(result) || fresh > 0 || m_head || m_cancelled || (m_request->timeout > 0 && left <= 0))
+        return false;
+    log("[Fenlo] " + explain(result).message + "; the request goes once more over a fresh connection");
+    m_response = {};
+    m_headerBytes = 0;
+    m_lastProgress = std::chrono::steady_clock::now();
+    m_bytesSince = 0;
+    curl_easy_setopt(m_easy.get(), CURLOPT_FRESH_CONNECT, 1L);
+    if (m_request->timeout > 0)
+        curl_easy_setopt(m_easy.get(), CURLOPT_TIMEOUT_MS, std::max(1L, static_cast<long>(left * 1000)));
+    return true;
+}
+
 void CurlTransfer::end(CURLcode result) {
     if (result != CURLE_OK) {
         finish(explain(result));
@@ -108,8 +158,10 @@ void CurlTransfer::endAsCancelled() {
 }
 
 void CurlTransfer::endAsStalled() {
+    const std::string amount = m_bytesSince > 0 ? "less than " + text::fixed(m_request->leastRate / 1000, 1) + " KB/s"
+                                                : std::string("nothing");
     finish(Fault{HttpError::Kind::timeout,
-                 m_host.label + " sent nothing for " + text::fixed(m_request->idleLimit, 1) + "s"});
+                 m_host.label + " sent " + amount + " for " + text::fixed(m_request->idleLimit, 1) + "s"});
 }
 
 void CurlTransfer::finish(std::variant<HttpResponse, Fault> outcome) {
@@ -180,6 +232,9 @@ CurlTransfer::Fault CurlTransfer::explain(CURLcode result) const {
         return {Kind::connection, host + " closed the connection without an answer"};
     case CURLE_PARTIAL_FILE:
         return {Kind::connection, host + " closed the connection in the middle of its answer"};
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_UNSUPPORTED_PROTOCOL:
+        return {Kind::connection, "the request to " + host + " failed: the answer is no HTTP"};
     case CURLE_SEND_ERROR:
     case CURLE_RECV_ERROR:
         return {Kind::connection, "the connection to " + host + " broke" + systemError(m_easy.get())};

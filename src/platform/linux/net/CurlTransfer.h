@@ -33,6 +33,9 @@ public:
     void cancel() { m_cancelled = true; }
     bool isCancelled() const { return m_cancelled; }
 
+    /// After a failure: whether the transfer is to be run once more, over a fresh connection, for which it is ready then.
+    bool startsAfresh(CURLcode result);
+
     /// Ends the transfer, exactly once; after this the request is not looked at again. `result` is libcurl's.
     void end(CURLcode result);
     void endAsCancelled();
@@ -80,6 +83,7 @@ private:
     std::size_t gather(std::string_view bytes);
     std::size_t stream(std::string_view bytes);
     bool takeHeader(std::string_view line);
+    void noteProgress(std::size_t bytes);
     void tellProgress(std::size_t sent, std::size_t total);
 
     const std::shared_ptr<const HttpRequest> m_request;
@@ -92,7 +96,9 @@ private:
     std::size_t m_told = 0;
     bool m_tooLarge = false;
     std::atomic<bool> m_cancelled = false;
-    Moment m_lastByte = std::chrono::steady_clock::now(); // network thread only, as m_paused
+    const Moment m_begin = std::chrono::steady_clock::now();
+    Moment m_lastProgress = m_begin; // network thread only, as the next two
+    std::size_t m_bytesSince = 0;    // of the answer
     bool m_paused = false;
     std::optional<HttpResponse> m_head; // set before the first piece of a stream
     BodyStream m_stream;
