@@ -36,6 +36,12 @@ void FileDownload::run(std::stop_token stop) {
                 fetchRest(stop);
             requireRightContent();
             isWhole = true;
+        } catch (const Silence& fault) {
+            if (static_cast<double>(m_check.size()) < static_cast<double>(furthest) + m_connection.leastProgress())
+                throw;
+            furthest = m_check.size();
+            retries.begin();
+            retries.waitAfter(fault, stop);
         } catch (const PassingFault& fault) {
             if (m_check.size() > furthest)
                 retries.begin();
@@ -47,8 +53,6 @@ void FileDownload::run(std::stop_token stop) {
 void FileDownload::fetchRest(std::stop_token stop) {
     HttpRequest request;
     request.url = m_connection.fileAddress(m_file.path);
-    request.timeout = 0; // a slow download is as good as a fast one, as long as it lives
-    request.idleLimit = m_connection.idleLimit();
     if (m_check.size() > 0)
         request.headers = {{"Range", "bytes=" + std::to_string(m_check.size()) + "-"},
                            {"If-Range", m_partial.entityTag()}};

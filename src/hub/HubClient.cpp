@@ -39,6 +39,8 @@ HttpResponse getPage(const HubConnection& connection, const std::string& address
     for (Retries retries(clock, attempts);;)
         try {
             return connection.get(request, connection.repo(), stop);
+        } catch (const Silence&) {
+            throw;
         } catch (const PassingFault& fault) {
             retries.waitAfter(fault, stop);
         }

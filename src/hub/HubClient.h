@@ -27,7 +27,8 @@ struct HubSettings {
     std::string endpoint = "https://huggingface.co"; // scheme and host
     std::string token;                               // empty for none; never logged, never sent to another host
     bool offline = false;                            // only what is on disk
-    double idleLimit = 30;                           // seconds without a byte after which a download counts as broken
+    double idleLimit = 30;                           // seconds after which a request that brings too little is given up
+    double leastRate = 1000;                         // bytes a second, below which it brings too little
 
     /// `HF_ENDPOINT`, `HF_TOKEN` and `HF_HUB_OFFLINE` over the defaults.
     static HubSettings fromEnvironment();

@@ -65,6 +65,9 @@ HttpResponse HubConnection::get(HttpRequest request, const std::string& what, st
         request.onHead = [wanted = request.onHead](const HttpResponse& head) {
             return isSuccess(head.status) && (!wanted || wanted(head));
         };
+    request.timeout = 0; // a slow download is as good as a fast one, as long as it lives
+    request.idleLimit = m_settings.idleLimit;
+    request.leastRate = m_settings.leastRate;
     bool isFromHub = true;
     for (int redirects = 0; redirects <= maxRedirects; ++redirects) {
         isFromHub = isFromHub && originOf(request.url) == home;
@@ -94,8 +97,10 @@ HttpResponse HubConnection::sendOnce(const HttpRequest& request, const std::stri
         case HttpError::Kind::cancelled:
             throwCancelled();
         case HttpError::Kind::connection:
-        case HttpError::Kind::timeout:
             throw PassingFault(Kind::network, fault + "; check the network and try again");
+        case HttpError::Kind::timeout:
+            throw Silence(Kind::network,
+                          fault + "; check the network and try again, a download goes on where it stopped");
         case HttpError::Kind::tls:
             throw HubError(Kind::network, fault + "; check this machine's date and certificates");
         case HttpError::Kind::tooLarge:

@@ -14,12 +14,13 @@ public:
     HubConnection(HttpClient& http, const HubSettings& settings, std::string repo);
 
     const std::string& repo() const { return m_repo; }
-    double idleLimit() const { return m_settings.idleLimit; } // seconds
+    /// Bytes; an attempt that brought fewer before it fell silent has brought nothing worth another one.
+    double leastProgress() const { return m_settings.idleLimit * m_settings.leastRate; }
     std::string listingAddress() const;
     std::string fileAddress(const std::string& path) const;
 
-    /// Sends a GET and follows its redirects. Answers of 2xx and 416 (no such range) come back, and only the body of
-    /// a 2xx is streamed. `what` is named in messages.
+    /// Sends a GET and follows its redirects. It may last as long as it brings enough. Answers of 2xx and 416 (no such
+    /// range) come back, and only the body of a 2xx is streamed. `what` is named in messages.
     HttpResponse get(HttpRequest request, const std::string& what, std::stop_token stop) const;
 
     static constexpr char revision[] = "main";

@@ -11,6 +11,12 @@ struct PassingFault : HubError {
     double askedPause; // seconds that the hub asked to wait; 0 when it asked nothing
 };
 
+/// The other end does not answer, or sends next to nothing. The user has waited long for it already, so that only an
+/// attempt that had brought something is repeated.
+struct Silence : PassingFault {
+    using PassingFault::PassingFault;
+};
+
 /// Sleeps in steps short enough for a stop request; throws HubError cancelled on one.
 void pause(Clock& clock, double seconds, std::stop_token stop);
 

@@ -211,6 +211,26 @@ TEST_F(DownloadFaultsTest, AStalledDownloadIsTakenUpAgain) {
     EXPECT_EQ(transfers().back().wire.header("range"), "bytes=1000000-");
 }
 
+TEST_F(DownloadFaultsTest, AHubThatSendsNextToNothingIsNotWaitedForAgain) {
+    settings.idleLimit = 0.7;
+    const double start = clock.now();
+    hub.hit({.mode = "trickle", .after = 600, .times = 9}); // too little in all
+    HubError error = failure(onlyLarge);
+    EXPECT_EQ(error.kind, Kind::network);
+    EXPECT_THAT(error.what(), HasSubstr("sent less than 1.0 KB/s for 0.7s; check the network"));
+    EXPECT_GE(kept(), 600u);
+    const std::string host = settings.endpoint.substr(std::string("http://").size());
+    hub.hit({.mode = "stall", .inListing = true, .times = 9});
+    EXPECT_THAT(failure().what(), HasSubstr(host + " sent nothing for 0.7s; check the network"));
+    EXPECT_EQ(transfers().size(), 1u);
+    EXPECT_EQ(clock.now(), start) << "nobody waits before another attempt, since there is none";
+
+    hub.hit({});
+    download(onlyLarge);
+    EXPECT_TRUE(there(weights) == large);
+    EXPECT_NE(transfers().back().wire.header("range"), "") << "what had come was kept";
+}
+
 TEST_F(DownloadFaultsTest, ListingsThatAreNoneAreRefused) {
     for (const char* mode : {"garbage", "endless"}) {
         hub.hit({.mode = mode, .inListing = true});

@@ -165,6 +165,12 @@ WireAnswer LoopbackHub::list(const WireRequest& request, const std::string& repo
         return httpAnswer(200, "text/html", "<!DOCTYPE html>\n<html><body>Sign in to the network</body></html>");
     if (fault.mode == "endless")
         return endless();
+    if (fault.mode == "stall")
+        return {{}, true, [](std::stop_token stop) {
+                    while (!stop.stop_requested())
+                        pause(3600, stop);
+                    return std::string();
+                }};
     const auto [pageSize, listing] =
         m_state.with([](const State& state) { return std::pair(state.pageSize, state.listing); });
     if (!listing.empty())

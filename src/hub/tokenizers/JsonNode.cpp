@@ -15,7 +15,8 @@ const nlohmann::json null;
 } // namespace
 
 void failDocument(const std::string& source, const std::string& place, const std::string& fault) {
-    throw TokenizerError(source + ": " + (place.empty() ? "" : place + " ") + fault + "; download the model again");
+    const std::string damage = source + ": " + (place.empty() ? "" : place + " ") + fault;
+    throw TokenizerError(damage + "; download the model again", damage);
 }
 
 std::string inQuotes(std::string_view text) {

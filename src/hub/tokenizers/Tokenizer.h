@@ -13,7 +13,9 @@ namespace fenlo::hub {
 
 /// what() is one line that names the file, the fault and the remedy.
 struct TokenizerError : std::runtime_error {
-    using std::runtime_error::runtime_error;
+    TokenizerError(const std::string& message, std::string fault = {})
+        : std::runtime_error(message), damage(std::move(fault)) {}
+    std::string damage; // file and fault without the remedy, where another copy of the file may be sound
 };
 
 /// Text to tokens and back, as a tokenizer.json says: added tokens, normalizer, pre-tokenizer, byte-pair merges and
