@@ -108,7 +108,8 @@ int runDesktopApp(int argc, char** argv) {
     TakePipeline pipeline(config, services.steps());
 
     ContextReader contextReader(workspace, platform.accessibility, platform.pasteboard, clock);
-    TextInserter inserter(platform.pasteboard, platform.keys, platform.accessibility, workspace, clock, mainQueue);
+    TextInserter inserter(platform.pasteboard, platform.keys, platform.accessibility, workspace, clock, mainQueue,
+                          TextInserter::Returning::everything);
     TonePlayer tones(platform.audioOutput, background);
     OverlayWindow overlay({config, clock, mainQueue, platform.pills, platform.cards, platform.keys, workspace,
                            [&](const std::string& text) { inserter.copyToClipboard(text); }});

@@ -41,7 +41,7 @@ ContextReader::Context ContextReader::read() {
         context.selectedText = element->selectedText;
     }
     const double left = std::max(0.0, deadline - m_clock.now());
-    context.clipboardText = text::firstCharacters(m_pasteboard.string(left).value_or(""), textLimit);
+    context.clipboardText = text::firstCharacters(m_pasteboard.string(left).text.value_or(""), textLimit);
     return context;
 }
 

@@ -8,7 +8,6 @@
 #include "base/Text.h"
 #include "platform/KeyCodes.h"
 #include "platform/KeyEvents.h"
-#include "platform/Pasteboard.h"
 #include "session/TextInserter.h"
 #include "settings/Config.h"
 #include "shell/MenuBarController.h"
@@ -16,7 +15,9 @@
 #include "shell/Sounds.h"
 #include "text/VoiceCorrection.h"
 
+#include <algorithm>
 #include <type_traits>
+#include <utility>
 
 namespace fenlo {
 
@@ -153,15 +154,25 @@ void DictationSession::commandActivated() {
     m_isCommandMode = true;
     m_services.overlay.showCommandMode();
     m_capturedContext = m_services.contextReader.read();
-    const auto remembered = m_services.pasteboard.string(clipboardReadLimit);
+    // A second command before the look finds what the first one copied.
+    if (!m_clipboardBefore)
+        rememberClipboard();
     m_services.inserter.keys().copy();
-    m_clipboardLook = m_services.mainQueue.postAfter(copyDelay, [this, remembered] { captureSelection(remembered); });
+    m_clipboardLook = m_services.mainQueue.postAfter(copyDelay, [this] { captureSelection(); });
+}
+
+void DictationSession::rememberClipboard() {
+    const double deadline = m_services.clock.now() + clipboardReadLimit;
+    std::string text = m_services.pasteboard.string(clipboardReadLimit).text.value_or("");
+    const double left = std::max(0.0, deadline - m_services.clock.now());
+    m_clipboardBefore = {std::move(text), m_services.pasteboard.keep(left)};
 }
 
 /// The way to a selection in applications that give none through accessibility.
-void DictationSession::captureSelection(const std::optional<std::string>& remembered) {
-    const std::string copied = m_services.pasteboard.string(clipboardReadLimit).value_or("");
-    const bool different = copied != remembered.value_or("");
+void DictationSession::captureSelection() {
+    const auto before = std::exchange(m_clipboardBefore, {}).value();
+    const std::string copied = m_services.pasteboard.string(clipboardReadLimit).text.value_or("");
+    const bool different = copied != before.text;
     const bool selectedEmpty = !m_capturedContext || m_capturedContext->selectedText.empty();
     log("[Fenlo] Command mode clipboard: copied=" + std::to_string(text::characterCount(copied)) +
         "chars different=" + text::boolean(different) + " selectedEmpty=" + text::boolean(selectedEmpty));
@@ -169,10 +180,8 @@ void DictationSession::captureSelection(const std::optional<std::string>& rememb
         m_capturedContext->selectedText = copied;
         log("[Fenlo] Command mode: captured selection (" + std::to_string(text::characterCount(copied)) + " chars)");
     }
-    if (remembered) {
-        m_services.pasteboard.clear();
-        m_services.pasteboard.set(*remembered, {});
-    }
+    if (different)
+        before.giveBack(Pasteboard::Return::afterCopy);
 }
 
 // From the recorded chunks to an outcome.

@@ -2,6 +2,7 @@
 
 #include "base/Lifetime.h"
 #include "base/MainQueue.h"
+#include "platform/Pasteboard.h"
 #include "session/ContextReader.h"
 #include "session/TakePipeline.h"
 
@@ -19,7 +20,6 @@ class Config;
 class KeyEvents;
 class MenuBarController;
 class OverlayWindow;
-class Pasteboard;
 class TextInserter;
 class TonePlayer;
 
@@ -82,7 +82,8 @@ private:
     void endRecording();
     void processChunks(Take take);
     TakeSituation situation() const;
-    void captureSelection(const std::optional<std::string>& remembered);
+    void rememberClipboard();
+    void captureSelection();
 
     void deliver(const TakeOutcome& outcome, double duration);
     void applyVoiceCorrection(const std::string& correction, double duration);
@@ -111,6 +112,12 @@ private:
     std::optional<double> m_lastPasteTime;
     std::optional<FocusContext> m_capturedContext;
 
+    /// The clipboard before the copy keys of a command; nothing once it has been looked at.
+    struct ClipboardBefore {
+        std::string text;
+        Pasteboard::GiveBack giveBack;
+    };
+    std::optional<ClipboardBefore> m_clipboardBefore;
     Timer m_clipboardLook;
     Timer m_correctionPaste;
     Lifetime m_lifetime;

@@ -13,19 +13,19 @@ namespace {
 
 constexpr double settleDelay = 0.200; // seconds from setting the clipboard to the paste
 constexpr double restoreDelay = 1.0;  // seconds the text stays on the clipboard
-constexpr double readLimit = 0.150;   // seconds for the old clipboard text
+constexpr double readLimit = 0.150;   // seconds for what is on the clipboard
 constexpr std::size_t shownCharacters = 60;
 
 } // namespace
 
 TextInserter::TextInserter(Pasteboard& pasteboard, KeyEvents& keys, Accessibility& accessibility, Workspace& workspace,
-                           Clock& clock, MainQueue& mainQueue)
+                           Clock& clock, MainQueue& mainQueue, Returning returning)
     : m_pasteboard(pasteboard), m_accessibility(accessibility), m_workspace(workspace), m_clock(clock),
-      m_mainQueue(mainQueue), m_keys(keys, accessibility, workspace, clock) {}
+      m_mainQueue(mainQueue), m_keys(keys, accessibility, workspace, clock), m_returning(returning) {}
 
 TextInserter::~TextInserter() {
     for (const Restore& restore : m_restores)
-        putBack(restore.saved);
+        restore.run();
 }
 
 void TextInserter::insertText(const std::string& text) {
@@ -35,7 +35,7 @@ void TextInserter::insertText(const std::string& text) {
         log("[Fenlo] Screen locked: nothing is pasted");
         return;
     }
-    std::string saved = m_pasteboard.string(readLimit).value_or("");
+    auto restore = keepClipboard();
     m_pasteboard.clear();
     // Some programs paste the primary selection, so the text is offered there too while it is on loan.
     m_pasteboard.set(text, {.transient = true, .primary = m_keys.mayPastePrimary()});
@@ -45,7 +45,7 @@ void TextInserter::insertText(const std::string& text) {
     if (!isPasted && m_accessibility.trusted() && !m_workspace.isScreenLocked())
         log("[Fenlo] ERROR: No key of this keyboard pastes; the text stays on the clipboard");
     else
-        restoreLater(std::move(saved));
+        restoreLater(std::move(restore));
 }
 
 bool TextInserter::pasteKeystroke() {
@@ -62,17 +62,26 @@ void TextInserter::copyToClipboard(const std::string& text) {
     log("[Fenlo] Copied to clipboard: " + text::firstCharacters(text, shownCharacters) + "...");
 }
 
-void TextInserter::restoreLater(std::string saved) {
-    const auto restore = m_restores.insert(m_restores.end(), {std::move(saved), {}});
-    restore->timer = m_mainQueue.postAfter(restoreDelay, [this, restore] {
-        putBack(restore->saved);
-        m_restores.erase(restore);
-    });
+std::function<void()> TextInserter::keepClipboard() {
+    if (m_returning == Returning::everything) {
+        // A loan that is still open goes on in this one.
+        m_restores.clear();
+        return [giveBack = m_pasteboard.keep(readLimit)] { giveBack(Pasteboard::Return::afterLoan); };
+    }
+    return [this, saved = m_pasteboard.string(readLimit)] {
+        if (!saved.isAnswered)
+            return;
+        m_pasteboard.clear();
+        m_pasteboard.set(saved.text.value_or(""), {});
+    };
 }
 
-void TextInserter::putBack(const std::string& saved) {
-    m_pasteboard.clear();
-    m_pasteboard.set(saved, {});
+void TextInserter::restoreLater(std::function<void()> run) {
+    const auto restore = m_restores.insert(m_restores.end(), {std::move(run), {}});
+    restore->timer = m_mainQueue.postAfter(restoreDelay, [this, restore] {
+        restore->run();
+        m_restores.erase(restore);
+    });
 }
 
 } // namespace fenlo

@@ -3,6 +3,7 @@
 #include "base/MainQueue.h"
 #include "session/EditingKeys.h"
 
+#include <functional>
 #include <list>
 #include <string>
 
@@ -15,15 +16,21 @@ class Pasteboard;
 class Workspace;
 
 /// Puts text at the cursor of the front application by way of the clipboard, which works wherever one can paste: the
-/// text goes onto the clipboard, the paste keys are posted, and a second later the old clipboard text returns.
+/// text goes onto the clipboard, the paste keys are posted, and a second later what was there before returns.
 ///
 /// Threads: main thread; insertText() blocks it for about a quarter of a second, and longer while the user holds a
 ///          modifier key.
 /// Errors:  log lines only.
 class TextInserter {
 public:
+    /// What returns to the clipboard after a paste.
+    enum class Returning {
+        text,       // the plain text alone, whatever has become of the clipboard meanwhile
+        everything, // all that lay there, unless something else has been copied meanwhile
+    };
+
     TextInserter(Pasteboard& pasteboard, KeyEvents& keys, Accessibility& accessibility, Workspace& workspace,
-                 Clock& clock, MainQueue& mainQueue);
+                 Clock& clock, MainQueue& mainQueue, Returning returning = Returning::text);
     /// A clipboard that is still borrowed is given back at once.
     ~TextInserter();
     TextInserter(const TextInserter&) = delete;
@@ -38,12 +45,13 @@ public:
 
 private:
     struct Restore {
-        std::string saved;
+        std::function<void()> run;
         Timer timer;
     };
 
-    void restoreLater(std::string saved);
-    void putBack(const std::string& saved);
+    /// Looks at the clipboard now. Returns what brings it back.
+    std::function<void()> keepClipboard();
+    void restoreLater(std::function<void()> restore);
 
     Pasteboard& m_pasteboard;
     Accessibility& m_accessibility;
@@ -51,6 +59,7 @@ private:
     Clock& m_clock;
     MainQueue& m_mainQueue;
     EditingKeys m_keys;
+    const Returning m_returning;
     std::list<Restore> m_restores; // oldest first
 };
 

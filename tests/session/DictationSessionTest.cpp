@@ -383,6 +383,22 @@ TEST_F(CommandMode, AnUnchangedClipboardIsNoSelectionAndAnEmptyOneKeepsTheCopy) 
     EXPECT_EQ(pasteboard.content, "copied");
 }
 
+TEST_F(CommandMode, TheClipboardFromBeforeTheFirstOfTwoCommandsComesBack) {
+    pasteboard.content = "before";
+    pasteboard.forms = {{"text/html", "<b>before</b>"}};
+    keys.onPost = [this](const auto&) {
+        pasteboard.content = "selected words";
+        pasteboard.forms.clear();
+    };
+    session.hotkeyPressed();
+    session.commandActivated();
+    mainQueue.advance(0.2);
+    session.commandActivated();
+    mainQueue.advance(0.36);
+    EXPECT_EQ(pasteboard.content, "before");
+    EXPECT_EQ(pasteboard.forms["text/html"], "<b>before</b>");
+}
+
 TEST_F(CommandMode, WithoutATextFieldTheAnswerIsShown) {
     accessibility.element.reset();
     steps.runAICommand = [](auto&&...) { return "see https://example.org"; };

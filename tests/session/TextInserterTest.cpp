@@ -87,6 +87,32 @@ TEST_F(Insertion, TwoRoundsRestoreInOrder) {
     EXPECT_EQ(pasteboard.content, "first");
 }
 
+TEST_F(Insertion, EverythingReturnsAfterTheLastOfTwoRounds) {
+    TextInserter careful{
+        pasteboard, keys, accessibility, workspace, clock, mainQueue, TextInserter::Returning::everything};
+    pasteboard.forms = {{"image/png", "image"}};
+    careful.insertText("first");
+    mainQueue.advance(0.8);
+    careful.insertText("second");
+    mainQueue.advance(0.9);
+    EXPECT_EQ(pasteboard.content, "second");
+    mainQueue.advance(0.2);
+    EXPECT_EQ(pasteboard.content, std::nullopt);
+    EXPECT_EQ(pasteboard.forms["image/png"], "image");
+
+    careful.insertText("third");
+    pasteboard.content = "copied by the user";
+    mainQueue.advance(1.1);
+    EXPECT_EQ(pasteboard.content, "copied by the user");
+}
+
+TEST_F(Insertion, AnOwnerThatDidNotAnswerIsNotReplacedByNothing) {
+    pasteboard.answers = false;
+    inserter.insertText("x");
+    mainQueue.advance(1.1);
+    EXPECT_EQ(pasteboard.content, "x");
+}
+
 TEST_F(Insertion, WithoutTrustNoKeyIsPostedButTheTextCanBePastedByHand) {
     pasteboard.content = "old";
     accessibility.isTrusted = false;

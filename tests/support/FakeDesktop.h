@@ -4,30 +4,76 @@
 #include "platform/Pasteboard.h"
 #include "platform/Workspace.h"
 
+#include <functional>
+#include <map>
+#include <utility>
 #include <vector>
 
 namespace fenlo::test {
 
 class FakePasteboard final : public Pasteboard {
 public:
-    std::optional<std::string> string(double limit) override {
+    using Forms = std::map<std::string, std::string>;
+
+    Reading string(double limit) override {
         limits.push_back(limit);
-        return content;
+        return answers || isOnLoan() ? Reading{.text = content} : Reading{.text = {}, .isAnswered = false};
     }
-    void clear() override { content.reset(); }
+    void clear() override {
+        content.reset();
+        forms.clear();
+    }
     void set(const std::string& text, Offer offer) override {
+        clear();
         content = text;
         lastOffer = offer;
         history.push_back(text);
         if (offer.transient)
             transient.push_back(text);
     }
+    GiveBack keep(double limit) override {
+        limits.push_back(limit);
+        if (!isOnLoan())
+            m_kept = {content, forms};
+        return [this, kept = m_kept](Return why) {
+            m_waiting = [=, this] { giveBack(kept, why); };
+            if (answers)
+                answerNow();
+        };
+    }
+    /// The owner of the clipboard tells at last what it held.
+    void answerNow() {
+        answers = true;
+        if (const auto waiting = std::exchange(m_waiting, {}))
+            waiting();
+    }
 
     std::optional<std::string> content;
+    Forms forms;         // what lies there beside the text
+    bool answers = true; // the clipboard's owner
     Offer lastOffer;
     std::vector<std::string> history;
     std::vector<std::string> transient; // those that were asked to leave no trace
     std::vector<double> limits;
+
+private:
+    struct Kept {
+        std::optional<std::string> text;
+        Forms forms;
+    };
+
+    bool isOnLoan() const { return lastOffer.transient && !history.empty() && content == history.back(); }
+    void giveBack(const Kept& kept, Return why) {
+        const bool wasEmpty = !kept.text && kept.forms.empty();
+        if (why == Return::afterLoan ? !isOnLoan() : wasEmpty)
+            return;
+        content = wasEmpty ? "" : kept.text;
+        forms = kept.forms;
+        lastOffer = {};
+    }
+
+    Kept m_kept;
+    std::function<void()> m_waiting;
 };
 
 class FakeAccessibility final : public Accessibility {

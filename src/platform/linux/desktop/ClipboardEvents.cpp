@@ -1,5 +1,8 @@
 #include "platform/linux/desktop/ClipboardEvents.h"
 
+#include <cmath>
+#include <poll.h>
+
 namespace fenlo {
 
 ClipboardEvents::Event ClipboardEvents::next() {
@@ -10,9 +13,23 @@ ClipboardEvents::Event ClipboardEvents::next() {
     return Event{xcb_poll_for_queued_event(m_x.get())};
 }
 
+void ClipboardEvents::handle(const xcb_generic_event_t& event) {
+    m_server.handle(event);
+    m_conversions.handle(event);
+}
+
 void ClipboardEvents::handleArrived() {
     while (const Event event = next())
-        m_server.handle(*event);
+        handle(*event);
+}
+
+bool ClipboardEvents::sleepUntil(Clock::time_point deadline) {
+    const std::chrono::duration<double, std::milli> left = deadline - Clock::now();
+    // The thread's wake-up is not looked at: it stays for the loop that waits for it.
+    pollfd source{m_x.descriptor(), POLLIN, 0};
+    if (left.count() > 0)
+        ::poll(&source, 1, static_cast<int>(std::ceil(left.count())));
+    return left.count() > 0;
 }
 
 ClipboardEvents::Event ClipboardEvents::waitFor(const std::function<bool(const xcb_generic_event_t&)>& matches,
@@ -21,25 +38,32 @@ ClipboardEvents::Event ClipboardEvents::waitFor(const std::function<bool(const x
         while (Event event = next()) {
             if (matches(*event))
                 return event;
-            m_server.handle(*event);
+            handle(*event);
         }
-        const std::chrono::duration<double> left = deadline - Clock::now();
-        if (left.count() <= 0)
+        if (!sleepUntil(deadline))
             break;
-        m_wakeup.sleep(m_x.descriptor(), left.count());
     }
     return nullptr;
 }
 
-xcb_timestamp_t ClipboardEvents::serverTime() {
-    constexpr auto patience = std::chrono::seconds(1);
+bool ClipboardEvents::waitFor(const SelectionConversion& conversion, Clock::time_point deadline) {
+    while (conversion.isOpen() && !m_x.isLost()) {
+        if (const Event event = next())
+            handle(*event);
+        else if (!sleepUntil(deadline))
+            break;
+    }
+    return !conversion.isOpen();
+}
+
+xcb_timestamp_t ClipboardEvents::serverTime(Clock::time_point deadline) {
     const xcb_atom_t stamp = m_x.atom("_FENLO_STAMP");
     m_x.setBytes(m_window, stamp, XCB_ATOM_STRING, "");
     const auto changed = [&](const xcb_generic_event_t& event) {
         const auto* const notify = eventAs<xcb_property_notify_event_t>(event, XCB_PROPERTY_NOTIFY);
         return notify && notify->window == m_window && notify->atom == stamp;
     };
-    const Event event = waitFor(changed, Clock::now() + patience);
+    const Event event = waitFor(changed, deadline);
     return event ? reinterpret_cast<const xcb_property_notify_event_t&>(*event).time
                  : xcb_timestamp_t{XCB_CURRENT_TIME};
 }

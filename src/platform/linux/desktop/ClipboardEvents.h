@@ -1,7 +1,7 @@
 #pragma once
 
+#include "platform/linux/desktop/SelectionConversions.h"
 #include "platform/linux/desktop/SelectionServer.h"
-#include "platform/linux/desktop/Wakeup.h"
 #include "platform/linux/desktop/XcbConnection.h"
 
 #include <chrono>
@@ -9,7 +9,8 @@
 
 namespace fenlo {
 
-/// The events of the clipboard's connection. Whatever is waited for, requests for our own text are answered meanwhile.
+/// The events of the clipboard's connection. Whatever is waited for, other programs' requests and answers are dealt
+/// with meanwhile.
 ///
 /// Threads: one.
 class ClipboardEvents {
@@ -17,26 +18,32 @@ public:
     using Clock = std::chrono::steady_clock;
     using Event = XcbReply<xcb_generic_event_t>;
 
-    ClipboardEvents(XcbConnection& x, xcb_window_t window, SelectionServer& server, Wakeup& wakeup)
-        : m_x(x), m_window(window), m_server(server), m_wakeup(wakeup) {}
+    ClipboardEvents(XcbConnection& x, xcb_window_t window, SelectionServer& server, SelectionConversions& conversions)
+        : m_x(x), m_window(window), m_server(server), m_conversions(conversions) {}
 
-    /// Answers what has arrived.
+    /// Deals with what has arrived.
     void handleArrived();
 
     /// The first event that matches; nothing when none came in time or the server is gone.
     Event waitFor(const std::function<bool(const xcb_generic_event_t&)>& matches, Clock::time_point deadline);
 
-    /// The server's own time, as the protocol asks for in place of "now".
-    xcb_timestamp_t serverTime();
+    /// Waits until the conversion is done or failed. Returns false when it is still open at the deadline.
+    bool waitFor(const SelectionConversion& conversion, Clock::time_point deadline);
+
+    /// The server's own time, as the protocol asks for in place of "now"; which it is when the server takes longer.
+    xcb_timestamp_t serverTime(Clock::time_point deadline = Clock::now() + std::chrono::seconds(1));
 
 private:
     /// The next event that has arrived, or nothing.
     Event next();
+    void handle(const xcb_generic_event_t& event);
+    /// Sleeps until something comes. Returns false when the deadline is over.
+    bool sleepUntil(Clock::time_point deadline);
 
     XcbConnection& m_x;
     const xcb_window_t m_window;
     SelectionServer& m_server;
-    Wakeup& m_wakeup;
+    SelectionConversions& m_conversions;
 };
 
 } // namespace fenlo

@@ -9,11 +9,18 @@ namespace fenlo {
 
 namespace {
 
+using Stay = SelectionServer::Stay;
+
 /// A text that follows within this time replaces the old one directly. Clipboard managers put old content back into a
 /// clipboard that they see empty.
 constexpr auto clearDelay = std::chrono::milliseconds(30);
 constexpr auto stallCheck = std::chrono::seconds(2);
 constexpr auto handOverLimit = std::chrono::milliseconds(300);
+
+std::chrono::steady_clock::time_point after(double seconds) {
+    using Clock = std::chrono::steady_clock;
+    return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
 
 } // namespace
 
@@ -23,9 +30,10 @@ std::unique_ptr<ClipboardThread> ClipboardThread::start() {
 }
 
 ClipboardThread::ClipboardThread(std::unique_ptr<XcbConnection> x)
-    : m_x(std::move(x)), m_window(m_x->makeWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)), m_server(*m_x, m_window),
-      m_events(*m_x, m_window, m_server, m_wakeup), m_reader(*m_x, m_window, m_events),
-      m_thread([this](std::stop_token stop) { run(stop); }) {}
+    : m_x(std::move(x)), m_window(m_x->makeWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)), m_clipboard(m_x->atom("CLIPBOARD")),
+      m_server(*m_x, m_window), m_conversions(*m_x, m_window), m_events(*m_x, m_window, m_server, m_conversions),
+      m_reader(*m_x, m_conversions, m_events), m_saver(*m_x, m_conversions, m_events),
+      m_loan(*m_x, m_window, m_server, m_events, m_saver), m_thread([this](std::stop_token stop) { run(stop); }) {}
 
 ClipboardThread::~ClipboardThread() {
     m_thread.request_stop();
@@ -33,24 +41,44 @@ ClipboardThread::~ClipboardThread() {
 }
 
 void ClipboardThread::set(std::string text, Pasteboard::Offer offer) {
-    post([this, text = std::move(text), offer]() mutable {
-        m_clearing.reset();
-        m_server.offer(std::move(text), offer, m_events.serverTime());
-    });
+    post([this, text = std::move(text), offer] { setNow(text, offer); });
 }
 
 void ClipboardThread::clear() {
-    post([this] { m_clearing = {Clock::now() + clearDelay, m_events.serverTime()}; });
+    post([this] {
+        m_loan.forgetReturn();
+        m_clearing = {Clock::now() + clearDelay, m_events.serverTime()};
+    });
 }
 
-std::optional<std::string> ClipboardThread::read(double limit) {
-    auto text = std::make_shared<std::promise<std::optional<std::string>>>();
-    auto answer = text->get_future();
-    post([this, text = std::move(text), limit] { text->set_value(readNow(limit)); });
+Pasteboard::Reading ClipboardThread::read(double limit) {
+    const auto deadline = after(limit);
+    const auto reading = ask<std::optional<Pasteboard::Reading>>(deadline, [=, this] { return readNow(deadline); });
+    return reading.value_or(Pasteboard::Reading{.text = {}, .isAnswered = false});
+}
+
+Pasteboard::GiveBack ClipboardThread::keep(double limit) {
+    // The thread alone looks at what it has saved, which may be later than the deadline.
+    const auto saved = std::make_shared<ClipboardLoan::Saved>();
+    const auto deadline = after(limit);
+    ask<bool>(deadline, [=, this] {
+        if (m_clearing)
+            clearNow();
+        *saved = m_loan.keep(deadline);
+        return true;
+    });
+    return [=, this](Pasteboard::Return why) { post([=, this] { m_loan.giveBack(*saved, why); }); };
+}
+
+template <typename Result>
+Result ClipboardThread::ask(Clock::time_point deadline, std::function<Result()> question) {
+    auto answer = std::make_shared<std::promise<Result>>();
+    auto told = answer->get_future();
+    post([answer = std::move(answer), question = std::move(question)] { answer->set_value(question()); });
     try {
-        return answer.get();
+        return told.wait_until(deadline) == std::future_status::ready ? told.get() : Result();
     } catch (const std::future_error&) {
-        return std::nullopt; // the thread ended before
+        return Result(); // the thread ended before
     }
 }
 
@@ -66,6 +94,7 @@ void ClipboardThread::run(std::stop_token stop) {
     while (!stop.stop_requested() && !m_x->isLost()) {
         runTasks();
         clearIfDue();
+        m_loan.settle();
         m_events.handleArrived();
         sleep();
     }
@@ -101,28 +130,43 @@ void ClipboardThread::runTasks() {
 void ClipboardThread::sleep() {
     const auto now = Clock::now();
     const bool watchesTransfers = m_server.dropStalled(now);
-    std::optional<Clock::time_point> until;
+    auto until = m_loan.due();
+    const auto atLatest = [&](Clock::time_point time) { until = std::min(until.value_or(time), time); };
     if (watchesTransfers)
-        until = now + stallCheck;
+        atLatest(now + stallCheck);
     if (m_clearing)
-        until = m_clearing->due;
-    const std::chrono::duration<double> left = until ? std::max(*until - now, Clock::duration::zero()) : -stallCheck;
+        atLatest(m_clearing->due);
+    const std::chrono::duration<double> left = until ? std::max(*until, now) - now : -stallCheck;
     m_wakeup.sleep(m_x->descriptor(), left.count());
 }
 
-std::optional<std::string> ClipboardThread::readNow(double limit) {
-    if (m_clearing)
-        return std::nullopt;
-    const auto cookie = xcb_get_selection_owner(m_x->get(), m_x->atom("CLIPBOARD"));
-    const XcbReply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(m_x->get(), cookie, nullptr));
-    if (!reply || reply->owner == XCB_WINDOW_NONE)
-        return std::nullopt;
-    return reply->owner == m_window ? m_server.text() : m_reader.read(limit);
+void ClipboardThread::setNow(const std::string& text, Pasteboard::Offer offer) {
+    m_clearing.reset();
+    m_loan.forgetReturn();
+    m_server.offer(m_clipboard, {.text = text, .forms = {}}, offer.transient ? Stay::onLoan : Stay::lasting,
+                   m_events.serverTime());
+    if (offer.primary)
+        m_loan.lendPrimary(text);
+    else
+        m_loan.endPrimary();
+}
+
+Pasteboard::Reading ClipboardThread::readNow(Clock::time_point deadline) {
+    const xcb_window_t owner = m_clearing ? xcb_window_t{XCB_WINDOW_NONE} : m_x->selectionOwner(m_clipboard);
+    if (owner == XCB_WINDOW_NONE)
+        return {};
+    return owner == m_window ? Pasteboard::Reading{.text = m_server.contents(m_clipboard).text}
+                             : m_reader.read(deadline);
 }
 
 void ClipboardThread::clearIfDue() {
     if (m_clearing && Clock::now() >= m_clearing->due)
-        m_server.clear(std::exchange(m_clearing, {})->time);
+        clearNow();
+}
+
+void ClipboardThread::clearNow() {
+    m_server.clear(m_clipboard, std::exchange(m_clearing, {})->time);
+    m_loan.endPrimary();
 }
 
 void ClipboardThread::handOver() {
@@ -130,10 +174,11 @@ void ClipboardThread::handOver() {
     const xcb_atom_t property = m_x->atom("_FENLO_SAVE");
     m_events.handleArrived();
     if (m_clearing)
-        m_server.clear(m_clearing->time);
-    if (!m_server.ownsClipboard() || m_server.isTransient())
+        clearNow();
+    m_loan.settle(true);
+    if (!m_server.owns(m_clipboard) || m_server.lends(m_clipboard))
         return;
-    m_x->setNumbers(m_window, property, XCB_ATOM_ATOM, m_server.textTargets());
+    m_x->setNumbers(m_window, property, XCB_ATOM_ATOM, m_server.contentTargets(m_clipboard));
     xcb_convert_selection(m_x->get(), m_window, manager, m_x->atom("SAVE_TARGETS"), property, m_events.serverTime());
     // Without a manager the server itself answers at once.
     const auto isSaved = [&](const xcb_generic_event_t& event) {

@@ -3,8 +3,9 @@
 #include "base/Guarded.h"
 #include "platform/Pasteboard.h"
 #include "platform/linux/desktop/ClipboardEvents.h"
+#include "platform/linux/desktop/ClipboardLoan.h"
 #include "platform/linux/desktop/SelectionReader.h"
-#include "platform/linux/desktop/SelectionServer.h"
+#include "platform/linux/desktop/Wakeup.h"
 
 #include <deque>
 #include <thread>
@@ -26,7 +27,8 @@ public:
 
     void set(std::string text, Pasteboard::Offer offer);
     void clear();
-    std::optional<std::string> read(double limit);
+    Pasteboard::Reading read(double limit);
+    Pasteboard::GiveBack keep(double limit);
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -40,20 +42,29 @@ private:
     explicit ClipboardThread(std::unique_ptr<XcbConnection> x);
 
     void post(Task task);
+    /// Runs it on the thread. Returns the default value when it is not done by the deadline.
+    template <typename Result>
+    Result ask(Clock::time_point deadline, std::function<Result()> question);
     void run(std::stop_token stop);
     void runTasks();
     void sleep();
-    std::optional<std::string> readNow(double limit);
+    void setNow(const std::string& text, Pasteboard::Offer offer);
+    Pasteboard::Reading readNow(Clock::time_point deadline);
     void clearIfDue();
+    void clearNow();
     void handOver();
 
     const std::unique_ptr<XcbConnection> m_x;
     const xcb_window_t m_window;
     Wakeup m_wakeup;
     Guarded<Inbox> m_inbox;
+    const xcb_atom_t m_clipboard;
     SelectionServer m_server;
+    SelectionConversions m_conversions;
     ClipboardEvents m_events;
     SelectionReader m_reader;
+    SelectionSaver m_saver;
+    ClipboardLoan m_loan;
     struct Clearing {
         Clock::time_point due;
         xcb_timestamp_t time; // as of which the clipboard is empty

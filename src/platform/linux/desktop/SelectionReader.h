@@ -1,9 +1,7 @@
 #pragma once
 
+#include "platform/Pasteboard.h"
 #include "platform/linux/desktop/ClipboardEvents.h"
-
-#include <optional>
-#include <string>
 
 namespace fenlo {
 
@@ -12,26 +10,21 @@ namespace fenlo {
 /// Threads: one.
 class SelectionReader {
 public:
-    SelectionReader(XcbConnection& x, xcb_window_t window, ClipboardEvents& events)
-        : m_x(x), m_window(window), m_events(events) {}
+    using Clock = ClipboardEvents::Clock;
 
-    /// Nothing when the owner has no text or lets `limit` seconds go by without moving on.
-    std::optional<std::string> read(double limit);
+    SelectionReader(XcbConnection& x, SelectionConversions& conversions, ClipboardEvents& events)
+        : m_x(x), m_conversions(conversions), m_events(events) {}
+
+    /// The deadline holds for everything together, however the owner answers.
+    Pasteboard::Reading read(Clock::time_point deadline);
 
 private:
-    struct Answer {
-        bool isRefused = false;
-        std::optional<std::string> text;
-    };
-
-    Answer ask(xcb_atom_t target, double limit);
-    std::optional<XcbConnection::Property> collect(xcb_atom_t property, double limit);
-    std::string decode(const XcbConnection::Property& property) const;
-
     XcbConnection& m_x;
-    const xcb_window_t m_window;
+    SelectionConversions& m_conversions;
     ClipboardEvents& m_events;
-    unsigned m_attempt = 0;
 };
+
+/// The text in a property, which old programs encode in ISO 8859-1.
+std::string textIn(const XcbConnection::Property& property);
 
 } // namespace fenlo

@@ -15,30 +15,16 @@ constexpr auto stallLimit = std::chrono::seconds(10); // a reader that takes lon
 
 } // namespace
 
-void SelectionServer::offer(std::string text, Pasteboard::Offer offer, xcb_timestamp_t time) {
-    m_text = std::make_shared<const std::string>(std::move(text));
-    m_latin.reset();
-    if (auto latin = latin1FromUtf8(*m_text))
-        m_latin = std::make_shared<const std::string>(std::move(*latin));
-    m_offer = offer;
-    xcb_set_selection_owner(m_x.get(), m_window, m_x.atom("CLIPBOARD"), time);
-    m_clipboard = {true, time};
-    if (offer.primary) {
-        xcb_set_selection_owner(m_x.get(), m_window, XCB_ATOM_PRIMARY, time);
-        m_primary = {true, time};
-    } else if (std::exchange(m_primary, {}).isOwned) {
-        xcb_set_selection_owner(m_x.get(), XCB_WINDOW_NONE, XCB_ATOM_PRIMARY, time);
-    }
+void SelectionServer::offer(xcb_atom_t selection, SelectionContents contents, Stay stay, xcb_timestamp_t time) {
+    auto latin = contents.text ? latin1FromUtf8(*contents.text) : std::nullopt;
+    xcb_set_selection_owner(m_x.get(), m_window, selection, time);
+    m_selections.at(selection) = {true, time, std::make_shared<const SelectionContents>(std::move(contents)),
+                                  latin ? std::make_shared<const std::string>(std::move(*latin)) : nullptr, stay};
 }
 
-void SelectionServer::clear(xcb_timestamp_t time) {
-    xcb_set_selection_owner(m_x.get(), XCB_WINDOW_NONE, m_x.atom("CLIPBOARD"), time);
-    if (m_primary.isOwned)
-        xcb_set_selection_owner(m_x.get(), XCB_WINDOW_NONE, XCB_ATOM_PRIMARY, time);
-    m_clipboard = m_primary = {};
-    m_text = std::make_shared<const std::string>();
-    m_latin.reset();
-    m_offer = {};
+void SelectionServer::clear(xcb_atom_t selection, xcb_timestamp_t time) {
+    xcb_set_selection_owner(m_x.get(), XCB_WINDOW_NONE, selection, time);
+    m_selections.at(selection) = {};
 }
 
 void SelectionServer::handle(const xcb_generic_event_t& event) {
@@ -54,10 +40,10 @@ void SelectionServer::handle(const xcb_generic_event_t& event) {
 }
 
 void SelectionServer::lose(const xcb_selection_clear_event_t& cleared) {
-    Selection* const lost = selection(cleared.selection);
+    const auto lost = m_selections.find(cleared.selection);
     // One from before we took the selection anew tells nothing.
-    if (lost && static_cast<std::int32_t>(cleared.time - lost->since) >= 0)
-        *lost = {};
+    if (lost != m_selections.end() && static_cast<std::int32_t>(cleared.time - lost->second.since) >= 0)
+        lost->second = {};
 }
 
 bool SelectionServer::dropStalled(Clock::time_point now) {
@@ -65,17 +51,12 @@ bool SelectionServer::dropStalled(Clock::time_point now) {
     return !m_transfers.empty();
 }
 
-SelectionServer::Selection* SelectionServer::selection(xcb_atom_t name) {
-    if (name == XCB_ATOM_PRIMARY)
-        return &m_primary;
-    return name == m_x.atom("CLIPBOARD") ? &m_clipboard : nullptr;
-}
-
 void SelectionServer::answer(const xcb_selection_request_event_t& request) {
     // Programs of old leave the choice of the property to the owner.
     const xcb_atom_t property = request.property != XCB_ATOM_NONE ? request.property : request.target;
-    const Selection* const asked = selection(request.selection);
-    const bool isDone = asked && asked->isOwned && convert(*asked, request.requestor, request.target, property);
+    const auto asked = m_selections.find(request.selection);
+    const bool isDone = asked != m_selections.end() && asked->second.isOwned &&
+                        convert(asked->second, request.requestor, request.target, property);
     xcb_selection_notify_event_t notify{};
     notify.response_type = XCB_SELECTION_NOTIFY;
     notify.time = request.time;
@@ -94,19 +75,20 @@ bool SelectionServer::convert(const Selection& selection, xcb_window_t requestor
     if (target == m_x.atom("MULTIPLE"))
         return convertMultiple(selection, requestor, property);
     if (target == m_x.atom("TARGETS")) {
-        m_x.setNumbers(requestor, property, XCB_ATOM_ATOM, targets());
+        auto targets = contentTargets(selection);
+        for (const char* name : {"TARGETS", "TIMESTAMP", "MULTIPLE"})
+            targets.push_back(m_x.atom(name));
+        m_x.setNumbers(requestor, property, XCB_ATOM_ATOM, targets);
         return true;
     }
     if (target == m_x.atom("TIMESTAMP")) {
         m_x.setNumbers(requestor, property, XCB_ATOM_INTEGER, {selection.since});
         return true;
     }
-    auto bytes = bytesFor(target);
-    if (!bytes)
-        return false;
-    const bool isLeftToUs = target == m_x.atom("TEXT");
-    send(requestor, property, isLeftToUs ? m_x.atom("UTF8_STRING") : target, std::move(bytes));
-    return true;
+    auto answer = answerFor(selection, target);
+    if (answer)
+        send(requestor, property, std::move(*answer));
+    return answer.has_value();
 }
 
 bool SelectionServer::convertMultiple(const Selection& selection, xcb_window_t requestor, xcb_atom_t property) {
@@ -123,30 +105,35 @@ bool SelectionServer::convertMultiple(const Selection& selection, xcb_window_t r
 }
 
 std::vector<xcb_atom_t> SelectionServer::textTargets() {
-    std::vector<xcb_atom_t> targets{m_x.atom("UTF8_STRING"), m_x.atom("text/plain;charset=utf-8"), m_x.atom("TEXT"),
-                                    m_x.atom("text/plain")};
-    if (m_latin)
+    return {m_x.atom("UTF8_STRING"), m_x.atom("text/plain;charset=utf-8"), m_x.atom("TEXT"), m_x.atom("text/plain")};
+}
+
+std::vector<xcb_atom_t> SelectionServer::contentTargets(const Selection& selection) {
+    auto targets = selection.contents->text ? textTargets() : std::vector<xcb_atom_t>();
+    if (selection.latin)
         targets.push_back(XCB_ATOM_STRING);
-    return targets;
-}
-
-std::vector<xcb_atom_t> SelectionServer::targets() {
-    auto targets = textTargets();
-    for (const char* name : {"TARGETS", "TIMESTAMP", "MULTIPLE"})
-        targets.push_back(m_x.atom(name));
-    if (m_offer.transient)
+    if (selection.stay == Stay::onLoan)
         targets.push_back(m_x.atom("x-kde-passwordManagerHint"));
+    for (const auto& form : selection.contents->forms)
+        targets.push_back(form.target);
     return targets;
 }
 
-std::shared_ptr<const std::string> SelectionServer::bytesFor(xcb_atom_t target) {
-    if (target == XCB_ATOM_STRING)
-        return m_latin;
+std::optional<SelectionServer::Answer> SelectionServer::answerFor(const Selection& selection, xcb_atom_t target) {
+    const auto& contents = selection.contents;
+    for (const auto& form : contents->forms)
+        if (form.target == target)
+            return Answer{form.content->type, {form.content, &form.content->bytes}, form.content->format};
     // What clipboard managers agreed on for a text that is not to be kept.
-    if (target == m_x.atom("x-kde-passwordManagerHint"))
-        return m_offer.transient ? std::make_shared<const std::string>("secret") : nullptr;
+    if (selection.stay == Stay::onLoan && target == m_x.atom("x-kde-passwordManagerHint"))
+        return Answer{target, std::make_shared<const std::string>("secret")};
+    if (selection.latin && target == XCB_ATOM_STRING)
+        return Answer{target, selection.latin};
     const auto known = textTargets();
-    return std::find(known.begin(), known.end(), target) != known.end() ? m_text : nullptr;
+    if (!contents->text || std::find(known.begin(), known.end(), target) == known.end())
+        return std::nullopt;
+    const bool isLeftToUs = target == m_x.atom("TEXT");
+    return Answer{isLeftToUs ? m_x.atom("UTF8_STRING") : target, {contents, &*contents->text}};
 }
 
 std::size_t SelectionServer::pieceSize() const {
@@ -154,17 +141,16 @@ std::size_t SelectionServer::pieceSize() const {
     return std::min(xcb_get_maximum_request_length(m_x.get()) * std::size_t{4} - headroom, comfortable);
 }
 
-void SelectionServer::send(xcb_window_t requestor, xcb_atom_t property, xcb_atom_t target,
-                           std::shared_ptr<const std::string> bytes) {
+void SelectionServer::send(xcb_window_t requestor, xcb_atom_t property, Answer answer) {
     endTransfers(requestor, property);
-    if (bytes->size() <= pieceSize()) {
-        m_x.setBytes(requestor, property, target, *bytes);
+    if (answer.bytes->size() <= pieceSize()) {
+        m_x.setBytes(requestor, property, answer.type, *answer.bytes, answer.format);
         return;
     }
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(m_x.get(), requestor, XCB_CW_EVENT_MASK, &events);
-    m_x.setNumbers(requestor, property, m_x.atom("INCR"), {static_cast<std::uint32_t>(bytes->size())});
-    m_transfers.push_back({requestor, property, target, std::move(bytes), 0, Clock::now()});
+    m_x.setNumbers(requestor, property, m_x.atom("INCR"), {static_cast<std::uint32_t>(answer.bytes->size())});
+    m_transfers.push_back({requestor, property, std::move(answer), 0, Clock::now()});
 }
 
 void SelectionServer::sendNextPiece(xcb_window_t requestor, xcb_atom_t property) {
@@ -173,8 +159,9 @@ void SelectionServer::sendNextPiece(xcb_window_t requestor, xcb_atom_t property)
     });
     if (transfer == m_transfers.end())
         return;
-    const auto piece = std::string_view(*transfer->bytes).substr(transfer->sent, pieceSize());
-    m_x.setBytes(requestor, property, transfer->target, piece);
+    const Answer& answer = transfer->answer;
+    const auto piece = std::string_view(*answer.bytes).substr(transfer->sent, pieceSize());
+    m_x.setBytes(requestor, property, answer.type, piece, answer.format);
     transfer->sent += piece.size();
     transfer->lastFetch = Clock::now();
     // The end is an empty piece.

@@ -12,8 +12,8 @@ bool X11Pasteboard::isConnected() const {
     return m_thread && m_thread->isConnected();
 }
 
-std::optional<std::string> X11Pasteboard::string(double limit) {
-    return m_thread ? m_thread->read(limit) : std::nullopt;
+Pasteboard::Reading X11Pasteboard::string(double limit) {
+    return m_thread ? m_thread->read(limit) : Reading{};
 }
 
 void X11Pasteboard::clear() {
@@ -24,6 +24,10 @@ void X11Pasteboard::clear() {
 void X11Pasteboard::set(const std::string& text, Offer offer) {
     if (m_thread)
         m_thread->set(text, offer);
+}
+
+Pasteboard::GiveBack X11Pasteboard::keep(double limit) {
+    return m_thread ? m_thread->keep(limit) : [](Return) {};
 }
 
 } // namespace fenlo

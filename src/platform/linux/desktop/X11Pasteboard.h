@@ -8,12 +8,12 @@ namespace fenlo {
 
 class ClipboardThread;
 
-/// The CLIPBOARD selection of an X11 desktop, served and read by a thread with a connection of its own. Large texts go
-/// in pieces, both ways.
+/// The CLIPBOARD selection of an X11 desktop, served and read by a thread with a connection of its own. Large contents
+/// go in pieces, both ways.
 ///
 /// Threads:  as Pasteboard.
 /// Errors:   without an X server there is no text and set() does nothing.
-/// Lifetime: a text that is not transient is handed to the clipboard manager, if there is one, when this dies.
+/// Lifetime: what is not transient is handed to the clipboard manager, if there is one, when this dies.
 class X11Pasteboard final : public Pasteboard {
 public:
     /// Connects to the server that DISPLAY names.
@@ -22,9 +22,10 @@ public:
 
     bool isConnected() const;
 
-    std::optional<std::string> string(double limit) override;
+    Reading string(double limit) override;
     void clear() override;
     void set(const std::string& text, Offer offer) override;
+    GiveBack keep(double limit) override;
 
 private:
     std::unique_ptr<ClipboardThread> m_thread;

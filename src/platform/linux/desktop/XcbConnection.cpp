@@ -44,7 +44,14 @@ std::optional<XcbConnection::Property> XcbConnection::property(xcb_window_t wind
         return std::nullopt;
     const auto* const bytes = static_cast<const char*>(xcb_get_property_value(reply.get()));
     return Property{reply->type,
-                    std::string(bytes, static_cast<std::size_t>(xcb_get_property_value_length(reply.get())))};
+                    std::string(bytes, static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))),
+                    reply->format};
+}
+
+xcb_window_t XcbConnection::selectionOwner(xcb_atom_t selection) {
+    const auto cookie = xcb_get_selection_owner(get(), selection);
+    const XcbReply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(get(), cookie, nullptr));
+    return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
 }
 
 std::vector<std::uint32_t> XcbConnection::numbers(xcb_window_t window, xcb_atom_t name) {
@@ -61,9 +68,10 @@ void XcbConnection::setNumbers(xcb_window_t window, xcb_atom_t name, xcb_atom_t 
                         static_cast<std::uint32_t>(numbers.size()), numbers.data());
 }
 
-void XcbConnection::setBytes(xcb_window_t window, xcb_atom_t name, xcb_atom_t type, std::string_view bytes) {
-    xcb_change_property(get(), XCB_PROP_MODE_REPLACE, window, name, type, 8, static_cast<std::uint32_t>(bytes.size()),
-                        bytes.data());
+void XcbConnection::setBytes(xcb_window_t window, xcb_atom_t name, xcb_atom_t type, std::string_view bytes,
+                             std::uint8_t format) {
+    const auto units = static_cast<std::uint32_t>(bytes.size() * 8 / format);
+    xcb_change_property(get(), XCB_PROP_MODE_REPLACE, window, name, type, format, units, bytes.data());
 }
 
 } // namespace fenlo

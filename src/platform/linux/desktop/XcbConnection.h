@@ -34,6 +34,7 @@ public:
     struct Property {
         xcb_atom_t type = XCB_ATOM_NONE;
         std::string bytes;
+        std::uint8_t format = 8; // bits of a unit
     };
 
     /// Connects to the server that DISPLAY names; nothing when there is none.
@@ -53,11 +54,15 @@ public:
     /// The whole property; nothing when there is none or the window is gone.
     std::optional<Property> property(xcb_window_t window, xcb_atom_t name, bool remove = false);
 
+    /// The window that owns the selection, or none.
+    xcb_window_t selectionOwner(xcb_atom_t selection);
+
     /// A property of 32-bit numbers; empty when it is another or absent.
     std::vector<std::uint32_t> numbers(xcb_window_t window, xcb_atom_t name);
 
     void setNumbers(xcb_window_t window, xcb_atom_t name, xcb_atom_t type, const std::vector<std::uint32_t>& numbers);
-    void setBytes(xcb_window_t window, xcb_atom_t name, xcb_atom_t type, std::string_view bytes);
+    void setBytes(xcb_window_t window, xcb_atom_t name, xcb_atom_t type, std::string_view bytes,
+                  std::uint8_t format = 8);
 
 private:
     using Connection = std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)>;
