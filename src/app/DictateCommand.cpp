@@ -67,11 +67,13 @@ nlohmann::ordered_json describe(const TakeOutcome& result) {
                 {"text", dictation->text},
                 {"rawText", dictation->rawText},
                 {"actions", dictation->actions},
-                {"rewritten", dictation->rewriteRequested && !dictation->rewriteFailed}};
+                {"rewritten", dictation->wasRewritten}};
     if (const auto* snippet = std::get_if<outcome::Snippet>(&result))
         return {{"kind", "snippet"}, {"text", snippet->expansion}};
     if (const auto* answer = std::get_if<outcome::CommandAnswer>(&result))
         return {{"kind", "command"}, {"text", answer->answer}};
+    if (const auto* failed = std::get_if<outcome::CommandFailed>(&result))
+        return {{"kind", "command_failed"}, {"text", failed->rawText}};
     return nullptr;
 }
 
@@ -89,6 +91,10 @@ int tell(const TakeOutcome& result, const Take& take, const DictateOptions& opti
         print(told.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
     } else {
         print(told.at("text").get_ref<const std::string&>() + "\n");
+    }
+    if (std::holds_alternative<outcome::CommandFailed>(result)) {
+        std::fprintf(stderr, "fenlo: no language model carried out the instruction; its words are printed as spoken\n");
+        return exitStatus::failed;
     }
     return exitStatus::ok;
 }

@@ -92,6 +92,21 @@ std::string trim(std::string_view text, Matches matches) {
     return std::string(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)));
 }
 
+constexpr UChar32 escape = 0x1B;
+constexpr UChar32 sequenceIntroducer = 0x9B; // what ESC [ is in one
+constexpr UChar32 nextLine = 0x85;
+
+/// The part of a control sequence after its introducer: parameters, intermediates and one final byte.
+std::size_t sequenceLength(std::string_view text) {
+    const auto skip = [&](std::size_t at, char first, char last) {
+        while (at < text.size() && text[at] >= first && text[at] <= last)
+            ++at;
+        return at;
+    };
+    const std::size_t final = skip(skip(0, '0', '?'), ' ', '/');
+    return skip(final, '@', '~') > final ? final + 1 : final;
+}
+
 /// The text with a backslash before each of the characters.
 std::string escapeEach(std::string_view text, std::string_view characters) {
     std::string escaped;
@@ -119,6 +134,30 @@ std::string repairUtf8(std::string_view text) {
         if (c < 0)
             out += "\xEF\xBF\xBD";
         else
+            out.append(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(at - start)));
+    }
+    return out;
+}
+
+std::string withoutControls(std::string_view text) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+    const auto size = static_cast<int32_t>(text.size());
+    std::string out;
+    out.reserve(text.size());
+    for (int32_t at = 0; at < size;) {
+        const int32_t start = at;
+        UChar32 c = 0;
+        U8_NEXT(bytes, at, size, c);
+        const std::string_view rest = text.substr(static_cast<std::size_t>(at));
+        if (c == sequenceIntroducer)
+            at += static_cast<int32_t>(sequenceLength(rest));
+        else if (c == escape && rest.starts_with('['))
+            at += 1 + static_cast<int32_t>(sequenceLength(rest.substr(1)));
+        else if ((c == '\r' && !rest.starts_with('\n')) || c == nextLine)
+            out += '\n';
+        else if (c < 0)
+            out += "\xEF\xBF\xBD";
+        else if (c == '\n' || c == '\t' || u_charType(c) != U_CONTROL_CHAR)
             out.append(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(at - start)));
     }
     return out;

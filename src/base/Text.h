@@ -17,6 +17,11 @@ namespace fenlo::text {
 /// Replaces every ill-formed sequence with U+FFFD. Text from outside passes here once.
 std::string repairUtf8(std::string_view text);
 
+/// The text without what a terminal or an application would obey: control sequences that begin with ESC [ or U+009B,
+/// and all control characters but newline and tab. Carriage return and U+0085 become newlines. What scripts need to be
+/// written right (joiners, direction marks) stays.
+std::string withoutControls(std::string_view text);
+
 std::size_t characterCount(std::string_view text);
 /// The characters in order, as parts of the text.
 std::vector<std::string_view> characters(std::string_view text);

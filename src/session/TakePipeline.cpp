@@ -79,7 +79,7 @@ TakePipeline::Words TakePipeline::transcribe(const Take& take, const TakeListene
         request.clipDuration = take.duration;
         std::string text;
         try {
-            text = m_steps.transcribe(request, stop);
+            text = text::withoutControls(m_steps.transcribe(request, stop));
         } catch (const std::exception& error) {
             files::removeQuietly(isolated);
             log(std::string("[Fenlo] ERROR: Transcription error: ") + error.what());
@@ -114,8 +114,8 @@ TakeOutcome TakePipeline::decide(const std::string& rawText, const TakeListener&
     }
     if (situation.isCommandMode && situation.context) {
         log("[Fenlo] AI Command: '" + rawText + "'");
-        if (auto answer = m_steps.runAICommand(rawText, *situation.context, stop))
-            return outcome::CommandAnswer{std::move(*answer), *situation.context};
+        if (const auto answer = m_steps.runAICommand(rawText, *situation.context, stop))
+            return outcome::CommandAnswer{text::withoutControls(*answer), *situation.context};
         log("[Fenlo] ERROR: AI Command failed, inserting raw text");
         return outcome::CommandFailed{rawText};
     }
@@ -146,6 +146,8 @@ TakeOutcome TakePipeline::dictate(const std::string& rawText, const TakeSituatio
         const auto uncertainParts = meta ? meta->lowConfidenceRanges : std::vector<std::string>();
         Rewrite rewrite = m_steps.rewrite(dictation.text, *situation.context, language, uncertainParts, stop);
         dictation.rewriteFailed = !rewrite.wasRewritten;
+        dictation.wasRewritten = rewrite.wasRewritten;
+        rewrite.text = text::withoutControls(rewrite.text);
         if (rewrite.wasRewritten)
             learnFromRewrite(m_config, dictation.text, rewrite.text);
         dictation.text = std::move(rewrite.text);

@@ -86,6 +86,7 @@ struct Dictation {
     std::string rawText;
     bool rewriteFailed = false;
     bool rewriteRequested = false;
+    bool wasRewritten = false; // a language model saw the text
 };
 
 } // namespace outcome
@@ -93,7 +94,8 @@ struct Dictation {
 using TakeOutcome = std::variant<outcome::Cancelled, outcome::Failed, outcome::Empty, outcome::Correction,
                                  outcome::CommandAnswer, outcome::CommandFailed, outcome::Snippet, outcome::Dictation>;
 
-/// Turns the chunks of a take into words, and the words into what is to be done with them.
+/// Turns the chunks of a take into words, and the words into what is to be done with them. Answers of recognisers and
+/// language models lose their control characters here, before anybody sees them.
 ///
 /// Threads: run() blocks a worker for as long as the recogniser and the language model take.
 /// Errors:  none; every fault is an outcome and a log line. All chunk files are gone afterwards.

@@ -206,6 +206,7 @@ TEST_F(Pipeline, RewritesOnlyWhatHasLatinLettersAndAContext) {
     EXPECT_EQ(config.get().professionVocabulary, std::vector<std::string>{"Fenlo"});
 
     result = dictate("東京で会う");
+    EXPECT_FALSE(result.wasRewritten);
     EXPECT_TRUE(result.rewriteRequested);
     EXPECT_FALSE(result.rewriteFailed);
     config.update([](Settings& s) { s.smartRewrite = false; });
@@ -217,6 +218,17 @@ TEST_F(Pipeline, RewritesOnlyWhatHasLatinLettersAndAContext) {
     situation.context.reset();
     EXPECT_EQ(dictate("helo").text, "helo");
     EXPECT_EQ(calls, 2);
+}
+
+TEST_F(Pipeline, NoControlCharacterOfAnAnswerGoesOn) {
+    EXPECT_EQ(dictate(std::string("ls\x1b[201~\x03\0 -l\n", 14)).rawText, "ls -l\n");
+    steps.rewrite = [](auto&&...) { return Rewrite{"list\x1b[201~ files", true}; };
+    const auto rewritten = dictate("ls");
+    EXPECT_EQ(rewritten.text, "list files");
+    EXPECT_TRUE(rewritten.wasRewritten);
+    situation.isCommandMode = true;
+    steps.runAICommand = [](auto&&...) { return "rm\x07\r"; };
+    EXPECT_EQ(std::get<outcome::CommandAnswer>(run({"remove"})).answer, "rm\n");
 }
 
 TEST_F(Pipeline, AFailedRewriteKeepsTheTextAndTeachesNothing) {
