@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "base/Dates.h"
 #include "base/Files.h"
+#include "base/Log.h"
 #include "base/Text.h"
 #include "shell/HistoryReader.h"
 #include "shell/HistoryRecall.h"
@@ -84,43 +85,57 @@ StatisticsStore::StatisticsStore(std::filesystem::path file, const Clock& clock)
 
 void StatisticsStore::recordDictation(const std::string& text, double duration) {
     const std::string repaired = text::repairUtf8(text);
-    record({repaired, wordCount(repaired), duration, nullptr});
+    record({repaired, wordCount(repaired), duration, nullptr, {}});
 }
 
 void StatisticsStore::recordMeeting(const std::string& transcript, std::int64_t segments, double duration) {
     const std::int64_t words = wordCount(transcript);
     record({"Meeting " + std::to_string(segments) + " segments, " + std::to_string(words) + " words", words, duration,
-            "meeting"});
+            "meeting", {}});
 }
 
-void StatisticsStore::record(const Session& session) {
-    const double duration = std::isfinite(session.duration) ? std::max(session.duration, 0.0) : 0;
-    const auto now = m_clock.wallTime();
-    const double wpm = duration > 0 ? static_cast<double>(session.words) / duration * 60.0 : 0;
-    OrderedJson entry = {
-        {"entry_id", files::makeUuid()},    {"ts", dates::isoTimestamp(now)},
-        {"words", session.words},           {"wpm", rounded(wpm, 1)},
-        {"duration", rounded(duration, 2)}, {"text_preview", text::firstCharacters(session.text, previewCharacters)},
-        {"full_text", session.text},        {"synced", false}};
+void StatisticsStore::record(Session session) {
+    session.end = m_clock.wallTime();
+    if (!std::isfinite(session.duration) || session.duration < 0)
+        session.duration = 0;
+    std::lock_guard writing(m_writing);
+    m_unwritten.push_back(std::move(session));
+    StatisticsFile file = StatisticsFile::load(m_file);
+    for (const Session& unwritten : m_unwritten)
+        add(unwritten, file);
+    if (file.save(m_file, m_clock.wallTime()))
+        m_unwritten.clear();
+    else
+        log("[Fenlo] ERROR: " + m_file.string() +
+            " cannot be written; free some space: what was dictated is stored there with the next dictation");
+}
+
+void StatisticsStore::add(const Session& session, StatisticsFile& file) {
+    const double wpm = session.duration > 0 ? static_cast<double>(session.words) / session.duration * 60.0 : 0;
+    OrderedJson entry = {{"entry_id", files::makeUuid()},
+                         {"ts", dates::isoTimestamp(session.end)},
+                         {"words", session.words},
+                         {"wpm", rounded(wpm, 1)},
+                         {"duration", rounded(session.duration, 2)},
+                         {"text_preview", text::firstCharacters(session.text, previewCharacters)},
+                         {"full_text", session.text},
+                         {"synced", false}};
     if (session.type)
         entry["type"] = session.type;
 
-    std::lock_guard writing(m_writing);
-    StatisticsFile file = StatisticsFile::load(m_file);
     file.totalWords = sum(file.totalWords, session.words);
     file.totalSessions = sum(file.totalSessions, 1);
-    file.totalDuration += duration;
+    file.totalDuration += session.duration;
 
-    StatisticsFile::Day& today = dayOf(file, dates::localDay(now));
+    StatisticsFile::Day& today = dayOf(file, dates::localDay(session.end));
     const TodayStats before = todayStatsOf(parseObject<Json>(today.text));
     auto day = parseObject<OrderedJson>(today.text);
     day["words"] = sum(before.words, session.words);
     day["sessions"] = sum(before.sessions, 1);
-    day["duration"] = before.duration + duration;
+    day["duration"] = before.duration + session.duration;
     today.text = file.keep(indented(day));
 
     file.history.push_back(file.keep(indented(entry)));
-    file.save(m_file, now);
 }
 
 TodayStats StatisticsStore::todayStats() const {

@@ -3,6 +3,7 @@
 #include "base/Guarded.h"
 #include "shell/Statistics.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -16,14 +17,15 @@
 namespace fenlo {
 
 class Clock;
+class StatisticsFile;
 
 /// Everything that the user dictated, and the counters made from it, in `~/.fenlo/stats.json`. Every call reads the
 /// file again, and a change replaces it whole.
 ///
 /// Threads: any. Changes come one after the other; a reader finds the file of before a change or of after it, and never
 ///          waits. A change and a reading of the history cost a pass over the whole file, the counters far less.
-/// Errors:  none. What cannot be written is lost; a file that does not parse counts as empty, and is set aside before a
-///          new one takes its place.
+/// Errors:  none. A session that cannot be written is logged, and written with the next one; a file that does not parse
+///          counts as empty, and is set aside before a new one takes its place.
 class StatisticsStore {
 public:
     StatisticsStore(std::filesystem::path file, const Clock& clock);
@@ -65,6 +67,7 @@ private:
         std::int64_t words;
         double duration;  // seconds
         const char* type; // null for a dictation
+        std::chrono::system_clock::time_point end;
     };
     struct ServerView {
         AllTimeStats allTime;
@@ -73,11 +76,13 @@ private:
         std::vector<HistoryEntry> history; // newest first
     };
 
-    void record(const Session& session);
+    void record(Session session);
+    static void add(const Session& session, StatisticsFile& file);
 
     const std::filesystem::path m_file;
     const Clock& m_clock;
     std::mutex m_writing; // orders those who change the file
+    std::vector<Session> m_unwritten; // oldest first; none while the disk takes them
     Guarded<std::optional<ServerView>> m_serverView;
 };
 

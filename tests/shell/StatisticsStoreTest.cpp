@@ -3,6 +3,7 @@
 #include "base/Files.h"
 #include "base/Text.h"
 #include "support/EnvironmentVariable.h"
+#include "support/LogCapture.h"
 #include "support/ScarceDisk.h"
 #include "support/VirtualTime.h"
 
@@ -238,9 +239,10 @@ TEST_F(Statistics, DamagedFileCountsAsNewAndIsSetAsideBeforeItIsReplaced) {
     EXPECT_EQ(store.todayStats().words, 0) << "the counters of a file without its end are not believed";
 }
 
-TEST_F(Statistics, AFailedWriteLeavesTheFileAsItWas) {
+TEST_F(Statistics, AFailedWriteLeavesTheFileAsItWasAndIsMadeUpForByTheNext) {
     write(json{{"history", {entry("2026-11-15T00:00:00Z", "kept")}}}.dump());
     const std::string before = content();
+    goTo("2026-11-14T19:00:00Z");
     {
         const test::ScarceDisk full(16);
         store.recordDictation("no place for this", 1);
@@ -248,9 +250,20 @@ TEST_F(Statistics, AFailedWriteLeavesTheFileAsItWas) {
     }
     EXPECT_EQ(content(), before);
     EXPECT_EQ(std::distance(fs::directory_iterator(file.parent_path()), {}), 1) << "nothing is left behind";
+    goTo("2026-11-15T19:00:00Z");
+    store.recordDictation("the next", 1);
+    store.recordDictation("and one more", 1);
+    const json history = onDisk()["history"];
+    ASSERT_EQ(history.size(), 4u);
+    EXPECT_EQ(history[1]["full_text"], "no place for this");
+    EXPECT_EQ(history[1]["ts"].get<std::string>().substr(0, 10), "2026-11-14") << "when it was said";
+    EXPECT_EQ(history[3]["full_text"], "and one more");
+    EXPECT_EQ(onDisk()["daily"]["2026-11-15"]["words"], 4);
 
     StatisticsStore nowhere(file / "no folder" / "stats.json", clock);
+    const test::LogCapture logged;
     nowhere.recordDictation("swallowed", 1);
+    EXPECT_TRUE(logged.containsPrefix("[Fenlo] ERROR: " + (file / "no folder" / "stats.json").string()));
     EXPECT_EQ(nowhere.allTimeStats().totalSessions, 0);
     EXPECT_EQ(nowhere.recallContext("what was that", 30), std::nullopt);
 }
