@@ -2,6 +2,7 @@
 #include "base/Files.h"
 #include "platform/KeyCodes.h"
 #include "settings/Keychain.h"
+#include "support/FakeSecureStore.h"
 #include "support/LogCapture.h"
 #include "support/SessionFixture.h"
 
@@ -11,12 +12,6 @@
 using namespace fenlo;
 
 namespace {
-
-struct EmptyStore final : SecureStore {
-    std::optional<std::string> save(const std::string&, const std::string&) override { return {}; }
-    Value load(const std::string&) override { return {}; }
-    void remove(const std::string&) override {}
-};
 
 class Startup : public test::SessionFixture {
 protected:
@@ -36,7 +31,7 @@ protected:
         background.runAll();
     }
 
-    EmptyStore store;
+    test::FakeSecureStore store;
     Keychain keychain{store};
     AppHooks appHooks;
     int heartbeats = 0, profiles = 0, meetingsStopped = 0;

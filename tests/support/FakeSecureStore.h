@@ -25,7 +25,10 @@ public:
             values.erase(name);
     }
 
+    void askAgain() override { ++askedAgain; }
+
     bool isAvailable = true;
+    int askedAgain = 0;
     std::map<std::string, std::string> values;
 };
 

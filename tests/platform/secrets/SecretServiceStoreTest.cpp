@@ -110,6 +110,25 @@ TEST_F(SecretServiceStoreTest, ALockedItemIsUnavailableRatherThanAbsent) {
     EXPECT_EQ(store.load("gemini_api_key").text, "for good");
 }
 
+TEST_F(SecretServiceStoreTest, AKeyringThatWasRefusedIsNotWaitedForAgainUntilTheUserActs) {
+    SecretServiceStore asking{3};
+    ASSERT_EQ(asking.save("deepgram_api_key", "kept"), std::nullopt);
+    daemon.freeze();
+    const auto load = [&] { EXPECT_EQ(asking.load("deepgram_api_key").status, Status::unavailable); };
+    EXPECT_GT(secondsOf(load), 2.5);
+    EXPECT_LT(secondsOf(load), 2);
+    asking.askAgain();
+    EXPECT_GT(secondsOf(load), 2.5);
+    daemon.thaw();
+    EXPECT_EQ(asking.load("deepgram_api_key").text, "kept") << "what lies open is found";
+
+    daemon.lock();
+    load();
+    EXPECT_LT(secondsOf(load), 1.5) << "nobody is asked";
+    daemon.restart();
+    EXPECT_EQ(asking.load("deepgram_api_key").text, "kept");
+}
+
 TEST_F(SecretServiceStoreTest, ClosingEndsAWaitInProgress) {
     daemon.freeze();
     std::thread waiting([&] { EXPECT_EQ(store.load("xai_api_key").status, Status::unavailable); });

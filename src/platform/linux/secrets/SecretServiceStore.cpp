@@ -1,8 +1,10 @@
 #include "platform/linux/secrets/SecretServiceStore.h"
 
+#include "base/Log.h"
 #include "base/Text.h"
 #include "platform/linux/secrets/SecretDeadline.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <libsecret/secret.h>
@@ -13,6 +15,7 @@ namespace fenlo {
 namespace {
 
 constexpr char serviceName[] = "com.fenlo.voicetotext";
+constexpr double limitAfterRefusal = 1; // seconds; nobody is asked then
 
 const SecretSchema& schema() {
     static const SecretSchema description = [] {
@@ -85,29 +88,38 @@ std::optional<std::string> store(const std::string& name, const std::string& val
     return explain(*Owned<GError>(error));
 }
 
-SecureStore::Value lookUp(const std::string& name, GCancellable* cancellable) {
+enum class Unlock { ask, leave };
+
+struct LookUp {
+    SecureStore::Value value;
+    bool wasRefused = false; // the keyring stayed locked or silent
+};
+
+LookUp lookUp(const std::string& name, Unlock unlock, GCancellable* cancellable) {
     using Status = SecureStore::Status;
     if (connect(cancellable))
-        return {Status::unavailable, {}};
+        return {{Status::unavailable, {}}};
     GError* error = nullptr;
     // A plain look-up cannot tell a locked item from one that is not there.
+    const auto flags = unlock == Unlock::ask ? SECRET_SEARCH_UNLOCK : SECRET_SEARCH_NONE;
     const Owned<GList> items(
-        secret_password_searchv_sync(&schema(), attributesOf(name).get(), SECRET_SEARCH_UNLOCK, cancellable, &error));
+        secret_password_searchv_sync(&schema(), attributesOf(name).get(), flags, cancellable, &error));
     if (error) {
+        const bool tookTooLong = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
         g_error_free(error);
-        return {Status::unavailable, {}};
+        return {{Status::unavailable, {}}, tookTooLong};
     }
     if (!items)
-        return {Status::notFound, {}};
+        return {{Status::notFound, {}}};
     const Owned<SecretValue> secret(
         secret_retrievable_retrieve_secret_sync(SECRET_RETRIEVABLE(items->data), cancellable, &error));
     if (error)
         g_error_free(error);
     if (!secret)
-        return {Status::unavailable, {}};
+        return {{Status::unavailable, {}}, true};
     gsize size = 0;
     const char* bytes = secret_value_get(secret.get(), &size);
-    return {Status::ok, std::string(bytes, size)};
+    return {{Status::ok, std::string(bytes, size)}};
 }
 
 } // namespace
@@ -127,6 +139,8 @@ std::optional<std::string> SecretServiceStore::save(const std::string& name, con
         else
             values.erase(name);
     });
+    if (!fault)
+        m_wasRefused = false;
     return fault ? std::optional(*fault + "; the value is kept until the program ends") : std::nullopt;
 }
 
@@ -137,8 +151,13 @@ SecureStore::Value SecretServiceStore::load(const std::string& name) {
     });
     if (kept)
         return {Status::ok, *kept};
-    const SecretDeadline deadline(m_closed, m_limit);
-    return lookUp(name, deadline.cancellable());
+    const bool wasRefused = m_wasRefused;
+    const SecretDeadline deadline(m_closed, wasRefused ? std::min(m_limit, limitAfterRefusal) : m_limit);
+    LookUp found = lookUp(name, wasRefused ? Unlock::leave : Unlock::ask, deadline.cancellable());
+    if (found.wasRefused && !m_wasRefused.exchange(true))
+        log("[Fenlo] ERROR: the keyring stays locked or silent; it is not asked again until a take is tried again from "
+            "the menu, or Fenlo starts again");
+    return std::move(found.value);
 }
 
 void SecretServiceStore::remove(const std::string& name) {

@@ -3,6 +3,7 @@
 #include "base/Guarded.h"
 #include "platform/SecureStore.h"
 
+#include <atomic>
 #include <map>
 #include <string>
 
@@ -24,6 +25,7 @@ public:
     std::optional<std::string> save(const std::string& name, const std::string& value) override;
     Value load(const std::string& name) override;
     void remove(const std::string& name) override;
+    void askAgain() override { m_wasRefused = false; }
 
     /// Ends the operations in progress and refuses later ones, so that quitting need not wait for the keyring.
     void close();
@@ -31,6 +33,7 @@ public:
 private:
     const double m_limit;
     GCancellable* const m_closed;
+    std::atomic<bool> m_wasRefused = false; // the keyring stayed locked or silent
     Guarded<std::map<std::string, std::string>> m_processOnly;
 };
 
