@@ -90,7 +90,9 @@ const char* textOf(TranscriptionState state) {
 WhisperEngine::WhisperEngine(WhisperEngineConfig config, HttpClient& http, Clock& clock)
     : m_config(std::move(config)), m_http(http), m_clock(clock), m_logging(loggingFor(m_config)),
       m_pool(std::make_unique<ThreadPool>(m_config.threads)), m_audioProcessor(orStock(m_config.audioProcessor)),
-      m_segmentSeeker(orStock(m_config.segmentSeeker)) {}
+      m_segmentSeeker(orStock(m_config.segmentSeeker)) {
+    settleInstructionSet(m_config.instructionTrial);
+}
 
 WhisperEngine::~WhisperEngine() = default;
 

@@ -4,6 +4,7 @@
 #include "WhisperEngine/Logging.h"
 #include "WhisperEngine/TokenSampler/LogitsFilter.h"
 #include "WhisperEngine/network/ModelComputeOptions.h"
+#include "WhisperEngine/runtime/InstructionSet.h"
 #include "hub/HubClient.h"
 
 #include <filesystem>
@@ -49,7 +50,8 @@ struct WhisperEngineConfig {
     bool prewarm = true;
     bool load = true;
     bool download = true;
-    int threads = 0; // of the neural runtime; 0 takes one for each core
+    int threads = 0;                   // of the neural runtime; 0 takes one for each core
+    InstructionTrial instructionTrial; // of the first engine in a process; without one the processor's word is taken
     std::function<void(ModelState before, ModelState after)> modelStateCallback;
     std::function<void(hub::DownloadProgress)> downloadProgress; // on any thread, one call at a time
     std::function<void(double fraction)> compileProgress;        // in [0, 1]

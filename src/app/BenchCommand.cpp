@@ -92,6 +92,7 @@ int runBench(const BenchOptions& options) {
         installedModel(options.model.empty() ? deployment.offlineModel : options.model, deployment, http, clock, stop);
     const auto compute = ModelComputeOptions::all(options.float32 ? ComputeUnit::float32 : ComputeUnit::automatic);
     ThreadPool pool(options.threads);
+    const InstructionChoice& instructions = settleInstructionSet(instructionTrial());
     std::vector<Stage> stages;
     if (!isCompiled(folder, compute))
         stages.push_back(
@@ -122,14 +123,19 @@ int runBench(const BenchOptions& options) {
     stages.back().seconds /= decoderSteps;
 
     if (options.json) {
-        nlohmann::ordered_json result{{"model", folder.filename().string()}, {"threads", pool.size()}};
+        nlohmann::ordered_json result{{"model", folder.filename().string()},
+                                      {"threads", pool.size()},
+                                      {"instructions", nameOf(instructions.used)},
+                                      {"instructionReasons", instructions.reasons}};
         for (const Stage& stage : stages)
             result["seconds"][stage.name] = stage.seconds;
         print(result.dump(2) + "\n");
         return exitStatus::ok;
     }
-    printFormatted("%s, %d threads, %s\n", folder.filename().c_str(), pool.size(),
-                options.float32 ? "32-bit floats" : "the fastest precision");
+    printFormatted("%s, %d threads, %s, %s\n", folder.filename().c_str(), pool.size(),
+                   options.float32 ? "32-bit floats" : "the fastest precision", nameOf(instructions.used).data());
+    for (const std::string& reason : instructions.reasons)
+        print("  " + reason + "\n");
     for (const Stage& stage : stages)
         printFormatted("  %-34s %10.2f ms\n", stage.name, stage.seconds * 1000);
     return exitStatus::ok;

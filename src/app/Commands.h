@@ -68,6 +68,10 @@ int runVoiceProfile(const std::filesystem::path& recording, bool json);
 /// How fast each stage of the engine runs on this machine.
 int runBench(const BenchOptions& options);
 
+/// For instructionTrial(): calculates with this step, and compares. `failed` when a result is wrong, `usage` when this
+/// processor lacks the step; an illegal instruction ends the process.
+int runEngineCheck(const std::string& step);
+
 /// Tells what of the desktop works, and the remedy for what does not. `failed` when a dictation would not work.
 int runDoctor(bool json);
 

@@ -138,6 +138,15 @@ std::string keyringRemedy(const KeyedService& service) {
     return std::string(", or `fenlo keys set ") + service.name + "`";
 }
 
+void examineEngine(std::vector<Diagnosis>& findings) {
+    const whisper::InstructionChoice& choice = whisper::settleInstructionSet(instructionTrial());
+    std::string finding = "calculates with " + std::string(whisper::nameOf(choice.used));
+    for (const std::string& reason : choice.reasons)
+        finding += "; " + reason;
+    findings.push_back({"offline engine", choice.hasFault ? State::limited : State::works, finding,
+                        choice.hasFault ? "it is only slower; a newer oneDNN (libdnnl) may mend that" : ""});
+}
+
 void examineRecogniser(std::vector<Diagnosis>& findings, const Settings& settings) {
     const std::string model = Deployment::load().offlineModel;
     const auto folder = findInstalledModel(model);
@@ -208,6 +217,7 @@ std::vector<Diagnosis> examine() {
         examineTray(findings);
     examineSound(findings);
     examineSecrets(findings);
+    examineEngine(findings);
     examineRecogniser(findings, settings);
     examineLanguageModel(findings, settings);
     examineFiles(findings);

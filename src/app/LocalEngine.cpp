@@ -4,6 +4,7 @@
 #include "WhisperEngine/Models/Checkpoint.h"
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/WhisperEngine.h"
+#include "WhisperEngine/runtime/InstructionTrial.h"
 #include "base/Files.h"
 #include "settings/Deployment.h"
 
@@ -25,8 +26,20 @@ fs::path bundledModelsDirectory() {
     return fs::is_directory(installed, error) ? installed : fs::path(SOURCE_MODELS);
 }
 
+whisper::InstructionTrial instructionTrial() {
+    constexpr const char* program = "/proc/self/exe"; // also when a newer one has taken its place on the disk
+    std::error_code error;
+    const auto built = fs::last_write_time(program, error).time_since_epoch().count();
+    const auto command = [](whisper::InstructionSet step) {
+        return std::vector<std::string>{program, "engine-check", std::string(whisper::nameOf(step))};
+    };
+    return whisper::remembered(whisper::trialInChild(command), files::cacheDirectory() / "instructions",
+                               whisper::trialKey() + "; built " + std::to_string(built));
+}
+
 whisper::WhisperEngineConfig engineConfig(const Deployment& deployment) {
     whisper::WhisperEngineConfig config;
+    config.instructionTrial = instructionTrial();
     config.downloadBase = modelsDirectory();
     config.bundledModels = bundledModelsDirectory();
     if (!deployment.modelRepository.empty())

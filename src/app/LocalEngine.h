@@ -20,6 +20,10 @@ std::filesystem::path modelsDirectory();
 /// The read-only folder of models that come with the program; it need not exist.
 std::filesystem::path bundledModelsDirectory();
 
+/// Tries the engine's instructions out in a process of this program (`fenlo engine-check`), once for each processor,
+/// library and build, and remembers the result in the cache folder.
+whisper::InstructionTrial instructionTrial();
+
 /// An engine's configuration with the places and the repository of this installation.
 whisper::WhisperEngineConfig engineConfig(const Deployment& deployment);
 

@@ -88,6 +88,11 @@ int runCommandLine(int argc, char** argv) {
     benchCommand->add_flag("--float32", bench.float32, "measure the reference in 32-bit floats");
     benchCommand->add_flag("--json", bench.json, "print a JSON object");
 
+    std::string checkedStep;
+    CLI::App* engineCheckCommand = cli.add_subcommand("engine-check", "Try out the engine's instructions");
+    engineCheckCommand->group(""); // Fenlo calls it itself
+    engineCheckCommand->add_option("STEP", checkedStep, "one of the names of FENLO_ISA")->required();
+
     bool doctorJson = false;
     CLI::App* doctorCommand =
         cli.add_subcommand("doctor", "Tell what works on this desktop, and the remedy for what does not");
@@ -124,6 +129,8 @@ int runCommandLine(int argc, char** argv) {
         return runVoiceProfile(voiceRecording, voiceProfileJson);
     if (*benchCommand)
         return runBench(bench);
+    if (*engineCheckCommand)
+        return runEngineCheck(checkedStep);
     if (*doctorCommand)
         return runDoctor(doctorJson);
     return runDesktopApp(argc, argv);

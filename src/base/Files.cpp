@@ -29,6 +29,11 @@ fs::path dataDirectory() {
     return homeDirectory() / ".fenlo";
 }
 
+fs::path cacheDirectory() {
+    const char* cache = std::getenv("XDG_CACHE_HOME");
+    return (cache && *cache ? fs::path(cache) : homeDirectory() / ".cache") / "fenlo";
+}
+
 bool makePrivateDirectory(const fs::path& directory) {
     std::error_code error;
     fs::create_directories(directory, error);

@@ -15,6 +15,9 @@ std::filesystem::path homeDirectory();
 /// `~/.fenlo`, the folder of all the program's data files.
 std::filesystem::path dataDirectory();
 
+/// `$XDG_CACHE_HOME/fenlo`, by default `~/.cache/fenlo`: what can be made again at any time.
+std::filesystem::path cacheDirectory();
+
 /// Makes the folder and its parents, and keeps the folder itself, new or old, for its owner only. False when it is no
 /// folder afterwards.
 bool makePrivateDirectory(const std::filesystem::path& directory);

@@ -15,8 +15,8 @@ int main(int argc, char** argv) {
     std::filesystem::create_directories(temporary);
     ::setenv("HOME", home.c_str(), 1);
     ::setenv("TMPDIR", temporary.c_str(), 1);
-    for (const char* name : {"XDG_CONFIG_HOME", "XDG_STATE_HOME", "GROQ_API_KEY", "DEEPGRAM_API_KEY", "XAI_API_KEY",
-                             "GEMINI_API_KEY", "FENLO_DEPLOYMENT"})
+    for (const char* name : {"XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME", "GROQ_API_KEY", "DEEPGRAM_API_KEY",
+                             "XAI_API_KEY", "GEMINI_API_KEY", "FENLO_DEPLOYMENT"})
         ::unsetenv(name);
     const int result = RUN_ALL_TESTS();
     std::error_code ignored;

@@ -5,8 +5,7 @@
 #include <span>
 
 /// The small numeric kernels of the runtime, each twice: `reference` in plain C++, kept for ever and compared with the
-/// fast one, and the fast one on SIMD of whatever width the processor has, chosen at run time. `FENLO_ISA` (scalar,
-/// sse4, avx2, avx512) forces a narrower one.
+/// fast one, and the fast one on SIMD of the width that was settled for the process (InstructionSet.h).
 ///
 /// Threads: pure functions on the caller's memory. No allocation.
 /// Errors:  none; sizes are the caller's promise.
@@ -52,8 +51,8 @@ void attendOne(const float* query, const float* keys, const float* values, std::
 void attendOne(const float* query, const std::uint16_t* keys, const std::uint16_t* values, std::size_t stride,
                const float* mask, float* scores, float* dst, int positions, int headWidth);
 
-/// To half precision: the nearest, or on a processor that cannot convert (before 2012) the one towards zero. Beyond 65504
-/// the result is not defined.
+/// To half precision: the nearest, or on a processor that cannot convert (before 2012) the one towards zero. Beyond
+/// 65504 the result is not defined.
 void toHalf(const float* src, std::uint16_t* dst, int count);
 
 /// The plain forms.

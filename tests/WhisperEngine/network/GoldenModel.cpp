@@ -30,11 +30,12 @@ std::vector<float> readWindow(const nlohmann::json& sample, int length) {
 
 } // namespace
 
-const Networks& networks(ComputeUnit unit) {
-    static ThreadPool pool(2);
-    static std::map<ComputeUnit, Networks> loaded;
-    if (const auto found = loaded.find(unit); found != loaded.end())
+const Networks& networks(ComputeUnit unit, int threads) {
+    static std::map<int, ThreadPool> pools;
+    static std::map<std::pair<ComputeUnit, int>, Networks> loaded;
+    if (const auto found = loaded.find({unit, threads}); found != loaded.end())
         return found->second;
+    ThreadPool& pool = pools.try_emplace(threads, threads).first->second;
     const fs::path folder = files::temporaryFile("model-", "");
     fs::create_directory(folder);
     for (const auto& file : fs::directory_iterator(DEMO_MODEL_FOLDER))
@@ -42,8 +43,8 @@ const Networks& networks(ComputeUnit unit) {
             fs::create_symlink(file.path(), folder / file.path().filename());
     const ModelComputeOptions options{unit, unit, unit, unit};
     compileModel(folder, options, {}, {});
-    return loaded[unit] = {loadMelSpectrogram(folder, options, pool), loadAudioEncoder(folder, options, pool),
-                           loadTextDecoder(folder, options, pool)};
+    return loaded[{unit, threads}] = {loadMelSpectrogram(folder, options, pool),
+                                      loadAudioEncoder(folder, options, pool), loadTextDecoder(folder, options, pool)};
 }
 
 std::vector<nlohmann::json> goldenSamples() {

@@ -8,13 +8,14 @@
 
 namespace fenlo::test {
 
-/// The small trained model, compiled beside links to its checkpoint; loaded once for each precision, on two threads.
+/// The small trained model, compiled beside links to its checkpoint; loaded once for each precision and number of
+/// threads.
 struct Networks {
     std::unique_ptr<whisper::MelSpectrogramModel> mel;
     std::unique_ptr<whisper::AudioEncoderModel> encoder;
     std::unique_ptr<whisper::TextDecoderModel> decoder;
 };
-const Networks& networks(whisper::ComputeUnit unit);
+const Networks& networks(whisper::ComputeUnit unit, int threads = 2);
 
 /// What an independent implementation made of twelve clips with the same model.
 std::vector<nlohmann::json> goldenSamples();

@@ -105,6 +105,31 @@ TEST(GoldenNetwork, GreedyTokensAreTheReferencesInBothPrecisions) {
                 << sample["file"] << (unit == ComputeUnit::float32 ? ", 32-bit floats" : ", 8 bits");
 }
 
+TEST(GoldenNetwork, GivesTheSameBits_WhateverTheThreads) {
+    const nlohmann::json sample = goldenSamples()[0];
+    for (const ComputeUnit unit : {ComputeUnit::float32, ComputeUnit::automatic}) {
+        std::vector<float> mel, encoded, logits;
+        for (const int threads : {1, 2, 5}) {
+            const Networks& nets = networks(unit, threads);
+            const AudioEmbeddings embeddings = embeddingsOf(nets, sample);
+            Decoding decoding(*nets.decoder);
+            std::vector<float> scores;
+            for (const int token : {50257, 50362, 318, 257}) {
+                decoding.step(token, embeddings);
+                scores.insert(scores.end(), decoding.logits.begin(), decoding.logits.end());
+            }
+            if (threads == 1) {
+                mel = melOf(nets, sample);
+                encoded = embeddings.encoder_output_embeds;
+                logits = scores;
+            }
+            EXPECT_EQ(melOf(nets, sample), mel) << threads;
+            EXPECT_EQ(embeddings.encoder_output_embeds, encoded) << threads;
+            EXPECT_EQ(scores, logits) << threads;
+        }
+    }
+}
+
 TEST(GoldenNetwork, AttentionToTheAudioMovesForward) {
     const Networks& nets = networks(ComputeUnit::automatic);
     const nlohmann::json sample = goldenSamples()[0];

@@ -1,34 +1,36 @@
 #include "WhisperEngine/runtime/InstructionSet.h"
+#include "WhisperEngine/runtime/Processor.h"
 
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
 #include <oneapi/dnnl/dnnl.hpp>
 
 #include <cstdlib>
-#include <string>
+#include <map>
 
 using namespace fenlo::whisper;
 
 // ctest runs this program once for each name of FENLO_ISA: here the runs prove to be what they are called.
-TEST(InstructionSet, IsAsNarrowAsTheVariableSays) {
-    const char* variable = std::getenv("FENLO_ISA");
-    const std::string name = variable ? variable : "";
-    const InstructionSet allowed = allowedInstructionSet();
-    const std::int64_t targets = hwy::SupportedTargets();
-    const auto library = dnnl::get_effective_cpu_isa();
-    if (name == "scalar") {
-        EXPECT_EQ(allowed, InstructionSet::scalar);
-        EXPECT_EQ(targets & (HWY_SSSE3 | HWY_SSE4 | HWY_AVX2 | HWY_AVX3), 0);
-        EXPECT_LE(library, dnnl::cpu_isa::sse41);
-    } else if (name == "sse4") {
-        EXPECT_EQ(allowed, InstructionSet::sse4);
-        EXPECT_EQ(targets & (HWY_AVX2 | HWY_AVX3), 0);
-        EXPECT_LE(library, dnnl::cpu_isa::sse41);
-    } else if (name == "avx2") {
-        EXPECT_EQ(allowed, InstructionSet::avx2);
-        EXPECT_EQ(targets & HWY_AVX3, 0);
-        EXPECT_LE(library, dnnl::cpu_isa::avx2);
+TEST(InstructionSet, IsAsWideAsTheVariableSays_InBothLibraries) {
+    using dnnl::cpu_isa;
+    constexpr std::int64_t all = HWY_SSSE3 | HWY_SSE4 | HWY_AVX2 | HWY_AVX3;
+    const std::map<InstructionSet, std::pair<cpu_isa, std::int64_t>> expected{
+        {InstructionSet::scalar, {cpu_isa::sse41, 0}},
+        {InstructionSet::sse4, {cpu_isa::sse41, HWY_SSSE3 | HWY_SSE4}},
+        {InstructionSet::avx2, {cpu_isa::avx2, all & ~HWY_AVX3}},
+        {InstructionSet::avx2vnni, {cpu_isa::avx2_vnni, all & ~HWY_AVX3}},
+        {InstructionSet::avx512, {cpu_isa::avx512_core, all}},
+        {InstructionSet::avx512vnni, {cpu_isa::avx512_core_vnni, all}},
+        {InstructionSet::avx512bf16, {cpu_isa::avx512_core_bf16, all}},
+        {InstructionSet::amx, {cpu_isa::avx512_core_amx, all}}};
+    const InstructionSet used = allowedInstructionSet();
+    if (const char* wanted = std::getenv("FENLO_ISA")) {
+        EXPECT_EQ(nameOf(used), wanted);
     } else {
-        EXPECT_EQ(allowed, InstructionSet::avx512);
+        ASSERT_EQ(std::getenv("DNNL_MAX_CPU_ISA"), nullptr);
+        for (const auto& [step, libraries] : expected)
+            EXPECT_TRUE(step <= used || !has(readProcessor(), step)) << nameOf(step);
     }
+    EXPECT_EQ(dnnl::get_effective_cpu_isa(), expected.at(used).first) << nameOf(used);
+    EXPECT_EQ(hwy::SupportedTargets() & all, expected.at(used).second) << nameOf(used);
 }

@@ -1,0 +1,144 @@
+#include "WhisperEngine/runtime/InstructionTrial.h"
+
+#include "WhisperEngine/runtime/Processor.h"
+#include "base/Files.h"
+#include "base/Log.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <map>
+#include <oneapi/dnnl/dnnl.hpp>
+#include <spawn.h>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fenlo::whisper {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// With nothing on its standard input, no signal blocked and no file of ours open. Returns an error number.
+int spawn(std::vector<std::string> command, pid_t& process) {
+    std::vector<char*> argv;
+    for (std::string& argument : command)
+        argv.push_back(argument.data());
+    argv.push_back(nullptr);
+
+    posix_spawn_file_actions_t files;
+    ::posix_spawn_file_actions_init(&files);
+    ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    ::posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+    posix_spawnattr_t attributes;
+    ::posix_spawnattr_init(&attributes);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::posix_spawnattr_setsigmask(&attributes, &none);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    const int error = ::posix_spawn(&process, argv.front(), &files, &attributes, argv.data(), environ);
+    ::posix_spawnattr_destroy(&attributes);
+    ::posix_spawn_file_actions_destroy(&files);
+    return error;
+}
+
+TrialResult resultOf(int status) {
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
+        return {};
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 1)
+        return {"its results are wrong"};
+    if (WIFEXITED(status))
+        return {"its trial failed with status " + std::to_string(WEXITSTATUS(status)), false};
+    switch (WTERMSIG(status)) {
+    case SIGILL:
+        return {"it ends in an illegal instruction"};
+    case SIGSEGV:
+    case SIGBUS:
+    case SIGFPE:
+    case SIGABRT:
+        return {std::string("it ends in a fault (") + ::strsignal(WTERMSIG(status)) + ")"};
+    case SIGXCPU:
+        return {"it does not come to an end"};
+    default: // somebody ended it, or memory ran out: no word against the step
+        return {"", false};
+    }
+}
+
+/// The file's first line is the key; each other one is a step's name and, behind a blank, its fault.
+class Memory {
+public:
+    Memory(fs::path file, std::string key) : m_file(std::move(file)), m_key(std::move(key)) {
+        std::istringstream lines(files::read(m_file).value_or(""));
+        std::string line;
+        if (!std::getline(lines, line) || line != m_key)
+            return;
+        while (std::getline(lines, line)) {
+            const std::size_t blank = line.find(' ');
+            if (blank != std::string::npos)
+                m_faults[line.substr(0, blank)] = line.substr(blank + 1);
+        }
+    }
+
+    const std::string* find(std::string_view step) const {
+        const auto found = m_faults.find(step);
+        return found == m_faults.end() ? nullptr : &found->second;
+    }
+
+    void add(std::string_view step, const std::string& fault) {
+        m_faults[std::string(step)] = fault;
+        std::string text = m_key + "\n";
+        for (const auto& [name, found] : m_faults)
+            text += name + " " + found + "\n";
+        if (files::makePrivateDirectory(m_file.parent_path()))
+            files::writeAtomically(m_file, text);
+    }
+
+private:
+    fs::path m_file;
+    std::string m_key;
+    std::map<std::string, std::string, std::less<>> m_faults;
+};
+
+} // namespace
+
+InstructionTrial trialInChild(std::function<std::vector<std::string>(InstructionSet)> command) {
+    return [command = std::move(command)](InstructionSet step) -> TrialResult {
+        pid_t process = 0;
+        if (const int error = spawn(command(step), process); error != 0) {
+            log("[Fenlo] the engine's instructions cannot be tried out: " + std::string(::strerror(error)));
+            return {"", false};
+        }
+        int status = 0;
+        while (::waitpid(process, &status, 0) < 0)
+            if (errno != EINTR)
+                return {"", false};
+        TrialResult result = resultOf(status);
+        if (!result.fault.empty())
+            log("[Fenlo] ERROR: the engine does not use " + std::string(nameOf(step)) + ": " + result.fault);
+        return result;
+    };
+}
+
+InstructionTrial remembered(InstructionTrial trial, fs::path file, std::string key) {
+    return [trial = std::move(trial), file = std::move(file), key = std::move(key)](InstructionSet step) {
+        Memory memory(file, key);
+        if (const std::string* fault = memory.find(nameOf(step)))
+            return TrialResult{*fault};
+        const TrialResult result = trial(step);
+        if (result.lasts)
+            memory.add(nameOf(step), result.fault);
+        return result;
+    };
+}
+
+std::string trialKey() {
+    const dnnl_version_t& library = *dnnl::version();
+    std::ostringstream key;
+    key << readProcessor().identity << "; oneDNN " << library.major << '.' << library.minor << '.' << library.patch
+        << ' ' << library.hash;
+    return key.str();
+}
+
+} // namespace fenlo::whisper

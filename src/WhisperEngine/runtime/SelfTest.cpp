@@ -1,0 +1,244 @@
+#include "WhisperEngine/runtime/SelfTest.h"
+
+#include "WhisperEngine/runtime/HalfFloat.h"
+#include "WhisperEngine/runtime/Kernels.h"
+#include "WhisperEngine/runtime/MatMul.h"
+#include "WhisperEngine/runtime/ThreadPool.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace fenlo::whisper {
+
+namespace {
+
+namespace plain = kernels::reference;
+
+constexpr float epsilon = 0x1p-23F;
+
+/// Numbers without a pattern, the same in each run (Knuth's linear congruential generator).
+class Numbers {
+public:
+    /// In [-1, 1).
+    float next() {
+        m_state = m_state * 6364136223846793005U + 1442695040888963407U;
+        return static_cast<float>(static_cast<std::int32_t>(m_state >> 32)) * 0x1p-31F;
+    }
+    int integer(int limit) { return static_cast<int>(next() * static_cast<float>(limit)); }
+    std::vector<float> floats(int count, float factor = 1.0F) {
+        std::vector<float> values(static_cast<std::size_t>(count));
+        std::ranges::generate(values, [&] { return factor * next(); });
+        return values;
+    }
+
+private:
+    std::uint64_t m_state = 1;
+};
+
+/// Results that are no numbers are near nothing.
+bool near(const std::vector<float>& actual, const std::vector<float>& expected, float tolerance) {
+    return std::ranges::equal(actual, expected,
+                              [tolerance](float a, float b) { return std::fabs(a - b) <= tolerance; });
+}
+
+struct Size {
+    int rows, outputs, inputs;
+};
+/// A block of the encoder's with its rest at the width of a small model, and sizes that fill no vector.
+constexpr Size sizes[] = {{49, 64, 384}, {48, 33, 80}, {3, 7, 5}, {1, 1, 1}};
+
+bool linearIsRight(const Products& products, Size size) {
+    Numbers numbers;
+    const auto weights = numbers.floats(size.outputs * size.inputs, 0.5F);
+    const auto bias = numbers.floats(size.outputs);
+    const auto src = numbers.floats(size.rows * size.inputs);
+    auto actual = numbers.floats(size.rows * size.outputs);
+    auto expected = actual;
+    std::vector<float> row(static_cast<std::size_t>(size.outputs));
+    for (int i = 0; i < size.rows; ++i) {
+        plain::matVec(weights.data(), bias.data(), src.data() + i * size.inputs, row.data(), 0, size.outputs,
+                      size.inputs);
+        plain::gelu(row.data(), size.outputs);
+        plain::add(expected.data() + i * size.outputs, row.data(), size.outputs);
+    }
+    products.linear(weights.data(), bias.data(), size.outputs, size.inputs, src.data(), actual.data(), size.rows);
+    return near(actual, expected, 16 * epsilon * std::sqrt(static_cast<float>(size.inputs)) + 1e-6F);
+}
+
+/// All values are small integers, and the largest of a row is 127: quantised or widened, each sum is exact in any
+/// order.
+bool linearInt8IsRight(const Products& products, Size size) {
+    Numbers numbers;
+    std::vector<std::int8_t> weights(static_cast<std::size_t>(size.outputs * size.inputs));
+    std::ranges::generate(weights, [&] { return static_cast<std::int8_t>(numbers.integer(128)); });
+    const std::vector<float> scales(static_cast<std::size_t>(size.outputs), 0.5F);
+    const std::vector<float> bias(static_cast<std::size_t>(size.outputs), 3.0F);
+    std::vector<float> src(static_cast<std::size_t>(size.rows * size.inputs));
+    std::ranges::generate(src, [&] { return static_cast<float>(numbers.integer(127)); });
+    for (int i = 0; i < size.rows; ++i)
+        src[static_cast<std::size_t>(i * size.inputs)] = i % 2 ? 127.0F : -127.0F;
+    std::vector<float> actual(static_cast<std::size_t>(size.rows * size.outputs));
+    std::vector<float> expected(actual.size());
+    std::vector<std::int8_t> bytes(static_cast<std::size_t>(size.inputs));
+    for (int i = 0; i < size.rows; ++i) {
+        const float scale = plain::quantize(src.data() + i * size.inputs, bytes.data(), size.inputs);
+        plain::matVecInt8(weights.data(), scales.data(), bias.data(), bytes.data(), scale,
+                          expected.data() + i * size.outputs, 0, size.outputs, size.inputs);
+    }
+    products.linearInt8(weights.data(), scales.data(), bias.data(), size.outputs, size.inputs, src.data(),
+                        actual.data(), size.rows);
+    return near(actual, expected, 0.0F);
+}
+
+bool attendAllIsRight(const Products& products, int positions, int heads, int headWidth) {
+    Numbers numbers;
+    const int stride = heads * headWidth;
+    const auto q = numbers.floats(positions * stride, 0.5F);
+    const auto k = numbers.floats(positions * stride, 0.5F);
+    const auto v = numbers.floats(positions * stride);
+    std::vector<float> expected(q.size());
+    std::vector<float> scores(static_cast<std::size_t>(positions));
+    for (int head = 0; head < heads; ++head)
+        for (int p = 0; p < positions; ++p) {
+            const int column = head * headWidth;
+            const int at = p * stride + column;
+            plain::attendOne(q.data() + at, k.data() + column, v.data() + column, static_cast<std::size_t>(stride),
+                             nullptr, scores.data(), expected.data() + at, positions, headWidth);
+        }
+    std::vector<float> actual(q.size());
+    products.attendAll(q.data(), k.data(), v.data(), actual.data(), positions, heads, headWidth);
+    return near(actual, expected, 1e-5F);
+}
+
+bool oneRowProductsAreRight(int outputs, int inputs) {
+    Numbers numbers;
+    const auto weights = numbers.floats(outputs * inputs);
+    const auto bias = numbers.floats(outputs);
+    const auto x = numbers.floats(inputs);
+    std::vector<float> actual(bias.size());
+    std::vector<float> expected(bias.size());
+    kernels::matVec(weights.data(), bias.data(), x.data(), actual.data(), 0, outputs, inputs);
+    plain::matVec(weights.data(), bias.data(), x.data(), expected.data(), 0, outputs, inputs);
+    if (!near(actual, expected, 16 * epsilon * std::sqrt(static_cast<float>(inputs))))
+        return false;
+
+    std::vector<std::int8_t> bytes(weights.size());
+    std::vector<std::int8_t> quantized(x.size());
+    std::vector<std::int8_t> plainlyQuantized(x.size());
+    const float weightScale = kernels::quantize(weights.data(), bytes.data(), outputs * inputs);
+    const std::vector<float> scales(bias.size(), weightScale);
+    const float scale = kernels::quantize(x.data(), quantized.data(), inputs);
+    if (scale != plain::quantize(x.data(), plainlyQuantized.data(), inputs) || quantized != plainlyQuantized)
+        return false;
+    kernels::matVecInt8(bytes.data(), scales.data(), bias.data(), quantized.data(), scale, actual.data(), 0, outputs,
+                        inputs);
+    plain::matVecInt8(bytes.data(), scales.data(), bias.data(), quantized.data(), scale, expected.data(), 0, outputs,
+                      inputs);
+    return near(actual, expected, 16 * epsilon * std::sqrt(static_cast<float>(inputs)));
+}
+
+bool rowKernelsAreRight(int count) {
+    Numbers numbers;
+    const auto values = numbers.floats(count, 4.0F);
+    const auto gain = numbers.floats(count);
+    const auto shift = numbers.floats(count);
+    using Kernel = std::function<void(float*)>;
+    const auto same = [&values](const Kernel& fast, const Kernel& slow, float tolerance) {
+        auto actual = values;
+        auto expected = values;
+        fast(actual.data());
+        slow(expected.data());
+        return near(actual, expected, tolerance);
+    };
+    std::vector<std::int32_t> sums(values.size());
+    std::ranges::generate(sums, [&numbers] { return numbers.integer(1 << 20); });
+    return same([&](float* row) { kernels::softmax(row, count); }, [&](float* row) { plain::softmax(row, count); },
+                4 * epsilon) &&
+           same([&](float* row) { kernels::gelu(row, count); }, [&](float* row) { plain::gelu(row, count); }, 4e-6F) &&
+           same([&](float* row) { kernels::add(row, gain.data(), count); },
+                [&](float* row) { plain::add(row, gain.data(), count); }, 0.0F) &&
+           same([&](float* row) { kernels::layerNorm(values.data(), gain.data(), shift.data(), row, count); },
+                [&](float* row) { plain::layerNorm(values.data(), gain.data(), shift.data(), row, count); }, 1e-4F) &&
+           same([&](float* row) { kernels::rescale(sums.data(), gain.data(), 1e-5F, shift.data(), row, count); },
+                [&](float* row) { plain::rescale(sums.data(), gain.data(), 1e-5F, shift.data(), row, count); },
+                1e-5F) &&
+           kernels::argMax(values.data(), count) == plain::argMax(values.data(), count) &&
+           std::fabs(kernels::logSumExp(values.data(), count) - plain::logSumExp(values.data(), count)) <= 1e-5F;
+}
+
+bool attendOneIsRight(int positions, int headWidth) {
+    Numbers numbers;
+    const auto query = numbers.floats(headWidth);
+    auto keys = numbers.floats(positions * headWidth);
+    auto values = numbers.floats(positions * headWidth);
+    std::vector<std::uint16_t> halfKeys(keys.size());
+    std::vector<std::uint16_t> halfValues(values.size());
+    kernels::toHalf(keys.data(), halfKeys.data(), positions * headWidth);
+    kernels::toHalf(values.data(), halfValues.data(), positions * headWidth);
+    const auto stride = static_cast<std::size_t>(headWidth);
+    std::vector<float> scores(static_cast<std::size_t>(positions));
+    std::vector<float> actual(stride);
+    std::vector<float> expected(stride);
+    const auto plainly = [&] {
+        plain::attendOne(query.data(), keys.data(), values.data(), stride, nullptr, scores.data(), expected.data(),
+                         positions, headWidth);
+    };
+    plainly();
+    kernels::attendOne(query.data(), keys.data(), values.data(), stride, nullptr, scores.data(), actual.data(),
+                       positions, headWidth);
+    if (!near(actual, expected, 1e-5F))
+        return false;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        if (std::fabs(floatFromHalf(halfKeys[i]) - keys[i]) > 0x1p-10F)
+            return false;
+        keys[i] = floatFromHalf(halfKeys[i]);
+        values[i] = floatFromHalf(halfValues[i]);
+    }
+    plainly();
+    kernels::attendOne(query.data(), halfKeys.data(), halfValues.data(), stride, nullptr, scores.data(), actual.data(),
+                       positions, headWidth);
+    return near(actual, expected, 1e-5F);
+}
+
+} // namespace
+
+Products engineProducts() {
+    const auto pool = std::make_shared<ThreadPool>(1);
+    return {
+        [pool](const float* weights, const float* bias, int outputs, int inputs, const float* src, float* dst,
+               int rows) {
+            MatMul::float32(weights, bias, outputs, inputs).run(src, dst, rows, Activation::gelu, true, *pool);
+        },
+        [pool](const std::int8_t* weights, const float* scales, const float* bias, int outputs, int inputs,
+               const float* src, float* dst, int rows) {
+            MatMul::int8(weights, scales, bias, outputs, inputs).run(src, dst, rows, Activation::none, false, *pool);
+        },
+        [pool](const float* q, const float* k, const float* v, float* dst, int positions, int heads, int headWidth) {
+            whisper::attendAll(q, k, v, dst, positions, heads, headWidth, *pool);
+        }};
+}
+
+std::string selfTest(const Products& products) {
+    for (const Size size : sizes) {
+        const std::string ofSize = " of " + std::to_string(size.rows) + " rows, " + std::to_string(size.outputs) +
+                                   " outputs and " + std::to_string(size.inputs) + " inputs";
+        if (!linearIsRight(products, size))
+            return "the product of 32-bit floats" + ofSize;
+        if (!linearInt8IsRight(products, size))
+            return "the product of 8-bit values" + ofSize;
+    }
+    for (const int positions : {1, 97}) // more than a block of query rows
+        if (!attendAllIsRight(products, positions, 2, 64))
+            return "attention over " + std::to_string(positions) + " positions";
+    if (!oneRowProductsAreRight(9, 384) || !oneRowProductsAreRight(7, 37))
+        return "the product of one row";
+    if (!rowKernelsAreRight(384) || !rowKernelsAreRight(37))
+        return "a kernel along one row";
+    if (!attendOneIsRight(40, 64) || !attendOneIsRight(7, 24))
+        return "attention of one query";
+    return "";
+}
+
+} // namespace fenlo::whisper
