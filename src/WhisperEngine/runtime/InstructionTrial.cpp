@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <map>
 #include <oneapi/dnnl/dnnl.hpp>
@@ -134,10 +135,13 @@ InstructionTrial remembered(InstructionTrial trial, fs::path file, std::string k
 }
 
 std::string trialKey() {
-    const dnnl_version_t& library = *dnnl::version();
+    const dnnl_version_t& version = *dnnl::version();
     std::ostringstream key;
-    key << readProcessor().identity << "; oneDNN " << library.major << '.' << library.minor << '.' << library.patch
-        << ' ' << library.hash;
+    key << readProcessor().identity << "; oneDNN " << version.major << '.' << version.minor << '.' << version.patch;
+    Dl_info library{}; // a distribution mends a library without another version
+    std::error_code error;
+    if (::dladdr(reinterpret_cast<const void*>(&dnnl_version), &library) != 0)
+        key << " of " << fs::last_write_time(library.dli_fname, error).time_since_epoch().count();
     return key.str();
 }
 

@@ -22,8 +22,7 @@ InstructionTrial trialInChild(std::function<std::vector<std::string>(Instruction
 /// a trial, no more.
 InstructionTrial remembered(InstructionTrial trial, std::filesystem::path file, std::string key);
 
-/// What a remembered trial depends on, besides the program itself: the processor as it is seen here, and oneDNN's
-/// version.
+/// What a remembered trial depends on, besides the program itself: the processor as it is seen here, and oneDNN.
 std::string trialKey();
 
 } // namespace fenlo::whisper
