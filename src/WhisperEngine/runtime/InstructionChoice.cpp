@@ -19,7 +19,7 @@ InstructionSet narrower(InstructionSet step) {
 InstructionSet limitOfLibrary(const std::string& name) {
     constexpr std::array<std::pair<const char*, InstructionSet>, 10> limits{
         {{"SSE41", InstructionSet::sse4},
-         {"AVX", InstructionSet::sse4},
+         {"AVX", InstructionSet::avx},
          {"AVX2", InstructionSet::avx2},
          {"AVX2_VNNI", InstructionSet::avx2vnni},
          {"AVX512_MIC", InstructionSet::avx2},

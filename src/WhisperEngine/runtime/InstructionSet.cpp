@@ -24,8 +24,9 @@ constexpr std::int64_t noAvx2 = noAvx512 | HWY_AVX2;
 constexpr std::int64_t noSse = noAvx2 | HWY_SSE4 | HWY_SSSE3;
 
 /// In the order of the enumerators.
-constexpr std::array<Step, 8> steps{{{"scalar", noSse, dnnl::cpu_isa::sse41},
+constexpr std::array<Step, 9> steps{{{"scalar", noSse, dnnl::cpu_isa::sse41},
                                      {"sse4", noAvx2, dnnl::cpu_isa::sse41},
+                                     {"avx", noAvx2, dnnl::cpu_isa::avx},
                                      {"avx2", noAvx512, dnnl::cpu_isa::avx2},
                                      {"avx2vnni", noAvx512, dnnl::cpu_isa::avx2_vnni},
                                      {"avx512", HWY_AVX3_DL, dnnl::cpu_isa::avx512_core},

@@ -9,7 +9,7 @@
 namespace fenlo::whisper {
 
 /// How wide the runtime calculates, in steps from the narrowest to the widest.
-enum class InstructionSet { scalar, sse4, avx2, avx2vnni, avx512, avx512vnni, avx512bf16, amx };
+enum class InstructionSet { scalar, sse4, avx, avx2, avx2vnni, avx512, avx512vnni, avx512bf16, amx };
 
 /// The names are those of the enumerators.
 std::string_view nameOf(InstructionSet instructions);

@@ -40,7 +40,8 @@ std::string faultOfTiles(const ProcessorFacts& processor) {
 }
 
 bool has(const ProcessorFacts& processor, InstructionSet instructions) {
-    const bool avx2 = processor.avx2 && saves(processor, avxState);
+    const bool avx = processor.sse41 && processor.avx && saves(processor, avxState);
+    const bool avx2 = avx && processor.avx2;
     const bool avx512 = avx2 && processor.avx512 && saves(processor, avx512State);
     const bool vnni = avx512 && processor.avx512Vnni;
     const bool bf16 = vnni && processor.avx512Bf16;
@@ -49,6 +50,8 @@ bool has(const ProcessorFacts& processor, InstructionSet instructions) {
         return true;
     case InstructionSet::sse4:
         return processor.sse41;
+    case InstructionSet::avx:
+        return avx;
     case InstructionSet::avx2:
         return avx2;
     case InstructionSet::avx2vnni:
@@ -112,7 +115,8 @@ ProcessorFacts readProcessor() {
     ProcessorFacts facts;
     facts.name = readName();
     facts.sse41 = all(basic.c, 9, 19);
-    facts.avx2 = all(basic.c, 12, 28, 29) && all(extended.b, 3, 5, 8);
+    facts.avx = all(basic.c, 28);
+    facts.avx2 = all(basic.c, 12, 29) && all(extended.b, 3, 5, 8);
     facts.avx2Vnni = all(further.a, 4);
     facts.avx512 = all(extended.b, 16, 17, 28, 30, 31);
     facts.avx512Vnni = all(extended.c, 11);

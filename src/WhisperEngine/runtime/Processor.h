@@ -14,8 +14,9 @@ struct ProcessorFacts {
     std::string name;     // as the maker writes it
     std::string identity; // all that was read: another processor, or another view of it, gives another text
 
-    bool sse41 = false;      // with SSSE3
-    bool avx2 = false;       // with AVX, FMA, F16C, BMI1 and BMI2
+    bool sse41 = false; // with SSSE3
+    bool avx = false;
+    bool avx2 = false;       // with FMA, F16C, BMI1 and BMI2
     bool avx2Vnni = false;   // AVX-VNNI
     bool avx512 = false;     // F, CD, BW, DQ and VL
     bool avx512Vnni = false; // AVX512-VNNI

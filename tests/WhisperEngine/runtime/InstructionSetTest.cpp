@@ -11,12 +11,13 @@
 using namespace fenlo::whisper;
 
 // ctest runs this program once for each name of FENLO_ISA: here the runs prove to be what they are called.
-TEST(InstructionSet, IsAsWideAsTheVariableSays_InBothLibraries) {
+TEST(InstructionSet, IsWhatTheVariableSays_InBothLibraries) {
     using dnnl::cpu_isa;
     constexpr std::int64_t all = HWY_SSSE3 | HWY_SSE4 | HWY_AVX2 | HWY_AVX3;
     const std::map<InstructionSet, std::pair<cpu_isa, std::int64_t>> expected{
         {InstructionSet::scalar, {cpu_isa::sse41, 0}},
         {InstructionSet::sse4, {cpu_isa::sse41, HWY_SSSE3 | HWY_SSE4}},
+        {InstructionSet::avx, {cpu_isa::avx, HWY_SSSE3 | HWY_SSE4}},
         {InstructionSet::avx2, {cpu_isa::avx2, all & ~HWY_AVX3}},
         {InstructionSet::avx2vnni, {cpu_isa::avx2_vnni, all & ~HWY_AVX3}},
         {InstructionSet::avx512, {cpu_isa::avx512_core, all}},
@@ -31,6 +32,9 @@ TEST(InstructionSet, IsAsWideAsTheVariableSays_InBothLibraries) {
         for (const auto& [step, libraries] : expected)
             EXPECT_TRUE(step <= used || !has(readProcessor(), step)) << nameOf(step);
     }
-    EXPECT_EQ(dnnl::get_effective_cpu_isa(), expected.at(used).first) << nameOf(used);
-    EXPECT_EQ(hwy::SupportedTargets() & all, expected.at(used).second) << nameOf(used);
+    const auto& [library, targets] = expected.at(used);
+    if (used !=
+        InstructionSet::scalar) // a processor of before 2008 has not even what the library's narrowest limit allows
+        EXPECT_EQ(dnnl::get_effective_cpu_isa(), library) << nameOf(used);
+    EXPECT_EQ(hwy::SupportedTargets() & all & ~targets, 0) << nameOf(used); // Highway asks for more in some groups
 }
