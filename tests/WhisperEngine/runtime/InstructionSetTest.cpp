@@ -33,8 +33,8 @@ TEST(InstructionSet, IsWhatTheVariableSays_InBothLibraries) {
             EXPECT_TRUE(step <= used || !has(readProcessor(), step)) << nameOf(step);
     }
     const auto& [library, targets] = expected.at(used);
-    if (used !=
-        InstructionSet::scalar) // a processor of before 2008 has not even what the library's narrowest limit allows
+    if (used != InstructionSet::scalar) { // a processor of before 2008 has not even the library's narrowest
         EXPECT_EQ(dnnl::get_effective_cpu_isa(), library) << nameOf(used);
+    }
     EXPECT_EQ(hwy::SupportedTargets() & all & ~targets, 0) << nameOf(used); // Highway asks for more in some groups
 }
