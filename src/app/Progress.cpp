@@ -1,8 +1,8 @@
 #include "app/Progress.h"
 
 #include "base/Clock.h"
+#include "base/Descriptor.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <string_view>
 #include <sys/ioctl.h>
@@ -26,17 +26,6 @@ int widthOf(int descriptor) {
     winsize size{};
     const bool told = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return (told ? size.ws_col : usualWidth) - 1;
-}
-
-void write(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
 }
 
 } // namespace
@@ -89,21 +78,21 @@ void Progress::begin(const std::string& label) {
     m_state = {.label = label};
     m_meter = {};
     if (!m_isTerminal)
-        write(m_descriptor, progressLine(m_state, std::numeric_limits<int>::max()) + "...\n");
+        writeAll(m_descriptor, progressLine(m_state, std::numeric_limits<int>::max()) + "...\n");
 }
 
 void Progress::draw() {
     const double now = m_clock.now();
     if (!m_isTerminal || now - m_lastDraw < drawInterval)
         return;
-    write(m_descriptor, "\r" + progressLine(m_state, widthOf(m_descriptor)) + "\x1b[K");
+    writeAll(m_descriptor, "\r" + progressLine(m_state, widthOf(m_descriptor)) + "\x1b[K");
     m_lastDraw = now;
     m_isDrawn = true;
 }
 
 void Progress::erase() {
     if (m_isDrawn)
-        write(m_descriptor, eraseLine);
+        writeAll(m_descriptor, eraseLine);
     m_isDrawn = false;
 }
 

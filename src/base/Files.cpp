@@ -1,5 +1,7 @@
 #include "base/Files.h"
 
+#include "base/Descriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -59,15 +61,7 @@ std::optional<std::string> read(const fs::path& file) {
 namespace {
 
 bool writeSynced(int file, std::string_view content) {
-    while (!content.empty()) {
-        const ssize_t written = ::write(file, content.data(), content.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        content.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return ::fsync(file) == 0;
+    return writeAll(file, content) && ::fsync(file) == 0;
 }
 
 } // namespace
@@ -104,8 +98,7 @@ bool renameToFreeName(const fs::path& file, const fs::path& name) {
         return true;
     // Some file systems do not know the flag.
     std::error_code error;
-    return errno == EINVAL && !fs::exists(fs::symlink_status(name, error)) &&
-           ::rename(file.c_str(), name.c_str()) == 0;
+    return errno == EINVAL && !fs::exists(fs::symlink_status(name, error)) && ::rename(file.c_str(), name.c_str()) == 0;
 }
 
 } // namespace

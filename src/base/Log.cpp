@@ -1,5 +1,6 @@
 #include "base/Log.h"
 
+#include "base/Descriptor.h"
 #include "base/Files.h"
 #include "base/Text.h"
 
@@ -10,19 +11,6 @@
 #include <unistd.h>
 
 namespace fenlo {
-
-namespace {
-
-void writeAll(int file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(file, bytes.data(), bytes.size());
-        if (written <= 0)
-            return;
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
-
-} // namespace
 
 std::filesystem::path logFile() {
     const char* state = std::getenv("XDG_STATE_HOME");

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hub/Descriptor.h"
+#include "base/Descriptor.h"
 
 #include <filesystem>
 #include <stop_token>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "hub/ContentCheck.h"
-#include "hub/Descriptor.h"
+#include "base/Descriptor.h"
 
 namespace fenlo::hub {
 

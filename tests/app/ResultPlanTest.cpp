@@ -57,6 +57,15 @@ TEST(ResultPlan, ResultsOfEarlierRunsAreKeptUnlessTheUserSaysOtherwise) {
     EXPECT_EQ(done[0].note, "/a/talk.wav: out/talk.txt is there already; skipped");
 }
 
+TEST(ResultPlan, AnotherRunMayHaveBeenFasterWithTheName) {
+    const PlannedResult talk{.stem = "out/talk", .outputs = {"srt", "json"}, .hasPartial = false, .note = {}};
+    const auto stemBeside = [&](const Files& left) {
+        return stillFreeStem(talk, [&](const fs::path& file) { return left.contains(file); });
+    };
+    EXPECT_EQ(stemBeside({"out/talk.txt"}), "out/talk");
+    EXPECT_EQ(stemBeside({"out/talk.json", "out/talk-2.srt"}), "out/talk-3");
+}
+
 TEST(ResultPlan, AnInterruptedRunIsFoundUnderTheNameItHad) {
     const std::vector<fs::path> talk{"/a/talk.wav"};
     const auto atFirst = planned(talk, ExistingResults::resume, {"out/talk.partial"});
@@ -79,7 +88,7 @@ TEST(Recordings, AFolderStandsForTheRecordingsInIt) {
     fs::create_directories(root / "empty");
     const auto relative = [&](const FoundRecordings& found) {
         std::vector<std::string> all;
-        for (const Recording& recording : found.recordings)
+        for (const InputRecording& recording : found.recordings)
             all.push_back(fs::relative(recording.file, root));
         return all;
     };

@@ -5,6 +5,7 @@
 #include "app/Progress.h"
 #include "app/StandardOutput.h"
 #include "app/transcribe/EngineSetup.h"
+#include "app/transcribe/ResultFiles.h"
 #include "app/transcribe/SpooledInput.h"
 #include "app/transcribe/TranscribeOptions.h"
 #include "base/Files.h"
@@ -50,8 +51,8 @@ std::string placesWithoutText(const std::vector<TranscriptionResult>& results) {
 
 } // namespace
 
-OneRecording::OneRecording(const Surroundings& surroundings, const Recording& recording, const PlannedResult& planned,
-                           RecordingProgress progress)
+OneRecording::OneRecording(const Surroundings& surroundings, const InputRecording& recording,
+                           const PlannedResult& planned, RecordingProgress progress)
     : m_shared(surroundings), m_recording(recording), m_planned(planned), m_progress(std::move(progress)),
       m_status(exitStatus::ok) {
     if (!toFiles() && m_shared.options.outputs.front() == "txt")
@@ -185,8 +186,11 @@ void OneRecording::deliver(const Results& results) {
             print(document(m_shared.options.outputs.front()));
         return;
     }
-    for (const std::string& output : m_planned.outputs) {
-        const fs::path file = m_planned.file(output);
+    PlannedResult target = m_planned;
+    if (m_shared.options.existing == ExistingResults::keep)
+        target.stem = stillFreeStem(m_planned, resultExists);
+    for (const std::string& output : target.outputs) {
+        const fs::path file = target.file(output);
         if (!files::writeAtomically(file, document(output)))
             throw std::runtime_error("cannot write " + file.string() + "; free some space or check the permissions");
         tell(file.string());
@@ -207,7 +211,7 @@ void OneRecording::judge(const Results& results) {
 }
 
 void OneRecording::endByInterrupt() {
-    const std::string kept = keepPartial();
+    const std::string kept = toFiles() ? keepPartial() : "with --output-dir DIR a later run can go on with --resume";
     throw Interrupted("interrupted" + (kept.empty() ? "" : "; " + kept));
 }
 

@@ -43,7 +43,7 @@ public:
     };
 
     /// `planned` tells of the files of the result; it is not looked at where the result goes to standard output.
-    OneRecording(const Surroundings& surroundings, const Recording& recording, const PlannedResult& planned,
+    OneRecording(const Surroundings& surroundings, const InputRecording& recording, const PlannedResult& planned,
                  RecordingProgress progress);
 
     /// Returns the recording's exit status; a fault that concerns this recording only is told and is `failed`.
@@ -68,7 +68,7 @@ private:
     std::string keepPartial();
 
     const Surroundings& m_shared;
-    const Recording& m_recording;
+    const InputRecording& m_recording;
     const PlannedResult& m_planned;
     const RecordingProgress m_progress;
     std::optional<LiveText> m_liveText;      // where the text goes to standard output as it is found

@@ -164,6 +164,9 @@ std::optional<PartialTranscript> decodePartial(std::string_view json) {
 }
 
 std::optional<std::string> hashOfFile(const fs::path& file) {
+    std::error_code error;
+    if (!fs::is_regular_file(file, error)) // a device has no end
+        return {};
     std::ifstream stream(file, std::ios::binary);
     const std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> context(::EVP_MD_CTX_new(), ::EVP_MD_CTX_free);
     if (!stream || !context || ::EVP_DigestInit_ex(context.get(), ::EVP_sha256(), nullptr) != 1)

@@ -31,7 +31,7 @@ std::string encodePartial(const PartialTranscript& partial);
 /// Nothing for what is no such file.
 std::optional<PartialTranscript> decodePartial(std::string_view json);
 
-/// The hash of a file's content; nothing when it cannot be read.
+/// The hash of a regular file's content; nothing when it cannot be read.
 std::optional<std::string> hashOfFile(const std::filesystem::path& file);
 
 /// Collects what a running transcription has come to, and writes it down every half minute, so that a crash or a power

@@ -57,7 +57,7 @@ public:
 
 private:
     bool isNamed(const fs::path& file) const {
-        return std::ranges::any_of(m_found.recordings, [&](const Recording& named) {
+        return std::ranges::any_of(m_found.recordings, [&](const InputRecording& named) {
             return named.file.lexically_normal() == file.lexically_normal();
         });
     }

@@ -8,7 +8,7 @@
 namespace fenlo {
 
 /// A recording to transcribe.
-struct Recording {
+struct InputRecording {
     std::filesystem::path file; // "-" for standard input
     std::uintmax_t bytes = 0;   // for the share of the progress; 0 where it is not known
 
@@ -18,7 +18,7 @@ struct Recording {
 };
 
 struct FoundRecordings {
-    std::vector<Recording> recordings;
+    std::vector<InputRecording> recordings;
     std::vector<std::string> faults; // a line for each thing that could not be looked into
 };
 

@@ -27,4 +27,9 @@ void makeResultFolder(const std::filesystem::path& folder) {
                                  "; check the permissions, free some space, or name another folder");
 }
 
+bool resultExists(const std::filesystem::path& file) {
+    std::error_code error;
+    return std::filesystem::exists(std::filesystem::symlink_status(file, error));
+}
+
 } // namespace fenlo

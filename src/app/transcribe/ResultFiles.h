@@ -8,4 +8,7 @@ namespace fenlo {
 /// it. Throws std::runtime_error with a line for the user.
 void makeResultFolder(const std::filesystem::path& folder);
 
+/// Also for a link that leads nowhere, which would be written through.
+bool resultExists(const std::filesystem::path& file);
+
 } // namespace fenlo

@@ -111,4 +111,14 @@ std::vector<PlannedResult> planResults(const std::vector<fs::path>& recordings, 
     return results;
 }
 
+fs::path stillFreeStem(const PlannedResult& planned, const std::function<bool(const fs::path&)>& exists) {
+    PlannedResult free = planned;
+    const auto isTaken = [&] {
+        return std::ranges::any_of(free.outputs, [&](const auto& output) { return exists(free.file(output)); });
+    };
+    for (int number = 2; isTaken(); ++number)
+        free.stem = planned.stem.string() + "-" + std::to_string(number);
+    return free.stem;
+}
+
 } // namespace fenlo

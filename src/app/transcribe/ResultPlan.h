@@ -35,4 +35,8 @@ std::vector<PlannedResult> planResults(const std::vector<std::filesystem::path>&
                                        ExistingResults existing,
                                        const std::function<bool(const std::filesystem::path&)>& exists);
 
+/// The stem to write to in the end: the planned one, with a number where another run has written results there since.
+std::filesystem::path stillFreeStem(const PlannedResult& planned,
+                                    const std::function<bool(const std::filesystem::path&)>& exists);
+
 } // namespace fenlo

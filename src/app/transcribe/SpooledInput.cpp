@@ -1,5 +1,7 @@
 #include "app/transcribe/SpooledInput.h"
 
+#include "base/Descriptor.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -23,21 +25,6 @@ namespace {
     throw std::runtime_error(name + ": " + faultAndRemedy);
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() {
-        if (m_number >= 0)
-            ::close(m_number);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int number() const { return m_number; }
-
-private:
-    const int m_number;
-};
-
 fs::path pathOf(int descriptor) {
     return "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(descriptor);
 }
@@ -54,18 +41,6 @@ int makeNamelessFile() {
     return file;
 }
 
-bool writeAll(int file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(file, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
 } // namespace
 
 SpooledInput::SpooledInput(const fs::path& source, std::stop_token stop) : m_path(source) {
@@ -79,6 +54,8 @@ SpooledInput::SpooledInput(const fs::path& source, std::stop_token stop) : m_pat
             m_path = pathOf(STDIN_FILENO);
         return;
     }
+    if (!isStandardInput && !S_ISFIFO(status.st_mode))
+        return; // a device has no end; the reader tells of it
     if (isStandardInput && ::isatty(STDIN_FILENO) != 0)
         fail(name, "this is the keyboard; give a recording, as in: fenlo transcribe - < talk.wav");
     if (isStandardInput) {
@@ -98,6 +75,9 @@ SpooledInput::~SpooledInput() {
 
 void SpooledInput::spool(int source, const std::string& name, std::stop_token stop) {
     const Descriptor copy(makeNamelessFile());
+    if (!copy.isOpen())
+        fail(name, std::string("a copy cannot be made in the temporary folder (") + std::strerror(errno) +
+                       "); set TMPDIR to a folder that can be written to");
     const Descriptor wake(::eventfd(0, EFD_CLOEXEC));
     const std::stop_callback onStop(stop, [&] { ::eventfd_write(wake.number(), 1); });
     std::array<char, 65536> block;

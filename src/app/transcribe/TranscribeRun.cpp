@@ -18,7 +18,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <numeric>
-#include <system_error>
 
 namespace fenlo {
 
@@ -62,15 +61,15 @@ int worstOf(const std::vector<int>& statuses) {
 }
 
 /// How much of the whole work a recording is, by its bytes; one of unknown size counts as the mean.
-std::vector<double> sharesOf(const std::vector<Recording>& recordings) {
+std::vector<double> sharesOf(const std::vector<InputRecording>& recordings) {
     double sum = 0, known = 0;
-    for (const Recording& recording : recordings) {
+    for (const InputRecording& recording : recordings) {
         sum += static_cast<double>(recording.bytes);
         known += recording.bytes > 0 ? 1 : 0;
     }
     const double mean = known > 0 ? sum / known : 1;
     std::vector<double> shares;
-    for (const Recording& recording : recordings)
+    for (const InputRecording& recording : recordings)
         shares.push_back(recording.bytes > 0 ? static_cast<double>(recording.bytes) : mean);
     const double whole = std::accumulate(shares.begin(), shares.end(), 0.0);
     for (double& share : shares)
@@ -81,7 +80,7 @@ std::vector<double> sharesOf(const std::vector<Recording>& recordings) {
 /// One line of the progress for all recordings together.
 class SharedProgress {
 public:
-    SharedProgress(Progress& progress, const std::vector<Recording>& recordings)
+    SharedProgress(Progress& progress, const std::vector<InputRecording>& recordings)
         : m_progress(progress), m_recordings(recordings), m_shares(sharesOf(recordings)) {}
 
     RecordingProgress of(std::size_t index) const {
@@ -97,17 +96,14 @@ public:
 
 private:
     Progress& m_progress;
-    const std::vector<Recording>& m_recordings;
+    const std::vector<InputRecording>& m_recordings;
     const std::vector<double> m_shares;
 };
 
-std::vector<PlannedResult> plan(const std::vector<Recording>& recordings, const TranscribeOptions& options) {
+std::vector<PlannedResult> plan(const std::vector<InputRecording>& recordings, const TranscribeOptions& options) {
     std::vector<fs::path> files;
-    std::ranges::transform(recordings, std::back_inserter(files), &Recording::file);
-    return planResults(files, options.outputs, options.outputDirectory, options.existing, [](const fs::path& file) {
-        std::error_code error;
-        return fs::exists(fs::symlink_status(file, error));
-    });
+    std::ranges::transform(recordings, std::back_inserter(files), &InputRecording::file);
+    return planResults(files, options.outputs, options.outputDirectory, options.existing, resultExists);
 }
 
 } // namespace

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <string_view>
 #include <unistd.h>
 
-namespace fenlo::hub {
+namespace fenlo {
 
 /// An open file, closed with its owner.
 class Descriptor {
@@ -22,4 +23,7 @@ private:
     const int m_number;
 };
 
-} // namespace fenlo::hub
+/// Writes all bytes to an open file that blocks. False with errno when not all of them were taken.
+bool writeAll(int file, std::string_view bytes);
+
+} // namespace fenlo
