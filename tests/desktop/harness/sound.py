@@ -2,6 +2,7 @@
 
 import array
 import cmath
+import copy
 import math
 import os
 import re
@@ -81,9 +82,26 @@ class Clip:
         self.file = Path(folder) / (re.sub(r"\W+", "-", words + voice) + ".wav")
         if not self.file.exists():
             processes.output(["espeak-ng", "-v", voice, "-s", "160", "-w", str(self.file), words])
-        with wave.open(str(self.file)) as recording:
-            self.seconds = recording.getnframes() / recording.getframerate()
+        self._measure()
+
+    def followed_by(self, other, pause):
+        """Both as one clip, with so many seconds of silence between them, however busy the machine is."""
+        joined = copy.copy(self)
+        joined.file = self.file.with_name(f"{self.file.stem}-{other.file.name}")
+        with wave.open(str(self.file)) as first, wave.open(str(other.file)) as second:
+            with wave.open(str(joined.file), "wb") as recording:
+                recording.setparams(first.getparams())
+                recording.writeframes(first.readframes(first.getnframes()))
+                recording.writeframes(bytes(int(pause * first.getframerate()) * first.getsampwidth()))
+                recording.writeframes(second.readframes(second.getnframes()))
+        joined._measure()
+        return joined
 
     def speak(self):
         """Speaks into the virtual microphone; returns when the last word is said."""
-        processes.output(["paplay", "--device=micfeed", "--latency-msec=30", str(self.file)], patience=60)
+        # With much less in the sound server's hands, a busy machine tears gaps into the words.
+        processes.output(["paplay", "--device=micfeed", "--latency-msec=500", str(self.file)], patience=60)
+
+    def _measure(self):
+        with wave.open(str(self.file)) as recording:
+            self.seconds = recording.getnframes() / recording.getframerate()
