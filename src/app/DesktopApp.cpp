@@ -15,6 +15,7 @@
 #include "platform/linux/desktop/X11KeyEvents.h"
 #include "platform/linux/desktop/X11Pasteboard.h"
 #include "platform/linux/desktop/X11Workspace.h"
+#include "platform/linux/desktop/XDisplay.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "session/AppDelegate.h"
@@ -84,6 +85,13 @@ int runDesktopApp(int argc, char** argv) {
     // Native Wayland clients can neither place nor raise windows; XWayland clients can.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "xcb;wayland");
+    // When the X server ends, Qt says so in a line of its own and ends the process with status 1.
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& message) {
+        if (message.startsWith("The X11 connection broke"))
+            XDisplay::tellLoss();
+        else
+            std::fprintf(stderr, "%s\n", qUtf8Printable(qFormatLogMessage(type, context, message)));
+    });
     QApplication application(argc, argv);
     QApplication::setApplicationName("Fenlo");
     QApplication::setApplicationVersion(version);

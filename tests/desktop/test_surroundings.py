@@ -2,6 +2,7 @@
 
 import os
 import re
+import subprocess
 import tempfile
 import time
 import unittest
@@ -77,6 +78,18 @@ class Process(DesktopCase):
         fenlo.start_second()
         fenlo.wait_for("[Fenlo] Another instance is already running. Exiting.", mark)
         self.dictate_into(self.open_editor())
+
+    def test_end_of_the_x_server_is_told_in_one_line(self):
+        command = ["Xvfb", "-displayfd", "1", "-nolisten", "tcp"]
+        screen = processes.start(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.addCleanup(screen.stdout.close)
+        self.addCleanup(processes.end, screen)
+        fenlo = self.start_fenlo(environment={"DISPLAY": ":" + screen.stdout.readline().strip()})
+        screen.kill()
+        self.assertEqual(fenlo.process.wait(15), 1)
+        told = "[Fenlo] ERROR: The connection to the X server is lost"
+        self.assertEqual([line for line in fenlo.errors().splitlines() if "X server" in line or "X11" in line], [told])
+        self.assertEqual(fenlo.lines(told), [told])
 
     def test_termination_takes_less_than_a_second(self):
         fenlo = self.start_fenlo()

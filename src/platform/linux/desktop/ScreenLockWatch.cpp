@@ -84,8 +84,13 @@ void ScreenLockWatch::followScreenSavers() {
     for (const char* name : screenSavers) {
         g_dbus_connection_signal_subscribe(
             m_session->get(), name, name, "ActiveChanged", nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-            [](GDBusConnection*, const char*, const char*, const char* interface, const char*, GVariant*, void* self) {
-                static_cast<ScreenLockWatch*>(self)->askScreenSaver(interface);
+            [](GDBusConnection*, const char*, const char*, const char* interface, const char*, GVariant* arguments,
+               void* self) {
+                if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE("(b)")))
+                    return;
+                gboolean isActive = false;
+                g_variant_get(arguments, "(b)", &isActive);
+                static_cast<ScreenLockWatch*>(self)->hear(interface, isActive);
             },
             this, nullptr);
         g_dbus_connection_signal_subscribe(

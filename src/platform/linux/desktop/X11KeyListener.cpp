@@ -1,6 +1,5 @@
 #include "platform/linux/desktop/X11KeyListener.h"
 
-#include "base/Log.h"
 #include "platform/linux/desktop/OwnKeys.h"
 #include "platform/linux/desktop/ServerKeys.h"
 
@@ -88,8 +87,6 @@ void X11KeyListener::run(std::stop_token stop) {
         const std::chrono::duration<double> left = nextComparison ? *nextComparison - now : std::chrono::seconds(-1);
         m_wakeup.sleep(ConnectionNumber(m_display->get()), left.count());
     }
-    if (m_display->isLost())
-        log("[Fenlo] ERROR: The connection to the X server is lost");
     // Nothing may stay pressed for ever when the server is gone.
     m_held.releaseAll();
     // Xlib leaves a lost connection locked by the thread that saw the loss.

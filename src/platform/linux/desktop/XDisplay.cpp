@@ -1,7 +1,10 @@
 #include "platform/linux/desktop/XDisplay.h"
 
+#include "base/Log.h"
+
 #include <X11/Xlib.h>
 #include <fcntl.h>
+#include <mutex>
 
 namespace fenlo {
 
@@ -17,9 +20,17 @@ std::unique_ptr<XDisplay> XDisplay::open() {
 XDisplay::XDisplay(Display* display) : m_display(display) {
     // Xlib ends the process in two places. The first is common to all connections, and comes back from here; a
     // connection that is not ours still ends the process in the second.
-    XSetIOErrorHandler([](Display*) { return 0; });
+    XSetIOErrorHandler([](Display*) {
+        tellLoss();
+        return 0;
+    });
     XSetIOErrorExitHandler(
         display, [](Display*, void* self) { static_cast<XDisplay*>(self)->m_lost = true; }, this);
+}
+
+void XDisplay::tellLoss() {
+    static std::once_flag told;
+    std::call_once(told, [] { log("[Fenlo] ERROR: The connection to the X server is lost"); });
 }
 
 XDisplay::~XDisplay() {

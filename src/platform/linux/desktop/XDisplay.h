@@ -23,6 +23,12 @@ public:
     Display* get() const { return m_display; }
     bool isLost() const { return m_lost; }
 
+    /// Says in the log that the server is gone. Every connection notices that by itself, the toolkit's too, which then
+    /// ends the process; only the first that comes here says it.
+    ///
+    /// Threads: any.
+    static void tellLoss();
+
 private:
     explicit XDisplay(Display* display);
 
