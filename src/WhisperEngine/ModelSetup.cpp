@@ -4,8 +4,10 @@
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/Models/ModelRepository.h"
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/ModelFiles.h"
 #include "base/Files.h"
 #include "hub/HubClient.h"
+#include "hub/tokenizers/Tokenizer.h"
 
 #include <system_error>
 #include <vector>
@@ -48,6 +50,59 @@ fs::path copyBundled(const fs::path& bundled, const fs::path& base) {
     return folder;
 }
 
+/// The name of the installed model, damaged or not, that a name finds.
+std::string installedName(const fs::path& base, const std::string& name) {
+    std::error_code error;
+    std::vector<std::string> names;
+    for (const LocalModel& model : listLocalModels(base))
+        names.push_back(model.name);
+    if (isModelName(name) && fs::exists(partialDownload(base, name), error))
+        names.push_back(name); // a repair that was interrupted
+    std::string found;
+    for (const std::string& candidate : names)
+        if (candidate.find(name) != std::string::npos && (found.empty() || candidate.size() < found.size()))
+            found = candidate;
+    if (name.empty() || found.empty())
+        throw WhisperError(WhisperError::Kind::modelsUnavailable, "there is no model \"" + name + "\" in " +
+                                                                      base.string() +
+                                                                      "; the list of models has the names");
+    return found;
+}
+
+/// Copies what differs from the program's own copy.
+std::vector<std::string> repairFromBundled(const fs::path& bundled, const fs::path& folder) {
+    std::vector<std::string> copied;
+    for (const auto& entry : fs::directory_iterator(bundled)) {
+        const fs::path name = entry.path().filename();
+        const auto content = files::read(entry.path());
+        if (!entry.is_regular_file() || !content || files::read(folder / name) == content)
+            continue;
+        if (!files::writeAtomically(folder / name, *content))
+            throw WhisperError(WhisperError::Kind::modelsUnavailable, "cannot write " + (folder / name).string() +
+                                                                          "; free some space or check the permissions");
+        copied.push_back(name.string());
+    }
+    return copied;
+}
+
+/// As far as can be told without its publisher.
+bool isUsable(const fs::path& folder) {
+    try {
+        checkCheckpoint(folder, {});
+        hub::Tokenizer::load(folder / "tokenizer.json");
+        return true;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
+void dropCompiled(const fs::path& folder) {
+    std::error_code ignored;
+    for (const char* name : {"MelSpectrogram", "AudioEncoder", "TextDecoder", "float32"})
+        fs::remove_all(folder / name, ignored);
+    removeCached(folder);
+}
+
 } // namespace
 
 fs::path modelsFolder(const WhisperEngineConfig& config) {
@@ -75,12 +130,14 @@ fs::path installModel(const WhisperEngineConfig& config, HttpClient& http, Clock
     return download(hub, repository, variant, base, clock, progress, stop);
 }
 
-fs::path findTokenizer(const WhisperEngineConfig& config, const fs::path& modelFolder,
+fs::path findTokenizer(const WhisperEngineConfig& config, const ModelPlace& place,
                        const std::string& tokenizerRepository, HttpClient& http, Clock& clock, const Logging& logging,
                        std::stop_token stop) {
     constexpr const char* name = "tokenizer.json";
-    std::vector<fs::path> folders{modelFolder};
-    if (config.tokenizerFolder && *config.tokenizerFolder != modelFolder)
+    std::vector<fs::path> folders{place.checkpoint};
+    if (place.compiled != place.checkpoint)
+        folders.push_back(place.compiled);
+    if (config.tokenizerFolder && *config.tokenizerFolder != place.checkpoint)
         folders.insert(folders.begin(), *config.tokenizerFolder);
     for (const fs::path& folder : folders) {
         logging.debug("Checking for local tokenizer at " + folder.string());
@@ -91,7 +148,7 @@ fs::path findTokenizer(const WhisperEngineConfig& config, const fs::path& modelF
         }
     }
     logging.debug("No tokenizer found in any local search paths");
-    const fs::path& folder = folders.front();
+    const fs::path folder = config.tokenizerFolder.value_or(place.compiled);
     try {
         hubFor(config, http, clock).snapshot(tokenizerRepository, {name}, folder, {}, stop);
     } catch (const hub::HubError& error) {
@@ -100,6 +157,36 @@ fs::path findTokenizer(const WhisperEngineConfig& config, const fs::path& modelF
                            error.what());
     }
     return folder / name;
+}
+
+std::string repairRemedy(const WhisperEngineConfig& config, const fs::path& modelFolder) {
+    if (!isIn(modelFolder, modelsFolder(config)))
+        return "Get the model again from where it came.";
+    return config.repairCommand.empty()
+               ? "Download the model again."
+               : "Repair it with: " + config.repairCommand + " " + modelFolder.filename().string();
+}
+
+Repair repairModel(const WhisperEngineConfig& config, const std::string& name, HttpClient& http, Clock& clock,
+                   std::stop_token stop) {
+    const fs::path base = modelsFolder(config);
+    const std::string variant = installedName(base, name);
+    Repair repair{base / variant, {}, {}};
+    if (config.bundledModels && !missingCheckpointFile(*config.bundledModels / variant)) {
+        repair.fetched = repairFromBundled(*config.bundledModels / variant, repair.folder);
+    } else {
+        hub::HubClient hub = hubFor(config, http, clock);
+        try {
+            repair.fetched = whisper::repair(hub, {config.modelRepo.value_or("")}, variant, base, clock,
+                                             config.downloadProgress, stop);
+        } catch (const WhisperError& error) {
+            if (error.kind == WhisperError::Kind::cancelled || !isUsable(repair.folder))
+                throw;
+            repair.unchecked = error.what();
+        }
+    }
+    dropCompiled(repair.folder);
+    return repair;
 }
 
 } // namespace fenlo::whisper

@@ -6,6 +6,7 @@
 #include "WhisperEngine/SegmentSeeker/SegmentSeeker.h"
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/ModelFault.h"
 #include "WhisperEngine/network/ModelFiles.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 #include "base/Clock.h"
@@ -128,6 +129,14 @@ void WhisperEngine::prewarmModels(std::stop_token stop) {
 }
 
 void WhisperEngine::loadModels(bool prewarmMode, std::stop_token stop) {
+    try {
+        load(prewarmMode, std::move(stop));
+    } catch (const ModelDamage& damage) {
+        throw WhisperError(damage.kind, damage.fault + ". " + repairRemedy(m_config, m_modelFolder));
+    }
+}
+
+void WhisperEngine::load(bool prewarmMode, std::stop_token stop) {
     setState(prewarmMode ? ModelState::prewarming : ModelState::loading);
     if (m_modelFolder.empty())
         throw WhisperError(WhisperError::Kind::modelsUnavailable, "Model folder is not set.");
@@ -135,8 +144,9 @@ void WhisperEngine::loadModels(bool prewarmMode, std::stop_token stop) {
                    " with prewarmMode: " + text::boolean(prewarmMode));
     const double begin = m_clock.now();
     const ModelComputeOptions& compute = m_config.computeOptions;
-    if (!isCompiled(m_modelFolder, compute))
-        compileModel(m_modelFolder, compute, m_config.compileProgress, stop);
+    const ModelPlace place = placeOf(m_modelFolder, modelsFolder(m_config), compute);
+    if (!isCompiled(place, compute))
+        compileModel(place, compute, m_config.compileProgress, stop);
     if (prewarmMode) {
         m_timings.prewarmLoadTime = m_clock.now() - begin;
         setState(ModelState::prewarmed);
@@ -144,9 +154,8 @@ void WhisperEngine::loadModels(bool prewarmMode, std::stop_token stop) {
     }
 
     m_logging.debug("Loading feature extractor");
-    m_featureExtractor = m_config.featureExtractor
-                             ? m_config.featureExtractor
-                             : std::shared_ptr(loadMelSpectrogram(m_modelFolder, compute, *m_pool));
+    m_featureExtractor = m_config.featureExtractor ? m_config.featureExtractor
+                                                   : std::shared_ptr(loadMelSpectrogram(place, compute, *m_pool));
     m_logging.debug("Loaded feature extractor");
 
     if (m_config.textDecoderContextPrefill) {
@@ -157,14 +166,14 @@ void WhisperEngine::loadModels(bool prewarmMode, std::stop_token stop) {
     m_logging.debug("Loading text decoder");
     const double decoderBegin = m_clock.now();
     const std::shared_ptr<const TextDecoderModel> decoder =
-        m_config.textDecoder ? m_config.textDecoder : std::shared_ptr(loadTextDecoder(m_modelFolder, compute, *m_pool));
+        m_config.textDecoder ? m_config.textDecoder : std::shared_ptr(loadTextDecoder(place, compute, *m_pool));
     m_timings.decoderLoadTime = m_clock.now() - decoderBegin;
     m_logging.debug("Loaded text decoder in " + text::fixed(m_timings.decoderLoadTime, 2) + "s");
 
     m_logging.debug("Loading audio encoder");
     const double encoderBegin = m_clock.now();
-    m_audioEncoder = m_config.audioEncoder ? m_config.audioEncoder
-                                           : std::shared_ptr(loadAudioEncoder(m_modelFolder, compute, *m_pool));
+    m_audioEncoder =
+        m_config.audioEncoder ? m_config.audioEncoder : std::shared_ptr(loadAudioEncoder(place, compute, *m_pool));
     m_timings.encoderLoadTime = m_clock.now() - encoderBegin;
     m_logging.debug("Loaded audio encoder in " + text::fixed(m_timings.encoderLoadTime, 2) + "s");
 
@@ -172,20 +181,22 @@ void WhisperEngine::loadModels(bool prewarmMode, std::stop_token stop) {
                                                m_modelFolder.filename().string(), m_logging);
     m_modelVariant = textOf(variant);
     m_logging.info("Loaded models for whisper size: " + m_modelVariant);
-    loadTokenizer(tokenizerRepository(variant), stop);
+    loadTokenizer(tokenizerRepository(variant), place, stop);
     m_textDecoder = std::make_shared<const TextDecoder>(decoder, m_config.textDecoderContextPrefill, m_tokenizer,
                                                         m_config.logitsFilters, m_clock, m_logging);
     m_timings.modelLoading = m_clock.now() - begin;
     setState(ModelState::loaded);
 }
 
-void WhisperEngine::loadTokenizer(const std::string& repository, std::stop_token stop) {
+void WhisperEngine::loadTokenizer(const std::string& repository, const ModelPlace& place, std::stop_token stop) {
     const double begin = m_clock.now();
-    const fs::path file = findTokenizer(m_config, m_modelFolder, repository, m_http, m_clock, m_logging, stop);
+    const fs::path file = findTokenizer(m_config, place, repository, m_http, m_clock, m_logging, stop);
     try {
         m_tokenizer = std::make_shared<const WhisperTokenizer>(hub::Tokenizer::load(file));
     } catch (const hub::TokenizerError& error) {
         m_logging.error(std::string("Error loading local tokenizer: ") + error.what());
+        if (!error.damage.empty())
+            throw ModelDamage(error.damage, "", WhisperError::Kind::tokenizerUnavailable);
         throw WhisperError(WhisperError::Kind::tokenizerUnavailable, error.what());
     }
     m_timings.tokenizerLoadTime = m_clock.now() - begin;

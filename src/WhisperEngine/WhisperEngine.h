@@ -21,6 +21,7 @@ class HttpClient;
 namespace fenlo::whisper {
 
 class ThreadPool;
+struct ModelPlace;
 
 /// "Converting Audio", "Transcribing", "Finished".
 enum class TranscriptionState { convertingAudio, transcribing, finished };
@@ -100,8 +101,9 @@ private:
     WhisperEngine(WhisperEngineConfig config, HttpClient& http, Clock& clock);
 
     void findModel(std::stop_token stop);
+    void load(bool prewarmMode, std::stop_token stop);
     void setState(ModelState state);
-    void loadTokenizer(const std::string& repository, std::stop_token stop);
+    void loadTokenizer(const std::string& repository, const ModelPlace& place, std::stop_token stop);
     TaskComponents components() const;
 
     const WhisperEngineConfig m_config;

@@ -33,6 +33,7 @@ struct WhisperEngineConfig {
     std::optional<std::string> modelEndpoint;
     std::optional<std::filesystem::path> modelFolder; // a model on the disk: nothing is downloaded
     std::optional<std::filesystem::path> tokenizerFolder;
+    std::string repairCommand; // what mends a model of the own folder, before its name; named where one is damaged
     std::optional<std::filesystem::path> bundledModels; // a read-only folder of models that come with the program
     ModelComputeOptions computeOptions;
     AudioInputConfig audioInputConfig;

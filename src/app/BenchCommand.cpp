@@ -94,17 +94,18 @@ int runBench(const BenchOptions& options) {
     ThreadPool pool(options.threads);
     const InstructionChoice& instructions = settleInstructionSet(instructionTrial());
     std::vector<Stage> stages;
-    if (!isCompiled(folder, compute))
+    const ModelPlace place = placeOf(folder, modelsDirectory(), compute);
+    if (!isCompiled(place, compute))
         stages.push_back(
-            {"compile the checkpoint", fastest(clock, 1, [&] { compileModel(folder, compute, {}, stop); })});
+            {"compile the checkpoint", fastest(clock, 1, [&] { compileModel(place, compute, {}, stop); })});
 
     std::unique_ptr<MelSpectrogramModel> mel;
     std::unique_ptr<AudioEncoderModel> encoder;
     std::unique_ptr<TextDecoderModel> decoder;
     stages.push_back({"load", fastest(clock, 1, [&] {
-                          mel = loadMelSpectrogram(folder, compute, pool);
-                          encoder = loadAudioEncoder(folder, compute, pool);
-                          decoder = loadTextDecoder(folder, compute, pool);
+                          mel = loadMelSpectrogram(place, compute, pool);
+                          encoder = loadAudioEncoder(place, compute, pool);
+                          decoder = loadTextDecoder(place, compute, pool);
                       })});
     const std::vector<float> audio = sounding(mel->windowSamples());
     std::vector<float> features(static_cast<std::size_t>(mel->melBands()) * static_cast<std::size_t>(mel->melFrames()));

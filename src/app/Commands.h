@@ -52,6 +52,8 @@ int runDictate(const DictateOptions& options);
 /// What models there are, on this machine and to download.
 int runModelsList(bool json);
 int runModelsDownload(const std::string& name);
+/// Fetches what is damaged or missing of an installed model, prepares it again and loads it.
+int runModelsRepair(const std::string& name);
 int runModelsRemove(const std::string& name);
 /// The folder of a model, or of all of them without a name.
 int runModelsPath(const std::string& name);

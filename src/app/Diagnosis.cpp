@@ -1,7 +1,7 @@
 #include "app/Diagnosis.h"
 
 #include "app/LocalEngine.h"
-#include "app/ServiceKeys.h"
+#include "app/TakeRoad.h"
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/RunLoop.h"
@@ -20,6 +20,8 @@
 #include <QApplication>
 #include <QTimer>
 #include <cstdlib>
+#include <functional>
+#include <map>
 #include <unistd.h>
 
 namespace fenlo {
@@ -129,10 +131,18 @@ void examineSecrets(std::vector<Diagnosis>& findings) {
         findings.push_back({"secure store", State::works, "the desktop's keyring answers", ""});
 }
 
-std::string whereFound(const KeyedService& service, KeyPlace place) {
-    return place == KeyPlace::environment ? std::string(service.variable) + " is set"
-                                          : "the key of " + std::string(service.name) + " is in the keyring";
-}
+/// Asks for each key once: a keyring that does not answer costs its patience.
+class KeyPlaces {
+public:
+    KeyPlace operator()(const KeyedService& service) {
+        const auto found = m_known.find(service.name);
+        return found != m_known.end() ? found->second : m_known[service.name] = placeOf(service, m_store);
+    }
+
+private:
+    SecretServiceStore m_store{keyringPatience};
+    std::map<std::string, KeyPlace> m_known;
+};
 
 std::string keyringRemedy(const KeyedService& service) {
     return std::string(", or `fenlo keys set ") + service.name + "`";
@@ -147,49 +157,90 @@ void examineEngine(std::vector<Diagnosis>& findings) {
                         choice.hasFault ? "it is only slower; a newer oneDNN (libdnnl) may mend that" : ""});
 }
 
-void examineRecogniser(std::vector<Diagnosis>& findings, const Settings& settings) {
-    const std::string model = Deployment::load().offlineModel;
-    const auto folder = findInstalledModel(model);
-    const bool hearsOffline = settings.offlineMode && folder;
-    if (hearsOffline)
-        findings.push_back({"offline model", State::works, folder->filename().string(), ""});
-    else if (settings.offlineMode)
-        findings.push_back({"offline model", State::limited,
-                            "offline mode is on, but there is no model \"" + model + "\": takes go to the cloud",
-                            "fenlo models download " + model});
-    SecretServiceStore store(keyringPatience);
-    const KeyedService& service = keyedService(settings.sttEngine == "stt81" ? "xai" : "groq");
-    const KeyPlace place = placeOf(service, store);
-    const bool isSet = place == KeyPlace::environment || (place == KeyPlace::keyring && service.speechFromKeyring);
-    if (isSet)
-        findings.push_back({"recogniser key", State::works, whereFound(service, place), ""});
+void examineSettings(std::vector<Diagnosis>& findings, const StoredSettings& stored) {
+    const auto file = Config::defaultFile();
+    const auto aside = files::thoseSetAside(file);
+    const auto& fault = stored.fault;
+    if (fault && fault->kind == SettingsFault::Kind::unreadable)
+        findings.push_back({"settings", State::limited, fault->message + "; the settings are at their defaults",
+                            "give yourself the right to read " + file.string()});
+    else if (fault)
+        findings.push_back({"settings", State::limited, fault->message + "; the settings are at their defaults",
+                            "mend the file; Fenlo sets it aside when it next saves settings"});
+    else if (!aside.empty())
+        findings.push_back({"settings", State::limited,
+                            "a damaged file was set aside, so its settings do not count: " + aside.back().string(),
+                            "take over what you need of it into " + file.string() + ", then remove it"});
     else
-        findings.push_back({"recogniser key", hearsOffline ? State::limited : State::broken,
+        findings.push_back({"settings", State::works, file.string(), ""});
+}
+
+/// The name of the offline model's folder when takes can go there; empty otherwise.
+std::string examineOfflineModel(std::vector<Diagnosis>& findings, const Settings& settings,
+                                const Deployment& deployment, Clock& clock) {
+    if (!settings.offlineMode)
+        return {};
+    const auto folder = findInstalledModel(deployment.offlineModel);
+    if (!folder) {
+        findings.push_back(
+            {"offline model", State::limited,
+             "offline mode is on, but there is no model \"" + deployment.offlineModel + "\": takes go to the cloud",
+             "fenlo models download " + deployment.offlineModel});
+        return {};
+    }
+    const std::string name = folder->filename().string();
+    const ModelCheck check = checkModel(*folder, deployment, clock);
+    if (!check.fault.empty()) {
+        findings.push_back({"offline model", State::limited,
+                            name + " does not load, so takes go to the cloud: " + check.fault,
+                            "fenlo models repair " + name});
+        return {};
+    }
+    findings.push_back({"offline model", State::works,
+                        name + (check.isPrepared ? " loads" : " is whole, and is prepared at its first use"), ""});
+    return name;
+}
+
+void examineRecogniser(std::vector<Diagnosis>& findings, const RoadFacts& facts) {
+    const KeyedService& service = keyedService(facts.settings.sttEngine == "stt81" ? "xai" : "groq");
+    if (const std::string source = speechKeySource(service, facts); !source.empty())
+        findings.push_back({"recogniser key", State::works, source, ""});
+    else
+        findings.push_back({"recogniser key", facts.offlineModel.empty() ? State::broken : State::limited,
                             std::string(service.variable) + " is not set",
                             "export " + std::string(service.variable) + "=… before Fenlo starts" +
                                 (service.speechFromKeyring ? keyringRemedy(service) : "")});
 }
 
-void examineLanguageModel(std::vector<Diagnosis>& findings, const Settings& settings) {
-    if (!settings.smartRewrite)
+void examineLanguageModel(std::vector<Diagnosis>& findings, const RoadFacts& facts) {
+    if (!facts.settings.smartRewrite)
         return;
-    const std::string& choice = settings.smartRewriteModel;
+    const std::string& choice = facts.settings.smartRewriteModel;
     const bool isOne = choice == "gemini" || choice == "groq";
     const std::vector<std::string> models = isOne ? std::vector{choice} : std::vector<std::string>{"gemini", "groq"};
-    SecretServiceStore store(keyringPatience);
-    for (const std::string& model : models) {
-        const KeyedService& service = keyedService(model);
-        const KeyPlace place = placeOf(service, store);
-        if (place == KeyPlace::environment || place == KeyPlace::keyring) {
-            findings.push_back({"rewriting key", State::works, whereFound(service, place), ""});
+    for (const std::string& model : models)
+        if (const std::string source = modelKeySource(keyedService(model), facts); !source.empty()) {
+            findings.push_back({"rewriting key", State::works, source, ""});
             return;
         }
-    }
     const KeyedService& service = keyedService(models.back());
     findings.push_back({"rewriting key", State::limited,
                         "no key of " + text::join(models, " or ") + ": text is pasted as it was heard, with a beep",
                         "export " + std::string(service.variable) + "=… before Fenlo starts" + keyringRemedy(service) +
                             ", or set \"smart_rewrite\": false"});
+}
+
+void examineRoad(std::vector<Diagnosis>& findings, const Settings& settings, Clock& clock) {
+    const Deployment deployment = Deployment::load();
+    KeyPlaces places;
+    const RoadFacts facts{settings, examineOfflineModel(findings, settings, deployment, clock),
+                          !deployment.xaiApiKey.empty(), std::ref(places)};
+    examineRecogniser(findings, facts);
+    examineLanguageModel(findings, facts);
+    const TakeRoad road = roadOf(facts);
+    findings.push_back({"road of a take", road.leadsThrough ? State::works : State::broken,
+                        road.leadsThrough ? road.speech + "; then " + road.text : road.speech,
+                        road.leadsThrough ? "" : "see \"recogniser key\" above"});
 }
 
 void examineFiles(std::vector<Diagnosis>& findings) {
@@ -210,16 +261,16 @@ std::vector<Diagnosis> examine() {
     RunLoop loop;
     SystemClock clock;
     const X11KeyEvents keys(loop);
-    const Settings settings = Config(Config::defaultFile(), clock).get();
-    examineKeyboard(findings, keys, settings.hotkey);
+    const StoredSettings stored = readSettings(Config::defaultFile());
+    examineKeyboard(findings, keys, stored.settings.hotkey);
     examineAccessibility(findings, keys, clock);
     if (keys.isConnected())
         examineTray(findings);
     examineSound(findings);
     examineSecrets(findings);
+    examineSettings(findings, stored);
     examineEngine(findings);
-    examineRecogniser(findings, settings);
-    examineLanguageModel(findings, settings);
+    examineRoad(findings, stored.settings, clock);
     examineFiles(findings);
     return findings;
 }

@@ -4,8 +4,12 @@
 #include "WhisperEngine/Models/Checkpoint.h"
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/WhisperEngine.h"
+#include "WhisperEngine/network/ModelFault.h"
+#include "WhisperEngine/network/ModelFiles.h"
 #include "WhisperEngine/runtime/InstructionTrial.h"
 #include "base/Files.h"
+#include "hub/tokenizers/Tokenizer.h"
+#include "platform/linux/net/CurlHttpClient.h"
 #include "settings/Deployment.h"
 
 #include <memory>
@@ -42,9 +46,29 @@ whisper::WhisperEngineConfig engineConfig(const Deployment& deployment) {
     config.instructionTrial = instructionTrial();
     config.downloadBase = modelsDirectory();
     config.bundledModels = bundledModelsDirectory();
+    config.repairCommand = "fenlo models repair";
     if (!deployment.modelRepository.empty())
         config.modelRepo = deployment.modelRepository;
     return config;
+}
+
+ModelCheck checkModel(const fs::path& folder, const Deployment& deployment, Clock& clock) try {
+    const whisper::ModelComputeOptions compute;
+    if (!isCompiled(whisper::placeOf(folder, modelsDirectory(), compute), compute)) {
+        whisper::checkCheckpoint(folder, compute);
+        hub::Tokenizer::load(folder / "tokenizer.json");
+        return {};
+    }
+    CurlHttpClient http; // nothing is fetched
+    whisper::WhisperEngineConfig config = engineConfig(deployment);
+    config.modelFolder = folder;
+    config.prewarm = false;
+    whisper::WhisperEngine::create(std::move(config), http, clock, {});
+    return {"", true};
+} catch (const whisper::ModelDamage& damage) {
+    return {damage.fault, false};
+} catch (const std::runtime_error& error) {
+    return {error.what(), false};
 }
 
 std::optional<fs::path> findInstalledModel(const std::string& name) {

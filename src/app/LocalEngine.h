@@ -27,6 +27,16 @@ whisper::InstructionTrial instructionTrial();
 /// An engine's configuration with the places and the repository of this installation.
 whisper::WhisperEngineConfig engineConfig(const Deployment& deployment);
 
+/// How an installed model is. A model that was never used has no compiled files yet.
+struct ModelCheck {
+    std::string fault; // what keeps it from being loaded; empty when nothing does
+    bool isPrepared = false;
+};
+
+/// Loads a model that is prepared, and looks through the files of another. Prepares and fetches nothing, so it is
+/// quick.
+ModelCheck checkModel(const std::filesystem::path& folder, const Deployment& deployment, Clock& clock);
+
 /// The folder of the installed model that a name finds, without making or fetching anything.
 std::optional<std::filesystem::path> findInstalledModel(const std::string& name);
 

@@ -1,5 +1,6 @@
 #include "app/Commands.h"
 
+#include "WhisperEngine/ModelSetup.h"
 #include "WhisperEngine/Models/Checkpoint.h"
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/Models/ModelRepository.h"
@@ -134,7 +135,43 @@ int runModelsDownload(const std::string& name) {
     return exitStatus::ok;
 }
 
+int runModelsRepair(const std::string& name) {
+    TerminationSignals::block();
+    std::stop_source interruption;
+    const TerminationSignals termination([&] { interruption.request_stop(); });
+    const Deployment deployment = Deployment::load();
+    CurlHttpClient http;
+    SystemClock clock;
+    Progress progress(clock);
+    whisper::WhisperEngineConfig config = engineConfig(deployment);
+    config.downloadProgress = [&](const hub::DownloadProgress& step) {
+        progress.bytes("Downloading", step.received, step.total);
+    };
+    config.compileProgress = [&](double fraction) { progress.fraction("Preparing", fraction); };
+    try {
+        const whisper::Repair repair = whisper::repairModel(config, name, http, clock, interruption.get_token());
+        progress.finish();
+        for (const std::string& file : repair.fetched)
+            printFormatted("fetched again: %s\n", file.c_str());
+        if (!repair.unchecked.empty())
+            std::fprintf(stderr, "fenlo: the files could not be compared with the hub's: %s\n",
+                         repair.unchecked.c_str());
+        config.modelFolder = repair.folder;
+        whisper::WhisperEngine::create(std::move(config), http, clock, interruption.get_token());
+        progress.finish();
+        printFormatted("prepared again, and it loads: %s\n", repair.folder.c_str());
+    } catch (const whisper::WhisperError& error) {
+        progress.finish();
+        if (error.kind != whisper::WhisperError::Kind::cancelled)
+            throw;
+        throw Interrupted("interrupted; the same command goes on from here");
+    }
+    return exitStatus::ok;
+}
+
 int runModelsRemove(const std::string& name) {
+    if (whisper::isModelName(name))
+        whisper::removeCached(modelsDirectory() / name);
     if (whisper::removeLocalModel(modelsDirectory(), name))
         return exitStatus::ok;
     std::fprintf(stderr, "fenlo: there is no model \"%s\" in %s; `fenlo models list` shows the names\n", name.c_str(),

@@ -48,6 +48,9 @@ int runCommandLine(int argc, char** argv) {
     std::string modelName;
     CLI::App* modelsDownload = modelsCommand->add_subcommand("download", "Download a model and make it ready");
     modelsDownload->add_option("NAME", modelName, "a name or a part of it, such as \"small\"")->required();
+    CLI::App* modelsRepair = modelsCommand->add_subcommand(
+        "repair", "Check every file of a model, fetch again what is damaged or missing, and make it ready anew");
+    modelsRepair->add_option("NAME", modelName, "a name or a part of it")->required();
     CLI::App* modelsRemove = modelsCommand->add_subcommand("remove", "Remove a model from this machine");
     modelsRemove->add_option("NAME", modelName, "the whole name, as `fenlo models list` shows it")->required();
     CLI::App* modelsPath = modelsCommand->add_subcommand("path", "Print the folder of a model, or of all models");
@@ -115,6 +118,8 @@ int runCommandLine(int argc, char** argv) {
         return runModelsList(modelsJson);
     if (*modelsDownload)
         return runModelsDownload(modelName);
+    if (*modelsRepair)
+        return runModelsRepair(modelName);
     if (*modelsRemove)
         return runModelsRemove(modelName);
     if (*modelsPath)

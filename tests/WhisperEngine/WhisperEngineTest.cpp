@@ -1,11 +1,15 @@
-#include "WhisperEngine/Output/TranscriptWriter.h"
 #include "WhisperEngine/WhisperEngine.h"
+#include "WhisperEngine/ModelSetup.h"
+#include "WhisperEngine/Output/TranscriptWriter.h"
 #include "WhisperEngine/WhisperError.h"
 #include "base/Clock.h"
 #include "base/Files.h"
 #include "base/Guarded.h"
 #include "media/AudioFile.h"
+#include "platform/linux/net/CurlHttpClient.h"
 #include "support/FakeHttpClient.h"
+#include "support/LoopbackHub.h"
+#include "support/VirtualTime.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -119,6 +123,51 @@ TEST_F(WhisperEngineTest, FailuresOfTheCreationAreTold) {
     http.onSend = [](const HttpRequest&) { return HttpResponse{404, {}, ""}; };
     EXPECT_THAT(errorOf([&] { make(); }), HasSubstr("Model not found. Please check the model or repo name"));
     EXPECT_EQ(states.back(), ModelState::downloading);
+}
+
+TEST_F(WhisperEngineTest, ADamagedModelIsRepairedByWhatIsSoundAtTheHub) {
+    const fs::path served = base / "served/maker/models/small-one";
+    fs::create_directories(served.parent_path());
+    fs::copy(DEMO_MODEL_FOLDER, served);
+    auto hub = std::make_optional<test::LoopbackHub>(base / "served");
+    CurlHttpClient network;
+    config.model = "small-one";
+    config.modelRepo = "maker/models";
+    config.modelEndpoint = hub->server().url();
+    config.downloadBase = base / "models";
+    config.repairCommand = "fenlo models repair";
+    const auto made = [&] { return WhisperEngine::create(config, network, clock, {}); };
+    const fs::path folder = made()->modelFolder();
+    const auto damage = [&](const char* name, std::size_t at) {
+        std::string content = files::read(folder / name).value();
+        content[at] ^= 0x55;
+        ASSERT_TRUE(files::writeAtomically(folder / name, content));
+    };
+    const auto heard = [&] { return textOfAll(made()->transcribe(clip, options, {}, {})); };
+
+    damage("config.json", 0);
+    damage("model.safetensors", fs::file_size(folder / "model.safetensors") - 1); // what no structure tells
+    EXPECT_THAT(errorOf([&] { made(); }), HasSubstr("config.json is not valid JSON at byte 1. Repair it with: fenlo "
+                                                    "models repair small-one"));
+    const std::size_t before = hub->requests().size();
+    const Repair repair = repairModel(config, "small", network, clock, {});
+    EXPECT_THAT(repair.fetched, testing::UnorderedElementsAre("config.json", "model.safetensors"));
+    EXPECT_EQ(repair.unchecked, "");
+    for (std::size_t i = before; i < hub->requests().size(); ++i)
+        EXPECT_THAT(hub->requests()[i].wire.target, testing::Not(HasSubstr("tokenizer.json"))) << "it was sound";
+    EXPECT_EQ(heard(), phrase);
+
+    // Without a network: the folder knows what its files should be, so that only what was compiled is made again.
+    hub.reset();
+    damage("AudioEncoder", fs::file_size(folder / "AudioEncoder") / 2);
+    EXPECT_THAT(repairModel(config, "small-one", network, clock, {}).fetched, testing::IsEmpty());
+    EXPECT_FALSE(fs::exists(folder / "AudioEncoder"));
+    EXPECT_EQ(heard(), phrase);
+    damage("tokenizer.json", 0);
+    test::VirtualClock patience; // between the attempts
+    EXPECT_THAT(errorOf([&] { repairModel(config, "small-one", network, patience, {}); }),
+                HasSubstr("check the network"));
+    EXPECT_TRUE(fs::exists(folder / "tokenizer.json")) << "nothing is dropped before the hub has answered";
 }
 
 TEST_F(WhisperEngineTest, ChunksAreMergedInTheTimesOfTheWhole) {

@@ -6,7 +6,10 @@
 #include "WhisperEngine/Models/PublisherModels.h"
 #include "WhisperEngine/WhisperError.h"
 #include "base/Files.h"
+#include "hub/ContentCheck.h"
 #include "hub/FolderLock.h"
+#include "hub/HubConnection.h"
+#include "hub/SnapshotManifest.h"
 
 #include <algorithm>
 #include <optional>
@@ -112,6 +115,81 @@ void moveIntoPlace(const fs::path& gathered, const fs::path& folder) {
                                                                       "; move that folder away and try again");
 }
 
+/// Whether the folder knows what its files should be, and they are that.
+bool isAsPublished(const fs::path& folder, std::stop_token stop) {
+    const auto manifest = hub::SnapshotManifest::load(folder);
+    return manifest && !missingCheckpointFile(folder) &&
+           std::ranges::all_of(manifest->files, [&](const hub::RepoFile& file) {
+               return !hub::contentHash(file).empty() && hub::holds(folder / file.path, file, stop);
+           });
+}
+
+/// Where the files of a variant come together, out of sight, before they appear in its folder.
+struct Gathering {
+    Gathering(const ModelRepository& repository, const std::string& variant, const fs::path& downloadBase)
+        : folder(downloadBase / variant), source(repository.isStock() ? publisherRepository(variant) : repository.name),
+          below(repository.isStock() ? "" : variant + "/"), stage(partialDownload(downloadBase, variant)),
+          snapshot(stage / "files"), files(repository.isStock() ? snapshot : snapshot / variant) {}
+
+    const fs::path& makeStage() const {
+        std::error_code ignored;
+        fs::create_directories(stage, ignored);
+        return stage;
+    }
+
+    std::vector<hub::RepoFile> filesOf(hub::HubClient& hub, std::stop_token stop) const {
+        auto listed = hub.listFiles(source, {below + "*"}, stop);
+        const auto needed = checkpointFiles(pathsOf(listed), below, source);
+        std::erase_if(listed,
+                      [&](const hub::RepoFile& file) { return std::ranges::find(needed, file.path) == needed.end(); });
+        return listed;
+    }
+
+    /// Removes what is not as the hub lists it, and notes what is, so that only the rest is fetched.
+    std::vector<std::string> dropDamaged(const std::vector<hub::RepoFile>& needed, std::stop_token stop) const {
+        std::error_code error;
+        fs::create_directories(files, error);
+        std::vector<std::string> damaged;
+        hub::SnapshotManifest sound{source, hub::HubConnection::revision, {}, {}};
+        for (const hub::RepoFile& file : needed)
+            if (hub::holds(snapshot / file.path, file, stop)) {
+                sound.files.push_back(file);
+            } else if (!stop.stop_requested()) {
+                damaged.push_back(file.path.substr(below.size()));
+                fs::remove(snapshot / file.path, error);
+            }
+        sound.save(snapshot);
+        return damaged;
+    }
+
+    void fetch(hub::HubClient& hub, const std::vector<std::string>& paths,
+               const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop) const {
+        hub.snapshot(source, paths, snapshot, progress, stop);
+        if (!below.empty())
+            describeFolder();
+        moveIntoPlace(files, folder);
+        std::error_code ignored;
+        fs::remove_all(stage, ignored);
+    }
+
+    const fs::path folder;    // where the model is in the end
+    const std::string source; // repository
+    const std::string below;  // the variant's folder in it, with a slash; empty for the whole repository
+    const fs::path stage, snapshot, files;
+
+private:
+    /// The part of the repository's description that is about this variant, for later repairs.
+    void describeFolder() const {
+        auto manifest = hub::SnapshotManifest::load(snapshot);
+        if (!manifest)
+            return;
+        std::erase_if(manifest->files, [&](const hub::RepoFile& file) { return !file.path.starts_with(below); });
+        for (hub::RepoFile& file : manifest->files)
+            file.path.erase(0, below.size());
+        manifest->save(files);
+    }
+};
+
 } // namespace
 
 std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRepository& repository,
@@ -184,26 +262,39 @@ fs::path download(hub::HubClient& hub, const ModelRepository& repository, const 
                   const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop) {
     if (!isModelName(variant))
         throw notFound("\"" + variant + "\" is no name of a model");
-    const fs::path folder = downloadBase / variant;
-    if (!missingCheckpointFile(folder))
-        return folder;
-    const std::string source = repository.isStock() ? publisherRepository(variant) : repository.name;
-    const std::string below = repository.isStock() ? "" : variant + "/";
-    const fs::path stage = partialDownload(downloadBase, variant);
-    const fs::path snapshot = stage / "files";
-    const fs::path gathering = repository.isStock() ? snapshot : snapshot / variant;
-    std::error_code ignored;
-    fs::create_directories(stage, ignored);
+    const Gathering gathering(repository, variant, downloadBase);
+    if (!missingCheckpointFile(gathering.folder))
+        return gathering.folder;
     try {
-        const hub::FolderLock lock(stage, clock, stop);
-        if (!missingCheckpointFile(folder))
-            return folder; // by another process, meanwhile
-        const auto needed = checkpointFiles(pathsOf(hub.listFiles(source, {below + "*"}, stop)), below, source);
-        takeBack(folder, gathering);
-        hub.snapshot(source, needed, snapshot, progress, stop);
-        moveIntoPlace(gathering, folder);
-        fs::remove_all(stage, ignored);
-        return folder;
+        const hub::FolderLock lock(gathering.makeStage(), clock, stop);
+        if (!missingCheckpointFile(gathering.folder))
+            return gathering.folder; // by another process, meanwhile
+        const auto needed = gathering.filesOf(hub, stop);
+        takeBack(gathering.folder, gathering.files);
+        gathering.fetch(hub, pathsOf(needed), progress, stop);
+        return gathering.folder;
+    } catch (const hub::HubError& error) {
+        throw ofHub(error);
+    }
+}
+
+std::vector<std::string> repair(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
+                                const fs::path& downloadBase, Clock& clock,
+                                const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop) {
+    const Gathering gathering(repository, variant, downloadBase);
+    if (isAsPublished(gathering.folder, stop))
+        return {};
+    try {
+        const hub::FolderLock lock(gathering.makeStage(), clock, stop);
+        const auto needed = gathering.filesOf(hub, stop);
+        std::error_code error;
+        if (fs::exists(gathering.folder, error)) {
+            fs::remove_all(gathering.files, error); // an unfinished download has nothing that is missed
+            takeBack(gathering.folder, gathering.files);
+        }
+        const auto damaged = gathering.dropDamaged(needed, stop);
+        gathering.fetch(hub, pathsOf(needed), progress, stop);
+        return damaged;
     } catch (const hub::HubError& error) {
         throw ofHub(error);
     }

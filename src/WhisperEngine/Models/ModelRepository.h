@@ -52,4 +52,11 @@ std::filesystem::path download(hub::HubClient& hub, const ModelRepository& repos
                                const std::filesystem::path& downloadBase, Clock& clock,
                                const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop);
 
+/// Brings what is damaged or missing of a variant in `downloadBase`, by the sizes and hashes that the hub tells; what
+/// is sound stays. Gives the names of what was fetched. The network is not asked when the folder itself tells what its
+/// files should be, and they are that.
+std::vector<std::string> repair(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
+                                const std::filesystem::path& downloadBase, Clock& clock,
+                                const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop);
+
 } // namespace fenlo::whisper

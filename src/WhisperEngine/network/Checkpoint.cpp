@@ -41,12 +41,12 @@ std::set<std::string> shardNames(const fs::path& folder) {
     if (map != document.end() && map->is_object()) {
         for (const auto& [tensor, shard] : map->items()) {
             if (!shard.is_string() || !isNeighbour(shard.get<std::string>()))
-                throw modelFault(index.string() + " names a file that is no neighbour. Download the model again.");
+                throw ModelDamage(index.string() + " names a file that is no neighbour");
             names.insert(shard.get<std::string>());
         }
     }
     if (names.empty() || names.size() > mostShards)
-        throw modelFault(index.string() + " names no weights, or too many files. Download the model again.");
+        throw ModelDamage(index.string() + " names no weights, or too many files");
     return names;
 }
 
@@ -74,13 +74,12 @@ const SafeTensors::Tensor& Checkpoint::tensor(const std::string& name, const std
                 throw modelFault("The weights in " + m_folder.string() + ": tensor " + fullName +
                                  " is neither F16 nor BF16 nor F32. Choose another model.");
             if (found->shape != shape)
-                throw modelFault("The weights in " + m_folder.string() + ": tensor " + fullName + " has the shape " +
-                                 describe(found->shape) + ", but config.json makes it " + describe(shape) +
-                                 ". Download the model again.");
+                throw ModelDamage("The weights in " + m_folder.string() + ": tensor " + fullName + " has the shape " +
+                                  describe(found->shape) + ", but config.json makes it " + describe(shape));
             return *found;
         }
-    throw modelFault("The weights in " + m_folder.string() + " lack the tensor " + name +
-                     ". Download the model again, or choose a Whisper model.");
+    throw ModelDamage("The weights in " + m_folder.string() + " lack the tensor " + name,
+                      ". Download the model again, or choose a Whisper model.");
 }
 
 Fingerprint checkpointFingerprint(const fs::path& modelFolder) {

@@ -35,7 +35,7 @@ CompiledFile::CompiledFile(std::span<const std::byte> bytes, const std::string& 
 }
 
 void CompiledFile::refuse(const std::string& fault) const {
-    throw modelFault(m_name + " " + fault + ". Compile the model again.");
+    throw ModelDamage(m_name + " " + fault, ". Compile the model again.");
 }
 
 void CompiledFile::parse(std::span<const std::byte> bytes) {

@@ -7,6 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace fenlo::whisper {
@@ -42,6 +45,14 @@ Layout layOut(std::span<const CompiledFileWriter::Tensor> tensors) {
     return layout;
 }
 
+/// Whether a name is that of a file on its way: a compiled file's with a point and six letters behind it.
+bool isNeighbour(const std::string& name) {
+    for (const char* stem : {"MelSpectrogram.", "AudioEncoder.", "TextDecoder."})
+        if (name.starts_with(stem) && name.size() == std::strlen(stem) + 6)
+            return true;
+    return false;
+}
+
 } // namespace
 
 std::uint64_t CompiledFileWriter::fileSize(std::span<const Tensor> tensors) {
@@ -71,11 +82,7 @@ CompiledFileWriter::CompiledFileWriter(std::filesystem::path path, const Compile
     std::ranges::copy(compiled::checksum(table), header.checksum);
     std::memcpy(table.data(), &header, sizeof header);
 
-    m_descriptor = ::mkostemp(m_neighbour.data(), O_CLOEXEC);
-    if (m_descriptor < 0) {
-        m_neighbour.clear();
-        fail();
-    }
+    open();
     try {
         writeAt(0, table);
     } catch (...) {
@@ -90,6 +97,40 @@ CompiledFileWriter::~CompiledFileWriter() {
         ::close(m_descriptor);
     if (!m_neighbour.empty())
         ::unlink(m_neighbour.c_str());
+}
+
+/// The lock tells others that the file has a writer; one that was removed before it was locked is made again.
+void CompiledFileWriter::open() {
+    const std::string pattern = m_neighbour;
+    for (struct stat found{}; found.st_nlink == 0;) {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+        m_neighbour = pattern;
+        m_descriptor = ::mkostemp(m_neighbour.data(), O_CLOEXEC);
+        if (m_descriptor < 0) {
+            m_neighbour.clear();
+            fail();
+        }
+        ::flock(m_descriptor, LOCK_EX | LOCK_NB);
+        if (::fstat(m_descriptor, &found) != 0)
+            break;
+    }
+}
+
+void CompiledFileWriter::removeLeftovers(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> candidates;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        if (isNeighbour(entry->path().filename().string()))
+            candidates.push_back(entry->path());
+    for (const auto& candidate : candidates) {
+        const int descriptor = ::open(candidate.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+        if (descriptor < 0)
+            continue;
+        if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0)
+            ::unlink(candidate.c_str());
+        ::close(descriptor);
+    }
 }
 
 void CompiledFileWriter::write(std::size_t tensor, std::uint64_t byteInTensor, std::span<const std::byte> numbers) {

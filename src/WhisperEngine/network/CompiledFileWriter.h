@@ -32,9 +32,13 @@ public:
     /// The file is whole: it takes the place of an older one.
     void commit();
 
+    /// Removes what writers of the folder left that ended with their process; those at work keep theirs.
+    static void removeLeftovers(const std::filesystem::path& folder);
+
     static std::uint64_t fileSize(std::span<const Tensor> tensors);
 
 private:
+    void open();
     void writeAt(std::uint64_t offset, std::span<const std::byte> bytes);
     [[noreturn]] void fail() const;
 

@@ -16,7 +16,7 @@ MappedFile::MappedFile(const std::filesystem::path& file) {
     const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0) {
         if (errno == ENOENT || errno == ENOTDIR)
-            throw modelFault("Model file not found at " + file.string());
+            throw ModelDamage("Model file not found at " + file.string(), "");
         throw modelFault("Cannot open " + file.string() + ": " + std::strerror(errno) + ".");
     }
     struct stat facts {};

@@ -4,9 +4,11 @@
 #include "WhisperEngine/network/ModelFault.h"
 #include "WhisperEngine/network/PackedTensors.h"
 #include "WhisperEngine/runtime/Kernels.h"
+#include "base/Files.h"
 
 #include <algorithm>
 #include <cmath>
+#include <list>
 
 namespace fenlo::whisper {
 
@@ -84,58 +86,84 @@ void reorder(std::span<float> values, std::size_t columns) {
 
 class Compilation {
 public:
-    Compilation(const fs::path& folder, const ModelComputeOptions& options, const std::function<void(double)>& progress,
-                std::stop_token stop)
-        : m_folder(folder), m_checkpoint(folder), m_config(readModelConfig(folder)),
-          m_jobs(jobsOf(m_config, checkpointFingerprint(folder), options)), m_progress(progress),
+    Compilation(const ModelPlace& place, const ModelComputeOptions& options,
+                const std::function<void(double)>& progress, std::stop_token stop)
+        : m_place(place), m_checkpoint(place.checkpoint), m_config(readModelConfig(place.checkpoint)),
+          m_jobs(jobsOf(m_config, checkpointFingerprint(place.checkpoint), options)), m_progress(progress),
           m_stop(std::move(stop)) {}
 
+    void checkSources() const {
+        for (const Job& job : m_jobs)
+            for (const PackedTensor& tensor : job.tensors)
+                for (const PackedPart& part : tensor.parts)
+                    if (!part.source.empty())
+                        m_checkpoint.tensor(part.source, sourceShape(tensor, part));
+    }
+
     void run() {
+        checkSources(); // before anything is written
+        const Folders folders(m_place, m_jobs);
         std::uint64_t room = 0;
         for (const Job& job : m_jobs) {
             room += CompiledFileWriter::fileSize(tableOf(job));
             m_total += numberBytes(tableOf(job));
-            checkSources(job);
         }
         checkRoom(room);
+        // On a full disk all or nothing: two files of three would only take up room.
+        std::list<CompiledFileWriter> writers;
         for (const Job& job : m_jobs)
-            write(job);
+            write(job, writers.emplace_back(pathOf(job), job.identity, tableOf(job)));
+        for (CompiledFileWriter& writer : writers)
+            writer.commit();
     }
 
 private:
-    /// Before anything is written.
-    void checkSources(const Job& job) const {
-        for (const PackedTensor& tensor : job.tensors)
-            for (const PackedPart& part : tensor.parts)
-                if (!part.source.empty())
-                    m_checkpoint.tensor(part.source, sourceShape(tensor, part));
+    /// The folders of the compiled files, without leftovers; those that stay empty go again.
+    class Folders {
+    public:
+        Folders(const ModelPlace& place, const std::vector<Job>& jobs) {
+            if (place.compiled != place.checkpoint) {
+                files::makePrivateDirectory(place.compiled);
+                m_made.push_back(place.compiled);
+            }
+            for (const Job& job : jobs) {
+                const fs::path folder =
+                    compiledPath(place.compiled, job.identity.kind, job.identity.unit).parent_path();
+                std::error_code ignored;
+                if (fs::create_directory(folder, ignored))
+                    m_made.push_back(folder);
+                CompiledFileWriter::removeLeftovers(folder);
+            }
+        }
+        ~Folders() {
+            std::error_code ignored;
+            for (auto folder = m_made.rbegin(); folder != m_made.rend(); ++folder)
+                fs::remove(*folder, ignored);
+        }
+        Folders(const Folders&) = delete;
+        Folders& operator=(const Folders&) = delete;
+
+    private:
+        std::vector<fs::path> m_made;
+    };
+
+    fs::path pathOf(const Job& job) const {
+        return compiledPath(m_place.compiled, job.identity.kind, job.identity.unit);
     }
 
     void checkRoom(std::uint64_t needed) const {
         std::error_code error;
-        const fs::space_info room = fs::space(m_folder, error);
+        const fs::space_info room = fs::space(m_place.compiled, error);
         if (!error && room.available < needed)
-            throw modelFault("The disk of " + m_folder.string() + " is too full: the compiled model needs " +
+            throw modelFault("The disk of " + m_place.compiled.string() + " is too full: the compiled model needs " +
                              std::to_string(needed / 1'000'000 + 1) + " MB. Make room.");
     }
 
-    void write(const Job& job) {
-        const fs::path path = compiledPath(m_folder, job.identity.kind, job.identity.unit);
-        const auto table = tableOf(job);
-        std::error_code ignored;
-        fs::create_directory(path.parent_path(), ignored);
-        try {
-            CompiledFileWriter writer(path, job.identity, table);
-            std::size_t index = 0;
-            for (const PackedTensor& tensor : job.tensors) {
-                write(tensor, writer, index, isQuantised(tensor, job.identity.unit));
-                index += isQuantised(tensor, job.identity.unit) ? 2 : 1;
-            }
-            writer.commit();
-        } catch (...) {
-            if (path.parent_path() != m_folder)
-                fs::remove(path.parent_path(), ignored); // only when it is empty
-            throw;
+    void write(const Job& job, CompiledFileWriter& writer) {
+        std::size_t index = 0;
+        for (const PackedTensor& tensor : job.tensors) {
+            write(tensor, writer, index, isQuantised(tensor, job.identity.unit));
+            index += isQuantised(tensor, job.identity.unit) ? 2 : 1;
         }
     }
 
@@ -177,8 +205,8 @@ private:
         for (float& value : block)
             value *= part.factor;
         if (!std::ranges::all_of(block, [](float value) { return std::isfinite(value); }))
-            throw modelFault("The weights in " + m_folder.string() + ": tensor " + part.source +
-                             " has values that are no numbers. Download the model again.");
+            throw ModelDamage("The weights in " + m_place.checkpoint.string() + ": tensor " + part.source +
+                              " has values that are no numbers");
         if (tensor.form == Form::convolution)
             reorder(block, columns);
     }
@@ -192,7 +220,7 @@ private:
             m_progress(std::min(1.0, static_cast<double>(m_written) / static_cast<double>(m_total)));
     }
 
-    fs::path m_folder;
+    ModelPlace m_place;
     Checkpoint m_checkpoint;
     ModelConfig m_config;
     std::vector<Job> m_jobs;
@@ -204,11 +232,17 @@ private:
 
 } // namespace
 
-void compileModel(const fs::path& modelFolder, const ModelComputeOptions& options,
+void checkCheckpoint(const fs::path& modelFolder, const ModelComputeOptions& options) {
+    Compilation(modelFolder, options, {}, {}).checkSources();
+}
+
+void compileModel(const ModelPlace& place, const ModelComputeOptions& options,
                   const std::function<void(double)>& progress, std::stop_token stop) {
-    if (modelFolder.empty())
+    if (place.checkpoint.empty())
         throw modelFault("Model folder is not set.");
-    Compilation(modelFolder, options, progress, std::move(stop)).run();
+    Compilation(place, options, progress, std::move(stop)).run();
+    if (place.compiled != place.checkpoint)
+        removeCached(place.checkpoint, place.compiled);
     if (progress)
         progress(1.0);
 }

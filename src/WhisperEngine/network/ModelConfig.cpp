@@ -99,7 +99,7 @@ std::vector<AlignmentHead> readAlignmentHeads(const json& config, const ModelArc
         const std::int64_t head = numbers ? pair[1].get<std::int64_t>() : -1;
         if (layer < 0 || layer >= architecture.decoderLayers || head < 0 || head >= architecture.decoderHeads ||
             heads.size() >= limit)
-            throw modelFault(source + ": \"alignment_heads\" does not fit the model. Download the model again.");
+            throw ModelDamage(source + ": \"alignment_heads\" does not fit the model");
         heads.push_back({static_cast<int>(layer), static_cast<int>(head)});
     }
     return heads;

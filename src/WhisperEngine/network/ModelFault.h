@@ -11,4 +11,13 @@ inline WhisperError modelFault(const std::string& message) {
     return {WhisperError::Kind::modelsUnavailable, message};
 }
 
+/// A file of the model is damaged or missing, which fetching or compiling the model again mends. `fault` is the message
+/// without the remedy, for those who know a better one.
+struct ModelDamage : WhisperError {
+    explicit ModelDamage(const std::string& message, const std::string& remedy = ". Download the model again.",
+                         Kind reason = Kind::modelsUnavailable)
+        : WhisperError(reason, message + remedy), fault(message) {}
+    std::string fault;
+};
+
 } // namespace fenlo::whisper

@@ -16,46 +16,46 @@ bool isCurrent(const fs::path& folder, CompiledKind kind, ComputeUnit unit, cons
     return identity.kind == kind && identity.unit == unit && identity.fingerprint == fingerprint;
 }
 
-CompiledFile openCompiled(const fs::path& folder, CompiledKind kind, ComputeUnit unit) {
-    if (folder.empty())
+CompiledFile openCompiled(const ModelPlace& place, CompiledKind kind, ComputeUnit unit) {
+    if (place.checkpoint.empty())
         throw modelFault("Model folder is not set.");
-    CompiledFile file(compiledPath(folder, kind, unit));
+    CompiledFile file(compiledPath(place.compiled, kind, unit));
     if (file.identity().kind != kind || file.identity().unit != unit)
         file.refuse("holds another part of a model");
-    if (file.identity().fingerprint != checkpointFingerprint(folder))
-        file.refuse("belongs to another checkpoint than the one in its folder");
+    if (file.identity().fingerprint != checkpointFingerprint(place.checkpoint))
+        file.refuse("belongs to another checkpoint than " + place.checkpoint.string());
     return file;
 }
 
 } // namespace
 
-bool isCompiled(const fs::path& modelFolder, const ModelComputeOptions& options) {
+bool isCompiled(const ModelPlace& place, const ModelComputeOptions& options) {
     try {
-        const Fingerprint fingerprint = checkpointFingerprint(modelFolder);
-        return isCurrent(modelFolder, CompiledKind::melSpectrogram, options.melCompute, fingerprint) &&
-               isCurrent(modelFolder, CompiledKind::audioEncoder, options.audioEncoderCompute, fingerprint) &&
-               isCurrent(modelFolder, CompiledKind::textDecoder, options.textDecoderCompute, fingerprint);
+        const Fingerprint fingerprint = checkpointFingerprint(place.checkpoint);
+        return isCurrent(place.compiled, CompiledKind::melSpectrogram, options.melCompute, fingerprint) &&
+               isCurrent(place.compiled, CompiledKind::audioEncoder, options.audioEncoderCompute, fingerprint) &&
+               isCurrent(place.compiled, CompiledKind::textDecoder, options.textDecoderCompute, fingerprint);
     } catch (const WhisperError&) {
         return false; // the compiler finds out what is wrong
     }
 }
 
-std::unique_ptr<MelSpectrogramModel> loadMelSpectrogram(const fs::path& modelFolder, const ModelComputeOptions& options,
+std::unique_ptr<MelSpectrogramModel> loadMelSpectrogram(const ModelPlace& place, const ModelComputeOptions& options,
                                                         ThreadPool& pool) {
     return std::make_unique<MelSpectrogramNetwork>(
-        openCompiled(modelFolder, CompiledKind::melSpectrogram, options.melCompute), pool);
+        openCompiled(place, CompiledKind::melSpectrogram, options.melCompute), pool);
 }
 
-std::unique_ptr<AudioEncoderModel> loadAudioEncoder(const fs::path& modelFolder, const ModelComputeOptions& options,
+std::unique_ptr<AudioEncoderModel> loadAudioEncoder(const ModelPlace& place, const ModelComputeOptions& options,
                                                     ThreadPool& pool) {
     return std::make_unique<AudioEncoderNetwork>(
-        openCompiled(modelFolder, CompiledKind::audioEncoder, options.audioEncoderCompute), pool);
+        openCompiled(place, CompiledKind::audioEncoder, options.audioEncoderCompute), pool);
 }
 
-std::unique_ptr<TextDecoderModel> loadTextDecoder(const fs::path& modelFolder, const ModelComputeOptions& options,
+std::unique_ptr<TextDecoderModel> loadTextDecoder(const ModelPlace& place, const ModelComputeOptions& options,
                                                   ThreadPool& pool) {
     return std::make_unique<TextDecoderNetwork>(
-        openCompiled(modelFolder, CompiledKind::textDecoder, options.textDecoderCompute), pool);
+        openCompiled(place, CompiledKind::textDecoder, options.textDecoderCompute), pool);
 }
 
 } // namespace fenlo::whisper

@@ -58,18 +58,17 @@ std::optional<std::vector<std::uint64_t>> numbers(const json& entry, const char*
 }
 
 SafeTensors::Tensor readEntry(const json& entry, std::span<const std::byte> data, const std::string& what) {
-    const std::string again = ". Download the model again.";
     const bool typed = entry.is_object() && entry.contains("dtype") && entry["dtype"].is_string();
     const auto shape = typed ? numbers(entry, "shape") : std::nullopt;
     const auto offsets = typed ? numbers(entry, "data_offsets") : std::nullopt;
     if (!shape || !offsets || offsets->size() != 2)
-        throw modelFault(what + " has no type, shape and range" + again);
+        throw ModelDamage(what + " has no type, shape and range");
     const std::uint64_t begin = (*offsets)[0], end = (*offsets)[1];
     if (begin > end || end > data.size())
-        throw modelFault(what + " lies outside the file, which may be cut short" + again);
+        throw ModelDamage(what + " lies outside the file, which may be cut short");
     const Element element = elementOf(entry["dtype"].get<std::string>());
     if (element.size != 0 && product(*shape, element.size) != end - begin)
-        throw modelFault(what + " has a length that its shape does not give" + again);
+        throw ModelDamage(what + " has a length that its shape does not give");
     return {element.type, *shape, data.subspan(begin, end - begin)};
 }
 
@@ -81,7 +80,7 @@ void refuseOverlaps(const std::map<std::string, SafeTensors::Tensor>& tensors, c
     std::ranges::sort(ranges, {}, [](const auto& range) { return range.data(); });
     for (std::size_t i = 1; i < ranges.size(); ++i)
         if (ranges[i].data() < ranges[i - 1].data() + ranges[i - 1].size())
-            throw modelFault(name + " has tensors that overlap. Download the model again.");
+            throw ModelDamage(name + " has tensors that overlap");
 }
 
 } // namespace
@@ -89,10 +88,10 @@ void refuseOverlaps(const std::map<std::string, SafeTensors::Tensor>& tensors, c
 std::span<const std::byte> SafeTensors::head(std::span<const std::byte> bytes, const std::string& name) {
     std::uint64_t length = 0;
     if (bytes.size() < lengthField)
-        throw modelFault(name + " is too short for a checkpoint. Download the model again.");
+        throw ModelDamage(name + " is too short for a checkpoint");
     std::memcpy(&length, bytes.data(), lengthField);
     if (length > longestHeader || length > bytes.size() - lengthField)
-        throw modelFault(name + " is cut short or not a checkpoint. Download the model again.");
+        throw ModelDamage(name + " is cut short or not a checkpoint");
     return bytes.first(lengthField + length);
 }
 

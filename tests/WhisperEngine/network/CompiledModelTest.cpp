@@ -7,8 +7,11 @@
 #include "base/Files.h"
 #include "support/ScarceDisk.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <set>
+#include <sys/file.h>
+#include <unistd.h>
 
 using namespace fenlo;
 using namespace fenlo::whisper;
@@ -125,6 +128,43 @@ TEST_F(CompiledModel, DamagedFilesAreRefused) {
     EXPECT_NE(loadError(), "");
 }
 
+TEST_F(CompiledModel, AnothersFolderIsLeftAloneAndTheCacheServes) {
+    const ModelPlace place = placeOf(folder, folder / "no models here", {});
+    EXPECT_EQ(place.compiled.parent_path(), compiledCache());
+    compileModel(place, {}, {}, {});
+    EXPECT_EQ(names(), checkpoint);
+    EXPECT_TRUE(isCompiled(place, {}));
+    EXPECT_FALSE(isCompiled(folder, {}));
+    EXPECT_NO_THROW(loadAudioEncoder(place, {}, pool));
+    EXPECT_EQ(fs::status(place.compiled).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(placeOf(folder / ".", {}, {}).compiled, place.compiled) << "the same folder by another name";
+
+    TinyCheckpoint(2).write(folder);
+    fs::last_write_time(folder / "model.safetensors", fs::file_time_type::clock::now() + std::chrono::seconds(5));
+    const ModelPlace newer = placeOf(folder, {}, {});
+    EXPECT_NE(newer.compiled, place.compiled);
+    compileModel(newer, {}, {}, {});
+    EXPECT_FALSE(fs::exists(place.compiled)) << "what the old checkpoint gave is of no use";
+
+    EXPECT_EQ(placeOf(folder, folder.parent_path(), {}).compiled, folder) << "one of our own models";
+    compile();
+    EXPECT_EQ(placeOf(folder, {}, {}).compiled, folder) << "compiled files beside the checkpoint serve";
+    removeCached(folder);
+    EXPECT_TRUE(fs::is_empty(compiledCache()));
+}
+
+TEST_F(CompiledModel, WhatAnInterruptedCompilationLeftIsRemoved) {
+    writeFile(folder / "AudioEncoder.aB3xY9", "half");
+    writeFile(folder / "AudioEncoder.kept", "another's");
+    const int atWork = ::open((folder / "TextDecoder.Zz9876").c_str(), O_CREAT | O_RDWR, 0600);
+    ASSERT_EQ(::flock(atWork, LOCK_EX), 0); // of a compilation beside this one
+    compile();
+    EXPECT_FALSE(fs::exists(folder / "AudioEncoder.aB3xY9"));
+    EXPECT_TRUE(fs::exists(folder / "AudioEncoder.kept"));
+    EXPECT_TRUE(fs::exists(folder / "TextDecoder.Zz9876"));
+    ::close(atWork);
+}
+
 TEST_F(CompiledModel, StopLeavesNothingBehind) {
     for (const ModelComputeOptions& options : {ModelComputeOptions{}, float32}) {
         std::stop_source stop;
@@ -137,8 +177,7 @@ TEST_F(CompiledModel, StopLeavesNothingBehind) {
             EXPECT_EQ(error.kind, WhisperError::Kind::cancelled);
         }
         EXPECT_FALSE(isCompiled(folder, options));
-        for (const std::string& name : names())
-            EXPECT_TRUE(compiled.contains(name) || name == "float32") << name;
+        EXPECT_EQ(names(), checkpoint);
     }
 }
 
@@ -186,7 +225,7 @@ TEST_F(CompiledModel, UnusableWeightsAreRefusedBeforeAnythingIsWritten) {
     EXPECT_NE(refusal(infinite).find("no numbers"), std::string::npos);
     EXPECT_FALSE(names().contains("AudioEncoder"));
 
-    EXPECT_THROW(compileModel({}, {}, {}, {}), WhisperError);
-    EXPECT_THROW(loadAudioEncoder({}, {}, pool), WhisperError);
+    EXPECT_THROW(compileModel(fs::path(), {}, {}, {}), WhisperError);
+    EXPECT_THROW(loadAudioEncoder(fs::path(), {}, pool), WhisperError);
     EXPECT_FALSE(isCompiled(folder / "nowhere", {}));
 }
