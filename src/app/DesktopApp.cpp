@@ -117,7 +117,8 @@ int runDesktopApp(int argc, char** argv) {
 
     ContextReader contextReader(workspace, platform.accessibility, platform.pasteboard, clock);
     TextInserter inserter(platform.pasteboard, platform.keys, platform.accessibility, workspace, clock, mainQueue,
-                          TextInserter::Returning::everything);
+                          {.returning = TextInserter::Returning::everything,
+                           .typesShortTexts = [&] { return config.get().typeShortTexts; }});
     TonePlayer tones(platform.audioOutput, background);
     OverlayWindow overlay({config, clock, mainQueue, platform.pills, platform.cards, platform.keys, workspace,
                            [&](const std::string& text) { inserter.copyToClipboard(text); }});

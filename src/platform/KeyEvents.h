@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 
 namespace fenlo {
 
@@ -49,6 +50,10 @@ public:
     /// Letters are found through the current keyboard layout; where it has none, the editing shortcuts become those
     /// that do without letters. Returns false, and has posted nothing, when there is no key for it.
     virtual bool post(std::uint16_t keyCode, std::uint64_t flags, KeyDirection direction) = 0;
+
+    /// Types the text key by key, with the current layout as it is. Returns false, having typed nothing, when a
+    /// character has no key in it; line breaks count as such. Call after releaseModifiers().
+    virtual bool type(const std::string& text) = 0;
 
     /// Waits until the user holds no modifier any more, at most `limit` seconds; then lifts those still held, without
     /// pressing them again. Blocks.

@@ -65,6 +65,11 @@ bool EditingKeys::paste() {
     return true;
 }
 
+bool EditingKeys::type(const std::string& text) {
+    m_keys.releaseModifiers(modifierPatience);
+    return !m_workspace.isScreenLocked() && m_keys.type(text);
+}
+
 void EditingKeys::copy() {
     // In a terminal plain Control-C would interrupt what runs there. Those of old take Control-Shift-C for the same.
     const PasteChord paste = pasteChord();

@@ -3,6 +3,7 @@
 #include "platform/Workspace.h"
 
 #include <cstdint>
+#include <string>
 
 namespace fenlo {
 
@@ -24,6 +25,8 @@ public:
     /// Waits until the user holds no modifier, then pastes. False, with a log line, when nothing was posted: there
     /// is no key for it, or the screen is locked.
     bool paste();
+    /// Waits likewise, then types the text key by key. False when the layout lacks a character or the screen is locked.
+    bool type(const std::string& text);
     /// Copies the selection; posts nothing where that would interrupt a program.
     void copy();
     /// Posts Command with this letter. In a terminal, and in programs that paste with keys of their own, the letter

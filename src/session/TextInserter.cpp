@@ -15,13 +15,14 @@ constexpr double settleDelay = 0.200; // seconds from setting the clipboard to t
 constexpr double restoreDelay = 1.0;  // seconds the text stays on the clipboard
 constexpr double readLimit = 0.150;   // seconds for what is on the clipboard
 constexpr std::size_t shownCharacters = 60;
+constexpr std::size_t typedCharacters = 120; // beyond them typing takes longer than a paste
 
 } // namespace
 
 TextInserter::TextInserter(Pasteboard& pasteboard, KeyEvents& keys, Accessibility& accessibility, Workspace& workspace,
-                           Clock& clock, MainQueue& mainQueue, Returning returning)
+                           Clock& clock, MainQueue& mainQueue, Options options)
     : m_pasteboard(pasteboard), m_accessibility(accessibility), m_workspace(workspace), m_clock(clock),
-      m_mainQueue(mainQueue), m_keys(keys, accessibility, workspace, clock), m_returning(returning) {}
+      m_mainQueue(mainQueue), m_keys(keys, accessibility, workspace, clock), m_options(std::move(options)) {}
 
 TextInserter::~TextInserter() {
     for (const Restore& restore : m_restores)
@@ -35,6 +36,8 @@ void TextInserter::insertText(const std::string& text) {
         log("[Fenlo] Screen locked: nothing is pasted");
         return;
     }
+    if (typeInstead(text))
+        return;
     auto restore = keepClipboard();
     m_pasteboard.clear();
     // Some programs paste the primary selection, so the text is offered there too while it is on loan.
@@ -46,6 +49,14 @@ void TextInserter::insertText(const std::string& text) {
         log("[Fenlo] ERROR: No key of this keyboard pastes; the text stays on the clipboard");
     else
         restoreLater(std::move(restore));
+}
+
+bool TextInserter::typeInstead(const std::string& text) {
+    if (!m_options.typesShortTexts() || text::characterCount(text) > typedCharacters || !m_accessibility.trusted() ||
+        !m_keys.type(text))
+        return false;
+    log("[Fenlo] Typed: " + text::firstCharacters(text, shownCharacters) + "...");
+    return true;
 }
 
 bool TextInserter::pasteKeystroke() {
@@ -63,7 +74,7 @@ void TextInserter::copyToClipboard(const std::string& text) {
 }
 
 std::function<void()> TextInserter::keepClipboard() {
-    if (m_returning == Returning::everything) {
+    if (m_options.returning == Returning::everything) {
         // A loan that is still open goes on in this one.
         m_restores.clear();
         return [giveBack = m_pasteboard.keep(readLimit)] { giveBack(Pasteboard::Return::afterLoan); };

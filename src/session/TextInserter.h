@@ -29,8 +29,18 @@ public:
         everything, // all that lay there, unless something else has been copied meanwhile
     };
 
+    struct Options {
+        Returning returning = Returning::text;
+        /// Whether texts of up to 120 characters that the keyboard has keys for are typed, so that no clipboard history
+        /// sees them.
+        std::function<bool()> typesShortTexts = [] { return false; };
+    };
+
     TextInserter(Pasteboard& pasteboard, KeyEvents& keys, Accessibility& accessibility, Workspace& workspace,
-                 Clock& clock, MainQueue& mainQueue, Returning returning = Returning::text);
+                 Clock& clock, MainQueue& mainQueue)
+        : TextInserter(pasteboard, keys, accessibility, workspace, clock, mainQueue, Options()) {}
+    TextInserter(Pasteboard& pasteboard, KeyEvents& keys, Accessibility& accessibility, Workspace& workspace,
+                 Clock& clock, MainQueue& mainQueue, Options options);
     /// A clipboard that is still borrowed is given back at once.
     ~TextInserter();
     TextInserter(const TextInserter&) = delete;
@@ -49,6 +59,7 @@ private:
         Timer timer;
     };
 
+    bool typeInstead(const std::string& text);
     /// Looks at the clipboard now. Returns what brings it back.
     std::function<void()> keepClipboard();
     void restoreLater(std::function<void()> restore);
@@ -59,7 +70,7 @@ private:
     Clock& m_clock;
     MainQueue& m_mainQueue;
     EditingKeys m_keys;
-    const Returning m_returning;
+    const Options m_options;
     std::list<Restore> m_restores; // oldest first
 };
 

@@ -40,7 +40,8 @@ constexpr auto fields = std::make_tuple(
     Field{"lawyer_practice_areas", &Settings::lawyerPracticeAreas}, Field{"profession_role", &Settings::professionRole},
     Field{"profession_specialties", &Settings::professionSpecialties},
     Field{"dictation_types", &Settings::dictationTypes},
-    Field{"meeting_email_recipients", &Settings::meetingEmailRecipients}, Field{"mic_mode", &Settings::micMode});
+    Field{"meeting_email_recipients", &Settings::meetingEmailRecipients}, Field{"mic_mode", &Settings::micMode},
+    Field{"type_short_texts", &Settings::typeShortTexts});
 
 void take(const Json& value, std::string& field) {
     if (value.is_string())

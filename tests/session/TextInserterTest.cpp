@@ -88,8 +88,13 @@ TEST_F(Insertion, TwoRoundsRestoreInOrder) {
 }
 
 TEST_F(Insertion, EverythingReturnsAfterTheLastOfTwoRounds) {
-    TextInserter careful{
-        pasteboard, keys, accessibility, workspace, clock, mainQueue, TextInserter::Returning::everything};
+    TextInserter careful{pasteboard,
+                         keys,
+                         accessibility,
+                         workspace,
+                         clock,
+                         mainQueue,
+                         {.returning = TextInserter::Returning::everything}};
     pasteboard.forms = {{"image/png", "image"}};
     careful.insertText("first");
     mainQueue.advance(0.8);
@@ -104,6 +109,24 @@ TEST_F(Insertion, EverythingReturnsAfterTheLastOfTwoRounds) {
     pasteboard.content = "copied by the user";
     mainQueue.advance(1.1);
     EXPECT_EQ(pasteboard.content, "copied by the user");
+}
+
+TEST_F(Insertion, ShortTextsThatTheKeyboardHasAreTypedOnRequest) {
+    bool isOn = false;
+    TextInserter discreet{
+        pasteboard, keys, accessibility, workspace, clock, mainQueue, {.typesShortTexts = [&] { return isOn; }}};
+    discreet.insertText("by default");
+    EXPECT_EQ(keys.typed, "");
+    isOn = true;
+    discreet.insertText("short");
+    EXPECT_EQ(keys.typed, "short");
+    EXPECT_EQ(pasteboard.history, std::vector<std::string>{"by default"});
+    discreet.insertText(std::string(121, 'x'));
+    keys.canType = false;
+    discreet.insertText("世界");
+    EXPECT_EQ(keys.typed, "short");
+    EXPECT_EQ(pasteboard.history.back(), "世界");
+    EXPECT_EQ(pasteboard.history.size(), 3u);
 }
 
 TEST_F(Insertion, AnOwnerThatDidNotAnswerIsNotReplacedByNothing) {

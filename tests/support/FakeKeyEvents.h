@@ -30,6 +30,11 @@ public:
             onPost(posted.back());
         return true;
     }
+    bool type(const std::string& text) override {
+        if (canType)
+            typed += text;
+        return canType;
+    }
     void releaseModifiers(double limit) override { releaseLimits.push_back(limit); }
     bool canPost() const override { return !postFails; }
     bool canDeliver(std::uint16_t keyCode) const override { return keyCode != missingKey; }
@@ -50,6 +55,8 @@ public:
     std::vector<double> releaseLimits;
     bool eventTapWorks = true;
     bool postFails = false;
+    bool canType = true; // the layout has all characters
+    std::string typed;
     std::optional<std::uint16_t> missingKey; // that this keyboard lacks
 };
 

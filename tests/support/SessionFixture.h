@@ -73,8 +73,13 @@ protected:
 
     AudioRecorder recorder{audioInput, clock, mainQueue, config, notifications};
     ContextReader contextReader{workspace, accessibility, pasteboard, clock};
-    TextInserter inserter{
-        pasteboard, keys, accessibility, workspace, clock, mainQueue, TextInserter::Returning::everything};
+    TextInserter inserter{pasteboard,
+                          keys,
+                          accessibility,
+                          workspace,
+                          clock,
+                          mainQueue,
+                          {.returning = TextInserter::Returning::everything}};
     TonePlayer tones{audioOutput, background};
     OverlayWindow overlay{{config, clock, mainQueue, pills, cards, keys, workspace,
                            [this](const std::string& text) { inserter.copyToClipboard(text); }}};

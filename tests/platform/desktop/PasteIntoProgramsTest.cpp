@@ -62,6 +62,26 @@ TEST_F(PasteIntoProgramsTest, EditorGetsTheTextInEveryLayout) {
     }
 }
 
+TEST_F(PasteIntoProgramsTest, EditorGetsTypedTextInEveryLayoutThatHasTheCharacters) {
+    const ChildProcess editor({"mousepad", "--disable-server"});
+    ASSERT_TRUE(waitForFront());
+    std::optional<FocusedElement> element;
+    ASSERT_TRUE(eventually([&] { return (element = accessibility.focusedElement(0.5)) && element->value; }, 20));
+    std::string expected;
+    for (const auto& [layout, text, isTypeable] :
+         {std::tuple("us", "Plain Text, (typed)! ", true), std::tuple("de", "Größe: 5 € {ÄÖÜ} ", true),
+          std::tuple("cz", "můj čaj ", true), std::tuple("ru", "Привет, мир. ", true), std::tuple("us", "naïve", false),
+          std::tuple("us", "two\nlines", false)}) {
+        outputOf({"setxkbmap", "-layout", layout});
+        EXPECT_EQ(keys.type(text), isTypeable) << text;
+        expected += isTypeable ? text : "";
+        EXPECT_TRUE(eventually([&] {
+            return (element = accessibility.focusedElement(0.5)) && element->value == expected;
+        })) << layout
+            << ": " << element.value_or(FocusedElement{}).value.value_or("nothing");
+    }
+}
+
 TEST_F(PasteIntoProgramsTest, TerminalGetsThePrimarySelection) {
     const auto typed = files::temporaryFile("typed-", ".txt");
     const ChildProcess terminal({"xterm", "-u8", "-e", "cat > " + typed.string()});

@@ -1,7 +1,9 @@
 #include "platform/linux/desktop/X11Pasteboard.h"
 
+#include "base/Files.h"
 #include "platform/desktop/SelectionOwner.h"
 #include "platform/desktop/VirtualDesktop.h"
+#include "support/EnvironmentVariable.h"
 
 #include <chrono>
 #include <csignal>
@@ -194,6 +196,33 @@ TEST_F(X11PasteboardTest, SelectionThatALoanDisplacedComesBack) {
     ASSERT_TRUE(eventually([] { return pasted("primary") == "selected since"; }));
     offer("over");
     EXPECT_EQ(pasted("primary"), "selected since");
+}
+
+TEST(X11PasteboardBesideAManager, LoanLeavesNoTraceInAHistoryThatKnowsNoHint) {
+    const VirtualDesktop desktop;
+    const VirtualBus bus;
+    const EnvironmentVariable settings("GSETTINGS_BACKEND", "memory");
+    const auto folder = files::temporaryFile("history-", "");
+    const EnvironmentVariable data("XDG_DATA_HOME", folder.c_str());
+    const ChildProcess manager({"/usr/libexec/gpaste/gpaste-daemon"});
+    const auto history = [] {
+        return outputOf({"gdbus", "call", "--session", "--dest=org.gnome.GPaste", "--object-path=/org/gnome/GPaste",
+                         "--method=org.gnome.GPaste2.GetHistory"});
+    };
+    ASSERT_TRUE(eventually([&] { return history().find("[]") != std::string::npos; }, 30));
+    X11Pasteboard pasteboard;
+    for (const char* text : {"copied", "asked for"}) {
+        pasteboard.set(text, {});
+        ASSERT_TRUE(eventually([&] { return history().find(text) != std::string::npos; }));
+    }
+    const auto giveBack = pasteboard.keep(0.15);
+    pasteboard.set("dictated", {.transient = true});
+    ASSERT_TRUE(eventually([&] { return history().find("dictated") != std::string::npos; }));
+    giveBack(Pasteboard::Return::afterLoan);
+    EXPECT_TRUE(eventually([&] { return history().find("dictated") == std::string::npos; }));
+    EXPECT_THAT(history(), HasSubstr("copied"));
+    EXPECT_EQ(pasted(), "asked for");
+    std::filesystem::remove_all(folder);
 }
 
 TEST_F(X11PasteboardTest, ClearThatATextFollowsIsNeverSeen) {

@@ -78,6 +78,10 @@ bool X11KeyEvents::post(std::uint16_t keyCode, std::uint64_t flags, KeyDirection
     return direction == KeyDirection::down ? m_poster->press(keyCode, flags) : m_poster->release(keyCode);
 }
 
+bool X11KeyEvents::type(const std::string& text) {
+    return isConnected() && m_poster->type(text);
+}
+
 void X11KeyEvents::releaseModifiers(double limit) {
     using Clock = std::chrono::steady_clock;
     const auto deadline =

@@ -35,6 +35,7 @@ public:
     void stopListening() override;
     void watchMouseDown(std::function<void(ScreenPoint)> handler) override;
     bool post(std::uint16_t keyCode, std::uint64_t flags, KeyDirection direction) override;
+    bool type(const std::string& text) override;
     void releaseModifiers(double limit) override;
     bool canPost() const override;
     bool canDeliver(std::uint16_t keyCode) const override;

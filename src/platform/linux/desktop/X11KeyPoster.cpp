@@ -2,6 +2,7 @@
 
 #include "platform/KeyCodes.h"
 #include "platform/linux/desktop/ServerKeys.h"
+#include "platform/linux/desktop/TypedText.h"
 
 #include <X11/XKBlib.h>
 #include <X11/extensions/XTest.h>
@@ -14,6 +15,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr unsigned long settleTime = 20; // milliseconds; some programs miss a modifier that is any younger
+constexpr unsigned long strokeTime = 2;  // milliseconds between typed characters
 constexpr auto runPause = std::chrono::milliseconds(100); // chords that follow each other faster settle once
 
 struct Modifier {
@@ -129,6 +131,28 @@ bool X11KeyPoster::release(std::uint16_t portCode) {
     m_pressed.erase(pressed);
     releaseModifiers();
     m_lastRelease = Clock::now();
+    return isConnected();
+}
+
+bool X11KeyPoster::type(std::string_view text) {
+    const auto typed = m_hasXTest ? TypedText::find(m_display->get(), text) : std::nullopt;
+    if (!typed)
+        return false;
+    bool shift = false, levelThree = false;
+    const auto hold = [&](bool& isHeld, bool wanted, XKey key) {
+        if (isHeld != wanted)
+            fake(key, wanted ? KeyDirection::down : KeyDirection::up);
+        isHeld = wanted;
+    };
+    for (const auto& stroke : typed->strokes) {
+        hold(shift, stroke.shift, typed->shiftKey);
+        hold(levelThree, stroke.levelThree, typed->levelThreeKey);
+        fake(stroke.key, KeyDirection::down, strokeTime);
+        fake(stroke.key, KeyDirection::up);
+    }
+    hold(shift, false, typed->shiftKey);
+    hold(levelThree, false, typed->levelThreeKey);
+    XSync(m_display->get(), False);
     return isConnected();
 }
 

@@ -31,6 +31,9 @@ public:
     bool press(std::uint16_t portCode, std::uint64_t flags);
     bool release(std::uint16_t portCode);
 
+    /// Types a text that the layout has keys for.
+    bool type(std::string_view text);
+
     bool holdsModifier();
     void liftModifiers();
 

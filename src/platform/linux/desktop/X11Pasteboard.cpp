@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/X11Pasteboard.h"
 
+#include "platform/linux/desktop/ClipboardHistory.h"
 #include "platform/linux/desktop/ClipboardThread.h"
 
 namespace fenlo {
@@ -22,8 +23,15 @@ void X11Pasteboard::clear() {
 }
 
 void X11Pasteboard::set(const std::string& text, Offer offer) {
-    if (m_thread)
-        m_thread->set(text, offer);
+    if (!m_thread)
+        return;
+    if (offer.transient && !m_history)
+        m_history = std::make_unique<ClipboardHistory>();
+    if (offer.transient)
+        m_history->leaveOut(text);
+    else if (m_history)
+        m_history->admit(text);
+    m_thread->set(text, offer);
 }
 
 Pasteboard::GiveBack X11Pasteboard::keep(double limit) {

@@ -6,6 +6,7 @@
 
 namespace fenlo {
 
+class ClipboardHistory;
 class ClipboardThread;
 
 /// The CLIPBOARD selection of an X11 desktop, served and read by a thread with a connection of its own. Large contents
@@ -29,6 +30,7 @@ public:
 
 private:
     std::unique_ptr<ClipboardThread> m_thread;
+    std::unique_ptr<ClipboardHistory> m_history; // from the first transient text on
 };
 
 } // namespace fenlo
