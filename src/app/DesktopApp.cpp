@@ -62,13 +62,14 @@ std::string displayName() {
     return name && *name ? std::string(" at ") + name : "";
 }
 
-MenuSources menuSources(const AudioRecorder& recorder, const StatisticsStore& statistics) {
+MenuSources menuSources(const AudioRecorder& recorder, const StatisticsStore& statistics, const KeptTakes& takes) {
     MenuSources sources;
     sources.version = version;
     sources.hotkeyLabel = hotkeyLabel;
     sources.inputDeviceName = [&] { return recorder.defaultInputDeviceName(); };
     sources.todayStats = [&] { return statistics.shownTodayStats(); };
     sources.allTimeStats = [&] { return statistics.shownAllTimeStats(); };
+    sources.hasKeptTake = [&] { return !takes.isEmpty(); };
     return sources;
 }
 
@@ -123,22 +124,24 @@ int runDesktopApp(int argc, char** argv) {
     OverlayWindow overlay({config, clock, mainQueue, platform.pills, platform.cards, platform.keys, workspace,
                            [&](const std::string& text) { inserter.copyToClipboard(text); }});
     MenuBarController menuBar(config, platform.statusItem, notifications, workspace, deployment,
-                              menuSources(recorder, services.statistics));
+                              menuSources(recorder, services.statistics, services.keptTakes));
 
     SessionHooks sessionHooks;
     sessionHooks.isScreenLocked = [&] { return workspace.isScreenLocked(); };
     sessionHooks.warmConnection = [&] { services.warmConnections(); };
+    sessionHooks.askKeyringAgain = [&] { services.keychain.askAgain(); };
     sessionHooks.recordDictation = [&](const std::string& text, double duration) {
         services.statistics.recordDictation(text, duration);
     };
     DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
-                              contextReader, inserter, overlay, tones, menuBar, pipeline},
+                              contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes},
                              std::move(sessionHooks));
 
     AppHooks appHooks;
     appHooks.terminate = [&] { mainQueue.quit(); };
     appHooks.prepareLocalEngine = [&](std::stop_token stop) { services.localTranscriber.setup({}, stop); };
     appHooks.prepareTranscriber = [&](std::stop_token stop) { services.transcriber.setup(stop); };
+    appHooks.recoverTakes = [&] { return services.keptTakes.recover(); };
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
                          std::move(appHooks));

@@ -11,6 +11,7 @@
 #include "media/AudioFile.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
+#include "session/TakeNote.h"
 #include "session/TakePipeline.h"
 #include "settings/Config.h"
 #include "settings/Deployment.h"
@@ -29,6 +30,7 @@ Take takeFromFile(const std::filesystem::path& file) {
     const AudioSamples audio = readAudioFile(file);
     const std::span<const float> samples(audio.mono);
     Take take;
+    take.isCopy = true;
     take.duration = static_cast<double>(samples.size()) / audio.sampleRate;
     const SpeechTestResult test = testSpeech(samples, take.duration);
     take.speechRatio = test.speechRatio.value_or(1.0f);
@@ -126,7 +128,12 @@ int runDictate(const DictateOptions& options) {
         return TakeSituation{
             .isCommandMode = options.isCommand, .context = contextOf(options), .lastText = {}, .secondsSincePaste = {}};
     };
+    // Should this process die, the next start of the desktop program clears the copy away.
+    const auto note = services.keptTakes.begin();
+    note->write(take);
+    listener.onProgress = [&](const Take& rest) { note->write(rest); };
     const TakeOutcome result = TakePipeline(config, services.steps()).run(take, listener, interruption.get_token());
+    note->discard();
     if (interruption.stop_requested())
         throw Interrupted();
     return tell(result, take, options);

@@ -21,7 +21,7 @@ std::vector<std::string> professionTerms(const std::string& profession) {
 
 TakeServices::TakeServices(Config& settings, const Deployment& deployment, HttpClient& http, SecureStore& secrets,
                            Clock& clock)
-    : config(settings), keychain(secrets),
+    : config(settings), keptTakes(settings, KeptTakes::defaultFolder(), clock), keychain(secrets),
       localTranscriber(deployment.offlineModel, modelsDirectory(), localEngineMaker(deployment, http, clock), clock),
       transcriber(config, deployment, http, keychain, localTranscriber, {}, professionTerms, clock),
       smartRewrite(config, deployment, http, keychain, {}, clock), statistics(StatisticsStore::defaultFile(), clock),
@@ -29,13 +29,20 @@ TakeServices::TakeServices(Config& settings, const Deployment& deployment, HttpC
           smartRewrite,
           [this](const std::string& query, std::size_t limit) { return statistics.recallContext(query, limit); },
           clock),
-      voiceIsolation(config, voiceProfileFile()), snippets(Snippets::defaultFile()) {}
+      voiceIsolation(config, voiceProfileFile()), snippets(Snippets::defaultFile()), m_deployment(deployment) {}
 
 TakeSteps TakeServices::steps() {
     return {
         .isolateVoice = [this](const std::filesystem::path& chunk) { return voiceIsolation.isolateVoice(chunk); },
         .transcribe = [this](const TranscribeRequest& request,
                              std::stop_token stop) { return transcriber.transcribe(request, stop); },
+        .rescue =
+            [this](const TranscribeRequest& request, std::stop_token stop) {
+                // Loading takes seconds, a download minutes: only a model that is here is worth the wait.
+                if (!localTranscriber.isReady() && findInstalledModel(m_deployment.offlineModel))
+                    localTranscriber.setup({}, stop);
+                return transcriber.transcribeOnDevice(request, stop);
+            },
         .lastMeta = [this] { return transcriber.lastMeta(); },
         .runAICommand = [this](const std::string& instruction, const FocusContext& context,
                                std::stop_token stop) { return aiCommands.runAICommand(instruction, context, stop); },

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/voice/VoiceIsolation.h"
+#include "session/KeptTakes.h"
 #include "session/TakePipeline.h"
 #include "settings/Keychain.h"
 #include "shell/StatisticsStore.h"
@@ -30,6 +31,7 @@ struct TakeServices {
     void warmConnections();
 
     Config& config;
+    KeptTakes keptTakes;
     Keychain keychain;
     LocalTranscriber localTranscriber;
     Transcriber transcriber;
@@ -38,6 +40,9 @@ struct TakeServices {
     AICommands aiCommands;
     VoiceIsolation voiceIsolation;
     Snippets snippets;
+
+private:
+    const Deployment& m_deployment;
 };
 
 } // namespace fenlo

@@ -21,6 +21,7 @@ constexpr double missingInputRetry = 0.5; // seconds, like all delays here
 constexpr double settleDelay = 0.3;
 constexpr double idleStopDelay = 60.0;
 constexpr double tailOfLastWord = 0.25;
+constexpr double shortestTake = 0.5;  // in which a live microphone has delivered something
 constexpr float fullScaleRms = 0.15F; // what the level display shows as 1
 
 std::string kilobytes(const std::vector<std::filesystem::path>& files) {
@@ -78,13 +79,22 @@ void AudioRecorder::openMicrophone() {
 }
 
 void AudioRecorder::startRecording() {
-    if (!runEngine())
+    m_fault.reset();
+    if (!runEngine()) {
+        m_fault = startFault();
         return;
+    }
     ++m_takeNumber;
     m_silence.with([](SilenceWatch& watch) { watch = {}; });
     m_take.begin();
     m_startTime = m_clock.now();
     log("[Fenlo] Recording at " + text::fixed(m_sampleRate, 0) + "Hz, device=" + std::to_string(m_inputDeviceId));
+}
+
+AudioRecorder::Fault AudioRecorder::startFault() const {
+    if (!m_input.isConnected())
+        return Fault::noSoundServer;
+    return m_input.defaultDevice() ? Fault::refused : Fault::noInput;
 }
 
 /// Gets an engine running on the present default device.
@@ -135,6 +145,8 @@ std::vector<std::filesystem::path> AudioRecorder::stopRecording() {
         ", engine.isRunning=" + text::boolean(m_engine->isRunning()));
     engineAfterTake(taken.deviceChanged);
 
+    if (taken.samples.empty() && duration >= shortestTake && !m_fault)
+        m_fault = Fault::noSound;
     std::vector<std::filesystem::path> files = std::move(taken.chunkFiles);
     if (files.empty() && !passesSpeechTest(taken.samples, duration))
         return {};
@@ -143,8 +155,11 @@ std::vector<std::filesystem::path> AudioRecorder::stopRecording() {
         return files;
     }
     const auto last = writeChunk(taken.samples, m_sampleRate);
-    if (!last)
+    if (!last) {
+        m_fault = Fault::noSpace;
+        log("[Fenlo] ERROR: Failed to write the end of the take");
         return files;
+    }
     files.push_back(*last);
     log("[Fenlo] Saved " + seconds + " audio → " + std::to_string(files.size()) + " chunk(s), " + kilobytes(files) +
         "KB total");

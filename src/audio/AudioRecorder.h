@@ -30,10 +30,12 @@ class NotificationCenter;
 ///
 /// Threads: call on the main thread. onReady and onSilence are called there, onAudioBuffer on the audio thread.
 ///          currentRMS() and isRecording() may be asked on any thread.
-/// Errors:  what fails is logged; a take that could not start leaves isRecording() false.
+/// Errors:  what fails is logged, and fault() tells it; a take that could not start leaves isRecording() false.
 class AudioRecorder {
 public:
     enum class Rebuild { now, delayed };
+    /// Why a take came to no files although the user may have spoken.
+    enum class Fault { noSoundServer, noInput, refused, noSound, noSpace };
 
     AudioRecorder(AudioInput& input, Clock& clock, MainQueue& queue, Config& config, NotificationCenter& notifications);
     ~AudioRecorder();
@@ -57,6 +59,9 @@ public:
     /// Throws the engine away and makes it anew, at once or after the sound system had time to settle.
     void rebuildEngine(Rebuild when);
 
+    /// What went wrong with the last take.
+    std::optional<Fault> fault() const { return m_fault; }
+
     bool hasEngine() const { return m_engine != nullptr; }
     bool isRecording() const { return m_take.isRecording(); }
     /// Whether the default input is there and not built in.
@@ -72,6 +77,11 @@ public:
     void setOnReady(std::function<void()> handler) { m_onReady = std::move(handler); }
     /// Three seconds of quiet in a take; once for each pause.
     void setOnSilence(std::function<void()> handler) { m_onSilence = std::move(handler); }
+    /// Each file of a long take that is still running, when it has been written; on a thread of the recorder's. To be
+    /// set between takes.
+    void setOnChunk(std::function<void(const std::filesystem::path&)> handler) {
+        m_take.setOnChunk(std::move(handler));
+    }
     /// Every buffer, whether a take runs or not. The handler must not block.
     void setOnAudioBuffer(std::function<void(std::span<const float>)> handler);
 
@@ -87,6 +97,7 @@ private:
     void inputDeviceChanged();
     bool passesSpeechTest(std::span<const float> samples, double duration);
     std::uint32_t defaultDeviceId() const;
+    Fault startFault() const;
 
     void receive(std::span<const float> samples); // the tap
 
@@ -102,6 +113,7 @@ private:
     bool m_toldMissingInput = false;
     std::optional<double> m_startTime; // seconds of Clock::now()
     float m_speechRatio = 1;
+    std::optional<Fault> m_fault;
     std::function<void()> m_onReady;
     std::function<void()> m_onSilence;
 

@@ -3,9 +3,11 @@
 #include "audio/Level.h"
 #include "audio/WavFile.h"
 #include "base/Files.h"
+#include "base/Log.h"
 
 #include <cmath>
 #include <new>
+#include <string>
 
 namespace fenlo {
 
@@ -44,18 +46,38 @@ void normalise(std::span<float> samples) {
         sample *= gain;
 }
 
+std::filesystem::path keptTakesFolder() {
+    return files::dataDirectory() / "takes";
+}
+
+namespace {
+
+bool writeTo(const std::filesystem::path& file, std::span<const float> chunk) {
+    try {
+        writeWav(file, chunk, static_cast<int>(chunkRate), WavEncoding::float32);
+        return true;
+    } catch (const WavFileError& error) {
+        log(std::string("[Fenlo] ERROR: ") + error.what());
+        return false;
+    }
+}
+
+} // namespace
+
 std::optional<std::filesystem::path> writeChunk(std::span<const float> samples, double sampleRate) {
     try {
         std::vector<float> chunk = resampleForChunk(samples, sampleRate);
         normalise(chunk);
         const std::filesystem::path file = files::temporaryFile("", ".wav");
-        writeWav(file, chunk, static_cast<int>(chunkRate), WavEncoding::float32);
-        return file;
-    } catch (const WavFileError&) {
-        return {};
+        if (writeTo(file, chunk))
+            return file;
+        const std::filesystem::path folder = keptTakesFolder();
+        files::makePrivateDirectory(folder);
+        if (writeTo(folder / file.filename(), chunk))
+            return folder / file.filename();
     } catch (const std::bad_alloc&) {
-        return {};
     }
+    return {};
 }
 
 } // namespace fenlo

@@ -7,9 +7,13 @@
 
 namespace fenlo {
 
-/// Writes samples as a chunk file: 16 kHz, mono, 32-bit float WAV in the temporary folder, readable by its owner only.
-/// Quiet samples are raised. Nothing is left behind when it fails.
+/// Writes samples as a chunk file: 16 kHz, mono, 32-bit float WAV in the temporary folder, readable by its owner only,
+/// or in keptTakesFolder() when the temporary folder takes nothing. Quiet samples are raised. Nothing is left behind
+/// when both fail.
 std::optional<std::filesystem::path> writeChunk(std::span<const float> samples, double sampleRate);
+
+/// `~/.fenlo/takes`, where recordings lie that are not done with.
+std::filesystem::path keptTakesFolder();
 
 /// Brings samples to 16 kHz by linear interpolation; at 16 kHz within one hertz they come back as they are.
 std::vector<float> resampleForChunk(std::span<const float> samples, double sampleRate);

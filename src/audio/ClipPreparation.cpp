@@ -47,7 +47,7 @@ std::uintmax_t kilobytes(const fs::path& file) {
 }
 
 fs::path writeClip(const fs::path& clip, std::span<const float> samples, const std::string& how) {
-    fs::path prepared = files::temporaryFile("fenlo_pre_", ".wav");
+    fs::path prepared = files::temporaryFile(preparedClipPrefix, ".wav");
     writeWav(prepared, samples, clipRate, WavEncoding::int16);
     log("[Fenlo] Preprocess: " + std::to_string(kilobytes(clip)) + "KB → " + std::to_string(kilobytes(prepared)) +
         "KB (16kHz mono, " + how + ")");

@@ -4,8 +4,12 @@
 #include <filesystem>
 #include <optional>
 #include <span>
+#include <string_view>
 
 namespace fenlo {
+
+/// How the name of a prepared clip begins; a UUID and ".wav" follow.
+inline constexpr std::string_view preparedClipPrefix = "fenlo_pre_";
 
 /// Makes a clip small for the upload: 16 kHz, mono, 16 bit, and without the silence at either end when it is three
 /// seconds or longer.

@@ -42,6 +42,12 @@ void TakeBuffer::setSampleRate(double hertz) {
     m_preRoll.reserve(2 * m_preRollLimit);
 }
 
+void TakeBuffer::setOnChunk(std::function<void(const std::filesystem::path&)> handler) {
+    std::unique_lock lock(m_mutex);
+    m_flushChanged.wait(lock, [this] { return !m_isFlushing; });
+    m_onChunk = std::move(handler);
+}
+
 void TakeBuffer::begin() {
     std::vector<float> samples = emptyTake(m_sampleRate); // untouched memory costs nothing
     std::vector<std::filesystem::path> chunkFiles;
@@ -125,6 +131,8 @@ void TakeBuffer::flush(std::unique_lock<std::mutex>& lock) {
     const std::size_t cut = quietCut(samples, sampleRate);
     const auto file = writeChunk(samples.first(cut), sampleRate);
     if (file) {
+        if (m_onChunk)
+            m_onChunk(*file);
         m_flushing.erase(m_flushing.begin(), m_flushing.begin() + static_cast<std::ptrdiff_t>(cut));
         log("[Fenlo] Flushed chunk " + std::to_string(number) + " → " + kilobytes(*file) + "KB WAV (" +
             std::to_string(m_flushing.size()) + " samples carried over)");

@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <span>
 #include <stop_token>
@@ -35,6 +36,9 @@ public:
     /// While no tap runs and no take.
     void setSampleRate(double hertz);
 
+    /// Hears of each chunk file as it is written, on the thread that writes. To be set between takes.
+    void setOnChunk(std::function<void(const std::filesystem::path&)> handler);
+
     void begin();
     /// Adds a buffer to the take, or without one to the moments before the next.
     Place append(std::span<const float> samples);
@@ -63,7 +67,8 @@ private:
     bool m_didPrependPreRoll = false;
     bool m_deviceChanged = false;
     bool m_isFlushing = false;
-    std::vector<float> m_flushing; // the flusher's own while m_isFlushing
+    std::vector<float> m_flushing;                               // the flusher's own while m_isFlushing
+    std::function<void(const std::filesystem::path&)> m_onChunk; // likewise
 
     std::jthread m_flusher;
 };

@@ -52,6 +52,8 @@ public:
 
     virtual std::unique_ptr<CaptureEngine> makeEngine() = 0;
     virtual std::optional<InputDevice> defaultDevice() const = 0;
+    /// Whether the sound system is there at all. It may be without an input.
+    virtual bool isConnected() const = 0;
     /// Adds a listener; called whenever the default input device may have changed.
     virtual void onDefaultDeviceChanged(std::function<void()> handler) = 0;
 };

@@ -90,6 +90,7 @@ void AppDelegate::setUpApplication() {
 void AppDelegate::wireSession() {
     DictationSession& session = m_services.session;
     m_services.menuBar.onQuit = m_hooks.terminate;
+    m_services.menuBar.onTryAgain = [&session] { session.tryAgain(); };
     m_services.menuBar.refreshMenu();
     m_services.overlay.onCancel = [&session] { session.cancelProcessing(); };
     m_services.recorder.setOnSilence([&session] { session.silenceDetected(); });
@@ -143,6 +144,10 @@ void AppDelegate::checkMicrophone() {
 void AppDelegate::startBackgroundWork() {
     const Settings settings = m_services.config.get();
     m_services.background.run(settings.offlineMode ? m_hooks.prepareLocalEngine : m_hooks.prepareTranscriber);
+    m_services.background.run([this](std::stop_token) {
+        const bool foundAny = m_hooks.recoverTakes();
+        m_services.mainQueue.call([this, foundAny] { m_services.session.takesRecovered(foundAny); });
+    });
     m_services.background.run(m_hooks.sendHeartbeat);
     m_heartbeat =
         m_services.mainQueue.every(heartbeatInterval, [this] { m_services.background.run(m_hooks.sendHeartbeat); });
@@ -158,6 +163,7 @@ void AppDelegate::stopMeeting() {
 void AppDelegate::willTerminate() {
     stopMeeting();
     m_hotkey.stop();
+    m_services.session.willTerminate();
 }
 
 } // namespace fenlo

@@ -47,6 +47,8 @@ struct AppHooks {
     std::function<void(std::stop_token)> prepareTranscriber = [](std::stop_token) {};
     std::function<void(std::stop_token)> sendHeartbeat = [](std::stop_token) {};
     std::function<void(std::stop_token)> syncProfile = [](std::stop_token) {};
+    /// Whether something was found that waits to be tried again.
+    std::function<bool()> recoverTakes = [] { return false; };
     std::function<bool()> isMeetingActive = [] { return false; };
     std::function<void()> stopMeeting = [] {};
 };

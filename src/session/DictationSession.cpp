@@ -8,6 +8,9 @@
 #include "base/Text.h"
 #include "platform/KeyCodes.h"
 #include "platform/KeyEvents.h"
+#include "session/FaultOf.h"
+#include "session/KeptTakes.h"
+#include "session/TakeNote.h"
 #include "session/TextInserter.h"
 #include "settings/Config.h"
 #include "shell/MenuBarController.h"
@@ -16,6 +19,7 @@
 #include "text/VoiceCorrection.h"
 
 #include <algorithm>
+#include <exception>
 #include <type_traits>
 #include <utility>
 
@@ -23,11 +27,10 @@ namespace fenlo {
 
 namespace {
 
-constexpr double copyDelay = 0.35;       // seconds for the front application to answer the copy keys
-constexpr double correctionDelay = 0.05; // seconds between selecting the old text and pasting over it
+constexpr double copyDelay = 0.35; // seconds for the front application to answer the copy keys
 constexpr double startToneGap = 0.02;
-constexpr double endToneGap = 0.015;
 constexpr double silenceToneGap = 0.0;
+constexpr double shortestFailure = 0.3; // seconds of holding the key that are meant as a take
 constexpr float silenceToneVolume = 0.06f;
 constexpr double clipboardReadLimit = 0.15;
 constexpr std::size_t minimumSelection = 2; // characters; a single one is no selection to replace
@@ -42,11 +45,6 @@ std::string describe(const FocusContext& context) {
            " clipboard=" + count(context.clipboardText);
 }
 
-void tap(KeyEvents& keys, std::uint16_t keyCode, std::uint64_t flags) {
-    keys.post(keyCode, flags, KeyDirection::down);
-    keys.post(keyCode, flags, KeyDirection::up);
-}
-
 } // namespace
 
 DictationSession::DictationSession(SessionServices services, SessionHooks hooks)
@@ -54,7 +52,37 @@ DictationSession::DictationSession(SessionServices services, SessionHooks hooks)
 
 // A take begins and ends with the hotkey.
 
+/// Ends the take, not all takes: the session is ready for the next press whatever the work threw.
+template <typename Work>
+void DictationSession::endTakeOnError(Work work) {
+    try {
+        work();
+    } catch (...) {
+        log("[Fenlo] ERROR: The take ends: " + messageOf(std::current_exception()));
+        m_isRecording = false;
+        m_isCommandMode = false;
+        if (m_services.recorder.isRecording())
+            stopRecording();
+        const bool isKept = m_note && m_services.keptTakes.keep(*m_note);
+        m_note.reset();
+        becomeIdle();
+        tell(TakeFault::ownFault, isKept);
+    }
+}
+
 void DictationSession::hotkeyPressed() {
+    endTakeOnError([this] { press(); });
+}
+
+void DictationSession::hotkeyReleased() {
+    endTakeOnError([this] { release(); });
+}
+
+void DictationSession::commandActivated() {
+    endTakeOnError([this] { becomeCommand(); });
+}
+
+void DictationSession::press() {
     log("[Fenlo] Hotkey pressed");
     if (m_hooks.isMeetingActive()) {
         log("[Fenlo] Meeting active — normal dictation blocked");
@@ -73,7 +101,7 @@ void DictationSession::hotkeyPressed() {
         endRecording();
 }
 
-void DictationSession::hotkeyReleased() {
+void DictationSession::release() {
     log("[Fenlo] Hotkey released");
     if (m_hooks.isMeetingActive())
         return;
@@ -85,11 +113,12 @@ void DictationSession::screenLocked() {
     if (!m_isRecording)
         return;
     log("[Fenlo] Screen locked: the take ends here");
-    endRecording();
+    endTakeOnError([this] { endRecording(); });
 }
 
 void DictationSession::beginRecording() {
     m_isRecording = true;
+    m_note = m_services.keptTakes.begin();
     // The microphone opens beside the context read, so that the first syllable is in its roll-back buffer.
     m_services.recorder.openMicrophone();
     m_capturedContext = m_services.contextReader.read();
@@ -109,8 +138,16 @@ void DictationSession::beginRecording() {
     }
     m_services.recorder.setOnReady(
         m_lifetime.bind([this, external, isReplacing] { recorderBecameReady(external, isReplacing); }));
+    m_services.recorder.setOnChunk([note = m_note](const std::filesystem::path& chunk) { note->addChunk(chunk); });
     m_services.recorder.startRecording();
     m_hooks.warmConnection();
+    // Nobody should speak for a minute into a microphone that is not there.
+    m_hasToldFault = false;
+    if (const auto fault = m_services.recorder.fault())
+        m_faultNotice = m_services.mainQueue.postAfter(shortestFailure, [this, fault] {
+            m_hasToldFault = true;
+            tell(faultOf(*fault), false);
+        });
 }
 
 void DictationSession::recorderBecameReady(bool wasExternalInput, bool isReplacing) {
@@ -137,17 +174,15 @@ void DictationSession::chordDetected() {
     m_isRecording = false;
     m_isCommandMode = false;
     // Nobody listens to this take any more, and what was said in it must not lie about.
-    m_services.background.run([dropped = m_services.recorder.stopRecording()](std::stop_token) {
-        for (const auto& chunk : dropped)
-            files::removeQuietly(chunk);
-    });
+    stopRecording();
+    m_services.background.run([note = std::move(m_note)](std::stop_token) { note->discard(); });
     m_services.overlay.hide();
     m_services.menuBar.setFace(IconFace::idle);
 }
 
 // Space during a take makes it an AI command on the selected text.
 
-void DictationSession::commandActivated() {
+void DictationSession::becomeCommand() {
     if (!m_isRecording)
         return;
     log("[Fenlo] Switched to AI command mode");
@@ -188,38 +223,123 @@ void DictationSession::captureSelection() {
 
 void DictationSession::endRecording() {
     m_isRecording = false;
-    const double duration = m_recordStartTime ? m_services.clock.now() - *m_recordStartTime : 0.0;
-    auto chunks = m_services.recorder.stopRecording();
-    if (chunks.empty()) {
+    const Take take = stopRecording();
+    if (take.chunks.empty()) {
         m_services.menuBar.setFace(IconFace::idle);
-        m_services.overlay.hide();
+        const auto fault = m_services.recorder.fault();
+        if (std::exchange(m_hasToldFault, false))
+            return;
+        if (fault && take.duration >= shortestFailure)
+            tell(faultOf(*fault), false);
+        else
+            m_services.overlay.hide();
         return;
     }
     m_services.menuBar.setFace(IconFace::processing);
     if (m_services.config.get().showOverlay)
         m_services.overlay.showProcessing();
-    processChunks({std::move(chunks), duration, m_services.recorder.speechRatio()});
+    processChunks(take, std::move(m_note), Source::microphone);
 }
 
-void DictationSession::processChunks(Take take) {
+Take DictationSession::stopRecording() {
+    m_faultNotice.cancel();
+    Take take;
+    take.duration = m_recordStartTime ? m_services.clock.now() - *m_recordStartTime : 0.0;
+    take.chunks = m_services.recorder.stopRecording();
+    take.speechRatio = m_services.recorder.speechRatio();
+    take.isCommand = m_isCommandMode;
+    m_services.recorder.setOnChunk({});
+    if (!take.chunks.empty())
+        m_note->write(take);
+    return take;
+}
+
+void DictationSession::tryAgain() {
+    if (m_isRecording || m_isProcessing || m_hooks.isMeetingActive() || m_hooks.isScreenLocked())
+        return;
+    std::shared_ptr<TakeNote> note = m_services.keptTakes.newest();
+    if (!note)
+        return;
+    log("[Fenlo] Trying the last take again");
+    m_hooks.askKeyringAgain();
+    const Take take = note->take();
+    m_isCommandMode = take.isCommand;
+    m_capturedContext = m_services.contextReader.read();
+    m_services.menuBar.setFace(IconFace::processing);
+    if (m_services.config.get().showOverlay)
+        m_services.overlay.showRetrying(take.duration, m_capturedContext->appName);
+    processChunks(take, std::move(note), Source::keptTake);
+}
+
+void DictationSession::takesRecovered(bool foundAny) {
+    if (foundAny && m_services.config.get().showOverlay && !m_isRecording && !m_isProcessing)
+        m_services.overlay.showNotice({keptLine});
+    m_services.menuBar.refreshMenu();
+}
+
+void DictationSession::willTerminate() {
+    if (!std::exchange(m_isRecording, false))
+        return;
+    if (!stopRecording().chunks.empty())
+        m_services.keptTakes.keep(*m_note);
+    m_note.reset();
+}
+
+void DictationSession::processChunks(Take take, std::shared_ptr<TakeNote> note, Source source) {
     m_isProcessing = true;
     m_isCancelled = false;
-    MainQueue& mainQueue = m_services.mainQueue;
-    const TakeListener listener{
-        .isCancelled = [this] { return m_isCancelled.load(); },
-        .onChunk =
-            [this, &mainQueue](int index, int total) {
-                mainQueue.call([this, index, total] {
-                    if (m_services.config.get().showOverlay)
-                        m_services.overlay.showChunkProgress(index, total);
-                });
-            },
-        .situation = [this, &mainQueue] { return mainQueue.call([this] { return situation(); }); },
-    };
-    m_services.background.run([this, take = std::move(take), listener, &mainQueue](std::stop_token stop) {
-        const TakeOutcome outcome = m_services.pipeline.run(take, listener, stop);
-        mainQueue.call([&] { deliver(outcome, take.duration); });
+    m_isDropped = std::make_shared<std::atomic<bool>>(false);
+    m_services.background.run([this, take = std::move(take), note = std::move(note), listener = listener(),
+                               dropsWhenCancelled = source == Source::microphone,
+                               isDropped = m_isDropped](std::stop_token stop) mutable {
+        walk(take, std::move(note), std::move(listener), dropsWhenCancelled, *isDropped, stop);
     });
+}
+
+TakeListener DictationSession::listener() {
+    MainQueue& mainQueue = m_services.mainQueue;
+    TakeListener listener;
+    listener.isCancelled = [this] { return m_isCancelled.load(); };
+    listener.onChunk = [this, &mainQueue](int index, int total) {
+        mainQueue.call([this, index, total] {
+            if (m_services.config.get().showOverlay)
+                m_services.overlay.showChunkProgress(index, total);
+        });
+    };
+    listener.situation = [this, &mainQueue] { return mainQueue.call([this] { return situation(); }); };
+    return listener;
+}
+
+/// On a worker: from the recording to its delivery. Whatever happens meanwhile, the note knows what is not delivered.
+void DictationSession::walk(const Take& take, std::shared_ptr<TakeNote> note, TakeListener listener,
+                            bool dropsWhenCancelled, const std::atomic<bool>& isDropped, std::stop_token stop) {
+    MainQueue& mainQueue = m_services.mainQueue;
+    Trouble trouble;
+    listener.onProgress = [&](const Take& rest) { note->write(rest); };
+    listener.onFault = [&](TakeFault fault) { trouble.fault = fault; };
+    TakeOutcome result = m_services.pipeline.run(take, listener, stop);
+    if (isDropped && std::holds_alternative<outcome::Failed>(result))
+        result = outcome::Cancelled{}; // nobody waits to be told of it
+
+    const bool wasCancelled = std::holds_alternative<outcome::Cancelled>(result);
+    const bool hasWords = !wasCancelled && !std::holds_alternative<outcome::Failed>(result);
+    if (!hasWords) {
+        if (wasCancelled && dropsWhenCancelled)
+            note->discard();
+        else
+            trouble.isKept = m_services.keptTakes.keep(*note);
+        note.reset(); // from here on it can be tried again
+    }
+    const bool isDelivered = mainQueue.call([&] { return deliver(result, take.duration, trouble); });
+    if (!hasWords)
+        return;
+    if (isDelivered) {
+        note->discard();
+        return;
+    }
+    trouble.isKept = m_services.keptTakes.keep(*note);
+    note.reset();
+    mainQueue.call([&] { tell(TakeFault::ownFault, trouble.isKept); });
 }
 
 TakeSituation DictationSession::situation() const {
@@ -232,113 +352,10 @@ TakeSituation DictationSession::situation() const {
 void DictationSession::cancelProcessing() {
     log("[Fenlo] Cancelled by user");
     m_isCancelled = true;
+    if (m_isDropped)
+        *m_isDropped = true;
     m_services.overlay.hide();
     becomeIdle();
-}
-
-// From the outcome to the user.
-
-void DictationSession::deliver(const TakeOutcome& result, double duration) {
-    if (const auto* dictation = std::get_if<outcome::Dictation>(&result))
-        finishDictation(*dictation, duration);
-    else if (const auto* correction = std::get_if<outcome::Correction>(&result))
-        applyVoiceCorrection(correction->correction, duration);
-    else if (const auto* answer = std::get_if<outcome::CommandAnswer>(&result))
-        deliverCommandResult(*answer, duration);
-    else if (const auto* command = std::get_if<outcome::CommandFailed>(&result))
-        deliverFailedCommand(command->rawText, duration);
-    else if (const auto* snippet = std::get_if<outcome::Snippet>(&result))
-        deliverSnippet(snippet->expansion, duration);
-    else if (!std::holds_alternative<outcome::Cancelled>(result)) // cancelling has hidden the pill already
-        m_services.overlay.hide();
-    becomeIdle();
-}
-
-void DictationSession::finishDictation(const outcome::Dictation& dictation, double duration) {
-    m_capturedContext.reset();
-    if (!m_hooks.isScreenLocked())
-        for (const std::string& action : dictation.actions)
-            perform(action);
-    if (!text::trimWhitespace(dictation.text).empty()) {
-        m_services.inserter.insertText(dictation.text);
-        m_lastText = dictation.text;
-        m_lastRawText = dictation.rawText;
-        m_lastPasteTime = m_services.clock.now();
-    }
-    if (dictation.rewriteFailed && dictation.rewriteRequested) {
-        log("[Fenlo] AI command fell back to raw transcription — user notified via sound");
-        if (m_services.config.get().playSounds)
-            m_services.tones.beep();
-    }
-    record(dictation.text.empty() ? "(command)" : dictation.text, duration);
-    m_services.overlay.hide();
-    if (!dictation.rewriteFailed)
-        playEndTones();
-    m_services.menuBar.refreshMenu();
-}
-
-void DictationSession::perform(const std::string& action) {
-    if (action == "undo")
-        m_services.inserter.keys().command(key::x); // the settled key of this action
-    else if (action == "select_all")
-        m_services.inserter.keys().command(key::a);
-    else if (action == "copy_last" && !m_lastText.empty())
-        m_services.inserter.copyToClipboard(m_lastText);
-}
-
-void DictationSession::applyVoiceCorrection(const std::string& correction, double duration) {
-    std::string newText = applyCorrection(m_lastText, correction);
-    log("[Fenlo] Voice correction: '" + m_lastText + "' → '" + newText + "'");
-    const bool isLocked = m_hooks.isScreenLocked();
-    for (std::size_t left = isLocked ? 0 : text::characterCount(m_lastText); left > 0; --left)
-        tap(m_services.keys, key::arrowLeft, mask::shift);
-    m_correctionPaste = m_services.mainQueue.postAfter(
-        correctionDelay, [this, newText = std::move(newText), duration] { deliverCorrection(newText, duration); });
-}
-
-void DictationSession::deliverCorrection(const std::string& newText, double duration) {
-    m_services.inserter.insertText(newText);
-    m_lastText = newText;
-    m_lastPasteTime = m_services.clock.now(); // the window opens again, so corrections can be chained
-    record("(correction) " + newText, duration);
-    m_services.overlay.hide();
-    playEndTones();
-    m_services.menuBar.refreshMenu();
-}
-
-void DictationSession::deliverCommandResult(const outcome::CommandAnswer& result, double duration) {
-    m_lastText = result.answer;
-    record("AI: " + result.answer, duration);
-    if (result.context.hasTextField) {
-        m_services.inserter.insertText(result.answer);
-        m_services.overlay.hide();
-    } else {
-        m_services.overlay.showResult(result.answer);
-    }
-    playEndTones();
-    m_services.menuBar.refreshMenu();
-}
-
-void DictationSession::deliverFailedCommand(const std::string& rawText, double duration) {
-    m_services.inserter.insertText(rawText);
-    // Words that nobody saw arrive are at least in the history.
-    if (m_hooks.isScreenLocked())
-        record(rawText, duration);
-    m_services.overlay.hide();
-    playEndTones();
-}
-
-void DictationSession::deliverSnippet(const std::string& expansion, double duration) {
-    m_services.inserter.insertText(expansion);
-    record(expansion, duration);
-    m_services.overlay.hide();
-    playEndTones();
-    m_services.menuBar.refreshMenu();
-}
-
-void DictationSession::record(const std::string& delivered, double duration) {
-    m_hooks.recordDictation(delivered, duration);
-    m_hooks.syncStats();
 }
 
 void DictationSession::playStartTones() {
@@ -346,13 +363,6 @@ void DictationSession::playStartTones() {
     const SoundScheme* scheme = SoundScheme::find(settings.soundScheme);
     if (settings.playSounds && scheme && !scheme->start.empty())
         m_services.tones.playTones(scheme->start, startToneGap, scheme->startVol);
-}
-
-void DictationSession::playEndTones() {
-    const Settings settings = m_services.config.get();
-    const SoundScheme* scheme = SoundScheme::find(settings.soundScheme);
-    if (settings.playSounds && scheme && !scheme->end.empty())
-        m_services.tones.playTones(scheme->end, endToneGap, scheme->endVol);
 }
 
 void DictationSession::becomeIdle() {

@@ -5,9 +5,11 @@
 #include "platform/Pasteboard.h"
 #include "session/ContextReader.h"
 #include "session/TakePipeline.h"
+#include "shell/TakeFault.h"
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -17,9 +19,11 @@ class AudioRecorder;
 class Background;
 class Clock;
 class Config;
+class KeptTakes;
 class KeyEvents;
 class MenuBarController;
 class OverlayWindow;
+class TakeNote;
 class TextInserter;
 class TonePlayer;
 
@@ -38,6 +42,7 @@ struct SessionServices {
     TonePlayer& tones;
     MenuBarController& menuBar;
     TakePipeline& pipeline;
+    KeptTakes& keptTakes;
 };
 
 /// What the session tells or asks of the rest of the program. Those that are not filled in are neutral.
@@ -46,6 +51,8 @@ struct SessionHooks {
     std::function<bool()> isScreenLocked = [] { return false; };
     /// Opens the connection to the recogniser while the user still speaks.
     std::function<void()> warmConnection = [] {};
+    /// The user is there: a keyring that was refused may ask once more.
+    std::function<void()> askKeyringAgain = [] {};
     std::function<void(const std::string& text, double duration)> recordDictation = [](auto&&...) {};
     std::function<void()> syncStats = [] {}; // returns at once
 };
@@ -71,21 +78,43 @@ public:
     void screenLocked();
     /// The recorder heard nothing for a while.
     void silenceDetected();
+    /// The user chose to have the last take that was kept recognised again. Ignored while another is under way.
+    void tryAgain();
+    /// The start has looked for takes that an earlier process could not finish.
+    void takesRecovered(bool foundAny);
+    /// The program ends: what is being recorded is kept.
+    void willTerminate();
 
     bool isRecording() const { return m_isRecording; }
     bool isProcessing() const { return m_isProcessing; }
     const std::string& lastText() const { return m_lastText; }
 
 private:
+    void press();
+    void release();
+    void becomeCommand();
     void beginRecording();
     void recorderBecameReady(bool wasExternalInput, bool isReplacing);
     void endRecording();
-    void processChunks(Take take);
+    Take stopRecording();
+    enum class Source { microphone, keptTake };
+    void processChunks(Take take, std::shared_ptr<TakeNote> note, Source source);
+    void walk(const Take& take, std::shared_ptr<TakeNote> note, TakeListener listener, bool dropsWhenCancelled,
+              const std::atomic<bool>& isDropped, std::stop_token stop);
+    TakeListener listener();
+    template <typename Work>
+    void endTakeOnError(Work work);
     TakeSituation situation() const;
     void rememberClipboard();
     void captureSelection();
 
-    void deliver(const TakeOutcome& outcome, double duration);
+    struct Trouble {
+        std::optional<TakeFault> fault; // of the recogniser, also where the take was rescued
+        bool isKept = false;
+    };
+    bool deliver(const TakeOutcome& outcome, double duration, const Trouble& trouble);
+    void deliverWords(const TakeOutcome& outcome, double duration, const Trouble& trouble);
+    void tell(TakeFault fault, bool isKept);
     void applyVoiceCorrection(const std::string& correction, double duration);
     void deliverCorrection(const std::string& newText, double duration);
     void deliverCommandResult(const outcome::CommandAnswer& answer, double duration);
@@ -111,6 +140,9 @@ private:
     std::string m_lastRawText;               // the transcript behind it
     std::optional<double> m_lastPasteTime;
     std::optional<FocusContext> m_capturedContext;
+    std::shared_ptr<TakeNote> m_note;               // of the take that is being recorded
+    std::shared_ptr<std::atomic<bool>> m_isDropped; // whether the user cancelled the take that was processed last
+    bool m_hasToldFault = false;                    // while the take still runs
 
     /// The clipboard before the copy keys of a command; nothing once it has been looked at.
     struct ClipboardBefore {
@@ -120,6 +152,7 @@ private:
     std::optional<ClipboardBefore> m_clipboardBefore;
     Timer m_clipboardLook;
     Timer m_correctionPaste;
+    Timer m_faultNotice;
     Lifetime m_lifetime;
 };
 

@@ -3,12 +3,15 @@
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/Text.h"
+#include "session/FaultOf.h"
 #include "settings/Config.h"
 #include "text/DictationPrompt.h"
 #include "text/VocabularyLearning.h"
 #include "text/VoiceCorrection.h"
 
 #include <algorithm>
+#include <exception>
+#include <future>
 
 namespace fenlo {
 
@@ -16,19 +19,24 @@ namespace {
 
 constexpr std::size_t shownCharacters = 50;
 
-/// Deletes the files of a take that are still there when it ends, however it ends.
-class ChunkFiles {
+/// Deletes a file made from a chunk when it goes out of scope, and never the chunk.
+class IsolatedFile {
 public:
-    explicit ChunkFiles(const std::vector<std::filesystem::path>& files) : m_files(files) {}
-    ~ChunkFiles() {
-        for (const auto& file : m_files)
-            files::removeQuietly(file);
+    IsolatedFile(const std::filesystem::path& isolated, const std::filesystem::path& chunk) {
+        if (isolated != chunk)
+            m_file = isolated;
     }
-    ChunkFiles(const ChunkFiles&) = delete;
-    ChunkFiles& operator=(const ChunkFiles&) = delete;
+    ~IsolatedFile() {
+        if (m_file)
+            files::removeQuietly(*m_file);
+    }
+    IsolatedFile(const IsolatedFile&) = delete;
+    IsolatedFile& operator=(const IsolatedFile&) = delete;
+
+    const std::optional<std::filesystem::path>& file() const { return m_file; }
 
 private:
-    const std::vector<std::filesystem::path>& m_files;
+    std::optional<std::filesystem::path> m_file;
 };
 
 TakeOutcome cancelled() {
@@ -47,55 +55,106 @@ bool hasLatinLetter(const std::string& text) {
 TakePipeline::TakePipeline(Config& config, TakeSteps steps) : m_config(config), m_steps(std::move(steps)) {}
 
 TakeOutcome TakePipeline::run(const Take& take, const TakeListener& listener, std::stop_token stop) {
-    const ChunkFiles cleanUp(take.chunks);
-    Words words = transcribe(take, listener, stop);
-    if (auto* ended = std::get_if<TakeOutcome>(&words))
-        return std::move(*ended);
-    return decide(std::get<std::string>(words), listener, stop);
+    try {
+        Words words = transcribe(take, listener, stop);
+        if (auto* ended = std::get_if<TakeOutcome>(&words))
+            return std::move(*ended);
+        return decideGuarded(std::get<std::string>(words), listener, stop);
+    } catch (...) {
+        log("[Fenlo] ERROR: Transcription error: " + messageOf(std::current_exception()));
+        listener.onFault(faultOf(std::current_exception()));
+        return outcome::Failed{};
+    }
 }
 
-TakePipeline::Words TakePipeline::transcribe(const Take& take, const TakeListener& listener, std::stop_token stop) {
-    const int total = static_cast<int>(take.chunks.size());
-    std::vector<std::string> parts;
+TakePipeline::Words TakePipeline::transcribe(Take rest, const TakeListener& listener, std::stop_token stop) {
+    const std::size_t total = rest.chunks.size();
     std::optional<std::string> previousText;
-    int index = 0;
-    for (const auto& chunk : take.chunks) {
-        ++index;
+    if (!rest.texts.empty())
+        previousText = rest.texts.back();
+    bool isRescued = false;
+    for (std::size_t index = 1; !rest.chunks.empty(); ++index) {
         if (listener.isCancelled())
             return cancelled();
         if (total >= 2)
-            listener.onChunk(index, total);
+            listener.onChunk(static_cast<int>(index), static_cast<int>(total));
 
-        const std::filesystem::path isolated = m_steps.isolateVoice(chunk);
+        const std::filesystem::path chunk = rest.chunks.front();
+        const IsolatedFile isolated(m_steps.isolateVoice(chunk), chunk);
+        if (isolated.file()) {
+            rest.isolated = isolated.file();
+            listener.onProgress(rest);
+            rest.isolated.reset();
+        }
         log("[Fenlo] Transcribing chunk " + std::to_string(index) + "/" + std::to_string(total) + " (" +
-            text::fixed(take.duration, 1) + "s total)" + (isolated == chunk ? "" : " (voice-isolated)") + "...");
+            text::fixed(rest.duration, 1) + "s total)" + (isolated.file() ? " (voice-isolated)" : "") + "...");
 
         TranscribeRequest request;
-        request.audio = isolated;
+        request.audio = isolated.file().value_or(chunk);
         if (const auto context = listener.situation().context)
             request.appName = context->appBundleId;
         request.hintText = previousText; // carries a long take's context from chunk to chunk
-        request.speechRatio = take.speechRatio;
-        request.clipDuration = take.duration;
-        std::string text;
-        try {
-            text = text::withoutControls(m_steps.transcribe(request, stop));
-        } catch (const std::exception& error) {
-            files::removeQuietly(isolated);
-            log(std::string("[Fenlo] ERROR: Transcription error: ") + error.what());
-            return TakeOutcome(outcome::Failed{});
+        request.speechRatio = rest.speechRatio;
+        request.clipDuration = rest.duration;
+        const auto text = recognise(request, isRescued, listener, stop);
+        if (!text)
+            return listener.isCancelled() ? cancelled() : TakeOutcome(outcome::Failed{});
+        rest.chunks.erase(rest.chunks.begin());
+        if (!text::trimWhitespace(*text).empty()) {
+            rest.texts.push_back(*text);
+            previousText = text;
         }
+        listener.onProgress(rest);
         files::removeQuietly(chunk);
-        files::removeQuietly(isolated);
-        if (!text::trimWhitespace(text).empty()) {
-            parts.push_back(text);
-            previousText = std::move(text);
-        }
     }
     // A cancel that comes later frees the session, but the text is still delivered.
     if (listener.isCancelled())
         return cancelled();
-    return text::join(parts, " ");
+    return text::join(rest.texts, " ");
+}
+
+/// Once the service has failed, the engine on this machine hears the rest of the take as well.
+std::optional<std::string> TakePipeline::recognise(const TranscribeRequest& request, bool& isRescued,
+                                                   const TakeListener& listener, std::stop_token stop) {
+    if (!isRescued)
+        try {
+            return text::withoutControls(m_steps.transcribe(request, stop));
+        } catch (...) {
+            log("[Fenlo] ERROR: Transcription error: " + messageOf(std::current_exception()));
+            listener.onFault(faultOf(std::current_exception()));
+        }
+    if (stop.stop_requested() || listener.isCancelled())
+        return {};
+    auto text = rescue(request, stop);
+    isRescued = text.has_value();
+    return text;
+}
+
+/// Nothing, too, where the engine hears no words: they may be there all the same.
+std::optional<std::string> TakePipeline::rescue(const TranscribeRequest& request, std::stop_token stop) {
+    try {
+        if (const auto text = m_steps.rescue(request, stop))
+            if (std::string clean = text::withoutControls(*text); !text::trimWhitespaceAndNewlines(clean).empty())
+                return clean;
+    } catch (...) {
+        log("[Fenlo] ERROR: Transcription error on this machine: " + messageOf(std::current_exception()));
+    }
+    return {};
+}
+
+TakeOutcome TakePipeline::decideGuarded(const std::string& rawText, const TakeListener& listener,
+                                        std::stop_token stop) {
+    try {
+        return decide(rawText, listener, stop);
+    } catch (const std::future_error&) {
+        throw; // the main queue has ended, and nobody is there to deliver to
+    } catch (...) {
+        log("[Fenlo] ERROR: the words go on as they were spoken: " + messageOf(std::current_exception()));
+    }
+    outcome::Dictation spoken;
+    spoken.text = spoken.rawText = rawText;
+    spoken.rewriteFailed = spoken.rewriteRequested = true;
+    return spoken;
 }
 
 TakeOutcome TakePipeline::decide(const std::string& rawText, const TakeListener& listener, std::stop_token stop) {

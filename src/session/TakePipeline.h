@@ -1,5 +1,7 @@
 #pragma once
 
+#include "session/Take.h"
+#include "shell/TakeFault.h"
 #include "speech/Transcriber.h"
 #include "text/FocusContext.h"
 #include "text/Rewrite.h"
@@ -25,6 +27,8 @@ struct TakeSteps {
     std::function<File(const File& chunk)> isolateVoice;
     /// The text of one chunk; throws TranscriberError and the like.
     std::function<std::string(const TranscribeRequest&, std::stop_token)> transcribe;
+    /// The same by the engine on this machine, where there is one that has not been asked; else nothing.
+    std::function<std::optional<std::string>(const TranscribeRequest&, std::stop_token)> rescue;
     std::function<std::optional<TranscriptionMeta>()> lastMeta;
     /// The answer to a spoken instruction, or nothing.
     std::function<std::optional<std::string>(const std::string& instruction, const FocusContext&, std::stop_token)>
@@ -37,13 +41,6 @@ struct TakeSteps {
                           const std::vector<std::string>& uncertainParts, std::stop_token)>
         rewrite;
     std::function<void(const std::string& text)> recordTranscription;
-};
-
-/// A recorded take on its way to text.
-struct Take {
-    std::vector<std::filesystem::path> chunks; // owned by the pipeline, which deletes them
-    double duration = 0;                       // seconds
-    float speechRatio = 1;                     // share of speech frames
 };
 
 /// What the session knows at the moment the pipeline asks.
@@ -59,13 +56,17 @@ struct TakeListener {
     std::function<bool()> isCancelled = [] { return false; };
     std::function<void(int index, int total)> onChunk = [](int, int) {};
     std::function<TakeSituation()> situation = [] { return TakeSituation{}; };
+    /// The take as it stands, told before a file of it is deleted.
+    std::function<void(const Take& rest)> onProgress = [](const Take&) {};
+    /// What the recogniser failed with, whether or not the take could be rescued.
+    std::function<void(TakeFault)> onFault = [](TakeFault) {};
 };
 
 /// What a take came to. The session delivers it.
 namespace outcome {
 
 struct Cancelled {};
-struct Failed {};
+struct Failed {}; // TakeListener::onFault was told why
 struct Empty {};
 struct Correction {
     std::string correction;
@@ -98,7 +99,11 @@ using TakeOutcome = std::variant<outcome::Cancelled, outcome::Failed, outcome::E
 /// language models lose their control characters here, before anybody sees them.
 ///
 /// Threads: run() blocks a worker for as long as the recogniser and the language model take.
-/// Errors:  none; every fault is an outcome and a log line. All chunk files are gone afterwards.
+/// Errors:  none, whatever a step throws; every fault is an outcome and a log line. A step that fails after the words
+/// are
+///          known lets them through as they were spoken.
+/// Files:   a chunk's file is deleted as soon as its words are known. What is left after Cancelled and Failed is the
+///          caller's to keep or to delete.
 class TakePipeline {
 public:
     TakePipeline(Config& config, TakeSteps steps);
@@ -108,7 +113,11 @@ public:
 private:
     using Words = std::variant<std::string, TakeOutcome>;
 
-    Words transcribe(const Take& take, const TakeListener& listener, std::stop_token stop);
+    Words transcribe(Take rest, const TakeListener& listener, std::stop_token stop);
+    std::optional<std::string> recognise(const TranscribeRequest& request, bool& isRescued,
+                                         const TakeListener& listener, std::stop_token stop);
+    std::optional<std::string> rescue(const TranscribeRequest& request, std::stop_token stop);
+    TakeOutcome decideGuarded(const std::string& rawText, const TakeListener& listener, std::stop_token stop);
     TakeOutcome decide(const std::string& rawText, const TakeListener& listener, std::stop_token stop);
     TakeOutcome dictate(const std::string& rawText, const TakeSituation& situation, std::stop_token stop);
 

@@ -41,7 +41,8 @@ constexpr auto fields = std::make_tuple(
     Field{"profession_specialties", &Settings::professionSpecialties},
     Field{"dictation_types", &Settings::dictationTypes},
     Field{"meeting_email_recipients", &Settings::meetingEmailRecipients}, Field{"mic_mode", &Settings::micMode},
-    Field{"type_short_texts", &Settings::typeShortTexts});
+    Field{"type_short_texts", &Settings::typeShortTexts},
+    Field{"keep_failed_takes", &Settings::keepFailedTakes});
 
 void take(const Json& value, std::string& field) {
     if (value.is_string())

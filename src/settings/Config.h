@@ -45,6 +45,7 @@ struct Settings {
     std::vector<std::string> meetingEmailRecipients;
     std::string micMode = "studio"; // "studio" or "airpods"
     bool typeShortTexts = false;    // instead of pasting them, which leaves a trace in some clipboard histories
+    bool keepFailedTakes = true;    // or what was not recognised is deleted
 };
 
 /// What keeps a file of settings from being used. It is never overwritten.

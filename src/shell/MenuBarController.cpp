@@ -6,6 +6,8 @@
 #include "shell/ElapsedText.h"
 #include "text/professions/Professions.h"
 
+#include <utility>
+
 namespace fenlo {
 
 namespace {
@@ -38,6 +40,12 @@ void MenuBarController::refreshMenu() {
     std::vector<MenuItem> items;
     const auto add = [&items](MenuItem item) { items.push_back(std::move(item)); };
 
+    if (!m_trouble.empty())
+        add(line(m_trouble));
+    if (m_sources.hasKeptTake())
+        add({"Try Again: last take", onTryAgain});
+    if (!items.empty())
+        add(MenuItem::separator());
     add(line(dictationLine()));
     add(MenuItem::separator());
     add(line(todayLine()));
@@ -63,6 +71,11 @@ void MenuBarController::refreshMenu() {
     add(MenuItem::separator());
     add({"Quit Fenlo", onQuit});
     m_statusItem.setMenu(std::move(items));
+}
+
+void MenuBarController::setTrouble(const std::string& line) {
+    if (std::exchange(m_trouble, line) != line)
+        refreshMenu();
 }
 
 std::string MenuBarController::dictationLine() const {

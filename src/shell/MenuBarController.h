@@ -27,6 +27,7 @@ struct MenuSources {
     std::function<TodayStats()> todayStats = [] { return TodayStats(); };
     std::function<AllTimeStats()> allTimeStats = [] { return AllTimeStats(); };
     std::function<std::optional<MeetingStatus>()> meetingStatus = [] { return std::nullopt; }; // of a running meeting
+    std::function<bool()> hasKeptTake = [] { return false; };
 };
 
 /// The program's only permanent presence: an icon that shows the state of the session, and a menu with the day's
@@ -46,10 +47,13 @@ public:
     std::function<void()> onToggleMeeting;
     std::function<void()> onQuit;
     std::function<void()> checkForUpdates;
+    std::function<void()> onTryAgain; // of the last take that was kept
 
     /// Rebuilds the menu whole.
     void refreshMenu();
     void setFace(IconFace face) { m_statusItem.setFace(face); }
+    /// Why the last take came to nothing, as the first line; empty when all is well.
+    void setTrouble(const std::string& line);
 
     void toggleDictationMode();
     void setMicStudio() { setMicMode("studio"); }
@@ -72,6 +76,7 @@ private:
     Workspace& m_workspace;
     const Deployment& m_deployment;
     MenuSources m_sources;
+    std::string m_trouble;
     NotificationCenter::Observation m_hotkeyChanged;
 };
 

@@ -22,6 +22,7 @@ constexpr double frameInterval = 1.0 / 30; // seconds
 constexpr double fadeInTime = 0.1;         // seconds
 constexpr double fadeOutTime = 0.15;       // seconds
 constexpr double expansionTime = 0.2;      // seconds
+constexpr double noticeTime = 2.0;         // seconds
 constexpr double cancelOfferDelay = 3.0;   // seconds of processing
 
 constexpr double pulseStep = 0.035; // per frame
@@ -116,6 +117,17 @@ void OverlayWindow::showProcessing() {
     });
 }
 
+void OverlayWindow::showRetrying(double seconds, const std::string& appName) {
+    PillContent content = baseContent(pillStyle::processingDot, pillStyle::processingGlow, timerStart);
+    content.appLabel = applicationLabel(appName);
+    enqueue([this, content = std::move(content), seconds, now = m_services.clock.now()] {
+        open(Mode::processing, content, 0);
+        m_processingStart = now;
+        setProcessing(takeText(seconds), pillStyle::processingText);
+        draw();
+    });
+}
+
 void OverlayWindow::showChunkProgress(int current, int total) {
     enqueue([this, current, total, now = m_services.clock.now()] {
         if (!m_pill)
@@ -149,6 +161,23 @@ void OverlayWindow::showCommandMode() {
         resize(m_width + badgeWidth(badge::command, m_measure), 0);
         draw();
     });
+}
+
+// Notices.
+
+void OverlayWindow::showNotice(std::vector<std::string> lines) {
+    enqueue([this, lines = std::move(lines)] { showLine(lines, 0); });
+}
+
+// By value: opening the pill of a line ends the timer that called for it.
+void OverlayWindow::showLine(std::vector<std::string> lines, std::size_t index) {
+    if (index >= lines.size()) {
+        hide();
+        return;
+    }
+    open(Mode::notice, baseContent(pillStyle::recordingDot, pillStyle::recordingGlow, lines[index]), 0);
+    m_notice = m_services.mainQueue.postAfter(noticeTime,
+                                              [this, lines = std::move(lines), index] { showLine(lines, index + 1); });
 }
 
 // Meetings.
@@ -282,6 +311,7 @@ void OverlayWindow::hide() {
 
 void OverlayWindow::dropWindows() {
     m_timer.cancel();
+    m_notice.cancel();
     if (m_mode == Mode::result)
         m_services.keys.watchMouseDown({});
     m_mode = Mode::hidden;

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace fenlo {
 
@@ -44,6 +45,10 @@ public:
     /// The microphone is still waking; showRecording() follows.
     void showWarming(bool isReplacing, const std::string& appName);
     void showProcessing();
+    /// A take of so many seconds is tried again: a pill of its own that looks as after showProcessing().
+    void showRetrying(double seconds, const std::string& appName);
+    /// Short lines, two seconds each, after which the pill goes by itself.
+    void showNotice(std::vector<std::string> lines);
     void showChunkProgress(int current, int total);
     /// Adds the "AI" badge to the running pill.
     void showCommandMode();
@@ -57,12 +62,13 @@ public:
     std::function<void()> onCancel;
 
 private:
-    enum class Mode { hidden, recording, warming, processing, meeting, result };
+    enum class Mode { hidden, recording, warming, processing, notice, meeting, result };
 
     template <typename Task>
     void enqueue(Task task);
 
     std::string applicationLabel(const std::string& appName) const;
+    void showLine(std::vector<std::string> lines, std::size_t index);
     void setProcessing(std::string displayText, Colour textColour);
     void open(Mode mode, PillContent content, double extraWidth);
     void draw();
@@ -86,6 +92,7 @@ private:
     std::optional<double> m_recordStart;     // seconds of Clock::now()
     std::optional<double> m_processingStart; // likewise
     Timer m_timer;                           // only while the pill is shown
+    Timer m_notice;                          // only while a line of a notice is shown
     Lifetime m_lifetime;
 };
 

@@ -1,13 +1,19 @@
 #pragma once
 
 #include "audio/ClipPreparation.h"
+#include "base/LockedFile.h"
+
+#include <optional>
 
 namespace fenlo {
 
-/// A clip made ready for the upload. What was made for it is deleted with this object; the clip itself stays.
+/// A clip made ready for the upload. What was made for it is deleted with this object, and held until then, so that
+/// removeAbandonedClips() leaves it alone; the clip itself stays.
 class PreparedClip {
 public:
-    explicit PreparedClip(const std::filesystem::path& original) : file(prepareClip(original)), m_original(original) {}
+    explicit PreparedClip(const std::filesystem::path& original)
+        : file(prepareClip(original)), m_original(original),
+          m_hold(LockedFile::open(file, LockedFile::Sharing::shared)) {}
     PreparedClip(const PreparedClip&) = delete;
     PreparedClip& operator=(const PreparedClip&) = delete;
     ~PreparedClip() { removePreparedClip(file, m_original); }
@@ -16,6 +22,7 @@ public:
 
 private:
     const std::filesystem::path m_original;
+    const std::optional<LockedFile> m_hold;
 };
 
 } // namespace fenlo

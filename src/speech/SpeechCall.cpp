@@ -46,7 +46,7 @@ std::string SpeechCall::send(Post post, std::stop_token stop) const {
         const std::string error = apiKey::describeError(m_names.service, response.status, response.body, m_access.key);
         if (m_names.logsErrors)
             log("[Fenlo] ERROR: " + error);
-        throw TranscriberError(TranscriberError::Kind::networkError, error);
+        throw TranscriberError(TranscriberError::Kind::networkError, error, response.status);
     }
     return std::move(response.body);
 }

@@ -36,11 +36,24 @@ std::string Transcriber::transcribe(const TranscribeRequest& request, std::stop_
     m_state.with([](State& state) { state.lastMeta.reset(); });
     const Settings settings = m_config.get();
     if (goesToLocalEngine(settings))
-        return guardAndCleanUp(m_local.transcribe(request.audio, settings.language, stop), request,
-                               "Filtered hallucination (local): '");
+        return transcribeLocally(request, settings, stop);
     if (settings.offlineMode)
         log("[Fenlo] Offline mode enabled but model not ready yet — falling back to cloud");
     return guardAndCleanUp(transcribeInCloud(request, settings, stop), request, "Filtered hallucination: '");
+}
+
+std::optional<std::string> Transcriber::transcribeOnDevice(const TranscribeRequest& request, std::stop_token stop) {
+    const Settings settings = m_config.get();
+    if (goesToLocalEngine(settings) || !m_local.isReady())
+        return {};
+    log("[Fenlo] The engine on this machine recognises the take instead");
+    return transcribeLocally(request, settings, stop);
+}
+
+std::string Transcriber::transcribeLocally(const TranscribeRequest& request, const Settings& settings,
+                                           std::stop_token stop) {
+    return guardAndCleanUp(m_local.transcribe(request.audio, settings.language, stop), request,
+                           "Filtered hallucination (local): '");
 }
 
 void Transcriber::warmConnection() {

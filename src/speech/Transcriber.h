@@ -36,6 +36,10 @@ public:
     /// The text, possibly empty.
     std::string transcribe(const TranscribeRequest& request, std::stop_token stop);
 
+    /// The text by the engine on this machine, for a clip that the cloud service failed on. Nothing when the engine is
+    /// not ready, or is the one that transcribe() asks anyway.
+    std::optional<std::string> transcribeOnDevice(const TranscribeRequest& request, std::stop_token stop);
+
     /// Opens a connection to the service that the next clip will go to, when its key is at hand.
     void warmConnection();
 
@@ -56,6 +60,7 @@ private:
 
     bool goesToLocalEngine(const Settings& settings) const;
     SpeechService chosenService(const Settings& settings) const;
+    std::string transcribeLocally(const TranscribeRequest& request, const Settings& settings, std::stop_token stop);
     std::string transcribeInCloud(const TranscribeRequest& request, const Settings& settings, std::stop_token stop);
     const std::string& hostOf(SpeechService service) const;
     std::string guardAndCleanUp(const std::string& text, const TranscribeRequest& request, const char* logHead) const;

@@ -32,8 +32,10 @@ struct ProviderResult {
 /// A recognition failed. what() is one line, free of secrets.
 struct TranscriberError : std::runtime_error {
     enum class Kind { networkError, noAPIKey, invalidResponse };
-    TranscriberError(Kind reason, const std::string& message) : std::runtime_error(message), kind(reason) {}
+    TranscriberError(Kind reason, const std::string& message, std::optional<int> answered = {})
+        : std::runtime_error(message), kind(reason), status(answered) {}
     Kind kind;
+    std::optional<int> status; // of the service's answer, where that was the error
 };
 
 } // namespace fenlo

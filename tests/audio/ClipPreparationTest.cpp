@@ -1,8 +1,11 @@
 #include "audio/ClipPreparation.h"
+#include "audio/AbandonedClips.h"
 #include "audio/Level.h"
 #include "audio/WavFile.h"
 #include "base/Files.h"
+#include "base/LockedFile.h"
 #include "media/AudioFile.h"
+#include "support/EnvironmentVariable.h"
 #include "support/LogCapture.h"
 #include "support/ScarceDisk.h"
 #include "support/Signals.h"
@@ -123,4 +126,28 @@ TEST_F(Clips, Failure_LeadsBackToTheClip) {
     }
     removePreparedClip(clip, clip);
     EXPECT_TRUE(fs::exists(clip));
+}
+
+TEST(AbandonedClips, OnlyWhatNobodyHoldsIsCleared) {
+    const fs::path folder = fs::temp_directory_path() / files::makeUuid();
+    fs::create_directories(folder);
+    const EnvironmentVariable temporary("TMPDIR", folder.c_str());
+    const auto make = [](const fs::path& file, std::chrono::minutes age) {
+        EXPECT_TRUE(files::writeAtomically(file, "clip"));
+        fs::last_write_time(file, fs::file_time_type::clock::now() - age);
+        return file;
+    };
+    const auto clip = [] { return files::temporaryFile(preparedClipPrefix, ".wav"); };
+    const fs::path abandoned = make(clip(), std::chrono::minutes(1));
+    const fs::path fresh = make(clip(), std::chrono::minutes(0));
+    const fs::path held = make(clip(), std::chrono::minutes(1));
+    const fs::path other = make(folder / "fenlo_pre_my notes.wav", std::chrono::minutes(1));
+    const fs::path link = clip();
+    fs::create_symlink(other, link);
+    const auto hold = LockedFile::open(held, LockedFile::Sharing::shared);
+    removeAbandonedClips(std::chrono::system_clock::now());
+    EXPECT_FALSE(fs::exists(abandoned));
+    for (const fs::path& kept : {fresh, held, other, link})
+        EXPECT_TRUE(fs::exists(kept)) << kept;
+    fs::remove_all(folder);
 }

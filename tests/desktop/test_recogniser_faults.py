@@ -18,7 +18,7 @@ class RecogniserFaults(DesktopCase):
         super().setUp()
         self.clip = Clip("Hello there", self.folder)
 
-    def test_each_fault_is_told_in_the_log_alone_and_the_next_take_works(self):
+    def test_each_fault_is_told_and_the_next_take_works(self):
         fenlo = self.start_fenlo()
         editor = self.open_editor()
         expected = ""

@@ -22,6 +22,7 @@ protected:
         appHooks.prepareTranscriber = [this](std::stop_token) { prepared.push_back("cloud"); };
         appHooks.prepareLocalEngine = [this](std::stop_token) { prepared.push_back("local"); };
         appHooks.isMeetingActive = [this] { return meetingActive; };
+        appHooks.recoverTakes = [] { return false; };
         appHooks.stopMeeting = [this] { ++meetingsStopped; };
         delegate =
             std::make_unique<AppDelegate>(AppServices{config, mainQueue, background, notifications, keys, accessibility,

@@ -2,6 +2,7 @@
 #include "base/Files.h"
 #include "platform/KeyCodes.h"
 #include "session/HotkeyListener.h"
+#include "session/TakeNote.h"
 #include "session/TextInserter.h"
 #include "support/LogCapture.h"
 #include "support/SessionFixture.h"
@@ -15,7 +16,23 @@ using test::SessionFixture;
 
 namespace {
 
-class Session : public SessionFixture {};
+constexpr char tryAgain[] = "Try Again: last take";
+
+class Session : public SessionFixture {
+protected:
+    Session() {
+        menuBar.onTryAgain = [this] { session.tryAgain(); };
+    }
+
+    void choose(const std::string& title) {
+        const MenuItem* found = statusItem.find(title);
+        ASSERT_TRUE(found && found->action) << title;
+        const auto action = found->action; // the menu is rebuilt while it runs
+        action();
+    }
+
+    const std::string menuBefore = statusItem.titles().at(0);
+};
 
 std::ptrdiff_t recordingsOnDisk() {
     const std::filesystem::directory_iterator files(std::filesystem::temp_directory_path());
@@ -217,7 +234,8 @@ TEST_F(Session, AFailedRewriteInsertsTheRawTextAndBeepsInsteadOfTheEndTone) {
     EXPECT_EQ(records.size(), 1u);
 }
 
-TEST_F(Session, ATranscriptionErrorIsSilentAndTheNextTakeWorks) {
+TEST_F(Session, ATakeThatFailsIsToldKeptAndTriedAgain) {
+    const auto recordingsBefore = recordingsOnDisk();
     transcriptionFails = true;
     take(1.0);
     finish();
@@ -225,11 +243,89 @@ TEST_F(Session, ATranscriptionErrorIsSilentAndTheNextTakeWorks) {
     EXPECT_TRUE(records.empty());
     EXPECT_EQ(tonesPlayed(), 1) << "the start tone alone";
     EXPECT_FALSE(session.isProcessing());
+    EXPECT_EQ(face(), IconFace::idle);
+    EXPECT_EQ(pillText(), "Service does not answer");
+    mainQueue.advance(2);
+    EXPECT_EQ(pillText(), "Kept. Try again from the menu");
+    mainQueue.advance(2);
+    EXPECT_EQ(pillText(), "");
+    EXPECT_EQ(recordingsOnDisk(), recordingsBefore) << "moved";
+    EXPECT_EQ(statusItem.titles().at(0), "Service does not answer");
+    EXPECT_EQ(statusItem.titles().at(1), tryAgain);
+
+    choose(tryAgain);
+    EXPECT_EQ(pillText(), "Mousepad|1.00s");
+    finish(); // fails again
+    EXPECT_TRUE(statusItem.find(tryAgain));
     transcriptionFails = false;
     transcript = "Again";
-    take(1.0);
+    choose(tryAgain);
+    session.hotkeyPressed();
+    EXPECT_FALSE(session.isRecording()) << "one at a time";
     finish();
     EXPECT_EQ(pasted(), std::vector<std::string>{"Again"});
+    EXPECT_NEAR(durations.at(0), 1.0, 0.01);
+    EXPECT_FALSE(statusItem.find(tryAgain));
+    EXPECT_EQ(statusItem.titles().at(0), menuBefore);
+    EXPECT_TRUE(std::filesystem::is_empty(takesFolder));
+}
+
+TEST_F(Session, ACancelledTakeIsNotKeptEvenWhenItFailsAfterTheNextBegan) {
+    transcriptionFails = true;
+    take(1.0);
+    session.cancelProcessing();
+    transcript = "Next";
+    take(1.0); // clears the flag of the cancelled one
+    background.runAll();
+    mainQueue.advance(5);
+    EXPECT_EQ(keptTakes.newest()->take().chunks.size(), 1u);
+    keptTakes.newest()->discard();
+    EXPECT_TRUE(keptTakes.isEmpty()) << "of two failures one";
+}
+
+TEST_F(Session, AStepThatThrowsAtTheDeliveryEndsOneTakeAndKeepsItsWords) {
+    transcript = "Once more";
+    onRecord = [] { throw 1; };
+    take(1.0);
+    finish();
+    EXPECT_FALSE(session.isProcessing());
+    EXPECT_EQ(statusItem.titles().at(0), "Something went wrong; see the log");
+    onRecord = [] {};
+    transcriptionFails = true; // the words are known
+    choose(tryAgain);
+    finish();
+    EXPECT_EQ(pasted().back(), "Once more");
+    EXPECT_TRUE(keptTakes.isEmpty());
+    workspace.onFront = [] { throw std::runtime_error("no front"); };
+    session.hotkeyPressed();
+    EXPECT_FALSE(session.isRecording());
+}
+
+TEST_F(Session, AMicrophoneThatIsNotThereIsToldWhileTheKeyIsHeld) {
+    audioInput.microphone.startErrors.assign(6, "busy");
+    session.hotkeyPressed();
+    mainQueue.advance(0.4);
+    EXPECT_EQ(pillText(), "Microphone refused");
+    session.hotkeyReleased();
+    EXPECT_EQ(pillText(), "Microphone refused") << "for two seconds";
+    EXPECT_EQ(statusItem.titles().at(0), "Microphone refused");
+    mainQueue.advance(2);
+    EXPECT_EQ(pillText(), "");
+
+    transcript = "Back";
+    take(1.0);
+    finish();
+    EXPECT_EQ(pasted(), std::vector<std::string>{"Back"});
+    EXPECT_EQ(statusItem.titles().at(0), menuBefore);
+}
+
+TEST_F(Session, WhatIsBeingRecordedAtTheEndOfTheProgramIsKept) {
+    session.hotkeyPressed();
+    speak(1.0);
+    session.willTerminate();
+    EXPECT_FALSE(keptTakes.isEmpty());
+    session.takesRecovered(true);
+    EXPECT_TRUE(statusItem.find(tryAgain));
 }
 
 TEST_F(Session, CancellingFreesTheSessionAtOnceAndDropsTheWords) {

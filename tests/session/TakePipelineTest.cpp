@@ -89,13 +89,55 @@ TEST_F(Pipeline, ASingleChunkShowsNoProgressAndATranscriptOfNewlinesCounts) {
     EXPECT_TRUE(std::holds_alternative<outcome::Empty>(run({" \t"})));
 }
 
-TEST_F(Pipeline, AFailureDropsEverythingAndLeavesNoFile) {
+TEST_F(Pipeline, AFailureLeavesTheWordsOfBeforeAndTheFilesOfTheRest) {
+    Take rest;
+    std::vector<TakeFault> faults;
+    listener.onProgress = [&](const Take& now) { rest = now; };
+    listener.onFault = [&](TakeFault fault) { faults.push_back(fault); };
     const test::LogCapture logged;
     EXPECT_TRUE(std::holds_alternative<outcome::Failed>(run({"One."}, 3)));
     EXPECT_EQ(requests.size(), 2u);
     EXPECT_TRUE(logged.contains("[Fenlo] ERROR: Transcription error: no key"));
-    EXPECT_TRUE(allChunksDeleted());
+    EXPECT_EQ(faults, std::vector{TakeFault::keyMissing});
     EXPECT_TRUE(recorded.empty());
+    EXPECT_FALSE(fs::exists(take.chunks[0]));
+    EXPECT_EQ(rest.chunks, (std::vector{take.chunks[1], take.chunks[2]}));
+    EXPECT_TRUE(fs::exists(rest.chunks[1]));
+
+    transcripts = {"", "", "Two.", "Three."};
+    const auto again = TakePipeline(config, steps).run(rest, listener, {});
+    EXPECT_EQ(std::get<outcome::Dictation>(again).text, "One. Two. Three.");
+}
+
+TEST_F(Pipeline, TheEngineOnThisMachineTakesOverWhereTheServiceFails) {
+    std::string heard = "heard";
+    steps.rescue = [&](auto&&...) { return std::optional(heard); };
+    EXPECT_EQ(std::get<outcome::Dictation>(run({"One."}, 3)).text, "One. heard heard");
+    EXPECT_EQ(requests.size(), 2u) << "a service that failed is not asked for the rest";
+    EXPECT_TRUE(allChunksDeleted());
+    heard = " ";
+    EXPECT_TRUE(std::holds_alternative<outcome::Failed>(run({}, 1))) << "no words are no rescue";
+    steps.rescue = [&](auto&&...) -> std::optional<std::string> { throw 1; };
+    EXPECT_TRUE(std::holds_alternative<outcome::Failed>(run({}, 1)));
+    steps.rescue = [&](auto&&...) {
+        ADD_FAILURE() << "a cancelled take";
+        return std::nullopt;
+    };
+    steps.transcribe = [&](auto&&...) -> std::string {
+        cancelled = true;
+        throw std::bad_alloc();
+    };
+    EXPECT_TRUE(std::holds_alternative<outcome::Cancelled>(run({}, 1)));
+}
+
+TEST_F(Pipeline, AStepThatThrowsEndsTheTakeBeforeTheWordsAndLetsThemThroughAfter) {
+    steps.processVoiceCommands = [](auto&&...) -> VoiceCommandResult { throw 1; };
+    const auto spoken = dictate("as spoken");
+    EXPECT_EQ(spoken.text, "as spoken");
+    EXPECT_TRUE(spoken.rewriteRequested && spoken.rewriteFailed) << "the user hears that a step failed";
+    steps.isolateVoice = [](auto&&) -> fs::path { throw std::runtime_error("no voice"); };
+    EXPECT_TRUE(std::holds_alternative<outcome::Failed>(run({"One."})));
+    EXPECT_TRUE(fs::exists(take.chunks[0]));
 }
 
 TEST_F(Pipeline, ACancelIsSeenBeforeEachChunkAndAfterTheLast) {
@@ -109,7 +151,6 @@ TEST_F(Pipeline, ACancelIsSeenBeforeEachChunkAndAfterTheLast) {
         };
         EXPECT_TRUE(std::holds_alternative<outcome::Cancelled>(run({"One.", "Two."})));
         EXPECT_EQ(requests.size(), cancelAt);
-        EXPECT_TRUE(allChunksDeleted());
     }
     EXPECT_TRUE(logged.contains("[Fenlo] Discarding result (cancelled)"));
 

@@ -86,6 +86,7 @@ class FakeAudioInput final : public AudioInput {
 public:
     std::unique_ptr<CaptureEngine> makeEngine() override { return std::make_unique<FakeCaptureEngine>(microphone); }
     std::optional<InputDevice> defaultDevice() const override { return microphone.device; }
+    bool isConnected() const override { return hasServer; }
     void onDefaultDeviceChanged(std::function<void()> handler) override { handlers.push_back(std::move(handler)); }
 
     /// Plugs another device in (or all out), with or without telling.
@@ -101,6 +102,7 @@ public:
     }
 
     FakeMicrophone microphone;
+    bool hasServer = true;
     std::vector<std::function<void()>> handlers;
 };
 

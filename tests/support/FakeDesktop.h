@@ -93,7 +93,10 @@ public:
 
 class FakeWorkspace final : public Workspace {
 public:
-    std::optional<FrontApplication> frontApplication() override { return front; }
+    std::optional<FrontApplication> frontApplication() override {
+        onFront();
+        return front;
+    }
     bool becomeOnlyInstance() override { return isOnlyInstance; }
     bool isLoginItem() const override { return loginItem; }
     std::optional<std::string> registerLoginItem() override {
@@ -111,6 +114,7 @@ public:
     void openUrl(const std::string& url) override { opened.push_back(url); }
 
     std::optional<FrontApplication> front;
+    std::function<void()> onFront = [] {};
     bool isOnlyInstance = true;
     bool loginItem = false;
     std::optional<std::string> loginError;

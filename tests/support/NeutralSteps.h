@@ -9,6 +9,7 @@ inline TakeSteps neutralSteps() {
     return {
         .isolateVoice = [](const std::filesystem::path& chunk) { return chunk; },
         .transcribe = [](auto&&...) { return std::string(); },
+        .rescue = [](auto&&...) { return std::nullopt; },
         .lastMeta = [] { return std::nullopt; },
         .runAICommand = [](auto&&...) { return std::nullopt; },
         .matchSnippet = [](auto&&) { return std::nullopt; },

@@ -82,12 +82,19 @@ TakeSteps SessionFixture::forwardingSteps() {
     return forwarding;
 }
 
+MenuSources SessionFixture::menuSources() {
+    MenuSources sources;
+    sources.hasKeptTake = [this] { return !keptTakes.isEmpty(); };
+    return sources;
+}
+
 SessionHooks SessionFixture::hooks() {
     SessionHooks hooks;
     hooks.isMeetingActive = [this] { return meetingActive; };
     hooks.isScreenLocked = [this] { return workspace.isLocked; };
     hooks.warmConnection = [this] { ++warmed; };
     hooks.recordDictation = [this](const std::string& text, double duration) {
+        onRecord();
         records.push_back(text);
         durations.push_back(duration);
     };

@@ -5,6 +5,7 @@
 #include "base/NotificationCenter.h"
 #include "session/ContextReader.h"
 #include "session/DictationSession.h"
+#include "session/KeptTakes.h"
 #include "session/TakePipeline.h"
 #include "session/TextInserter.h"
 #include "settings/Config.h"
@@ -68,9 +69,12 @@ protected:
     bool meetingActive = false;
     std::vector<std::string> records;
     std::vector<double> durations;
+    std::function<void()> onRecord = [] {};
     int syncs = 0;
     int warmed = 0;
 
+    const std::filesystem::path takesFolder = files::temporaryFile("takes", "");
+    KeptTakes keptTakes{config, takesFolder, clock};
     AudioRecorder recorder{audioInput, clock, mainQueue, config, notifications};
     ContextReader contextReader{workspace, accessibility, pasteboard, clock};
     TextInserter inserter{pasteboard,
@@ -83,15 +87,16 @@ protected:
     TonePlayer tones{audioOutput, background};
     OverlayWindow overlay{{config, clock, mainQueue, pills, cards, keys, workspace,
                            [this](const std::string& text) { inserter.copyToClipboard(text); }}};
-    MenuBarController menuBar{config, statusItem, notifications, workspace, deployment, {}};
+    MenuBarController menuBar{config, statusItem, notifications, workspace, deployment, menuSources()};
     TakePipeline pipeline{config, forwardingSteps()};
     DictationSession session{{config, clock, mainQueue, background, keys, pasteboard, recorder, contextReader, inserter,
-                              overlay, tones, menuBar, pipeline},
+                              overlay, tones, menuBar, pipeline, keptTakes},
                              hooks()};
 
 private:
     TakeSteps forwardingSteps();
     SessionHooks hooks();
+    MenuSources menuSources();
 
     std::size_t m_tonesSeen = 0;
 };

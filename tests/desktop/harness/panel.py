@@ -19,7 +19,15 @@ class Panel:
 
     def menu(self):
         """The lines of the program's menu, blank for separators; none before there is an icon."""
-        self._process.stdin.write("\n")
+        return self._ask("")
+
+    def choose(self, line):
+        """Chooses this line of the menu, which must be there."""
+        self.wait_for_line(line)
+        self._ask(line)
+
+    def _ask(self, line):
+        self._process.stdin.write(line + "\n")
         self._process.stdin.flush()
         return json.loads(self._process.stdout.readline())
 

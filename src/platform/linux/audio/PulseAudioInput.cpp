@@ -31,6 +31,11 @@ std::optional<InputDevice> PulseAudioInput::defaultDevice() const {
     return source ? std::optional(source->device) : std::nullopt;
 }
 
+bool PulseAudioInput::isConnected() const {
+    const PulseLock lock(*m_connection);
+    return m_connection->context() != nullptr;
+}
+
 void PulseAudioInput::onDefaultDeviceChanged(std::function<void()> handler) {
     m_handlers.push_back(std::move(handler));
 }

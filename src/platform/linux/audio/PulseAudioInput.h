@@ -26,6 +26,7 @@ public:
 
     std::unique_ptr<CaptureEngine> makeEngine() override;
     std::optional<InputDevice> defaultDevice() const override;
+    bool isConnected() const override;
     void onDefaultDeviceChanged(std::function<void()> handler) override;
 
 private:

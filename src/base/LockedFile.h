@@ -1,0 +1,36 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string_view>
+
+namespace fenlo {
+
+/// An open file with a lock on it, which the system frees when the process ends, however it ends: so another process
+/// can tell a file in use from one that was left behind. Two objects of one process exclude each other as well.
+///
+/// Threads: one at a time.
+class LockedFile {
+public:
+    enum class Sharing { exclusive, shared };
+
+    /// Makes the file, for its owner only, when it is not there. Nothing when it cannot be opened or another has it.
+    static std::optional<LockedFile> make(const std::filesystem::path& file);
+    /// The same for a file that must be there, and be a plain file and no link.
+    static std::optional<LockedFile> open(const std::filesystem::path& file, Sharing sharing);
+
+    LockedFile(LockedFile&& other) noexcept;
+    LockedFile& operator=(LockedFile&&) = delete;
+    ~LockedFile();
+
+    /// Adds to the end of the file. False when not all of it could be written.
+    bool append(std::string_view bytes) const;
+
+private:
+    explicit LockedFile(int descriptor) : m_descriptor(descriptor) {}
+    static std::optional<LockedFile> locked(int descriptor, Sharing sharing);
+
+    int m_descriptor;
+};
+
+} // namespace fenlo

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "base/LockedFile.h"
+#include "session/Take.h"
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace fenlo {
+
+/// What is known of a take, in a small file of its own that outlives a crash. While this object lives the file is
+/// locked, which tells a take that is on its way from one that was kept or left behind.
+///
+/// Each change appends a line with the whole state, as JSON; the last whole line counts, so a note is never half
+/// written.
+///
+/// Threads: any.
+/// Errors:  none; a note that cannot be written protects nothing.
+class TakeNote {
+public:
+    /// A new note in the folder. Its file comes with the first write().
+    TakeNote(std::filesystem::path folder, std::chrono::system_clock::time_point recorded);
+    /// The note in a file, with an empty take where it holds none; nothing when it is in use.
+    static std::unique_ptr<TakeNote> open(const std::filesystem::path& file);
+
+    TakeNote(const TakeNote&) = delete;
+    TakeNote& operator=(const TakeNote&) = delete;
+
+    bool write(const Take& take);
+    /// One more file of a take that is still being recorded.
+    void addChunk(const std::filesystem::path& chunk);
+    Take take() const; // as it was written last
+
+    const std::filesystem::path& file() const { return m_file; }
+    std::chrono::system_clock::time_point recorded() const { return m_recorded; }
+
+    /// Deletes the recording and the note: the words arrived, or the user dropped them.
+    void discard();
+    /// Moves the recording beside the note, whole or not at all, and makes sure that both are on the disk. False when
+    /// that fails; the recording stays where it was then.
+    bool gather();
+
+    static constexpr char extension[] = ".take";
+
+private:
+    TakeNote(std::filesystem::path file, LockedFile lock);
+
+    bool append(const Take& take);
+
+    const std::filesystem::path m_file;
+    std::chrono::system_clock::time_point m_recorded;
+    mutable std::mutex m_mutex; // held across the file's writing, which it orders
+    std::optional<LockedFile> m_lock;
+    Take m_take;
+};
+
+} // namespace fenlo

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string_view>
+
+namespace fenlo {
+
+/// Why a take came to no words.
+enum class TakeFault {
+    keyMissing,
+    keyRefused,
+    quotaUsedUp,
+    recordingRefused,
+    serviceOutOfOrder,
+    serviceSilent,
+    serviceUntrusted,
+    answerUnreadable,
+    engineFailed,
+    noSoundServer,
+    noMicrophone,
+    microphoneRefused,
+    microphoneSilent,
+    noSpace,
+    ownFault,
+};
+
+/// One short line for the pill and the menu.
+std::string_view describe(TakeFault fault);
+
+/// What the pill says of a take that waits to be tried again.
+inline constexpr char keptLine[] = "Kept. Try again from the menu";
+
+} // namespace fenlo
