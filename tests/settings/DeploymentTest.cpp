@@ -1,11 +1,11 @@
 #include "settings/Deployment.h"
 #include "base/Files.h"
 #include "settings/Keychain.h"
+#include "support/FakeSecureStore.h"
 #include "support/LogCapture.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <map>
 
 using namespace fenlo;
 
@@ -29,42 +29,19 @@ TEST(Deployment, AFileOverridesKeyByKeyAndABadOneIsLeftOut) {
     ::unsetenv("FENLO_DEPLOYMENT");
 }
 
-namespace {
-
-struct MemoryStore final : SecureStore {
-    std::optional<std::string> save(const std::string& name, const std::string& value) override {
-        if (!available)
-            return "no secret service";
-        items[name] = value;
-        return {};
-    }
-    Value load(const std::string& name) override {
-        if (!available)
-            return {Status::unavailable, ""};
-        const auto found = items.find(name);
-        return found == items.end() ? Value{} : Value{Status::ok, found->second};
-    }
-    void remove(const std::string& name) override { items.erase(name); }
-
-    std::map<std::string, std::string> items;
-    bool available = true;
-};
-
-} // namespace
-
 TEST(Keychain, KeepsValuesByNameAndLogsARefusalWithoutTheSecret) {
-    MemoryStore store;
+    test::FakeSecureStore store;
     Keychain keychain(store);
     keychain.save("groq_api_key", "gsk-secret");
     EXPECT_EQ(keychain.load("groq_api_key"), "gsk-secret");
     EXPECT_FALSE(keychain.load("xai_api_key").has_value());
-    store.items["groq_api_key"] = "\xFF\xFE";
+    store.values["groq_api_key"] = "\xFF\xFE";
     EXPECT_FALSE(keychain.load("groq_api_key").has_value()) << "no UTF-8";
 
-    store.available = false;
+    store.isAvailable = false;
     const test::LogCapture logged;
     keychain.save("groq_api_key", "gsk-secret");
-    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: Keychain save failed for 'groq_api_key': no secret service"));
+    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: Keychain save failed for 'groq_api_key': the store is not available"));
     for (const auto& line : logged.lines())
         EXPECT_EQ(line.find("gsk-secret"), std::string::npos);
 }
