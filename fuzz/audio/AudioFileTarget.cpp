@@ -6,6 +6,7 @@
 #include "base/Files.h"
 #include "fuzz/Require.h"
 #include "media/AudioFile.h"
+#include "media/AudioFileReader.h"
 
 #include <cmath>
 #include <cstdint>
@@ -15,6 +16,8 @@ using namespace fenlo;
 
 namespace {
 
+constexpr std::uint64_t mostFrames = 1 << 26; // a file without sound in it may last a day
+
 void check(const std::filesystem::path& file, ChannelMix mix) {
     try {
         const AudioSamples audio = readSoundFile(file, mix);
@@ -22,6 +25,25 @@ void check(const std::filesystem::path& file, ChannelMix mix) {
         for (const float sample : audio.mono)
             require(std::isfinite(sample));
         testSpeech(audio.mono, static_cast<double>(audio.mono.size()) / audio.sampleRate);
+    } catch (const AudioFileError&) {
+    }
+}
+
+/// Whatever is damaged, it lies within the recording, and what was read of it is sound.
+void checkDamages(const std::filesystem::path& file) {
+    try {
+        AudioFileReader reader(file, AudioFormats::sndfile);
+        std::uint64_t frames = 0;
+        for (auto block = reader.nextBlock(); !block.empty() && frames < mostFrames; block = reader.nextBlock()) {
+            require(block.size() % static_cast<std::size_t>(reader.channels()) == 0);
+            frames += block.size() / static_cast<std::size_t>(reader.channels());
+        }
+        double last = 0;
+        for (const AudioDamage& damage : reader.damages()) {
+            require(damage.start >= last && damage.start * reader.sampleRate() <= static_cast<double>(frames) + 1);
+            require(!damage.lost || *damage.lost > 0);
+            last = damage.start;
+        }
     } catch (const AudioFileError&) {
     }
 }
@@ -39,6 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     check(file, ChannelMix::first);
     check(file, ChannelMix::average);
+    checkDamages(file);
     const auto prepared = prepareClip(file);
     removePreparedClip(prepared, file);
     require(std::filesystem::exists(file));

@@ -1,6 +1,6 @@
 #include "app/Commands.h"
+#include "app/RecordingDamage.h"
 #include "app/StandardOutput.h"
-
 #include "app/TakeServices.h"
 #include "app/TerminationSignals.h"
 #include "audio/ChunkWriter.h"
@@ -25,23 +25,22 @@ namespace {
 
 constexpr double chunkSeconds = 240.0;
 
+constexpr int takeRate = 16000; // hertz
+
 /// A recording cut into chunk files, as the recorder would have left it.
-Take takeFromFile(const std::filesystem::path& file) {
-    const AudioSamples audio = readAudioFile(file);
-    const std::span<const float> samples(audio.mono);
+Take takeFromSamples(std::span<const float> samples) {
     Take take;
     take.isCopy = true;
-    take.duration = static_cast<double>(samples.size()) / audio.sampleRate;
+    take.duration = static_cast<double>(samples.size()) / takeRate;
     const SpeechTestResult test = testSpeech(samples, take.duration);
     take.speechRatio = test.speechRatio.value_or(1.0f);
-    const auto chunkLength = static_cast<std::size_t>(chunkSeconds * audio.sampleRate);
+    const auto chunkLength = static_cast<std::size_t>(chunkSeconds * takeRate);
     const bool inOnePiece = samples.size() <= chunkLength;
     if (inOnePiece && !test.keep)
         return take;
     for (auto rest = samples; !rest.empty();) {
-        const std::size_t cut =
-            rest.size() <= chunkLength ? rest.size() : quietCut(rest.first(chunkLength), audio.sampleRate);
-        const auto chunk = writeChunk(rest.first(cut), audio.sampleRate);
+        const std::size_t cut = rest.size() <= chunkLength ? rest.size() : quietCut(rest.first(chunkLength), takeRate);
+        const auto chunk = writeChunk(rest.first(cut), takeRate);
         if (!chunk) {
             for (const auto& written : take.chunks)
                 files::removeQuietly(written);
@@ -52,6 +51,17 @@ Take takeFromFile(const std::filesystem::path& file) {
         rest = rest.subspan(cut);
     }
     return take;
+}
+
+struct FileTake {
+    Take take;
+    bool isDamaged = false;
+};
+
+FileTake takeFromFile(const std::filesystem::path& file) {
+    const Recording recording = readRecording(file, takeRate);
+    tellDamages(file, recording.damages);
+    return {takeFromSamples(recording.samples), !recording.damages.empty()};
 }
 
 FocusContext contextOf(const DictateOptions& options) {
@@ -106,7 +116,7 @@ int tell(const TakeOutcome& result, const Take& take, const DictateOptions& opti
 int runDictate(const DictateOptions& options) {
     TerminationSignals::block();
     std::stop_source interruption;
-    const Take take = takeFromFile(options.file);
+    const auto [take, isDamaged] = takeFromFile(options.file);
     if (take.chunks.empty()) {
         std::fprintf(stderr, "fenlo: %s holds no speech\n", options.file.c_str());
         return exitStatus::noSpeech;
@@ -136,7 +146,8 @@ int runDictate(const DictateOptions& options) {
     note->discard();
     if (interruption.stop_requested())
         throw Interrupted();
-    return tell(result, take, options);
+    const int status = tell(result, take, options);
+    return status == exitStatus::ok && isDamaged ? exitStatus::damaged : status;
 }
 
 } // namespace fenlo

@@ -1,9 +1,10 @@
 #include "app/Commands.h"
+#include "app/RecordingDamage.h"
 #include "app/StandardOutput.h"
-
 #include "audio/ChunkWriter.h"
 #include "audio/voice/VoiceProfile.h"
 #include "base/Clock.h"
+#include "media/AudioFile.h"
 #include "settings/Config.h"
 
 #include <cstdio>
@@ -13,10 +14,12 @@ namespace fenlo {
 
 namespace {
 
+constexpr auto voiceRate = static_cast<int>(voice::sampleRate); // hertz
+
 int explain(const VoiceProfileError& error, const std::filesystem::path& recording, std::size_t sampleCount) {
     if (error.kind == VoiceProfileError::Kind::tooShort) {
         std::fprintf(stderr, "fenlo: %s lasts %.2f seconds; read aloud for at least three\n", recording.c_str(),
-                     static_cast<double>(sampleCount) / voice::sampleRate);
+                     static_cast<double>(sampleCount) / voiceRate);
         return exitStatus::failed;
     }
     std::fprintf(stderr,
@@ -29,14 +32,14 @@ void printForPeople(const VoiceProfileData& profile, const std::filesystem::path
     printFormatted("gender    %s (confidence %.2f)\n", profile.gender.c_str(), profile.genderConfidence);
     printFormatted("pitch     %.0f Hz (%.0f to %.0f Hz)\n", profile.pitchMedian, profile.pitchP10, profile.pitchP90);
     printFormatted("energy    %.3f (%.3f to %.3f)\n", static_cast<double>(profile.energyMedian),
-                static_cast<double>(profile.energyP25), static_cast<double>(profile.energyP75));
+                   static_cast<double>(profile.energyP25), static_cast<double>(profile.energyP75));
     printFormatted("centroid  %.0f Hz (deviation %.0f Hz)\n", profile.centroidMedian, profile.centroidStd);
     printFormatted("Stored in %s\n", file.c_str());
     if (isIsolationOn)
         print("Voice isolation is on: other voices are cut from your takes from now on.\n");
     else
         printFormatted("To have other voices cut from your takes, set \"voice_isolation\": true in %s\n",
-                    Config::defaultFile().c_str());
+                       Config::defaultFile().c_str());
 }
 
 void printForPrograms(const VoiceProfileData& profile, const std::filesystem::path& file, bool isIsolationOn) {
@@ -49,7 +52,8 @@ void printForPrograms(const VoiceProfileData& profile, const std::filesystem::pa
 } // namespace
 
 int runVoiceProfile(const std::filesystem::path& recording, bool json) {
-    std::vector<float> samples = readVoiceAudio(recording);
+    auto [samples, damages] = readRecording(recording, voiceRate);
+    tellDamages(recording, damages);
     normalise(samples); // as the recorder raises quiet takes, which the profile is compared with
     VoiceProfileData profile;
     try {
@@ -66,7 +70,7 @@ int runVoiceProfile(const std::filesystem::path& recording, bool json) {
         printForPrograms(profile, file, isIsolationOn);
     else
         printForPeople(profile, file, isIsolationOn);
-    return exitStatus::ok;
+    return damages.empty() ? exitStatus::ok : exitStatus::damaged;
 }
 
 } // namespace fenlo

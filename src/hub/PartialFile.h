@@ -1,7 +1,7 @@
 #pragma once
 
-#include "hub/ContentCheck.h"
 #include "base/Descriptor.h"
+#include "hub/ContentCheck.h"
 
 namespace fenlo::hub {
 

@@ -1,24 +1,27 @@
 #include "media/FfmpegProgram.h"
 
+#include "media/AudioFileError.h"
+
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
+#include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
-#include <string>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
-#include <system_error>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace fenlo {
 
 namespace {
 
-constexpr std::uintmax_t mostBytes = std::uintmax_t{1} << 31;
-
-/// Runs a program with nothing on its three standard streams. Returns an error number of the start.
-int spawnQuietly(std::vector<std::string> arguments, pid_t& process) {
+/// Runs a program with nothing on its standard input. Returns an error number of the start.
+int spawn(std::vector<std::string> arguments, int output, int complaints, pid_t& process) {
     std::vector<char*> argv;
     argv.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
@@ -28,54 +31,76 @@ int spawnQuietly(std::vector<std::string> arguments, pid_t& process) {
     posix_spawn_file_actions_t streams;
     ::posix_spawn_file_actions_init(&streams);
     ::posix_spawn_file_actions_addopen(&streams, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    ::posix_spawn_file_actions_addopen(&streams, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    ::posix_spawn_file_actions_addopen(&streams, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    ::posix_spawn_file_actions_adddup2(&streams, output, STDOUT_FILENO);
+    ::posix_spawn_file_actions_adddup2(&streams, complaints, STDERR_FILENO);
     const int error = ::posix_spawnp(&process, argv.front(), &streams, nullptr, argv.data(), environ);
     ::posix_spawn_file_actions_destroy(&streams);
     return error;
 }
 
-/// Waits for the end of a process, which a stop request kills. It is reaped only when nobody can kill it any more,
-/// since its number may be another's from then on.
-bool succeeds(pid_t process, const std::stop_token& stop) {
-    const auto wait = [process](int flags, siginfo_t& end) {
-        while (::waitid(P_PID, static_cast<id_t>(process), &end, WEXITED | flags) != 0)
-            if (errno != EINTR)
-                return false;
-        return true;
-    };
-    siginfo_t end{};
-    {
-        const std::stop_callback killing(stop, [process] { ::kill(process, SIGKILL); });
-        wait(WNOWAIT, end);
-    }
-    return wait(0, end) && end.si_code == CLD_EXITED && end.si_status == 0;
+bool waitForEnd(pid_t process, int flags, siginfo_t& end) {
+    while (::waitid(P_PID, static_cast<id_t>(process), &end, WEXITED | flags) != 0)
+        if (errno != EINTR)
+            return false;
+    return true;
 }
 
 } // namespace
 
-FfmpegResult convertWithFfmpeg(const std::filesystem::path& input, const std::filesystem::path& output,
-                               std::stop_token stop) {
+FfmpegProgram::FfmpegProgram(const std::filesystem::path& input, std::stop_token stop)
+    : m_complaints(::memfd_create("ffmpeg", MFD_CLOEXEC)) {
     // "file:" keeps a name that begins with a dash or looks like an address from being taken for one.
     const std::string source = "file:" + std::filesystem::absolute(input).string();
-    const std::string target = "file:" + std::filesystem::absolute(output).string();
-    pid_t process = 0;
-    const int error =
-        spawnQuietly({"ffmpeg", "-nostdin", "-loglevel", "error", "-protocol_whitelist", "file", "-i", source, "-map",
-                      "0:a:0", "-c:a", "pcm_s16le", "-fs", std::to_string(mostBytes), "-f", "wav", "-y", target},
-                     process);
-    if (error == ENOENT)
-        return FfmpegResult::notInstalled;
-    if (error != 0)
-        return FfmpegResult::failed;
-    const bool succeeded = succeeds(process, stop);
-    if (stop.stop_requested())
-        return FfmpegResult::stopped;
-    std::error_code unreadable;
-    const std::uintmax_t size = std::filesystem::file_size(output, unreadable);
-    if (!succeeded || unreadable)
-        return FfmpegResult::failed;
-    return size < mostBytes ? FfmpegResult::converted : FfmpegResult::tooLong;
+    std::array<int, 2> ends{-1, -1};
+    if (!m_complaints.isOpen() || ::pipe2(ends.data(), O_CLOEXEC) != 0)
+        throw AudioFileError(input, std::string(std::strerror(errno)) + "; close some programs and try again");
+    m_output = std::make_unique<Descriptor>(ends[0]);
+    const Descriptor programEnd(ends[1]);
+    const int error = spawn({"ffmpeg", "-nostdin", "-loglevel", "error", "-protocol_whitelist", "file", "-i", source,
+                             "-map", "0:a:0", "-af", "aresample=async=1", "-c:a", "pcm_f32be", "-f", "au", "pipe:1"},
+                            programEnd.number(), m_complaints.number(), m_process);
+    if (error != 0) {
+        m_process = 0;
+        throw AudioFileError(input, error == ENOENT
+                                        ? "the format is not known here; install ffmpeg, or convert the file to WAV"
+                                        : std::string("ffmpeg does not start (") + std::strerror(error) +
+                                              "); convert the file to WAV");
+    }
+    m_killing.emplace(std::move(stop), [process = m_process] { ::kill(process, SIGKILL); });
+}
+
+FfmpegProgram::~FfmpegProgram() {
+    if (m_process == 0)
+        return;
+    ::kill(m_process, SIGKILL);
+    finish();
+}
+
+bool FfmpegProgram::hasComplained() {
+    struct stat status {};
+    if (::fstat(m_complaints.number(), &status) != 0)
+        return false;
+    return std::exchange(m_complaintsSeen, status.st_size) < status.st_size;
+}
+
+std::string FfmpegProgram::firstComplaint() const {
+    std::string line(512, '\0');
+    const ssize_t size = ::pread(m_complaints.number(), line.data(), line.size(), 0);
+    line.resize(static_cast<std::size_t>(std::max<ssize_t>(0, size)));
+    line.resize(std::min(line.size(), line.find('\n')));
+    // A part of ffmpeg puts its own name and an address before what it says.
+    const std::size_t name = line.starts_with('[') ? line.find("] ") : std::string::npos;
+    return name == std::string::npos ? line : line.substr(name + 2);
+}
+
+bool FfmpegProgram::finish() {
+    if (m_process == 0)
+        return false;
+    m_output.reset(); // whatever it still wants to say finds no reader
+    siginfo_t end{};
+    waitForEnd(m_process, WNOWAIT, end);
+    m_killing.reset(); // nobody can kill it any more, since its number may be another's from now on
+    return waitForEnd(std::exchange(m_process, 0), 0, end) && end.si_code == CLD_EXITED && end.si_status == 0;
 }
 
 } // namespace fenlo

@@ -79,7 +79,7 @@ TEST_F(AudioFiles, Chunk_IsAFloatWavForItsOwnerOnly) {
     EXPECT_EQ(number(22, 2), 1u);
     EXPECT_EQ(number(24, 4), 16000u);
     EXPECT_EQ(number(34, 2), 32u);
-    const AudioSamples read = readAudioFile(*file);
+    const AudioSamples read = readSoundFile(*file, ChannelMix::first);
     EXPECT_EQ(read.mono.size(), 16000u);
     EXPECT_NEAR(peak(read.mono), 0.707F, 1e-3);
     fs::remove(*file);

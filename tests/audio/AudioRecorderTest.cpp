@@ -48,7 +48,7 @@ protected:
         written.insert(written.end(), files.begin(), files.end());
         return files;
     }
-    static std::size_t sizeOf(const fs::path& file) { return readAudioFile(file).mono.size(); }
+    static std::size_t sizeOf(const fs::path& file) { return readSoundFile(file, ChannelMix::first).mono.size(); }
     bool runs() const { return input.microphone.engine && input.microphone.engine->isRunning(); }
     int enginesMade() const { return input.microphone.enginesMade; }
 
@@ -162,7 +162,7 @@ TEST_F(WarmRecorder, EarlyOpening_PutsTheLastMomentsBeforeTheTake) {
     clock.advance(1);
     const auto files = stop();
     ASSERT_EQ(files.size(), 1u);
-    const auto samples = readAudioFile(files[0]).mono;
+    const auto samples = readSoundFile(files[0], ChannelMix::first).mono;
     ASSERT_EQ(samples.size(), 4800 + 2 * bufferSize) << "0.3 seconds before";
     const float gain = 0.707F / 0.4F;
     EXPECT_FLOAT_EQ(samples[703], 0.1F * gain);
@@ -434,7 +434,7 @@ TEST(TakeBuffer, AudioThreadMainThreadAndFlusher_LoseNothing) {
     const TakeBuffer::Taken taken = take.end();
     std::size_t samples = taken.samples.size();
     for (const fs::path& file : taken.chunkFiles) {
-        samples += readAudioFile(file).mono.size();
+        samples += readSoundFile(file, ChannelMix::first).mono.size();
         fs::remove(file);
     }
     EXPECT_EQ(samples, buffers * bufferSize);

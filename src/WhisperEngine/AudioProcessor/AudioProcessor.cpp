@@ -4,8 +4,7 @@
 #include "WhisperEngine/Logging.h"
 #include "WhisperEngine/WhisperError.h"
 #include "base/Text.h"
-#include "media/AudioFileReader.h"
-#include "media/Level.h"
+#include "media/AudioFile.h"
 #include "media/MonoMix.h"
 #include "media/Resampler.h"
 
@@ -52,16 +51,8 @@ Resampler makeResampler(int rate) {
     }
 }
 
-/// Brings a sum of channels that goes beyond full scale back to it, and at most to the mean of the channels: a broken
-/// sample shall not turn the whole recording down.
-void holdToFullScale(std::vector<float>& samples, std::size_t summedChannels) {
-    const float loudest = std::min(peak(samples), static_cast<float>(summedChannels));
-    if (loudest > 1)
-        std::ranges::for_each(samples, [loudest](float& sample) { sample /= loudest; });
-}
-
 LoadedAudio readSamples(const fs::path& path, const AudioInputConfig& config, const Logging& logging,
-                               const std::stop_token& stop) {
+                        const std::stop_token& stop) {
     AudioFileReader reader(path, AudioFormats::withFfmpeg, stop);
     logging.debug("Audio source details - Sample Rate: " + std::to_string(reader.sampleRate()) +
                   " Hz, Channel Count: " + std::to_string(reader.channels()));
@@ -73,19 +64,10 @@ LoadedAudio readSamples(const fs::path& path, const AudioInputConfig& config, co
 
     const std::vector<int> chosen = chosenChannels(config, reader.channels(), logging);
     Resampler resampler = makeResampler(reader.sampleRate());
-    std::vector<float> samples;
-    // With the room known beforehand an hour of audio is not copied, and so held twice, while it grows.
-    samples.reserve(static_cast<std::size_t>(static_cast<double>(reader.expectedFrames()) * ratio) + 1);
-    std::vector<float> mono;
-    for (auto block = reader.nextBlock(); !block.empty(); block = reader.nextBlock()) {
-        throwIfStopped(stop);
-        mono.clear();
-        appendMono(mono, block, reader.channels(), chosen);
-        resampler.process(mono, samples);
-    }
-    resampler.finish(samples);
-    if (chosen.size() > 1)
-        holdToFullScale(samples, chosen.size());
+    std::vector<float> samples = readMono(reader, chosen, resampler, sampleRate, stop);
+    throwIfStopped(stop);
+    if (samples.empty())
+        throw AudioFileError(path, "there are no samples in it; record it again");
     for (const AudioDamage& damage : reader.damages())
         logging.info("The recording is " + describe(damage));
     return {std::move(samples), reader.damages()};

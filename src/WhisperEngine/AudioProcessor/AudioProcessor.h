@@ -29,9 +29,9 @@ class AudioProcessor {
 public:
     virtual ~AudioProcessor() = default;
 
-    /// Reads and resamples block by block whatever libsndfile or an installed ffmpeg program reads, up to about an hour
-    /// and a half. Only the result is held in memory.
-    /// Errors: WhisperError of the kind loadAudioFailed, or cancelled.
+    /// Reads and resamples block by block whatever the libraries here or an installed ffmpeg program read. Only the
+    /// result is held in memory: 230 MB an hour.
+    /// Errors: WhisperError of the kind loadAudioFailed, also for a file without samples, or cancelled.
     virtual LoadedAudio loadAudio(const std::filesystem::path& path, const AudioInputConfig& config,
                                   const Logging& logging, std::stop_token stop) const;
     /// The samples alone.

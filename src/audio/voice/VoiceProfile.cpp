@@ -4,7 +4,6 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "media/AudioFile.h"
-#include "media/Resampler.h"
 
 #include <algorithm>
 
@@ -15,14 +14,9 @@ constexpr std::size_t leastSamples = 48000; // three seconds
 constexpr std::size_t leastPitches = 5;
 } // namespace
 
-std::vector<float> readVoiceAudio(const std::filesystem::path& file) {
-    AudioSamples audio = readAudioFile(file);
-    return resample(std::move(audio.mono), audio.sampleRate, voice::sampleRate);
-}
-
 std::optional<std::vector<float>> loadVoiceAudio(const std::filesystem::path& file) {
     try {
-        return readVoiceAudio(file);
+        return readRecording(file, voice::sampleRate).samples;
     } catch (const std::exception&) { // also for want of memory
         return {};
     }

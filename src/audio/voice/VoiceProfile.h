@@ -41,10 +41,7 @@ std::optional<VoiceProfileData> loadVoiceProfile(const std::filesystem::path& fi
 /// Replaces the stored profile whole. False when it cannot be written.
 bool storeVoiceProfile(const VoiceProfileData& profile, const std::filesystem::path& file);
 
-/// The samples of an audio file at 16000 Hz, mono.
-/// Errors: AudioFileError, ResamplerError.
-std::vector<float> readVoiceAudio(const std::filesystem::path& file);
-/// The same; nothing when it cannot be read.
+/// The samples of an audio file at 16000 Hz, all channels mixed; nothing when it cannot be read.
 std::optional<std::vector<float>> loadVoiceAudio(const std::filesystem::path& file);
 
 /// A recording that gives no profile. what() is a line for the log, without its prefix.

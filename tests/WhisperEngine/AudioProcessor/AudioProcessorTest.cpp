@@ -110,7 +110,8 @@ TEST_F(Loading, Faults_AreOneLineEach) {
         EXPECT_THAT(faultOf(folder / name),
                     AllOf(StartsWith("Failed to read audio file: "), HasSubstr(fault), Not(HasSubstr("\n"))));
     ::setenv("PATH", path.c_str(), 1);
-    EXPECT_TRUE(load(writeSound(folder / "nothing.wav", wavFloat, 44100, 2, {})).empty());
+    EXPECT_THAT(faultOf(writeSound(folder / "nothing.wav", wavFloat, 44100, 2, {})),
+                AllOf(HasSubstr("nothing.wav"), HasSubstr("no samples")));
 }
 
 TEST_F(Loading, StopRequest_EndsIt) {

@@ -61,7 +61,7 @@ TEST_F(Isolation, OtherVoicesGoIntoANewFile) {
     EXPECT_EQ(info.format, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
     EXPECT_EQ(info.samplerate, 16000);
     EXPECT_EQ(info.channels, 1);
-    EXPECT_EQ(readVoiceAudio(result), isolated(samples, windowScores(samples, measureVoice(clip("man-passage")))));
+    EXPECT_EQ(loadVoiceAudio(result), isolated(samples, windowScores(samples, measureVoice(clip("man-passage")))));
     EXPECT_THAT(log.lines(), ElementsAre("[Fenlo] Voice isolation: kept 20/42 frames"));
     EXPECT_TRUE(fs::exists(chunk));
     files::removeQuietly(result);

@@ -24,7 +24,7 @@ inline std::vector<float> silence(std::size_t count) {
 }
 
 inline std::vector<float> clip(const std::string& name) {
-    return readVoiceAudio(std::string(VOICE_CLIPS "/") + name + ".flac");
+    return loadVoiceAudio(std::string(VOICE_CLIPS "/") + name + ".flac").value();
 }
 
 } // namespace fenlo::test

@@ -34,7 +34,7 @@ protected:
         EXPECT_EQ(files.size(), 1u);
         if (files.empty())
             return {};
-        auto samples = readAudioFile(files[0]).mono;
+        auto samples = readSoundFile(files[0], ChannelMix::first).mono;
         files::removeQuietly(files[0]);
         return samples;
     }
