@@ -11,11 +11,19 @@
 #include "base/Text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace fenlo::whisper {
 
 namespace {
+
+// Samples, of the rules with `losesNoSpeech`.
+constexpr int mostUnheard = sampleRate;          // of sound that may lie between two segments
+constexpr int longestToken = sampleRate / 2;     // of sound in a segment, for each of its tokens
+constexpr int shortestWayToUnheard = sampleRate; // from a window's start, so that each window gets on
+constexpr int atOnce = 3 * sampleRate / 10;      // a clip whose first sound is so early gets
+constexpr int leadIn = sampleRate / 10;          // so much silence before it
 
 std::string joined(const auto& values, auto&& toText) {
     std::string text = "[";
@@ -41,6 +49,18 @@ private:
     double& m_total;
     const double m_begin;
 };
+
+float secondsAt(int sample) {
+    return static_cast<float>(static_cast<double>(sample) / sampleRate);
+}
+
+int sampleAt(float seconds) {
+    return static_cast<int>(std::lround(static_cast<double>(seconds) * sampleRate));
+}
+
+bool hasSegments(const SeekResult& found) {
+    return found.segments && !found.segments->empty();
+}
 
 } // namespace
 
@@ -76,6 +96,8 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
     m_options = options;
     m_callback = callback;
     m_stop = std::move(stop);
+    if (options.losesNoSpeech && !m_components.voiceActivityDetector)
+        m_energyVad.emplace(energyVadFor(audioArray));
     if (!m_firstSeek)
         m_previousTokens = options.promptTokens.value_or(std::vector<int>());
     if (!decoder.isModelMultilingual())
@@ -108,7 +130,7 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
     m_timings.fullPipeline = m_components.clock.now() - m_timings.pipelineStart;
     m_timings.decodingNonPrediction = m_timings.decodingLoop - m_timings.decodingPredictions;
     if (options.verbose)
-        logTimings();
+        logTimings(m_timings, logging);
     return {.text = textOf(m_segments),
             .segments = std::move(m_segments),
             .language = m_language.empty() ? defaultLanguageCode : m_language,
@@ -117,25 +139,11 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
 }
 
 void TranscribeTask::transcribeClip(std::size_t clip, int begin, int end, int seek) {
-    const auto windowSamples = m_components.featureExtractor.windowSamples();
-    const int shortestRest = static_cast<int>(m_options.windowClipTime * sampleRate);
-    // What is left after a window is mostly padding when it is shorter than the clip time, and would only invite
-    // invented words; a clip that is short from the start is decoded all the same.
-    const auto isLeft = [&] { return seek < end && (seek == begin || end - seek > shortestRest); };
-    while (isLeft() && (!m_options.maxWindowSeek || seek < *m_options.maxWindowSeek)) {
-        if (m_stop.stop_requested())
-            throw WhisperError(WhisperError::Kind::cancelled, "cancelled");
-        const int length = std::min(windowSamples, end - seek);
-        m_components.logging.debug("Decoding Window Size: " + std::to_string(length) +
-                                   " Seek: " + std::to_string(seek));
-        const AudioEmbeddings embeddings = encode(seek, length);
-        if (m_language.empty())
-            m_language = detectLanguage(embeddings).language;
-        const DecodingResult result = decodeWithFallback(embeddings);
-        ++m_timings.totalDecodingWindows;
+    m_clip = {begin, end};
+    while (isLeft(seek) && (!m_options.maxWindowSeek || seek < *m_options.maxWindowSeek)) {
         const std::size_t segmentsBefore = m_segments.size();
-        seek = std::max(seek + 1, takeSegments(result, seek, length));
-        ++m_windowId;
+        const int start = seek == begin && needsLeadIn() ? seek - leadIn : seek;
+        seek = transcribeWindow(start, std::min(m_components.featureExtractor.windowSamples(), end - start));
         tellCheckpoint(clip, seek, segmentsBefore);
         if (m_progress)
             m_progress(std::min(1.0, static_cast<double>(seek) / static_cast<double>(m_audio.size())));
@@ -153,13 +161,145 @@ void TranscribeTask::tellCheckpoint(std::size_t clip, int seek, std::size_t segm
                              std::span(m_segments).subspan(segmentsBefore));
 }
 
+/// What is left after a window is mostly padding when it is shorter than the clip time, and would only invite invented
+/// words where nobody speaks; a clip that is short from the start is decoded all the same.
+bool TranscribeTask::isLeft(int seek) const {
+    const auto [begin, end] = m_clip;
+    if (seek >= end)
+        return false;
+    return seek == begin || !isShortRest(seek) || (m_options.losesNoSpeech && speechIn(seek, end));
+}
+
+bool TranscribeTask::isShortRest(int seek) const {
+    return m_clip.second - seek <= static_cast<int>(m_options.windowClipTime * sampleRate);
+}
+
+/// Models lose a first word that begins at once.
+bool TranscribeTask::needsLeadIn() const {
+    return hearsEverySound() && speechIn(m_clip.first, std::min(m_clip.first + atOnce, m_clip.second));
+}
+
+/// Whether sound decides beside the model. Without a threshold for silence nobody asks whether somebody speaks.
+bool TranscribeTask::hearsEverySound() const {
+    return m_options.losesNoSpeech && m_options.noSpeechThreshold;
+}
+
+std::vector<std::pair<int, int>> TranscribeTask::activeChunks(int begin, int end) const {
+    begin = std::max(begin, m_clip.first);
+    const VoiceActivityDetector& detector =
+        m_components.voiceActivityDetector ? *m_components.voiceActivityDetector : *m_energyVad;
+    auto chunks = detector.calculateActiveChunks(
+        m_audio.subspan(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin)));
+    for (auto& [first, last] : chunks) {
+        first += begin;
+        last += begin;
+    }
+    return chunks;
+}
+
+/// For how many of these samples somebody speaks.
+int TranscribeTask::soundIn(int begin, int end) const {
+    int samples = 0;
+    for (const auto& [first, last] : activeChunks(begin, end))
+        samples += last - first;
+    return samples;
+}
+
+/// Where somebody speaks within these samples, from the first sound to the last.
+std::optional<std::pair<int, int>> TranscribeTask::speechIn(int begin, int end) const {
+    const auto chunks = activeChunks(begin, end);
+    if (chunks.empty())
+        return std::nullopt;
+    return std::pair(chunks.front().first, chunks.back().second);
+}
+
+int TranscribeTask::transcribeWindow(int seek, int length) {
+    if (m_stop.stop_requested())
+        throw WhisperError(WhisperError::Kind::cancelled, "cancelled");
+    m_components.logging.debug("Decoding Window Size: " + std::to_string(length) + " Seek: " + std::to_string(seek));
+    const AudioEmbeddings embeddings = encode(seek, length);
+    if (m_language.empty())
+        m_language = detectLanguage(embeddings).language;
+    DecodingResult result = decodeWithFallback(embeddings, m_options);
+    SeekResult found = findSegments(result, m_options, seek, length);
+    if (m_options.losesNoSpeech && !hasSegments(found) && speechIn(seek, found.nextSeek))
+        found = listenAgain(embeddings, result, seek, length);
+    if (hearsEverySound() && hasSegments(found))
+        endBeforeUnheardSpeech(found, seek);
+    ++m_timings.totalDecodingWindows;
+    takeSegments(std::move(found.segments).value_or(std::vector<TranscriptionSegment>()), result, seek, length);
+    ++m_windowId;
+    return std::max(seek + 1, found.nextSeek);
+}
+
+/// Behind a segment, speech that no other segment holds was passed over: the next window begins there. So it does where
+/// a short rest of the clip would begin within a word, and at the start of a segment with far too few words for its
+/// sound.
+void TranscribeTask::endBeforeUnheardSpeech(SeekResult& found, int seek) const {
+    std::vector<TranscriptionSegment>& segments = *found.segments;
+    for (std::size_t i = 0; i < segments.size(); ++i) {
+        const int start = sampleAt(segments[i].start);
+        const bool isStretched =
+            start - seek >= shortestWayToUnheard && !segments[i].speechWithoutText &&
+            soundIn(start, sampleAt(segments[i].end)) > longestToken * static_cast<int>(segments[i].tokens.size());
+        const int begin = isStretched ? start : sampleAt(segments[i].end);
+        const bool isLast = i + 1 == segments.size();
+        const int end = isLast ? found.nextSeek : sampleAt(segments[i + 1].start);
+        if (begin - seek < shortestWayToUnheard || begin >= end)
+            continue;
+        const bool beforeRest = isLast && end < m_clip.second && isShortRest(end) && speechIn(end, m_clip.second);
+        if (!isStretched && !beforeRest && soundIn(begin, end) < mostUnheard)
+            continue;
+        m_components.logging.info("Speech without text behind " + text::fixed(secondsAt(begin), 2) +
+                                  "s, decoding from there");
+        segments.resize(i + 1);
+        found.nextSeek = begin;
+        return;
+    }
+}
+
+/// Decodes a window once more, and takes what comes: the tests are made for windows in which nobody speaks. A window
+/// that stays without a text is told by a segment without one.
+SeekResult TranscribeTask::listenAgain(const AudioEmbeddings& embeddings, DecodingResult& result, int seek,
+                                       int length) {
+    const Logging& logging = m_components.logging;
+    logging.info("No text for the speech in the window at " + text::fixed(secondsAt(seek), 2) +
+                 "s, decoding without tests");
+    DecodingOptions untested = m_options;
+    untested.temperatureFallbackCount = 0;
+    untested.compressionRatioThreshold.reset();
+    untested.logProbThreshold.reset();
+    untested.noSpeechThreshold.reset();
+    result = decodeWithFallback(embeddings, untested);
+    SeekResult found = findSegments(result, untested, seek, length);
+    const auto speech = hasSegments(found) ? std::nullopt : speechIn(seek, found.nextSeek);
+    if (!speech)
+        return found;
+    const float lastEnd = m_segments.empty() ? 0 : m_segments.back().end; // words may reach into this window
+    TranscriptionSegment silent;
+    silent.id = static_cast<int>(m_segments.size());
+    silent.seek = seek;
+    silent.end = secondsAt(speech->second);
+    silent.start = std::clamp(lastEnd, secondsAt(speech->first), silent.end);
+    silent.avgLogprob = result.avgLogProb;
+    silent.compressionRatio = result.compressionRatio;
+    silent.noSpeechProb = result.noSpeechProb;
+    silent.speechWithoutText = true;
+    logging.error("No words found for the speech from " + text::fixed(silent.start, 2) + "s to " +
+                  text::fixed(silent.end, 2) + "s");
+    found.segments.emplace({std::move(silent)});
+    return found;
+}
+
 AudioEmbeddings TranscribeTask::encode(int seek, int length) {
     const MelSpectrogramModel& featureExtractor = m_components.featureExtractor;
     std::vector<float> window;
     {
         const Stopwatch watch(m_components.clock, m_timings.audioProcessing);
-        window = m_components.audioProcessor.padOrTrim(m_audio.first(static_cast<std::size_t>(seek + length)), seek,
-                                                       featureExtractor.windowSamples());
+        const int silence = std::max(0, m_clip.first - seek); // before the clip
+        window = m_components.audioProcessor.padOrTrim(m_audio.first(static_cast<std::size_t>(seek + length)),
+                                                       seek + silence, featureExtractor.windowSamples() - silence);
+        window.insert(window.begin(), static_cast<std::size_t>(silence), 0.0f);
     }
     ++m_timings.totalAudioProcessingRuns;
     std::vector<float> mel(static_cast<std::size_t>(featureExtractor.melBands()) *
@@ -194,21 +334,21 @@ DecodingResult TranscribeTask::detectLanguage(const AudioEmbeddings& embeddings)
     return m_components.textDecoder.detectLanguage(embeddings, *m_inputs, sampler, m_timings);
 }
 
-DecodingResult TranscribeTask::decodeWithFallback(const AudioEmbeddings& embeddings) {
+DecodingResult TranscribeTask::decodeWithFallback(const AudioEmbeddings& embeddings, const DecodingOptions& wanted) {
     const Logging& logging = m_components.logging;
     const TextDecoder& decoder = m_components.textDecoder;
     {
         const Stopwatch watch(m_components.clock, m_timings.prefill);
-        m_inputs->reset(decoder.prefillPrompt(m_options, m_language, m_previousTokens));
-        decoder.prefillDecoderInputs(*m_inputs, m_options, m_language);
+        m_inputs->reset(decoder.prefillPrompt(wanted, m_language, m_previousTokens));
+        decoder.prefillDecoderInputs(*m_inputs, wanted, m_language);
     }
     logging.debug("Prefill time: " + text::fixed(m_timings.prefill, 3));
     logging.debug("Prefill prompt: " + listOf(m_inputs->initialPrompt));
 
     std::vector<float> temperatures;
-    for (int i = 0; i <= std::max(0, m_options.temperatureFallbackCount); ++i)
+    for (int i = 0; i <= std::max(0, wanted.temperatureFallbackCount); ++i)
         temperatures.push_back(
-            throughHalf(m_options.temperature + static_cast<float>(i) * m_options.temperatureIncrementOnFallback));
+            throughHalf(wanted.temperature + static_cast<float>(i) * wanted.temperatureIncrementOnFallback));
     logging.debug("Decoding with temperatures " +
                   joined(temperatures, [](float temperature) { return text::fixed(temperature, 4); }));
 
@@ -216,13 +356,17 @@ DecodingResult TranscribeTask::decodeWithFallback(const AudioEmbeddings& embeddi
     for (std::size_t pass = 0; pass < temperatures.size(); ++pass) {
         const double begin = m_components.clock.now();
         logging.debug("Decoding Temperature: " + text::fixed(temperatures[pass], 4));
-        DecodingOptions options = m_options;
+        DecodingOptions options = wanted;
+        // The first token's odds are the same in every pass, and the first pass takes the best: a window that fails the
+        // test once would fail it always.
+        if (wanted.losesNoSpeech)
+            options.firstTokenLogProbThreshold.reset();
         options.seed += static_cast<unsigned>(pass);
         GreedyTokenSampler sampler(temperatures[pass], m_components.tokenizer.specialTokens().endToken, options);
         result = decoder.decodeText(embeddings, *m_inputs, sampler, options, m_language, m_windowId, m_callback,
                                     m_timings, m_stop);
         result.temperature = temperatures[pass];
-        result.fallback = verdict(result);
+        result.fallback = verdict(result, wanted);
         if (pass > 0)
             m_timings.decodingFallback += m_components.clock.now() - begin;
         if (!result.fallback || !result.fallback->needsFallback)
@@ -236,28 +380,32 @@ DecodingResult TranscribeTask::decodeWithFallback(const AudioEmbeddings& embeddi
 }
 
 /// What to make of a finished window, the first test that holds.
-std::optional<DecodingFallback> TranscribeTask::verdict(const DecodingResult& result) const {
+std::optional<DecodingFallback> TranscribeTask::verdict(const DecodingResult& result, const DecodingOptions& options) {
     if (result.fallback && result.fallback->needsFallback)
         return result.fallback; // the first token failed, and the loop has said so
-    if (m_options.noSpeechThreshold && *m_options.noSpeechThreshold < result.noSpeechProb)
+    if (options.noSpeechThreshold && *options.noSpeechThreshold < result.noSpeechProb)
         return DecodingFallback{.needsFallback = false, .fallbackReason = "silence"};
-    if (m_options.compressionRatioThreshold && *m_options.compressionRatioThreshold < result.compressionRatio)
+    if (options.compressionRatioThreshold && *options.compressionRatioThreshold < result.compressionRatio)
         return DecodingFallback{.needsFallback = true, .fallbackReason = "compressionRatioThreshold"};
-    if (m_options.logProbThreshold && *m_options.logProbThreshold > result.avgLogProb)
+    if (options.logProbThreshold && *options.logProbThreshold > result.avgLogProb)
         return DecodingFallback{.needsFallback = true, .fallbackReason = "logProbThreshold"};
     return std::nullopt;
 }
 
-int TranscribeTask::takeSegments(const DecodingResult& result, int seek, int length) {
-    const double begin = m_components.clock.now();
-    SeekResult found = m_components.segmentSeeker.findSeekPointAndSegments(
-        result, m_options, static_cast<int>(m_segments.size()), seek, length, m_components.tokenizer);
-    m_timings.decodingWindowing += m_components.clock.now() - begin;
+SeekResult TranscribeTask::findSegments(const DecodingResult& result, const DecodingOptions& options, int seek,
+                                        int length) {
+    const Stopwatch watch(m_components.clock, m_timings.decodingWindowing);
+    return m_components.segmentSeeker.findSeekPointAndSegments(result, options, static_cast<int>(m_segments.size()),
+                                                               seek, length, m_components.tokenizer);
+}
+
+void TranscribeTask::takeSegments(std::vector<TranscriptionSegment> segments, const DecodingResult& result, int seek,
+                                  int length) {
     m_components.logging.debug("Segments for window:");
-    std::vector<TranscriptionSegment> segments =
-        std::move(found.segments).value_or(std::vector<TranscriptionSegment>());
     if (m_options.wordTimestamps && !segments.empty())
         addWords(segments, result, seek, length);
+    if (seek < m_clip.first)
+        holdToClip(segments);
     for (const TranscriptionSegment& segment : segments)
         m_components.logging.debug("[" + text::fixed(segment.start, 2) + " --> " + text::fixed(segment.end, 2) + "] " +
                                    segment.text);
@@ -274,7 +422,20 @@ int TranscribeTask::takeSegments(const DecodingResult& result, int seek, int len
         m_components.logging.debug("Prefill prompt updated to: " + listOf(m_previousTokens));
     }
     std::ranges::move(segments, std::back_inserter(m_segments));
-    return found.nextSeek;
+}
+
+/// Nothing begins in the silence that was put before the clip.
+void TranscribeTask::holdToClip(std::vector<TranscriptionSegment>& segments) const {
+    const float begin = secondsAt(m_clip.first);
+    for (TranscriptionSegment& segment : segments) {
+        segment.seek = std::max(segment.seek, m_clip.first);
+        segment.start = std::max(segment.start, begin);
+        segment.end = std::max(segment.end, begin);
+        for (WordTiming& word : segment.words ? std::span(*segment.words) : std::span<WordTiming>()) {
+            word.start = std::max(word.start, begin);
+            word.end = std::max(word.end, begin);
+        }
+    }
 }
 
 void TranscribeTask::addWords(std::vector<TranscriptionSegment>& segments, const DecodingResult& result, int seek,
@@ -299,37 +460,6 @@ void TranscribeTask::addWords(std::vector<TranscriptionSegment>& segments, const
     }
     if (!segments.empty())
         m_lastSpeechTimestamp = segments.back().end;
-}
-
-void TranscribeTask::logTimings() const {
-    const TranscriptionTimings& t = m_timings;
-    const std::pair<const char*, double> stages[]{
-        {"Audio Load:          ", t.audioLoading},
-        {"Audio Processing:    ", t.audioProcessing},
-        {"Mels:                ", t.logmels},
-        {"Encoding:            ", t.encoding},
-        {"Decoder Prefill:     ", t.prefill},
-        {"Decoder Init:        ", t.decodingInit},
-        {"Predictions:         ", t.decodingPredictions},
-        {"Filtering:           ", t.decodingFiltering},
-        {"Sampling:            ", t.decodingSampling},
-        {"Fallbacks:           ", t.decodingFallback},
-        {"Windowing:           ", t.decodingWindowing},
-        {"Word Timestamps:     ", t.decodingWordTimestamps},
-        {"Decoding Full Loop:  ", t.decodingLoop},
-    };
-    const Logging& logging = m_components.logging;
-    logging.info("---- Transcription Timings ----");
-    for (const auto& [name, seconds] : stages)
-        logging.info(name + text::fixed(seconds * 1000, 2) + " ms");
-    logging.info("Model Load Time:     " + text::fixed(t.modelLoading, 2) + " seconds");
-    logging.info("Inference Duration:  " + text::fixed(t.fullPipeline, 2) + " seconds");
-    logging.info("- Decoding Loop:     " + text::fixed(t.decodingLoop, 2) + " seconds");
-    if (t.fullPipeline > 0 && t.inputAudioSeconds > 0) {
-        logging.info("Real Time Factor:    " + text::fixed(t.fullPipeline / t.inputAudioSeconds, 3));
-        logging.info("Tokens per second:   " + text::fixed(t.totalDecodingLoops / t.fullPipeline, 1));
-    }
-    logging.info("Fallbacks:           " + text::fixed(t.totalDecodingFallbacks, 0));
 }
 
 } // namespace fenlo::whisper

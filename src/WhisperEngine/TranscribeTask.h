@@ -5,6 +5,7 @@
 #include "WhisperEngine/TextDecoder/TextDecoder.h"
 #include "WhisperEngine/TranscriptionCheckpoint.h"
 #include "WhisperEngine/TranscriptionResult.h"
+#include "WhisperEngine/VoiceActivityDetector/VoiceActivityDetector.h"
 
 #include <functional>
 #include <memory>
@@ -24,6 +25,7 @@ class AudioEncoderModel;
 class AudioProcessor;
 class MelSpectrogramModel;
 class SegmentSeeker;
+struct SeekResult;
 class WhisperTokenizer;
 
 /// What every task shares: constant, and outlives it.
@@ -36,6 +38,7 @@ struct TaskComponents {
     const WhisperTokenizer& tokenizer;
     Clock& clock;
     const Logging& logging;
+    const VoiceActivityDetector* voiceActivityDetector = nullptr; // none: by the energy
 };
 
 /// New segments as they are found, in order.
@@ -43,6 +46,12 @@ using SegmentDiscoveryCallback = std::function<void(const std::vector<Transcript
 
 /// Transcribes one array of samples: walks over it window by window, and decodes a window again at a higher temperature
 /// when its result looks bad. A task serves one array and is not used again.
+///
+/// With `losesNoSpeech` the first token is not tested; the next window begins where the last one's closing pair says; a
+/// short rest behind a full window is decoded where somebody speaks in it; and a window without a text in which
+/// somebody speaks is decoded once more without tests, and is told by a segment without text if it stays empty. With a
+/// `noSpeechThreshold` too, a second of speech that the segments of a window pass over is where the next one begins,
+/// and a clip that begins with speech gets a little silence before it. The detector of the components says who speaks.
 ///
 /// Threads: one. Callbacks run on it.
 /// Errors:  WhisperError; partial results are not returned. A stop request ends in the kind `cancelled`.
@@ -66,14 +75,25 @@ private:
     /// From `seek`, which is `begin` unless the clip was stopped within.
     void transcribeClip(std::size_t clip, int begin, int end, int seek);
     void tellCheckpoint(std::size_t clip, int seek, std::size_t segmentsBefore) const;
-    AudioEmbeddings encode(int seek, int length);
-    DecodingResult decodeWithFallback(const AudioEmbeddings& embeddings);
-    std::optional<DecodingFallback> verdict(const DecodingResult& result) const;
-    DecodingResult detectLanguage(const AudioEmbeddings& embeddings);
     /// Where the next window begins.
-    int takeSegments(const DecodingResult& result, int seek, int length);
+    int transcribeWindow(int seek, int length);
+    bool isLeft(int seek) const;
+    bool isShortRest(int seek) const;
+    bool needsLeadIn() const;
+    bool hearsEverySound() const;
+    void endBeforeUnheardSpeech(SeekResult& found, int seek) const;
+    std::vector<std::pair<int, int>> activeChunks(int begin, int end) const;
+    int soundIn(int begin, int end) const;
+    std::optional<std::pair<int, int>> speechIn(int begin, int end) const;
+    AudioEmbeddings encode(int seek, int length);
+    DecodingResult decodeWithFallback(const AudioEmbeddings& embeddings, const DecodingOptions& wanted);
+    static std::optional<DecodingFallback> verdict(const DecodingResult& result, const DecodingOptions& options);
+    SeekResult listenAgain(const AudioEmbeddings& embeddings, DecodingResult& result, int seek, int length);
+    DecodingResult detectLanguage(const AudioEmbeddings& embeddings);
+    SeekResult findSegments(const DecodingResult& result, const DecodingOptions& options, int seek, int length);
+    void takeSegments(std::vector<TranscriptionSegment> segments, const DecodingResult& result, int seek, int length);
+    void holdToClip(std::vector<TranscriptionSegment>& segments) const;
     void addWords(std::vector<TranscriptionSegment>& segments, const DecodingResult& result, int seek, int length);
-    void logTimings() const;
 
     const TaskComponents m_components;
     const SegmentDiscoveryCallback m_segmentDiscoveryCallback;
@@ -86,11 +106,13 @@ private:
     std::stop_token m_stop;
     std::string m_language; // empty until it is known
     std::vector<int> m_previousTokens;
+    std::optional<EnergyVAD> m_energyVad; // with losesNoSpeech, where the components have no detector
     std::unique_ptr<DecodingInputs> m_inputs;
     TranscriptionTimings m_timings;
     std::vector<TranscriptionSegment> m_segments;
     float m_lastSpeechTimestamp = 0;
     int m_windowId = 0;
+    std::pair<int, int> m_clip; // begin and end samples
     std::size_t m_firstClip = 0;
     std::optional<int> m_firstSeek; // where a stopped task goes on
 };

@@ -40,4 +40,9 @@ struct TranscriptionTimings {
     double fullPipeline = 0;
 };
 
+class Logging;
+
+/// The block of lines at the end of a verbose transcription.
+void logTimings(const TranscriptionTimings& timings, const Logging& logging);
+
 } // namespace fenlo::whisper

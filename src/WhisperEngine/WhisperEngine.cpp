@@ -232,8 +232,8 @@ TaskComponents WhisperEngine::components() const {
         throw WhisperError(WhisperError::Kind::modelsUnavailable, "Models are unavailable");
     if (!m_tokenizer)
         throw WhisperError(WhisperError::Kind::tokenizerUnavailable, "Tokenizer is unavailable");
-    return {*m_featureExtractor, *m_audioEncoder, *m_textDecoder, *m_audioProcessor,
-            *m_segmentSeeker,    *m_tokenizer,    m_clock,        m_logging};
+    return {*m_featureExtractor, *m_audioEncoder, *m_textDecoder, *m_audioProcessor, *m_segmentSeeker,
+            *m_tokenizer,        m_clock,         m_logging,      m_config.voiceActivityDetector.get()};
 }
 
 std::vector<TranscriptionResult> WhisperEngine::transcribe(const fs::path& audioPath,

@@ -1,19 +1,12 @@
 // The whole engine against what an independent implementation made of the same clips with the same model.
 
-#include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
-#include "WhisperEngine/WhisperEngine.h"
-#include "base/Clock.h"
-#include "base/Files.h"
-#include "base/Text.h"
-#include "support/FakeHttpClient.h"
+#include "golden/Golden.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <numeric>
 
 using namespace fenlo;
 using namespace fenlo::whisper;
+using namespace fenlo::whisper::test;
 namespace fs = std::filesystem;
 
 namespace {
@@ -27,65 +20,21 @@ struct Clip {
 std::vector<Clip> clipsOf(const char* list) {
     const fs::path path = fs::path(GOLDEN_FOLDER) / list;
     std::vector<Clip> clips;
-    for (const auto& entry : nlohmann::json::parse(files::read(path).value()))
+    for (const auto& entry : golden(path))
         clips.push_back({path.parent_path() / entry["file"].get<std::string>(), entry["reference"],
                          entry["with_timestamps"], entry["no_timestamps"]});
     return clips;
 }
 
-std::vector<std::string> wordsOf(const std::string& text) {
-    std::vector<std::string> words;
-    for (const std::string& word : text::words(text::lower(text)))
-        words.push_back(text::trimPunctuation(word));
-    return words;
-}
-
-/// Substitutions, insertions and deletions (Levenshtein).
-int wordErrors(const std::vector<std::string>& reference, const std::vector<std::string>& heard) {
-    std::vector<int> row(heard.size() + 1);
-    std::iota(row.begin(), row.end(), 0);
-    for (std::size_t i = 1; i <= reference.size(); ++i) {
-        int diagonal = std::exchange(row[0], static_cast<int>(i));
-        for (std::size_t j = 1; j <= heard.size(); ++j)
-            diagonal = std::exchange(
-                row[j], std::min({row[j] + 1, row[j - 1] + 1, diagonal + (reference[i - 1] != heard[j - 1] ? 1 : 0)}));
-    }
-    return row.back();
-}
-
 class Golden : public testing::TestWithParam<ComputeUnit> {
 protected:
-    /// One engine for each precision, in a copy of the model: compiling writes beside the checkpoint.
+    /// One engine for each precision.
     static const WhisperEngine& engine() {
         static std::map<ComputeUnit, std::unique_ptr<WhisperEngine>> engines;
         auto& engine = engines[GetParam()];
-        if (!engine) {
-            static SystemClock clock;
-            static test::FakeHttpClient noNetwork;
-            const fs::path folder = files::temporaryFile("model_", "");
-            fs::copy(DEMO_MODEL_FOLDER, folder);
-            WhisperEngineConfig config;
-            config.modelFolder = folder;
-            config.computeOptions = ModelComputeOptions::all(GetParam());
-            engine = WhisperEngine::create(std::move(config), noNetwork, clock, {});
-            fs::remove_all(folder); // the models are mapped, and need no names any more
-        }
+        if (!engine)
+            engine = goldenEngine(GetParam());
         return *engine;
-    }
-
-    /// As the references were made: greedy, one pass, the published suppression lists.
-    static DecodingOptions options(bool withoutTimestamps) {
-        DecodingOptions options;
-        options.withoutTimestamps = withoutTimestamps;
-        options.temperatureFallbackCount = 0;
-        options.firstTokenLogProbThreshold.reset();
-        options.noSpeechThreshold.reset();
-        options.maxInitialTimestamp = 1.0f;
-        options.suppressBlank = true;
-        options.skipSpecialTokens = true;
-        const auto settings = nlohmann::json::parse(files::read(fs::path(DEMO_MODEL_FOLDER) / "config.json").value());
-        options.supressTokens = settings["suppress_tokens"].get<std::vector<int>>();
-        return options;
     }
 
     static TranscriptionResult transcribe(const Clip& clip, const DecodingOptions& options) {
@@ -103,7 +52,7 @@ protected:
 
     static void expectReference(const Clip& clip, bool withTimestamps) {
         const auto& reference = withTimestamps ? clip.withTimestamps : clip.withoutTimestamps;
-        const TranscriptionResult result = transcribe(clip, options(!withTimestamps));
+        const TranscriptionResult result = transcribe(clip, referenceOptions(!withTimestamps));
         const auto expected = reference["tokens"].get<std::vector<int>>();
         const auto tokens = tokensOf(result);
         EXPECT_EQ(result.text, reference["text"].get<std::string>());
@@ -144,8 +93,8 @@ TEST_P(Golden, EvaluationClipsAreHeardAsWellAsByTheReference) {
         }
         const auto spoken = wordsOf(clip.reference);
         words += static_cast<int>(spoken.size());
-        errors += wordErrors(spoken, wordsOf(transcribe(clip, options(false)).text));
-        referenceErrors += wordErrors(spoken, wordsOf(clip.withTimestamps["text"]));
+        errors += align(spoken, wordsOf(transcribe(clip, referenceOptions(false)).text)).errors;
+        referenceErrors += align(spoken, wordsOf(clip.withTimestamps["text"])).errors;
     }
     if (words > 0) {
         EXPECT_LE(100.0 * errors / words, 100.0 * referenceErrors / words + 0.2)
@@ -159,6 +108,8 @@ TEST_P(Golden, ThresholdsTellSpeechFromNoise) {
         DecodingOptions dictation;
         dictation.skipSpecialTokens = true;
         const TranscriptionResult result = transcribe(clip, dictation);
+        dictation.losesNoSpeech = true;
+        EXPECT_EQ(transcribe(clip, dictation).text, result.text) << clip.file;
         const bool isNoise = clip.file.string().find("noise") != std::string::npos;
         EXPECT_EQ(result.text, isNoise ? "" : clip.withTimestamps["text"].get<std::string>()) << clip.file;
         if (!isNoise) {
@@ -168,11 +119,11 @@ TEST_P(Golden, ThresholdsTellSpeechFromNoise) {
 }
 
 TEST_P(Golden, WordsHaveTimesInsideTheSpeech) {
-    const auto list = nlohmann::json::parse(files::read(fs::path(GOLDEN_FOLDER) / "samples/samples.json").value());
+    const auto list = golden(fs::path(GOLDEN_FOLDER) / "samples/samples.json");
     for (const auto& entry : list) {
         if (entry["reference"] == "")
             continue;
-        DecodingOptions withWords = options(false);
+        DecodingOptions withWords = referenceOptions(false);
         withWords.wordTimestamps = true;
         const auto results = engine().transcribe(fs::path(GOLDEN_FOLDER) / "samples" / entry["file"].get<std::string>(),
                                                  withWords, {}, {});

@@ -57,8 +57,11 @@ protected:
         std::vector<float> audio(static_cast<std::size_t>(seconds * 16000));
         for (std::size_t i = 0; i < audio.size(); ++i)
             audio[i] = static_cast<float>(i + 1);
+        for (const auto& [from, to] : silences)
+            std::fill(audio.begin() + from * 16000,
+                      audio.begin() + std::min<std::ptrdiff_t>(to * 16000, std::ssize(audio)), 0.0f);
         TranscribeTask task(
-            {mel, encoder, decoder, processor, seeker, *sharedTokenizer(), clock, logging},
+            {mel, encoder, decoder, processor, seeker, *sharedTokenizer(), clock, logging, &detector},
             [this](const auto& segments) { discovered.push_back(textOf(segments)); },
             [this](double fraction) { fractions.push_back(fraction); });
         return task.run(audio, options, callback, {});
@@ -77,6 +80,8 @@ protected:
     int countOf(const std::string& line) const { return static_cast<int>(std::ranges::count(lines, line)); }
 
     fenlo::test::VirtualClock clock;
+    std::vector<std::pair<int, int>> silences; // seconds
+    const EnergyVAD detector;
     int logits = 51864;
     DecodingOptions options;
     TranscriptionCallback callback;
@@ -161,6 +166,67 @@ TEST_F(Task, DecodesClipsAndLeavesOutAShortRest) {
     options.maxWindowSeek = 480000;
     run(100, {{.tokens = segment}});
     EXPECT_EQ(mel.firstSamples.size(), 1u);
+}
+
+TEST_F(Task, LosesNoSpeech_AnUnsureFirstTokenIsNoReasonForNoText) {
+    const ScriptedPass unsure{.tokens = said(0, " New line.", 2), .confidence = 12}; // about -0.01 the first token
+    options.logProbThreshold.reset();
+    options.firstTokenLogProbThreshold = -0.001f;
+    EXPECT_EQ(run(2.5, {unsure}).text, "") << "all passes fail";
+    options.losesNoSpeech = true;
+    EXPECT_EQ(run(2.5, {unsure}).text, " New line.");
+}
+
+TEST_F(Task, LosesNoSpeech_DecodesTheRestThatSounds) {
+    options.losesNoSpeech = true;
+    options.noSpeechThreshold.reset(); // no other window is added
+    const ScriptedPass pass{.tokens = said(0, " New line.", 29)};
+    run(30.9, {pass});
+    EXPECT_EQ(mel.firstSamples, (std::vector<float>{1, 30 * 16000 + 1}));
+    silences = {{30, 31}};
+    run(30.9, {pass});
+    EXPECT_EQ(mel.firstSamples.size(), 3u) << "silence is left out";
+    options.noSpeechThreshold = 0.6f;
+    silences = {{0, 1}};
+    mel = {};
+    run(30.9, {pass});
+    EXPECT_EQ(mel.firstSamples.back(), 29 * 16000 + 1) << "the word at the cut is heard whole";
+}
+
+TEST_F(Task, LosesNoSpeech_SaysWhereSpeechHasNoText) {
+    options.losesNoSpeech = true;
+    silences = {{0, 2}, {4, 30}};
+    const ScriptedPass silent{.tokens = {time(0), 262, 262}, .confidence = 9.6f, .noSpeechScore = 30};
+    const TranscriptionResult heard = run(30, {silent, {.tokens = said(0, " New line.", 4)}});
+    EXPECT_EQ(heard.text, " New line.") << "decoded once more";
+    EXPECT_FALSE(heard.segments.at(0).speechWithoutText);
+
+    const TranscriptionResult unheard = run(30, {{.tokens = {}}});
+    ASSERT_EQ(unheard.segments.size(), 1u);
+    EXPECT_TRUE(unheard.segments[0].speechWithoutText);
+    EXPECT_FLOAT_EQ(unheard.segments[0].start, 2);
+    EXPECT_FLOAT_EQ(unheard.segments[0].end, 4);
+    EXPECT_EQ(countOf("No words found for the speech from 2.00s to 4.00s"), 1);
+    silences = {{0, 30}};
+    EXPECT_TRUE(run(30, {{.tokens = {}}}).segments.empty()) << "silence is silence";
+}
+
+TEST_F(Task, LosesNoSpeech_GoesBackToSpeechThatAWindowPassedOver) {
+    options.losesNoSpeech = true;
+    silences = {{0, 1}, {10, 28}};
+    const TranscriptionResult result =
+        run(28, {{.tokens = said(1, " New line.", 4)}, {.tokens = said(0, " Copy that.", 6)}});
+    EXPECT_EQ(result.text, " New line. Copy that.");
+    EXPECT_EQ(mel.firstSamples, (std::vector<float>{0, 4 * 16000 + 1}));
+}
+
+TEST_F(Task, LosesNoSpeech_PutsSilenceBeforeAClipThatBeginsAtOnce) {
+    options.losesNoSpeech = true;
+    const TranscriptionResult result = run(5, {{.tokens = said(0, " New line.", 5)}});
+    EXPECT_EQ(mel.firstSamples, (std::vector<float>{0}));
+    EXPECT_EQ(mel.soundingSamples, (std::vector<std::ptrdiff_t>{5 * 16000}));
+    EXPECT_EQ(result.segments.at(0).start, 0);
+    EXPECT_EQ(result.segments.at(0).seek, 0);
 }
 
 TEST_F(Task, NoAudioIsAnError) {

@@ -87,14 +87,21 @@ std::vector<SubtitleCue> highlighted(const SubtitleCue& cue, const Escape& escap
     return cues;
 }
 
-/// Calls `use` with the times and the text of each cue as it stands in the file.
+/// Calls `use` with the times and the text of each cue as it stands in the file. Cues never overlap, as players would
+/// show two at once.
 void eachCue(std::span<const TranscriptionResult> results, const SubtitleLayout& layout, const Escape& escape,
              const std::function<void(const SubtitleCue&)>& use) {
+    long lastEnd = 0;
+    const auto useInOrder = [&](SubtitleCue cue) {
+        cue.span = visible({std::max(cue.span.start, lastEnd), cue.span.end});
+        lastEnd = cue.span.end;
+        use(cue);
+    };
     for (const SubtitleCue& cue : subtitleCues(results, layout))
         if (layout.highlightWords && !cue.words.empty())
-            std::ranges::for_each(highlighted(cue, escape), use);
+            std::ranges::for_each(highlighted(cue, escape), useInOrder);
         else
-            use({cue.span, escape(cue.text), cue.words});
+            useInOrder({cue.span, escape(cue.text), cue.words});
 }
 
 } // namespace

@@ -84,15 +84,15 @@ private:
 struct Cuts {
     std::vector<Tokens> stretches;
     Tokens rest;
-    bool hasPairs = false;
+    std::optional<int> lastClosing; // the first of the last pair's two time tokens; none without pairs
 };
 
 Cuts cutAtPairs(Tokens tokens, const Window& window) {
-    Cuts cuts{.stretches = {}, .rest = tokens, .hasPairs = false};
+    Cuts cuts{.stretches = {}, .rest = tokens, .lastClosing = std::nullopt};
     for (std::size_t i = 1; i < tokens.size(); ++i) {
         if (!window.isTime(tokens[i - 1]) || !window.isTime(tokens[i]))
             continue;
-        cuts.hasPairs = true;
+        cuts.lastClosing = tokens[i - 1];
         const std::size_t begin = tokens.size() - cuts.rest.size();
         const Tokens stretch = tokens.subspan(begin, i - begin);
         if (window.hasText(stretch)) {
@@ -101,6 +101,21 @@ Cuts cutAtPairs(Tokens tokens, const Window& window) {
         }
     }
     return cuts;
+}
+
+/// Where a window with pairs says that the next one begins. Without a value, or with one that leads nowhere, the whole
+/// window is done.
+std::optional<int> seekAfterPairs(Tokens tokens, const Cuts& cuts, const Window& window, bool losesNoSpeech) {
+    const bool endsInTime = window.isTime(tokens.back());
+    const bool endsInPair = endsInTime && window.isTime(tokens[tokens.size() - 2]);
+    if (losesNoSpeech) {
+        if (endsInTime && !endsInPair)
+            return std::nullopt; // the last sentence is whole
+        return window.sampleAt(*cuts.lastClosing);
+    }
+    if (endsInPair)
+        return std::nullopt;
+    return window.sampleAt(endsInTime ? tokens.back() : window.timeBefore(cuts.rest).value_or(*cuts.lastClosing));
 }
 
 float seconds(int samples) {
@@ -117,31 +132,30 @@ SeekResult SegmentSeeker::findSeekPointAndSegments(const DecodingResult& decodin
         return {.nextSeek = window.end(), .segments = std::nullopt};
 
     const Tokens tokens = sampledTokens(decodingResult, options, tokenizer.specialTokens());
-    Cuts cuts = options.withoutTimestamps ? Cuts{.stretches = {}, .rest = tokens, .hasPairs = false}
+    Cuts cuts = options.withoutTimestamps ? Cuts{.stretches = {}, .rest = tokens, .lastClosing = std::nullopt}
                                           : cutAtPairs(tokens, window);
     int nextSeek = window.end();
-    const bool endsInTime = !tokens.empty() && window.isTime(tokens.back());
-    const bool endsInPair = endsInTime && tokens.size() > 1 && window.isTime(tokens[tokens.size() - 2]);
-    if (cuts.hasPairs && !endsInPair) {
-        const std::optional<int> last = endsInTime ? tokens.back() : window.timeBefore(cuts.rest);
-        const int seek = window.sampleAt(last.value_or(tokens.back()));
+    if (cuts.lastClosing) {
+        const auto seek = seekAfterPairs(tokens, cuts, window, options.losesNoSpeech);
         // A time that leads nowhere, or out of the window, ends the window: a seek that stands still would never end.
-        if (seek > currentSeek && seek < window.end()) {
-            nextSeek = seek;
-            if (!endsInTime)
+        if (seek && *seek > currentSeek && *seek < window.end()) {
+            nextSeek = std::min(std::max(*seek, currentSeek + leastStep), window.end());
+            if (!window.isTime(tokens.back()))
                 cuts.rest = {}; // is decoded again from there
         }
     }
     if (window.hasText(cuts.rest))
         cuts.stretches.push_back(cuts.rest);
 
+    // Without pairs the window is one segment from its very beginning.
+    const bool isWhole = !cuts.lastClosing;
     std::vector<TranscriptionSegment> segments;
     int previousEnd = currentSeek;
     for (const Tokens stretch : cuts.stretches) {
         const auto sampleOf = [&](std::optional<int> time, int otherwise, int from) {
             return std::clamp(time ? window.sampleAt(*time) : otherwise, from, window.end());
         };
-        const int start = sampleOf(window.timeBefore(stretch), previousEnd, previousEnd);
+        const int start = isWhole ? currentSeek : sampleOf(window.timeBefore(stretch), previousEnd, previousEnd);
         const int end = sampleOf(window.timeAfter(stretch), window.end(), start);
         const auto first = static_cast<std::size_t>(stretch.data() - decodingResult.tokens.data());
         TranscriptionSegment segment;

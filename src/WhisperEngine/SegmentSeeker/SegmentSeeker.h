@@ -33,6 +33,9 @@ struct SeekResult {
 /// Units:   seek, segment size and rate in samples; times in seconds.
 class SegmentSeeker {
 public:
+    /// The seek moves on at least so far, however early a window's last pair stands. It is shorter than a word, so that
+    /// none is passed over, and bounds what the strangest model costs: 150 windows for thirty seconds.
+    static constexpr int leastStep = sampleRate / 5;
     static constexpr const char* prependPunctuations = "\"'“¡¿([{-";
     static constexpr const char* appendPunctuations = "\"'.。,，!！?？:：”)]}、";
 
@@ -42,6 +45,10 @@ public:
     /// window and hold every token that was sampled, up to the rest that the next window decodes again; time tokens are
     /// among their tokens, and in their text unless `skipSpecialTokens` is set. A stretch without text is no segment of
     /// its own. The next seek lies behind the current one, and at most at the end of the window.
+    ///
+    /// A closing pair of time tokens says that a sentence begins in the window which is not all in it. It uses the
+    /// window up; with `losesNoSpeech` the next window begins at the pair instead, and a single time at the end uses
+    /// the window up.
     virtual SeekResult findSeekPointAndSegments(const DecodingResult& decodingResult, const DecodingOptions& options,
                                                 int allSegmentsCount, int currentSeek, int segmentSize,
                                                 const WhisperTokenizer& tokenizer) const;

@@ -45,6 +45,16 @@ float meanProbability(std::span<const float> logProbs) {
     return sum / static_cast<float>(logProbs.size());
 }
 
+/// Words follow each other between two times. Returns the end of the last one.
+float holdInOrder(std::vector<WordTiming>& words, float from, float to) {
+    for (WordTiming& word : words) {
+        word.start = std::clamp(word.start, from, to);
+        word.end = std::clamp(word.end, word.start, to);
+        from = word.end;
+    }
+    return from;
+}
+
 } // namespace
 
 std::vector<WordTiming> SegmentSeeker::findAlignment(std::span<const int> wordTokenIds,
@@ -131,6 +141,9 @@ SegmentSeeker::addWordTimestamps(std::vector<TranscriptionSegment> segments, con
 
     const WordDurations durations = wordDurations(wordsOfSegments);
     const WordTiming* previous = nullptr;
+    const float windowEnd = static_cast<float>(static_cast<double>(seek + segmentSize) / sampleRate);
+    float spoken =
+        std::clamp(lastSpeechTimestamp, offset, windowEnd); // words of the last window may reach into this one
     for (std::size_t i = 0; i < segments.size(); ++i) {
         TranscriptionSegment& segment = segments[i];
         std::vector<WordTiming>& words = segment.words.emplace(std::move(wordsOfSegments[i]));
@@ -138,6 +151,7 @@ SegmentSeeker::addWordTimestamps(std::vector<TranscriptionSegment> segments, con
             continue;
         clipAtSentenceEnds(words, previous, durations);
         clipAtSegmentEdges(words, segment.start, segment.end, lastSpeechTimestamp, durations);
+        spoken = holdInOrder(words, spoken, windowEnd);
         segment.start = words.front().start;
         segment.end = words.back().end;
         lastSpeechTimestamp = segment.end;

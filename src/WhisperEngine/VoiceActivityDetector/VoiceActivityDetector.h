@@ -45,9 +45,14 @@ public:
     explicit EnergyVAD(int sampleRate = 16000, float frameLength = 0.1f, float frameOverlap = 0.0f,
                        float energyThreshold = 0.02f);
     std::vector<bool> voiceActivity(std::span<const float> waveform) const override;
+    float energyThreshold() const { return m_energyThreshold; }
 
 private:
     float m_energyThreshold;
 };
+
+/// For one recording: the stock threshold is lowered where the whole recording is quieter, and raised above a noise that
+/// is there all the time.
+EnergyVAD energyVadFor(std::span<const float> recording);
 
 } // namespace fenlo::whisper

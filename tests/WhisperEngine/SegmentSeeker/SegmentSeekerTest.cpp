@@ -58,7 +58,7 @@ TEST_F(Seeking, SingleTimeAtTheEnd_ClosesASegment) {
     EXPECT_EQ(brief(found), (Lines{"1.00-5.00 New line.", "5.00-10.0 Copy that."}));
     EXPECT_EQ(found.nextSeek, 10 * sampleRate) << "the last time";
     found = read(tokens(at(0.5), " New line.", at(4)), sampleRate);
-    EXPECT_EQ(brief(found), (Lines{"1.50-5.00 New line."}));
+    EXPECT_EQ(brief(found), (Lines{"1.00-5.00 New line."}));
     EXPECT_EQ(found.nextSeek, 31 * sampleRate) << "without a pair the whole window is done";
 }
 
@@ -68,8 +68,19 @@ TEST_F(Seeking, TwoTimesAtTheEnd_TakeTheWholeWindow) {
     EXPECT_EQ(found.nextSeek, windowSize);
 }
 
+TEST_F(Seeking, LosesNoSpeech_GoesOnAtAPair_AndTakesTheWindowAtASingleTime) {
+    options.losesNoSpeech = true;
+    const auto goesOnAt = [&](const std::vector<int>& sampled) { return read(sampled, 320).nextSeek - 320; };
+    EXPECT_EQ(goesOnAt(tokens(at(0), " New line.", at(4), at(5))), 4 * sampleRate) << "where the sentence ended";
+    EXPECT_EQ(goesOnAt(tokens(at(0), " New line.", at(4), at(5), " Copy that.", at(9))), windowSize);
+    EXPECT_EQ(goesOnAt(tokens(at(0), " New line.", at(4), at(5), " Copy")), 4 * sampleRate);
+    EXPECT_EQ(brief(read(tokens(at(0), " New line.", at(4), at(5), " Copy"))), (Lines{"0.00-4.00 New line."}));
+    EXPECT_EQ(goesOnAt(tokens(at(0), " New", at(0.02), at(0.02))), SegmentSeeker::leastStep) << "never less";
+    EXPECT_EQ(goesOnAt(tokens(at(0), at(0), " New line.")), windowSize);
+}
+
 TEST_F(Seeking, NoPairs_OneSegmentToTheWindowsEnd) {
-    EXPECT_EQ(brief(read(tokens(at(1), " New line."), 0, 5 * sampleRate)), (Lines{"1.00-5.00 New line."}));
+    EXPECT_EQ(brief(read(tokens(at(1), " New line."), 0, 5 * sampleRate)), (Lines{"0.00-5.00 New line."}));
     prompt.push_back(tokenizer().specialTokens().noTimestampsToken);
     options.withoutTimestamps = true;
     const auto found = read(tokens(" New line. Copy that."), sampleRate, 5 * sampleRate);
@@ -154,6 +165,7 @@ TEST_F(Seeking, AnyTokens_MoveOnAndLoseNoText) {
                 sampled.push_back(special.timeTokenBegin + static_cast<int>(random() % 1501));
                 break;
             }
+        options.losesNoSpeech = round % 2 == 0;
         const int seek = static_cast<int>(random() % 1000000);
         const int size = static_cast<int>(random() % windowSize) + 1;
         const auto found = read(sampled, seek, size);
