@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <system_error>
 
@@ -55,6 +56,40 @@ std::string sizeOf(std::uint64_t bytes) {
     char text[32];
     std::snprintf(text, sizeof text, "%.0f MB", static_cast<double>(bytes) / 1e6);
     return text;
+}
+
+/// What fetching and preparing a model takes.
+struct ModelWork {
+    whisper::WhisperEngineConfig config;
+    HttpClient& http;
+    Clock& clock;
+    Progress& progress;
+    std::stop_token stop;
+};
+
+/// Shows how far the work is, and ends it in one line when the user interrupts it.
+int fetchAndPrepare(const std::function<void(ModelWork&)>& work) {
+    TerminationSignals::block();
+    std::stop_source interruption;
+    const TerminationSignals termination([&] { interruption.request_stop(); });
+    const Deployment deployment = Deployment::load();
+    CurlHttpClient http;
+    SystemClock clock;
+    Progress progress(clock);
+    ModelWork all{engineConfig(deployment), http, clock, progress, interruption.get_token()};
+    all.config.downloadProgress = [&](const hub::DownloadProgress& step) {
+        progress.bytes("Downloading", step.received, step.total);
+    };
+    all.config.compileProgress = [&](double fraction) { progress.fraction("Preparing", fraction); };
+    try {
+        work(all);
+    } catch (const whisper::WhisperError& error) {
+        progress.finish();
+        if (error.kind != whisper::WhisperError::Kind::cancelled)
+            throw;
+        throw Interrupted("interrupted; the same command goes on from here");
+    }
+    return exitStatus::ok;
 }
 
 } // namespace
@@ -108,65 +143,29 @@ int runModelsList(bool json) {
 }
 
 int runModelsDownload(const std::string& name) {
-    TerminationSignals::block();
-    std::stop_source interruption;
-    const TerminationSignals termination([&] { interruption.request_stop(); });
-    const Deployment deployment = Deployment::load();
-    CurlHttpClient http;
-    SystemClock clock;
-    Progress progress(clock);
-    whisper::WhisperEngineConfig config = engineConfig(deployment);
-    config.model = name;
-    config.load = false;
-    config.downloadProgress = [&](const hub::DownloadProgress& step) {
-        progress.bytes("Downloading", step.received, step.total);
-    };
-    config.compileProgress = [&](double fraction) { progress.fraction("Preparing", fraction); };
-    try {
-        const auto engine = whisper::WhisperEngine::create(std::move(config), http, clock, interruption.get_token());
-        progress.finish();
+    return fetchAndPrepare([&](ModelWork& work) {
+        work.config.model = name;
+        work.config.load = false;
+        const auto engine = whisper::WhisperEngine::create(work.config, work.http, work.clock, work.stop);
+        work.progress.finish();
         printFormatted("%s\n", engine->modelFolder().c_str());
-    } catch (const whisper::WhisperError& error) {
-        progress.finish();
-        if (error.kind != whisper::WhisperError::Kind::cancelled)
-            throw;
-        throw Interrupted("interrupted; the same command goes on from here");
-    }
-    return exitStatus::ok;
+    });
 }
 
 int runModelsRepair(const std::string& name) {
-    TerminationSignals::block();
-    std::stop_source interruption;
-    const TerminationSignals termination([&] { interruption.request_stop(); });
-    const Deployment deployment = Deployment::load();
-    CurlHttpClient http;
-    SystemClock clock;
-    Progress progress(clock);
-    whisper::WhisperEngineConfig config = engineConfig(deployment);
-    config.downloadProgress = [&](const hub::DownloadProgress& step) {
-        progress.bytes("Downloading", step.received, step.total);
-    };
-    config.compileProgress = [&](double fraction) { progress.fraction("Preparing", fraction); };
-    try {
-        const whisper::Repair repair = whisper::repairModel(config, name, http, clock, interruption.get_token());
-        progress.finish();
+    return fetchAndPrepare([&](ModelWork& work) {
+        const whisper::Repair repair = whisper::repairModel(work.config, name, work.http, work.clock, work.stop);
+        work.progress.finish();
         for (const std::string& file : repair.fetched)
             printFormatted("fetched again: %s\n", file.c_str());
         if (!repair.unchecked.empty())
             std::fprintf(stderr, "fenlo: the files could not be compared with the hub's: %s\n",
                          repair.unchecked.c_str());
-        config.modelFolder = repair.folder;
-        whisper::WhisperEngine::create(std::move(config), http, clock, interruption.get_token());
-        progress.finish();
+        work.config.modelFolder = repair.folder;
+        whisper::WhisperEngine::create(work.config, work.http, work.clock, work.stop);
+        work.progress.finish();
         printFormatted("prepared again, and it loads: %s\n", repair.folder.c_str());
-    } catch (const whisper::WhisperError& error) {
-        progress.finish();
-        if (error.kind != whisper::WhisperError::Kind::cancelled)
-            throw;
-        throw Interrupted("interrupted; the same command goes on from here");
-    }
-    return exitStatus::ok;
+    });
 }
 
 int runModelsRemove(const std::string& name) {
