@@ -201,12 +201,12 @@ std::string examineOfflineModel(std::vector<Diagnosis>& findings, const Settings
     return name;
 }
 
-void examineRecogniser(std::vector<Diagnosis>& findings, const RoadFacts& facts) {
+void examineRecogniser(std::vector<Diagnosis>& findings, const RoadFacts& facts, const TakeRoad& road) {
     const KeyedService& service = keyedService(facts.settings.sttEngine == "stt81" ? "xai" : "groq");
     if (const std::string source = speechKeySource(service, facts); !source.empty())
         findings.push_back({"recogniser key", State::works, source, ""});
     else
-        findings.push_back({"recogniser key", facts.offlineModel.empty() ? State::broken : State::limited,
+        findings.push_back({"recogniser key", road.leadsThrough ? State::limited : State::broken,
                             std::string(service.variable) + " is not set",
                             "export " + std::string(service.variable) + "=… before Fenlo starts" +
                                 (service.speechFromKeyring ? keyringRemedy(service) : "")});
@@ -233,11 +233,13 @@ void examineLanguageModel(std::vector<Diagnosis>& findings, const RoadFacts& fac
 void examineRoad(std::vector<Diagnosis>& findings, const Settings& settings, Clock& clock) {
     const Deployment deployment = Deployment::load();
     KeyPlaces places;
-    const RoadFacts facts{settings, examineOfflineModel(findings, settings, deployment, clock),
-                          !deployment.xaiApiKey.empty(), std::ref(places)};
-    examineRecogniser(findings, facts);
-    examineLanguageModel(findings, facts);
+    RoadFacts facts{settings, examineOfflineModel(findings, settings, deployment, clock), !deployment.xaiApiKey.empty(),
+                    std::ref(places)};
+    if (const auto installed = findInstalledModel(deployment.offlineModel); installed && !settings.offlineMode)
+        facts.rescuer = installed->filename().string();
     const TakeRoad road = roadOf(facts);
+    examineRecogniser(findings, facts, road);
+    examineLanguageModel(findings, facts);
     findings.push_back({"road of a take", road.leadsThrough ? State::works : State::broken,
                         road.leadsThrough ? road.speech + "; then " + road.text : road.speech,
                         road.leadsThrough ? "" : "see \"recogniser key\" above"});

@@ -76,6 +76,11 @@ TakeRoad roadOf(const RoadFacts& facts) {
                       (facts.settings.offlineMode ? ", although offline mode is on: its model is not ready" : "");
     else
         road.speech = "not recognised, since the service has no key";
+    if (!isOffline && !facts.rescuer.empty()) {
+        road.speech = service ? road.speech + "; when that fails on this machine by " + facts.rescuer
+                              : "recognised on this machine by " + facts.rescuer + ", since the service has no key";
+        road.leadsThrough = true;
+    }
     road.text = textRoad(facts);
     return road;
 }

@@ -14,6 +14,7 @@ struct RoadFacts {
     std::string offlineModel;   // the folder's name of the one that loads; empty for none
     bool hasCarriedKey = false; // the program has a key of its own for Grok
     std::function<KeyPlace(const KeyedService&)> placeOf;
+    std::string rescuer = {}; // the installed model that takes over where a service fails; empty for none
 };
 
 /// The way that a take goes now, in words: who recognises it, who rewrites it, and what happens when they fail.

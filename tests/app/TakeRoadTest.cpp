@@ -36,9 +36,13 @@ TEST_F(Road, SpeechGoesWhereAKeyOrAModelIs) {
     EXPECT_THAT(roadOf(facts).speech, HasSubstr("while that loads not at all"));
 
     facts.offlineModel.clear();
+    facts.rescuer = "openai_whisper-small";
+    EXPECT_TRUE(roadOf(facts).leadsThrough);
+    EXPECT_THAT(roadOf(facts).speech, StartsWith("recognised on this machine by openai_whisper-small, since"));
     facts.settings.sttEngine = "stt81";
     facts.hasCarriedKey = true;
     EXPECT_THAT(roadOf(facts).speech, StartsWith("recognised by Grok (key of this program)"));
+    EXPECT_THAT(roadOf(facts).speech, HasSubstr("; when that fails on this machine by openai_whisper-small"));
     keys["xai"] = KeyPlace::keyring;
     EXPECT_THAT(roadOf(facts).speech, StartsWith("recognised by Grok (key from the keyring)"));
 }
