@@ -114,6 +114,12 @@ TEST_F(TranscribeCommand, TellsByItsExitStatusWhatBecameOfTheRecordings) {
     const Outcome missing = run("nothing.wav " + phrase);
     EXPECT_EQ(missing.status, 1);
     EXPECT_EQ(missing.out, phraseText) << "the other recording is sound";
+    const std::string whole = files::read(phrase).value();
+    std::ofstream(home / "cut.wav", std::ios::binary) << whole.substr(0, whole.size() * 3 / 4);
+    const Outcome cut = run((home / "cut.wav").string());
+    EXPECT_EQ(cut.status, 4);
+    EXPECT_THAT(cut.out, HasSubstr("The quick brown fox jumps"));
+    EXPECT_THAT(cut.err, HasSubstr("cut.wav: cut off at 3.6 s"));
     for (const char* wrong :
          {"--language klingon x.wav", "--output srt,json x.wav", "--output srt a.wav b.wav", "",
           "--max-line-count 2 x.wav", "--resume x.wav", "--language de x.wav", "--task translate x.wav"}) {
