@@ -45,10 +45,10 @@ void TextInserter::insertText(const std::string& text) {
     log("[Fenlo] Clipboard set to: " + text::firstCharacters(text, shownCharacters) + "...");
     m_clock.sleep(settleDelay);
     const bool isPasted = pasteKeystroke();
-    if (!isPasted && m_accessibility.trusted() && !m_workspace.isScreenLocked())
-        log("[Fenlo] ERROR: No key of this keyboard pastes; the text stays on the clipboard");
-    else
-        restoreLater(std::move(restore));
+    if (isPasted || !m_accessibility.trusted() || m_workspace.isScreenLocked())
+        return restoreLater(std::move(restore));
+    log("[Fenlo] ERROR: No key of this keyboard pastes; the text stays on the clipboard");
+    m_restores.clear(); // what an earlier paste borrowed must not replace it
 }
 
 bool TextInserter::typeInstead(const std::string& text) {
