@@ -70,7 +70,7 @@ class Offline(DesktopCase):
         mark = self.fenlo.mark()
         with desktop.held(HOTKEY):
             wait_for(lambda: pill.dot() == pill.RECORDING, "the recording pill")
-            clip.speak()
+            clip.speak(latency=500)
         self.fenlo.wait_for_paste(mark)
 
 

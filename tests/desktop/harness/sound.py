@@ -97,10 +97,13 @@ class Clip:
         joined._measure()
         return joined
 
-    def speak(self):
-        """Speaks into the virtual microphone; returns when the last word is said."""
-        # With much less in the sound server's hands, a busy machine tears gaps into the words.
-        processes.output(["paplay", "--device=micfeed", "--latency-msec=500", str(self.file)], patience=60)
+    def speak(self, latency=30):
+        """Speaks into the virtual microphone; returns when the last word is said.
+
+        `latency` is how many milliseconds the sound server holds. With few, a busy machine tears gaps of some hundredths
+        of a second into the words; with many, a take that begins meanwhile hears its first words late.
+        """
+        processes.output(["paplay", "--device=micfeed", f"--latency-msec={latency}", str(self.file)], patience=60)
 
     def _measure(self):
         with wave.open(str(self.file)) as recording:
