@@ -16,7 +16,7 @@ using namespace fenlo::test;
 
 namespace {
 
-class Recording : public ::testing::Test {
+class RecordingTest : public ::testing::Test {
 protected:
     Recording() {
         server.start();
@@ -58,7 +58,7 @@ protected:
 
 } // namespace
 
-TEST_F(Recording, HoldsWhatSoundsFromKeyDownOn) {
+TEST_F(RecordingTest, HoldsWhatSoundsFromKeyDownOn) {
     PulseAudioOutput voice;
     EXPECT_TRUE(queue.pumpUntil([&] { // until the output is connected
         voice.play(tone(440, 60, 44100), 44100);
@@ -83,7 +83,7 @@ TEST_F(Recording, HoldsWhatSoundsFromKeyDownOn) {
     EXPECT_TRUE(server.control("list source-outputs").find("Dictation") == std::string::npos);
 }
 
-TEST_F(Recording, SurvivesARestartOfTheServerWithTheWordsBeforeAndAfter) {
+TEST_F(RecordingTest, SurvivesARestartOfTheServerWithTheWordsBeforeAndAfter) {
     std::optional<PulseAudioOutput> voice(std::in_place);
     const auto say = [&](double frequency) {
         return queue.pumpUntil([&] {
