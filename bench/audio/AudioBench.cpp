@@ -45,6 +45,7 @@ class HandOperatedInput final : public AudioInput {
 public:
     std::unique_ptr<CaptureEngine> makeEngine() override { return std::make_unique<HandOperatedEngine>(tap); }
     std::optional<InputDevice> defaultDevice() const override { return InputDevice{1, "Bench", true}; }
+    bool isConnected() const override { return true; }
     void onDefaultDeviceChanged(std::function<void()>) override {}
 
     CaptureEngine::Tap tap;

@@ -18,7 +18,7 @@ namespace {
 
 class RecordingTest : public ::testing::Test {
 protected:
-    Recording() {
+    RecordingTest() {
         server.start();
         input.emplace(queue);
         recorder.emplace(*input, clock, queue, config, notifications);
