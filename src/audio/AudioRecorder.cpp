@@ -4,6 +4,7 @@
 #include "audio/Level.h"
 #include "audio/SpeechTest.h"
 #include "base/Clock.h"
+#include "base/Files.h"
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
 #include "base/Text.h"
@@ -41,7 +42,9 @@ AudioRecorder::AudioRecorder(AudioInput& input, Clock& clock, MainQueue& queue, 
     : m_input(input), m_clock(clock), m_queue(queue), m_config(config), m_notifications(notifications),
       m_wasExternal(isExternalInputActive()) {}
 
-AudioRecorder::~AudioRecorder() = default;
+AudioRecorder::~AudioRecorder() {
+    dropRunningCopy();
+}
 
 void AudioRecorder::warmUp() {
     auto engine = m_input.makeEngine();
@@ -141,6 +144,7 @@ std::vector<std::filesystem::path> AudioRecorder::stopRecording() {
     const std::string seconds = text::fixed(duration, 1) + "s";
     m_clock.sleep(tailOfLastWord);
     TakeBuffer::Taken taken = m_take.end();
+    m_runningCopy = std::move(taken.runningCopy);
     log("[Fenlo] Stop: " + std::to_string(taken.samples.size()) + " samples collected in " + seconds +
         ", engine.isRunning=" + text::boolean(m_engine->isRunning()));
     engineAfterTake(taken.deviceChanged);
@@ -164,6 +168,11 @@ std::vector<std::filesystem::path> AudioRecorder::stopRecording() {
     log("[Fenlo] Saved " + seconds + " audio → " + std::to_string(files.size()) + " chunk(s), " + kilobytes(files) +
         "KB total");
     return files;
+}
+
+void AudioRecorder::dropRunningCopy() {
+    if (const auto file = std::exchange(m_runningCopy, std::nullopt))
+        files::removeQuietly(*file);
 }
 
 bool AudioRecorder::passesSpeechTest(std::span<const float> samples, double duration) {

@@ -77,11 +77,12 @@ public:
     void setOnReady(std::function<void()> handler) { m_onReady = std::move(handler); }
     /// Three seconds of quiet in a take; once for each pause.
     void setOnSilence(std::function<void()> handler) { m_onSilence = std::move(handler); }
-    /// Each file of a long take that is still running, when it has been written; on a thread of the recorder's. To be
-    /// set between takes.
-    void setOnChunk(std::function<void(const std::filesystem::path&)> handler) {
-        m_take.setOnChunk(std::move(handler));
-    }
+    /// The files that hold a take that is still running but for its last second, whenever these become others; on a
+    /// thread of the recorder's. To be set between takes.
+    void setOnFiles(TakeBuffer::FilesHandler handler) { m_take.setOnFiles(std::move(handler)); }
+    /// Deletes the file that held the end of the last take while it ran. stopRecording() leaves it, so that whoever
+    /// takes note of the files always knows some that hold the take.
+    void dropRunningCopy();
     /// Every buffer, whether a take runs or not. The handler must not block.
     void setOnAudioBuffer(std::function<void(std::span<const float>)> handler);
 
@@ -108,6 +109,7 @@ private:
     NotificationCenter& m_notifications;
 
     double m_sampleRate = 44100; // hertz, of the input
+    std::optional<std::filesystem::path> m_runningCopy;
     std::uint32_t m_inputDeviceId = 0;
     bool m_wasExternal;
     bool m_toldMissingInput = false;

@@ -12,7 +12,6 @@
 namespace fenlo {
 
 namespace {
-constexpr double chunkRate = 16000; // hertz
 constexpr float targetPeak = 0.707F;
 constexpr float leastPeak = 0.001F;
 constexpr float leastGain = 1.05F;
@@ -54,7 +53,7 @@ namespace {
 
 bool writeTo(const std::filesystem::path& file, std::span<const float> chunk) {
     try {
-        writeWav(file, chunk, static_cast<int>(chunkRate), WavEncoding::float32);
+        writeWav(file, chunk, chunkRate, WavEncoding::float32);
         return true;
     } catch (const WavFileError& error) {
         log(std::string("[Fenlo] ERROR: ") + error.what());

@@ -2,6 +2,8 @@
 
 #include "audio/ChunkWriter.h"
 #include "audio/QuietCut.h"
+#include "audio/RunningCopy.h"
+#include "base/Files.h"
 #include "base/Log.h"
 
 #include <string>
@@ -29,9 +31,11 @@ std::string kilobytes(const std::filesystem::path& file) {
 
 } // namespace
 
-TakeBuffer::TakeBuffer() : m_flusher([this](const std::stop_token& stop) { flushUntilStopped(stop); }) {
+TakeBuffer::TakeBuffer() : m_writer([this](const std::stop_token& stop) { writeUntilStopped(stop); }) {
     setSampleRate(m_sampleRate);
 }
+
+TakeBuffer::~TakeBuffer() = default;
 
 void TakeBuffer::setSampleRate(double hertz) {
     std::lock_guard lock(m_mutex);
@@ -42,19 +46,21 @@ void TakeBuffer::setSampleRate(double hertz) {
     m_preRoll.reserve(2 * m_preRollLimit);
 }
 
-void TakeBuffer::setOnChunk(std::function<void(const std::filesystem::path&)> handler) {
+void TakeBuffer::setOnFiles(FilesHandler handler) {
     std::unique_lock lock(m_mutex);
-    m_flushChanged.wait(lock, [this] { return !m_isFlushing; });
-    m_onChunk = std::move(handler);
+    m_workChanged.wait(lock, [this] { return isIdle(); });
+    m_onFiles = std::move(handler);
 }
 
 void TakeBuffer::begin() {
     std::vector<float> samples = emptyTake(m_sampleRate); // untouched memory costs nothing
     std::vector<std::filesystem::path> chunkFiles;
     std::unique_lock lock(m_mutex);
-    m_flushChanged.wait(lock, [this] { return !m_isFlushing; });
+    m_workChanged.wait(lock, [this] { return isIdle(); });
     m_current.swap(samples);
     m_chunkFiles.swap(chunkFiles);
+    m_copy = std::make_unique<RunningCopy>(m_sampleRate);
+    m_copied = 0;
     m_didPrependPreRoll = false;
     m_isRecording = true;
     m_deviceChanged = false;
@@ -72,10 +78,13 @@ TakeBuffer::Place TakeBuffer::append(std::span<const float> samples) {
         m_preRoll.clear();
     }
     m_current.insert(m_current.end(), samples.begin(), samples.end());
-    if (m_current.size() >= m_chunkLimit && !m_isFlushing) {
+    if (!m_isFlushing && m_current.size() >= m_chunkLimit) {
         m_flushing = std::exchange(m_current, {});
         m_isFlushing = true;
-        m_flushChanged.notify_all();
+        m_workChanged.notify_all();
+    } else if (isIdle() && m_current.size() - m_copied >= second()) {
+        m_isCopying = true;
+        m_workChanged.notify_all();
     }
     return isFirst ? Place::firstOfTake : Place::inTake;
 }
@@ -89,12 +98,14 @@ void TakeBuffer::rollOn(std::span<const float> samples) {
 TakeBuffer::Taken TakeBuffer::end() {
     Taken taken;
     std::unique_lock lock(m_mutex);
-    m_flushChanged.wait(lock, [this] { return !m_isFlushing; });
+    m_workChanged.wait(lock, [this] { return isIdle(); });
     m_isRecording = false;
     m_preRoll.clear();
     m_didPrependPreRoll = false;
     taken.samples.swap(m_current);
     taken.chunkFiles.swap(m_chunkFiles);
+    if (const auto copy = std::exchange(m_copy, nullptr))
+        taken.runningCopy = copy->file();
     taken.deviceChanged = std::exchange(m_deviceChanged, false);
     return taken;
 }
@@ -115,24 +126,67 @@ bool TakeBuffer::isRecording() const {
     return m_isRecording;
 }
 
-void TakeBuffer::flushUntilStopped(const std::stop_token& stop) {
-    std::unique_lock lock(m_mutex);
-    while (m_flushChanged.wait(lock, stop, [this] { return m_isFlushing; }))
-        flush(lock);
+/// In samples.
+std::size_t TakeBuffer::second() const {
+    return static_cast<std::size_t>(m_sampleRate);
 }
 
-/// m_isFlushing gives this thread m_flushing, and keeps the take from ending, until it is cleared.
+void TakeBuffer::writeUntilStopped(const std::stop_token& stop) {
+    std::unique_lock lock(m_mutex);
+    while (m_workChanged.wait(lock, stop, [this] { return !isIdle(); })) {
+        if (m_isFlushing) {
+            flush(lock);
+            m_isFlushing = false;
+        } else {
+            copy(lock);
+        }
+        m_isCopying = false;
+        m_workChanged.notify_all();
+    }
+}
+
+bool TakeBuffer::isIdle() const {
+    return !m_isFlushing && !m_isCopying;
+}
+
+void TakeBuffer::copy(std::unique_lock<std::mutex>& lock) {
+    const std::size_t count = (m_current.size() - m_copied) / second() * second();
+    const auto begin = m_current.begin() + static_cast<std::ptrdiff_t>(m_copied);
+    m_piece.assign(begin, begin + static_cast<std::ptrdiff_t>(count));
+    m_copied += count;
+    std::vector<std::filesystem::path> files = m_chunkFiles;
+    lock.unlock();
+
+    const auto before = m_copy->file();
+    m_copy->append(m_piece);
+    if (const auto file = m_copy->file(); file != before) {
+        if (file)
+            files.push_back(*file);
+        tellFiles(std::move(files));
+    }
+    lock.lock();
+}
+
+void TakeBuffer::tellFiles(std::vector<std::filesystem::path> files) const {
+    if (m_onFiles)
+        m_onFiles(files);
+}
+
 void TakeBuffer::flush(std::unique_lock<std::mutex>& lock) {
     const double sampleRate = m_sampleRate;
-    const std::size_t number = m_chunkFiles.size() + 1;
+    std::vector<std::filesystem::path> files = m_chunkFiles;
+    const std::size_t number = files.size() + 1;
     lock.unlock();
 
     const std::span<const float> samples(m_flushing);
     const std::size_t cut = quietCut(samples, sampleRate);
     const auto file = writeChunk(samples.first(cut), sampleRate);
     if (file) {
-        if (m_onChunk)
-            m_onChunk(*file);
+        files.push_back(*file);
+        tellFiles(files);
+        if (const auto copy = m_copy->file())
+            files::removeQuietly(*copy);
+        m_copy = std::make_unique<RunningCopy>(sampleRate);
         m_flushing.erase(m_flushing.begin(), m_flushing.begin() + static_cast<std::ptrdiff_t>(cut));
         log("[Fenlo] Flushed chunk " + std::to_string(number) + " → " + kilobytes(*file) + "KB WAV (" +
             std::to_string(m_flushing.size()) + " samples carried over)");
@@ -141,13 +195,13 @@ void TakeBuffer::flush(std::unique_lock<std::mutex>& lock) {
     }
 
     lock.lock();
-    if (file)
-        m_chunkFiles.push_back(*file);
+    if (file) {
+        m_chunkFiles = std::move(files);
+        m_copied = 0;
+    }
     // What came meanwhile fits into the memory that the long buffer already has.
     m_flushing.insert(m_flushing.end(), m_current.begin(), m_current.end());
     m_current = std::exchange(m_flushing, {});
-    m_isFlushing = false;
-    m_flushChanged.notify_all();
 }
 
 } // namespace fenlo

@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <stop_token>
 #include <thread>
@@ -12,32 +14,39 @@
 
 namespace fenlo {
 
+class RunningCopy;
+
 /// The samples of the running take, and the last moments before it.
 ///
 /// A take that grows beyond four minutes is cut at a quiet spot, and what lies before the cut goes into a chunk file.
 /// A thread of this class writes it, so that the audio thread never waits for a disk: it hands the samples over whole
 /// and goes on with an empty buffer, to whose front the rest after the cut returns. When the file cannot be written all
-/// samples return, and the next buffer tries again.
+/// samples return, and the next buffer tries again. Second by second the same thread copies what is in memory only to a
+/// file of its own, for the case of a crash.
 ///
 /// Threads: append() on the audio thread, the rest on the main thread; isRecording() on any. begin() and end() wait for
-///          a chunk that is being written.
+///          a file that is being written.
 /// Units:   samples at the input's own rate.
 class TakeBuffer {
 public:
     struct Taken {
         std::vector<float> samples;
         std::vector<std::filesystem::path> chunkFiles;
+        std::optional<std::filesystem::path> runningCopy; // of the samples; the caller's to delete
         bool deviceChanged = false;
     };
     enum class Place { beforeTake, firstOfTake, inTake };
+    using FilesHandler = std::function<void(const std::vector<std::filesystem::path>& files)>;
 
     TakeBuffer();
+    ~TakeBuffer();
 
     /// While no tap runs and no take.
     void setSampleRate(double hertz);
 
-    /// Hears of each chunk file as it is written, on the thread that writes. To be set between takes.
-    void setOnChunk(std::function<void(const std::filesystem::path&)> handler);
+    /// Hears, on the thread that writes, which files hold the take so far, whenever these become others. To be set
+    /// between takes.
+    void setOnFiles(FilesHandler handler);
 
     void begin();
     /// Adds a buffer to the take, or without one to the moments before the next.
@@ -51,26 +60,34 @@ public:
 
 private:
     void rollOn(std::span<const float> samples);
-    void flushUntilStopped(const std::stop_token& stop);
+    std::size_t second() const;
+    void writeUntilStopped(const std::stop_token& stop);
     void flush(std::unique_lock<std::mutex>& lock);
+    void copy(std::unique_lock<std::mutex>& lock);
+    void tellFiles(std::vector<std::filesystem::path> files) const;
+    bool isIdle() const;
 
     double m_sampleRate = 44100; // hertz
     std::size_t m_chunkLimit = 0;
     std::size_t m_preRollLimit = 0;
 
     mutable std::mutex m_mutex;
-    std::condition_variable_any m_flushChanged;
+    std::condition_variable_any m_workChanged;
     std::vector<float> m_current;
     std::vector<float> m_preRoll;
     std::vector<std::filesystem::path> m_chunkFiles;
     bool m_isRecording = false;
     bool m_didPrependPreRoll = false;
     bool m_deviceChanged = false;
-    bool m_isFlushing = false;
-    std::vector<float> m_flushing;                               // the flusher's own while m_isFlushing
-    std::function<void(const std::filesystem::path&)> m_onChunk; // likewise
+    std::size_t m_copied = 0; // of m_current
+    bool m_isCopying = false;  // while the writer has something to do, the take does not end
+    bool m_isFlushing = false; // likewise
+    std::vector<float> m_flushing;       // the writer's own while it works, as the next three
+    std::vector<float> m_piece;          // keeps its memory, so that the tap never waits for more
+    std::unique_ptr<RunningCopy> m_copy; // of m_current
+    FilesHandler m_onFiles;
 
-    std::jthread m_flusher;
+    std::jthread m_writer;
 };
 
 } // namespace fenlo

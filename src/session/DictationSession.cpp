@@ -138,7 +138,7 @@ void DictationSession::beginRecording() {
     }
     m_services.recorder.setOnReady(
         m_lifetime.bind([this, external, isReplacing] { recorderBecameReady(external, isReplacing); }));
-    m_services.recorder.setOnChunk([note = m_note](const std::filesystem::path& chunk) { note->addChunk(chunk); });
+    m_services.recorder.setOnFiles([note = m_note](const auto& files) { note->setChunks(files); });
     m_services.recorder.startRecording();
     m_hooks.warmConnection();
     // Nobody should speak for a minute into a microphone that is not there.
@@ -248,9 +248,12 @@ Take DictationSession::stopRecording() {
     take.chunks = m_services.recorder.stopRecording();
     take.speechRatio = m_services.recorder.speechRatio();
     take.isCommand = m_isCommandMode;
-    m_services.recorder.setOnChunk({});
-    if (!take.chunks.empty())
+    m_services.recorder.setOnFiles({});
+    if (take.chunks.empty())
+        m_note->discard();
+    else
         m_note->write(take);
+    m_services.recorder.dropRunningCopy();
     return take;
 }
 

@@ -128,11 +128,11 @@ bool TakeNote::append(const Take& take) {
     return m_lock && m_lock->append("\n" + lineOf(take, m_recorded));
 }
 
-void TakeNote::addChunk(const fs::path& chunk) {
+void TakeNote::setChunks(const std::vector<fs::path>& chunks) {
     std::lock_guard lock(m_mutex);
-    Take longer = m_take;
-    longer.chunks.push_back(chunk);
-    append(longer);
+    Take take = m_take;
+    take.chunks = chunks;
+    append(take);
 }
 
 Take TakeNote::take() const {

@@ -30,8 +30,8 @@ public:
     TakeNote& operator=(const TakeNote&) = delete;
 
     bool write(const Take& take);
-    /// One more file of a take that is still being recorded.
-    void addChunk(const std::filesystem::path& chunk);
+    /// The files of a take that is still being recorded.
+    void setChunks(const std::vector<std::filesystem::path>& chunks);
     Take take() const; // as it was written last
 
     const std::filesystem::path& file() const { return m_file; }

@@ -9,6 +9,7 @@
 #include "support/Signals.h"
 #include "support/VirtualTime.h"
 
+#include <future>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <thread>
@@ -354,6 +355,25 @@ TEST_F(WarmRecorder, Headset_TurnsTheTonesOffForGood) {
     config.update([](Settings& settings) { settings.playSounds = true; });
     input.change(InputDevice{9, "Other headset", false});
     EXPECT_TRUE(config.get().playSounds);
+}
+
+TEST_F(WarmRecorder, ATakeThatRunsIsOnTheDiskButForItsLastSecond) {
+    std::promise<std::vector<fs::path>> told;
+    recorder.setOnFiles([&](const auto& files) { told.set_value(files); });
+    recorder.startRecording();
+    hearBuffers(0.1F, 10);
+    const std::vector<fs::path> running = told.get_future().get();
+    ASSERT_EQ(running.size(), 1u);
+    EXPECT_EQ(fs::status(running[0]).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    const std::vector<float> copied = readSoundFile(running[0], ChannelMix::first).mono;
+    EXPECT_GE(copied.size(), 16000u) << "it plays while it grows";
+    EXPECT_EQ(copied, constant(0.1F, copied.size()));
+
+    clock.advance(3);
+    EXPECT_EQ(stop().size(), 1u);
+    EXPECT_TRUE(fs::exists(running[0])) << "until somebody knows the new file";
+    recorder.dropRunningCopy();
+    EXPECT_FALSE(fs::exists(running[0]));
 }
 
 TEST_F(WarmRecorder, LongTake_IsCutAtItsLastQuietSpot) {

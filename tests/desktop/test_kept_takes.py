@@ -49,6 +49,20 @@ class KeptTakes(DesktopCase):
             self.assertEqual([name for name in self._temporary(memory) if "fenlo_pre" not in name], [])
             self._try_again_into(self.open_editor())
 
+    def test_killed_while_somebody_speaks(self):
+        with tempfile.TemporaryDirectory() as temporary:
+            environment = {"TMPDIR": temporary}
+            fenlo = self.start_fenlo(environment=environment)
+            with desktop.held(HOTKEY):
+                self.clip.speak()
+                wait_for(lambda: self._temporary(temporary), "the copy of the running take")
+                fenlo.process.kill()
+                fenlo.process.wait()
+            fenlo = self.start_fenlo(environment=environment)
+            fenlo.wait_for(KEPT)
+            self.assertEqual(self._temporary(temporary), [])
+            self._try_again_into(self.open_editor())
+
     def test_what_is_recorded_or_under_way_when_the_program_ends_waits_for_the_next_start(self):
         fenlo = self.start_fenlo()
         with desktop.held(HOTKEY):
