@@ -39,7 +39,9 @@ Take takeFromSamples(std::span<const float> samples) {
     if (inOnePiece && !test.keep)
         return take;
     for (auto rest = samples; !rest.empty();) {
-        const std::size_t cut = rest.size() <= chunkLength ? rest.size() : quietCut(rest.first(chunkLength), takeRate);
+        const std::size_t cut = rest.size() <= chunkLength
+                                    ? rest.size()
+                                    : quietCut(rest.first(chunkLength), takeRate, WithoutQuiet::atPause);
         const auto chunk = writeChunk(rest.first(cut), takeRate);
         if (!chunk) {
             for (const auto& written : take.chunks)

@@ -5,10 +5,27 @@
 namespace fenlo {
 
 namespace {
-constexpr double searched = 10; // seconds before the end
+
+constexpr double searched = 10;        // seconds before the end
+constexpr double pause = 0.2;          // seconds
+constexpr float clearlyQuieter = 0.5F; // of the level of all that is searched: noise between words is, a hum is not
+
+/// The middle of the quietest pause; the end where none stands out.
+std::size_t pauseCut(std::span<const float> samples, double sampleRate) {
+    const auto length = static_cast<std::size_t>(sampleRate * pause);
+    float quietest = clearlyQuieter * rms(samples);
+    std::size_t cut = samples.size();
+    for (std::size_t begin = 0; begin + length <= samples.size(); begin += levelFrame)
+        if (const float level = rms(samples.subspan(begin, length)); level < quietest) {
+            quietest = level;
+            cut = begin + length / 2;
+        }
+    return cut;
 }
 
-std::size_t quietCut(std::span<const float> samples, double sampleRate) {
+} // namespace
+
+std::size_t quietCut(std::span<const float> samples, double sampleRate, WithoutQuiet otherwise) {
     const std::size_t total = samples.size();
     const auto reach = static_cast<std::size_t>(sampleRate * searched);
     const std::size_t start = total > reach ? total - reach : 0;
@@ -17,7 +34,7 @@ std::size_t quietCut(std::span<const float> samples, double sampleRate) {
         if (rms(samples.subspan(begin, levelFrame)) < quietLevel)
             return begin + levelFrame;
     }
-    return total;
+    return otherwise == WithoutQuiet::atPause ? start + pauseCut(samples.subspan(start), sampleRate) : total;
 }
 
 } // namespace fenlo

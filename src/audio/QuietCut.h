@@ -5,8 +5,16 @@
 
 namespace fenlo {
 
+/// Where to cut when nothing is quiet, as in a noisy room.
+enum class WithoutQuiet {
+    atEnd,
+    atPause, // in the middle of the quietest fifth of a second, when it is clearly quieter than the rest
+};
+
 /// Where a long take is best cut in two: at the end of the latest quiet frame within its last ten seconds, so that the
-/// speech after it stays whole; at its very end when none is quiet.
-std::size_t quietCut(std::span<const float> samples, double sampleRate);
+/// speech after it stays whole; at its very end when no frame is quiet and no pause is looked for or found.
+///
+/// Units: samples, of `sampleRate` hertz.
+std::size_t quietCut(std::span<const float> samples, double sampleRate, WithoutQuiet otherwise);
 
 } // namespace fenlo

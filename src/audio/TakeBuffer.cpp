@@ -179,7 +179,7 @@ void TakeBuffer::flush(std::unique_lock<std::mutex>& lock) {
     lock.unlock();
 
     const std::span<const float> samples(m_flushing);
-    const std::size_t cut = quietCut(samples, sampleRate);
+    const std::size_t cut = quietCut(samples, sampleRate, WithoutQuiet::atPause);
     const auto file = writeChunk(samples.first(cut), sampleRate);
     if (file) {
         files.push_back(*file);

@@ -79,9 +79,9 @@ private:
     bool m_isRecording = false;
     bool m_didPrependPreRoll = false;
     bool m_deviceChanged = false;
-    std::size_t m_copied = 0; // of m_current
-    bool m_isCopying = false;  // while the writer has something to do, the take does not end
-    bool m_isFlushing = false; // likewise
+    std::size_t m_copied = 0;            // of m_current
+    bool m_isCopying = false;            // while the writer has something to do, the take does not end
+    bool m_isFlushing = false;           // likewise
     std::vector<float> m_flushing;       // the writer's own while it works, as the next three
     std::vector<float> m_piece;          // keeps its memory, so that the tap never waits for more
     std::unique_ptr<RunningCopy> m_copy; // of m_current

@@ -25,8 +25,7 @@ struct WavWriter::Sound {
 };
 
 WavWriter::WavWriter(const std::filesystem::path& file, int sampleRate, WavEncoding encoding)
-    : m_file(file),
-      m_sound(new Sound{::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600)}) {
+    : m_file(file), m_sound(new Sound{::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600)}) {
     if (m_sound->descriptor < 0)
         throw WavFileError(file.string() + ": " + std::strerror(errno));
     SF_INFO info{};

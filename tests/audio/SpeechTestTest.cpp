@@ -79,14 +79,29 @@ TEST(QuietCut, FallsAtTheEndOfTheLatestQuietFrame) {
     constexpr double rate = 1024; // a frame is a second
     const auto loud = [](std::size_t frames) { return constant(0.1F, frames * levelFrame); };
     const auto quiet = constant(0, levelFrame);
-    EXPECT_EQ(quietCut(loud(5) + quiet + loud(3) + quiet + loud(2), rate), 10 * levelFrame);
-    EXPECT_EQ(quietCut(loud(12), rate), 12 * levelFrame) << "none is quiet";
-    EXPECT_EQ(quietCut(quiet + loud(10), rate), 11 * levelFrame) << "only the last ten seconds are searched";
-    EXPECT_EQ(quietCut(loud(1) + quiet + loud(9), rate), 2 * levelFrame);
-    EXPECT_EQ(quietCut(constant(0, levelFrame - 1), rate), levelFrame - 1) << "no whole frame";
+    const auto cut = [](const std::vector<float>& samples) { return quietCut(samples, rate, WithoutQuiet::atEnd); };
+    EXPECT_EQ(cut(loud(5) + quiet + loud(3) + quiet + loud(2)), 10 * levelFrame);
+    EXPECT_EQ(cut(loud(12)), 12 * levelFrame) << "none is quiet";
+    EXPECT_EQ(cut(quiet + loud(10)), 11 * levelFrame) << "only the last ten seconds are searched";
+    EXPECT_EQ(cut(loud(1) + quiet + loud(9)), 2 * levelFrame);
+    EXPECT_EQ(cut(constant(0, levelFrame - 1)), levelFrame - 1) << "no whole frame";
     // Frames are counted from where the search starts.
-    EXPECT_EQ(quietCut(loud(2) + quiet + constant(0.1F, 300), rate), 3 * levelFrame);
-    EXPECT_EQ(quietCut({}, rate), 0u);
+    EXPECT_EQ(cut(loud(2) + quiet + constant(0.1F, 300)), 3 * levelFrame);
+    EXPECT_EQ(cut({}), 0u);
+}
+
+TEST(QuietCut, WithoutQuietFallsIntoAPauseAboveTheNoise) {
+    constexpr double rate = 16000;
+    const auto noisy = [](float level, double seconds) {
+        return constant(level, static_cast<std::size_t>(seconds * rate));
+    };
+    const auto samples = noisy(0.1F, 230) + noisy(0.01F, 0.3) + noisy(0.1F, 6) + noisy(0.02F, 0.4) + noisy(0.1F, 2);
+    const std::size_t cut = quietCut(samples, rate, WithoutQuiet::atPause);
+    EXPECT_GT(cut, static_cast<std::size_t>(230.05 * rate));
+    EXPECT_LT(cut, static_cast<std::size_t>(230.25 * rate));
+    EXPECT_EQ(quietCut(samples, rate, WithoutQuiet::atEnd), samples.size());
+    const auto hum = noisy(0.1F, 100) + noisy(0.08F, 0.3) + noisy(0.1F, 3);
+    EXPECT_EQ(quietCut(hum, rate, WithoutQuiet::atPause), hum.size()) << "nothing stands out";
 }
 
 TEST(SilenceWatch, TellsEachPauseOnce) {
