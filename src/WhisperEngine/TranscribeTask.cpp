@@ -96,8 +96,8 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
     m_options = options;
     m_callback = callback;
     m_stop = std::move(stop);
-    if (options.losesNoSpeech && !m_components.voiceActivityDetector)
-        m_energyVad.emplace(energyVadFor(audioArray));
+    if (options.losesNoSpeech)
+        m_heard.emplace(audioArray, m_components.voiceActivityDetector);
     if (!m_firstSeek)
         m_previousTokens = options.promptTokens.value_or(std::vector<int>());
     if (!decoder.isModelMultilingual())
@@ -167,7 +167,7 @@ bool TranscribeTask::isLeft(int seek) const {
     const auto [begin, end] = m_clip;
     if (seek >= end)
         return false;
-    return seek == begin || !isShortRest(seek) || (m_options.losesNoSpeech && speechIn(seek, end));
+    return seek == begin || !isShortRest(seek) || (m_options.losesNoSpeech && m_heard->speechIn(seek, end));
 }
 
 bool TranscribeTask::isShortRest(int seek) const {
@@ -176,7 +176,7 @@ bool TranscribeTask::isShortRest(int seek) const {
 
 /// Models lose a first word that begins at once.
 bool TranscribeTask::needsLeadIn() const {
-    return hearsEverySound() && speechIn(m_clip.first, std::min(m_clip.first + atOnce, m_clip.second));
+    return hearsEverySound() && m_heard->speechIn(m_clip.first, std::min(m_clip.first + atOnce, m_clip.second));
 }
 
 /// Whether sound decides beside the model. Without a threshold for silence nobody asks whether somebody speaks.
@@ -184,33 +184,9 @@ bool TranscribeTask::hearsEverySound() const {
     return m_options.losesNoSpeech && m_options.noSpeechThreshold;
 }
 
-std::vector<std::pair<int, int>> TranscribeTask::activeChunks(int begin, int end) const {
-    begin = std::max(begin, m_clip.first);
-    const VoiceActivityDetector& detector =
-        m_components.voiceActivityDetector ? *m_components.voiceActivityDetector : *m_energyVad;
-    auto chunks = detector.calculateActiveChunks(
-        m_audio.subspan(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin)));
-    for (auto& [first, last] : chunks) {
-        first += begin;
-        last += begin;
-    }
-    return chunks;
-}
-
-/// For how many of these samples somebody speaks.
-int TranscribeTask::soundIn(int begin, int end) const {
-    int samples = 0;
-    for (const auto& [first, last] : activeChunks(begin, end))
-        samples += last - first;
-    return samples;
-}
-
-/// Where somebody speaks within these samples, from the first sound to the last.
-std::optional<std::pair<int, int>> TranscribeTask::speechIn(int begin, int end) const {
-    const auto chunks = activeChunks(begin, end);
-    if (chunks.empty())
-        return std::nullopt;
-    return std::pair(chunks.front().first, chunks.back().second);
+/// The window may begin before the clip, with silence.
+std::optional<HeardSpeech::Stretch> TranscribeTask::speechFrom(int windowStart, int end) const {
+    return m_heard->speechIn(std::max(windowStart, m_clip.first), end);
 }
 
 int TranscribeTask::transcribeWindow(int seek, int length) {
@@ -222,7 +198,7 @@ int TranscribeTask::transcribeWindow(int seek, int length) {
         m_language = detectLanguage(embeddings).language;
     DecodingResult result = decodeWithFallback(embeddings, m_options);
     SeekResult found = findSegments(result, m_options, seek, length);
-    if (m_options.losesNoSpeech && !hasSegments(found) && speechIn(seek, found.nextSeek))
+    if (m_options.losesNoSpeech && !hasSegments(found) && speechFrom(seek, found.nextSeek))
         found = listenAgain(embeddings, result, seek, length);
     if (hearsEverySound() && hasSegments(found))
         endBeforeUnheardSpeech(found, seek);
@@ -239,16 +215,17 @@ void TranscribeTask::endBeforeUnheardSpeech(SeekResult& found, int seek) const {
     std::vector<TranscriptionSegment>& segments = *found.segments;
     for (std::size_t i = 0; i < segments.size(); ++i) {
         const int start = sampleAt(segments[i].start);
-        const bool isStretched =
-            start - seek >= shortestWayToUnheard && !segments[i].speechWithoutText &&
-            soundIn(start, sampleAt(segments[i].end)) > longestToken * static_cast<int>(segments[i].tokens.size());
+        const bool isStretched = start - seek >= shortestWayToUnheard && !segments[i].speechWithoutText &&
+                                 m_heard->soundIn(start, sampleAt(segments[i].end)) >
+                                     longestToken * static_cast<int>(segments[i].tokens.size());
         const int begin = isStretched ? start : sampleAt(segments[i].end);
         const bool isLast = i + 1 == segments.size();
         const int end = isLast ? found.nextSeek : sampleAt(segments[i + 1].start);
         if (begin - seek < shortestWayToUnheard || begin >= end)
             continue;
-        const bool beforeRest = isLast && end < m_clip.second && isShortRest(end) && speechIn(end, m_clip.second);
-        if (!isStretched && !beforeRest && soundIn(begin, end) < mostUnheard)
+        const bool beforeRest =
+            isLast && end < m_clip.second && isShortRest(end) && m_heard->speechIn(end, m_clip.second);
+        if (!isStretched && !beforeRest && m_heard->soundIn(begin, end) < mostUnheard)
             continue;
         m_components.logging.info("Speech without text behind " + text::fixed(secondsAt(begin), 2) +
                                   "s, decoding from there");
@@ -272,7 +249,7 @@ SeekResult TranscribeTask::listenAgain(const AudioEmbeddings& embeddings, Decodi
     untested.noSpeechThreshold.reset();
     result = decodeWithFallback(embeddings, untested);
     SeekResult found = findSegments(result, untested, seek, length);
-    const auto speech = hasSegments(found) ? std::nullopt : speechIn(seek, found.nextSeek);
+    const auto speech = hasSegments(found) ? std::nullopt : speechFrom(seek, found.nextSeek);
     if (!speech)
         return found;
     const float lastEnd = m_segments.empty() ? 0 : m_segments.back().end; // words may reach into this window

@@ -5,7 +5,7 @@
 #include "WhisperEngine/TextDecoder/TextDecoder.h"
 #include "WhisperEngine/TranscriptionCheckpoint.h"
 #include "WhisperEngine/TranscriptionResult.h"
-#include "WhisperEngine/VoiceActivityDetector/VoiceActivityDetector.h"
+#include "WhisperEngine/VoiceActivityDetector/HeardSpeech.h"
 
 #include <functional>
 #include <memory>
@@ -82,9 +82,7 @@ private:
     bool needsLeadIn() const;
     bool hearsEverySound() const;
     void endBeforeUnheardSpeech(SeekResult& found, int seek) const;
-    std::vector<std::pair<int, int>> activeChunks(int begin, int end) const;
-    int soundIn(int begin, int end) const;
-    std::optional<std::pair<int, int>> speechIn(int begin, int end) const;
+    std::optional<HeardSpeech::Stretch> speechFrom(int windowStart, int end) const;
     AudioEmbeddings encode(int seek, int length);
     DecodingResult decodeWithFallback(const AudioEmbeddings& embeddings, const DecodingOptions& wanted);
     static std::optional<DecodingFallback> verdict(const DecodingResult& result, const DecodingOptions& options);
@@ -106,7 +104,7 @@ private:
     std::stop_token m_stop;
     std::string m_language; // empty until it is known
     std::vector<int> m_previousTokens;
-    std::optional<EnergyVAD> m_energyVad; // with losesNoSpeech, where the components have no detector
+    std::optional<HeardSpeech> m_heard; // with losesNoSpeech
     std::unique_ptr<DecodingInputs> m_inputs;
     TranscriptionTimings m_timings;
     std::vector<TranscriptionSegment> m_segments;
