@@ -262,9 +262,10 @@ fs::path download(hub::HubClient& hub, const ModelRepository& repository, const 
                   const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop) {
     if (!isModelName(variant))
         throw notFound("\"" + variant + "\" is no name of a model");
+    // A model that is there may be of anybody's making; only what is fetched needs a publisher.
+    if (fs::path folder = downloadBase / variant; !missingCheckpointFile(folder))
+        return folder;
     const Gathering gathering(repository, variant, downloadBase);
-    if (!missingCheckpointFile(gathering.folder))
-        return gathering.folder;
     try {
         const hub::FolderLock lock(gathering.makeStage(), clock, stop);
         if (!missingCheckpointFile(gathering.folder))

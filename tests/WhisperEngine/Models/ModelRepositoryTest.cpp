@@ -165,6 +165,10 @@ TEST_F(Models, WhatIsInstalledServesWithoutAHub) {
     EXPECT_EQ(http.requests, 0);
     EXPECT_EQ(choose("*small*"), "openai_whisper-small.en");
     EXPECT_THAT(failureOf([&] { choose("small"); }), HasSubstr("no route to host")) << "the other speaks only English";
+
+    repository.name.clear();
+    install("our-own.en");
+    EXPECT_EQ(fetch("our-own.en"), base / "our-own.en") << "no publisher has it";
 }
 
 TEST_F(Models, DownloadsWhatACheckpointNeeds) {
