@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,6 +17,10 @@ std::filesystem::path logFile() {
     const char* state = std::getenv("XDG_STATE_HOME");
     const auto base = state && *state ? std::filesystem::path(state) : files::homeDirectory() / ".local" / "state";
     return base / "fenlo" / "Fenlo.log";
+}
+
+void detail::writeLog(std::string_view prefix, fmt::string_view format, fmt::format_args values) {
+    log(std::string(prefix) + fmt::vformat(format, values));
 }
 
 void log(std::string_view line) {

@@ -1,16 +1,34 @@
 #pragma once
 
 #include <filesystem>
+#include <fmt/core.h>
 #include <string_view>
 
 namespace fenlo {
 
-/// Writes the line and a newline to standard error and appends them to the log file, which is opened for each line:
-/// a log that was deleted or rotated away is simply begun anew. Adds no time, level or prefix; callers begin their
-/// lines with "[Fenlo] ", and "[Fenlo] ERROR: " for failures.
+namespace detail {
+void writeLog(std::string_view prefix, fmt::string_view format, fmt::format_args values);
+} // namespace detail
+
+/// Writes "[Fenlo] ", the formatted text and a newline to standard error and appends them to the log file, which is opened
+/// for each line: a log that was deleted or rotated away is simply begun anew. The format is checked at compile time.
+///
+///     logInfo("{} models in {}", models.size(), folder.string());
 ///
 /// Threads: any. Never on the audio thread.
 /// Errors:  none; a line that cannot be written is lost.
+template <typename... Values>
+void logInfo(fmt::format_string<Values...> format, Values&&... values) {
+    detail::writeLog("[Fenlo] ", format, fmt::make_format_args(values...));
+}
+
+/// Like logInfo, for failures: the line begins with "[Fenlo] ERROR: ".
+template <typename... Values>
+void logError(fmt::format_string<Values...> format, Values&&... values) {
+    detail::writeLog("[Fenlo] ERROR: ", format, fmt::make_format_args(values...));
+}
+
+/// Writes the line as it is, for callers that are not yet on logInfo and logError.
 void log(std::string_view line);
 
 /// `$XDG_STATE_HOME/fenlo/Fenlo.log`, by default under ~/.local/state.
