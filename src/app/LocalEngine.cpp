@@ -1,7 +1,7 @@
 #include "app/LocalEngine.h"
 
 #include "WhisperEngine/ModelSetup.h"
-#include "WhisperEngine/Models/Checkpoint.h"
+#include "WhisperEngine/Models/CheckpointFiles.h"
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/WhisperEngine.h"
 #include "WhisperEngine/network/ModelFault.h"

@@ -1,7 +1,7 @@
 #include "app/Commands.h"
 
 #include "WhisperEngine/ModelSetup.h"
-#include "WhisperEngine/Models/Checkpoint.h"
+#include "WhisperEngine/Models/CheckpointFiles.h"
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/Models/ModelRepository.h"
 #include "WhisperEngine/WhisperEngine.h"
@@ -133,7 +133,7 @@ int runModelsList(bool json) {
     printFormatted("Installed in %s:\n", modelsDirectory().c_str());
     for (const LocalModel& model : installed)
         printFormatted("  %-44s %8s  %s%s%s\n", model.name.c_str(), sizeOf(model.bytes).c_str(), stateOf(model),
-                    isBundled(model.name) ? "; " : "", isBundled(model.name) ? bundledNote : "");
+                       isBundled(model.name) ? "; " : "", isBundled(model.name) ? bundledNote : "");
     if (installed.empty())
         print("  none\n");
     print("To install with `fenlo models download NAME`:\n");

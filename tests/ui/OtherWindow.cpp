@@ -1,6 +1,6 @@
 #include "ui/OtherWindow.h"
 
-#include "platform/desktop/KeyWindow.h"
+#include "platform/desktop/keys/KeyWindow.h"
 
 namespace fenlo::test {
 

@@ -1,6 +1,6 @@
 #include "WhisperEngine/Models/ModelRepository.h"
 
-#include "WhisperEngine/Models/Checkpoint.h"
+#include "WhisperEngine/Models/CheckpointFiles.h"
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/Models/ModelVariant.h"
 #include "WhisperEngine/Models/PublisherModels.h"

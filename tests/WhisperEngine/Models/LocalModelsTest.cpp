@@ -1,7 +1,7 @@
 #include "WhisperEngine/Models/LocalModels.h"
 
 #include "ModelFixture.h"
-#include "WhisperEngine/Models/Checkpoint.h"
+#include "WhisperEngine/Models/CheckpointFiles.h"
 #include "WhisperEngine/WhisperError.h"
 
 using namespace fenlo;

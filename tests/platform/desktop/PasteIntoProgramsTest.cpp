@@ -5,11 +5,11 @@
 #include "base/Files.h"
 #include "platform/KeyCodes.h"
 #include "platform/desktop/PumpedQueue.h"
-#include "platform/linux/desktop/AtspiAccessibility.h"
-#include "platform/linux/desktop/X11KeyEvents.h"
-#include "platform/linux/desktop/X11Pasteboard.h"
-#include "platform/linux/desktop/X11Workspace.h"
 #include "platform/linux/desktop/XDisplay.h"
+#include "platform/linux/desktop/accessibility/AtspiAccessibility.h"
+#include "platform/linux/desktop/clipboard/X11Pasteboard.h"
+#include "platform/linux/desktop/keys/X11KeyEvents.h"
+#include "platform/linux/desktop/session/X11Workspace.h"
 
 #include <X11/XKBlib.h>
 #include <thread>

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "platform/Accessibility.h"
+#include "platform/linux/desktop/DBusConnection.h"
+#include "platform/linux/desktop/GlibThread.h"
+#include "platform/linux/desktop/accessibility/AtspiElement.h"
+
+#include <atomic>
+#include <optional>
+
+namespace fenlo {
+
+/// The thread that speaks with the accessibility bus and knows where the focus is.
+///
+/// Threads: made, used and ended by the main thread.
+class AtspiThread {
+public:
+    AtspiThread();
+    ~AtspiThread();
+
+    bool isAvailable() const { return m_isAvailable; }
+
+    /// Tells all programs to publish their controls.
+    void announce();
+
+    /// Waits for `limit` seconds at most. The thread itself is free again by then, too.
+    std::optional<FocusedElement> focusedElement(double limit);
+
+private:
+    using Object = DBusConnection::Object;
+    using Time = DBusConnection::Clock::time_point;
+    using Answer = Guarded<std::optional<FocusedElement>>; // grows while the program answers
+
+    bool connect();
+    std::string findBus(std::string& error);
+    void registerEvents();
+    void subscribe(const char* interface, const char* member, const char* detail);
+    void announceNow();
+    void handleSignal(const Object& source, const std::string& member, GVariant* arguments);
+    void readNow(Time deadline, Answer& answer);
+    std::optional<Object> searchFocus(Time deadline) const;
+    std::optional<Object> findActiveWindow(Time deadline) const;
+
+    const GlibObject<GCancellable> m_end;
+    std::atomic<bool> m_isAvailable = false;
+    std::optional<DBusConnection> m_session; // these on the thread
+    std::optional<DBusConnection> m_bus;
+    std::optional<Object> m_focus;
+    std::optional<Object> m_window; // the one in front, as far as programs tell
+    Time m_lastAttempt;
+    bool m_isExplained = false;
+    std::optional<GlibThread> m_thread;
+};
+
+} // namespace fenlo

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "platform/Pasteboard.h"
+#include "platform/linux/desktop/clipboard/SelectionSaver.h"
+
+#include <memory>
+#include <optional>
+
+namespace fenlo {
+
+/// What the selections held before a text of ours took their place, and its way back.
+///
+/// Threads: one.
+class ClipboardLoan {
+public:
+    using Clock = ClipboardEvents::Clock;
+    using Saved = std::shared_ptr<const SavedSelection>;
+
+    ClipboardLoan(XcbConnection& x, xcb_window_t window, SelectionServer& server, ClipboardEvents& events,
+                  SelectionSaver& saver);
+
+    Saved keep(Clock::time_point deadline);
+    /// Follows from settle(), as soon as the owner has told everything.
+    void giveBack(Saved saved, Pasteboard::Return why);
+    /// Something else has come onto the clipboard by the user's will.
+    void forgetReturn() { m_return.reset(); }
+
+    /// Gives back what can be. `isLast` waits for no answers.
+    void settle(bool isLast = false);
+    /// When to settle next.
+    std::optional<Clock::time_point> due() const;
+
+    /// The text is offered as primary selection too, until endPrimary().
+    void lendPrimary(const std::string& text);
+    void endPrimary();
+
+private:
+    struct Returning {
+        Saved saved;
+        Pasteboard::Return why;
+        Clock::time_point due;
+    };
+
+    Saved save(xcb_atom_t selection, Clock::time_point deadline);
+    void comeBack(const SavedSelection& saved, Pasteboard::Return why);
+
+    XcbConnection& m_x;
+    const xcb_window_t m_window;
+    SelectionServer& m_server;
+    ClipboardEvents& m_events;
+    SelectionSaver& m_saver;
+    const xcb_atom_t m_clipboard;
+    Saved m_kept;    // what the text on loan stands for
+    Saved m_primary; // the same of the primary selection
+    std::optional<Returning> m_return;
+};
+
+} // namespace fenlo

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platform/linux/desktop/keys/KeyboardMap.h"
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+typedef struct _XDisplay Display;
+
+namespace fenlo {
+
+/// The keys that type a text in the layout of this moment, with Caps Lock as it is.
+struct TypedText {
+    using XKey = KeyboardMap::XKey;
+
+    struct Stroke {
+        XKey key;
+        bool shift;
+        bool levelThree; // AltGr
+    };
+
+    std::vector<Stroke> strokes;
+    XKey shiftKey = 0, levelThreeKey = 0;
+
+    /// Nothing when a character has no key, or when it is a control character: a line break would send a message.
+    static std::optional<TypedText> find(Display* display, std::string_view text);
+};
+
+} // namespace fenlo

@@ -1,0 +1,219 @@
+#include "platform/linux/desktop/keys/X11KeyPoster.h"
+
+#include "platform/KeyCodes.h"
+#include "platform/linux/desktop/keys/TypedText.h"
+
+#include <X11/XKBlib.h>
+#include <X11/extensions/XTest.h>
+#include <algorithm>
+
+namespace fenlo {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr unsigned long settleTime = 20; // milliseconds; some programs miss a modifier that is any younger
+constexpr unsigned long strokeTime = 2;  // milliseconds between typed characters
+constexpr auto runPause = std::chrono::milliseconds(100); // chords that follow each other faster settle once
+
+struct Modifier {
+    std::uint64_t flag;
+    std::uint16_t portCode;
+};
+
+constexpr Modifier pressable[] = {
+    {mask::control, key::controlLeft},
+    {mask::shift, key::shiftLeft},
+    {mask::option, key::optionLeft},
+};
+
+struct Chord {
+    std::uint16_t portCode;
+    std::uint64_t flags;
+    bool operator==(const Chord&) const = default;
+};
+
+/// What programs take for the same on keyboards without Latin letters. Shift-Insert pastes in windows and terminals;
+/// some terminals know Control-Shift-Insert too, others type an escape sequence for it.
+struct Substitute {
+    Chord meant, posted;
+};
+
+constexpr Substitute substitutes[] = {
+    {{key::v, mask::control}, {key::insert, mask::shift}},
+    {{key::v, mask::control | mask::shift}, {key::insert, mask::shift}},
+    {{key::c, mask::control}, {key::insert, mask::control}},
+};
+
+std::uint64_t onThisDesktop(std::uint64_t flags) {
+    return flags & mask::command ? (flags & ~mask::command) | mask::control : flags;
+}
+
+template <typename Handle>
+void forEachHeldModifier(Display* display, const KeyboardMap& map, Handle&& handle) {
+    const ServerKeys keys(display);
+    for (unsigned code = 0; code < 256; ++code)
+        if (const auto key = static_cast<KeyboardMap::XKey>(code); keys.isDown(key) && map.isModifier(key))
+            handle(key);
+}
+
+} // namespace
+
+std::unique_ptr<X11KeyPoster> X11KeyPoster::open(OwnKeys& own) {
+    auto display = XDisplay::open();
+    return display ? std::unique_ptr<X11KeyPoster>(new X11KeyPoster(std::move(display), own)) : nullptr;
+}
+
+X11KeyPoster::X11KeyPoster(std::unique_ptr<XDisplay> display, OwnKeys& own)
+    : m_display(std::move(display)), m_own(own) {
+    int unused, major, minor;
+    m_hasXTest = XTestQueryExtension(m_display->get(), &unused, &unused, &major, &minor);
+    if (XkbQueryExtension(m_display->get(), &unused, &m_keyboardEvents, &unused, nullptr, nullptr)) {
+        constexpr unsigned mapping = XkbNewKeyboardNotifyMask | XkbMapNotifyMask;
+        XkbSelectEvents(m_display->get(), XkbUseCoreKbd, mapping, mapping);
+        m_map = KeyboardMap::read(m_display->get());
+    }
+}
+
+X11KeyPoster::~X11KeyPoster() {
+    // A key that stays down would outlive the program.
+    for (const auto& [portCode, key] : m_pressed)
+        fake(key, KeyDirection::up);
+    releaseModifiers();
+}
+
+bool X11KeyPoster::canDeliver(std::uint16_t portCode) {
+    const unsigned group = currentGroup();
+    return isConnected() && m_map.find(portCode, group).has_value();
+}
+
+bool X11KeyPoster::press(std::uint16_t portCode, std::uint64_t flags) {
+    if (!m_hasXTest)
+        return false;
+    const unsigned group = currentGroup();
+    const auto press = findPress(portCode, onThisDesktop(flags), group);
+    if (!press || !isConnected())
+        return false;
+    const bool isRun = press->flags == m_settled && Clock::now() - m_lastRelease < runPause;
+    const bool changed = prepareModifiers(press->flags, group);
+    m_settled = press->flags;
+    m_pressed[portCode] = press->key;
+    fake(press->key, KeyDirection::down, changed && !isRun ? settleTime : 0);
+    // The server answers when it has come to the key, so the caller's hold begins now.
+    XSync(m_display->get(), False);
+    return isConnected();
+}
+
+std::optional<X11KeyPoster::Press> X11KeyPoster::findPress(std::uint16_t portCode, std::uint64_t flags,
+                                                           unsigned group) const {
+    if (const auto key = m_map.find(portCode, group))
+        return Press{*key, flags};
+    const auto* const substitute = std::find_if(std::begin(substitutes), std::end(substitutes), [&](const auto& each) {
+        return each.meant == Chord{portCode, flags};
+    });
+    if (substitute != std::end(substitutes)) {
+        const auto key = m_map.find(substitute->posted.portCode, group);
+        return key ? std::optional(Press{*key, substitute->posted.flags}) : std::nullopt;
+    }
+    // Some toolkits go by the place of a letter. With Shift it is a terminal's shortcut, and a terminal would type what
+    // this layout has there.
+    const auto key = flags == mask::control ? m_map.atUsualPlace(portCode) : std::nullopt;
+    return key ? std::optional(Press{*key, flags}) : std::nullopt;
+}
+
+bool X11KeyPoster::release(std::uint16_t portCode) {
+    const auto pressed = m_pressed.find(portCode);
+    if (pressed == m_pressed.end())
+        return false;
+    fake(pressed->second, KeyDirection::up);
+    m_pressed.erase(pressed);
+    releaseModifiers();
+    m_lastRelease = Clock::now();
+    return isConnected();
+}
+
+bool X11KeyPoster::type(std::string_view text) {
+    const auto typed = m_hasXTest ? TypedText::find(m_display->get(), text) : std::nullopt;
+    if (!typed)
+        return false;
+    bool shift = false, levelThree = false;
+    const auto hold = [&](bool& isHeld, bool wanted, XKey key) {
+        if (isHeld != wanted)
+            fake(key, wanted ? KeyDirection::down : KeyDirection::up);
+        isHeld = wanted;
+    };
+    for (const auto& stroke : typed->strokes) {
+        hold(shift, stroke.shift, typed->shiftKey);
+        hold(levelThree, stroke.levelThree, typed->levelThreeKey);
+        fake(stroke.key, KeyDirection::down, strokeTime);
+        fake(stroke.key, KeyDirection::up);
+    }
+    hold(shift, false, typed->shiftKey);
+    hold(levelThree, false, typed->levelThreeKey);
+    XSync(m_display->get(), False);
+    return isConnected();
+}
+
+bool X11KeyPoster::holdsModifier() {
+    bool holds = false;
+    forEachHeldModifier(m_display->get(), m_map, [&](XKey) { holds = true; });
+    return holds;
+}
+
+void X11KeyPoster::liftModifiers() {
+    if (m_hasXTest)
+        forEachHeldModifier(m_display->get(), m_map, [&](XKey key) { fake(key, KeyDirection::up); });
+    XSync(m_display->get(), False);
+}
+
+unsigned X11KeyPoster::currentGroup() {
+    XkbStateRec state{};
+    XkbGetState(m_display->get(), XkbUseCoreKbd, &state);
+    // The answer has brought along what became of the layout before.
+    while (XPending(m_display->get()) > 0) {
+        XEvent event;
+        XNextEvent(m_display->get(), &event);
+        if (event.type == m_keyboardEvents || event.type == MappingNotify)
+            m_mapIsStale = true;
+    }
+    if (std::exchange(m_mapIsStale, false))
+        m_map = KeyboardMap::read(m_display->get());
+    return state.group;
+}
+
+bool X11KeyPoster::prepareModifiers(std::uint64_t wanted, unsigned group) {
+    bool changed = false;
+    std::uint64_t held = 0;
+    forEachHeldModifier(m_display->get(), m_map, [&](XKey key) {
+        const std::uint64_t flag = flagOf(m_map.portCode(key));
+        if (flag & wanted) {
+            held |= flag;
+            return;
+        }
+        fake(key, KeyDirection::up);
+        changed = true;
+    });
+    for (const Modifier& modifier : pressable) {
+        const auto key = m_map.find(modifier.portCode, group);
+        if (!(wanted & ~held & modifier.flag) || !key)
+            continue;
+        fake(*key, KeyDirection::down);
+        m_pressedModifiers.push_back(*key);
+        changed = true;
+    }
+    return changed;
+}
+
+void X11KeyPoster::releaseModifiers() {
+    for (; !m_pressedModifiers.empty(); m_pressedModifiers.pop_back())
+        fake(m_pressedModifiers.back(), KeyDirection::up);
+    XFlush(m_display->get());
+}
+
+void X11KeyPoster::fake(XKey key, KeyDirection direction, unsigned long delay) {
+    m_own.expect(key, direction, Clock::now());
+    XTestFakeKeyEvent(m_display->get(), key, direction == KeyDirection::down, delay);
+}
+
+} // namespace fenlo

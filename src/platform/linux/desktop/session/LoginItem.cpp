@@ -1,0 +1,88 @@
+#include "platform/linux/desktop/session/LoginItem.h"
+
+#include "base/Files.h"
+#include "platform/linux/desktop/Glib.h"
+
+#include <chrono>
+#include <cstdlib>
+
+namespace fenlo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char group[] = G_KEY_FILE_DESKTOP_GROUP;
+constexpr char enabledKey[] = "X-GNOME-Autostart-enabled";
+
+constexpr char freshEntry[] = "[Desktop Entry]\n"
+                              "Type=Application\n"
+                              "Name=Fenlo\n"
+                              "Comment=Voice dictation\n"
+                              "Icon=fenlo\n"
+                              "Terminal=false\n"
+                              "X-GNOME-Autostart-enabled=true\n";
+
+bool load(GKeyFile* file, const std::string& content) {
+    const auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
+    return g_key_file_load_from_data(file, content.data(), content.size(), flags, nullptr) &&
+           g_key_file_has_group(file, group);
+}
+
+bool isSwitchedOff(GKeyFile* file) {
+    const bool saysEnabled = g_key_file_has_key(file, group, enabledKey, nullptr);
+    return g_key_file_get_boolean(file, group, "Hidden", nullptr) ||
+           (saysEnabled && !g_key_file_get_boolean(file, group, enabledKey, nullptr));
+}
+
+} // namespace
+
+LoginItem LoginItem::ofThisProgram() {
+    const char* const config = std::getenv("XDG_CONFIG_HOME");
+    const fs::path folder = config && *config ? fs::path(config) : files::homeDirectory() / ".config";
+    // A bundle that unpacks itself runs from a folder that is gone after.
+    const char* const bundle = std::getenv("APPIMAGE");
+    std::error_code unknown;
+    const fs::path executable = bundle && *bundle ? fs::path(bundle) : fs::read_symlink("/proc/self/exe", unknown);
+    return {folder / "autostart" / "fenlo.desktop", executable};
+}
+
+bool LoginItem::isDecided() const {
+    const auto content = files::read(m_file);
+    const GlibOwned<GKeyFile> file(g_key_file_new());
+    if (!content || !load(file.get(), *content))
+        return false;
+    return isSwitchedOff(file.get()) ||
+           takeString(g_key_file_get_string(file.get(), group, "Exec", nullptr)) == quoted(m_executable);
+}
+
+std::optional<std::string> LoginItem::write() const {
+    if (isDecided())
+        return std::nullopt;
+    const GlibOwned<GKeyFile> file(g_key_file_new());
+    const auto content = files::read(m_file);
+    if (content && !load(file.get(), *content))
+        files::setAside(m_file, std::chrono::system_clock::now());
+    if (!g_key_file_has_group(file.get(), group))
+        load(file.get(), freshEntry);
+    g_key_file_set_string(file.get(), group, "Exec", quoted(m_executable).c_str());
+    std::error_code failed;
+    fs::create_directories(m_file.parent_path(), failed);
+    if (failed || !files::writeAtomically(m_file, takeString(g_key_file_to_data(file.get(), nullptr, nullptr))))
+        return "cannot write " + m_file.string();
+    return std::nullopt;
+}
+
+std::string LoginItem::quoted(const fs::path& program) {
+    std::string line = "\"";
+    for (const char c : program.string()) {
+        if (c == '"' || c == '`' || c == '$' || c == '\\')
+            line += '\\';
+        line += c;
+        if (c == '%')
+            line += '%';
+    }
+    return line + "\"";
+}
+
+} // namespace fenlo

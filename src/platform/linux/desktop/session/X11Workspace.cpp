@@ -1,0 +1,78 @@
+#include "platform/linux/desktop/session/X11Workspace.h"
+
+#include "base/Log.h"
+#include "base/Text.h"
+#include "platform/linux/desktop/Glib.h"
+#include "platform/linux/desktop/session/ActiveWindow.h"
+#include "platform/linux/desktop/session/LoginItem.h"
+#include "platform/linux/desktop/session/ScreenLockWatch.h"
+#include "platform/linux/desktop/session/SleepWatch.h"
+
+#include <algorithm>
+#include <array>
+
+namespace fenlo {
+
+X11Workspace::X11Workspace(MainQueue& mainQueue)
+    : m_mainQueue(mainQueue), m_desktopFiles(DesktopFiles::sessionFolders()), m_lock(InstanceLock::defaultFile()),
+      m_activeWindow(ActiveWindow::connect()) {
+    // Now rather than at the first take.
+    m_desktopFiles.read();
+}
+
+X11Workspace::~X11Workspace() = default;
+
+bool X11Workspace::isConnected() const {
+    return m_activeWindow && m_activeWindow->isConnected();
+}
+
+std::optional<FrontApplication> X11Workspace::frontApplication() {
+    const auto window = m_activeWindow ? m_activeWindow->identity() : std::nullopt;
+    return window ? std::optional(identifyApplication(*window, m_desktopFiles)) : std::nullopt;
+}
+
+bool X11Workspace::becomeOnlyInstance() {
+    return m_lock.take();
+}
+
+bool X11Workspace::isLoginItem() const {
+    return LoginItem::ofThisProgram().isDecided();
+}
+
+std::optional<std::string> X11Workspace::registerLoginItem() {
+    return LoginItem::ofThisProgram().write();
+}
+
+void X11Workspace::onWillSleep(std::function<void()> handler) {
+    m_sleepWatch.reset();
+    if (handler)
+        m_sleepWatch = std::make_unique<SleepWatch>(m_mainQueue, std::move(handler));
+}
+
+bool X11Workspace::isScreenLocked() const {
+    return m_screenLockWatch && m_screenLockWatch->isLocked();
+}
+
+void X11Workspace::onScreenLocked(std::function<void()> handler) {
+    m_screenLockWatch.reset();
+    if (handler)
+        m_screenLockWatch = std::make_unique<ScreenLockWatch>(m_mainQueue, std::move(handler));
+}
+
+void X11Workspace::openUrl(const std::string& url) {
+    constexpr std::array schemes{"http://", "https://", "mailto:", "file://"};
+    const std::string lowered = text::lower(url);
+    if (std::none_of(schemes.begin(), schemes.end(), [&](const char* scheme) { return lowered.starts_with(scheme); })) {
+        log("[Fenlo] ERROR: Not an address to open");
+        return;
+    }
+    std::string program = "xdg-open", argument = url;
+    std::array<char*, 3> command{program.data(), argument.data(), nullptr};
+    constexpr auto flags =
+        static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
+    // GLib starts it as a grandchild, so there is nobody to wait for.
+    if (!g_spawn_async(nullptr, command.data(), nullptr, flags, nullptr, nullptr, nullptr, nullptr))
+        log("[Fenlo] ERROR: Cannot open an address: is xdg-open installed?");
+}
+
+} // namespace fenlo

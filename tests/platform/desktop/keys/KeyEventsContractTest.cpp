@@ -1,0 +1,203 @@
+// What every keyboard port does, tried on the fake and on a real screen.
+
+#include <gmock/gmock.h> // before the macros of X11
+
+#include "platform/KeyCodes.h"
+#include "platform/desktop/PumpedQueue.h"
+#include "platform/desktop/keys/Fingers.h"
+#include "platform/linux/desktop/keys/X11KeyEvents.h"
+#include "support/FakeKeyEvents.h"
+
+#include <X11/keysym.h>
+
+using namespace fenlo;
+using namespace fenlo::test;
+using ::testing::ElementsAre;
+
+namespace {
+
+struct Named {
+    std::uint16_t keyCode;
+    std::uint64_t flag;
+    KeySym symbol;
+};
+
+constexpr Named controlLeft{key::controlLeft, mask::control, XK_Control_L};
+constexpr Named controlRight{key::controlRight, mask::control, XK_Control_R};
+constexpr Named shiftLeft{key::shiftLeft, mask::shift, XK_Shift_L};
+constexpr Named commandLeft{key::commandLeft, mask::command, XK_Super_L};
+constexpr Named optionRight{key::optionRight, mask::option, XK_Alt_R};
+constexpr Named space{key::space, 0, XK_space};
+constexpr Named letterQ{key::other, 0, XK_q};
+
+/// A keyboard under test, and the user in front of it.
+class Rig {
+public:
+    virtual ~Rig() = default;
+    virtual KeyEvents& keys() = 0;
+    virtual void press(Named key) = 0;
+    virtual void release(Named key) = 0;
+    virtual void click(int x, int y) = 0;
+    virtual bool runUntil(const std::function<bool()>& condition) = 0;
+};
+
+class FakeRig final : public Rig {
+public:
+    KeyEvents& keys() override { return m_keys; }
+    void press(Named key) override {
+        m_held.push_back(key);
+        if (key.flag)
+            m_keys.change(flags(), key.keyCode);
+        else
+            m_keys.keyDown(key.keyCode);
+    }
+    void release(Named key) override {
+        std::erase_if(m_held, [&](const Named& held) { return held.symbol == key.symbol; });
+        if (key.flag)
+            m_keys.change(flags(), key.keyCode);
+    }
+    void click(int x, int y) override {
+        if (m_keys.mouseDown)
+            m_keys.mouseDown({x, y});
+    }
+    bool runUntil(const std::function<bool()>& condition) override { return condition(); }
+
+private:
+    std::uint64_t flags() const {
+        std::uint64_t flags = 0;
+        for (const Named& key : m_held)
+            flags |= key.flag;
+        return flags;
+    }
+
+    FakeKeyEvents m_keys;
+    std::vector<Named> m_held;
+};
+
+class X11Rig final : public Rig {
+public:
+    KeyEvents& keys() override { return m_keys; }
+    void press(Named key) override { m_fingers.press(key.symbol); }
+    void release(Named key) override { m_fingers.release(key.symbol); }
+    void click(int x, int y) override { m_fingers.click(x, y); }
+    bool runUntil(const std::function<bool()>& condition) override { return m_queue.runUntil(condition); }
+
+private:
+    VirtualDesktop m_desktop;
+    PumpedQueue m_queue;
+    X11KeyEvents m_keys{m_queue};
+    Fingers m_fingers;
+};
+
+using MakeRig = std::unique_ptr<Rig> (*)();
+
+class KeyEventsContract : public ::testing::TestWithParam<MakeRig> {
+protected:
+    void listen() {
+        const auto sources = rig->keys().listen({
+            .onFlagsChanged = [this](ModifierChange change) { changes.emplace_back(change.flags, change.keyCode); },
+            .onKeyDown = [this](std::uint16_t keyCode) { downs.push_back(keyCode); },
+        });
+        EXPECT_TRUE(sources.global && sources.local && sources.eventTap);
+    }
+    bool runUntilChanges(std::size_t count) {
+        return rig->runUntil([&] { return changes.size() >= count; });
+    }
+    bool runUntilDowns(std::size_t count) {
+        return rig->runUntil([&] { return downs.size() >= count; });
+    }
+
+    std::unique_ptr<Rig> rig = GetParam()();
+    std::vector<std::pair<std::uint64_t, std::uint16_t>> changes; // flags, key code
+    std::vector<std::uint16_t> downs;
+};
+
+TEST_P(KeyEventsContract, ModifiersTellWhatIsHeldAndWhichSideChanged) {
+    listen();
+    for (const Named& key : {controlLeft, controlRight})
+        rig->press(key);
+    for (const Named& key : {controlLeft, controlRight})
+        rig->release(key);
+    for (const Named& key : {shiftLeft, commandLeft, optionRight})
+        rig->press(key);
+    for (const Named& key : {shiftLeft, commandLeft, optionRight})
+        rig->release(key);
+    ASSERT_TRUE(runUntilChanges(10));
+    using Change = std::pair<std::uint64_t, std::uint16_t>;
+    EXPECT_THAT(changes,
+                ElementsAre(Change(mask::control, key::controlLeft), Change(mask::control, key::controlRight),
+                            Change(mask::control, key::controlLeft), Change(0, key::controlRight),
+                            Change(mask::shift, key::shiftLeft), Change(mask::shift | mask::command, key::commandLeft),
+                            Change(mask::shift | mask::command | mask::option, key::optionRight),
+                            Change(mask::command | mask::option, key::shiftLeft),
+                            Change(mask::option, key::commandLeft), Change(0, key::optionRight)));
+    EXPECT_TRUE(downs.empty());
+}
+
+TEST_P(KeyEventsContract, KeysAreToldWhenTheyGoDown) {
+    listen();
+    for (const Named& key : {controlLeft, space, letterQ}) {
+        rig->press(key);
+        rig->release(key);
+    }
+    ASSERT_TRUE(runUntilDowns(2));
+    EXPECT_THAT(downs, ElementsAre(key::space, key::other));
+}
+
+TEST_P(KeyEventsContract, KeysOfItsOwnAreNeverTold) {
+    listen();
+    ASSERT_TRUE(rig->keys().canPost());
+    for (const auto direction : {KeyDirection::down, KeyDirection::up})
+        EXPECT_TRUE(rig->keys().post(key::v, mask::command | mask::shift, direction));
+    rig->press(space);
+    rig->release(space);
+    ASSERT_TRUE(runUntilDowns(1));
+    EXPECT_THAT(downs, ElementsAre(key::space));
+    EXPECT_TRUE(changes.empty());
+}
+
+TEST_P(KeyEventsContract, NothingIsToldBetweenStopAndListen) {
+    listen();
+    rig->keys().stopListening();
+    rig->press(controlLeft);
+    rig->press(letterQ);
+    rig->release(letterQ);
+    int clicks = 0;
+    rig->keys().watchMouseDown([&](ScreenPoint) { ++clicks; });
+    ASSERT_TRUE(rig->runUntil([&] {
+        rig->click(1, 1); // whatever was before it has come through as well
+        return clicks > 0;
+    }));
+    EXPECT_TRUE(changes.empty() && downs.empty());
+    listen();
+    rig->release(controlLeft);
+    ASSERT_TRUE(runUntilChanges(1));
+    EXPECT_EQ(changes.front().first, 0U);
+}
+
+TEST_P(KeyEventsContract, MouseDownTellsThePlaceUntilNobodyWatches) {
+    std::vector<ScreenPoint> points;
+    rig->keys().watchMouseDown([&](ScreenPoint point) {
+        points.push_back(point);
+        rig->keys().watchMouseDown({});
+    });
+    ASSERT_TRUE(rig->runUntil([&] {
+        rig->click(321, 123);
+        return !points.empty();
+    }));
+    EXPECT_EQ(points[0].x, 321);
+    EXPECT_EQ(points[0].y, 123);
+    listen();
+    rig->click(5, 5);
+    rig->press(space);
+    rig->release(space);
+    ASSERT_TRUE(runUntilDowns(1));
+    EXPECT_EQ(points.size(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fake, KeyEventsContract,
+                         ::testing::Values([]() -> std::unique_ptr<Rig> { return std::make_unique<FakeRig>(); }));
+INSTANTIATE_TEST_SUITE_P(X11, KeyEventsContract,
+                         ::testing::Values([]() -> std::unique_ptr<Rig> { return std::make_unique<X11Rig>(); }));
+
+} // namespace

@@ -1,0 +1,159 @@
+// What every workspace port does, tried on the fake and on a real session.
+
+#include <gmock/gmock.h> // before the macros of X11
+
+#include "base/Files.h"
+#include "platform/desktop/PumpedQueue.h"
+#include "platform/desktop/StubBrowser.h"
+#include "platform/desktop/keys/KeyWindow.h"
+#include "platform/desktop/session/LoginManager.h"
+#include "platform/linux/desktop/session/InstanceLock.h"
+#include "platform/linux/desktop/session/X11Workspace.h"
+#include "support/FakeDesktop.h"
+
+#include <filesystem>
+
+using namespace fenlo;
+using namespace fenlo::test;
+using ::testing::ElementsAre;
+
+namespace {
+
+/// A session under test, and what happens around it.
+class Rig {
+public:
+    virtual ~Rig() = default;
+    virtual Workspace& workspace() = 0;
+    virtual void showTerminal() = 0;
+    virtual void startOtherInstance() = 0;
+    virtual void sleep() = 0;
+    virtual void lock(bool isLocked) = 0;
+    virtual std::vector<std::string> openedUrls() = 0;
+    virtual bool runUntil(const std::function<bool()>& condition) = 0;
+};
+
+class FakeRig final : public Rig {
+public:
+    Workspace& workspace() override { return m_workspace; }
+    void showTerminal() override {
+        m_workspace.front = FrontApplication{"XTerm", "xterm.terminal", true, PasteChord::shiftInsert};
+    }
+    void startOtherInstance() override { m_workspace.isOnlyInstance = false; }
+    void sleep() override { m_workspace.willSleep(); }
+    void lock(bool isLocked) override {
+        m_workspace.isLocked = isLocked;
+        if (isLocked)
+            m_workspace.screenLocked();
+    }
+    std::vector<std::string> openedUrls() override { return m_workspace.opened; }
+    bool runUntil(const std::function<bool()>& condition) override { return condition(); }
+
+private:
+    FakeWorkspace m_workspace;
+};
+
+class X11Rig final : public Rig {
+public:
+    X11Rig() {
+        std::filesystem::create_directories(m_folder);
+        ::setenv("XDG_CONFIG_HOME", m_folder.c_str(), 1);
+        ::setenv("XDG_RUNTIME_DIR", m_folder.c_str(), 1);
+    }
+    ~X11Rig() override {
+        ::unsetenv("XDG_CONFIG_HOME");
+        ::unsetenv("XDG_RUNTIME_DIR");
+    }
+
+    Workspace& workspace() override {
+        if (!m_workspace)
+            m_workspace.emplace(m_queue);
+        return *m_workspace;
+    }
+    void showTerminal() override { m_window.emplace("XTerm"); }
+    void startOtherInstance() override {
+        m_other.emplace(InstanceLock::defaultFile());
+        EXPECT_TRUE(m_other->take());
+    }
+    void sleep() override {
+        EXPECT_TRUE(eventually([this] { return m_loginManager.isInhibited(); }));
+        m_loginManager.prepareForSleep(true);
+    }
+    void lock(bool isLocked) override { m_loginManager.setLocked(isLocked); }
+    std::vector<std::string> openedUrls() override { return m_browser.opened(); }
+    bool runUntil(const std::function<bool()>& condition) override { return m_queue.runUntil(condition); }
+
+private:
+    const std::filesystem::path m_folder = files::temporaryFile("session-", "");
+    StubBrowser m_browser;
+    VirtualDesktop m_desktop;
+    LoginManager m_loginManager;
+    PumpedQueue m_queue;
+    std::optional<KeyWindow> m_window;
+    std::optional<InstanceLock> m_other;
+    std::optional<X11Workspace> m_workspace;
+};
+
+class WorkspaceContract : public ::testing::TestWithParam<std::unique_ptr<Rig> (*)()> {
+protected:
+    std::unique_ptr<Rig> rig = GetParam()();
+    Workspace& workspace = rig->workspace();
+};
+
+TEST_P(WorkspaceContract, FrontApplicationTellsHowToPaste) {
+    EXPECT_FALSE(workspace.frontApplication());
+    rig->showTerminal();
+    std::optional<FrontApplication> front;
+    ASSERT_TRUE(rig->runUntil([&] { return (front = workspace.frontApplication()).has_value(); }));
+    EXPECT_EQ(front->name, "XTerm");
+    EXPECT_EQ(front->id, "xterm.terminal");
+    EXPECT_TRUE(front->isTerminal);
+    EXPECT_EQ(front->paste, PasteChord::shiftInsert);
+}
+
+TEST_P(WorkspaceContract, FirstInstanceIsTheOnlyOne) {
+    EXPECT_TRUE(workspace.becomeOnlyInstance());
+    EXPECT_TRUE(workspace.becomeOnlyInstance());
+}
+
+TEST_P(WorkspaceContract, SecondInstanceIsTold) {
+    rig->startOtherInstance();
+    EXPECT_FALSE(workspace.becomeOnlyInstance());
+}
+
+TEST_P(WorkspaceContract, LoginItemLasts) {
+    EXPECT_FALSE(workspace.isLoginItem());
+    EXPECT_EQ(workspace.registerLoginItem(), std::nullopt);
+    EXPECT_TRUE(workspace.isLoginItem());
+}
+
+TEST_P(WorkspaceContract, HandlerRunsBeforeSleep) {
+    int sleeps = 0;
+    workspace.onWillSleep([&] { ++sleeps; });
+    rig->sleep();
+    EXPECT_TRUE(rig->runUntil([&] { return sleeps == 1; }));
+}
+
+TEST_P(WorkspaceContract, LockedScreenIsToldAndKnownUntilItOpens) {
+    int locks = 0;
+    workspace.onScreenLocked([&] { ++locks; });
+    EXPECT_FALSE(workspace.isScreenLocked());
+    EXPECT_TRUE(rig->runUntil([&] {
+        rig->lock(true);
+        return workspace.isScreenLocked();
+    }));
+    EXPECT_TRUE(rig->runUntil([&] { return locks == 1; }));
+    rig->lock(false);
+    EXPECT_TRUE(rig->runUntil([&] { return !workspace.isScreenLocked(); }));
+}
+
+TEST_P(WorkspaceContract, UrlsGoToTheBrowser) {
+    workspace.openUrl("https://example.org/a?b='c'&d=$HOME");
+    EXPECT_THAT(rig->openedUrls(), ElementsAre("https://example.org/a?b='c'&d=$HOME"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Fake, WorkspaceContract,
+                         ::testing::Values([]() -> std::unique_ptr<Rig> { return std::make_unique<FakeRig>(); }));
+INSTANTIATE_TEST_SUITE_P(X11, WorkspaceContract,
+                         ::testing::Values([]() -> std::unique_ptr<Rig> { return std::make_unique<X11Rig>(); }));
+
+} // namespace

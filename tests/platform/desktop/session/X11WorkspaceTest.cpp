@@ -1,0 +1,270 @@
+#include <gmock/gmock.h> // before the macros of X11
+
+#include "base/Files.h"
+#include "platform/desktop/ChildProcess.h"
+#include "platform/desktop/PumpedQueue.h"
+#include "platform/desktop/StubBrowser.h"
+#include "platform/desktop/keys/KeyWindow.h"
+#include "platform/desktop/session/LoginManager.h"
+#include "platform/linux/desktop/session/ActiveWindow.h"
+#include "platform/linux/desktop/session/InstanceLock.h"
+#include "platform/linux/desktop/session/LoginItem.h"
+#include "platform/linux/desktop/session/ScreenLockWatch.h"
+#include "platform/linux/desktop/session/SleepWatch.h"
+#include "platform/linux/desktop/session/X11Workspace.h"
+
+#include <filesystem>
+#include <unistd.h>
+
+using namespace fenlo;
+using namespace fenlo::test;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class ApplicationIdentityTest : public ::testing::Test {
+protected:
+    void install(const std::string& name, const std::string& lines) {
+        const fs::path file = folder / name;
+        fs::create_directories(file.parent_path());
+        files::writeAtomically(file, "[Desktop Entry]\nType=Application\n" + lines);
+    }
+    FrontApplication identify(const WindowIdentity& window) { return identifyApplication(window, installed); }
+
+    const fs::path folder = files::temporaryFile("applications-", "");
+    DesktopFiles installed{{folder, folder / "absent"}};
+};
+
+TEST_F(ApplicationIdentityTest, DesktopFileIsFoundByClassThenIdThenProgram) {
+    install("org.example.Writer.desktop", "Name=Writer\nStartupWMClass=Writer-Bin\nExec=/opt/writer/start %U\n");
+    install("kde/paint.desktop", "Name=Paint\nName[de]=Malen\nExec=env A=b \"/usr/bin/painter\" %f\n");
+    EXPECT_EQ(identify({"writer-bin", "x", "y"}).name, "Writer");
+    EXPECT_EQ(identify({"Org.Example.Writer", "x", "y"}).id, "org.example.Writer");
+    EXPECT_EQ(identify({"unknown", "unknown", "start"}).id, "org.example.Writer");
+    EXPECT_EQ(identify({"Kde-Paint", "", ""}).name, "Paint");
+    ::setenv("LANGUAGE", "de", 1);
+    install("third.desktop", "Name=Third\n"); // the folder has changed, so all is read anew
+    EXPECT_TRUE(eventually([&] { return identify({"painter", "", ""}).name == "Malen"; }));
+    ::unsetenv("LANGUAGE");
+}
+
+TEST_F(ApplicationIdentityTest, UnknownProgramIsWhatItCallsItself) {
+    const auto application = identify({"SomeTool", "tool", "python3"});
+    EXPECT_EQ(application.name, "SomeTool");
+    EXPECT_EQ(application.id, "sometool");
+    EXPECT_FALSE(application.isTerminal);
+    EXPECT_EQ(identify({"", "", "runner"}).name, "runner");
+}
+
+TEST_F(ApplicationIdentityTest, IdTellsTheKindOfApplication) {
+    install("code.desktop", "Name=Editor\nExec=code\nCategories=Development;IDE;\n");
+    install("posty.desktop", "Name=Posty\nCategories=Network;Email;\n");
+    install("webmail.desktop", "Name=Webmail\nCategories=Network;Email;\n");
+    install("talk.desktop", "Name=Talk\nCategories=Network;InstantMessaging;Chat;\n");
+    install("shelly.desktop", "Name=Shelly\nCategories=System;TerminalEmulator;\n");
+    EXPECT_EQ(identify({"Code", "code", "code"}).id, "com.microsoft.vscode");
+    EXPECT_EQ(identify({"Code", "code", "code"}).name, "Editor");
+    EXPECT_EQ(identify({"Posty", "", ""}).id, "posty.mail");
+    EXPECT_EQ(identify({"Webmail", "", ""}).id, "webmail");
+    EXPECT_EQ(identify({"Talk", "", ""}).id, "talk.messages");
+    const auto terminal = identify({"Shelly", "", ""});
+    EXPECT_EQ(terminal.id, "shelly.terminal");
+    EXPECT_TRUE(terminal.isTerminal);
+    EXPECT_EQ(terminal.paste, PasteChord::controlShiftV);
+}
+
+TEST_F(ApplicationIdentityTest, TerminalsPasteTheirOwnWay) {
+    for (const char* old : {"XTerm", "UXTerm", "URxvt"})
+        EXPECT_EQ(identify({old, "", ""}).paste, PasteChord::shiftInsert) << old;
+    for (const char* modern : {"Gnome-terminal", "konsole", "kitty", "Alacritty", "Xfce4-terminal"}) {
+        const auto terminal = identify({modern, "", ""});
+        EXPECT_EQ(terminal.paste, PasteChord::controlShiftV) << modern;
+        EXPECT_TRUE(terminal.isTerminal) << modern;
+        EXPECT_THAT(terminal.id, HasSubstr("terminal")) << modern;
+    }
+    EXPECT_EQ(identify({"Mousepad", "", ""}).paste, PasteChord::controlV);
+    for (const char* editor : {"Emacs", "Gvim"}) {
+        EXPECT_EQ(identify({editor, "", ""}).paste, PasteChord::shiftInsert) << editor;
+        EXPECT_FALSE(identify({editor, "", ""}).isTerminal) << editor;
+    }
+}
+
+TEST(ActiveWindowTest, VanishedWindowIsNoneAndNoHarm) {
+    const VirtualDesktop desktop;
+    const auto active = ActiveWindow::connect();
+    {
+        const KeyWindow window("Fleeting");
+        ASSERT_TRUE(eventually([&] { return active->identity().has_value(); }));
+        EXPECT_EQ(active->identity()->windowClass, "Fleeting");
+    }
+    EXPECT_TRUE(eventually([&] { return !active->identity(); }));
+    // The property may name a window that is gone already.
+    outputOf({"xprop", "-root", "-format", "_NET_ACTIVE_WINDOW", "32x", "-set", "_NET_ACTIVE_WINDOW", "0x7fffff"});
+    EXPECT_FALSE(active->identity());
+    EXPECT_TRUE(active->isConnected());
+}
+
+TEST(ActiveWindowTest, RealProgramIsKnownByItsDesktopFile) {
+    const VirtualDesktop desktop;
+    PumpedQueue queue;
+    X11Workspace workspace(queue);
+    const ChildProcess editor({"mousepad", "--disable-server"});
+    std::optional<FrontApplication> front;
+    ASSERT_TRUE(eventually([&] { return (front = workspace.frontApplication()).has_value(); }, 20));
+    EXPECT_EQ(front->name, "Mousepad");
+    EXPECT_EQ(front->id, "org.xfce.mousepad");
+}
+
+TEST(InstanceLockTest, LockEndsWithItsHolderHoweverThatEnds) {
+    const fs::path file = files::temporaryFile("lock-", "");
+    {
+        // Holds the lock until it is killed, and leaves the file behind.
+        const ChildProcess holder({"flock", file, "sleep", "1000"});
+        EXPECT_TRUE(eventually([&] {
+            InstanceLock second(file);
+            return !second.take();
+        }));
+        outputOf({"pkill", "-KILL", "-P", std::to_string(holder.pid())});
+        holder.signal(SIGKILL);
+    }
+    EXPECT_TRUE(fs::exists(file));
+    InstanceLock first(file);
+    EXPECT_TRUE(eventually([&] { return first.take(); }));
+    EXPECT_FALSE(InstanceLock(file).take());
+}
+
+TEST(InstanceLockTest, FolderThatCannotBeWrittenLocksNobodyOut) {
+    InstanceLock lock("/nonexistent/fenlo.lock");
+    EXPECT_TRUE(lock.take());
+}
+
+class LoginItemTest : public ::testing::Test {
+protected:
+    void write(const std::string& entry) {
+        fs::create_directories(file.parent_path());
+        files::writeAtomically(file, entry);
+    }
+
+    const fs::path folder = files::temporaryFile("config-", "");
+    const fs::path file = folder / "autostart" / "fenlo.desktop";
+    const LoginItem item{file, "/opt/fenlo/bin/fenlo"};
+};
+
+TEST_F(LoginItemTest, EntryStartsThisProgram) {
+    EXPECT_FALSE(item.isDecided());
+    EXPECT_EQ(item.write(), std::nullopt);
+    EXPECT_TRUE(item.isDecided());
+    EXPECT_THAT(files::read(file).value(), StartsWith("[Desktop Entry]\nType=Application\nName=Fenlo\n"));
+    EXPECT_THAT(files::read(file).value(), HasSubstr("\nExec=\"/opt/fenlo/bin/fenlo\"\n"));
+}
+
+TEST_F(LoginItemTest, EntryOfAProgramThatHasMovedIsMended) {
+    write("# mine\n[Desktop Entry]\nType=Application\nExec=/old/fenlo\nX-GNOME-Autostart-Delay=5\n");
+    EXPECT_FALSE(item.isDecided());
+    EXPECT_EQ(item.write(), std::nullopt);
+    EXPECT_TRUE(item.isDecided());
+    const std::string mended = files::read(file).value();
+    EXPECT_THAT(mended, StartsWith("# mine\n"));
+    EXPECT_THAT(mended, HasSubstr("X-GNOME-Autostart-Delay=5"));
+    EXPECT_THAT(mended, Not(HasSubstr("/old/fenlo")));
+}
+
+TEST_F(LoginItemTest, EntryThatTheUserSwitchedOffStaysOff) {
+    for (const char* off : {"Hidden=true", "X-GNOME-Autostart-enabled=false"}) {
+        const std::string entry = std::string("[Desktop Entry]\nType=Application\nExec=/old/fenlo\n") + off + "\n";
+        write(entry);
+        EXPECT_TRUE(item.isDecided()) << off;
+        EXPECT_EQ(item.write(), std::nullopt);
+        EXPECT_EQ(files::read(file), entry);
+    }
+}
+
+TEST_F(LoginItemTest, DamagedEntryIsSetAside) {
+    write("no desktop file");
+    EXPECT_EQ(item.write(), std::nullopt);
+    EXPECT_TRUE(item.isDecided());
+    const auto kept = std::distance(fs::directory_iterator(file.parent_path()), fs::directory_iterator());
+    EXPECT_EQ(kept, 2);
+}
+
+TEST_F(LoginItemTest, FolderThatCannotBeWrittenIsToldOf) {
+    files::writeAtomically(folder, "a file in the way");
+    EXPECT_TRUE(item.write().has_value());
+}
+
+TEST_F(LoginItemTest, StrangePathsAreQuotedSoThatTheSessionFindsThem) {
+    EXPECT_EQ(LoginItem::quoted("/opt/my \"$app\"/50%"), "\"/opt/my \\\"\\$app\\\"/50%%\"");
+    const LoginItem strange(file, "/opt/back\\slash and space/fenlo");
+    EXPECT_EQ(strange.write(), std::nullopt);
+    EXPECT_TRUE(strange.isDecided());
+    // Once for the quotes, and all of it once more for the file.
+    EXPECT_THAT(files::read(file).value(), HasSubstr("Exec=\"/opt/back\\\\\\\\slash and space/fenlo\""));
+}
+
+TEST(SleepWatchTest, SleepWaitsForTheHandlerEachTime) {
+    LoginManager manager;
+    PumpedQueue queue;
+    int sleeps = 0;
+    bool wasHeld = false;
+    const SleepWatch watch(queue, [&] {
+        ++sleeps;
+        wasHeld = manager.isInhibited();
+    });
+    for (int night = 1; night <= 2; ++night) {
+        ASSERT_TRUE(eventually([&] { return manager.isInhibited(); }));
+        manager.prepareForSleep(true);
+        ASSERT_TRUE(queue.runUntil([&] { return sleeps == night; }));
+        EXPECT_TRUE(wasHeld);
+        EXPECT_TRUE(eventually([&] { return !manager.isInhibited(); }));
+        manager.prepareForSleep(false);
+    }
+}
+
+TEST(SleepWatchTest, WithoutALoginManagerNothingHappens) {
+    ::setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+    PumpedQueue queue;
+    const SleepWatch watch(queue, [] { FAIL(); });
+    EXPECT_FALSE(queue.runUntil([] { return false; }, 0.1));
+    ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+}
+
+TEST(ScreenLockWatchTest, AnyServiceMayLockAndOneThatEndsLocksNobodyOut) {
+    LoginManager services;
+    services.setScreenSaverActive(true);
+    PumpedQueue queue;
+    int told = 0;
+    const ScreenLockWatch watch(queue, [&] { ++told; });
+    ASSERT_TRUE(eventually([&] { return watch.isLocked(); })) << "it was locked before we looked";
+    services.setLocked(true);
+    services.endScreenSaver();
+    services.setLocked(false);
+    EXPECT_TRUE(eventually([&] { return !watch.isLocked(); }));
+    ASSERT_TRUE(queue.runUntil([&] { return told == 1; }));
+    services.askForLock();
+    EXPECT_TRUE(queue.runUntil([&] { return told == 2; }));
+    EXPECT_FALSE(watch.isLocked()) << "nobody has said that it is locked";
+}
+
+TEST(X11WorkspaceTest, OnlyAddressesAreOpened) {
+    const StubBrowser browser;
+    PumpedQueue queue;
+    X11Workspace workspace(queue);
+    for (const char* url : {"javascript:alert(1)", "--help", "/etc/passwd", "", "ssh://host", "MAILTO:a@example.org"})
+        workspace.openUrl(url);
+    EXPECT_THAT(browser.opened(), ElementsAre("MAILTO:a@example.org"));
+}
+
+TEST(X11WorkspaceTest, WithoutAServerThereIsNoFrontApplication) {
+    ::setenv("DISPLAY", ":9999", 1);
+    PumpedQueue queue;
+    X11Workspace workspace(queue);
+    EXPECT_FALSE(workspace.isConnected());
+    EXPECT_FALSE(workspace.frontApplication());
+}
+
+} // namespace
