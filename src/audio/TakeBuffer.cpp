@@ -6,7 +6,8 @@
 #include "base/Files.h"
 #include "base/Log.h"
 
-#include <string>
+#include <algorithm>
+#include <cstdint>
 #include <utility>
 
 namespace fenlo {
@@ -17,16 +18,23 @@ constexpr double chunkDuration = 240.0; // seconds
 constexpr double preRollDuration = 0.3;
 constexpr double spareDuration = 10.0; // room for what a cut carries over
 
+/// Room for a whole chunk; memory that is not touched costs nothing.
 std::vector<float> emptyTake(double sampleRate) {
     std::vector<float> samples;
     samples.reserve(static_cast<std::size_t>(sampleRate * (chunkDuration + spareDuration)));
     return samples;
 }
 
-std::string kilobytes(const std::filesystem::path& file) {
+std::uintmax_t kilobytes(const std::filesystem::path& file) {
     std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(file, error);
-    return std::to_string(error ? 0 : size / 1024);
+    return error ? 0 : size / 1024;
+}
+
+/// Grows the buffer when fewer samples than `least` fit behind its own; by half, so that it does so rarely.
+void makeRoom(std::vector<float>& samples, std::size_t least) {
+    if (samples.capacity() - samples.size() < least)
+        samples.reserve(samples.capacity() + std::max(samples.capacity() / 2, least));
 }
 
 } // namespace
@@ -53,11 +61,13 @@ void TakeBuffer::setOnFiles(FilesHandler handler) {
 }
 
 void TakeBuffer::begin() {
-    std::vector<float> samples = emptyTake(m_sampleRate); // untouched memory costs nothing
+    std::vector<float> samples = emptyTake(m_sampleRate);
+    std::vector<float> spare = emptyTake(m_sampleRate);
     std::vector<std::filesystem::path> chunkFiles;
     std::unique_lock lock(m_mutex);
     m_workChanged.wait(lock, [this] { return isIdle(); });
     m_current.swap(samples);
+    m_spare.swap(spare);
     m_chunkFiles.swap(chunkFiles);
     m_copy = std::make_unique<RunningCopy>(m_sampleRate);
     m_copied = 0;
@@ -79,7 +89,8 @@ TakeBuffer::Place TakeBuffer::append(std::span<const float> samples) {
     }
     m_current.insert(m_current.end(), samples.begin(), samples.end());
     if (!m_isFlushing && m_current.size() >= m_chunkLimit) {
-        m_flushing = std::exchange(m_current, {});
+        m_flushing.swap(m_current);
+        m_current.swap(m_spare);
         m_isFlushing = true;
         m_workChanged.notify_all();
     } else if (isIdle() && m_current.size() - m_copied >= second()) {
@@ -97,12 +108,14 @@ void TakeBuffer::rollOn(std::span<const float> samples) {
 
 TakeBuffer::Taken TakeBuffer::end() {
     Taken taken;
+    std::vector<float> spare; // freed without the lock
     std::unique_lock lock(m_mutex);
     m_workChanged.wait(lock, [this] { return isIdle(); });
     m_isRecording = false;
     m_preRoll.clear();
     m_didPrependPreRoll = false;
     taken.samples.swap(m_current);
+    spare.swap(m_spare);
     taken.chunkFiles.swap(m_chunkFiles);
     if (const auto copy = std::exchange(m_copy, nullptr))
         taken.runningCopy = copy->file();
@@ -188,20 +201,22 @@ void TakeBuffer::flush(std::unique_lock<std::mutex>& lock) {
             files::removeQuietly(*copy);
         m_copy = std::make_unique<RunningCopy>(sampleRate);
         m_flushing.erase(m_flushing.begin(), m_flushing.begin() + static_cast<std::ptrdiff_t>(cut));
-        log("[Fenlo] Flushed chunk " + std::to_string(number) + " → " + kilobytes(*file) + "KB WAV (" +
-            std::to_string(m_flushing.size()) + " samples carried over)");
+        logInfo("Flushed chunk {} → {}KB WAV ({} samples carried over)", number, kilobytes(*file), m_flushing.size());
     } else {
-        log("[Fenlo] ERROR: Failed to write chunk " + std::to_string(number));
+        logError("Failed to write chunk {}", number);
     }
+    makeRoom(m_flushing, static_cast<std::size_t>(sampleRate * spareDuration));
 
     lock.lock();
     if (file) {
         m_chunkFiles = std::move(files);
         m_copied = 0;
     }
-    // What came meanwhile fits into the memory that the long buffer already has.
+    // What came meanwhile follows the rest, and its buffer is the next one to take over.
     m_flushing.insert(m_flushing.end(), m_current.begin(), m_current.end());
-    m_current = std::exchange(m_flushing, {});
+    m_current.clear();
+    m_current.swap(m_flushing);
+    m_spare.swap(m_flushing);
 }
 
 } // namespace fenlo

@@ -19,12 +19,13 @@ class RunningCopy;
 /// The samples of the running take, and the last moments before it.
 ///
 /// A take that grows beyond four minutes is cut at a quiet spot, and what lies before the cut goes into a chunk file.
-/// A thread of this class writes it, so that the audio thread never waits for a disk: it hands the samples over whole
-/// and goes on with an empty buffer, to whose front the rest after the cut returns. When the file cannot be written all
-/// samples return, and the next buffer tries again. Second by second the same thread copies what is in memory only to a
-/// file of its own, for the case of a crash.
+/// A thread of this class writes it, so that the audio thread never waits for a disk: it hands its buffer over whole
+/// and goes on with a second one, whose memory was reserved before the take. The rest after the cut then returns to the
+/// front. When the file cannot be written all samples return, and the next append() tries again. Every second the same
+/// thread copies what is in memory only to a file of its own, in case of a crash.
 ///
-/// Threads: append() on the audio thread, the rest on the main thread; isRecording() on any. begin() and end() wait for
+/// Threads: append() on the audio thread, where it neither allocates nor waits for the disk; the rest on the main
+/// thread; isRecording() on any. begin() and end() wait for
 ///          a file that is being written.
 /// Units:   samples at the input's own rate.
 class TakeBuffer {
@@ -82,6 +83,7 @@ private:
     std::size_t m_copied = 0;            // of m_current
     bool m_isCopying = false;            // while the writer has something to do, the take does not end
     bool m_isFlushing = false;           // likewise
+    std::vector<float> m_spare;          // empty, takes over at a cut; without memory while the writer flushes
     std::vector<float> m_flushing;       // the writer's own while it works, as the next three
     std::vector<float> m_piece;          // keeps its memory, so that the tap never waits for more
     std::unique_ptr<RunningCopy> m_copy; // of m_current
