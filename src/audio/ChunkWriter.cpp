@@ -4,17 +4,29 @@
 #include "audio/WavFile.h"
 #include "base/Files.h"
 #include "base/Log.h"
+#include "media/AudioFileError.h"
 
 #include <cmath>
 #include <new>
-#include <string>
 
 namespace fenlo {
 
 namespace {
+
 constexpr float targetPeak = 0.707F;
 constexpr float leastPeak = 0.001F;
 constexpr float leastGain = 1.05F;
+
+bool writeTo(const std::filesystem::path& file, std::span<const float> chunk) {
+    try {
+        writeWav(file, chunk, chunkRate, WavEncoding::float32);
+        return true;
+    } catch (const AudioFileError& error) {
+        logError("{}", error.what());
+        return false;
+    }
+}
+
 } // namespace
 
 std::vector<float> resampleForChunk(std::span<const float> samples, double sampleRate) {
@@ -48,20 +60,6 @@ void normalise(std::span<float> samples) {
 std::filesystem::path keptTakesFolder() {
     return files::dataDirectory() / "takes";
 }
-
-namespace {
-
-bool writeTo(const std::filesystem::path& file, std::span<const float> chunk) {
-    try {
-        writeWav(file, chunk, chunkRate, WavEncoding::float32);
-        return true;
-    } catch (const WavFileError& error) {
-        log(std::string("[Fenlo] ERROR: ") + error.what());
-        return false;
-    }
-}
-
-} // namespace
 
 std::optional<std::filesystem::path> writeChunk(std::span<const float> samples, double sampleRate) {
     try {

@@ -4,8 +4,6 @@
 #include "base/Files.h"
 #include "base/Log.h"
 
-#include <string>
-
 namespace fenlo {
 
 void RunningCopy::append(std::span<const float> samples) {
@@ -18,7 +16,7 @@ void RunningCopy::append(std::span<const float> samples) {
     } catch (const std::exception& error) { // also for want of memory
         m_hasFailed = true;
         m_writer.reset();
-        log(std::string("[Fenlo] The running take has no copy on the disk: ") + error.what());
+        logInfo("The running take has no copy on the disk: {}", error.what());
     }
 }
 

@@ -1,6 +1,7 @@
 #include "audio/WavFile.h"
 
 #include "base/Files.h"
+#include "media/AudioFileError.h"
 
 #include <cerrno>
 #include <cstring>
@@ -27,7 +28,7 @@ struct WavWriter::Sound {
 WavWriter::WavWriter(const std::filesystem::path& file, int sampleRate, WavEncoding encoding)
     : m_file(file), m_sound(new Sound{::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600)}) {
     if (m_sound->descriptor < 0)
-        throw WavFileError(file.string() + ": " + std::strerror(errno));
+        throw AudioFileError(file, std::strerror(errno));
     SF_INFO info{};
     info.samplerate = sampleRate;
     info.channels = 1;
@@ -55,7 +56,7 @@ void WavWriter::close() {
 
 void WavWriter::fail() {
     files::removeQuietly(m_file);
-    throw WavFileError(m_file.string() + ": the file cannot be written");
+    throw AudioFileError(m_file, "the file cannot be written");
 }
 
 void writeWav(const std::filesystem::path& file, std::span<const float> samples, int sampleRate, WavEncoding encoding) {

@@ -3,21 +3,16 @@
 #include <filesystem>
 #include <memory>
 #include <span>
-#include <stdexcept>
 
 namespace fenlo {
 
 enum class WavEncoding { float32, int16 };
 
-struct WavFileError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
 /// A new mono WAV file, readable by its owner only, which is whole after each append(): whoever is killed in between
 /// leaves a file that plays. Samples beyond full scale are clipped in int16.
 ///
 /// Threads: one at a time.
-/// Errors:  WavFileError with one line; no file is left then.
+/// Errors:  AudioFileError; no file is left then.
 class WavWriter {
 public:
     WavWriter(const std::filesystem::path& file, int sampleRate, WavEncoding encoding);

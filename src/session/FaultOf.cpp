@@ -4,50 +4,67 @@
 #include "speech/LocalTranscriber.h"
 #include "speech/Transcription.h"
 
-#include <cstdlib>
+#include <cstddef>
+#include <limits>
 
 namespace fenlo {
 
 namespace {
 
+template <typename Kind>
+struct Row {
+    Kind kind;
+    TakeFault fault;
+};
+
+constexpr Row<HttpError::Kind> connectionFaults[] = {
+    {HttpError::Kind::connection, TakeFault::serviceSilent}, {HttpError::Kind::timeout, TakeFault::serviceSilent},
+    {HttpError::Kind::cancelled, TakeFault::serviceSilent},  {HttpError::Kind::badUrl, TakeFault::serviceSilent},
+    {HttpError::Kind::tls, TakeFault::serviceUntrusted},     {HttpError::Kind::tooLarge, TakeFault::answerUnreadable},
+};
+
+constexpr Row<TranscriberError::Kind> serviceFaults[] = {
+    {TranscriberError::Kind::noAPIKey, TakeFault::keyMissing},
+    {TranscriberError::Kind::invalidResponse, TakeFault::answerUnreadable},
+    {TranscriberError::Kind::networkError, TakeFault::serviceSilent}, // when it has no status
+};
+
+constexpr Row<AudioRecorder::Fault> recorderFaults[] = {
+    {AudioRecorder::Fault::noSoundServer, TakeFault::noSoundServer},
+    {AudioRecorder::Fault::noInput, TakeFault::noMicrophone},
+    {AudioRecorder::Fault::refused, TakeFault::microphoneRefused},
+    {AudioRecorder::Fault::noSound, TakeFault::microphoneSilent},
+    {AudioRecorder::Fault::noSpace, TakeFault::noSpace},
+};
+
+struct StatusRow {
+    int first, last;
+    TakeFault fault;
+};
+
+/// The first row that holds a status counts.
+constexpr StatusRow statusFaults[] = {
+    {401, 401, TakeFault::keyRefused},
+    {403, 403, TakeFault::keyRefused},
+    {402, 402, TakeFault::quotaUsedUp},
+    {429, 429, TakeFault::quotaUsedUp},
+    {500, std::numeric_limits<int>::max(), TakeFault::serviceOutOfOrder},
+    {std::numeric_limits<int>::min(), 499, TakeFault::recordingRefused},
+};
+
+template <typename Kind, std::size_t count>
+TakeFault lookUp(const Row<Kind> (&rows)[count], Kind kind) {
+    for (const Row<Kind>& row : rows)
+        if (row.kind == kind)
+            return row.fault;
+    return TakeFault::ownFault;
+}
+
 TakeFault faultOfStatus(int status) {
-    switch (status) {
-    case 401:
-    case 403:
-        return TakeFault::keyRefused;
-    case 402:
-    case 429:
-        return TakeFault::quotaUsedUp;
-    default:
-        return status >= 500 ? TakeFault::serviceOutOfOrder : TakeFault::recordingRefused;
-    }
-}
-
-TakeFault faultOf(const TranscriberError& error) {
-    switch (error.kind) {
-    case TranscriberError::Kind::noAPIKey:
-        return TakeFault::keyMissing;
-    case TranscriberError::Kind::invalidResponse:
-        return TakeFault::answerUnreadable;
-    case TranscriberError::Kind::networkError:
-        return error.status ? faultOfStatus(*error.status) : TakeFault::serviceSilent;
-    }
-    std::abort();
-}
-
-TakeFault faultOf(const HttpError& error) {
-    switch (error.kind) {
-    case HttpError::Kind::connection:
-    case HttpError::Kind::timeout:
-    case HttpError::Kind::cancelled:
-    case HttpError::Kind::badUrl:
-        return TakeFault::serviceSilent;
-    case HttpError::Kind::tls:
-        return TakeFault::serviceUntrusted;
-    case HttpError::Kind::tooLarge:
-        return TakeFault::answerUnreadable;
-    }
-    std::abort();
+    for (const StatusRow& row : statusFaults)
+        if (row.first <= status && status <= row.last)
+            return row.fault;
+    return TakeFault::ownFault;
 }
 
 } // namespace
@@ -56,9 +73,9 @@ TakeFault faultOf(const std::exception_ptr& error) {
     try {
         std::rethrow_exception(error);
     } catch (const TranscriberError& fault) {
-        return faultOf(fault);
+        return fault.status ? faultOfStatus(*fault.status) : lookUp(serviceFaults, fault.kind);
     } catch (const HttpError& fault) {
-        return faultOf(fault);
+        return lookUp(connectionFaults, fault.kind);
     } catch (const LocalTranscriberError&) {
         return TakeFault::engineFailed;
     } catch (...) {
@@ -67,19 +84,7 @@ TakeFault faultOf(const std::exception_ptr& error) {
 }
 
 TakeFault faultOf(AudioRecorder::Fault fault) {
-    switch (fault) {
-    case AudioRecorder::Fault::noSoundServer:
-        return TakeFault::noSoundServer;
-    case AudioRecorder::Fault::noInput:
-        return TakeFault::noMicrophone;
-    case AudioRecorder::Fault::refused:
-        return TakeFault::microphoneRefused;
-    case AudioRecorder::Fault::noSound:
-        return TakeFault::microphoneSilent;
-    case AudioRecorder::Fault::noSpace:
-        return TakeFault::noSpace;
-    }
-    std::abort();
+    return lookUp(recorderFaults, fault);
 }
 
 std::string messageOf(const std::exception_ptr& error) {

@@ -10,6 +10,7 @@
 #include "text/DictationPrompt.h"
 #include "text/ModelAnswer.h"
 
+#include <exception>
 #include <utility>
 
 namespace fenlo {
@@ -34,18 +35,25 @@ std::string labelOf(const std::string& outputMode) {
     return outputMode == "transliterate" ? "Transliterate" : "SmartRewrite";
 }
 
-bool isCancelled(const std::exception& error) {
-    const auto* network = dynamic_cast<const HttpError*>(&error);
-    return network && network->kind == HttpError::Kind::cancelled;
-}
+/// What became of a call that failed.
+struct Failure {
+    std::string message;
+    bool isCancelled = false;
+    bool isPassing = false; // the same request may be answered in a moment
+};
 
-/// Whether the same request may come to an answer in a moment.
-bool isRetryable(const std::exception& error) {
-    if (dynamic_cast<const HttpError*>(&error))
-        return !isCancelled(error);
-    const auto* answer = dynamic_cast<const SmartRewriteError*>(&error);
-    return answer && answer->kind == SmartRewriteError::Kind::apiError &&
-           (answer->status == 429 || answer->status > 499);
+Failure failureOf(const std::exception_ptr& error) {
+    try {
+        std::rethrow_exception(error);
+    } catch (const HttpError& fault) {
+        const bool isCancelled = fault.kind == HttpError::Kind::cancelled;
+        return {fault.what(), isCancelled, !isCancelled};
+    } catch (const SmartRewriteError& fault) {
+        const bool isBusy = fault.status == 429 || fault.status > 499;
+        return {fault.what(), false, fault.kind == SmartRewriteError::Kind::apiError && isBusy};
+    } catch (const std::exception& fault) {
+        return {fault.what()};
+    }
 }
 
 SmartRewriteError noApiKey(const std::string& model, const std::string& variable) {
@@ -87,21 +95,19 @@ Rewrite SmartRewrite::rewrite(const std::string& text, const FocusContext& conte
         try {
             std::string answer = cleanResponse(complete(system, user, stop));
             if (isRefusal(answer, text)) {
-                log("[Fenlo] LLM refused, falling back to raw text: '" +
-                    text::firstCharacters(answer, shownRefusalCharacters) + "'");
+                logInfo("LLM refused, falling back to raw text: '{}'",
+                        text::firstCharacters(answer, shownRefusalCharacters));
                 return unchanged;
             }
-            log("[Fenlo] " + labelOf(settings.outputMode) + ": " + text::fixed(m_clock.now() - start, 2) + "s — '" +
-                text + "' → '" + answer + "'");
+            logInfo("{}: {:.2f}s — '{}' → '{}'", labelOf(settings.outputMode), m_clock.now() - start, text, answer);
             return {std::move(answer), true};
-        } catch (const std::exception& error) {
-            if (attempt == maxAttempts || !isRetryable(error)) {
-                log("[Fenlo] ERROR: SmartRewrite failed after " + std::to_string(attempt) +
-                    " attempt(s): " + error.what() + " — returning raw");
+        } catch (const std::exception&) {
+            const Failure failure = failureOf(std::current_exception());
+            if (attempt == maxAttempts || !failure.isPassing) {
+                logError("SmartRewrite failed after {} attempt(s): {} — returning raw", attempt, failure.message);
                 return unchanged;
             }
-            log("[Fenlo] SmartRewrite: attempt " + std::to_string(attempt) + " failed (" + error.what() +
-                "), retrying...");
+            logInfo("SmartRewrite: attempt {} failed ({}), retrying...", attempt, failure.message);
         }
         if (!stop.stop_requested()) // else the next attempt ends at once
             m_clock.sleep(retryPause);
@@ -116,10 +122,11 @@ std::string SmartRewrite::complete(const std::string& system, const std::string&
     if (choice != "groq" && resolveGeminiKey(stop)) {
         try {
             return askGemini(prompt, stop);
-        } catch (const std::exception& error) {
-            if (isCancelled(error))
+        } catch (const std::exception&) {
+            const Failure failure = failureOf(std::current_exception());
+            if (failure.isCancelled)
                 throw;
-            log(std::string("[Fenlo] Gemini failed (") + error.what() + "), falling back to Groq");
+            logInfo("Gemini failed ({}), falling back to Groq", failure.message);
         }
     }
     return askGroq(prompt, stop);

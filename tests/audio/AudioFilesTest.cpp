@@ -3,6 +3,7 @@
 #include "audio/WavFile.h"
 #include "base/Files.h"
 #include "media/AudioFile.h"
+#include "media/AudioFileError.h"
 #include "support/ScarceDisk.h"
 #include "support/Signals.h"
 
@@ -95,7 +96,7 @@ TEST_F(AudioFiles, FailedWrite_LeavesNoFile) {
         EXPECT_FALSE(writeChunk(sine(0.1F, 1, 16000), 16000));
     }
     EXPECT_EQ(countFiles(), before);
-    EXPECT_THROW(writeWav("/nonexistent/x.wav", {}, 16000, WavEncoding::int16), WavFileError);
+    EXPECT_THROW(writeWav("/nonexistent/x.wav", {}, 16000, WavEncoding::int16), AudioFileError);
 }
 
 TEST_F(AudioFiles, SixteenBit_ClipsInsteadOfWrapping) {

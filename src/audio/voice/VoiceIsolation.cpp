@@ -4,6 +4,7 @@
 #include "audio/voice/VoiceMatch.h"
 #include "base/Files.h"
 #include "base/Log.h"
+#include "media/AudioFileError.h"
 #include "settings/Config.h"
 
 #include <algorithm>
@@ -20,8 +21,8 @@ std::optional<fs::path> writeFiltered(std::span<const float> samples) {
     try {
         writeWav(file, samples, static_cast<int>(voice::sampleRate), WavEncoding::float32);
         return file;
-    } catch (const WavFileError& error) {
-        log(std::string("[Fenlo] ERROR: Voice isolation: failed to write filtered audio: ") + error.what());
+    } catch (const AudioFileError& error) {
+        logError("Voice isolation: failed to write filtered audio: {}", error.what());
         return {};
     }
 }
@@ -33,7 +34,7 @@ std::optional<fs::path> filtered(const fs::path& recording, const VoiceProfileDa
         return {};
     const std::vector<double> scores = windowScores(*samples, profile);
     const auto kept = std::ranges::count_if(scores, isKept);
-    log("[Fenlo] Voice isolation: kept " + std::to_string(kept) + "/" + std::to_string(scores.size()) + " frames");
+    logInfo("Voice isolation: kept {}/{} frames", kept, scores.size());
     const std::vector<float> output = isolated(*samples, scores);
     return output.empty() ? std::nullopt : writeFiltered(output);
 }
