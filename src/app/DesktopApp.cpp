@@ -8,6 +8,7 @@
 #include "audio/AudioRecorder.h"
 #include "base/Background.h"
 #include "base/Clock.h"
+#include "base/Environment.h"
 #include "base/NotificationCenter.h"
 #include "platform/linux/audio/PulseAudioInput.h"
 #include "platform/linux/audio/PulseAudioOutput.h"
@@ -35,7 +36,6 @@
 
 #include <QApplication>
 #include <cstdio>
-#include <cstdlib>
 
 namespace fenlo {
 
@@ -58,8 +58,8 @@ struct Platform {
 };
 
 std::string displayName() {
-    const char* name = std::getenv("DISPLAY");
-    return name && *name ? std::string(" at ") + name : "";
+    const std::string name = environment("DISPLAY");
+    return name.empty() ? "" : " at " + name;
 }
 
 MenuSources menuSources(const AudioRecorder& recorder, const StatisticsStore& statistics, const KeptTakes& takes) {

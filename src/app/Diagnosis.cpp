@@ -2,6 +2,7 @@
 
 #include "app/LocalEngine.h"
 #include "app/TakeRoad.h"
+#include "base/Environment.h"
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/RunLoop.h"
@@ -19,7 +20,6 @@
 
 #include <QApplication>
 #include <QTimer>
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <unistd.h>
@@ -33,11 +33,6 @@ using State = Diagnosis::State;
 constexpr double accessibilityPatience = 2.0; // seconds for the bus to be found
 constexpr double keyringPatience = 2.0;
 constexpr int trayPatience = 1000; // milliseconds
-
-std::string environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? value : "";
-}
 
 void examineKeyboard(std::vector<Diagnosis>& findings, const X11KeyEvents& keys, const std::string& hotkeyName) {
     if (!keys.isConnected()) {

@@ -2,8 +2,8 @@
 
 #include "base/Clock.h"
 #include "base/Descriptor.h"
+#include "base/Environment.h"
 
-#include <cstdlib>
 #include <string_view>
 #include <sys/ioctl.h>
 #include <utility>
@@ -17,8 +17,8 @@ constexpr int usualWidth = 80;
 constexpr const char* eraseLine = "\r\x1b[K";
 
 bool canRedraw(int descriptor) {
-    const char* terminal = std::getenv("TERM");
-    return ::isatty(descriptor) && terminal && *terminal && std::string_view(terminal) != "dumb";
+    const std::string terminal = environment("TERM");
+    return ::isatty(descriptor) && !terminal.empty() && terminal != "dumb";
 }
 
 /// Asked each time, as the window may have changed. The last column stays free: some terminals wrap once it is filled.

@@ -1,9 +1,10 @@
 #include "base/Dates.h"
 
+#include "base/Environment.h"
+
 #include <array>
 #include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <unicode/datefmt.h>
@@ -57,10 +58,10 @@ private:
 
 icu::Locale userLocale() {
     for (const char* variable : {"LC_ALL", "LC_TIME", "LANG"})
-        if (const char* value = std::getenv(variable); value && *value) {
-            const std::string_view name = std::string_view(value).substr(0, std::string_view(value).find('.'));
-            const icu::Locale locale = icu::Locale::createCanonical(value);
-            // A name that is none makes a bogus locale, which must not reach a formatter.
+        if (const std::string value = environment(variable); !value.empty()) {
+            const std::string name = value.substr(0, value.find('.'));
+            const icu::Locale locale = icu::Locale::createCanonical(value.c_str());
+            // An unknown name makes a bogus locale, which must not reach a formatter.
             return name == "C" || name == "POSIX" || locale.isBogus() ? icu::Locale::getUS() : locale;
         }
     return icu::Locale::getUS();

@@ -1,6 +1,7 @@
 #include "base/Files.h"
 
 #include "base/Descriptor.h"
+#include "base/Environment.h"
 
 #include <algorithm>
 #include <array>
@@ -20,7 +21,7 @@ namespace fenlo::files {
 namespace fs = std::filesystem;
 
 fs::path homeDirectory() {
-    if (const char* home = std::getenv("HOME"); home && *home)
+    if (const auto home = environment("HOME"); !home.empty())
         return home;
     if (const passwd* entry = ::getpwuid(::getuid()))
         return entry->pw_dir;
@@ -32,8 +33,7 @@ fs::path dataDirectory() {
 }
 
 fs::path cacheDirectory() {
-    const char* cache = std::getenv("XDG_CACHE_HOME");
-    return (cache && *cache ? fs::path(cache) : homeDirectory() / ".cache") / "fenlo";
+    return fs::path(environment("XDG_CACHE_HOME", homeDirectory() / ".cache")) / "fenlo";
 }
 
 bool makePrivateDirectory(const fs::path& directory) {

@@ -1,10 +1,10 @@
 #include "base/Log.h"
 
 #include "base/Descriptor.h"
+#include "base/Environment.h"
 #include "base/Files.h"
 #include "base/Text.h"
 
-#include <cstdlib>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <string>
@@ -14,9 +14,8 @@
 namespace fenlo {
 
 std::filesystem::path logFile() {
-    const char* state = std::getenv("XDG_STATE_HOME");
-    const auto base = state && *state ? std::filesystem::path(state) : files::homeDirectory() / ".local" / "state";
-    return base / "fenlo" / "Fenlo.log";
+    const std::filesystem::path state = environment("XDG_STATE_HOME", files::homeDirectory() / ".local" / "state");
+    return state / "fenlo" / "Fenlo.log";
 }
 
 void detail::writeLog(std::string_view prefix, fmt::string_view format, fmt::format_args values) {

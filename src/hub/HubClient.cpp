@@ -1,6 +1,7 @@
 #include "hub/HubClient.h"
 
 #include "base/Clock.h"
+#include "base/Environment.h"
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/Text.h"
@@ -12,7 +13,6 @@
 #include "hub/TreePage.h"
 #include "hub/WebAddress.h"
 
-#include <cstdlib>
 #include <set>
 
 namespace fenlo::hub {
@@ -28,8 +28,7 @@ constexpr int maxPages = 1000;
 constexpr std::size_t maxFiles = 100'000;
 
 std::string variable(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? text::trimWhitespaceAndNewlines(value) : "";
+    return text::trimWhitespaceAndNewlines(environment(name));
 }
 
 HttpResponse getPage(const HubConnection& connection, const std::string& address, Clock& clock, int attempts,

@@ -1,8 +1,7 @@
 #include "settings/ApiKey.h"
 
+#include "base/Environment.h"
 #include "base/Text.h"
-
-#include <cstdlib>
 
 namespace fenlo::apiKey {
 
@@ -17,8 +16,7 @@ std::string clean(std::string_view key) {
 }
 
 std::string fromEnvironment(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value ? clean(value) : std::string();
+    return clean(environment(variable));
 }
 
 std::string valueOf(const std::map<std::string, std::string>& configuration, const char* name) {

@@ -1,9 +1,9 @@
 #include "settings/Deployment.h"
 
+#include "base/Environment.h"
 #include "base/Files.h"
 #include "base/Log.h"
 
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 namespace fenlo {
@@ -32,8 +32,8 @@ Deployment Deployment::load() {
     Deployment deployment;
     takeValues(nlohmann::json::parse(defaults), deployment);
 
-    const char* path = std::getenv("FENLO_DEPLOYMENT");
-    if (!path || !*path)
+    const std::string path = environment("FENLO_DEPLOYMENT");
+    if (path.empty())
         return deployment;
     const auto content = files::read(path);
     const auto values = nlohmann::json::parse(content.value_or(""), nullptr, false);

@@ -1,11 +1,11 @@
 #include "WhisperEngine/runtime/InstructionSet.h"
 
 #include "WhisperEngine/runtime/InstructionChoice.h"
+#include "base/Environment.h"
 #include "base/Log.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <hwy/targets.h>
 #include <oneapi/dnnl/dnnl.hpp>
 
@@ -38,14 +38,9 @@ const Step& stepOf(InstructionSet instructions) {
     return steps.at(static_cast<std::size_t>(instructions));
 }
 
-std::string variable(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? value : "";
-}
-
 InstructionWish readWish() {
-    const std::string library = variable("ONEDNN_MAX_CPU_ISA"); // oneDNN looks there first
-    return {variable("FENLO_ISA"), library.empty() ? variable("DNNL_MAX_CPU_ISA") : library};
+    const std::string library = environment("ONEDNN_MAX_CPU_ISA"); // oneDNN looks there first
+    return {environment("FENLO_ISA"), library.empty() ? environment("DNNL_MAX_CPU_ISA") : library};
 }
 
 InstructionChoice settle(const InstructionTrial& trial) {

@@ -1,5 +1,6 @@
 #include "platform/linux/net/CurlTransfer.h"
 
+#include "base/Deadline.h"
 #include "base/Log.h"
 #include "base/Text.h"
 
@@ -21,7 +22,8 @@ std::string systemError(CURL* handle) {
 }
 
 /// The other end closed or reset the connection, or what came over it is no HTTP (an answer without a status line is an
-/// "unsupported protocol" to libcurl). A connection that was kept may owe this to what came before; a fresh one does not.
+/// "unsupported protocol" to libcurl). A connection that was kept may owe this to what came before; a fresh one does
+/// not.
 bool isFaultOfConnection(CURLcode result) {
     switch (result) {
     case CURLE_GOT_NOTHING:
@@ -80,8 +82,7 @@ void CurlTransfer::resumeWhereTaken() {
 std::optional<CurlTransfer::Moment> CurlTransfer::stallsAt() const {
     if (m_request->idleLimit <= 0 || m_paused)
         return {};
-    return m_lastProgress +
-           std::chrono::duration_cast<Moment::duration>(std::chrono::duration<double>(m_request->idleLimit));
+    return deadlineAfter(m_request->idleLimit, m_lastProgress);
 }
 
 void CurlTransfer::noteProgress(std::size_t bytes) {

@@ -1,11 +1,11 @@
 #include "platform/linux/secrets/SecretServiceStore.h"
 
+#include "base/Environment.h"
 #include "base/Log.h"
 #include "base/Text.h"
 #include "platform/linux/secrets/SecretDeadline.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <libsecret/secret.h>
 #include <memory>
@@ -52,12 +52,11 @@ std::string explain(const GError& error) {
 
 /// Without a bus GLib would start one of its own, which no keyring listens on.
 bool hasSessionBus() {
-    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    if (address && *address)
+    if (!environment("DBUS_SESSION_BUS_ADDRESS").empty())
         return true;
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    const std::filesystem::path runtime = environment("XDG_RUNTIME_DIR");
     std::error_code ignored;
-    return runtime && *runtime && std::filesystem::exists(std::filesystem::path(runtime) / "bus", ignored);
+    return !runtime.empty() && std::filesystem::exists(runtime / "bus", ignored);
 }
 
 /// Returns what is in the way of reaching a keyring, or nothing.

@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/accessibility/AtspiThread.h"
 
+#include "base/Deadline.h"
+#include "base/Environment.h"
 #include "base/Log.h"
 
 #include <algorithm>
@@ -42,8 +44,7 @@ void AtspiThread::announce() {
 }
 
 std::optional<FocusedElement> AtspiThread::focusedElement(double limit) {
-    const auto deadline =
-        Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(limit));
+    const auto deadline = deadlineAfter(limit);
     struct Request {
         Answer answer;
         std::promise<void> done;
@@ -80,7 +81,7 @@ bool AtspiThread::connect() {
 }
 
 std::string AtspiThread::findBus(std::string& error) {
-    if (const char* const given = std::getenv("AT_SPI_BUS_ADDRESS"); given && *given)
+    if (const auto given = environment("AT_SPI_BUS_ADDRESS"); !given.empty())
         return given;
     const std::string session = DBusConnection::addressOf(G_BUS_TYPE_SESSION, m_end.get());
     error = "no session bus";

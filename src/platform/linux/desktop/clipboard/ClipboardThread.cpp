@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/clipboard/ClipboardThread.h"
 
+#include "base/Deadline.h"
 #include "base/Log.h"
 
 #include <algorithm>
@@ -16,11 +17,6 @@ using Stay = SelectionServer::Stay;
 constexpr auto clearDelay = std::chrono::milliseconds(30);
 constexpr auto stallCheck = std::chrono::seconds(2);
 constexpr auto handOverLimit = std::chrono::milliseconds(300);
-
-std::chrono::steady_clock::time_point after(double seconds) {
-    using Clock = std::chrono::steady_clock;
-    return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-}
 
 } // namespace
 
@@ -52,7 +48,7 @@ void ClipboardThread::clear() {
 }
 
 Pasteboard::Reading ClipboardThread::read(double limit) {
-    const auto deadline = after(limit);
+    const auto deadline = deadlineAfter(limit);
     const auto reading = ask<std::optional<Pasteboard::Reading>>(deadline, [=, this] { return readNow(deadline); });
     return reading.value_or(Pasteboard::Reading{.text = {}, .isAnswered = false});
 }
@@ -60,7 +56,7 @@ Pasteboard::Reading ClipboardThread::read(double limit) {
 Pasteboard::GiveBack ClipboardThread::keep(double limit) {
     // The thread alone looks at what it has saved, which may be later than the deadline.
     const auto saved = std::make_shared<ClipboardLoan::Saved>();
-    const auto deadline = after(limit);
+    const auto deadline = deadlineAfter(limit);
     ask<bool>(deadline, [=, this] {
         if (m_clearing)
             clearNow();

@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/keys/X11KeyEvents.h"
 
+#include "base/Deadline.h"
 #include "base/MainQueue.h"
 #include "platform/linux/desktop/keys/OwnKeys.h"
 #include "platform/linux/desktop/keys/X11KeyListener.h"
@@ -83,14 +84,12 @@ bool X11KeyEvents::type(const std::string& text) {
 }
 
 void X11KeyEvents::releaseModifiers(double limit) {
-    using Clock = std::chrono::steady_clock;
-    const auto deadline =
-        Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(limit));
+    const auto deadline = deadlineAfter(limit);
     while (isConnected()) {
         const unsigned long releases = m_thread ? m_thread->releaseCount() : 0;
         if (!m_poster->holdsModifier())
             return;
-        if (!m_thread || Clock::now() >= deadline)
+        if (!m_thread || Deadline::clock::now() >= deadline)
             return m_poster->liftModifiers();
         m_thread->waitForRelease(releases, deadline);
     }

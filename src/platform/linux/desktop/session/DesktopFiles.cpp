@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/session/DesktopFiles.h"
 
+#include "base/Environment.h"
 #include "base/Files.h"
 #include "base/Text.h"
 #include "platform/linux/desktop/Glib.h"
@@ -15,11 +16,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char group[] = G_KEY_FILE_DESKTOP_GROUP;
-
-std::string environment(const char* name, const std::string& otherwise) {
-    const char* const value = std::getenv(name);
-    return value && *value ? value : otherwise;
-}
 
 std::string value(GKeyFile* file, const char* key) {
     return takeString(g_key_file_get_string(file, group, key, nullptr));

@@ -1,9 +1,9 @@
 #include "platform/linux/desktop/session/InstanceLock.h"
 
+#include "base/Environment.h"
 #include "base/Files.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -17,8 +17,8 @@ InstanceLock::~InstanceLock() {
 
 std::filesystem::path InstanceLock::defaultFile() {
     constexpr char name[] = "fenlo.lock";
-    const char* const runtime = std::getenv("XDG_RUNTIME_DIR");
-    if (runtime && ::access(runtime, W_OK) == 0)
+    const std::string runtime = environment("XDG_RUNTIME_DIR");
+    if (::access(runtime.c_str(), W_OK) == 0)
         return std::filesystem::path(runtime) / name;
     files::makePrivateDirectory(files::dataDirectory());
     return files::dataDirectory() / name;

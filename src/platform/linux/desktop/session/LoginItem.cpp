@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/session/LoginItem.h"
 
+#include "base/Environment.h"
 #include "base/Files.h"
 #include "platform/linux/desktop/Glib.h"
 
@@ -38,12 +39,10 @@ bool isSwitchedOff(GKeyFile* file) {
 } // namespace
 
 LoginItem LoginItem::ofThisProgram() {
-    const char* const config = std::getenv("XDG_CONFIG_HOME");
-    const fs::path folder = config && *config ? fs::path(config) : files::homeDirectory() / ".config";
-    // A bundle that unpacks itself runs from a folder that is gone after.
-    const char* const bundle = std::getenv("APPIMAGE");
+    const fs::path folder = environment("XDG_CONFIG_HOME", files::homeDirectory() / ".config");
+    // A bundle that unpacks itself runs from a folder that is removed when it ends.
     std::error_code unknown;
-    const fs::path executable = bundle && *bundle ? fs::path(bundle) : fs::read_symlink("/proc/self/exe", unknown);
+    const fs::path executable = environment("APPIMAGE", fs::read_symlink("/proc/self/exe", unknown));
     return {folder / "autostart" / "fenlo.desktop", executable};
 }
 
