@@ -1,8 +1,7 @@
 #include "base/Background.h"
 
-#include "base/Log.h"
+#include "base/LogThrown.h"
 
-#include <exception>
 #include <future>
 
 namespace fenlo {
@@ -10,13 +9,13 @@ namespace fenlo {
 namespace {
 
 void runGuarded(const Background::Task& task, std::stop_token stop) {
-    try {
-        task(stop);
-    } catch (const std::future_error&) {
-        // The main queue ended while the task waited for it: the program is quitting.
-    } catch (const std::exception& error) {
-        log(std::string("[Fenlo] ERROR: background task failed: ") + error.what());
-    }
+    logThrown("background task failed", [&] {
+        try {
+            task(stop);
+        } catch (const std::future_error&) {
+            // The main queue ended while the task waited for it: the program is quitting.
+        }
+    });
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "platform/linux/audio/PulseConnection.h"
 
-#include "base/Log.h"
+#include "base/LogThrown.h"
 
 #include <new>
 #include <pulse/mainloop-api.h>
@@ -37,11 +37,7 @@ struct DelayedCall {
 } // namespace
 
 void callFromPulse(const PulseConnection::Callback& callback) noexcept {
-    try {
-        callback();
-    } catch (const std::exception& error) {
-        log(std::string("[Fenlo] ERROR: audio callback: ") + error.what());
-    }
+    logThrown("audio callback", callback);
 }
 
 PulseLock::PulseLock(PulseConnection& connection) : m_loop(connection.m_loop) {

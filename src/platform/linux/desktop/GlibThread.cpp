@@ -1,6 +1,6 @@
 #include "platform/linux/desktop/GlibThread.h"
 
-#include "base/Log.h"
+#include "base/LogThrown.h"
 
 #include <exception>
 #include <string>
@@ -44,12 +44,8 @@ void GlibThread::runNext() {
         }
         return next;
     });
-    try {
-        if (task)
-            task();
-    } catch (const std::exception& error) {
-        log(std::string("[Fenlo] ERROR: Desktop service: ") + error.what());
-    }
+    if (task)
+        logThrown("Desktop service", task);
 }
 
 } // namespace fenlo

@@ -1,7 +1,7 @@
 #include "platform/linux/desktop/clipboard/ClipboardThread.h"
 
 #include "base/Deadline.h"
-#include "base/Log.h"
+#include "base/LogThrown.h"
 
 #include <algorithm>
 #include <future>
@@ -114,13 +114,8 @@ void ClipboardThread::runTasks() {
             return task;
         });
     };
-    while (const Task task = next()) {
-        try {
-            task();
-        } catch (const std::exception& error) {
-            log(std::string("[Fenlo] ERROR: Clipboard: ") + error.what());
-        }
-    }
+    while (const Task task = next())
+        logThrown("Clipboard", task);
 }
 
 void ClipboardThread::sleep() {
