@@ -2,12 +2,12 @@
 
 #include "base/Descriptor.h"
 #include "base/Environment.h"
+#include "base/NeighbourFile.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
@@ -58,14 +58,6 @@ std::optional<std::string> read(const fs::path& file) {
     return content;
 }
 
-namespace {
-
-bool writeSynced(int file, std::string_view content) {
-    return writeAll(file, content) && ::fsync(file) == 0;
-}
-
-} // namespace
-
 bool writeAtomically(const fs::path& file, std::string_view content) {
     std::error_code error;
     fs::path target = fs::weakly_canonical(file, error);
@@ -75,16 +67,9 @@ bool writeAtomically(const fs::path& file, std::string_view content) {
     if (struct stat existing{}; ::stat(target.c_str(), &existing) == 0)
         mode = existing.st_mode & 07777;
 
-    std::string neighbour = target.string() + ".XXXXXX";
-    const int descriptor = ::mkostemp(neighbour.data(), O_CLOEXEC);
-    if (descriptor < 0)
-        return false;
-    const bool written = writeSynced(descriptor, content) && ::fchmod(descriptor, mode) == 0;
-    const bool closed = ::close(descriptor) == 0;
-    if (written && closed && ::rename(neighbour.c_str(), target.c_str()) == 0)
-        return true;
-    ::unlink(neighbour.c_str());
-    return false;
+    NeighbourFile neighbour(target);
+    return neighbour.isOpen() && writeAll(neighbour.descriptor(), content) &&
+           ::fchmod(neighbour.descriptor(), mode) == 0 && neighbour.commit();
 }
 
 namespace {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -61,7 +60,7 @@ std::uint64_t CompiledFileWriter::fileSize(std::span<const Tensor> tensors) {
 
 CompiledFileWriter::CompiledFileWriter(std::filesystem::path path, const CompiledIdentity& identity,
                                        std::span<const Tensor> tensors)
-    : m_path(std::move(path)), m_neighbour(m_path.string() + ".XXXXXX") {
+    : m_path(std::move(path)) {
     const Layout layout = layOut(tensors);
     for (const compiled::Entry& entry : layout.entries)
         m_offsets.push_back(entry.offset);
@@ -82,37 +81,18 @@ CompiledFileWriter::CompiledFileWriter(std::filesystem::path path, const Compile
     std::ranges::copy(compiled::checksum(table), header.checksum);
     std::memcpy(table.data(), &header, sizeof header);
 
-    open();
-    try {
-        writeAt(0, table);
-    } catch (...) {
-        ::close(m_descriptor);
-        ::unlink(m_neighbour.c_str());
-        throw;
-    }
-}
-
-CompiledFileWriter::~CompiledFileWriter() {
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
-    if (!m_neighbour.empty())
-        ::unlink(m_neighbour.c_str());
+    makeNeighbour();
+    writeAt(0, table);
 }
 
 /// The lock tells others that the file has a writer; one that was removed before it was locked is made again.
-void CompiledFileWriter::open() {
-    const std::string pattern = m_neighbour;
+void CompiledFileWriter::makeNeighbour() {
     for (struct stat found{}; found.st_nlink == 0;) {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-        m_neighbour = pattern;
-        m_descriptor = ::mkostemp(m_neighbour.data(), O_CLOEXEC);
-        if (m_descriptor < 0) {
-            m_neighbour.clear();
+        m_neighbour.emplace(m_path);
+        if (!m_neighbour->isOpen())
             fail();
-        }
-        ::flock(m_descriptor, LOCK_EX | LOCK_NB);
-        if (::fstat(m_descriptor, &found) != 0)
+        ::flock(m_neighbour->descriptor(), LOCK_EX | LOCK_NB);
+        if (::fstat(m_neighbour->descriptor(), &found) != 0)
             break;
     }
 }
@@ -138,18 +118,14 @@ void CompiledFileWriter::write(std::size_t tensor, std::uint64_t byteInTensor, s
 }
 
 void CompiledFileWriter::commit() {
-    // The synchronisation reports what the disk refused late.
-    const bool synced = ::fsync(m_descriptor) == 0;
-    const bool closed = ::close(m_descriptor) == 0;
-    m_descriptor = -1;
-    if (!synced || !closed || ::rename(m_neighbour.c_str(), m_path.c_str()) != 0)
+    if (!m_neighbour->commit())
         fail();
-    m_neighbour.clear();
 }
 
 void CompiledFileWriter::writeAt(std::uint64_t offset, std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
-        const ssize_t written = ::pwrite(m_descriptor, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        const ssize_t written =
+            ::pwrite(m_neighbour->descriptor(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)

@@ -2,8 +2,10 @@
 
 #include "WhisperEngine/network/CompiledFile.h"
 #include "WhisperEngine/network/CompiledFormat.h"
+#include "base/NeighbourFile.h"
 
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -24,7 +26,6 @@ public:
 
     /// Writes header and table; each tensor's numbers follow in any order.
     CompiledFileWriter(std::filesystem::path path, const CompiledIdentity& identity, std::span<const Tensor> tensors);
-    ~CompiledFileWriter();
     CompiledFileWriter(const CompiledFileWriter&) = delete;
     CompiledFileWriter& operator=(const CompiledFileWriter&) = delete;
 
@@ -38,13 +39,12 @@ public:
     static std::uint64_t fileSize(std::span<const Tensor> tensors);
 
 private:
-    void open();
+    void makeNeighbour();
     void writeAt(std::uint64_t offset, std::span<const std::byte> bytes);
     [[noreturn]] void fail() const;
 
     std::filesystem::path m_path;
-    std::string m_neighbour;
-    int m_descriptor = -1;
+    std::optional<NeighbourFile> m_neighbour;
     std::vector<std::uint64_t> m_offsets;
 };
 
