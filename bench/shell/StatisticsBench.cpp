@@ -4,6 +4,7 @@
 #include "base/Clock.h"
 #include "base/Dates.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "shell/StatisticsStore.h"
 
 #include <benchmark/benchmark.h>
@@ -59,7 +60,7 @@ public:
         file["daily"] = std::move(daily);
         file["history"] = std::move(history);
         fs::create_directories(path.parent_path());
-        std::ofstream(path) << file.dump(indentation);
+        std::ofstream(path) << writeJson(file, indentation);
     }
     ~LongHistory() { fs::remove_all(path.parent_path()); }
 
@@ -76,10 +77,10 @@ void report(benchmark::State& state, const LongHistory& history) {
 void recordByDocument(benchmark::State& state) {
     const LongHistory history(state.range(0));
     for (auto _ : state) {
-        Json file = Json::parse(*files::read(history.path), nullptr, false);
+        Json file = parseOrderedJson(*files::read(history.path));
         file["total_words"] = file["total_words"].get<std::int64_t>() + 40;
         file["history"].push_back(entryOf(1, history.clock.wallTime()));
-        files::writeAtomically(history.path, file.dump(2, ' ', false, Json::error_handler_t::replace));
+        files::writeAtomically(history.path, writeJson(file, 2));
     }
     report(state, history);
 }

@@ -3,6 +3,7 @@
 
 #include "base/Clock.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "fuzz/Require.h"
 #include "shell/StatisticsStore.h"
 
@@ -29,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     store.recordDictation("three new words", 2);
     const auto entries = store.historyEntries();
     require(entries.size() == before + 1 && entries[0].fullText == "three new words");
-    const auto content = nlohmann::json::parse(files::read(file).value(), nullptr, false);
+    const auto content = parseJson(files::read(file).value());
     require(content.is_object());
     const AllTimeStats stats = store.allTimeStats();
     require(content["total_words"] == stats.totalWords && content["total_sessions"] == stats.totalSessions);

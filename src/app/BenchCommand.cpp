@@ -6,6 +6,7 @@
 #include "app/StandardOutput.h"
 #include "app/TerminationSignals.h"
 #include "base/Clock.h"
+#include "base/Json.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "settings/Deployment.h"
 
@@ -130,7 +131,7 @@ int runBench(const BenchOptions& options) {
                                       {"instructionReasons", instructions.reasons}};
         for (const Stage& stage : stages)
             result["seconds"][stage.name] = stage.seconds;
-        print(result.dump(2) + "\n");
+        print(writeJson(result, 2) + "\n");
         return exitStatus::ok;
     }
     printFormatted("%s, %d threads, %s, %s\n", folder.filename().c_str(), pool.size(),

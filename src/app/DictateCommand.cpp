@@ -8,6 +8,7 @@
 #include "audio/SpeechTest.h"
 #include "base/Clock.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "media/AudioFile.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
@@ -102,7 +103,7 @@ int tell(const TakeOutcome& result, const Take& take, const DictateOptions& opti
     if (options.json) {
         told["duration"] = take.duration;
         told["speechRatio"] = take.speechRatio;
-        print(told.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+        print(writeJson(told, 2) + "\n");
     } else {
         print(told.at("text").get_ref<const std::string&>() + "\n");
     }

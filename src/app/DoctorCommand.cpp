@@ -1,6 +1,7 @@
 #include "app/Commands.h"
 #include "app/Diagnosis.h"
 #include "app/StandardOutput.h"
+#include "base/Json.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -37,7 +38,7 @@ void printForPrograms(const std::vector<Diagnosis>& findings) {
                         {"state", mark(found.state)},
                         {"finding", found.finding},
                         {"remedy", found.remedy}});
-    print(list.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+    print(writeJson(list, 2) + "\n");
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "app/ServiceKeys.h"
 #include "app/StandardOutput.h"
 
+#include "base/Json.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "settings/ApiKey.h"
 
@@ -84,7 +85,7 @@ int runKeysList(bool json) {
             printFormatted("%-9s %-12s %s\n", service.name, place, service.purpose);
     }
     if (json)
-        print(list.dump(2) + "\n");
+        print(writeJson(list, 2) + "\n");
     if (isSilent)
         std::fputs("fenlo: no keyring answers; install and unlock gnome-keyring or KWallet\n", stderr);
     return exitStatus::ok;

@@ -4,6 +4,7 @@
 #include "audio/ChunkWriter.h"
 #include "audio/voice/VoiceProfile.h"
 #include "base/Clock.h"
+#include "base/Json.h"
 #include "media/AudioFile.h"
 #include "settings/Config.h"
 
@@ -43,10 +44,10 @@ void printForPeople(const VoiceProfileData& profile, const std::filesystem::path
 }
 
 void printForPrograms(const VoiceProfileData& profile, const std::filesystem::path& file, bool isIsolationOn) {
-    auto result = nlohmann::ordered_json::parse(encodeVoiceProfile(profile));
+    auto result = parseOrderedJson(encodeVoiceProfile(profile));
     result["file"] = file.string();
     result["voiceIsolation"] = isIsolationOn;
-    print(result.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+    print(writeJson(result, 2) + "\n");
 }
 
 } // namespace

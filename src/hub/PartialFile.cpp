@@ -1,6 +1,7 @@
 #include "hub/PartialFile.h"
 
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Text.h"
 #include "base/Url.h"
 #include "hub/HubPaths.h"
@@ -42,7 +43,7 @@ nlohmann::json recordOf(const RepoFile& file, const std::string& entityTag) {
 
 /// The mark under which the partial was sent, when it is one of this file and its whole can be checked; else "".
 std::string recordedTag(const fs::path& partial, const RepoFile& file) {
-    const auto record = nlohmann::json::parse(files::read(recordPath(partial)).value_or(""), nullptr, false);
+    const auto record = parseJson(files::read(recordPath(partial)).value_or(""));
     if (!record.is_object() || !record.contains("etag") || !record["etag"].is_string() || contentHash(file).empty())
         return {};
     const std::string tag = record["etag"];
@@ -104,7 +105,7 @@ void PartialFile::begin(const std::string& entityTag) {
         fail(errno);
     if (entityTag.empty())
         return;
-    if (!files::writeAtomically(recordPath(m_path), recordOf(m_file, entityTag).dump()))
+    if (!files::writeAtomically(recordPath(m_path), writeJson(recordOf(m_file, entityTag))))
         fail(errno);
     m_entityTag = entityTag;
 }

@@ -1,6 +1,7 @@
 #include "hub/SnapshotManifest.h"
 
 #include "base/Files.h"
+#include "base/Json.h"
 #include "hub/HubPaths.h"
 #include "hub/TreePage.h"
 
@@ -42,7 +43,7 @@ std::optional<SnapshotManifest> SnapshotManifest::load(const fs::path& folder) {
 }
 
 std::optional<SnapshotManifest> SnapshotManifest::parse(std::string_view content) try {
-    const json values = json::parse(content);
+    const json values = parseJson(content);
     SnapshotManifest manifest{values.at("repo"), values.at("revision"), values.at("globs"), {}};
     for (const json& entry : values.at("files")) {
         const auto file = toFile(entry);
@@ -60,7 +61,7 @@ std::string SnapshotManifest::text() const {
     for (const RepoFile& file : files)
         entries.push_back(toJson(file));
     const json values = {{"repo", repo}, {"revision", revision}, {"globs", globs}, {"files", entries}};
-    return values.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+    return writeJson(values, 2) + "\n";
 }
 
 void SnapshotManifest::save(const fs::path& folder) const {

@@ -1,5 +1,6 @@
 #include "hub/TreePage.h"
 
+#include "base/Json.h"
 #include "base/Text.h"
 #include "hub/HubPaths.h"
 
@@ -61,7 +62,7 @@ std::optional<std::string> hexadecimalHash(std::string_view text, std::size_t di
 }
 
 std::vector<RepoFile> parseTreePage(const std::string& repo, std::string_view body) {
-    const json page = json::parse(body, nullptr, false);
+    const json page = parseJson(body);
     if (!page.is_array())
         refuse(repo, "cannot be read; check HF_ENDPOINT and whether the network asks for a sign-in");
     std::vector<RepoFile> files;

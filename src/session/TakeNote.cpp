@@ -1,6 +1,7 @@
 #include "session/TakeNote.h"
 
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Text.h"
 
 #include <algorithm>
@@ -28,7 +29,7 @@ std::string lineOf(const Take& take, std::chrono::system_clock::time_point recor
                  {"chunks", chunks}};
     if (take.isolated)
         line["isolated"] = take.isolated->string();
-    return line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+    return writeJson(line) + "\n";
 }
 
 std::vector<std::string> stringsAt(const Json& line, const char* key) {
@@ -68,7 +69,7 @@ Take takeOf(const Json& line) {
 Json lastState(const fs::path& file) {
     Json state = Json::object();
     for (const std::string& line : text::split(files::read(file).value_or(""), '\n'))
-        if (Json values = Json::parse(line, nullptr, false); values.is_object())
+        if (Json values = parseJson(line); values.is_object())
             state = std::move(values);
     return state;
 }

@@ -1,6 +1,7 @@
 #include "settings/Config.h"
 
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Log.h"
 #include "base/Text.h"
 
@@ -41,8 +42,7 @@ constexpr auto fields = std::make_tuple(
     Field{"profession_specialties", &Settings::professionSpecialties},
     Field{"dictation_types", &Settings::dictationTypes},
     Field{"meeting_email_recipients", &Settings::meetingEmailRecipients}, Field{"mic_mode", &Settings::micMode},
-    Field{"type_short_texts", &Settings::typeShortTexts},
-    Field{"keep_failed_takes", &Settings::keepFailedTakes});
+    Field{"type_short_texts", &Settings::typeShortTexts}, Field{"keep_failed_takes", &Settings::keepFailedTakes});
 
 void take(const Json& value, std::string& field) {
     if (value.is_string())
@@ -102,7 +102,7 @@ StoredSettings readSettings(const std::filesystem::path& file) {
         return stored;
     }
     try {
-        const Json values = Json::parse(*content);
+        const Json values = parseJsonOrThrow(*content);
         if (values.is_object())
             forEachField([&](const auto& field) {
                 if (const auto found = values.find(field.key); found != values.end())
@@ -158,7 +158,7 @@ void Config::save() {
     forEachField([&](const auto& field) { values[field.key] = settings.*field.member; });
     files::makePrivateDirectory(m_file.parent_path());
     if (makeRoom())
-        files::writeAtomically(m_file, values.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+        files::writeAtomically(m_file, writeJson(values, 2) + "\n");
 }
 
 /// Whether the file may be written: nothing that the user could still need stands in its place.

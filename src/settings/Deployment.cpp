@@ -2,6 +2,7 @@
 
 #include "base/Environment.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Log.h"
 
 #include <nlohmann/json.hpp>
@@ -30,13 +31,13 @@ void takeValues(const nlohmann::json& values, Deployment& deployment) {
 
 Deployment Deployment::load() {
     Deployment deployment;
-    takeValues(nlohmann::json::parse(defaults), deployment);
+    takeValues(parseJsonOrThrow(defaults), deployment);
 
     const std::string path = environment("FENLO_DEPLOYMENT");
     if (path.empty())
         return deployment;
     const auto content = files::read(path);
-    const auto values = nlohmann::json::parse(content.value_or(""), nullptr, false);
+    const auto values = parseJson(content.value_or(""));
     if (values.is_object())
         takeValues(values, deployment);
     else

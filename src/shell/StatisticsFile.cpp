@@ -1,6 +1,7 @@
 #include "shell/StatisticsFile.h"
 
 #include "base/Files.h"
+#include "base/Json.h"
 #include "shell/JsonMembers.h"
 
 #include <fstream>
@@ -41,7 +42,7 @@ std::optional<std::string> readHead(const fs::path& path) {
 }
 
 Json parseSmall(std::string_view text) {
-    return Json::parse(text, nullptr, false);
+    return parseJson(text);
 }
 
 bool takeElements(simdjson::ondemand::value value, std::vector<std::string_view>& elements) {
@@ -159,18 +160,18 @@ std::string StatisticsFile::compose() const {
         size += entry.size() + 8;
     out.reserve(size);
     const auto appendMember = [&](const std::string& key, std::string_view text) {
-        out += Json(key).dump();
+        out += writeJson(Json(key));
         out += ": ";
         out += text;
     };
 
     // The counters come first, where a person who opens the file sees them.
     out += "{\n  ";
-    appendMember("total_words", Json(totalWords).dump());
+    appendMember("total_words", writeJson(Json(totalWords)));
     out += ",\n  ";
-    appendMember("total_sessions", Json(totalSessions).dump());
+    appendMember("total_sessions", writeJson(Json(totalSessions)));
     out += ",\n  ";
-    appendMember("total_duration_secs", Json(totalDuration).dump());
+    appendMember("total_duration_secs", writeJson(Json(totalDuration)));
     out += ",\n  \"daily\": ";
     appendList(out, '{', days, '}', [&](const Day& day) { appendMember(day.date, day.text); });
     for (const Member& member : m_unknown) {

@@ -3,6 +3,7 @@
 #include "base/Clock.h"
 #include "base/Dates.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Log.h"
 #include "base/Text.h"
 #include "shell/HistoryReader.h"
@@ -26,7 +27,7 @@ constexpr std::size_t previewCharacters = 80;
 /// As the file has an entry or a day: two levels down, two blanks each.
 template <typename SomeJson>
 std::string indented(const SomeJson& object) {
-    return text::replaceAll(object.dump(2, ' ', false, SomeJson::error_handler_t::replace), "\n", "\n    ");
+    return text::replaceAll(writeJson(object, 2), "\n", "\n    ");
 }
 
 /// Stays at the largest number instead of starting over.
@@ -41,10 +42,10 @@ double rounded(double value, int decimals) {
     return std::isfinite(result) ? result : 0;
 }
 
-template <typename SomeJson>
-SomeJson parseObject(std::string_view text) {
-    SomeJson value = SomeJson::parse(text, nullptr, false);
-    return value.is_object() ? value : SomeJson::object();
+/// With the members in the order of the file.
+OrderedJson parseObject(std::string_view text) {
+    OrderedJson value = parseOrderedJson(text);
+    return value.is_object() ? value : OrderedJson::object();
 }
 
 StatisticsFile::Day& dayOf(StatisticsFile& file, const std::string& date) {
@@ -90,8 +91,11 @@ void StatisticsStore::recordDictation(const std::string& text, double duration) 
 
 void StatisticsStore::recordMeeting(const std::string& transcript, std::int64_t segments, double duration) {
     const std::int64_t words = wordCount(transcript);
-    record({"Meeting " + std::to_string(segments) + " segments, " + std::to_string(words) + " words", words, duration,
-            "meeting", {}});
+    record({"Meeting " + std::to_string(segments) + " segments, " + std::to_string(words) + " words",
+            words,
+            duration,
+            "meeting",
+            {}});
 }
 
 void StatisticsStore::record(Session session) {
@@ -128,8 +132,8 @@ void StatisticsStore::add(const Session& session, StatisticsFile& file) {
     file.totalDuration += session.duration;
 
     StatisticsFile::Day& today = dayOf(file, dates::localDay(session.end));
-    const TodayStats before = todayStatsOf(parseObject<Json>(today.text));
-    auto day = parseObject<OrderedJson>(today.text);
+    const TodayStats before = todayStatsOf(parseJson(today.text));
+    auto day = parseObject(today.text);
     day["words"] = sum(before.words, session.words);
     day["sessions"] = sum(before.sessions, 1);
     day["duration"] = before.duration + session.duration;
@@ -140,7 +144,7 @@ void StatisticsStore::add(const Session& session, StatisticsFile& file) {
 
 TodayStats StatisticsStore::todayStats() const {
     StatisticsFile file = StatisticsFile::loadCounters(m_file);
-    return todayStatsOf(parseObject<Json>(dayOf(file, dates::localDay(m_clock.wallTime())).text));
+    return todayStatsOf(parseJson(dayOf(file, dates::localDay(m_clock.wallTime())).text));
 }
 
 AllTimeStats StatisticsStore::allTimeStats() const {
@@ -177,13 +181,13 @@ std::vector<Json> StatisticsStore::unsyncedEntries() {
         if (!state || (state->entryId && state->isSynced))
             continue;
         if (!state->entryId) {
-            auto entry = parseObject<OrderedJson>(text);
+            auto entry = parseObject(text);
             entry["entry_id"] = files::makeUuid();
             entry["synced"] = false;
             text = file.keep(indented(entry));
             changed = true;
         }
-        unsynced.push_back(Json::parse(text, nullptr, false));
+        unsynced.push_back(parseJson(text));
     }
     // Ids that were not stored would be others the next time, and the backend would count the entries twice.
     if (changed && !file.save(m_file, m_clock.wallTime()))
@@ -200,7 +204,7 @@ void StatisticsStore::markSynced(const std::set<std::string>& entryIds) {
         const auto state = reader.readSyncState(text);
         if (!state || state->isSynced || !state->entryId || !entryIds.contains(*state->entryId))
             continue;
-        auto entry = parseObject<OrderedJson>(text);
+        auto entry = parseObject(text);
         entry["synced"] = true;
         text = file.keep(indented(entry));
         changed = true;
@@ -222,7 +226,7 @@ void StatisticsStore::applyServerStats(const Json& reply) {
     std::vector<std::string> history;
     if (const Json& entries = memberOf(reply, "history"); entries.is_array())
         for (const Json& entry : entries)
-            history.push_back(entry.dump(-1, ' ', false, Json::error_handler_t::replace));
+            history.push_back(writeJson(entry));
     view.history = readNewestFirst(history);
     m_serverView.with([&](std::optional<ServerView>& current) { current = std::move(view); });
 }

@@ -1,5 +1,6 @@
 #include "speech/SpeechReply.h"
 
+#include "base/Json.h"
 #include "base/Text.h"
 #include "speech/Transcription.h"
 
@@ -18,7 +19,7 @@ TranscriberError invalid(std::string_view service, const std::string& fault) {
 } // namespace
 
 json parse(std::string_view body, std::string_view service) {
-    json reply = json::parse(text::repairUtf8(body), nullptr, false);
+    json reply = parseJson(text::repairUtf8(body));
     if (!reply.is_object())
         throw invalid(service, "is no JSON object");
     return reply;

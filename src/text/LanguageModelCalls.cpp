@@ -1,5 +1,6 @@
 #include "text/LanguageModelCalls.h"
 
+#include "base/Json.h"
 #include "base/Text.h"
 #include "settings/ApiKey.h"
 
@@ -20,11 +21,11 @@ constexpr double temperature = 0.3;
 constexpr int maxAnswerTokens = 4096;
 
 std::string dump(const ordered_json& body) {
-    return body.dump(-1, ' ', false, json::error_handler_t::replace);
+    return writeJson(body);
 }
 
 json decode(const std::string& service, std::string_view body) {
-    json reply = json::parse(text::repairUtf8(body), nullptr, false);
+    json reply = parseJson(text::repairUtf8(body));
     if (reply.is_discarded()) {
         const std::string start = text::repairUtf8(body.substr(0, shownReplyBytes));
         throw std::runtime_error(service + "'s reply is no JSON, it starts '" + text::join(text::words(start), " ") +

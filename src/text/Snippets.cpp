@@ -1,6 +1,7 @@
 #include "text/Snippets.h"
 
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Text.h"
 #include "text/SpokenKey.h"
 
@@ -22,7 +23,7 @@ std::vector<Entry> readEntries(const std::filesystem::path& file) {
     if (!content)
         return {};
     try {
-        return Json::parse(text::repairUtf8(*content)).get<std::vector<Entry>>();
+        return parseJson(text::repairUtf8(*content)).get<std::vector<Entry>>();
     } catch (const Json::exception&) {
         return {};
     }

@@ -1,5 +1,6 @@
 #include "settings/Config.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Text.h"
 #include "support/VirtualTime.h"
 
@@ -21,7 +22,7 @@ protected:
         ASSERT_TRUE(files::writeAtomically(file, content));
     }
     Settings load() { return Config(file, clock).get(); }
-    nlohmann::json onDisk() const { return nlohmann::json::parse(files::read(file).value()); }
+    nlohmann::json onDisk() const { return parseJson(files::read(file).value()); }
 
     test::VirtualClock clock;
     const fs::path file = fs::temp_directory_path() / files::makeUuid() / ".fenlo" / "config.json";

@@ -1,6 +1,7 @@
 #include "shell/StatisticsStore.h"
 #include "base/Dates.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Text.h"
 #include "support/EnvironmentVariable.h"
 #include "support/LogCapture.h"
@@ -30,7 +31,7 @@ protected:
         ASSERT_TRUE(files::writeAtomically(file, content));
     }
     std::string content() const { return files::read(file).value_or(""); }
-    json onDisk() const { return json::parse(content()); }
+    json onDisk() const { return parseJson(content()); }
     void goTo(const char* timestamp) {
         const auto distance = dates::parseIso(timestamp).value() - clock.wallTime();
         clock.advance(std::chrono::duration<double>(distance).count() + 0.001);
@@ -57,7 +58,7 @@ TEST_F(Statistics, RecordsStandInTheFileAsAPersonWouldReadThem) {
     store.recordDictation(text + "\xFF", 7.126);
     store.recordMeeting("[0:05] Ann: hello there\n\n[0:09] Bob: hi", 2, 60);
 
-    const auto values = nlohmann::ordered_json::parse(content());
+    const auto values = parseOrderedJson(content());
     const auto& first = values["history"][0];
     const std::string id = first["entry_id"];
     EXPECT_EQ(id.size(), 36u);
@@ -144,13 +145,13 @@ TEST_F(Statistics, CountByTheLocalDay) {
 }
 
 TEST_F(Statistics, WhatTheUserKeepsInTheFileSurvivesEveryChange) {
-    const json before = json::parse(R"({"note": {"mine": [1.5, "ä\n"]}, "history": [
+    const json before = parseJson(R"({"note": {"mine": [1.5, "ä\n"]}, "history": [
         {"entry_id": "A", "ts": "2020-01-01T00:00:00Z", "stars": 5, "synced": false, "full_text": "brackets ]}{[ \"\\ "},
         17, {"ts": "2020-01-02T00:00:00Z", "synced": true, "mood": null}, {"entry_id": 7, "words": 2}],
         "daily": {"2023-11-15": {"words": 1, "weather": "rain"}}, "total_words": 1, "zeta": []})");
-    std::string byHand = before.dump(8, '\t');
+    std::string byHand = text::replaceAll(writeJson(before, 8), "        ", "\t");
     byHand.insert(byHand.find('{') + 1, " \r\n\t\"pi\": 3.1400, ");
-    for (const std::string& form : {before.dump(), before.dump(2), byHand}) {
+    for (const std::string& form : {writeJson(before), writeJson(before, 2), byHand}) {
         write(form);
         store.recordDictation("new words", 2);
         EXPECT_EQ(store.allTimeStats().totalWords, 3);
@@ -240,7 +241,7 @@ TEST_F(Statistics, DamagedFileCountsAsNewAndIsSetAsideBeforeItIsReplaced) {
 }
 
 TEST_F(Statistics, AFailedWriteLeavesTheFileAsItWasAndIsMadeUpForByTheNext) {
-    write(json{{"history", {entry("2026-11-15T00:00:00Z", "kept")}}}.dump());
+    write(writeJson(json{{"history", {entry("2026-11-15T00:00:00Z", "kept")}}}));
     const std::string before = content();
     goTo("2026-11-14T19:00:00Z");
     {
@@ -275,7 +276,7 @@ TEST_F(Statistics, ALongHistoryStaysCorrect) {
         history.push_back(entry("2026-11-15T00:00:00Z", ("text \"" + std::to_string(i) + "\" 👍").c_str()));
         history.back().update({{"entry_id", std::to_string(i)}, {"synced", i % 2 == 0}});
     }
-    write(json{{"total_sessions", entries}, {"history", history}}.dump(2));
+    write(writeJson(json{{"total_sessions", entries}, {"history", history}}, 2));
     store.recordDictation("the last", 1);
     store.markSynced({"1", "3"});
     EXPECT_EQ(store.allTimeStats().totalSessions, entries + 1);
@@ -295,11 +296,11 @@ TEST_F(Statistics, ServerViewIsShownWhereThereIsOne) {
     store.recordDictation("four words of mine", 2);
     const std::string before = content();
     for (const char* useless : {"null", "[]", "\"ok\""})
-        store.applyServerStats(json::parse(useless));
+        store.applyServerStats(parseJson(useless));
     EXPECT_EQ(store.shownAllTimeStats().totalWords, 4);
     EXPECT_EQ(store.serverHistory(), std::nullopt);
 
-    store.applyServerStats(json::parse(R"({"total_words": 900, "total_sessions": 30, "total_duration_secs": 360,
+    store.applyServerStats(parseJson(R"({"total_words": 900, "total_sessions": 30, "total_duration_secs": 360,
         "days_active": 12, "daily": {"2026-11-15": {"words": 70, "sessions": 3, "duration": 60.0}},
         "history": [{"ts": "a", "full_text": "old"}, 5, {"ts": "b", "text_preview": "new"}, {"full_text": "no date"}]})"));
     const AllTimeStats all = store.shownAllTimeStats();
@@ -317,21 +318,21 @@ TEST_F(Statistics, ServerViewIsShownWhereThereIsOne) {
 
     goTo("2026-11-16T10:00:00Z");
     EXPECT_EQ(store.shownTodayStats().words, 0) << "the server's numbers were of another day";
-    store.applyServerStats(json::parse(R"({"total_words": "1", "daily": [], "history": {}})"));
+    store.applyServerStats(parseJson(R"({"total_words": "1", "daily": [], "history": {}})"));
     EXPECT_EQ(store.shownAllTimeStats().totalWords, 0);
     EXPECT_TRUE(store.serverHistory()->empty());
 }
 
 TEST_F(Statistics, RecallOffersTheEntriesThatAQuestionMayMean) {
     goTo("2026-03-31T10:00:00Z");
-    write(json{{"history",
-                {entry("2026-02-27T10:00:00Z", "too old for a month"), entry("2026-02-28T10:00:00Z", "a month ago"),
-                 entry("2026-03-24T09:59:59Z", "over a week ago"), entry("2026-03-24T10:00:01.5Z", "a week ago"),
-                 entry("2026-03-29T18:29:59Z", "two days ago"), entry("2026-03-29T18:30:00Z", "yesterday at midnight"),
-                 entry("long ago", "an unreadable date"), entry("2026-03-30T18:30:00+00:00", "today at midnight"),
-                 entry("2026-03-31T09:00:00Z", "Sorry: No Matching Entries FOUND."),
-                 entry("2026-03-31T09:01:00Z", "two words", 2), entry("2026-03-31T09:02:00Z", "मीटिंग कल है")}}}
-              .dump());
+    write(writeJson(
+        json{{"history",
+              {entry("2026-02-27T10:00:00Z", "too old for a month"), entry("2026-02-28T10:00:00Z", "a month ago"),
+               entry("2026-03-24T09:59:59Z", "over a week ago"), entry("2026-03-24T10:00:01.5Z", "a week ago"),
+               entry("2026-03-29T18:29:59Z", "two days ago"), entry("2026-03-29T18:30:00Z", "yesterday at midnight"),
+               entry("long ago", "an unreadable date"), entry("2026-03-30T18:30:00+00:00", "today at midnight"),
+               entry("2026-03-31T09:00:00Z", "Sorry: No Matching Entries FOUND."),
+               entry("2026-03-31T09:01:00Z", "two words", 2), entry("2026-03-31T09:02:00Z", "मीटिंग कल है")}}}));
     const std::pair<const char*, int> cases[] = {
         {"How much did I dictate TODAY", 3},  {"yesterday and today", 3},      {"that email from Yesterday", 4},
         {"what did i say last week", 6},      {"what did i say this week", 6}, {"what was it last month", 8},
@@ -348,7 +349,7 @@ TEST_F(Statistics, RecallOffersTheEntriesThatAQuestionMayMean) {
                                                 "[3] long ago:\nan unreadable date\n\n");
     EXPECT_EQ(store.recallContext("anything", 1), "Here are the user's 1 most recent dictation entries:\n\n"
                                                   "[1] Mar 31, 2026, 2:32 PM:\nमीटिंग कल है\n\n");
-    write(json{{"history", {entry("2026-03-29T10:00:00Z", "not of today")}}}.dump());
+    write(writeJson(json{{"history", {entry("2026-03-29T10:00:00Z", "not of today")}}}));
     EXPECT_EQ(store.recallContext("what did i say today", 30), std::nullopt);
 }
 

@@ -1,4 +1,5 @@
 #include "support/LoopbackHub.h"
+#include "base/Json.h"
 
 #include "base/Text.h"
 #include "support/ServiceFaults.h"
@@ -194,7 +195,7 @@ WireAnswer LoopbackHub::list(const WireRequest& request, const std::string& repo
     if (end < all.size())
         next = "Link: <" + m_server.url() + request.target.substr(0, request.target.find("&cursor")) +
                "&cursor=" + std::to_string(end) + ">; rel=\"next\"\r\n";
-    return withHeaders(200, "Content-Type: application/json\r\n" + next, page.dump());
+    return withHeaders(200, "Content-Type: application/json\r\n" + next, writeJson(page));
 }
 
 WireAnswer LoopbackHub::resolve(const std::string& repo, const std::string& path) {

@@ -1,4 +1,5 @@
 #include "support/LoopbackModels.h"
+#include "base/Json.h"
 
 #include "support/ServiceFaults.h"
 
@@ -25,13 +26,13 @@ std::string geminiReply(const std::string& text) {
     const json part = {{"text", text}};
     const json content = {{"role", "model"}, {"parts", json::array({part})}};
     const json candidate = {{"content", content}, {"finishReason", "STOP"}};
-    return json::object({{"candidates", json::array({candidate})}}).dump();
+    return writeJson(json::object({{"candidates", json::array({candidate})}}));
 }
 
 std::string groqReply(const std::string& text) {
     const json message = {{"role", "assistant"}, {"content", text}};
     const json choice = {{"index", 0}, {"message", message}};
-    return json{{"object", "chat.completion"}, {"choices", json::array({choice})}}.dump();
+    return writeJson(json{{"object", "chat.completion"}, {"choices", json::array({choice})}});
 }
 
 std::string textFor(const LoopbackModels::Behaviour& behaviour, const std::string& prompts) {
@@ -82,7 +83,7 @@ WireAnswer LoopbackModels::answer(const WireRequest& request, std::stop_token st
     if (received.service.empty())
         return notFound(request);
     const bool isGemini = received.service == "gemini";
-    const json body = json::parse(request.body, nullptr, false);
+    const json body = parseJson(request.body);
     received.system = stringAt(body, isGemini ? "/system_instruction/parts/0/text" : "/messages/0/content");
     received.user = stringAt(body, isGemini ? "/contents/0/parts/0/text" : "/messages/1/content");
     received.time = std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();

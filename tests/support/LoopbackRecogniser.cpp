@@ -113,8 +113,7 @@ WireAnswer LoopbackRecogniser::answer(const WireRequest& request, std::stop_toke
         return state.behaviour;
     });
     const auto reply = [&](const std::string& text) {
-        return behaviour.reply.empty() ? provider->reply(text).dump(-1, ' ', false, json::error_handler_t::replace)
-                                       : behaviour.reply;
+        return behaviour.reply.empty() ? writeJson(provider->reply(text)) : behaviour.reply;
     };
     return answerInMode(behaviour.mode, behaviour.text, behaviour.delay, reply, stop);
 }

@@ -2,6 +2,7 @@
 
 #include "WhisperEngine/Output/Subtitles.h"
 #include "WhisperEngine/Output/TranscriptText.h"
+#include "base/Json.h"
 #include "base/Text.h"
 
 #include <algorithm>
@@ -97,7 +98,7 @@ std::string json(std::span<const TranscriptionResult> results) {
             segments.push_back(jsonOf(segment, segments.size()));
     }
     const Json root{{"text", text::join(texts, " ")}, {"language", language}, {"segments", std::move(segments)}};
-    return root.dump(2) + "\n";
+    return writeJson(root, 2) + "\n";
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include "app/Progress.h"
 #include "app/transcribe/TranscribeOptions.h"
 #include "base/Clock.h"
+#include "base/Json.h"
 #include "base/Text.h"
 #include "settings/Config.h"
 #include "settings/Deployment.h"
@@ -123,19 +124,18 @@ DecodingOptions decodingOptions(const TranscribeOptions& options, const WhisperE
 std::string describe(const DecodingOptions& decoding, const TranscribeOptions& options, const WhisperEngine& engine) {
     std::error_code unknown;
     const auto weights = std::filesystem::file_size(engine.modelFolder() / "model.safetensors", unknown);
-    return nlohmann::ordered_json{{"fenlo", version},
-                                  {"model", engine.modelFolder().filename().string()},
-                                  {"modelBytes", unknown ? 0 : weights},
-                                  {"float32", options.float32},
-                                  {"language", decoding.language.value_or("auto")},
-                                  {"task", options.task},
-                                  {"temperature", decoding.temperature},
-                                  {"seed", decoding.seed},
-                                  {"vad", options.vad},
-                                  {"words", decoding.wordTimestamps},
-                                  {"clip", decoding.clipTimestamps},
-                                  {"prompt", decoding.promptTokens.value_or(std::vector<int>())}}
-        .dump();
+    return writeJson(nlohmann::ordered_json{{"fenlo", version},
+                                            {"model", engine.modelFolder().filename().string()},
+                                            {"modelBytes", unknown ? 0 : weights},
+                                            {"float32", options.float32},
+                                            {"language", decoding.language.value_or("auto")},
+                                            {"task", options.task},
+                                            {"temperature", decoding.temperature},
+                                            {"seed", decoding.seed},
+                                            {"vad", options.vad},
+                                            {"words", decoding.wordTimestamps},
+                                            {"clip", decoding.clipTimestamps},
+                                            {"prompt", decoding.promptTokens.value_or(std::vector<int>())}});
 }
 
 } // namespace fenlo

@@ -2,6 +2,7 @@
 
 #include "base/Clock.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Text.h"
 
 #include <array>
@@ -146,12 +147,12 @@ std::string encodePartial(const PartialTranscript& partial) {
                     {"recording", partial.identity.recording},
                     {"options", textOf(partial.identity.options)},
                     {"parts", std::move(parts)}};
-    return root.dump() + "\n";
+    return writeJson(root) + "\n";
 }
 
 std::optional<PartialTranscript> decodePartial(std::string_view json) {
     try {
-        const Json root = Json::parse(json);
+        const Json root = parseOrderedJson(json);
         if (root.at("fenloPartialTranscript") != formatVersion)
             return {};
         PartialTranscript partial{.identity = {root.at("recording"), root.at("options")}, .parts = {}};

@@ -1,5 +1,6 @@
 #include "audio/voice/VoiceProfile.h"
 #include "base/Files.h"
+#include "base/Json.h"
 
 #include <cmath>
 #include <limits>
@@ -64,11 +65,11 @@ std::string encodeVoiceProfile(const VoiceProfileData& profile) {
                                   {"accent", profile.accent}};
     if (profile.mfccMean)
         object["mfccMean"] = *profile.mfccMean;
-    return object.dump(-1, ' ', false, json::error_handler_t::replace);
+    return writeJson(object);
 }
 
 std::optional<VoiceProfileData> decodeVoiceProfile(std::string_view text) {
-    const json object = json::parse(text, nullptr, false);
+    const json object = parseJson(text);
     if (!object.is_object())
         return {};
     const auto takeKey = [&object](const char* key, auto& field) {

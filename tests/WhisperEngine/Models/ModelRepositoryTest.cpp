@@ -3,6 +3,7 @@
 #include "ModelFixture.h"
 #include "WhisperEngine/Models/PublisherModels.h"
 #include "WhisperEngine/WhisperError.h"
+#include "base/Json.h"
 #include "platform/HttpClient.h"
 #include "support/VirtualTime.h"
 
@@ -55,7 +56,7 @@ private:
         auto list = nlohmann::json::array();
         for (const auto& [path, content] : files)
             list.push_back({{"type", "file"}, {"path", path}, {"size", content.size()}});
-        return list.dump();
+        return writeJson(list);
     }
 
     HttpResponse stream(const HttpRequest& request, const std::string& content) const {

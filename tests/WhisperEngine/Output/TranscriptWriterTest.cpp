@@ -1,5 +1,6 @@
 #include "WhisperEngine/Output/TranscriptWriter.h"
 
+#include "base/Json.h"
 #include "base/Text.h"
 
 #include <cmath>
@@ -56,7 +57,7 @@ TEST(TranscriptWriter, EachFormat) {
     EXPECT_EQ(writeTranscript(results, TranscriptFormat::tsv),
               "start\tend\ttext\n0\t1320\tHello world.\n3661500\t3662000\tÇa va?\n");
 
-    const auto json = nlohmann::json::parse(writeTranscript(results, TranscriptFormat::json));
+    const auto json = parseJson(writeTranscript(results, TranscriptFormat::json));
     EXPECT_EQ(json["text"], "Hello world. Ça va?");
     EXPECT_EQ(json["language"], "en");
     ASSERT_EQ(json["segments"].size(), 2u);
@@ -72,7 +73,7 @@ TEST(TranscriptWriter, EachFormat) {
 TEST(TranscriptWriter, NothingSaid) {
     EXPECT_EQ(writeTranscript({}, TranscriptFormat::txt), "");
     EXPECT_EQ(writeTranscript({}, TranscriptFormat::vtt), "WEBVTT\n\n");
-    EXPECT_EQ(nlohmann::json::parse(writeTranscript({}, TranscriptFormat::json))["segments"], nlohmann::json::array());
+    EXPECT_EQ(parseJson(writeTranscript({}, TranscriptFormat::json))["segments"], nlohmann::json::array());
     EXPECT_EQ(written(segment(0, 1, " \n<|endoftext|>"), TranscriptFormat::srt), "");
 }
 
@@ -123,7 +124,7 @@ TEST(TranscriptWriter, AnyResultGivesWellFormedDocuments) {
             ASSERT_EQ(document, text::repairUtf8(document));
             const auto lines = text::split(document, '\n');
             if (format == TranscriptFormat::json) {
-                const auto json = nlohmann::json::parse(document)["segments"][0];
+                const auto json = parseJson(document)["segments"][0];
                 ASSERT_GE(json["start"], 0);
                 ASSERT_GE(json["end"], json["start"]);
             } else if (format == TranscriptFormat::tsv && lines.size() > 2) {

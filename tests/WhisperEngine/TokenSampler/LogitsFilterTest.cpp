@@ -1,9 +1,10 @@
 #include "WhisperEngine/TokenSampler/LogitsFilter.h"
 
 #include "WhisperEngine/TokenSampler/Scores.h"
+#include "base/Files.h"
+#include "base/Json.h"
 
 #include <cmath>
-#include <fstream>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
@@ -133,8 +134,7 @@ TEST(TimestampRules, RecordedTranscripts_AreNeverForbiddenTheirNextToken) {
     const SuppressBlankFilter blank(SpecialTokens{}, 1);
     int steps = 0;
     for (const char* file : {GOLDEN_FOLDER "/samples/samples.json", GOLDEN_FOLDER "/eval/references.json"}) {
-        std::ifstream stream(file);
-        for (const json& clip : json::parse(stream)) {
+        for (const json& clip : parseJson(files::read(file).value())) {
             SCOPED_TRACE(clip["file"]);
             auto sequence = clip["with_timestamps"]["tokens"].get<std::vector<int>>();
             sequence.push_back(SpecialTokens{}.endToken);

@@ -1,6 +1,7 @@
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 
 #include "WhisperEngine/Tokenizer/Languages.h"
+#include "base/Json.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -60,7 +61,7 @@ TEST(WhisperTokenizer, SpecialTokensOfOtherVocabularies_AreFoundByTheirText) {
     int id = 10;
     for (const char* content : {"<|endoftext|>", "<|startoftranscript|>", "<|en|>", "<|yue|>", "<|nocaptions|>"})
         file["added_tokens"].push_back({{"id", id++}, {"content", content}, {"special", true}});
-    const WhisperTokenizer other(hub::Tokenizer::parse(file.dump(), "other.json"));
+    const WhisperTokenizer other(hub::Tokenizer::parse(writeJson(file), "other.json"));
     EXPECT_EQ(other.specialTokens().endToken, 10);
     EXPECT_EQ(other.specialTokens().specialTokenBegin, 10);
     EXPECT_EQ(other.specialTokens().noSpeechToken, 14);

@@ -4,6 +4,7 @@
 #include "WhisperEngine/WhisperEngine.h"
 #include "base/Clock.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Text.h"
 #include "support/FakeHttpClient.h"
 
@@ -16,7 +17,7 @@
 namespace fenlo::whisper::test {
 
 inline nlohmann::json golden(const std::filesystem::path& file) {
-    return nlohmann::json::parse(files::read(file).value());
+    return parseJson(files::read(file).value());
 }
 
 /// Of the demonstration model, in a copy, as compiling writes beside the checkpoint; with other weights if they are

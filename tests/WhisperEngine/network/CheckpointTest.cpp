@@ -6,6 +6,7 @@
 #include "WhisperEngine/network/TinyCheckpoint.h"
 #include "WhisperEngine/runtime/HalfFloat.h"
 #include "base/Files.h"
+#include "base/Json.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -54,9 +55,9 @@ std::string errorOfConfig(const std::string& config, const std::string& generati
 }
 
 std::string tinyConfigWith(const std::string& field, const nlohmann::json& value) {
-    nlohmann::json config = nlohmann::json::parse(TinyCheckpoint().config);
+    nlohmann::json config = parseJson(TinyCheckpoint().config);
     config[field] = value;
-    return config.dump();
+    return writeJson(config);
 }
 
 } // namespace
@@ -150,7 +151,7 @@ TEST(Checkpoint, FindsTensorsInShards) {
     for (auto tensor = tiny.tensors.begin(); tensor != tiny.tensors.end(); ++tensor)
         index["weight_map"][tensor->name] = tensor < middle ? "a.safetensors" : "b.safetensors";
     const fs::path indexFile = folder / "model.safetensors.index.json";
-    writeFile(indexFile, index.dump());
+    writeFile(indexFile, writeJson(index));
 
     const Checkpoint checkpoint(folder);
     EXPECT_EQ(checkpoint.tensor("encoder.conv1.weight", {8, 8, 3}).type, SafeTensors::Type::float16);
@@ -160,7 +161,7 @@ TEST(Checkpoint, FindsTensorsInShards) {
     EXPECT_NE(errorOf([&] { checkpoint.tensor("decoder.proj", {8}); }).find("decoder.proj"), std::string::npos);
 
     for (const char* escape : {"../a.safetensors", "/etc/passwd", "a.bin", ""}) {
-        writeFile(indexFile, nlohmann::json{{"weight_map", {{"x", escape}}}}.dump());
+        writeFile(indexFile, writeJson(nlohmann::json{{"weight_map", {{"x", escape}}}}));
         EXPECT_NE(errorOf([&] { Checkpoint{folder}; }).find("neighbour"), std::string::npos) << escape;
     }
     writeFile(indexFile, R"({"weight_map": {"x": "lost.safetensors"}})");
@@ -172,7 +173,7 @@ TEST(Checkpoint, FindsTensorsInShards) {
 }
 
 TEST(ModelConfig, KnowsThePublishedSizesAndTheDefaults) {
-    nlohmann::json large = nlohmann::json::parse(TinyCheckpoint().config);
+    nlohmann::json large = parseJson(TinyCheckpoint().config);
     large.update({{"d_model", 1280},
                   {"encoder_layers", 32},
                   {"encoder_attention_heads", 20},
@@ -185,7 +186,7 @@ TEST(ModelConfig, KnowsThePublishedSizesAndTheDefaults) {
                   {"max_source_positions", 1500},
                   {"max_target_positions", 448}});
     const fs::path folder = newFolder();
-    writeFile(folder / "config.json", large.dump());
+    writeFile(folder / "config.json", writeJson(large));
     ModelConfig config = readModelConfig(folder);
     EXPECT_EQ(config.architecture.melFrames(), 3000);
     EXPECT_EQ(config.alignmentHeads.size(), 20u); // the upper of the two layers

@@ -2,6 +2,7 @@
 
 #include "WhisperEngine/runtime/ThreadPool.h"
 #include "base/Files.h"
+#include "base/Json.h"
 
 #include <algorithm>
 #include <cstring>
@@ -48,7 +49,7 @@ const Networks& networks(ComputeUnit unit, int threads) {
 }
 
 std::vector<nlohmann::json> goldenSamples() {
-    return nlohmann::json::parse(files::read(samplesFolder / "samples.json").value());
+    return parseJson(files::read(samplesFolder / "samples.json").value());
 }
 
 std::vector<float> readDump(const nlohmann::json& dump) {

@@ -8,6 +8,7 @@
 #include "WhisperEngine/support/RandomCheckpoint.h"
 #include "base/Clock.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "support/FakeHttpClient.h"
 
 #include <algorithm>
@@ -25,7 +26,7 @@ namespace fs = std::filesystem;
 namespace {
 
 const json& references() {
-    static const json all = json::parse(files::read(fs::path(SHAPES_REFERENCE)).value());
+    static const json all = parseJson(files::read(fs::path(SHAPES_REFERENCE)).value());
     return all;
 }
 

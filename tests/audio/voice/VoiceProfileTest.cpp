@@ -2,6 +2,7 @@
 #include "audio/WavFile.h"
 #include "audio/voice/VoiceSignals.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "support/LogCapture.h"
 
 #include <fstream>
@@ -49,7 +50,7 @@ TEST_F(Profiles, SpeechIsMeasuredAndStoredPrivately) {
     EXPECT_EQ(fs::status(file.parent_path()).permissions(), fs::perms::owner_all);
     const std::string stored = files::read(file).value();
     EXPECT_EQ(stored.find('\n'), stored.npos);
-    EXPECT_EQ(json::parse(stored).size(), 12u);
+    EXPECT_EQ(parseJson(stored).size(), 12u);
 
     const VoiceProfileData measured = measureVoice(clip("man-passage"));
     const auto loaded = loadVoiceProfile(file);
@@ -88,24 +89,24 @@ TEST_F(Profiles, AFailedStoreIsSwallowed) {
 TEST(VoiceProfileFile, AllKeysButTheVectorAreRequired) {
     json complete = sampleProfile();
     complete["mfccMean"] = std::vector<double>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13.5};
-    const auto profile = decodeVoiceProfile(complete.dump());
+    const auto profile = decodeVoiceProfile(writeJson(complete));
     ASSERT_TRUE(profile);
-    EXPECT_EQ(json::parse(encodeVoiceProfile(*profile)), complete);
+    EXPECT_EQ(parseJson(encodeVoiceProfile(*profile)), complete);
 
     for (const auto& [key, value] : complete.items()) {
         json changed = complete;
         changed.erase(key);
-        EXPECT_EQ(decodeVoiceProfile(changed.dump()).has_value(), key == "mfccMean") << key;
+        EXPECT_EQ(decodeVoiceProfile(writeJson(changed)).has_value(), key == "mfccMean") << key;
         changed[key] = value.is_string() ? json(1) : json("1");
-        EXPECT_FALSE(decodeVoiceProfile(changed.dump())) << key;
+        EXPECT_FALSE(decodeVoiceProfile(writeJson(changed))) << key;
         changed[key] = nullptr;
-        EXPECT_EQ(decodeVoiceProfile(changed.dump()).has_value(), key == "mfccMean") << key;
+        EXPECT_EQ(decodeVoiceProfile(writeJson(changed)).has_value(), key == "mfccMean") << key;
     }
     complete.erase("mfccMean");
-    EXPECT_EQ(json::parse(encodeVoiceProfile(decodeVoiceProfile(complete.dump()).value())), complete);
-    EXPECT_FALSE(decodeVoiceProfile(sampleProfile().dump())) << "a vector of another length";
+    EXPECT_EQ(parseJson(encodeVoiceProfile(decodeVoiceProfile(writeJson(complete)).value())), complete);
+    EXPECT_FALSE(decodeVoiceProfile(writeJson(sampleProfile()))) << "a vector of another length";
     complete["energyP25"] = 1e39;
-    EXPECT_FALSE(decodeVoiceProfile(complete.dump())) << "no 32-bit float";
+    EXPECT_FALSE(decodeVoiceProfile(writeJson(complete))) << "no 32-bit float";
     for (const char* other : {"", "[]", "{", "null"})
         EXPECT_FALSE(decodeVoiceProfile(other));
 }

@@ -1,9 +1,10 @@
 // The byte-level tokenizer of the small trained model: recorded tokens, an independent encoder's tokens, any text.
 
+#include "base/Files.h"
+#include "base/Json.h"
 #include "base/Text.h"
 #include "hub/tokenizers/Tokenizer.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -19,8 +20,7 @@ const hub::Tokenizer& tokenizer() {
 }
 
 json readJson(const char* file) {
-    std::ifstream stream(file);
-    return json::parse(stream);
+    return parseJson(files::read(file).value());
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Json.h"
 #include "hub/tokenizers/Tokenizer.h"
 
 #include <initializer_list>
@@ -26,7 +27,7 @@ inline json smallFile(const std::vector<std::string>& pieces, const json& merges
 }
 
 inline Tokenizer parsed(const json& file) {
-    return Tokenizer::parse(file.dump(), "small.json");
+    return Tokenizer::parse(writeJson(file), "small.json");
 }
 
 /// The pieces that the text becomes.

@@ -1,5 +1,6 @@
 // Normalizers, pre-tokenizers and decoders, each with what it makes of a text.
 
+#include "base/Json.h"
 #include "hub/tokenizers/Decoder.h"
 #include "hub/tokenizers/Normalizer.h"
 #include "hub/tokenizers/PreTokenizer.h"
@@ -41,7 +42,7 @@ TEST(TokenizerSteps, Normalizers) {
          "\u00C9\u00C0x", "eax"},
     };
     for (const auto& [settings, text, normalized] : cases) {
-        const json value = json::parse(settings);
+        const json value = parseJson(settings);
         EXPECT_EQ(Normalizer::read(JsonNode(value, "normalizer", source)).apply(text), normalized) << settings;
     }
 }
@@ -80,7 +81,7 @@ TEST(TokenizerSteps, PreTokenizers) {
          {"_a", "b"}},
     };
     for (const auto& [settings, text, pieces] : cases) {
-        const json value = json::parse(settings);
+        const json value = parseJson(settings);
         const PreTokenizer preTokenizer = PreTokenizer::read(JsonNode(value, "pre_tokenizer", source));
         EXPECT_EQ(preTokenizer.split(text, true), pieces) << settings;
         EXPECT_EQ(preTokenizer.split("", true), Pieces{}) << settings;
@@ -107,13 +108,13 @@ TEST(TokenizerSteps, Decoders) {
         {R"({"type":"Strip","content":"-","start":1,"stop":2})", {"--a---", "-"}, "-a-"},
     };
     for (const auto& [settings, pieces, text] : cases) {
-        const json value = json::parse(settings);
+        const json value = parseJson(settings);
         EXPECT_EQ(Decoder::read(JsonNode(value, "decoder", source)).apply(pieces), text) << settings;
     }
 }
 
 TEST(TokenizerSteps, ExpressionWithoutEnd_IsGivenUp) {
-    const json value = json::parse(R"({"type":"Split","pattern":{"Regex":"(a*)*b"},"behavior":"Isolated"})");
+    const json value = parseJson(R"({"type":"Split","pattern":{"Regex":"(a*)*b"},"behavior":"Isolated"})");
     const PreTokenizer preTokenizer = PreTokenizer::read(JsonNode(value, "pre_tokenizer", source));
     EXPECT_EQ(preTokenizer.split(std::string(100, 'a'), true), Pieces{std::string(100, 'a')});
 }

@@ -1,4 +1,5 @@
 #include "support/services/LoopbackServices.h"
+#include "base/Json.h"
 
 #include "support/ServiceFaults.h"
 
@@ -12,7 +13,7 @@ using nlohmann::json;
 namespace {
 
 WireAnswer refuse(const std::string& reason) {
-    return jsonAnswer(400, json{{"error", reason}}.dump(-1, ' ', false, json::error_handler_t::replace));
+    return jsonAnswer(400, writeJson(json{{"error", reason}}));
 }
 
 } // namespace
@@ -32,7 +33,7 @@ WireAnswer LoopbackServices::answer(const WireRequest& request, std::stop_token 
 }
 
 WireAnswer LoopbackServices::control(const WireRequest& request) {
-    const json wish = json::parse(request.body, nullptr, false);
+    const json wish = parseJson(request.body);
     if (!wish.is_object())
         return refuse("the body must be a JSON object");
     const json service = wish.value("service", json("speech"));
@@ -47,7 +48,7 @@ std::string LoopbackServices::listRequests() const {
     for (const json& request : m_models.listRequests())
         list.push_back(request);
     std::stable_sort(list.begin(), list.end(), [](const json& a, const json& b) { return a["time"] < b["time"]; });
-    return list.dump(2, ' ', false, json::error_handler_t::replace);
+    return writeJson(list, 2);
 }
 
 } // namespace fenlo::test

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Files.h"
+#include "base/Json.h"
 #include "settings/Config.h"
 #include "settings/Deployment.h"
 #include "settings/Keychain.h"
@@ -22,11 +23,11 @@ inline Deployment modelHosts(const std::string& gemini, const std::string& groq)
 }
 
 inline std::string geminiReply(const std::string& text) {
-    return R"({"candidates": [{"content": {"parts": [{"text": )" + nlohmann::json(text).dump() + "}]}}]}";
+    return R"({"candidates": [{"content": {"parts": [{"text": )" + writeJson(nlohmann::json(text)) + "}]}}]}";
 }
 
 inline std::string groqReply(const std::string& text) {
-    return R"({"choices": [{"message": {"content": )" + nlohmann::json(text).dump() + "}}]}";
+    return R"({"choices": [{"message": {"content": )" + writeJson(nlohmann::json(text)) + "}}]}";
 }
 
 /// The gateway to the models on virtual time, with a key for each and two services that answer as they are told.
@@ -67,7 +68,7 @@ protected:
     }
     std::string replyOf(bool isGemini) const { return isGemini ? geminiReply(answer) : groqReply(answer); }
     std::string groqPrompt(const char* role) const {
-        const auto messages = nlohmann::json::parse(http.requests.back().body).at("messages");
+        const auto messages = parseJson(http.requests.back().body).at("messages");
         return messages.at(role == std::string("system") ? 0 : 1).at("content");
     }
 
