@@ -1,9 +1,9 @@
 #include "WhisperEngine/ModelSetup.h"
 
-#include "WhisperEngine/Models/CheckpointFiles.h"
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/Models/ModelRepository.h"
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/CheckpointFiles.h"
 #include "WhisperEngine/network/ModelFiles.h"
 #include "base/Files.h"
 #include "hub/HubClient.h"
@@ -29,7 +29,7 @@ hub::HubClient hubFor(const WhisperEngineConfig& config, HttpClient& http, Clock
 fs::path copyBundled(const fs::path& bundled, const fs::path& base) {
     const std::string name = bundled.filename().string();
     const fs::path folder = base / name;
-    if (!missingCheckpointFile(folder))
+    if (!checkpointFault(folder))
         return folder;
     const fs::path gathering = partialDownload(base, name);
     try {
@@ -113,7 +113,7 @@ fs::path installModel(const WhisperEngineConfig& config, HttpClient& http, Clock
                       std::stop_token stop) {
     const fs::path base = modelsFolder(config);
     if (config.model && config.bundledModels && isModelName(*config.model) &&
-        !missingCheckpointFile(*config.bundledModels / *config.model))
+        !checkpointFault(*config.bundledModels / *config.model))
         return copyBundled(*config.bundledModels / *config.model, base);
 
     hub::HubClient hub = hubFor(config, http, clock);
@@ -172,7 +172,7 @@ Repair repairModel(const WhisperEngineConfig& config, const std::string& name, H
     const fs::path base = modelsFolder(config);
     const std::string variant = installedName(base, name);
     Repair repair{base / variant, {}, {}};
-    if (config.bundledModels && !missingCheckpointFile(*config.bundledModels / variant)) {
+    if (config.bundledModels && !checkpointFault(*config.bundledModels / variant)) {
         repair.fetched = repairFromBundled(*config.bundledModels / variant, repair.folder);
     } else {
         hub::HubClient hub = hubFor(config, http, clock);

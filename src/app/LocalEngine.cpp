@@ -1,9 +1,9 @@
 #include "app/LocalEngine.h"
 
 #include "WhisperEngine/ModelSetup.h"
-#include "WhisperEngine/Models/CheckpointFiles.h"
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/WhisperEngine.h"
+#include "WhisperEngine/network/CheckpointFiles.h"
 #include "WhisperEngine/network/ModelFault.h"
 #include "WhisperEngine/network/ModelFiles.h"
 #include "WhisperEngine/runtime/InstructionTrial.h"
@@ -75,7 +75,7 @@ std::optional<fs::path> findInstalledModel(const std::string& name) {
     // The plainest of the names that have it: "small" is "openai_whisper-small" before "openai_whisper-small.en".
     std::optional<whisper::LocalModel> found;
     for (whisper::LocalModel& model : whisper::listLocalModels(modelsDirectory()))
-        if (model.complete && model.name.find(name) != std::string::npos &&
+        if (model.isComplete() && model.name.find(name) != std::string::npos &&
             (!found || model.name.size() < found->name.size()))
             found = std::move(model);
     return found ? std::optional(found->folder) : std::nullopt;
@@ -87,9 +87,13 @@ fs::path installedModel(const std::string& name, const Deployment& deployment, H
         return name;
     if (const auto folder = findInstalledModel(name))
         return *folder;
-    if (!whisper::isModelName(name) || whisper::missingCheckpointFile(bundledModelsDirectory() / name))
-        throw std::runtime_error("there is no model \"" + name +
-                                 "\" on this machine; fetch it with: fenlo models download " + name);
+    if (!whisper::isModelName(name) || whisper::checkpointFault(bundledModelsDirectory() / name)) {
+        const std::string remedy = "; fetch it with: fenlo models download " + name;
+        for (const whisper::LocalModel& model : whisper::listLocalModels(modelsDirectory()))
+            if (model.name == name && model.fault)
+                throw std::runtime_error("the model \"" + name + "\" " + *model.fault + remedy);
+        throw std::runtime_error("there is no model \"" + name + "\" on this machine" + remedy);
+    }
     whisper::WhisperEngineConfig config = engineConfig(deployment);
     config.model = name;
     return whisper::installModel(config, http, clock, {}, stop);

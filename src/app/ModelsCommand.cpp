@@ -1,16 +1,17 @@
 #include "app/Commands.h"
 
 #include "WhisperEngine/ModelSetup.h"
-#include "WhisperEngine/Models/CheckpointFiles.h"
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/Models/ModelRepository.h"
 #include "WhisperEngine/WhisperEngine.h"
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/CheckpointFiles.h"
 #include "app/LocalEngine.h"
 #include "app/Progress.h"
 #include "app/StandardOutput.h"
 #include "app/TerminationSignals.h"
 #include "base/Clock.h"
+#include "base/Json.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "settings/Deployment.h"
 
@@ -34,7 +35,7 @@ std::vector<std::string> bundledModels() {
     std::vector<std::string> names;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(bundledModelsDirectory(), error))
-        if (!whisper::missingCheckpointFile(entry.path()))
+        if (!whisper::checkpointFault(entry.path()))
             names.push_back(entry.path().filename().string());
     std::ranges::sort(names);
     return names;
@@ -46,9 +47,9 @@ bool isPlain(const std::string& name) {
     return std::ranges::count(name, '_') == 1;
 }
 
-const char* stateOf(const LocalModel& model) {
-    if (!model.complete)
-        return "incomplete";
+std::string stateOf(const LocalModel& model) {
+    if (model.fault)
+        return "incomplete: it " + *model.fault;
     return model.compiled ? "ready" : "to be prepared at its first use";
 }
 
@@ -122,17 +123,17 @@ int runModelsList(bool json) {
             list.push_back({{"name", model.name},
                             {"folder", model.folder.string()},
                             {"bytes", model.bytes},
-                            {"installed", model.complete},
+                            {"installed", model.isComplete()},
                             {"ready", model.compiled},
                             {"demonstration", isBundled(model.name)}});
         for (const std::string& name : available)
             list.push_back({{"name", name}, {"installed", false}, {"demonstration", isBundled(name)}});
-        print(list.dump(2) + "\n");
+        print(writeJson(list, 2) + "\n");
         return exitStatus::ok;
     }
     printFormatted("Installed in %s:\n", modelsDirectory().c_str());
     for (const LocalModel& model : installed)
-        printFormatted("  %-44s %8s  %s%s%s\n", model.name.c_str(), sizeOf(model.bytes).c_str(), stateOf(model),
+        printFormatted("  %-44s %8s  %s%s%s\n", model.name.c_str(), sizeOf(model.bytes).c_str(), stateOf(model).c_str(),
                        isBundled(model.name) ? "; " : "", isBundled(model.name) ? bundledNote : "");
     if (installed.empty())
         print("  none\n");

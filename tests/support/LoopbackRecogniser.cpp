@@ -1,5 +1,6 @@
 #include "support/LoopbackRecogniser.h"
 
+#include "base/Json.h"
 #include "base/Text.h"
 #include "support/ServiceFaults.h"
 

@@ -1,7 +1,7 @@
 #include "WhisperEngine/Models/LocalModels.h"
 
-#include "WhisperEngine/Models/CheckpointFiles.h"
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/CheckpointFiles.h"
 
 #include <algorithm>
 
@@ -66,7 +66,7 @@ std::vector<LocalModel> listLocalModels(const fs::path& downloadBase) {
         const std::string name = entry->path().filename().string();
         std::error_code unreadable;
         if (isModelName(name) && entry->is_directory(unreadable))
-            models.push_back({name, entry->path(), bytesIn(entry->path()), !missingCheckpointFile(entry->path()),
+            models.push_back({name, entry->path(), bytesIn(entry->path()), checkpointFault(entry->path()),
                               isCompiledFolder(entry->path())});
     }
     std::sort(models.begin(), models.end(), [](const LocalModel& a, const LocalModel& b) { return a.name < b.name; });

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,9 +13,11 @@ namespace fenlo::whisper {
 struct LocalModel {
     std::string name;
     std::filesystem::path folder;
-    std::uint64_t bytes = 0; // on the disk
-    bool complete = false;   // every file of the checkpoint is there
-    bool compiled = false;   // the packed files are there
+    std::uint64_t bytes = 0;          // on the disk
+    std::optional<std::string> fault; // what keeps it from being a checkpoint, worded to follow its name
+    bool compiled = false;            // the packed files are there
+
+    bool isComplete() const { return !fault; }
 };
 
 /// Sorted by name. Names with a point in front are none of ours. A folder that cannot be read holds no models.

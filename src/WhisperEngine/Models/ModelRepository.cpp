@@ -1,10 +1,11 @@
 #include "WhisperEngine/Models/ModelRepository.h"
 
-#include "WhisperEngine/Models/CheckpointFiles.h"
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/Models/ModelVariant.h"
+#include "WhisperEngine/Models/NeededFiles.h"
 #include "WhisperEngine/Models/PublisherModels.h"
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/CheckpointFiles.h"
 #include "base/Files.h"
 #include "hub/ContentCheck.h"
 #include "hub/FolderLock.h"
@@ -37,7 +38,7 @@ std::vector<std::string> matchingOf(const std::vector<std::string>& names, const
 std::vector<std::string> completeModels(const fs::path& downloadBase) {
     std::vector<std::string> names;
     for (const LocalModel& model : listLocalModels(downloadBase))
-        if (model.complete)
+        if (model.isComplete())
             names.push_back(model.name);
     return names;
 }
@@ -103,13 +104,13 @@ void takeBack(const fs::path& incomplete, const fs::path& gathering) {
 }
 
 void moveIntoPlace(const fs::path& gathered, const fs::path& folder) {
-    if (const auto missing = missingCheckpointFile(gathered))
-        throw WhisperError(WhisperError::Kind::modelsUnavailable, "the download to " + gathered.string() + " lacks " +
-                                                                      *missing + "; remove the folder and try again");
+    if (const auto fault = checkpointFault(gathered))
+        throw WhisperError(WhisperError::Kind::modelsUnavailable,
+                           "the download to " + gathered.string() + " " + *fault + "; remove the folder and try again");
     std::error_code error;
     fs::rename(gathered, folder, error);
     // Another process may have been first.
-    if (error && missingCheckpointFile(folder))
+    if (error && checkpointFault(folder))
         throw WhisperError(WhisperError::Kind::modelsUnavailable, "cannot move the model to " + folder.string() + ": " +
                                                                       error.message() +
                                                                       "; move that folder away and try again");
@@ -118,8 +119,7 @@ void moveIntoPlace(const fs::path& gathered, const fs::path& folder) {
 /// Whether the folder knows what its files should be, and they are that.
 bool isAsPublished(const fs::path& folder, std::stop_token stop) {
     const auto manifest = hub::SnapshotManifest::load(folder);
-    return manifest && !missingCheckpointFile(folder) &&
-           std::ranges::all_of(manifest->files, [&](const hub::RepoFile& file) {
+    return manifest && !checkpointFault(folder) && std::ranges::all_of(manifest->files, [&](const hub::RepoFile& file) {
                return !hub::contentHash(file).empty() && hub::holds(folder / file.path, file, stop);
            });
 }
@@ -139,7 +139,7 @@ struct Gathering {
 
     std::vector<hub::RepoFile> filesOf(hub::HubClient& hub, std::stop_token stop) const {
         auto listed = hub.listFiles(source, {below + "*"}, stop);
-        const auto needed = checkpointFiles(pathsOf(listed), below, source);
+        const auto needed = neededFiles(pathsOf(listed), below, source);
         std::erase_if(listed,
                       [&](const hub::RepoFile& file) { return std::ranges::find(needed, file.path) == needed.end(); });
         return listed;
@@ -263,12 +263,12 @@ fs::path download(hub::HubClient& hub, const ModelRepository& repository, const 
     if (!isModelName(variant))
         throw notFound("\"" + variant + "\" is no name of a model");
     // A model that is there may be of anybody's making; only what is fetched needs a publisher.
-    if (fs::path folder = downloadBase / variant; !missingCheckpointFile(folder))
+    if (fs::path folder = downloadBase / variant; !checkpointFault(folder))
         return folder;
     const Gathering gathering(repository, variant, downloadBase);
     try {
         const hub::FolderLock lock(gathering.makeStage(), clock, stop);
-        if (!missingCheckpointFile(gathering.folder))
+        if (!checkpointFault(gathering.folder))
             return gathering.folder; // by another process, meanwhile
         const auto needed = gathering.filesOf(hub, stop);
         takeBack(gathering.folder, gathering.files);

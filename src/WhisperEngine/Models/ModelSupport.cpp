@@ -2,6 +2,7 @@
 
 #include "WhisperEngine/WhisperError.h"
 #include "base/Files.h"
+#include "base/Json.h"
 #include "base/Text.h"
 
 #include <algorithm>
@@ -48,7 +49,7 @@ ModelSupportConfig ModelSupportConfig::of(std::string repoName, std::string repo
 
 ModelSupportConfig ModelSupportConfig::parse(std::string_view json) {
     try {
-        const auto root = nlohmann::json::parse(json);
+        const auto root = parseJsonOrThrow(json);
         std::vector<DeviceSupport> rows;
         for (const auto& row : root.at("device_support"))
             rows.push_back(rowOf(row));
@@ -66,7 +67,7 @@ std::string ModelSupportConfig::toJson() const {
                         {"identifiers", row.identifiers},
                         {"models", {{"default", row.models.defaultModel}, {"supported", row.models.supported}}}});
     const nlohmann::ordered_json root{{"name", repoName}, {"version", repoVersion}, {"device_support", rows}};
-    return root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+    return writeJson(root, 2);
 }
 
 const ModelSupport& ModelSupportConfig::supportFor(const std::string& identifier, const Logging& log) const {

@@ -1,11 +1,12 @@
 #include "WhisperEngine/network/Checkpoint.h"
 
+#include "WhisperEngine/network/CheckpointFiles.h"
 #include "WhisperEngine/network/Digest.h"
 #include "WhisperEngine/network/ModelFault.h"
-#include "WhisperEngine/network/StrictJson.h"
 #include "base/Files.h"
+#include "base/Json.h"
 
-#include <set>
+#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
 namespace fenlo::whisper {
@@ -15,49 +16,14 @@ using nlohmann::json;
 
 namespace {
 
-constexpr const char* weightsName = "model.safetensors";
-constexpr const char* indexName = "model.safetensors.index.json";
-constexpr std::size_t mostShards = 256;
-
-bool isThere(const fs::path& file) {
-    std::error_code error;
-    return fs::exists(file, error);
-}
-
-/// A name in the index is that of a neighbour, never a path that leads elsewhere.
-bool isNeighbour(const std::string& name) {
-    return name.ends_with(".safetensors") && name.find('/') == std::string::npos &&
-           name.find('\0') == std::string::npos;
-}
-
-/// In the order of their names.
-std::set<std::string> shardNames(const fs::path& folder) {
-    if (isThere(folder / weightsName) || !isThere(folder / indexName))
-        return {weightsName};
-    const fs::path index = folder / indexName;
-    const json document = readStrictJson(index);
-    const auto map = document.find("weight_map");
-    std::set<std::string> names;
-    if (map != document.end() && map->is_object()) {
-        for (const auto& [tensor, shard] : map->items()) {
-            if (!shard.is_string() || !isNeighbour(shard.get<std::string>()))
-                throw ModelDamage(index.string() + " names a file that is no neighbour");
-            names.insert(shard.get<std::string>());
-        }
-    }
-    if (names.empty() || names.size() > mostShards)
-        throw ModelDamage(index.string() + " names no weights, or too many files");
-    return names;
-}
-
 std::string describe(const std::vector<std::uint64_t>& shape) {
-    return json(shape).dump();
+    return writeJson(json(shape));
 }
 
 } // namespace
 
 Checkpoint::Checkpoint(const fs::path& modelFolder) : m_folder(modelFolder) {
-    for (const std::string& name : shardNames(modelFolder)) {
+    for (const std::string& name : weightsFiles(modelFolder)) {
         MappedFile file(modelFolder / name);
         SafeTensors tensors(file.bytes(), (modelFolder / name).string());
         m_shards.push_back({std::move(file), std::move(tensors)});
@@ -88,9 +54,9 @@ Fingerprint checkpointFingerprint(const fs::path& modelFolder) {
     const auto append = [&facts](std::string_view part) {
         facts += std::to_string(part.size()).append(":").append(part);
     };
-    for (const char* name : {"config.json", "generation_config.json"})
+    for (const char* name : {checkpointFiles::config, checkpointFiles::generation})
         append(files::read(modelFolder / name).value_or(""));
-    for (const std::string& name : shardNames(modelFolder)) {
+    for (const std::string& name : weightsFiles(modelFolder)) {
         const fs::path path = modelFolder / name;
         const MappedFile file(path);
         struct stat status {};

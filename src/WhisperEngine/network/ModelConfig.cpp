@@ -1,7 +1,9 @@
 #include "WhisperEngine/network/ModelConfig.h"
 
 #include "WhisperEngine/network/ModelFault.h"
-#include "WhisperEngine/network/StrictJson.h"
+#include "WhisperEngine/network/ModelJson.h"
+
+#include <nlohmann/json.hpp>
 
 namespace fenlo::whisper {
 
@@ -135,7 +137,7 @@ ModelArchitecture ModelArchitecture::fromNumbers(const Numbers& numbers, const s
 
 ModelConfig readModelConfig(const fs::path& modelFolder) {
     const fs::path file = modelFolder / "config.json";
-    const json config = readStrictJson(file);
+    const json config = readModelJson(file);
     refuseVariants(config, file.string());
     ModelConfig result;
     result.architecture = readArchitecture(config, file.string());
@@ -143,7 +145,7 @@ ModelConfig readModelConfig(const fs::path& modelFolder) {
     // What concerns decoding stands in the second file; older checkpoints have it in the first, or nowhere.
     const fs::path generationFile = modelFolder / "generation_config.json";
     std::error_code error;
-    const json generation = fs::exists(generationFile, error) ? readStrictJson(generationFile) : json::object();
+    const json generation = fs::exists(generationFile, error) ? readModelJson(generationFile) : json::object();
     const auto withKey = [&](const char* name) -> const json& {
         return generation.contains(name) ? generation : config;
     };

@@ -1,12 +1,14 @@
 #include "WhisperEngine/network/SafeTensors.h"
 
 #include "WhisperEngine/network/ModelFault.h"
-#include "WhisperEngine/network/StrictJson.h"
+#include "WhisperEngine/network/ModelJson.h"
 #include "WhisperEngine/runtime/HalfFloat.h"
+#include "base/Json.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 namespace fenlo::whisper {
@@ -100,10 +102,10 @@ SafeTensors::SafeTensors(std::span<const std::byte> bytes, const std::string& na
     const auto data = bytes.subspan(header.size());
     const std::string_view text{reinterpret_cast<const char*>(header.data()) + lengthField,
                                 header.size() - lengthField};
-    const json document = parseStrictJson(text, "The header of " + name);
+    const json document = parseModelJson(text, "The header of " + name);
     for (const auto& [key, entry] : document.items())
         if (key != "__metadata__")
-            m_tensors.emplace(key, readEntry(entry, data, name + ": tensor " + json(key).dump()));
+            m_tensors.emplace(key, readEntry(entry, data, name + ": tensor " + quoteJson(key)));
     refuseOverlaps(m_tensors, name);
 }
 

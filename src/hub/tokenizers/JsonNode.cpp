@@ -1,5 +1,6 @@
 #include "hub/tokenizers/JsonNode.h"
 
+#include "base/Json.h"
 #include "hub/tokenizers/Tokenizer.h"
 
 #include <algorithm>
@@ -20,7 +21,7 @@ void failDocument(const std::string& source, const std::string& place, const std
 }
 
 std::string inQuotes(std::string_view text) {
-    return nlohmann::json(text.substr(0, 60)).dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
+    return quoteJson(text.substr(0, 60));
 }
 
 void JsonNode::fail(const std::string& fault) const {

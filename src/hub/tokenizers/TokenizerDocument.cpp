@@ -1,5 +1,6 @@
 #include "hub/tokenizers/TokenizerDocument.h"
 
+#include "base/StrictJson.h"
 #include "hub/tokenizers/JsonNode.h"
 
 #include <cstdint>
@@ -11,137 +12,93 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t maximumDepth = 64;
-
-/// Takes the events of the parser.
-class DocumentReader {
+/// Takes vocabulary and merges out of the document, each entry as it is read.
+class DocumentReader final : public StrictJsonReader {
 public:
     DocumentReader(TokenizerDocument& document, const std::string& source) : m_document(document), m_source(source) {}
-
-    bool null() { return value(nullptr); }
-    bool boolean(bool it) { return value(it); }
-    bool number_integer(std::int64_t it) { return value(it); }
-    bool number_unsigned(std::uint64_t it) { return m_table == Table::vocabulary ? piece(it) : value(it); }
-    bool number_float(double it, const std::string&) { return value(it); }
-    bool binary(json::binary_t&) { return false; } // JSON text has none
-
-    bool string(std::string& it) {
-        if (m_table == Table::mergePair)
-            return pairItem(std::move(it));
-        return m_table == Table::merges ? merge(it) : value(std::move(it));
-    }
-
-    bool key(std::string& it) {
-        m_key = std::move(it);
-        return true;
-    }
-
-    bool start_object(std::size_t) {
-        if (isModelMember("vocab"))
-            return enter(Table::vocabulary);
-        return open(json::object());
-    }
-    bool start_array(std::size_t) {
-        if (m_table == Table::merges) {
-            m_pair.clear();
-            return enter(Table::mergePair);
-        }
-        if (isModelMember("merges"))
-            return enter(Table::merges);
-        return open(json::array());
-    }
-    bool end_object() { return close(); }
-    bool end_array() { return close(); }
-
-    bool parse_error(std::size_t position, const std::string&, const json::exception&) {
-        failDocument(m_source, "", "is not valid JSON at byte " + std::to_string(position));
-    }
 
 private:
     enum class Table { none, vocabulary, merges, mergePair };
 
-    bool isModelMember(std::string_view name) const {
-        return m_table == Table::none && m_open.size() == 2 && m_open.back()->is_object() && m_outerKey == "model" &&
-               m_key == name;
-    }
-
-    bool enter(Table table) {
-        const bool isRepeated = table != Table::mergePair && !m_open.back()->emplace(m_key, nullptr).second;
-        if (isRepeated)
-            failDocument(m_source, "model." + m_key, "is there twice");
-        m_table = table;
-        return true;
-    }
-
-    bool open(json container) {
-        if (m_open.size() == maximumDepth)
-            failDocument(m_source, "", "is nested too deeply");
-        if (m_open.size() == 1)
-            m_outerKey = m_key;
-        m_open.push_back(place(std::move(container)));
-        return true;
-    }
-
-    bool close() {
+    void value(json it) override {
         switch (m_table) {
         case Table::none:
-            m_open.pop_back();
-            break;
+            return StrictJsonReader::value(std::move(it));
+        case Table::vocabulary:
+            return addPiece(it);
+        case Table::merges:
+            return addMerge(it);
+        case Table::mergePair:
+            return addPairItem(it);
+        }
+    }
+
+    void open(json container) override {
+        if (isModelMember("vocab") && container.is_object())
+            return enter(Table::vocabulary);
+        if (isModelMember("merges") && container.is_array())
+            return enter(Table::merges);
+        if (m_table == Table::merges && container.is_array()) {
+            m_pair.clear();
+            m_table = Table::mergePair;
+            return;
+        }
+        if (m_table != Table::none)
+            return value(std::move(container)); // which no table has
+        if (depth() == 1)
+            m_outerKey = nextKey();
+        StrictJsonReader::open(std::move(container));
+    }
+
+    void close() override {
+        switch (m_table) {
+        case Table::none:
+            return StrictJsonReader::close();
         case Table::mergePair:
             if (m_pair.size() != 2)
                 failMerge();
             m_document.merges.push_back({m_pair[0] + m_pair[1], m_pair[0].size()});
             m_table = Table::merges;
-            break;
+            return;
         default:
             m_table = Table::none;
         }
-        return true;
     }
 
-    bool value(json it) {
-        place(std::move(it));
-        return true;
+    bool isModelMember(std::string_view name) const {
+        return m_table == Table::none && depth() == 2 && m_outerKey == "model" && nextKey() == name;
     }
 
-    json* place(json it) {
-        if (m_table == Table::vocabulary)
-            failDocument(m_source, "model.vocab", "gives no id for " + inQuotes(m_key));
-        if (m_table != Table::none)
+    void enter(Table table) {
+        StrictJsonReader::value(nullptr); // in its place in the tree
+        m_table = table;
+    }
+
+    void addPiece(const json& id) {
+        if (!id.is_number_unsigned())
+            failDocument(m_source, "model.vocab", "gives no id for " + inQuotes(nextKey()));
+        const auto number = id.get<std::uint64_t>();
+        if (number > static_cast<std::uint64_t>(Vocabulary::maximumId))
+            failDocument(m_source, "model.vocab", "has an id out of range, " + std::to_string(number));
+        if (!m_document.vocabulary.add(nextKey(), static_cast<int>(number)))
+            failDocument(m_source, "model.vocab", "has the piece " + inQuotes(nextKey()) + " or its id twice");
+    }
+
+    void addMerge(json& it) {
+        if (!it.is_string())
             failMerge();
-        if (m_open.empty())
-            return &(m_document.settings = std::move(it));
-        json& parent = *m_open.back();
-        if (parent.is_array())
-            return &parent.emplace_back(std::move(it));
-        const auto [member, isNew] = parent.emplace(m_key, std::move(it));
-        if (!isNew)
-            failDocument(m_source, "", "has " + inQuotes(m_key) + " twice in one place");
-        return &*member;
-    }
-
-    bool piece(std::uint64_t id) {
-        if (id > static_cast<std::uint64_t>(Vocabulary::maximumId))
-            failDocument(m_source, "model.vocab", "has an id out of range, " + std::to_string(id));
-        if (!m_document.vocabulary.add(m_key, static_cast<int>(id)))
-            failDocument(m_source, "model.vocab", "has the piece " + inQuotes(m_key) + " or its id twice");
-        return true;
-    }
-
-    bool merge(std::string& it) {
-        const std::size_t gap = it.find(' ');
-        if (gap == std::string::npos || it.find(' ', gap + 1) != std::string::npos)
+        auto& text = it.get_ref<std::string&>();
+        const std::size_t gap = text.find(' ');
+        if (gap == std::string::npos || text.find(' ', gap + 1) != std::string::npos)
             failMerge();
-        it.erase(gap, 1);
-        m_document.merges.push_back({std::move(it), gap});
-        return true;
+        text.erase(gap, 1);
+        m_document.merges.push_back({std::move(text), gap});
     }
 
-    bool pairItem(std::string it) {
-        if (m_pair.size() == 2)
+    void addPairItem(json& it) {
+        if (!it.is_string() || m_pair.size() == 2)
             failMerge();
-        m_pair.push_back(std::move(it));
-        return true;
+        m_pair.push_back(std::move(it.get_ref<std::string&>()));
     }
 
     [[noreturn]] void failMerge() const {
@@ -150,9 +107,7 @@ private:
 
     TokenizerDocument& m_document;
     const std::string& m_source;
-    std::vector<json*> m_open; // the containers around the place that is read, the innermost last
-    std::string m_key;
-    std::string m_outerKey; // the key of the outermost object that is open
+    std::string m_outerKey; // of the member of the document that is read
     Table m_table = Table::none;
     std::vector<std::string> m_pair;
 };
@@ -161,8 +116,11 @@ private:
 
 TokenizerDocument readTokenizerDocument(std::string_view text, const std::string& source) {
     TokenizerDocument document;
-    DocumentReader reader(document, source);
-    json::sax_parse(text, &reader);
+    try {
+        document.settings = DocumentReader(document, source).read(text);
+    } catch (const JsonFault& fault) {
+        failDocument(source, "", fault.what());
+    }
     return document;
 }
 

@@ -1,8 +1,8 @@
 #include "WhisperEngine/Models/LocalModels.h"
 
 #include "ModelFixture.h"
-#include "WhisperEngine/Models/CheckpointFiles.h"
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/network/CheckpointFiles.h"
 
 using namespace fenlo;
 using namespace fenlo::test;
@@ -26,10 +26,10 @@ TEST_F(LocalModels, ListsWhatIsThere) {
     const auto models = listLocalModels(base);
     ASSERT_EQ(models.size(), 2u);
     EXPECT_EQ(models[0].name, "a-broken");
-    EXPECT_FALSE(models[0].complete) << "its weights are empty";
+    EXPECT_EQ(models[0].fault, "lacks model.safetensors") << "its weights are empty";
     EXPECT_FALSE(models[0].compiled);
     EXPECT_EQ(models[1].name, "b-model");
-    EXPECT_TRUE(models[1].complete);
+    EXPECT_TRUE(models[1].isComplete());
     EXPECT_TRUE(models[1].compiled);
     EXPECT_EQ(models[1].bytes, 3006u);
 }
@@ -37,17 +37,33 @@ TEST_F(LocalModels, ListsWhatIsThere) {
 TEST_F(LocalModels, AShardedCheckpointNeedsEveryShard) {
     writeFile(base / "config.json", "{}");
     writeFile(base / "tokenizer.json", "{}");
-    EXPECT_EQ(missingCheckpointFile(base), "model.safetensors");
-    writeFile(base / "model.safetensors.index.json",
-              R"({"weight_map": {"a": "model-00001-of-00002.safetensors", "b": "model-00002-of-00002.safetensors"}})");
-    writeFile(base / "model-00001-of-00002.safetensors", "1");
-    EXPECT_EQ(missingCheckpointFile(base), "model-00002-of-00002.safetensors");
-    writeFile(base / "model-00002-of-00002.safetensors", "2");
-    EXPECT_EQ(missingCheckpointFile(base), std::nullopt);
-    for (const char* broken : {"no JSON", "{}", R"({"weight_map": {}})", R"({"weight_map": {"a": 1}})",
-                               R"({"weight_map": {"a": "../config.json"}})"}) {
-        writeFile(base / "model.safetensors.index.json", broken);
-        EXPECT_EQ(missingCheckpointFile(base), "model.safetensors.index.json") << broken;
+    EXPECT_EQ(checkpointFault(base), "lacks model.safetensors");
+    const fs::path index = base / "model.safetensors.index.json";
+    writeFile(index, R"({"weight_map": {"a": "one.safetensors", "b": "two.safetensors"}})");
+    writeFile(base / "one.safetensors", "1");
+    EXPECT_EQ(checkpointFault(base), "lacks two.safetensors");
+    writeFile(base / "two.safetensors", "2");
+    EXPECT_EQ(checkpointFault(base), std::nullopt);
+    writeFile(base / "model.safetensors", "");
+    EXPECT_EQ(checkpointFault(base), "lacks model.safetensors") << "which the network would read";
+}
+
+TEST_F(LocalModels, AnIndexThatTheNetworkRefusesMakesNoCheckpoint) {
+    writeFile(base / "config.json", "{}");
+    writeFile(base / "tokenizer.json", "{}");
+    writeFile(base / "a.safetensors", "1");
+    const fs::path index = base / "model.safetensors.index.json";
+    for (const auto& [text, fault] : std::vector<std::pair<std::string, std::string>>{
+             {"no JSON", " is not valid JSON at byte 2"},
+             {"[]", " is not a JSON object"},
+             {"{}", " names no weights, or too many files"},
+             {R"({"weight_map": {}})", " names no weights, or too many files"},
+             {R"({"weight_map": {"a": "a.safetensors"}, "weight_map": {}})", " has \"weight_map\" twice in one place"},
+             {R"({"weight_map": {"a": 1}})", " names a file that is no neighbour"},
+             {R"({"weight_map": {"a": "config.json"}})", " names a file that is no neighbour"},
+             {R"({"weight_map": {"a": "../a.safetensors"}})", " names a file that is no neighbour"}}) {
+        writeFile(index, text);
+        EXPECT_EQ(checkpointFault(base), "is damaged: " + index.string() + fault);
     }
 }
 

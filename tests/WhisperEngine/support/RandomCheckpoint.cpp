@@ -1,4 +1,5 @@
 #include "WhisperEngine/support/RandomCheckpoint.h"
+#include "base/Json.h"
 
 #include <algorithm>
 #include <bit>
@@ -19,18 +20,9 @@ namespace {
 
 constexpr std::size_t blockElements = 1 << 16; // written at a time
 
-struct Tensor {
-    std::string name;
-    std::vector<std::uint64_t> shape;
-
-    std::uint64_t count() const {
-        std::uint64_t total = 1;
-        for (const std::uint64_t size : shape)
-            total *= size;
-        return total;
-    }
-    bool is(const char* ending) const { return name.ends_with(ending); }
-};
+bool is(const RandomTensor& tensor, const char* ending) {
+    return tensor.name.ends_with(ending);
+}
 
 class Tensors {
 public:
@@ -55,7 +47,7 @@ public:
         norm("decoder.layer_norm");
     }
 
-    std::vector<Tensor> all;
+    std::vector<RandomTensor> all;
 
 private:
     void add(const std::string& name, const std::vector<int>& shape) {
@@ -81,12 +73,12 @@ private:
     const int m_width;
 };
 
-float amplitudeOf(const Tensor& tensor) {
-    if (tensor.is(".bias"))
+float amplitudeOf(const RandomTensor& tensor) {
+    if (is(tensor, ".bias"))
         return 0.02f;
-    if (tensor.is("layer_norm.weight"))
+    if (is(tensor, "layer_norm.weight"))
         return 0.1f;
-    if (tensor.is("decoder.embed_positions.weight"))
+    if (is(tensor, "decoder.embed_positions.weight"))
         return 0.5f;
     return static_cast<float>(std::sqrt(3.0 / static_cast<double>(tensor.count() / tensor.shape[0])));
 }
@@ -101,41 +93,24 @@ void sinusoids(std::uint64_t first, std::uint64_t width, std::span<float> dst) {
     }
 }
 
-void fill(const Tensor& tensor, std::uint64_t first, std::span<float> dst) {
-    if (tensor.is("encoder.embed_positions.weight"))
-        return sinusoids(first, tensor.shape[1], dst);
-    const float amplitude = amplitudeOf(tensor), centre = tensor.is("layer_norm.weight") ? 1.0f : 0.0f;
-    randomNumbers(tensor.name, first, dst);
-    for (float& value : dst)
-        value = centre + amplitude * value;
-}
-
-/// To the nearest half, of two the even one, on every processor: the kernels of the runtime may cut digits off instead.
-std::uint16_t toHalf(float value) {
-    const std::uint32_t sign = std::bit_cast<std::uint32_t>(value) >> 16 & 0x8000u;
-    // Times 2^-112 the exponent is the one of a half, and 13 digits are too many.
-    const std::uint32_t bits = std::bit_cast<std::uint32_t>(std::fabs(value) * 0x1p-112f);
-    return static_cast<std::uint16_t>(sign | (bits + 0xFFFu + (bits >> 13 & 1u)) >> 13);
-}
-
-void writeWeights(const fs::path& path, const std::vector<Tensor>& tensors) {
+void writeWeights(const fs::path& path, const std::vector<RandomTensor>& tensors) {
     json header{{"__metadata__", {{"format", "pt"}}}};
     std::uint64_t offset = 0;
-    for (const Tensor& tensor : tensors) {
+    for (const RandomTensor& tensor : tensors) {
         const std::uint64_t end = offset + tensor.count() * sizeof(std::uint16_t);
         header[tensor.name] = {{"dtype", "F16"}, {"shape", tensor.shape}, {"data_offsets", {offset, end}}};
         offset = end;
     }
-    const std::string text = header.dump();
+    const std::string text = writeJson(header);
     const std::uint64_t length = text.size();
     std::ofstream file(path, std::ios::binary);
     file.write(reinterpret_cast<const char*>(&length), sizeof length) << text;
     std::vector<float> block(blockElements);
     std::vector<std::uint16_t> halves(blockElements);
-    for (const Tensor& tensor : tensors)
+    for (const RandomTensor& tensor : tensors)
         for (std::uint64_t at = 0; at < tensor.count(); at += blockElements) {
             const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(blockElements, tensor.count() - at));
-            fill(tensor, at, std::span(block).first(count));
+            tensor.fill(at, std::span(block).first(count));
             std::transform(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(count), halves.begin(), toHalf);
             file.write(reinterpret_cast<const char*>(halves.data()),
                        static_cast<std::streamsize>(count * sizeof(std::uint16_t)));
@@ -151,10 +126,10 @@ std::string shardName(int shard, int shards) {
 }
 
 /// Neighbours go to different shards, as no publisher does it: all that counts is the index.
-void writeShards(const fs::path& folder, const std::vector<Tensor>& tensors, int shards) {
+void writeShards(const fs::path& folder, const std::vector<RandomTensor>& tensors, int shards) {
     json map = json::object();
     for (int shard = 0; shard < shards; ++shard) {
-        std::vector<Tensor> own;
+        std::vector<RandomTensor> own;
         for (std::size_t i = static_cast<std::size_t>(shard); i < tensors.size();
              i += static_cast<std::size_t>(shards)) {
             own.push_back(tensors[i]);
@@ -162,26 +137,54 @@ void writeShards(const fs::path& folder, const std::vector<Tensor>& tensors, int
         }
         writeWeights(folder / shardName(shard, shards), own);
     }
-    std::ofstream(folder / "model.safetensors.index.json") << json{{"weight_map", map}}.dump(1);
-}
-
-json configOf(const ModelArchitecture& net) {
-    return {{"model_type", "whisper"},
-            {"activation_function", "gelu"},
-            {"d_model", net.width},
-            {"encoder_layers", net.encoderLayers},
-            {"encoder_attention_heads", net.encoderHeads},
-            {"encoder_ffn_dim", net.encoderFeedForward},
-            {"decoder_layers", net.decoderLayers},
-            {"decoder_attention_heads", net.decoderHeads},
-            {"decoder_ffn_dim", net.decoderFeedForward},
-            {"num_mel_bins", net.melBands},
-            {"vocab_size", net.vocabularySize},
-            {"max_source_positions", net.audioPositions},
-            {"max_target_positions", net.textPositions}};
+    std::ofstream(folder / "model.safetensors.index.json") << writeJson(json{{"weight_map", map}}, 1);
 }
 
 } // namespace
+
+std::uint64_t RandomTensor::count() const {
+    std::uint64_t total = 1;
+    for (const std::uint64_t size : shape)
+        total *= size;
+    return total;
+}
+
+void RandomTensor::fill(std::uint64_t first, std::span<float> dst, std::uint64_t skipped) const {
+    if (is(*this, "encoder.embed_positions.weight"))
+        return sinusoids(first, shape[1], dst);
+    const float amplitude = amplitudeOf(*this), centre = is(*this, "layer_norm.weight") ? 1.0f : 0.0f;
+    randomNumbers(name, skipped + first, dst);
+    for (float& value : dst)
+        value = centre + amplitude * value;
+}
+
+std::uint16_t toHalf(float value) {
+    const std::uint32_t sign = std::bit_cast<std::uint32_t>(value) >> 16 & 0x8000u;
+    // Times 2^-112 the exponent is the one of a half, and 13 digits are too many.
+    const std::uint32_t bits = std::bit_cast<std::uint32_t>(std::fabs(value) * 0x1p-112f);
+    return static_cast<std::uint16_t>(sign | (bits + 0xFFFu + (bits >> 13 & 1u)) >> 13);
+}
+
+std::vector<RandomTensor> tensorsOf(const ModelArchitecture& architecture) {
+    return Tensors(architecture).all;
+}
+
+std::string configJson(const ModelArchitecture& net) {
+    return writeJson(json{{"model_type", "whisper"},
+                          {"activation_function", "gelu"},
+                          {"d_model", net.width},
+                          {"encoder_layers", net.encoderLayers},
+                          {"encoder_attention_heads", net.encoderHeads},
+                          {"encoder_ffn_dim", net.encoderFeedForward},
+                          {"decoder_layers", net.decoderLayers},
+                          {"decoder_attention_heads", net.decoderHeads},
+                          {"decoder_ffn_dim", net.decoderFeedForward},
+                          {"num_mel_bins", net.melBands},
+                          {"vocab_size", net.vocabularySize},
+                          {"max_source_positions", net.audioPositions},
+                          {"max_target_positions", net.textPositions}},
+                     1);
+}
 
 void randomNumbers(std::string_view name, std::uint64_t first, std::span<float> dst) {
     std::uint64_t seed = 0xCBF29CE484222325u;
@@ -198,16 +201,16 @@ void randomNumbers(std::string_view name, std::uint64_t first, std::span<float> 
 
 void RandomCheckpoint::write(const fs::path& folder) const {
     fs::create_directories(folder);
-    std::ofstream(folder / "config.json") << configOf(architecture).dump(1);
+    std::ofstream(folder / "config.json") << configJson(architecture);
     const json heads = json::array({{architecture.decoderLayers - 1, 0}});
-    std::ofstream(folder / "generation_config.json") << json{{"alignment_heads", heads}}.dump(1);
+    std::ofstream(folder / "generation_config.json") << writeJson(json{{"alignment_heads", heads}}, 1);
     if (!tokenizer.empty())
         fs::copy_file(tokenizer, folder / "tokenizer.json", fs::copy_options::overwrite_existing);
-    const Tensors tensors(architecture);
+    const auto tensors = tensorsOf(architecture);
     if (shards == 1)
-        writeWeights(folder / "model.safetensors", tensors.all);
+        writeWeights(folder / "model.safetensors", tensors);
     else
-        writeShards(folder, tensors.all, shards);
+        writeShards(folder, tensors, shards);
 }
 
 } // namespace fenlo::test

@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace fenlo::test {
 
@@ -30,6 +32,25 @@ struct RandomCheckpoint {
     /// small, whatever the architecture. Errors: std::runtime_error where the disk does not take them.
     void write(const std::filesystem::path& folder) const;
 };
+
+/// A tensor of such a checkpoint.
+struct RandomTensor {
+    std::string name;
+    std::vector<std::uint64_t> shape;
+
+    std::uint64_t count() const;
+    /// Numbers [first, first + dst.size()). With some of the generator's numbers skipped they are others.
+    void fill(std::uint64_t first, std::span<float> dst, std::uint64_t skipped = 0) const;
+};
+
+/// All tensors, in the publishers' order.
+std::vector<RandomTensor> tensorsOf(const whisper::ModelArchitecture& architecture);
+
+/// What `config.json` says of the architecture.
+std::string configJson(const whisper::ModelArchitecture& architecture);
+
+/// To the nearest half, of two the even one, on every processor: the kernels of the runtime may cut digits off instead.
+std::uint16_t toHalf(float value);
 
 /// Numbers [first, first + dst.size()) of the generator, in [-1, 1).
 void randomNumbers(std::string_view name, std::uint64_t first, std::span<float> dst);

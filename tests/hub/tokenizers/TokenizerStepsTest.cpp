@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+using namespace fenlo;
 using namespace fenlo::hub;
 using nlohmann::json;
 
