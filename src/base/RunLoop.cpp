@@ -1,20 +1,8 @@
 #include "base/RunLoop.h"
 
-#include <algorithm>
 #include <chrono>
 
 namespace fenlo {
-
-using SteadyClock = std::chrono::steady_clock;
-
-namespace {
-
-SteadyClock::time_point after(double seconds) {
-    return SteadyClock::now() +
-           std::chrono::duration_cast<SteadyClock::duration>(std::chrono::duration<double>(seconds));
-}
-
-} // namespace
 
 RunLoop::RunLoop() = default;
 
@@ -29,36 +17,20 @@ void RunLoop::post(Task task) {
 }
 
 Timer RunLoop::postAfter(double seconds, Task task) {
-    return schedule(seconds, 0, std::move(task));
+    return m_timers.once(m_clock.now() + seconds, std::move(task));
 }
 
 Timer RunLoop::every(double seconds, Task task) {
-    return schedule(seconds, seconds, std::move(task));
+    return m_timers.every(seconds, m_clock.now() + seconds, std::move(task));
 }
 
 bool RunLoop::isMainThread() const {
     return std::this_thread::get_id() == m_mainThread;
 }
 
-Timer RunLoop::schedule(double seconds, double interval, Task task) {
-    std::lock_guard lock(m_mutex);
-    const auto id = m_nextId++;
-    m_delayed.emplace(after(seconds), Delayed{id, interval, std::move(task)});
-    return Timer([this, id] { cancel(id); });
-}
-
-void RunLoop::cancel(unsigned long id) {
-    std::lock_guard lock(m_mutex);
-    const auto found =
-        std::find_if(m_delayed.begin(), m_delayed.end(), [id](auto& entry) { return entry.second.id == id; });
-    if (found != m_delayed.end())
-        m_delayed.erase(found);
-    else
-        m_cancelledWhileRunning = id;
-}
-
 void RunLoop::run() {
     std::unique_lock lock(m_mutex);
+    const auto hasWork = [this] { return m_ended || !m_tasks.empty(); };
     while (!m_ended) {
         if (!m_tasks.empty()) {
             Task task = std::move(m_tasks.front());
@@ -69,25 +41,16 @@ void RunLoop::run() {
             lock.lock();
             continue;
         }
-        if (m_delayed.empty()) {
-            m_wake.wait(lock);
-            continue;
-        }
-        const auto due = m_delayed.begin()->first;
-        if (SteadyClock::now() < due) {
-            m_wake.wait_until(lock, due);
-            continue;
-        }
-        Delayed delayed = std::move(m_delayed.begin()->second);
-        m_delayed.erase(m_delayed.begin());
-        m_cancelledWhileRunning = 0;
         lock.unlock();
-        delayed.task();
+        const bool ranTimer = m_timers.runNext(m_clock.now());
+        const auto due = m_timers.nextDue();
         lock.lock();
-        if (delayed.interval > 0 && m_cancelledWhileRunning != delayed.id) {
-            const auto next = after(delayed.interval);
-            m_delayed.emplace(next, std::move(delayed));
-        }
+        if (ranTimer)
+            continue;
+        if (due)
+            m_wake.wait_for(lock, std::chrono::duration<double>(*due - m_clock.now()), hasWork);
+        else
+            m_wake.wait(lock, hasWork);
     }
     // Dropping the tasks frees every worker that waits in call().
     auto dropped = std::move(m_tasks);

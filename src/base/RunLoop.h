@@ -1,10 +1,10 @@
 #pragma once
 
-#include "base/MainQueue.h"
+#include "base/Clock.h"
+#include "base/DueTimers.h"
 
 #include <condition_variable>
 #include <deque>
-#include <map>
 #include <mutex>
 #include <thread>
 
@@ -26,23 +26,13 @@ public:
     void quit();
 
 private:
-    struct Delayed {
-        unsigned long id;
-        double interval; // seconds; 0 for a task that runs once
-        Task task;
-    };
-
-    Timer schedule(double seconds, double interval, Task task);
-    void cancel(unsigned long id);
-
     const std::thread::id m_mainThread = std::this_thread::get_id();
     std::mutex m_mutex;
     std::condition_variable m_wake;
     std::deque<Task> m_tasks;
-    std::multimap<std::chrono::steady_clock::time_point, Delayed> m_delayed;
-    unsigned long m_nextId = 1;
-    unsigned long m_cancelledWhileRunning = 0;
     bool m_ended = false;
+    SystemClock m_clock;
+    DueTimers m_timers;
 };
 
 } // namespace fenlo

@@ -4,9 +4,8 @@
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QPointer>
 #include <QThread>
-#include <QTimer>
+#include <algorithm>
 #include <chrono>
 
 namespace fenlo {
@@ -15,12 +14,17 @@ namespace {
 
 const auto taskEvent = static_cast<QEvent::Type>(QEvent::registerEventType());
 
-/// Below this, a timer is worth waking up for exactly; above it, Qt may join it with others.
-constexpr double longestPreciseInterval = 2.0; // seconds
+MainQueue::Task guarded(MainQueue::Task task) {
+    return [task = std::move(task)] { callGuarded(task); };
+}
 
 } // namespace
 
-QtMainQueue::QtMainQueue() = default;
+QtMainQueue::QtMainQueue() {
+    m_alarm.setSingleShot(true);
+    m_alarm.setTimerType(Qt::PreciseTimer); // a coarse one may ring five per cent early or late
+    connect(&m_alarm, &QTimer::timeout, this, &QtMainQueue::runDue);
+}
 
 QtMainQueue::~QtMainQueue() {
     end();
@@ -50,29 +54,31 @@ bool QtMainQueue::event(QEvent* event) {
 }
 
 Timer QtMainQueue::postAfter(double seconds, Task task) {
-    return schedule(seconds, false, std::move(task));
+    Timer timer = m_timers.once(m_clock.now() + seconds, guarded(std::move(task)));
+    setAlarm();
+    return timer;
 }
 
 Timer QtMainQueue::every(double seconds, Task task) {
-    return schedule(seconds, true, std::move(task));
+    Timer timer = m_timers.every(seconds, m_clock.now() + seconds, guarded(std::move(task)));
+    setAlarm();
+    return timer;
 }
 
-Timer QtMainQueue::schedule(double seconds, bool repeats, Task task) {
-    auto* timer = new QTimer(this);
-    timer->setSingleShot(!repeats);
-    timer->setTimerType(seconds <= longestPreciseInterval ? Qt::PreciseTimer : Qt::CoarseTimer);
-    connect(timer, &QTimer::timeout, this, [timer, repeats, task = std::move(task)] {
-        if (!repeats)
-            timer->deleteLater();
-        callGuarded(task);
-    });
-    timer->start(std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(seconds)));
-    return Timer([timer = QPointer(timer)] {
-        if (!timer)
-            return;
-        timer->stop();
-        timer->deleteLater();
-    });
+void QtMainQueue::runDue() {
+    const double now = m_clock.now();
+    while (m_timers.runNext(now))
+        ;
+    setAlarm();
+}
+
+void QtMainQueue::setAlarm() {
+    using std::chrono::milliseconds;
+    if (const auto due = m_timers.nextDue())
+        m_alarm.start(
+            std::chrono::ceil<milliseconds>(std::chrono::duration<double>(std::max(*due - m_clock.now(), 0.0))));
+    else
+        m_alarm.stop();
 }
 
 bool QtMainQueue::isMainThread() const {

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "base/MainQueue.h"
+#include "base/Clock.h"
+#include "base/DueTimers.h"
 
 #include <QObject>
+#include <QTimer>
 #include <deque>
 #include <mutex>
 
@@ -29,12 +31,17 @@ public:
 
 private:
     bool event(QEvent* event) override;
-    Timer schedule(double seconds, bool repeats, Task task);
+    void runDue();
+    void setAlarm();
     void end();
 
     std::mutex m_mutex;
     std::deque<Task> m_tasks;
     bool m_ended = false;
+
+    SystemClock m_clock;
+    DueTimers m_timers;
+    QTimer m_alarm{this}; // rings when the next of the timers is due
 };
 
 } // namespace fenlo

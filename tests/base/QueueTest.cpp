@@ -1,4 +1,5 @@
 #include "base/Background.h"
+#include "base/DueTimers.h"
 #include "base/Lifetime.h"
 #include "base/NotificationCenter.h"
 #include "base/RunLoop.h"
@@ -39,6 +40,29 @@ TEST(RunLoop, ARepeatingTimerCanCancelItself) {
     Timer end = loop.postAfter(0.03, [&] { loop.quit(); });
     loop.run();
     EXPECT_EQ(ticks, 3);
+}
+
+TEST(DueTimers, ARepeatingTimerThatRunsLateKeepsToItsBeat) {
+    DueTimers timers;
+    int runs = 0;
+    Timer beat = timers.every(3, 3, [&] { ++runs; });
+    for (const double late : {3.15, 6.15, 9.15})
+        EXPECT_TRUE(timers.runNext(late));
+    EXPECT_EQ(timers.nextDue(), 12.0) << "and not 5 % later each time";
+    EXPECT_TRUE(timers.runNext(100)); // the machine slept
+    EXPECT_FALSE(timers.runNext(100)) << "what was missed is not made up for";
+    EXPECT_EQ(timers.nextDue(), 103.0);
+    EXPECT_EQ(runs, 4);
+}
+
+TEST(DueTimers, ACancelledTaskIsLetGoOfAtOnce) {
+    DueTimers timers;
+    const auto held = std::make_shared<int>();
+    Timer first = timers.once(1, [held] {});
+    Timer second = timers.once(2, [held] {});
+    first.cancel();
+    EXPECT_EQ(held.use_count(), 2);
+    EXPECT_EQ(timers.nextDue(), 2.0);
 }
 
 TEST(RunLoop, CallReturnsTheResultAndTheException) {

@@ -16,19 +16,6 @@ void VirtualClock::sleep(double seconds) {
         onSleep(seconds);
 }
 
-Timer VirtualMainQueue::schedule(double seconds, double interval, Task task) {
-    const auto id = m_nextId++;
-    m_delayed.emplace(m_clock.now() + seconds, Delayed{interval, std::move(task), id});
-    return Timer([this, id] {
-        const auto found =
-            std::find_if(m_delayed.begin(), m_delayed.end(), [id](auto& e) { return e.second.id == id; });
-        if (found != m_delayed.end())
-            m_delayed.erase(found);
-        else
-            m_cancelled = id;
-    });
-}
-
 void VirtualMainQueue::runPosted() {
     advance(0);
 }
@@ -43,17 +30,11 @@ void VirtualMainQueue::advance(double seconds) {
             task();
             continue;
         }
-        if (m_delayed.empty() || m_delayed.begin()->first > std::max(end, m_clock.now()) + rounding)
+        const auto due = m_timers.nextDue();
+        if (!due || *due > std::max(end, m_clock.now()) + rounding)
             break;
-        const double due = m_delayed.begin()->first;
-        Delayed delayed = std::move(m_delayed.begin()->second);
-        m_delayed.erase(m_delayed.begin());
-        if (due > m_clock.now())
-            m_clock.advance(due - m_clock.now());
-        m_cancelled = 0;
-        delayed.task();
-        if (delayed.interval > 0 && m_cancelled != delayed.id)
-            m_delayed.emplace(due + delayed.interval, std::move(delayed));
+        m_clock.advance(std::max(*due - m_clock.now(), 0.0));
+        m_timers.runNext(std::max(*due, m_clock.now()));
     }
     if (end > m_clock.now())
         m_clock.advance(end - m_clock.now());

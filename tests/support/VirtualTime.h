@@ -2,10 +2,9 @@
 
 #include "base/Background.h"
 #include "base/Clock.h"
-#include "base/MainQueue.h"
+#include "base/DueTimers.h"
 
 #include <deque>
-#include <map>
 
 namespace fenlo::test {
 
@@ -32,8 +31,12 @@ public:
     explicit VirtualMainQueue(VirtualClock& clock) : m_clock(clock) {}
 
     void post(Task task) override { m_tasks.push_back(std::move(task)); }
-    Timer postAfter(double seconds, Task task) override { return schedule(seconds, 0, std::move(task)); }
-    Timer every(double seconds, Task task) override { return schedule(seconds, seconds, std::move(task)); }
+    Timer postAfter(double seconds, Task task) override {
+        return m_timers.once(m_clock.now() + seconds, std::move(task));
+    }
+    Timer every(double seconds, Task task) override {
+        return m_timers.every(seconds, m_clock.now() + seconds, std::move(task));
+    }
     bool isMainThread() const override { return true; }
 
     /// Runs what was posted and is due, without advancing the time.
@@ -42,18 +45,9 @@ public:
     void advance(double seconds);
 
 private:
-    struct Delayed {
-        double interval;
-        Task task;
-        unsigned long id;
-    };
-    Timer schedule(double seconds, double interval, Task task);
-
     VirtualClock& m_clock;
     std::deque<Task> m_tasks;
-    std::multimap<double, Delayed> m_delayed;
-    unsigned long m_nextId = 1;
-    unsigned long m_cancelled = 0;
+    DueTimers m_timers;
 };
 
 /// Holds tasks until the test runs them.

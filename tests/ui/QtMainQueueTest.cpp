@@ -2,6 +2,7 @@
 #include "support/LogCapture.h"
 #include "ui/Application.h"
 
+#include <QTimer>
 #include <algorithm>
 #include <future>
 #include <gtest/gtest.h>
@@ -66,6 +67,14 @@ TEST(QtMainQueue, TimersRunOnceOrAgainUntilTheyAreCancelled) {
     EXPECT_EQ(cancelled, 0);
     EXPECT_EQ(repeated, 3);
     single.cancel(); // long after
+}
+
+TEST(QtMainQueue, LongTimesAreMeasuredAsExactlyAsShortOnes) {
+    QtMainQueue queue;
+    const Timer timer = queue.postAfter(60, [] {});
+    const auto* alarm = queue.findChild<QTimer*>();
+    EXPECT_EQ(alarm->timerType(), Qt::PreciseTimer) << "Qt lets a coarse timer ring three seconds off";
+    EXPECT_GT(alarm->interval(), 50'000);
 }
 
 TEST(QtMainQueue, ATimerMayOutliveTheQueue) {
