@@ -1,12 +1,11 @@
 #include "app/Diagnosis.h"
 
 #include "app/LocalEngine.h"
-#include "app/TakeRoad.h"
+#include "app/RoadDiagnosis.h"
 #include "base/Environment.h"
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/RunLoop.h"
-#include "base/Text.h"
 #include "platform/KeyCodes.h"
 #include "platform/linux/audio/PulseAudioInput.h"
 #include "platform/linux/desktop/accessibility/AtspiAccessibility.h"
@@ -116,8 +115,7 @@ void examineSound(std::vector<Diagnosis>& findings) {
              "check that PulseAudio or PipeWire runs (`pactl info`) and that an input is plugged in and chosen"});
 }
 
-void examineSecrets(std::vector<Diagnosis>& findings) {
-    SecretServiceStore store(keyringPatience);
+void examineSecrets(std::vector<Diagnosis>& findings, SecureStore& store) {
     if (store.load("google_refresh_token").status == SecureStore::Status::unavailable)
         findings.push_back({"secure store", State::limited,
                             "no keyring answers: keys cannot be kept from one start to the next",
@@ -129,19 +127,17 @@ void examineSecrets(std::vector<Diagnosis>& findings) {
 /// Asks for each key once: a keyring that does not answer costs its patience.
 class KeyPlaces {
 public:
-    KeyPlace operator()(const KeyedService& service) {
-        const auto found = m_known.find(service.name);
-        return found != m_known.end() ? found->second : m_known[service.name] = placeOf(service, m_store);
+    explicit KeyPlaces(SecureStore& store) : m_store(store) {}
+
+    KeyPlace operator()(const ServiceKey& key) {
+        const auto found = m_known.find(key.service);
+        return found != m_known.end() ? found->second : m_known[key.service] = placeOf(key, m_store);
     }
 
 private:
-    SecretServiceStore m_store{keyringPatience};
-    std::map<std::string, KeyPlace> m_known;
+    SecureStore& m_store;
+    std::map<CloudService, KeyPlace> m_known;
 };
-
-std::string keyringRemedy(const KeyedService& service) {
-    return std::string(", or `fenlo keys set ") + service.name + "`";
-}
 
 void examineEngine(std::vector<Diagnosis>& findings) {
     const whisper::InstructionChoice& choice = whisper::settleInstructionSet(instructionTrial());
@@ -196,48 +192,14 @@ std::string examineOfflineModel(std::vector<Diagnosis>& findings, const Settings
     return name;
 }
 
-void examineRecogniser(std::vector<Diagnosis>& findings, const RoadFacts& facts, const TakeRoad& road) {
-    const KeyedService& service = keyedService(facts.settings.sttEngine == "stt81" ? "xai" : "groq");
-    if (const std::string source = speechKeySource(service, facts); !source.empty())
-        findings.push_back({"recogniser key", State::works, source, ""});
-    else
-        findings.push_back({"recogniser key", road.leadsThrough ? State::limited : State::broken,
-                            std::string(service.variable) + " is not set",
-                            "export " + std::string(service.variable) + "=… before Fenlo starts" +
-                                (service.speechFromKeyring ? keyringRemedy(service) : "")});
-}
-
-void examineLanguageModel(std::vector<Diagnosis>& findings, const RoadFacts& facts) {
-    if (!facts.settings.smartRewrite)
-        return;
-    const std::string& choice = facts.settings.smartRewriteModel;
-    const bool isOne = choice == "gemini" || choice == "groq";
-    const std::vector<std::string> models = isOne ? std::vector{choice} : std::vector<std::string>{"gemini", "groq"};
-    for (const std::string& model : models)
-        if (const std::string source = modelKeySource(keyedService(model), facts); !source.empty()) {
-            findings.push_back({"rewriting key", State::works, source, ""});
-            return;
-        }
-    const KeyedService& service = keyedService(models.back());
-    findings.push_back({"rewriting key", State::limited,
-                        "no key of " + text::join(models, " or ") + ": text is pasted as it was heard, with a beep",
-                        "export " + std::string(service.variable) + "=… before Fenlo starts" + keyringRemedy(service) +
-                            ", or set \"smart_rewrite\": false"});
-}
-
-void examineRoad(std::vector<Diagnosis>& findings, const Settings& settings, Clock& clock) {
+void examineRoad(std::vector<Diagnosis>& findings, const Settings& settings, SecureStore& store, Clock& clock) {
     const Deployment deployment = Deployment::load();
-    KeyPlaces places;
+    KeyPlaces places(store);
     RoadFacts facts{settings, examineOfflineModel(findings, settings, deployment, clock), !deployment.xaiApiKey.empty(),
                     std::ref(places)};
     if (const auto installed = findInstalledModel(deployment.offlineModel); installed && !settings.offlineMode)
         facts.rescuer = installed->filename().string();
-    const TakeRoad road = roadOf(facts);
-    examineRecogniser(findings, facts, road);
-    examineLanguageModel(findings, facts);
-    findings.push_back({"road of a take", road.leadsThrough ? State::works : State::broken,
-                        road.leadsThrough ? road.speech + "; then " + road.text : road.speech,
-                        road.leadsThrough ? "" : "see \"recogniser key\" above"});
+    diagnoseRoad(findings, facts);
 }
 
 void examineFiles(std::vector<Diagnosis>& findings) {
@@ -264,10 +226,11 @@ std::vector<Diagnosis> examine() {
     if (keys.isConnected())
         examineTray(findings);
     examineSound(findings);
-    examineSecrets(findings);
+    SecretServiceStore store(keyringPatience);
+    examineSecrets(findings, store);
     examineSettings(findings, stored);
     examineEngine(findings);
-    examineRoad(findings, stored.settings, clock);
+    examineRoad(findings, stored.settings, store, clock);
     examineFiles(findings);
     return findings;
 }

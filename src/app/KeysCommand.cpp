@@ -1,10 +1,10 @@
 #include "app/Commands.h"
-#include "app/ServiceKeys.h"
 #include "app/StandardOutput.h"
 
 #include "base/Json.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "settings/ApiKey.h"
+#include "settings/ServiceKeys.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -76,7 +76,7 @@ int runKeysList(bool json) {
     SecretServiceStore store;
     auto list = nlohmann::ordered_json::array();
     bool isSilent = false;
-    for (const KeyedService& service : keyedServices()) {
+    for (const ServiceKey& service : serviceKeys()) {
         const KeyPlace found = placeOf(service, store);
         const char* place = describe(found);
         isSilent = isSilent || found == KeyPlace::keyringSilent;
@@ -92,7 +92,7 @@ int runKeysList(bool json) {
 }
 
 int runKeysSet(const std::string& name) {
-    const KeyedService& service = keyedService(name);
+    const ServiceKey& service = serviceKey(name);
     SecretServiceStore store;
     if (store.load(service.account).status == SecureStore::Status::unavailable)
         throw std::runtime_error(
@@ -105,7 +105,7 @@ int runKeysSet(const std::string& name) {
 }
 
 int runKeysRemove(const std::string& name) {
-    const KeyedService& service = keyedService(name);
+    const ServiceKey& service = serviceKey(name);
     SecretServiceStore store;
     store.remove(service.account);
     if (store.load(service.account).status != SecureStore::Status::notFound)

@@ -1,8 +1,10 @@
 #include "app/TakeRoad.h"
 
-#include "text/DictationPrompt.h"
+#include "speech/Transcriber.h"
+#include "text/SmartRewrite.h"
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace fenlo {
@@ -11,37 +13,20 @@ namespace {
 
 constexpr const char* unchanged = "pasted as it was heard";
 
-std::string labelOf(const KeyedService& service) {
-    const std::string name = service.name;
-    return name == "gemini" ? "Gemini" : name == "xai" ? "Grok" : "Groq";
-}
-
-std::string sourceAt(const KeyedService& service, KeyPlace place) {
-    if (place == KeyPlace::environment)
-        return std::string("key from ") + service.variable;
-    return place == KeyPlace::keyring ? "key from the keyring" : "";
-}
-
 /// The service with the source of its key; nothing when it has none.
-std::optional<std::string> speechService(const RoadFacts& facts) {
-    const KeyedService& service = keyedService(facts.settings.sttEngine == "stt81" ? "xai" : "groq");
-    const std::string source = speechKeySource(service, facts);
-    return source.empty() ? std::nullopt : std::optional(labelOf(service) + " (" + source + ")");
+std::optional<std::string> withKey(CloudService service, KeyUse use, const RoadFacts& facts) {
+    const std::string source = keySource(service, use, facts);
+    return source.empty() ? std::nullopt : std::optional(serviceKey(service).label + (" (" + source + ")"));
 }
 
 std::string textRoad(const RoadFacts& facts) {
     const Settings& settings = facts.settings;
-    if (!settings.smartRewrite && !isTranslating(settings))
+    if (!wantsRewrite(settings))
         return std::string(unchanged) + ", since \"smart_rewrite\" is off";
     std::vector<std::string> chain;
-    for (const char* name : {"gemini", "groq"}) {
-        const bool other = (settings.smartRewriteModel == "groq" || settings.smartRewriteModel == "gemini") &&
-                           settings.smartRewriteModel != name;
-        const KeyedService& service = keyedService(name);
-        const std::string source = other ? "" : modelKeySource(service, facts);
-        if (!source.empty())
-            chain.push_back(labelOf(service) + " (" + source + ")");
-    }
+    for (const CloudService service : rewritingServices(settings))
+        if (auto named = withKey(service, KeyUse::rewriting, facts))
+            chain.push_back(std::move(*named));
     if (chain.empty())
         return std::string(unchanged) + ", since no language model has a key";
     std::string road = "rewritten by " + chain.front();
@@ -52,21 +37,20 @@ std::string textRoad(const RoadFacts& facts) {
 
 } // namespace
 
-std::string speechKeySource(const KeyedService& service, const RoadFacts& facts) {
-    const KeyPlace place = facts.placeOf(service);
-    if (place == KeyPlace::environment || (place == KeyPlace::keyring && service.speechFromKeyring))
-        return sourceAt(service, place);
-    return facts.hasCarriedKey && std::string(service.name) == "xai" ? "key of this program" : "";
-}
-
-std::string modelKeySource(const KeyedService& service, const RoadFacts& facts) {
-    return sourceAt(service, facts.placeOf(service));
+std::string keySource(CloudService service, KeyUse use, const RoadFacts& facts) {
+    const ServiceKey& key = serviceKey(service);
+    const KeyPlace place = facts.placeOf(key);
+    if (place == KeyPlace::environment)
+        return std::string("key from ") + key.variable;
+    if (place == KeyPlace::keyring && key.hasSource(use, KeySource::keyring))
+        return "key from the keyring";
+    return facts.hasCarriedKey && key.hasSource(use, KeySource::program) ? "key of this program" : "";
 }
 
 TakeRoad roadOf(const RoadFacts& facts) {
     TakeRoad road;
     const bool isOffline = facts.settings.offlineMode && !facts.offlineModel.empty();
-    const auto service = speechService(facts);
+    const auto service = withKey(chosenRecogniser(facts.settings, facts.provider), KeyUse::speech, facts);
     road.leadsThrough = isOffline || service;
     if (isOffline)
         road.speech = "recognised on this machine by " + facts.offlineModel + "; while that loads " +

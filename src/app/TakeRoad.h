@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/ServiceKeys.h"
 #include "settings/Config.h"
+#include "settings/ServiceKeys.h"
 
 #include <functional>
 #include <string>
@@ -13,8 +13,9 @@ struct RoadFacts {
     Settings settings;
     std::string offlineModel;   // the folder's name of the one that loads; empty for none
     bool hasCarriedKey = false; // the program has a key of its own for Grok
-    std::function<KeyPlace(const KeyedService&)> placeOf;
-    std::string rescuer = {}; // the installed model that takes over where a service fails; empty for none
+    std::function<KeyPlace(const ServiceKey&)> placeOf;
+    std::string rescuer = {};      // the installed model that takes over where a service fails; empty for none
+    std::string provider = "groq"; // as the remote configuration names it
 };
 
 /// The way that a take goes now, in words: who recognises it, who rewrites it, and what happens when they fail.
@@ -26,8 +27,7 @@ struct TakeRoad {
 
 TakeRoad roadOf(const RoadFacts& facts);
 
-/// "its key in GROQ_API_KEY", "its key from the keyring"; empty when the recogniser, or a language model, finds none.
-std::string speechKeySource(const KeyedService& service, const RoadFacts& facts);
-std::string modelKeySource(const KeyedService& service, const RoadFacts& facts);
+/// "key from GROQ_API_KEY", "key from the keyring"; empty where a service finds no key for this use.
+std::string keySource(CloudService service, KeyUse use, const RoadFacts& facts);
 
 } // namespace fenlo

@@ -22,9 +22,10 @@ std::vector<std::string> professionTerms(const std::string& profession) {
 TakeServices::TakeServices(Config& settings, const Deployment& deployment, HttpClient& http, SecureStore& secrets,
                            Clock& clock)
     : config(settings), keptTakes(settings, KeptTakes::defaultFolder(), clock), keychain(secrets),
+      keys(keychain, {}, deployment.xaiApiKey),
       localTranscriber(deployment.offlineModel, modelsDirectory(), localEngineMaker(deployment, http, clock), clock),
-      transcriber(config, deployment, http, keychain, localTranscriber, {}, professionTerms, clock),
-      smartRewrite(config, deployment, http, keychain, {}, clock), statistics(StatisticsStore::defaultFile(), clock),
+      transcriber(config, deployment, http, keys, localTranscriber, professionTerms, clock),
+      smartRewrite(config, deployment, http, keys, clock), statistics(StatisticsStore::defaultFile(), clock),
       aiCommands(
           smartRewrite,
           [this](const std::string& query, std::size_t limit) { return statistics.recallContext(query, limit); },

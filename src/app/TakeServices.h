@@ -4,6 +4,7 @@
 #include "session/KeptTakes.h"
 #include "session/TakePipeline.h"
 #include "settings/Keychain.h"
+#include "settings/ServiceKeys.h"
 #include "shell/StatisticsStore.h"
 #include "speech/LocalTranscriber.h"
 #include "speech/Transcriber.h"
@@ -33,6 +34,7 @@ struct TakeServices {
     Config& config;
     KeptTakes keptTakes;
     Keychain keychain;
+    ServiceKeys keys;
     LocalTranscriber localTranscriber;
     Transcriber transcriber;
     SmartRewrite smartRewrite;

@@ -2,6 +2,7 @@
 #include "app/Commands.h"
 #include "app/StandardOutput.h"
 #include "app/transcribe/TranscribeCommand.h"
+#include "settings/ServiceKeys.h"
 
 #include <CLI/CLI.hpp>
 #include <csignal>
@@ -18,7 +19,9 @@ int runCommandLine(int argc, char** argv) {
     CLI::App cli("Fenlo: hold a key anywhere, speak, let go, and the words stand at the cursor.\n"
                  "Without a command it starts the desktop program.");
     cli.set_version_flag("--version", std::string("fenlo ") + version);
-    cli.footer("Settings are in ~/.fenlo/config.json. Speech and text go to Groq with the key in GROQ_API_KEY;\n"
+    cli.footer("Settings are in ~/.fenlo/config.json. Speech and text go to Groq with the key in " +
+               std::string(serviceKey(CloudService::groq).variable) +
+               ";\n"
                "`fenlo keys list` tells of the other services.\n"
                "When something does not work, run `fenlo doctor`.\n"
                "Exit status: 0 done, 1 failed, 2 wrong arguments, 3 no speech in the file,\n"
@@ -61,7 +64,10 @@ int runCommandLine(int argc, char** argv) {
     bool keysJson = false;
     CLI::App* keysList = keysCommand->add_subcommand("list", "Where each key is; never the key itself");
     keysList->add_flag("--json", keysJson, "print a JSON list");
-    const CLI::IsMember serviceNames({"groq", "gemini", "deepgram", "xai"});
+    std::vector<std::string> names;
+    for (const ServiceKey& service : serviceKeys())
+        names.emplace_back(service.name);
+    const CLI::IsMember serviceNames(names);
     std::string keyName;
     CLI::App* keysSet = keysCommand->add_subcommand("set", "Keep a key, which is read from standard input");
     keysSet->add_option("NAME", keyName, "of the service")->required()->check(serviceNames);

@@ -1,21 +1,15 @@
 #pragma once
 
-#include <map>
 #include <string>
 #include <string_view>
 
-/// Where keys of services are read from. A key that no source has is empty.
+/// How a service's key is written and kept out of messages.
 ///
 /// Threads: any.
 namespace fenlo::apiKey {
 
 /// The key without the line end or blanks that came along when it was copied: they would break the header it goes into.
 std::string clean(std::string_view key);
-
-std::string fromEnvironment(const char* variable);
-
-/// A value of the remote configuration.
-std::string valueOf(const std::map<std::string, std::string>& configuration, const char* name);
 
 /// A server's error in one line for the log, whatever it wrote and whether or not it quoted the key: "<service> API
 /// error <status>: <start of the body, or "unknown" when it is no text>".

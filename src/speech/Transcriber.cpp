@@ -19,17 +19,23 @@ constexpr std::size_t maxRecentTranscriptions = 3;
 
 } // namespace
 
-Transcriber::Transcriber(Config& config, const Deployment& deployment, HttpClient& http, Keychain& keychain,
-                         LocalTranscriber& local, RemoteConfiguration remote, ProfessionTerms professionTerms,
-                         Clock& clock)
-    : m_config(config), m_deployment(deployment), m_http(http), m_local(local),
-      m_professionTerms(std::move(professionTerms)), m_clock(clock), m_guard(deployment.subtitleSiteDomain),
-      m_keys(keychain, std::move(remote), deployment.xaiApiKey) {}
+CloudService chosenRecogniser(const Settings& settings, std::string_view provider) {
+    if (settings.sttEngine == "stt81")
+        return CloudService::grok;
+    return provider == "deepgram" ? CloudService::deepgram : CloudService::groq;
+}
+
+Transcriber::Transcriber(Config& config, const Deployment& deployment, HttpClient& http, ServiceKeys& keys,
+                         LocalTranscriber& local, ProfessionTerms professionTerms, Clock& clock)
+    : m_config(config), m_deployment(deployment), m_http(http), m_keys(keys), m_local(local),
+      m_professionTerms(std::move(professionTerms)), m_clock(clock), m_guard(deployment.subtitleSiteDomain) {}
 
 void Transcriber::setup(std::stop_token stop) {
-    m_keys.setup(stop);
-    if (m_keys.find(SpeechService::groq, stop))
-        log("[Fenlo] Transcriber ready (provider: " + m_keys.transcriptionProvider() + ")");
+    const ServiceKeys::Configuration configuration = m_keys.askRemote(stop);
+    takeProvider(configuration);
+    m_keys.adopt(CloudService::deepgram, configuration);
+    if (keyOf(CloudService::groq, stop))
+        logInfo("Transcriber ready (provider: {})", provider());
 }
 
 std::string Transcriber::transcribe(const TranscribeRequest& request, std::stop_token stop) {
@@ -60,7 +66,7 @@ void Transcriber::warmConnection() {
     const Settings settings = m_config.get();
     if (goesToLocalEngine(settings))
         return;
-    if (const SpeechService service = chosenService(settings); m_keys.isKnown(service))
+    if (const CloudService service = chosenService(settings); m_keys.isKnown(service, KeyUse::speech))
         m_http.preconnect(hostOf(service));
 }
 
@@ -95,20 +101,37 @@ bool Transcriber::goesToLocalEngine(const Settings& settings) const {
     return settings.offlineMode && m_local.isReady();
 }
 
-SpeechService Transcriber::chosenService(const Settings& settings) const {
-    if (settings.sttEngine == "stt81")
-        return SpeechService::grok;
-    return m_keys.transcriptionProvider() == "deepgram" ? SpeechService::deepgram : SpeechService::groq;
+CloudService Transcriber::chosenService(const Settings& settings) const {
+    return chosenRecogniser(settings, provider());
 }
 
-const std::string& Transcriber::hostOf(SpeechService service) const {
+std::string Transcriber::provider() const {
+    return m_state.with([](const State& state) { return state.provider; });
+}
+
+void Transcriber::takeProvider(const ServiceKeys::Configuration& configuration) {
+    if (const auto found = configuration.find("transcription_provider"); found != configuration.end())
+        m_state.with([&](State& state) { state.provider = found->second; });
+}
+
+/// The look-up for Deepgram, of all services, refreshes the provider where it asks the remote configuration.
+std::optional<std::string> Transcriber::keyOf(CloudService service, std::stop_token stop) {
+    return m_keys.find(service, KeyUse::speech, stop, [&](const ServiceKeys::Configuration& configuration) {
+        if (service == CloudService::deepgram)
+            takeProvider(configuration);
+    });
+}
+
+const std::string& Transcriber::hostOf(CloudService service) const {
     switch (service) {
-    case SpeechService::groq:
+    case CloudService::groq:
         return m_deployment.groqHost;
-    case SpeechService::deepgram:
+    case CloudService::deepgram:
         return m_deployment.deepgramHost;
-    case SpeechService::grok:
+    case CloudService::grok:
         return m_deployment.xaiHost;
+    case CloudService::gemini: // recognises no speech
+        break;
     }
     std::abort();
 }
@@ -116,23 +139,25 @@ const std::string& Transcriber::hostOf(SpeechService service) const {
 /// The one place where a service is tied to its provider.
 std::string Transcriber::transcribeInCloud(const TranscribeRequest& request, const Settings& settings,
                                            std::stop_token stop) {
-    const SpeechService service = chosenService(settings);
-    const auto key = m_keys.find(service, stop);
+    const CloudService service = chosenService(settings);
+    const auto key = keyOf(service, stop);
     if (!key)
-        throw TranscriberError(TranscriberError::Kind::noAPIKey, ApiKeys::describeMissing(service));
+        throw TranscriberError(TranscriberError::Kind::noAPIKey, describeMissingKey(service, KeyUse::speech));
     const ServiceAccess access{m_http, m_clock, hostOf(service), *key};
     ProviderResult result;
     switch (service) {
-    case SpeechService::groq:
+    case CloudService::groq:
         result = groq::transcribe(access, request, settings.language,
                                   hintPrompt(settings, m_professionTerms, request.hintText), stop);
         break;
-    case SpeechService::deepgram:
+    case CloudService::deepgram:
         result = deepgram::transcribe(access, request, settings.language, settings.customVocabulary, stop);
         break;
-    case SpeechService::grok:
+    case CloudService::grok:
         result = grok::transcribe(access, request, settings.language, stop);
         break;
+    case CloudService::gemini: // is never chosen
+        std::abort();
     }
     m_state.with([&](State& state) { state.lastMeta = std::move(result.meta); });
     return result.text;

@@ -5,7 +5,7 @@
 #include "platform/HttpClient.h"
 #include "settings/Config.h"
 #include "settings/Deployment.h"
-#include "speech/ApiKeys.h"
+#include "settings/ServiceKeys.h"
 #include "speech/HintPrompt.h"
 #include "speech/LocalTranscriber.h"
 #include "speech/TranscriptGuards.h"
@@ -15,9 +15,13 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace fenlo {
+
+/// The service that clips go to by the settings and by the provider that the remote configuration names.
+CloudService chosenRecogniser(const Settings& settings, std::string_view provider);
 
 /// The one entrance through which audio becomes text: chooses the engine on this machine or a cloud service, guards
 /// against invented text, and tidies what is left.
@@ -27,8 +31,8 @@ namespace fenlo {
 /// Errors:  transcribe() throws TranscriberError, HttpError or the local engine's error; it tries nothing twice.
 class Transcriber {
 public:
-    Transcriber(Config& config, const Deployment& deployment, HttpClient& http, Keychain& keychain,
-                LocalTranscriber& local, RemoteConfiguration remote, ProfessionTerms professionTerms, Clock& clock);
+    Transcriber(Config& config, const Deployment& deployment, HttpClient& http, ServiceKeys& keys,
+                LocalTranscriber& local, ProfessionTerms professionTerms, Clock& clock);
 
     /// Loads keys and the choice of provider, once at start.
     void setup(std::stop_token stop);
@@ -56,23 +60,27 @@ private:
         std::vector<std::string> recentTranscriptions;
         std::map<std::string, int> termFrequency;
         std::optional<TranscriptionMeta> lastMeta;
+        std::string provider = "groq"; // as the remote configuration names it
     };
 
     bool goesToLocalEngine(const Settings& settings) const;
-    SpeechService chosenService(const Settings& settings) const;
+    CloudService chosenService(const Settings& settings) const;
+    std::string provider() const;
+    void takeProvider(const ServiceKeys::Configuration& configuration);
+    std::optional<std::string> keyOf(CloudService service, std::stop_token stop);
     std::string transcribeLocally(const TranscribeRequest& request, const Settings& settings, std::stop_token stop);
     std::string transcribeInCloud(const TranscribeRequest& request, const Settings& settings, std::stop_token stop);
-    const std::string& hostOf(SpeechService service) const;
+    const std::string& hostOf(CloudService service) const;
     std::string guardAndCleanUp(const std::string& text, const TranscribeRequest& request, const char* logHead) const;
 
     Config& m_config;
     const Deployment& m_deployment;
     HttpClient& m_http;
+    ServiceKeys& m_keys;
     LocalTranscriber& m_local;
     const ProfessionTerms m_professionTerms;
     Clock& m_clock;
     const HallucinationGuard m_guard;
-    ApiKeys m_keys;
     Guarded<State> m_state;
 };
 

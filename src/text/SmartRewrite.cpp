@@ -3,10 +3,8 @@
 #include "base/Clock.h"
 #include "base/Log.h"
 #include "base/Text.h"
-#include "settings/ApiKey.h"
 #include "settings/Config.h"
 #include "settings/Deployment.h"
-#include "settings/Keychain.h"
 #include "text/DictationPrompt.h"
 #include "text/ModelAnswer.h"
 
@@ -56,30 +54,27 @@ Failure failureOf(const std::exception_ptr& error) {
     }
 }
 
-SmartRewriteError noApiKey(const std::string& model, const std::string& variable) {
-    return {SmartRewriteError::Kind::noApiKey,
-            "no key for the language models of " + model + "; set the environment variable " + variable};
-}
+constexpr CloudService geminiOnly[] = {CloudService::gemini};
+constexpr CloudService groqOnly[] = {CloudService::groq};
+constexpr CloudService geminiThenGroq[] = {CloudService::gemini, CloudService::groq};
 
 } // namespace
 
-/// Where a key is found, and where it is kept then.
-struct SmartRewrite::KeySource {
-    const char* environment;
-    const char* name; // in the remote configuration and in the secure store
-    std::optional<std::string> Keys::*field;
+std::span<const CloudService> rewritingServices(const Settings& settings) {
+    if (settings.smartRewriteModel == "gemini")
+        return geminiOnly;
+    if (settings.smartRewriteModel == "groq")
+        return groqOnly;
+    return geminiThenGroq;
+}
 
-    static const KeySource gemini;
-    static const KeySource groq;
-};
+bool wantsRewrite(const Settings& settings) {
+    return settings.smartRewrite || isTranslating(settings);
+}
 
-constexpr SmartRewrite::KeySource SmartRewrite::KeySource::gemini{"GEMINI_API_KEY", "gemini_api_key", &Keys::geminiKey};
-constexpr SmartRewrite::KeySource SmartRewrite::KeySource::groq{"GROQ_API_KEY", "groq_api_key", &Keys::groqKey};
-
-SmartRewrite::SmartRewrite(Config& config, const Deployment& deployment, HttpClient& http, Keychain& keychain,
-                           RemoteConfiguration remote, Clock& clock)
-    : m_config(config), m_deployment(deployment), m_http(http), m_keychain(keychain), m_remote(std::move(remote)),
-      m_clock(clock) {}
+SmartRewrite::SmartRewrite(Config& config, const Deployment& deployment, HttpClient& http, ServiceKeys& keys,
+                           Clock& clock)
+    : m_config(config), m_deployment(deployment), m_http(http), m_keys(keys), m_clock(clock) {}
 
 Rewrite SmartRewrite::rewrite(const std::string& text, const FocusContext& context, const std::string& language,
                               const std::vector<std::string>& uncertainParts, std::stop_token stop) {
@@ -116,12 +111,12 @@ Rewrite SmartRewrite::rewrite(const std::string& text, const FocusContext& conte
 
 std::string SmartRewrite::complete(const std::string& system, const std::string& user, std::stop_token stop) {
     const ModelPrompt prompt{system, user};
-    const std::string choice = m_config.get().smartRewriteModel;
-    if (choice == "gemini")
-        return askGemini(prompt, stop);
-    if (choice != "groq" && resolveGeminiKey(stop)) {
+    const auto services = rewritingServices(m_config.get());
+    for (const CloudService service : services.first(services.size() - 1)) {
+        if (!m_keys.find(service, KeyUse::rewriting, stop))
+            continue;
         try {
-            return askGemini(prompt, stop);
+            return ask(service, prompt, stop);
         } catch (const std::exception&) {
             const Failure failure = failureOf(std::current_exception());
             if (failure.isCancelled)
@@ -129,62 +124,27 @@ std::string SmartRewrite::complete(const std::string& system, const std::string&
             logInfo("Gemini failed ({}), falling back to Groq", failure.message);
         }
     }
-    return askGroq(prompt, stop);
+    return ask(services.back(), prompt, stop);
 }
 
 void SmartRewrite::warmConnection() {
     const Settings settings = m_config.get();
-    if (!settings.smartRewrite && !isTranslating(settings))
+    if (!wantsRewrite(settings))
         return;
-    if (settings.smartRewriteModel != "groq" && isKnown(KeySource::gemini))
-        m_http.preconnect(m_deployment.geminiHost);
-    else if (settings.smartRewriteModel != "gemini" && isKnown(KeySource::groq))
-        m_http.preconnect(m_deployment.groqHost);
+    for (const CloudService service : rewritingServices(settings))
+        if (m_keys.isKnown(service, KeyUse::rewriting)) {
+            m_http.preconnect(service == CloudService::gemini ? m_deployment.geminiHost : m_deployment.groqHost);
+            return;
+        }
 }
 
-std::string SmartRewrite::askGemini(const ModelPrompt& prompt, std::stop_token stop) {
-    const auto key = resolveGeminiKey(stop);
+std::string SmartRewrite::ask(CloudService service, const ModelPrompt& prompt, std::stop_token stop) {
+    const auto key = m_keys.find(service, KeyUse::rewriting, stop);
     if (!key)
-        throw noApiKey("Gemini", KeySource::gemini.environment);
-    return callGemini(m_http, {m_deployment.geminiHost, *key}, prompt, stop);
-}
-
-std::string SmartRewrite::askGroq(const ModelPrompt& prompt, std::stop_token stop) {
-    const auto key = resolveGroqKey(stop);
-    if (!key)
-        throw noApiKey("Groq", KeySource::groq.environment);
+        throw SmartRewriteError(SmartRewriteError::Kind::noApiKey, describeMissingKey(service, KeyUse::rewriting));
+    if (service == CloudService::gemini)
+        return callGemini(m_http, {m_deployment.geminiHost, *key}, prompt, stop);
     return callGroq(m_http, {m_deployment.groqHost, *key}, prompt, stop);
-}
-
-std::optional<std::string> SmartRewrite::resolveGeminiKey(std::stop_token stop) {
-    return resolve(KeySource::gemini, stop);
-}
-
-std::optional<std::string> SmartRewrite::resolveGroqKey(std::stop_token stop) {
-    return resolve(KeySource::groq, stop);
-}
-
-std::optional<std::string> SmartRewrite::resolve(const KeySource& source, std::stop_token stop) {
-    if (auto known = m_keys.with([&](const Keys& keys) { return keys.*source.field; }))
-        return known;
-    const std::string key = find(source, stop);
-    if (key.empty())
-        return {};
-    return m_keys.with([&](Keys& keys) { return keys.*source.field = key; });
-}
-
-std::string SmartRewrite::find(const KeySource& source, std::stop_token stop) const {
-    if (auto key = apiKey::fromEnvironment(source.environment); !key.empty())
-        return key;
-    if (m_remote)
-        if (auto key = apiKey::valueOf(m_remote(stop), source.name); !key.empty())
-            return key;
-    return apiKey::clean(m_keychain.load(source.name).value_or(""));
-}
-
-bool SmartRewrite::isKnown(const KeySource& source) const {
-    return m_keys.with([&](const Keys& keys) { return (keys.*source.field).has_value(); }) ||
-           !apiKey::fromEnvironment(source.environment).empty();
 }
 
 } // namespace fenlo

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "base/Guarded.h"
-#include "settings/RemoteConfiguration.h"
+#include "settings/ServiceKeys.h"
 #include "text/FocusContext.h"
 #include "text/LanguageModelCalls.h"
 #include "text/Rewrite.h"
 
-#include <optional>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -16,8 +15,14 @@ namespace fenlo {
 class Clock;
 class Config;
 class HttpClient;
-class Keychain;
 struct Deployment;
+struct Settings;
+
+/// The language models that the settings choose, in the order in which they are asked.
+std::span<const CloudService> rewritingServices(const Settings& settings);
+
+/// Whether the settings have dictations rewritten.
+bool wantsRewrite(const Settings& settings);
 
 /// The one gateway to the large language models. A dictation never fails because of it: every fault ends in the text as
 /// it was spoken.
@@ -28,8 +33,7 @@ struct Deployment;
 ///          callGemini() and callGroq() throw, and SmartRewriteError noApiKey.
 class SmartRewrite {
 public:
-    SmartRewrite(Config& config, const Deployment& deployment, HttpClient& http, Keychain& keychain,
-                 RemoteConfiguration remote, Clock& clock);
+    SmartRewrite(Config& config, const Deployment& deployment, HttpClient& http, ServiceKeys& keys, Clock& clock);
 
     /// Corrects and formats a transcript for the application in front. `language` is a code or "auto"; `uncertainParts`
     /// are the words that the recogniser was unsure of.
@@ -43,29 +47,13 @@ public:
     void warmConnection();
 
 private:
-    struct Keys {
-        std::optional<std::string> groqKey;
-        std::optional<std::string> geminiKey;
-    };
-    struct KeySource;
-
-    std::string askGemini(const ModelPrompt& prompt, std::stop_token stop);
-    std::string askGroq(const ModelPrompt& prompt, std::stop_token stop);
-
-    // The key in memory or, failing that, the one that is found now.
-    std::optional<std::string> resolveGeminiKey(std::stop_token stop);
-    std::optional<std::string> resolveGroqKey(std::stop_token stop);
-    std::optional<std::string> resolve(const KeySource& source, std::stop_token stop);
-    std::string find(const KeySource& source, std::stop_token stop) const;
-    bool isKnown(const KeySource& source) const;
+    std::string ask(CloudService service, const ModelPrompt& prompt, std::stop_token stop);
 
     Config& m_config;
     const Deployment& m_deployment;
     HttpClient& m_http;
-    Keychain& m_keychain;
-    const RemoteConfiguration m_remote;
+    ServiceKeys& m_keys;
     Clock& m_clock;
-    Guarded<Keys> m_keys; // held until the program ends
 };
 
 } // namespace fenlo

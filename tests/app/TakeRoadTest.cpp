@@ -11,7 +11,7 @@ namespace {
 
 struct Road : ::testing::Test {
     std::map<std::string, KeyPlace> keys;
-    RoadFacts facts{{}, "", false, [this](const KeyedService& service) {
+    RoadFacts facts{{}, "", false, [this](const ServiceKey& service) {
                         const auto found = keys.find(service.name);
                         return found == keys.end() ? KeyPlace::nowhere : found->second;
                     }};

@@ -2,6 +2,7 @@
 
 #include "base/Files.h"
 #include "platform/linux/net/CurlHttpClient.h"
+#include "settings/Keychain.h"
 #include "speech/Transcriber.h"
 #include "support/FakeSecureStore.h"
 #include "support/LoopbackRecogniser.h"
@@ -106,20 +107,15 @@ protected:
     FakeSecureStore store;
     Keychain keychain{store};
     LocalTranscriber noEngine{"small", {}, {}, clock};
-    Transcriber transcriber{config,
-                            deployment,
-                            http,
-                            keychain,
-                            noEngine,
-                            [](auto) {
-                                return std::map<std::string, std::string>{
-                                    {"transcription_provider", GetParam().provider},
-                                    {"groq_api_key", "g"},
-                                    {"deepgram_api_key", "d"},
-                                    {"xai_api_key", "x"}};
-                            },
-                            {},
-                            clock};
+    ServiceKeys keys{keychain,
+                     [](auto) {
+                         return ServiceKeys::Configuration{{"transcription_provider", GetParam().provider},
+                                                           {"groq_api_key", "g"},
+                                                           {"deepgram_api_key", "d"},
+                                                           {"xai_api_key", "x"}};
+                     },
+                     ""};
+    Transcriber transcriber{config, deployment, http, keys, noEngine, {}, clock};
 };
 
 INSTANTIATE_TEST_SUITE_P(Of, ProviderWireTest, ::testing::ValuesIn(providers),

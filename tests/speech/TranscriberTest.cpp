@@ -1,11 +1,13 @@
 #include "speech/Transcriber.h"
 #include "base/Files.h"
+#include "settings/Keychain.h"
 #include "support/FakeHttpClient.h"
 #include "support/FakeSecureStore.h"
 #include "support/LogCapture.h"
 #include "support/VirtualTime.h"
 
 #include <cstdlib>
+#include <deque>
 #include <fstream>
 #include <gmock/gmock.h>
 
@@ -49,13 +51,14 @@ protected:
         config.update(change);
     }
 
+    /// With keys of its own in memory.
     Transcriber make(LocalTranscriber& local) {
         return {config,
                 deployment,
                 http,
-                keychain,
+                keys.emplace_back(
+                    keychain, [this](auto) { return remote; }, ""),
                 local,
-                [this](auto) { return remote; },
                 [](auto&&) { return std::vector<std::string>{"stat"}; },
                 clock};
     }
@@ -73,7 +76,8 @@ protected:
     FakeHttpClient http;
     FakeSecureStore store;
     Keychain keychain{store};
-    std::map<std::string, std::string> remote = {{"groq_api_key", "k"}};
+    ServiceKeys::Configuration remote = {{"groq_api_key", "k"}};
+    std::deque<ServiceKeys> keys;
     LocalTranscriber noEngine{"small", {}, {}, clock};
     LocalTranscriber engine = readyEngine("thanks for watching", clock);
     LogCapture log;
@@ -146,8 +150,18 @@ TEST_F(TranscriberTest, ClipsGoToTheServiceThatTheUserOrTheBackendChose) {
     }
 }
 
+TEST_F(TranscriberTest, LookingForTheDeepgramKeyRefreshesTheProvider) {
+    remote = {{"transcription_provider", "deepgram"}};
+    transcriber.setup({});
+    remote = {{"transcription_provider", "groq-2"}, {"groq_api_key", "k"}};
+    EXPECT_THROW(transcribe({.audio = clip}), TranscriberError) << "it was still to go to Deepgram";
+    transcribe({.audio = clip});
+    EXPECT_THAT(http.requests.at(0).url, ::testing::StartsWith("https://groq.example"));
+}
+
 TEST_F(TranscriberTest, WorksWithoutABackendAndWithoutProfessions) {
-    Transcriber alone(config, deployment, http, keychain, noEngine, {}, {}, clock);
+    ServiceKeys noBackend(keychain, {}, "");
+    Transcriber alone(config, deployment, http, noBackend, noEngine, {}, clock);
     alone.setup({});
     EXPECT_THROW(alone.transcribe({.audio = clip}, {}), TranscriberError);
     configure([](Settings& s) { s.profession = "doctor"; });

@@ -89,7 +89,8 @@ protected:
         models.warmConnection(); // blocks where a lock is held meanwhile
         return configuration;
     };
-    SmartRewrite models{config, deployment, http, keychain, remote, clock};
+    ServiceKeys keys{keychain, remote, ""};
+    SmartRewrite models{config, deployment, http, keys, clock};
     LogCapture log;
 };
 

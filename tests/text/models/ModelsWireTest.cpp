@@ -30,15 +30,13 @@ protected:
     CurlHttpClient http;
     FakeSecureStore store;
     Keychain keychain{store};
-    SmartRewrite models{
-        config,
-        deployment,
-        http,
+    ServiceKeys keys{
         keychain,
         [](auto) {
-            return std::map<std::string, std::string>{{"gemini_api_key", "AIza_wire-1"}, {"groq_api_key", "gsk_wire"}};
+            return ServiceKeys::Configuration{{"gemini_api_key", "AIza_wire-1"}, {"groq_api_key", "gsk_wire"}};
         },
-        clock};
+        ""};
+    SmartRewrite models{config, deployment, http, keys, clock};
     LogCapture log;
 };
 

@@ -109,7 +109,8 @@ TEST_F(SmartRewriteTest, WithoutAKeyNothingIsSent) {
 TEST_F(SmartRewriteTest, AKeyIsTakenFromTheFirstSourceAndKept) {
     choose("groq");
     const auto sentKey = [&] {
-        SmartRewrite fresh(config, deployment, http, keychain, remote, clock);
+        ServiceKeys none(keychain, remote, "");
+        SmartRewrite fresh(config, deployment, http, none, clock);
         fresh.complete("s", "u", {});
         return http.requests.back().headers.front().second;
     };

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "base/Guarded.h"
+#include "settings/RemoteConfiguration.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <span>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fenlo {
+
+class Keychain;
+class SecureStore;
+
+/// The cloud services that want a key of the user's.
+enum class CloudService { groq, gemini, deepgram, grok };
+
+/// What a service is asked for. A service may look for its key in other places for one than for the other.
+enum class KeyUse { speech, rewriting };
+
+enum class KeySource {
+    environment,
+    keyring,
+    remote,  // the remote configuration
+    program, // a key that comes with the program
+};
+
+/// What the program knows of a service's key.
+struct ServiceKey {
+    CloudService service;
+    const char* name;     // as commands name it
+    const char* label;    // as messages name it
+    const char* variable; // in the environment
+    const char* account;  // in the keyring
+    const char* remote;   // in the remote configuration
+    const char* purpose;
+    std::span<const KeySource> forSpeech; // in the order in which they are asked; empty for none
+    std::span<const KeySource> forRewriting;
+
+    std::span<const KeySource> sources(KeyUse use) const { return use == KeyUse::speech ? forSpeech : forRewriting; }
+    bool hasSource(KeyUse use, KeySource source) const;
+};
+
+/// All services.
+std::span<const ServiceKey> serviceKeys();
+const ServiceKey& serviceKey(CloudService service);
+/// Throws std::runtime_error that names the services there are.
+const ServiceKey& serviceKey(std::string_view name);
+
+/// One line for the user: which service lacks its key, and where it may be put.
+std::string describeMissingKey(CloudService service, KeyUse use);
+
+enum class KeyPlace { environment, keyring, nowhere, keyringSilent };
+
+/// Where the user has put a key. Blocks for as long as the store does.
+KeyPlace placeOf(const ServiceKey& key, SecureStore& store);
+
+/// The keys of all services: looked up when they are first needed, then held in memory until the program ends. A key
+/// that was not found is looked for again the next time.
+///
+/// Threads: any; find() and askRemote() block, the others never do.
+/// Errors:  none; a key that no source has is absent.
+class ServiceKeys {
+public:
+    using Configuration = std::map<std::string, std::string>;
+
+    /// `carriedGrokKey` comes with the program, for users who have no key for Grok; it may be empty.
+    ServiceKeys(Keychain& keychain, RemoteConfiguration remote, std::string_view carriedGrokKey);
+
+    /// The key in memory, when it is of a source for this use, or else the first that the sources have.
+    /// `onRemote` hears the remote configuration if that is asked.
+    std::optional<std::string> find(CloudService service, KeyUse use, std::stop_token stop,
+                                    const std::function<void(const Configuration&)>& onRemote = {});
+
+    /// Whether find() would give a key without asking anyone.
+    bool isKnown(CloudService service, KeyUse use) const;
+
+    /// The remote configuration; empty without a backend.
+    Configuration askRemote(std::stop_token stop) const;
+    /// Takes a service's key, if the configuration has one, in the place of those in memory.
+    void adopt(CloudService service, const Configuration& configuration);
+
+private:
+    struct Held {
+        KeySource source;
+        std::string key;
+    };
+
+    std::optional<std::string> inMemory(const ServiceKey& wanted, KeyUse use) const;
+
+    Keychain& m_keychain;
+    const RemoteConfiguration m_remote;
+    const std::string m_carriedGrokKey;
+    Guarded<std::map<CloudService, std::vector<Held>>> m_held; // in the order of finding
+};
+
+} // namespace fenlo
