@@ -2,6 +2,8 @@
 // checkpoints lie in a temporary folder, one at a time, and are gone at the end. FENLO_BENCH_THREADS says how many
 // threads share the work; by default one for each core.
 
+#include "WhisperEngine/TextDecoder/CacheStepper.h"
+#include "WhisperEngine/TextDecoder/DecodingInputs.h"
 #include "WhisperEngine/network/ModelFiles.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 #include "WhisperEngine/support/RandomCheckpoint.h"
@@ -11,6 +13,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 using namespace fenlo;
@@ -63,26 +66,18 @@ public:
 
     /// Everything once: the first calls make the products and the memory.
     void prepare() {
-        if (m_scratch)
+        if (m_stepper)
             return;
         load();
-        const auto size = [](int rows, int columns) {
-            return static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns);
-        };
-        m_audio.resize(size(m_mel->windowSamples(), 1));
+        m_audio.resize(static_cast<std::size_t>(m_mel->windowSamples()));
         test::randomNumbers("audio", 0, m_audio);
-        m_features.resize(size(m_mel->melBands(), m_mel->melFrames()));
-        m_width = size(*m_decoder->kvCacheEmbedDim(), 1);
-        const std::size_t positions = size(*m_decoder->kvCacheMaxSequenceLength(), 1);
-        m_keys.resize(positions * m_width);
-        m_values.resize(m_keys.size());
-        m_mask.resize(positions);
-        m_logits.resize(size(*m_decoder->logitsSize(), 1));
-        m_alignment.resize(size(m_decoder->audioFrames(), 1));
-        m_scratch = m_decoder->makeScratch();
+        m_features.resize(static_cast<std::size_t>(m_mel->melBands()) * static_cast<std::size_t>(m_mel->melFrames()));
+        m_logits.resize(static_cast<std::size_t>(*m_decoder->logitsSize()));
+        m_inputs = DecodingInputs::forModel(*m_decoder, *m_decoder->kvCacheMaxSequenceLength(), true);
         computeMel();
         m_encoder->predict(m_features, m_embeddings);
         attach();
+        m_stepper.emplace(*m_decoder, m_embeddings, m_inputs);
         step(0);
     }
 
@@ -91,11 +86,8 @@ public:
     void attach() { m_decoder->attach(m_embeddings); }
 
     void step(int position) {
-        const TextDecoderInputs inputs{50 + position, position,      m_keys, m_values, m_mask,
-                                       m_mask,        &m_embeddings, true,   true};
-        const std::size_t at = static_cast<std::size_t>(position) * m_width;
-        const auto cached = [&](std::vector<float>& cache) { return std::span(cache).subspan(at, m_width); };
-        m_decoder->predict(inputs, {m_logits, cached(m_keys), cached(m_values), m_alignment}, *m_scratch);
+        m_inputs.cacheLength = position;
+        m_stepper->step(50 + position, m_logits);
     }
 
 private:
@@ -104,11 +96,11 @@ private:
     std::unique_ptr<MelSpectrogramModel> m_mel;
     std::unique_ptr<AudioEncoderModel> m_encoder;
     std::unique_ptr<TextDecoderModel> m_decoder;
-    std::unique_ptr<TextDecoderModel::Scratch> m_scratch;
     AudioEmbeddings m_encoded;    // by encode() alone: a new embedding loses what was attached
     AudioEmbeddings m_embeddings; // attached
-    std::size_t m_width = 0;      // of the cache
-    std::vector<float> m_audio, m_features, m_keys, m_values, m_mask, m_logits, m_alignment;
+    DecodingInputs m_inputs;
+    std::optional<CacheStepper> m_stepper;
+    std::vector<float> m_audio, m_features, m_logits;
 };
 
 /// The benchmarks come in order, so that one model at a time is enough.

@@ -1,6 +1,8 @@
 // How long each network takes for one window or one token, with the small trained model or with the checkpoint in the
 // folder that FENLO_BENCH_MODEL names.
 
+#include "WhisperEngine/TextDecoder/CacheStepper.h"
+#include "WhisperEngine/TextDecoder/DecodingInputs.h"
 #include "WhisperEngine/network/ModelFiles.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 #include "base/Files.h"
@@ -103,16 +105,15 @@ void decoderStep(benchmark::State& state) {
     AudioEmbeddings embeddings = encode(*loadAudioEncoder(compiledFolder(options), options, pool()));
     const auto decoder = loadTextDecoder(modelFolder(), options, pool());
     decoder->attach(embeddings);
-    const auto scratch = decoder->makeScratch();
-    const auto width = static_cast<std::size_t>(*decoder->kvCacheEmbedDim());
-    const auto positions = static_cast<std::size_t>(*decoder->kvCacheMaxSequenceLength());
-    const std::vector<float> cache(positions * width, 0.1f), mask(positions);
-    std::vector<float> logits(static_cast<std::size_t>(*decoder->logitsSize())), key(width), value(width),
-        heads(static_cast<std::size_t>(decoder->audioFrames()));
-    const TextDecoderInputs inputs{50,  static_cast<int>(state.range(1)), cache, cache, mask, mask, &embeddings, true,
-                                   true};
-    for (auto _ : state)
-        decoder->predict(inputs, {logits, key, value, heads}, *scratch);
+    auto inputs = DecodingInputs::forModel(*decoder, decoder->kvCacheMaxSequenceLength().value(), true);
+    CacheStepper stepper(*decoder, embeddings, inputs);
+    std::vector<float> logits(static_cast<std::size_t>(*decoder->logitsSize()));
+    for (int position = 0; position < state.range(1); ++position)
+        stepper.step(50, logits);
+    for (auto _ : state) {
+        inputs.cacheLength = static_cast<int>(state.range(1)); // the same position each time
+        stepper.step(50, logits);
+    }
 }
 
 // The first argument: 0 for 8-bit weights, 1 for the 32-bit reference.

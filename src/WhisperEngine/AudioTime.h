@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 namespace fenlo::whisper {
 
 inline constexpr int sampleRate = 16000; // hertz, of everything in the engine
@@ -8,5 +10,13 @@ inline constexpr int sampleRate = 16000; // hertz, of everything in the engine
 inline constexpr float secondsPerTimeToken = 0.02f;
 inline constexpr int samplesPerTimeToken = 320;
 inline constexpr int mostTimeTokens = 1500; // thirty seconds, the longest window
+
+inline float secondsAt(int sample) {
+    return static_cast<float>(static_cast<double>(sample) / sampleRate);
+}
+
+inline int sampleAt(float seconds) {
+    return static_cast<int>(std::lround(static_cast<double>(seconds) * sampleRate));
+}
 
 } // namespace fenlo::whisper

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fmt/core.h>
 #include <functional>
 #include <string>
 #include <utility>
@@ -8,7 +9,10 @@ namespace fenlo::whisper {
 
 enum class LogLevel { debug, info, error, none };
 
-/// Where the engine's messages go: to a sink that the caller gives, from one level up. By default nowhere.
+/// Where the engine's messages go: to a sink that the caller gives, from one level up. By default nowhere. A message is
+/// formatted only when somebody reads it.
+///
+///     logging.debug("Found {} VAD chunks", chunks.size());
 ///
 /// Threads: any; the sink must bear calls from several threads.
 class Logging {
@@ -18,16 +22,25 @@ public:
     Logging() = default;
     Logging(LogLevel level, Sink sink) : m_level(level), m_sink(std::move(sink)) {}
 
-    void debug(const std::string& line) const { write(LogLevel::debug, line); }
-    void info(const std::string& line) const { write(LogLevel::info, line); }
-    void error(const std::string& line) const { write(LogLevel::error, line); }
-    /// To leave out the work of composing a line that nobody reads.
+    template <typename... Values>
+    void debug(fmt::format_string<Values...> format, Values&&... values) const {
+        write(LogLevel::debug, format, fmt::make_format_args(values...));
+    }
+    template <typename... Values>
+    void info(fmt::format_string<Values...> format, Values&&... values) const {
+        write(LogLevel::info, format, fmt::make_format_args(values...));
+    }
+    template <typename... Values>
+    void error(fmt::format_string<Values...> format, Values&&... values) const {
+        write(LogLevel::error, format, fmt::make_format_args(values...));
+    }
+    /// To leave out the work of composing values that nobody reads.
     bool wants(LogLevel level) const { return m_sink && level >= m_level; }
 
 private:
-    void write(LogLevel level, const std::string& line) const {
+    void write(LogLevel level, fmt::string_view format, fmt::format_args values) const {
         if (wants(level))
-            m_sink(line);
+            m_sink(fmt::vformat(format, values));
     }
 
     LogLevel m_level = LogLevel::none;

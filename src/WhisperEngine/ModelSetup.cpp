@@ -140,10 +140,10 @@ fs::path findTokenizer(const WhisperEngineConfig& config, const ModelPlace& plac
     if (config.tokenizerFolder && *config.tokenizerFolder != place.checkpoint)
         folders.insert(folders.begin(), *config.tokenizerFolder);
     for (const fs::path& folder : folders) {
-        logging.debug("Checking for local tokenizer at " + folder.string());
+        logging.debug("Checking for local tokenizer at {}", folder.string());
         std::error_code error;
         if (fs::is_regular_file(folder / name, error)) {
-            logging.debug("Found local tokenizer at " + folder.string());
+            logging.debug("Found local tokenizer at {}", folder.string());
             return folder / name;
         }
     }

@@ -3,38 +3,21 @@
 #include "WhisperEngine/AudioProcessor/AudioChunker.h"
 #include "WhisperEngine/AudioProcessor/AudioProcessor.h"
 #include "WhisperEngine/SegmentSeeker/SegmentSeeker.h"
-#include "WhisperEngine/TextDecoder/TextMeasures.h"
+#include "WhisperEngine/TemperatureFallback.h"
 #include "WhisperEngine/TokenSampler/TokenSampler.h"
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 #include "WhisperEngine/WhisperError.h"
 #include "base/Clock.h"
-#include "base/Text.h"
 
 #include <algorithm>
-#include <cmath>
+#include <fmt/ranges.h>
 #include <utility>
 
 namespace fenlo::whisper {
 
 namespace {
 
-// Samples, of the rules with `losesNoSpeech`.
-constexpr int mostUnheard = sampleRate;          // of sound that may lie between two segments
-constexpr int longestToken = sampleRate / 2;     // of sound in a segment, for each of its tokens
-constexpr int shortestWayToUnheard = sampleRate; // from a window's start, so that each window gets on
-constexpr int atOnce = 3 * sampleRate / 10;      // a clip whose first sound is so early gets
-constexpr int leadIn = sampleRate / 10;          // so much silence before it
-
-std::string joined(const auto& values, auto&& toText) {
-    std::string text = "[";
-    for (const auto& value : values)
-        text += (text.size() > 1 ? ", " : "") + toText(value);
-    return text + "]";
-}
-
-std::string listOf(const std::vector<int>& tokens) {
-    return joined(tokens, [](int token) { return std::to_string(token); });
-}
+constexpr int leadIn = sampleRate / 10; // samples of silence before a clip that begins with speech
 
 /// Adds the time from its birth to its death.
 class Stopwatch {
@@ -49,14 +32,6 @@ private:
     double& m_total;
     const double m_begin;
 };
-
-float secondsAt(int sample) {
-    return static_cast<float>(static_cast<double>(sample) / sampleRate);
-}
-
-int sampleAt(float seconds) {
-    return static_cast<int>(std::lround(static_cast<double>(seconds) * sampleRate));
-}
 
 bool hasSegments(const SeekResult& found) {
     return found.segments && !found.segments->empty();
@@ -91,7 +66,6 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
     if (audioArray.empty())
         throw WhisperError(WhisperError::Kind::audioProcessingFailed, "Audio samples are nil");
     const Logging& logging = m_components.logging;
-    const TextDecoder& decoder = m_components.textDecoder;
     m_audio = audioArray;
     m_options = options;
     m_callback = callback;
@@ -100,29 +74,24 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
         m_heard.emplace(audioArray, m_components.voiceActivityDetector);
     if (!m_firstSeek)
         m_previousTokens = options.promptTokens.value_or(std::vector<int>());
-    if (!decoder.isModelMultilingual())
-        m_language = defaultLanguageCode;
-    else if (options.language)
-        m_language = languageCodeOf(*options.language).value_or(defaultLanguageCode);
-    else if (options.detectLanguage == false)
-        m_language = defaultLanguageCode;
+    m_language = languageToStartWith();
 
     m_timings.pipelineStart = m_components.clock.now();
     m_timings.inputAudioSeconds = static_cast<double>(m_audio.size()) / sampleRate;
-    logging.debug("Starting pipeline at: " + text::fixed(m_timings.pipelineStart, 3));
+    logging.debug("Starting pipeline at: {:.3f}", m_timings.pipelineStart);
     {
         const Stopwatch watch(m_components.clock, m_timings.decodingInit);
-        m_inputs = std::make_unique<DecodingInputs>(decoder.prepareDecoderInputs({}, options.wordTimestamps));
+        m_inputs =
+            std::make_unique<DecodingInputs>(m_components.textDecoder.prepareDecoderInputs({}, options.wordTimestamps));
     }
-    logging.debug("Decoder init time: " + text::fixed(m_timings.decodingInit, 3));
+    logging.debug("Decoder init time: {:.3f}", m_timings.decodingInit);
 
     const auto clips = prepareSeekClips(options, static_cast<int>(m_audio.size()));
-    logging.debug("Decoding seek clips: " + joined(clips, [](const auto& clip) {
-                      return "(" + std::to_string(clip.first) + ", " + std::to_string(clip.second) + ")";
-                  }));
+    logging.debug("Decoding seek clips: [{}]", fmt::join(clips, ", "));
     for (std::size_t clip = m_firstClip; clip < clips.size(); ++clip) {
         const auto [begin, end] = clips[clip];
-        transcribeClip(clip, begin, end, clip == m_firstClip ? m_firstSeek.value_or(begin) : begin);
+        m_clip.emplace(begin, end, m_heard ? &*m_heard : nullptr, m_options);
+        transcribeClip(clip, clip == m_firstClip ? m_firstSeek.value_or(begin) : begin);
     }
     if (m_progress)
         m_progress(1);
@@ -138,12 +107,20 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
             .seekTime = std::nullopt};
 }
 
-void TranscribeTask::transcribeClip(std::size_t clip, int begin, int end, int seek) {
-    m_clip = {begin, end};
-    while (isLeft(seek) && (!m_options.maxWindowSeek || seek < *m_options.maxWindowSeek)) {
+/// A code; empty where the audio is to tell, unless an earlier task has found it.
+std::string TranscribeTask::languageToStartWith() const {
+    if (!m_components.textDecoder.isModelMultilingual())
+        return defaultLanguageCode;
+    if (m_options.language)
+        return languageCodeOf(*m_options.language).value_or(defaultLanguageCode);
+    return m_options.detectLanguage == false ? defaultLanguageCode : m_language;
+}
+
+void TranscribeTask::transcribeClip(std::size_t clip, int seek) {
+    while (m_clip->isLeft(seek) && (!m_options.maxWindowSeek || seek < *m_options.maxWindowSeek)) {
         const std::size_t segmentsBefore = m_segments.size();
-        const int start = seek == begin && needsLeadIn() ? seek - leadIn : seek;
-        seek = transcribeWindow(start, std::min(m_components.featureExtractor.windowSamples(), end - start));
+        const int start = seek == m_clip->begin() && m_clip->needsLeadIn() ? seek - leadIn : seek;
+        seek = transcribeWindow(start, std::min(m_components.featureExtractor.windowSamples(), m_clip->end() - start));
         tellCheckpoint(clip, seek, segmentsBefore);
         if (m_progress)
             m_progress(std::min(1.0, static_cast<double>(seek) / static_cast<double>(m_audio.size())));
@@ -161,46 +138,18 @@ void TranscribeTask::tellCheckpoint(std::size_t clip, int seek, std::size_t segm
                              std::span(m_segments).subspan(segmentsBefore));
 }
 
-/// What is left after a window is mostly padding when it is shorter than the clip time, and would only invite invented
-/// words where nobody speaks; a clip that is short from the start is decoded all the same.
-bool TranscribeTask::isLeft(int seek) const {
-    const auto [begin, end] = m_clip;
-    if (seek >= end)
-        return false;
-    return seek == begin || !isShortRest(seek) || (m_options.losesNoSpeech && m_heard->speechIn(seek, end));
-}
-
-bool TranscribeTask::isShortRest(int seek) const {
-    return m_clip.second - seek <= static_cast<int>(m_options.windowClipTime * sampleRate);
-}
-
-/// Models lose a first word that begins at once.
-bool TranscribeTask::needsLeadIn() const {
-    return hearsEverySound() && m_heard->speechIn(m_clip.first, std::min(m_clip.first + atOnce, m_clip.second));
-}
-
-/// Whether sound decides beside the model. Without a threshold for silence nobody asks whether somebody speaks.
-bool TranscribeTask::hearsEverySound() const {
-    return m_options.losesNoSpeech && m_options.noSpeechThreshold;
-}
-
-/// The window may begin before the clip, with silence.
-std::optional<HeardSpeech::Stretch> TranscribeTask::speechFrom(int windowStart, int end) const {
-    return m_heard->speechIn(std::max(windowStart, m_clip.first), end);
-}
-
 int TranscribeTask::transcribeWindow(int seek, int length) {
     if (m_stop.stop_requested())
         throw WhisperError(WhisperError::Kind::cancelled, "cancelled");
-    m_components.logging.debug("Decoding Window Size: " + std::to_string(length) + " Seek: " + std::to_string(seek));
-    const AudioEmbeddings embeddings = encode(seek, length);
+    m_components.logging.debug("Decoding Window Size: {} Seek: {}", length, seek);
+    const AudioEmbeddings embeddings = encode(seek, length, m_clip->begin());
     if (m_language.empty())
         m_language = detectLanguage(embeddings).language;
-    DecodingResult result = decodeWithFallback(embeddings, m_options);
+    DecodingResult result = decode(embeddings, m_options);
     SeekResult found = findSegments(result, m_options, seek, length);
-    if (m_options.losesNoSpeech && !hasSegments(found) && speechFrom(seek, found.nextSeek))
+    if (m_options.losesNoSpeech && !hasSegments(found) && m_clip->speechIn(seek, found.nextSeek))
         found = listenAgain(embeddings, result, seek, length);
-    if (hearsEverySound() && hasSegments(found))
+    if (m_clip->hearsEverySound() && hasSegments(found))
         endBeforeUnheardSpeech(found, seek);
     ++m_timings.totalDecodingWindows;
     takeSegments(std::move(found.segments).value_or(std::vector<TranscriptionSegment>()), result, seek, length);
@@ -208,31 +157,14 @@ int TranscribeTask::transcribeWindow(int seek, int length) {
     return std::max(seek + 1, found.nextSeek);
 }
 
-/// Behind a segment, speech that no other segment holds was passed over: the next window begins there. So it does where
-/// a short rest of the clip would begin within a word, and at the start of a segment with far too few words for its
-/// sound.
+/// The next window begins where speech was passed over.
 void TranscribeTask::endBeforeUnheardSpeech(SeekResult& found, int seek) const {
-    std::vector<TranscriptionSegment>& segments = *found.segments;
-    for (std::size_t i = 0; i < segments.size(); ++i) {
-        const int start = sampleAt(segments[i].start);
-        const bool isStretched = start - seek >= shortestWayToUnheard && !segments[i].speechWithoutText &&
-                                 m_heard->soundIn(start, sampleAt(segments[i].end)) >
-                                     longestToken * static_cast<int>(segments[i].tokens.size());
-        const int begin = isStretched ? start : sampleAt(segments[i].end);
-        const bool isLast = i + 1 == segments.size();
-        const int end = isLast ? found.nextSeek : sampleAt(segments[i + 1].start);
-        if (begin - seek < shortestWayToUnheard || begin >= end)
-            continue;
-        const bool beforeRest =
-            isLast && end < m_clip.second && isShortRest(end) && m_heard->speechIn(end, m_clip.second);
-        if (!isStretched && !beforeRest && m_heard->soundIn(begin, end) < mostUnheard)
-            continue;
-        m_components.logging.info("Speech without text behind " + text::fixed(secondsAt(begin), 2) +
-                                  "s, decoding from there");
-        segments.resize(i + 1);
-        found.nextSeek = begin;
+    const auto passedOver = m_clip->passedOver(found, seek);
+    if (!passedOver)
         return;
-    }
+    m_components.logging.info("Speech without text behind {:.2f}s, decoding from there", secondsAt(passedOver->begin));
+    found.segments->resize(passedOver->segmentCount);
+    found.nextSeek = passedOver->begin;
 }
 
 /// Decodes a window once more, and takes what comes: the tests are made for windows in which nobody speaks. A window
@@ -240,16 +172,15 @@ void TranscribeTask::endBeforeUnheardSpeech(SeekResult& found, int seek) const {
 SeekResult TranscribeTask::listenAgain(const AudioEmbeddings& embeddings, DecodingResult& result, int seek,
                                        int length) {
     const Logging& logging = m_components.logging;
-    logging.info("No text for the speech in the window at " + text::fixed(secondsAt(seek), 2) +
-                 "s, decoding without tests");
+    logging.info("No text for the speech in the window at {:.2f}s, decoding without tests", secondsAt(seek));
     DecodingOptions untested = m_options;
     untested.temperatureFallbackCount = 0;
     untested.compressionRatioThreshold.reset();
     untested.logProbThreshold.reset();
     untested.noSpeechThreshold.reset();
-    result = decodeWithFallback(embeddings, untested);
+    result = decode(embeddings, untested);
     SeekResult found = findSegments(result, untested, seek, length);
-    const auto speech = hasSegments(found) ? std::nullopt : speechFrom(seek, found.nextSeek);
+    const auto speech = hasSegments(found) ? std::nullopt : m_clip->speechIn(seek, found.nextSeek);
     if (!speech)
         return found;
     const float lastEnd = m_segments.empty() ? 0 : m_segments.back().end; // words may reach into this window
@@ -262,18 +193,18 @@ SeekResult TranscribeTask::listenAgain(const AudioEmbeddings& embeddings, Decodi
     silent.compressionRatio = result.compressionRatio;
     silent.noSpeechProb = result.noSpeechProb;
     silent.speechWithoutText = true;
-    logging.error("No words found for the speech from " + text::fixed(silent.start, 2) + "s to " +
-                  text::fixed(silent.end, 2) + "s");
+    logging.error("No words found for the speech from {:.2f}s to {:.2f}s", silent.start, silent.end);
     found.segments.emplace({std::move(silent)});
     return found;
 }
 
-AudioEmbeddings TranscribeTask::encode(int seek, int length) {
+/// Silence stands before `clipBegin`.
+AudioEmbeddings TranscribeTask::encode(int seek, int length, int clipBegin) {
     const MelSpectrogramModel& featureExtractor = m_components.featureExtractor;
     std::vector<float> window;
     {
         const Stopwatch watch(m_components.clock, m_timings.audioProcessing);
-        const int silence = std::max(0, m_clip.first - seek); // before the clip
+        const int silence = std::max(0, clipBegin - seek);
         window = m_components.audioProcessor.padOrTrim(m_audio.first(static_cast<std::size_t>(seek + length)),
                                                        seek + silence, featureExtractor.windowSamples() - silence);
         window.insert(window.begin(), static_cast<std::size_t>(silence), 0.0f);
@@ -303,7 +234,7 @@ DecodingResult TranscribeTask::detectLanguage(std::span<const float> audioArray)
     m_audio = audioArray;
     const int length = std::min(static_cast<int>(m_audio.size()), m_components.featureExtractor.windowSamples());
     m_inputs = std::make_unique<DecodingInputs>(m_components.textDecoder.prepareDecoderInputs({}, false));
-    return detectLanguage(encode(0, length));
+    return detectLanguage(encode(0, length, 0));
 }
 
 DecodingResult TranscribeTask::detectLanguage(const AudioEmbeddings& embeddings) {
@@ -311,62 +242,18 @@ DecodingResult TranscribeTask::detectLanguage(const AudioEmbeddings& embeddings)
     return m_components.textDecoder.detectLanguage(embeddings, *m_inputs, sampler, m_timings);
 }
 
-DecodingResult TranscribeTask::decodeWithFallback(const AudioEmbeddings& embeddings, const DecodingOptions& wanted) {
-    const Logging& logging = m_components.logging;
+DecodingResult TranscribeTask::decode(const AudioEmbeddings& embeddings, const DecodingOptions& options) {
     const TextDecoder& decoder = m_components.textDecoder;
     {
         const Stopwatch watch(m_components.clock, m_timings.prefill);
-        m_inputs->reset(decoder.prefillPrompt(wanted, m_language, m_previousTokens));
-        decoder.prefillDecoderInputs(*m_inputs, wanted, m_language);
+        m_inputs->reset(decoder.prefillPrompt(options, m_language, m_previousTokens));
+        decoder.prefillDecoderInputs(*m_inputs, options, m_language);
     }
-    logging.debug("Prefill time: " + text::fixed(m_timings.prefill, 3));
-    logging.debug("Prefill prompt: " + listOf(m_inputs->initialPrompt));
-
-    std::vector<float> temperatures;
-    for (int i = 0; i <= std::max(0, wanted.temperatureFallbackCount); ++i)
-        temperatures.push_back(
-            throughHalf(wanted.temperature + static_cast<float>(i) * wanted.temperatureIncrementOnFallback));
-    logging.debug("Decoding with temperatures " +
-                  joined(temperatures, [](float temperature) { return text::fixed(temperature, 4); }));
-
-    DecodingResult result;
-    for (std::size_t pass = 0; pass < temperatures.size(); ++pass) {
-        const double begin = m_components.clock.now();
-        logging.debug("Decoding Temperature: " + text::fixed(temperatures[pass], 4));
-        DecodingOptions options = wanted;
-        // The first token's odds are the same in every pass, and the first pass takes the best: a window that fails the
-        // test once would fail it always.
-        if (wanted.losesNoSpeech)
-            options.firstTokenLogProbThreshold.reset();
-        options.seed += static_cast<unsigned>(pass);
-        GreedyTokenSampler sampler(temperatures[pass], m_components.tokenizer.specialTokens().endToken, options);
-        result = decoder.decodeText(embeddings, *m_inputs, sampler, options, m_language, m_windowId, m_callback,
-                                    m_timings, m_stop);
-        result.temperature = temperatures[pass];
-        result.fallback = verdict(result, wanted);
-        if (pass > 0)
-            m_timings.decodingFallback += m_components.clock.now() - begin;
-        if (!result.fallback || !result.fallback->needsFallback)
-            break;
-        if (pass + 1 < temperatures.size()) {
-            ++m_timings.totalDecodingFallbacks;
-            logging.info("Fallback #" + std::to_string(pass + 1) + " (" + result.fallback->fallbackReason + ")");
-        }
-    }
-    return result;
-}
-
-/// What to make of a finished window, the first test that holds.
-std::optional<DecodingFallback> TranscribeTask::verdict(const DecodingResult& result, const DecodingOptions& options) {
-    if (result.fallback && result.fallback->needsFallback)
-        return result.fallback; // the first token failed, and the loop has said so
-    if (options.noSpeechThreshold && *options.noSpeechThreshold < result.noSpeechProb)
-        return DecodingFallback{.needsFallback = false, .fallbackReason = "silence"};
-    if (options.compressionRatioThreshold && *options.compressionRatioThreshold < result.compressionRatio)
-        return DecodingFallback{.needsFallback = true, .fallbackReason = "compressionRatioThreshold"};
-    if (options.logProbThreshold && *options.logProbThreshold > result.avgLogProb)
-        return DecodingFallback{.needsFallback = true, .fallbackReason = "logProbThreshold"};
-    return std::nullopt;
+    m_components.logging.debug("Prefill time: {:.3f}", m_timings.prefill);
+    m_components.logging.debug("Prefill prompt: [{}]", fmt::join(m_inputs->initialPrompt, ", "));
+    return decodeWithFallback(
+        m_components, embeddings, *m_inputs, options,
+        {.language = m_language, .windowId = m_windowId, .callback = m_callback, .timings = m_timings, .stop = m_stop});
 }
 
 SeekResult TranscribeTask::findSegments(const DecodingResult& result, const DecodingOptions& options, int seek,
@@ -381,11 +268,10 @@ void TranscribeTask::takeSegments(std::vector<TranscriptionSegment> segments, co
     m_components.logging.debug("Segments for window:");
     if (m_options.wordTimestamps && !segments.empty())
         addWords(segments, result, seek, length);
-    if (seek < m_clip.first)
+    if (seek < m_clip->begin())
         holdToClip(segments);
     for (const TranscriptionSegment& segment : segments)
-        m_components.logging.debug("[" + text::fixed(segment.start, 2) + " --> " + text::fixed(segment.end, 2) + "] " +
-                                   segment.text);
+        m_components.logging.debug("[{:.2f} --> {:.2f}] {}", segment.start, segment.end, segment.text);
     if (m_segmentDiscoveryCallback && !segments.empty())
         m_segmentDiscoveryCallback(segments);
 
@@ -396,16 +282,16 @@ void TranscribeTask::takeSegments(std::vector<TranscriptionSegment> segments, co
             std::ranges::copy_if(segment.tokens, std::back_inserter(m_previousTokens), [&](int token) {
                 return token < m_components.tokenizer.specialTokens().specialTokenBegin;
             });
-        m_components.logging.debug("Prefill prompt updated to: " + listOf(m_previousTokens));
+        m_components.logging.debug("Prefill prompt updated to: [{}]", fmt::join(m_previousTokens, ", "));
     }
     std::ranges::move(segments, std::back_inserter(m_segments));
 }
 
 /// Nothing begins in the silence that was put before the clip.
 void TranscribeTask::holdToClip(std::vector<TranscriptionSegment>& segments) const {
-    const float begin = secondsAt(m_clip.first);
+    const float begin = secondsAt(m_clip->begin());
     for (TranscriptionSegment& segment : segments) {
-        segment.seek = std::max(segment.seek, m_clip.first);
+        segment.seek = std::max(segment.seek, m_clip->begin());
         segment.start = std::max(segment.start, begin);
         segment.end = std::max(segment.end, begin);
         for (WordTiming& word : segment.words ? std::span(*segment.words) : std::span<WordTiming>()) {
@@ -419,7 +305,7 @@ void TranscribeTask::addWords(std::vector<TranscriptionSegment>& segments, const
                               int length) {
     const Stopwatch watch(m_components.clock, m_timings.decodingWordTimestamps);
     // The attention that chose a token is that of the step before it.
-    const int frames = static_cast<int>(m_inputs->alignmentWeights.size() / m_inputs->kvCacheUpdateMask.size());
+    const int frames = static_cast<int>(m_inputs->alignmentWeights.size()) / m_inputs->positions();
     const int firstRow = static_cast<int>(m_inputs->initialPrompt.size()) - 1;
     const int rows = std::min(static_cast<int>(result.tokens.size()) - firstRow - 1, m_inputs->cacheLength - firstRow);
     const AlignmentWeights weights{
@@ -428,11 +314,14 @@ void TranscribeTask::addWords(std::vector<TranscriptionSegment>& segments, const
         .tokens = rows,
         .frames = frames};
     try {
-        segments = m_components.segmentSeeker.addWordTimestamps(segments, weights, m_components.tokenizer, m_language,
-                                                                seek, length, m_lastSpeechTimestamp, m_options,
-                                                                m_timings, m_components.logging);
+        segments = m_components.segmentSeeker.addWordTimestamps(
+            segments, weights, {.seek = seek, .segmentSize = length, .lastSpeechTimestamp = m_lastSpeechTimestamp},
+            {.tokenizer = m_components.tokenizer,
+             .language = m_language,
+             .timings = m_timings,
+             .logging = m_components.logging});
     } catch (const WhisperError& error) {
-        m_components.logging.error(error.what()); // the window has no words; nothing else is lost
+        m_components.logging.error("{}", error.what()); // the window has no words; nothing else is lost
         return;
     }
     if (!segments.empty())

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "WhisperEngine/ClipSpeech.h"
 #include "WhisperEngine/DecodingOptions.h"
-#include "WhisperEngine/Logging.h"
+#include "WhisperEngine/TaskComponents.h"
 #include "WhisperEngine/TextDecoder/TextDecoder.h"
 #include "WhisperEngine/TranscriptionCheckpoint.h"
 #include "WhisperEngine/TranscriptionResult.h"
@@ -12,34 +13,11 @@
 #include <optional>
 #include <span>
 #include <stop_token>
-#include <utility>
 #include <vector>
-
-namespace fenlo {
-class Clock;
-}
 
 namespace fenlo::whisper {
 
-class AudioEncoderModel;
-class AudioProcessor;
-class MelSpectrogramModel;
-class SegmentSeeker;
 struct SeekResult;
-class WhisperTokenizer;
-
-/// What every task shares: constant, and outlives it.
-struct TaskComponents {
-    const MelSpectrogramModel& featureExtractor;
-    const AudioEncoderModel& audioEncoder;
-    const TextDecoder& textDecoder;
-    const AudioProcessor& audioProcessor;
-    const SegmentSeeker& segmentSeeker;
-    const WhisperTokenizer& tokenizer;
-    Clock& clock;
-    const Logging& logging;
-    const VoiceActivityDetector* voiceActivityDetector = nullptr; // none: by the energy
-};
 
 /// New segments as they are found, in order.
 using SegmentDiscoveryCallback = std::function<void(const std::vector<TranscriptionSegment>&)>;
@@ -72,20 +50,15 @@ public:
     DecodingResult detectLanguage(std::span<const float> audioArray);
 
 private:
-    /// From `seek`, which is `begin` unless the clip was stopped within.
-    void transcribeClip(std::size_t clip, int begin, int end, int seek);
+    std::string languageToStartWith() const;
+    /// The windows of m_clip, from `seek`.
+    void transcribeClip(std::size_t clip, int seek);
     void tellCheckpoint(std::size_t clip, int seek, std::size_t segmentsBefore) const;
     /// Where the next window begins.
     int transcribeWindow(int seek, int length);
-    bool isLeft(int seek) const;
-    bool isShortRest(int seek) const;
-    bool needsLeadIn() const;
-    bool hearsEverySound() const;
     void endBeforeUnheardSpeech(SeekResult& found, int seek) const;
-    std::optional<HeardSpeech::Stretch> speechFrom(int windowStart, int end) const;
-    AudioEmbeddings encode(int seek, int length);
-    DecodingResult decodeWithFallback(const AudioEmbeddings& embeddings, const DecodingOptions& wanted);
-    static std::optional<DecodingFallback> verdict(const DecodingResult& result, const DecodingOptions& options);
+    AudioEmbeddings encode(int seek, int length, int clipBegin);
+    DecodingResult decode(const AudioEmbeddings& embeddings, const DecodingOptions& options);
     SeekResult listenAgain(const AudioEmbeddings& embeddings, DecodingResult& result, int seek, int length);
     DecodingResult detectLanguage(const AudioEmbeddings& embeddings);
     SeekResult findSegments(const DecodingResult& result, const DecodingOptions& options, int seek, int length);
@@ -110,7 +83,7 @@ private:
     std::vector<TranscriptionSegment> m_segments;
     float m_lastSpeechTimestamp = 0;
     int m_windowId = 0;
-    std::pair<int, int> m_clip; // begin and end samples
+    std::optional<ClipSpeech> m_clip; // the one that is walked over
     std::size_t m_firstClip = 0;
     std::optional<int> m_firstSeek; // where a stopped task goes on
 };

@@ -1,7 +1,6 @@
 #include "WhisperEngine/TranscriptionTimings.h"
 
 #include "WhisperEngine/Logging.h"
-#include "base/Text.h"
 
 #include <utility>
 
@@ -25,15 +24,15 @@ void logTimings(const TranscriptionTimings& t, const Logging& logging) {
     };
     logging.info("---- Transcription Timings ----");
     for (const auto& [name, seconds] : stages)
-        logging.info(name + text::fixed(seconds * 1000, 2) + " ms");
-    logging.info("Model Load Time:     " + text::fixed(t.modelLoading, 2) + " seconds");
-    logging.info("Inference Duration:  " + text::fixed(t.fullPipeline, 2) + " seconds");
-    logging.info("- Decoding Loop:     " + text::fixed(t.decodingLoop, 2) + " seconds");
+        logging.info("{}{:.2f} ms", name, seconds * 1000);
+    logging.info("Model Load Time:     {:.2f} seconds", t.modelLoading);
+    logging.info("Inference Duration:  {:.2f} seconds", t.fullPipeline);
+    logging.info("- Decoding Loop:     {:.2f} seconds", t.decodingLoop);
     if (t.fullPipeline > 0 && t.inputAudioSeconds > 0) {
-        logging.info("Real Time Factor:    " + text::fixed(t.fullPipeline / t.inputAudioSeconds, 3));
-        logging.info("Tokens per second:   " + text::fixed(t.totalDecodingLoops / t.fullPipeline, 1));
+        logging.info("Real Time Factor:    {:.3f}", t.fullPipeline / t.inputAudioSeconds);
+        logging.info("Tokens per second:   {:.1f}", t.totalDecodingLoops / t.fullPipeline);
     }
-    logging.info("Fallbacks:           " + text::fixed(t.totalDecodingFallbacks, 0));
+    logging.info("Fallbacks:           {:.0f}", t.totalDecodingFallbacks);
 }
 
 } // namespace fenlo::whisper

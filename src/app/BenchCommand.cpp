@@ -1,5 +1,7 @@
 #include "app/Commands.h"
 
+#include "WhisperEngine/TextDecoder/CacheStepper.h"
+#include "WhisperEngine/TextDecoder/DecodingInputs.h"
 #include "WhisperEngine/network/ModelFiles.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 #include "app/LocalEngine.h"
@@ -53,29 +55,14 @@ std::vector<float> sounding(int samples) {
 }
 
 void decode(const TextDecoderModel& decoder, const AudioEmbeddings& embeddings, std::stop_token stop) {
-    const auto positions = static_cast<std::size_t>(decoder.kvCacheMaxSequenceLength().value());
-    const auto width = static_cast<std::size_t>(decoder.kvCacheEmbedDim().value());
-    std::vector<float> keys(positions * width), values(keys.size()), mask(positions, -10000), update(positions);
+    const int positions = decoder.kvCacheMaxSequenceLength().value();
+    auto inputs = DecodingInputs::forModel(decoder, positions, false);
+    CacheStepper stepper(decoder, embeddings, inputs);
     std::vector<float> logits(static_cast<std::size_t>(decoder.logitsSize().value()));
-    const auto scratch = decoder.makeScratch();
-    for (std::size_t step = 0; step < std::min<std::size_t>(decoderSteps, positions); ++step) {
+    for (int step = 0; step < std::min(decoderSteps, positions); ++step) {
         if (stop.stop_requested())
             throw Interrupted();
-        mask[step] = 0;
-        update[step] = 1;
-        decoder.predict({.input_ids = static_cast<int>(1000 + step),
-                         .cache_length = static_cast<int>(step),
-                         .key_cache = keys,
-                         .value_cache = values,
-                         .kv_cache_update_mask = update,
-                         .decoder_key_padding_mask = mask,
-                         .encoder_output_embeds = &embeddings},
-                        {.logits = logits,
-                         .key_cache_updates = std::span(keys).subspan(step * width, width),
-                         .value_cache_updates = std::span(values).subspan(step * width, width),
-                         .alignment_heads_weights = {}},
-                        *scratch);
-        update[step] = 0;
+        stepper.step(1000 + step, logits);
     }
 }
 

@@ -3,7 +3,6 @@
 #include "WhisperEngine/AudioTime.h"
 #include "WhisperEngine/Logging.h"
 #include "WhisperEngine/WhisperError.h"
-#include "base/Text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -55,8 +54,8 @@ std::vector<AudioChunk> VADAudioChunker::chunkAll(std::span<const float> audioAr
         for (int start = clipStart; start < clipEnd - m_windowPadding;) {
             const bool isLast = clipEnd - start <= maxChunkLength;
             const int cut = isLast ? clipEnd : cutInSilence(audioArray, start, start + maxChunkLength);
-            logging.debug("Found chunk from " + text::fixed(static_cast<double>(start) / sampleRate, 2) + " to " +
-                          text::fixed(static_cast<double>(cut) / sampleRate, 2));
+            logging.debug("Found chunk from {:.2f} to {:.2f}", static_cast<double>(start) / sampleRate,
+                          static_cast<double>(cut) / sampleRate);
             chunks.push_back({.seekOffsetIndex = start,
                               .audioSamples = audioArray.subspan(static_cast<std::size_t>(start),
                                                                  static_cast<std::size_t>(cut - start))});

@@ -3,7 +3,6 @@
 #include "WhisperEngine/AudioTime.h"
 #include "WhisperEngine/Logging.h"
 #include "WhisperEngine/WhisperError.h"
-#include "base/Text.h"
 #include "media/AudioFile.h"
 #include "media/MonoMix.h"
 #include "media/Resampler.h"
@@ -54,13 +53,12 @@ Resampler makeResampler(int rate) {
 LoadedAudio readSamples(const fs::path& path, const AudioInputConfig& config, const Logging& logging,
                         const std::stop_token& stop) {
     AudioFileReader reader(path, AudioFormats::withFfmpeg, stop);
-    logging.debug("Audio source details - Sample Rate: " + std::to_string(reader.sampleRate()) +
-                  " Hz, Channel Count: " + std::to_string(reader.channels()));
+    logging.debug("Audio source details - Sample Rate: {} Hz, Channel Count: {}", reader.sampleRate(),
+                  reader.channels());
     const double ratio = static_cast<double>(sampleRate) / reader.sampleRate();
     const double capacity = static_cast<double>(reader.blockFrames()) * ratio;
     if (capacity != std::ceil(capacity))
-        logging.debug("Rounding buffer frame capacity from " + text::fixed(capacity, 2) +
-                      " to better fit new sample rate");
+        logging.debug("Rounding buffer frame capacity from {:.2f} to better fit new sample rate", capacity);
 
     const std::vector<int> chosen = chosenChannels(config, reader.channels(), logging);
     Resampler resampler = makeResampler(reader.sampleRate());
@@ -69,7 +67,7 @@ LoadedAudio readSamples(const fs::path& path, const AudioInputConfig& config, co
     if (samples.empty())
         throw AudioFileError(path, "there are no samples in it; record it again");
     for (const AudioDamage& damage : reader.damages())
-        logging.info("The recording is " + describe(damage));
+        logging.info("The recording is {}", describe(damage));
     return {std::move(samples), reader.damages()};
 }
 

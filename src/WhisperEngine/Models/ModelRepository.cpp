@@ -78,7 +78,7 @@ std::optional<std::string> firstMatch(const std::vector<std::string>& variants, 
         if (auto narrowed = matchingOf(found, "*openai*" + name + "*"); !narrowed.empty())
             found = std::move(narrowed);
     if (found.size() > 1)
-        log.debug("Multiple models found matching \"" + name + "\" in " + source);
+        log.debug("Multiple models found matching \"{}\" in {}", name, source);
     if (found.empty())
         return {};
     return found.front();
@@ -87,10 +87,10 @@ std::optional<std::string> firstMatch(const std::vector<std::string>& variants, 
 std::string configFile(const std::vector<std::string>& paths, const Logging& log) {
     if (std::find(paths.begin(), paths.end(), configName) != paths.end())
         return configName;
-    log.info(std::string("No config files found matching \"") + configName + "\"");
+    log.info("No config files found matching \"{}\"", configName);
     if (paths.empty())
         throw WhisperError(WhisperError::Kind::modelsUnavailable, "the repository has no such file");
-    log.info("Using first matching file: " + paths.front());
+    log.info("Using first matching file: {}", paths.front());
     return paths.front();
 }
 
@@ -220,7 +220,7 @@ ModelSupportConfig fetchModelSupportConfig(hub::HubClient& hub, const ModelRepos
                                            const fs::path& downloadBase, const Logging& log, std::stop_token stop) {
     if (repository.isStock())
         return ModelSupportConfig::fallback();
-    log.info(std::string("Searching for config file matching \"") + configName + "\" in " + repository.name);
+    log.info("Searching for config file matching \"{}\" in {}", configName, repository.name);
     try {
         const std::string file = configFile(pathsOf(hub.listFiles(repository.name, {"config*.json"}, stop)), log);
         const fs::path folder = partialDownload(downloadBase, ".support");
@@ -229,7 +229,7 @@ ModelSupportConfig fetchModelSupportConfig(hub::HubClient& hub, const ModelRepos
     } catch (const std::runtime_error& error) {
         if (stop.stop_requested())
             throw WhisperError(WhisperError::Kind::cancelled, error.what());
-        log.error(std::string("Fetch model support config failed with error: ") + error.what());
+        log.error("Fetch model support config failed with error: {}", error.what());
         return ModelSupportConfig::fallback();
     }
 }
@@ -251,7 +251,7 @@ std::string chooseModel(hub::HubClient& hub, const ModelRepository& repository, 
             chosen = firstMatch(ofSameSize(installed, name), name, downloadBase.string(), log);
         if (!chosen)
             throw;
-        log.info("Using the installed " + *chosen + ": " + error.what());
+        log.info("Using the installed {}: {}", *chosen, error.what());
         return *chosen;
     }
     return repository.isStock() ? plainVariant(*chosen) : *chosen;

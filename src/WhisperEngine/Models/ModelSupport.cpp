@@ -75,7 +75,7 @@ const ModelSupport& ModelSupportConfig::supportFor(const std::string& identifier
         for (const std::string& prefix : row.identifiers)
             if (identifier.starts_with(prefix))
                 return row.models;
-    log.info("No device support found for " + identifier + ", using default");
+    log.info("No device support found for {}, using default", identifier);
     return defaultSupport;
 }
 

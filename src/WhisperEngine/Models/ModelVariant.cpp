@@ -63,7 +63,7 @@ bool isMultilingual(int logitsSize) {
 ModelVariant detectVariant(int logitsSize, std::optional<int> encoderWidth, std::string_view modelName,
                            const Logging& log) {
     if (logitsSize < englishVocabulary || logitsSize > largeV3Vocabulary) {
-        log.error("Unrecognized vocabulary size: " + std::to_string(logitsSize) + ", defaulting to base variant");
+        log.error("Unrecognized vocabulary size: {}, defaulting to base variant", logitsSize);
         return ModelVariant::base;
     }
     // Two variants differ in nothing but their training.

@@ -118,10 +118,6 @@ std::optional<int> seekAfterPairs(Tokens tokens, const Cuts& cuts, const Window&
     return window.sampleAt(endsInTime ? tokens.back() : window.timeBefore(cuts.rest).value_or(*cuts.lastClosing));
 }
 
-float seconds(int samples) {
-    return static_cast<float>(static_cast<double>(samples) / sampleRate);
-}
-
 } // namespace
 
 SeekResult SegmentSeeker::findSeekPointAndSegments(const DecodingResult& decodingResult, const DecodingOptions& options,
@@ -161,8 +157,8 @@ SeekResult SegmentSeeker::findSeekPointAndSegments(const DecodingResult& decodin
         TranscriptionSegment segment;
         segment.id = allSegmentsCount + static_cast<int>(segments.size());
         segment.seek = currentSeek;
-        segment.start = seconds(start);
-        segment.end = seconds(end);
+        segment.start = secondsAt(start);
+        segment.end = secondsAt(end);
         segment.text = tokenizer.decode(stretch, options.skipSpecialTokens);
         segment.tokens.assign(stretch.begin(), stretch.end());
         for (std::size_t i = first; i < first + stretch.size(); ++i)

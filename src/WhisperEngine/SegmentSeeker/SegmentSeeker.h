@@ -26,6 +26,21 @@ struct SeekResult {
     std::optional<std::vector<TranscriptionSegment>> segments; // none for silence
 };
 
+/// What finding the times of words takes beside the tokens and their attention.
+struct AlignmentContext {
+    const WhisperTokenizer& tokenizer;
+    std::string language; // a code: tells how words are split
+    TranscriptionTimings& timings;
+    const Logging& logging;
+};
+
+/// A window's place in the audio.
+struct WindowPlace {
+    int seek = 0;                  // samples
+    int segmentSize = 0;           // samples
+    float lastSpeechTimestamp = 0; // seconds, where speech ended before this window
+};
+
 /// Finds the segments of a decoded window and where the next window begins, and the times of words.
 ///
 /// Threads: no state; any.
@@ -56,21 +71,18 @@ public:
     /// Gives the segments, which are those of one window, their words, and sets their times to those of the words.
     ///
     /// `alignmentWeights` has a row for each token sampled in the window, and may have more: the attention of the step
-    /// that chose the token, so that the first row is the step of the last token of the prompt. `language` tells how
-    /// words are split. `lastSpeechTimestamp` is where speech ended before this window.
-    virtual std::vector<TranscriptionSegment>
-    addWordTimestamps(std::vector<TranscriptionSegment> segments, const AlignmentWeights& alignmentWeights,
-                      const WhisperTokenizer& tokenizer, const std::string& language, int seek, int segmentSize,
-                      float lastSpeechTimestamp, const DecodingOptions& options, TranscriptionTimings& timings,
-                      const Logging& logging) const;
+    /// that chose the token, so that the first row is the step of the last token of the prompt.
+    virtual std::vector<TranscriptionSegment> addWordTimestamps(std::vector<TranscriptionSegment> segments,
+                                                                const AlignmentWeights& alignmentWeights,
+                                                                const WindowPlace& window,
+                                                                const AlignmentContext& context) const;
 
     /// The words of one window, in times of that window. A row and a log probability for each token; special tokens
     /// take part in the alignment, and are in no word.
     virtual std::vector<WordTiming> findAlignment(std::span<const int> wordTokenIds,
                                                   const AlignmentWeights& alignmentWeights,
                                                   std::span<const float> tokenLogProbs,
-                                                  const WhisperTokenizer& tokenizer, const std::string& language,
-                                                  TranscriptionTimings& timings, const Logging& logging) const;
+                                                  const AlignmentContext& context) const;
 };
 
 } // namespace fenlo::whisper

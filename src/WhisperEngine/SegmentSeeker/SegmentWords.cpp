@@ -22,8 +22,7 @@ void checkShape(const AlignmentWeights& weights, const Logging& logging) {
     if (weights.tokens > 0 && weights.frames > 0 &&
         weights.values.size() == static_cast<std::size_t>(weights.tokens) * static_cast<std::size_t>(weights.frames))
         return;
-    logging.error("Alignment weights shape: [" + std::to_string(weights.tokens) + ", " +
-                  std::to_string(weights.frames) + "]");
+    logging.error("Alignment weights shape: [{}, {}]", weights.tokens, weights.frames);
     throw segmentingFailed("Invalid shape in alignmentWeights");
 }
 
@@ -55,14 +54,51 @@ float holdInOrder(std::vector<WordTiming>& words, float from, float to) {
     return from;
 }
 
+/// Each segment takes words until they hold its text tokens; `offset` is where the window begins.
+void giveWords(std::vector<TranscriptionSegment>& segments, std::span<const WordTiming> words, float offset,
+               const SpecialTokens& special) {
+    auto word = words.begin();
+    for (TranscriptionSegment& segment : segments) {
+        const auto textTokens = static_cast<std::size_t>(
+            std::ranges::count_if(segment.tokens, [&](int token) { return token < special.specialTokenBegin; }));
+        std::vector<WordTiming>& taken = segment.words.emplace();
+        for (std::size_t count = 0; count < textTokens && word != words.end(); ++word) {
+            count += word->tokens.size();
+            taken.push_back(*word);
+            taken.back().start += offset;
+            taken.back().end += offset;
+        }
+        mergePunctuations(taken);
+    }
+}
+
+void tidyWords(std::vector<TranscriptionSegment>& segments, const WindowPlace& window) {
+    const WordDurations durations = wordDurations(segments);
+    const float windowEnd = secondsAt(window.seek + window.segmentSize);
+    float lastSpeech = window.lastSpeechTimestamp;
+    float spoken = std::clamp(lastSpeech, secondsAt(window.seek), windowEnd); // the last window's words may reach here
+    const WordTiming* previous = nullptr;
+    for (TranscriptionSegment& segment : segments) {
+        std::vector<WordTiming>& words = *segment.words;
+        if (words.empty())
+            continue;
+        clipAtSentenceEnds(words, previous, durations);
+        clipAtSegmentEdges(words, segment.start, segment.end, lastSpeech, durations);
+        spoken = holdInOrder(words, spoken, windowEnd);
+        segment.start = words.front().start;
+        segment.end = words.back().end;
+        lastSpeech = segment.end;
+        previous = &words.back();
+    }
+}
+
 } // namespace
 
 std::vector<WordTiming> SegmentSeeker::findAlignment(std::span<const int> wordTokenIds,
                                                      const AlignmentWeights& alignmentWeights,
                                                      std::span<const float> tokenLogProbs,
-                                                     const WhisperTokenizer& tokenizer, const std::string& language,
-                                                     TranscriptionTimings& timings, const Logging& logging) const {
-    checkShape(alignmentWeights, logging);
+                                                     const AlignmentContext& context) const {
+    checkShape(alignmentWeights, context.logging);
     const std::size_t count = wordTokenIds.size();
     if (static_cast<std::size_t>(alignmentWeights.tokens) != count || tokenLogProbs.size() != count)
         throw segmentingFailed("Invalid alignment matrix shape");
@@ -72,17 +108,18 @@ std::vector<WordTiming> SegmentSeeker::findAlignment(std::span<const int> wordTo
     std::ranges::for_each(costs, [](float& cost) { cost = -cost; });
     std::vector<int> frames = warpedRowStarts(costs, alignmentWeights.tokens, alignmentWeights.frames);
     frames.push_back(alignmentWeights.frames); // where the last token ends
-    ++timings.totalTimestampAlignmentRuns;
+    ++context.timings.totalTimestampAlignmentRuns;
 
     const auto timeOf = [&](std::size_t token) { return static_cast<float>(frames[token]) * secondsPerTimeToken; };
-    const auto isText = [&](int token) { return token < tokenizer.specialTokens().specialTokenBegin; };
+    const auto isText = [&](int token) { return token < context.tokenizer.specialTokens().specialTokenBegin; };
     std::vector<WordTiming> words;
     for (std::size_t begin = 0; begin < count;) {
         // Words do not reach over a special token.
         std::size_t end = begin;
         while (end < count && isText(wordTokenIds[end]))
             ++end;
-        for (auto& [word, tokens] : tokenizer.splitToWordTokens(wordTokenIds.subspan(begin, end - begin), language)) {
+        const auto text = wordTokenIds.subspan(begin, end - begin);
+        for (auto& [word, tokens] : context.tokenizer.splitToWordTokens(text, context.language)) {
             const std::size_t length = std::min(tokens.size(), end - begin);
             if (length == 0)
                 continue;
@@ -98,11 +135,10 @@ std::vector<WordTiming> SegmentSeeker::findAlignment(std::span<const int> wordTo
     return words;
 }
 
-std::vector<TranscriptionSegment>
-SegmentSeeker::addWordTimestamps(std::vector<TranscriptionSegment> segments, const AlignmentWeights& alignmentWeights,
-                                 const WhisperTokenizer& tokenizer, const std::string& language, int seek,
-                                 int segmentSize, float lastSpeechTimestamp, const DecodingOptions&,
-                                 TranscriptionTimings& timings, const Logging& logging) const {
+std::vector<TranscriptionSegment> SegmentSeeker::addWordTimestamps(std::vector<TranscriptionSegment> segments,
+                                                                   const AlignmentWeights& alignmentWeights,
+                                                                   const WindowPlace& window,
+                                                                   const AlignmentContext& context) const {
     std::vector<int> tokens;
     std::vector<float> logProbs;
     for (const TranscriptionSegment& segment : segments) {
@@ -111,52 +147,21 @@ SegmentSeeker::addWordTimestamps(std::vector<TranscriptionSegment> segments, con
     }
     if (tokens.empty())
         return segments;
-    checkShape(alignmentWeights, logging);
+    checkShape(alignmentWeights, context.logging);
+    const SpecialTokens& special = context.tokenizer.specialTokens();
     if (static_cast<std::size_t>(alignmentWeights.tokens) > tokens.size()) {
-        tokens.push_back(tokenizer.specialTokens().endToken); // whatever comes next tells where the last one ends
+        tokens.push_back(special.endToken); // whatever comes next tells where the last one ends
         logProbs.push_back(0);
     }
     const int rows = std::min(alignmentWeights.tokens, static_cast<int>(tokens.size()));
-    const int windowFrames = (segmentSize + samplesPerTimeToken - 1) / samplesPerTimeToken;
+    const int windowFrames = (window.segmentSize + samplesPerTimeToken - 1) / samplesPerTimeToken;
     const int frames = std::clamp(std::min(windowFrames, mostTimeTokens), 1, alignmentWeights.frames);
     const std::vector<float> values =
         corner(alignmentWeights, static_cast<std::size_t>(rows), static_cast<std::size_t>(frames));
-    const std::vector<WordTiming> alignment = findAlignment(
-        tokens, {.values = values, .tokens = rows, .frames = frames}, logProbs, tokenizer, language, timings, logging);
-
-    const float offset = static_cast<float>(static_cast<double>(seek) / sampleRate);
-    std::vector<std::vector<WordTiming>> wordsOfSegments(segments.size());
-    auto word = alignment.begin();
-    for (std::size_t i = 0; i < segments.size(); ++i) {
-        const auto textTokens = static_cast<std::size_t>(std::ranges::count_if(
-            segments[i].tokens, [&](int token) { return token < tokenizer.specialTokens().specialTokenBegin; }));
-        for (std::size_t taken = 0; taken < textTokens && word != alignment.end(); ++word) {
-            taken += word->tokens.size();
-            wordsOfSegments[i].push_back(*word);
-            wordsOfSegments[i].back().start += offset;
-            wordsOfSegments[i].back().end += offset;
-        }
-        mergePunctuations(wordsOfSegments[i]);
-    }
-
-    const WordDurations durations = wordDurations(wordsOfSegments);
-    const WordTiming* previous = nullptr;
-    const float windowEnd = static_cast<float>(static_cast<double>(seek + segmentSize) / sampleRate);
-    float spoken =
-        std::clamp(lastSpeechTimestamp, offset, windowEnd); // words of the last window may reach into this one
-    for (std::size_t i = 0; i < segments.size(); ++i) {
-        TranscriptionSegment& segment = segments[i];
-        std::vector<WordTiming>& words = segment.words.emplace(std::move(wordsOfSegments[i]));
-        if (words.empty())
-            continue;
-        clipAtSentenceEnds(words, previous, durations);
-        clipAtSegmentEdges(words, segment.start, segment.end, lastSpeechTimestamp, durations);
-        spoken = holdInOrder(words, spoken, windowEnd);
-        segment.start = words.front().start;
-        segment.end = words.back().end;
-        lastSpeechTimestamp = segment.end;
-        previous = &words.back();
-    }
+    const auto alignment =
+        findAlignment(tokens, {.values = values, .tokens = rows, .frames = frames}, logProbs, context);
+    giveWords(segments, alignment, secondsAt(window.seek), special);
+    tidyWords(segments, window);
     return segments;
 }
 

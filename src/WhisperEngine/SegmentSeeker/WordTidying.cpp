@@ -84,10 +84,10 @@ void mergePunctuations(std::vector<WordTiming>& words) {
     words = std::move(merged);
 }
 
-WordDurations wordDurations(std::span<const std::vector<WordTiming>> wordsOfSegments) {
+WordDurations wordDurations(std::span<const TranscriptionSegment> segments) {
     std::vector<float> durations;
-    for (const auto& words : wordsOfSegments)
-        for (const WordTiming& word : words)
+    for (const TranscriptionSegment& segment : segments)
+        for (const WordTiming& word : *segment.words)
             if (duration(word) != 0)
                 durations.push_back(duration(word));
     if (durations.empty())

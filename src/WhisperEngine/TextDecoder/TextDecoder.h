@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -20,11 +21,21 @@ class Clock;
 
 namespace fenlo::whisper {
 
+class CacheStepper;
 class TokenSampler;
 class WhisperTokenizer;
 
 /// Sees the text of a window grow, after each step. False ends the window with what there is.
 using TranscriptionCallback = std::function<bool(const TranscriptionProgress&)>;
+
+/// What a window's decoding is told beside its arrays and options.
+struct WindowContext {
+    std::string language; // a code
+    int windowId = 0;     // told to the callback
+    TranscriptionCallback callback;
+    TranscriptionTimings& timings;
+    std::stop_token stop;
+};
 
 /// Turns the embeddings of one window into tokens, a model call for each, with the key and value cache held here.
 ///
@@ -54,11 +65,9 @@ public:
     void prefillDecoderInputs(DecodingInputs& inputs, const DecodingOptions& options,
                               const std::string& language) const;
 
-    /// `windowId` is told to the callback.
+    /// `inputs` hold the prompt; `encoderOutput` is attached.
     DecodingResult decodeText(const AudioEmbeddings& encoderOutput, DecodingInputs& inputs, TokenSampler& sampler,
-                              const DecodingOptions& options, const std::string& language, int windowId,
-                              const TranscriptionCallback& callback, TranscriptionTimings& timings,
-                              std::stop_token stop) const;
+                              const DecodingOptions& options, const WindowContext& window) const;
 
     /// One step from the start-of-transcript token: the language with its probability beside all others.
     DecodingResult detectLanguage(const AudioEmbeddings& encoderOutput, DecodingInputs& inputs, TokenSampler& sampler,
@@ -69,17 +78,17 @@ public:
     EarlyStopActor& earlyStopActor() const { return m_earlyStopActor; }
 
 private:
+    class WindowDecoding;
+
     struct Sizes {
         int kvCacheEmbedDim = 0;
         int kvCacheMaxSequenceLength = 0;
         int logits = 0;
-        int audioFrames = 0;
     };
 
     LogitsFilters filtersFor(const DecodingOptions& options, int sampleBegin) const;
-    /// Runs the model on `token` at the next position and writes its keys, values and alignment into the inputs.
-    void step(int token, const AudioEmbeddings& encoderOutput, DecodingInputs& inputs, std::span<float> logits,
-              TextDecoderModel::Scratch& scratch, TranscriptionTimings& timings) const;
+    /// A step of the cache, timed.
+    void step(CacheStepper& stepper, int token, std::span<float> logits, TranscriptionTimings& timings) const;
 
     std::shared_ptr<const TextDecoderModel> m_model;
     std::shared_ptr<const TextDecoderContextPrefillModel> m_prefillData;

@@ -17,7 +17,7 @@ float compressionRatio(std::string_view text, const Logging& logging) {
     const int status = ::compress2(compressed.data(), &size, reinterpret_cast<const Bytef*>(text.data()),
                                    static_cast<uLong>(text.size()), Z_DEFAULT_COMPRESSION);
     if (status != Z_OK) {
-        logging.error(std::string("Compression error: ") + ::zError(status));
+        logging.error("Compression error: {}", ::zError(status));
         return 1;
     }
     return static_cast<float>(text.size()) / static_cast<float>(size);

@@ -87,4 +87,8 @@ float logSumExp(std::span<const float> logits, float maximum) {
     return maximum + std::log(sum);
 }
 
+float probabilityOf(int token, std::span<const float> logits, float logSum) {
+    return std::exp(logits[static_cast<std::size_t>(token)] - logSum);
+}
+
 } // namespace fenlo::whisper

@@ -18,4 +18,7 @@ float maximumScore(std::span<const float> logits);
 /// log(sum(exp(score))); `maximum` is maximumScore(logits). A NaN among the scores makes the sum one.
 float logSumExp(std::span<const float> logits, float maximum);
 
+/// Of one token by the softmax of the scores; `logSum` is logSumExp() of them all.
+float probabilityOf(int token, std::span<const float> logits, float logSum);
+
 } // namespace fenlo::whisper

@@ -19,8 +19,8 @@ constexpr float voiceAboveNoise = 2; // times the quietest tenth of the frames
 
 } // namespace
 
-EnergyVAD::EnergyVAD(int sampleRate, float frameLength, float frameOverlap, float energyThreshold)
-    : VoiceActivityDetector(sampleRate, toSamples(frameLength, sampleRate), toSamples(frameOverlap, sampleRate)),
+EnergyVAD::EnergyVAD(int rate, float frameLength, float frameOverlap, float energyThreshold)
+    : VoiceActivityDetector(rate, toSamples(frameLength, rate), toSamples(frameOverlap, rate)),
       m_energyThreshold(energyThreshold) {}
 
 EnergyVAD energyVadFor(std::span<const float> recording) {

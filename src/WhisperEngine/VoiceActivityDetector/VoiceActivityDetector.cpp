@@ -7,8 +7,8 @@
 
 namespace fenlo::whisper {
 
-VoiceActivityDetector::VoiceActivityDetector(int sampleRate, int frameLengthSamples, int frameOverlapSamples)
-    : m_sampleRate(sampleRate), m_frameLengthSamples(frameLengthSamples), m_frameOverlapSamples(frameOverlapSamples) {
+VoiceActivityDetector::VoiceActivityDetector(int rate, int frameLengthSamples, int frameOverlapSamples)
+    : m_sampleRate(rate), m_frameLengthSamples(frameLengthSamples), m_frameOverlapSamples(frameOverlapSamples) {
     if (frameLengthSamples <= 0 || frameOverlapSamples < 0 || frameOverlapSamples >= frameLengthSamples)
         throw WhisperError(WhisperError::Kind::initializationError,
                            "voice activity: frames of " + std::to_string(frameLengthSamples) + " samples with " +

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "WhisperEngine/AudioTime.h"
+
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -15,7 +17,7 @@ namespace fenlo::whisper {
 /// Units:  rate in hertz, frame length and overlap in samples.
 class VoiceActivityDetector {
 public:
-    VoiceActivityDetector(int sampleRate, int frameLengthSamples, int frameOverlapSamples = 0);
+    VoiceActivityDetector(int rate, int frameLengthSamples, int frameOverlapSamples = 0);
     virtual ~VoiceActivityDetector() = default;
 
     virtual std::vector<bool> voiceActivity(std::span<const float> waveform) const = 0;
@@ -42,7 +44,7 @@ private:
 class EnergyVAD final : public VoiceActivityDetector {
 public:
     /// `frameLength` and `frameOverlap` in seconds.
-    explicit EnergyVAD(int sampleRate = 16000, float frameLength = 0.1f, float frameOverlap = 0.0f,
+    explicit EnergyVAD(int rate = whisper::sampleRate, float frameLength = 0.1f, float frameOverlap = 0.0f,
                        float energyThreshold = 0.02f);
     std::vector<bool> voiceActivity(std::span<const float> waveform) const override;
     float energyThreshold() const { return m_energyThreshold; }
@@ -51,8 +53,8 @@ private:
     float m_energyThreshold;
 };
 
-/// For one recording: the stock threshold is lowered where the whole recording is quieter, and raised above a noise that
-/// is there all the time.
+/// For one recording: the stock threshold is lowered where the whole recording is quieter, and raised above a noise
+/// that is there all the time.
 EnergyVAD energyVadFor(std::span<const float> recording);
 
 } // namespace fenlo::whisper

@@ -46,7 +46,7 @@ InstructionWish readWish() {
 InstructionChoice settle(const InstructionTrial& trial) {
     InstructionChoice choice = chooseInstructionSet(readProcessor(), readWish(), trial);
     if (!choice.warning.empty())
-        log("[Fenlo] " + choice.warning);
+        logInfo("{}", choice.warning);
     const Step& step = stepOf(choice.used);
     hwy::DisableTargets(step.withoutTargets);
     dnnl::set_max_cpu_isa(step.library);

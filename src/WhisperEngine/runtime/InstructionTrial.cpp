@@ -108,7 +108,7 @@ InstructionTrial trialInChild(std::function<std::vector<std::string>(Instruction
     return [command = std::move(command)](InstructionSet step) -> TrialResult {
         pid_t process = 0;
         if (const int error = spawn(command(step), process); error != 0) {
-            log("[Fenlo] the engine's instructions cannot be tried out: " + std::string(::strerror(error)));
+            logInfo("the engine's instructions cannot be tried out: {}", ::strerror(error));
             return {"", false};
         }
         int status = 0;
@@ -117,7 +117,7 @@ InstructionTrial trialInChild(std::function<std::vector<std::string>(Instruction
                 return {"", false};
         TrialResult result = resultOf(status);
         if (!result.fault.empty())
-            log("[Fenlo] ERROR: the engine does not use " + std::string(nameOf(step)) + ": " + result.fault);
+            logError("the engine does not use {}: {}", nameOf(step), result.fault);
         return result;
     };
 }

@@ -48,8 +48,10 @@ protected:
     std::vector<TranscriptionSegment> add(const std::vector<TranscriptionSegment>& segments,
                                           const AlignmentWeights& weights, int seek = 0, int size = 30 * sampleRate,
                                           float lastSpeech = 0) {
-        return seeker.addWordTimestamps(segments, weights, tokenizer(), "en", seek, size, lastSpeech, {}, timings,
-                                        logging);
+        return seeker.addWordTimestamps(segments, weights, {seek, size, lastSpeech}, contextOf("en"));
+    }
+    AlignmentContext contextOf(const std::string& language) {
+        return {.tokenizer = tokenizer(), .language = language, .timings = timings, .logging = logging};
     }
     std::string faultOf(const std::vector<TranscriptionSegment>& segments, const AlignmentWeights& weights) {
         try {
@@ -106,7 +108,7 @@ TEST_F(Words, CharactersAreWordsWhereNoBlanksStand) {
     const std::vector<float> values(text.size() * 100, 0.01F);
     const std::vector<float> logProbs(text.size());
     const AlignmentWeights weights{.values = values, .tokens = static_cast<int>(text.size()), .frames = 100};
-    EXPECT_EQ(seeker.findAlignment(text, weights, logProbs, tokenizer(), "ja", timings, logging).size(), 3u);
+    EXPECT_EQ(seeker.findAlignment(text, weights, logProbs, contextOf("ja")).size(), 3u);
 }
 
 TEST_F(Words, WrongShapes_AreRefused) {

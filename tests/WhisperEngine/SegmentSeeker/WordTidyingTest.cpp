@@ -59,7 +59,12 @@ TEST(MergePunctuations, KeepsTokensInOrderAndEndsWithTheMark) {
 }
 
 TEST(WordDurations, AreTheMedianUpToALimit) {
-    const auto median = [](std::vector<std::vector<WordTiming>> words) { return wordDurations(words).median; };
+    const auto median = [](const std::vector<std::vector<WordTiming>>& words) {
+        std::vector<TranscriptionSegment> segments(words.size());
+        for (std::size_t i = 0; i < words.size(); ++i)
+            segments[i].words = words[i];
+        return wordDurations(segments).median;
+    };
     EXPECT_EQ(median({}), 0);
     EXPECT_EQ(median({{word("a", 1, 1)}}), 0) << "what takes no time does not count";
     EXPECT_FLOAT_EQ(median({{word("a", 0, 0.25F), word("b", 1, 1.5F)}, {word("c", 2, 2), word("d", 3, 3.625F)}}), 0.5F);

@@ -48,7 +48,9 @@ protected:
         AudioEmbeddings embeddings;
         decoder.attach(embeddings);
         TranscriptionTimings timings;
-        return decoder.decodeText(embeddings, inputs, sampler, options, "en", 0, callback, timings, stop.get_token());
+        return decoder.decodeText(
+            embeddings, inputs, sampler, options,
+            {.language = "en", .callback = callback, .timings = timings, .stop = stop.get_token()});
     }
 
     std::vector<int> sampled(const DecodingResult& result) const {

@@ -4,7 +4,6 @@
 #include "base/Files.h"
 #include "base/Json.h"
 
-#include <algorithm>
 #include <cstring>
 #include <map>
 
@@ -72,25 +71,14 @@ AudioEmbeddings embeddingsOf(const Networks& nets, const nlohmann::json& sample)
     return embeddings;
 }
 
-Decoding::Decoding(const TextDecoderModel& model)
-    : logits(static_cast<std::size_t>(model.logitsSize().value())),
-      alignment(static_cast<std::size_t>(model.audioFrames())), m_model(model),
-      m_width(static_cast<std::size_t>(model.kvCacheEmbedDim().value())),
-      m_positions(static_cast<std::size_t>(model.kvCacheMaxSequenceLength().value())), m_keys(m_positions * m_width),
-      m_values(m_keys.size()), m_keyUpdate(m_width), m_valueUpdate(m_width), m_updateMask(m_positions),
-      m_paddingMask(m_positions, -1e4f), m_scratch(model.makeScratch()) {}
+Decoding::Decoding(const TextDecoderModel& model, const AudioEmbeddings& embeddings)
+    : inputs(DecodingInputs::forModel(model, model.kvCacheMaxSequenceLength().value(), true)),
+      stepper(model, embeddings, inputs), logits(static_cast<std::size_t>(model.logitsSize().value())) {}
 
-void Decoding::step(int token, const AudioEmbeddings& embeddings) {
-    const auto position = static_cast<std::size_t>(m_length);
-    m_paddingMask[position] = 0.0f;
-    m_updateMask[position] = 1.0f;
-    const TextDecoderInputs inputs{token,         m_length,    m_keys, m_values, m_updateMask,
-                                   m_paddingMask, &embeddings, true,   true};
-    m_model.predict(inputs, {logits, m_keyUpdate, m_valueUpdate, alignment}, *m_scratch);
-    std::ranges::copy(m_keyUpdate, m_keys.begin() + static_cast<std::ptrdiff_t>(position * m_width));
-    std::ranges::copy(m_valueUpdate, m_values.begin() + static_cast<std::ptrdiff_t>(position * m_width));
-    m_updateMask[position] = 0.0f;
-    ++m_length;
+std::span<const float> Decoding::alignment() const {
+    const std::size_t frames = inputs.alignmentWeights.size() / static_cast<std::size_t>(inputs.positions());
+    return std::span(inputs.alignmentWeights)
+        .subspan(static_cast<std::size_t>(inputs.cacheLength - 1) * frames, frames);
 }
 
 } // namespace fenlo::test

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "WhisperEngine/TextDecoder/CacheStepper.h"
+#include "WhisperEngine/TextDecoder/DecodingInputs.h"
 #include "WhisperEngine/network/ModelFiles.h"
 
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <span>
 #include <vector>
 
 namespace fenlo::test {
@@ -25,21 +28,16 @@ std::vector<float> readDump(const nlohmann::json& dump);
 std::vector<float> melOf(const Networks& nets, const nlohmann::json& sample);
 whisper::AudioEmbeddings embeddingsOf(const Networks& nets, const nlohmann::json& sample); // attached
 
-/// A decoder with its cache, as the decoding loop keeps it.
-class Decoding {
-public:
-    explicit Decoding(const whisper::TextDecoderModel& model);
+/// A decoder with its cache, and the scores of its last step.
+struct Decoding {
+    Decoding(const whisper::TextDecoderModel& model, const whisper::AudioEmbeddings& embeddings);
 
-    void step(int token, const whisper::AudioEmbeddings& embeddings);
+    void step(int token) { stepper.step(token, logits); }
+    std::span<const float> alignment() const; // of the last step
 
-    std::vector<float> logits, alignment; // of the last step
-
-private:
-    const whisper::TextDecoderModel& m_model;
-    std::size_t m_width, m_positions;
-    std::vector<float> m_keys, m_values, m_keyUpdate, m_valueUpdate, m_updateMask, m_paddingMask;
-    std::unique_ptr<whisper::TextDecoderModel::Scratch> m_scratch;
-    int m_length = 0;
+    whisper::DecodingInputs inputs;
+    whisper::CacheStepper stepper;
+    std::vector<float> logits;
 };
 
 } // namespace fenlo::test

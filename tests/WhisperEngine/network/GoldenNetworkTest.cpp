@@ -25,11 +25,11 @@ float largestDifference(std::span<const float> actual, std::span<const float> ex
 std::vector<int> greedyTokens(const TextDecoderModel& decoder, const AudioEmbeddings& embeddings) {
     constexpr int startOfTranscript = 50257, endOfText = 50256, noTimestamps = 50362, longest = 80;
     static const ModelConfig config = readModelConfig(DEMO_MODEL_FOLDER);
-    Decoding decoding(decoder);
+    Decoding decoding(decoder, embeddings);
     std::vector<int> tokens;
-    decoding.step(startOfTranscript, embeddings);
+    decoding.step(startOfTranscript);
     for (int next = noTimestamps; tokens.size() < longest; tokens.push_back(next)) {
-        decoding.step(next, embeddings);
+        decoding.step(next);
         const auto suppress = [&](const std::vector<int>& some) {
             for (const int token : some)
                 decoding.logits[static_cast<std::size_t>(token)] = -INFINITY;
@@ -65,10 +65,10 @@ TEST(GoldenNetwork, EachPartOfTheReferencePrecisionGivesTheReferenceValues) {
         embeddings.encoder_output_embeds = expected;
         nets.decoder->attach(embeddings);
         const std::vector<float> logits = readDump(sample["dumps"]["logits"]);
-        Decoding decoding(*nets.decoder);
+        Decoding decoding(*nets.decoder, embeddings);
         int token = 50257;
         for (std::size_t row = 0; row < 5; ++row) {
-            decoding.step(token, embeddings);
+            decoding.step(token);
             const auto reference = std::span(logits).subspan(row * decoding.logits.size(), decoding.logits.size());
             EXPECT_LT(largestDifference(decoding.logits, reference), 1e-3f) << "step " << row;
             token = sample["with_timestamps"]["tokens"][row];
@@ -84,11 +84,11 @@ TEST(GoldenNetwork, EightBitWeightsKeepTheBestTokenOfEachStep) {
             continue;
         const AudioEmbeddings embeddings = embeddingsOf(nets, sample);
         const std::vector<float> logits = readDump(sample["dumps"]["logits"]);
-        Decoding decoding(*nets.decoder);
+        Decoding decoding(*nets.decoder, embeddings);
         const int size = static_cast<int>(decoding.logits.size());
         int token = 50257;
         for (int row = 0; row < 5; ++row) {
-            decoding.step(token, embeddings);
+            decoding.step(token);
             EXPECT_EQ(kernels::argMax(decoding.logits.data(), size),
                       kernels::argMax(logits.data() + static_cast<std::ptrdiff_t>(row) * size, size))
                 << sample["file"] << ", step " << row;
@@ -112,10 +112,10 @@ TEST(GoldenNetwork, GivesTheSameBits_WhateverTheThreads) {
         for (const int threads : {1, 2, 5}) {
             const Networks& nets = networks(unit, threads);
             const AudioEmbeddings embeddings = embeddingsOf(nets, sample);
-            Decoding decoding(*nets.decoder);
+            Decoding decoding(*nets.decoder, embeddings);
             std::vector<float> scores;
             for (const int token : {50257, 50362, 318, 257}) {
-                decoding.step(token, embeddings);
+                decoding.step(token);
                 scores.insert(scores.end(), decoding.logits.begin(), decoding.logits.end());
             }
             if (threads == 1) {
@@ -134,17 +134,17 @@ TEST(GoldenNetwork, AttentionToTheAudioMovesForward) {
     const Networks& nets = networks(ComputeUnit::automatic);
     const nlohmann::json sample = goldenSamples()[0];
     const AudioEmbeddings embeddings = embeddingsOf(nets, sample);
-    Decoding decoding(*nets.decoder);
+    Decoding decoding(*nets.decoder, embeddings);
     std::vector<int> peaks;
     for (const int token : {50257, 50362}) // the prompt
-        decoding.step(token, embeddings);
+        decoding.step(token);
     for (const int token : sample["no_timestamps"]["tokens"]) {
-        decoding.step(token, embeddings);
+        decoding.step(token);
         float sum = 0;
-        for (const float weight : decoding.alignment)
+        for (const float weight : decoding.alignment())
             sum += weight;
         EXPECT_NEAR(sum, 1.0f, 1e-3f);
-        peaks.push_back(kernels::argMax(decoding.alignment.data(), static_cast<int>(decoding.alignment.size())));
+        peaks.push_back(kernels::argMax(decoding.alignment().data(), static_cast<int>(decoding.alignment().size())));
     }
     // Frames of 0.02 s: the sentence lies between 0.74 and 4.07 s of the clip.
     EXPECT_TRUE(std::ranges::is_sorted(peaks)) << testing::PrintToString(peaks);

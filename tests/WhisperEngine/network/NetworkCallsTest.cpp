@@ -15,9 +15,9 @@ TEST(NetworkCalls, OneModelServesTwoThreadsAtOnceAndRepeatsBitForBit) {
     const nlohmann::json sample = goldenSamples()[1];
     const auto lastLogits = [&] {
         const AudioEmbeddings embeddings = embeddingsOf(nets, sample);
-        Decoding decoding(*nets.decoder);
+        Decoding decoding(*nets.decoder, embeddings);
         for (const int token : {50257, 50362, 775, 815})
-            decoding.step(token, embeddings);
+            decoding.step(token);
         return decoding.logits;
     };
     const std::vector<float> alone = lastLogits();
@@ -37,22 +37,22 @@ TEST(NetworkCalls, CallsWithWrongSizesAreRefused) {
     EXPECT_THROW(nets.mel->predict(few, few), WhisperError);
     EXPECT_THROW(nets.encoder->predict(few, embeddings), WhisperError);
     EXPECT_THROW(nets.decoder->attach(embeddings), WhisperError);
-    Decoding decoding(*nets.decoder);
-    EXPECT_THROW(decoding.step(50257, embeddings), WhisperError); // not attached
+    Decoding decoding(*nets.decoder, embeddings);
+    EXPECT_THROW(decoding.step(50257), WhisperError); // not attached
     embeddings.encoder_output_embeds.resize(1500 * 128);
     nets.decoder->attach(embeddings);
-    EXPECT_THROW(decoding.step(-1, embeddings), WhisperError);
-    EXPECT_THROW(decoding.step(51864, embeddings), WhisperError);
-    EXPECT_NO_THROW(decoding.step(51863, embeddings));
+    EXPECT_THROW(decoding.step(-1), WhisperError);
+    EXPECT_THROW(decoding.step(51864), WhisperError);
+    EXPECT_NO_THROW(decoding.step(51863));
 }
 
 TEST(NetworkCalls, AStepOfTheDecoderAllocatesNothing) {
     const Networks& nets = networks(ComputeUnit::automatic);
     const AudioEmbeddings embeddings = embeddingsOf(nets, goldenSamples()[1]);
-    Decoding decoding(*nets.decoder);
-    decoding.step(50257, embeddings);
+    Decoding decoding(*nets.decoder, embeddings);
+    decoding.step(50257);
     const int before = allocationCount();
     for (const int token : {50362, 775, 815, 2198})
-        decoding.step(token, embeddings);
+        decoding.step(token);
     EXPECT_EQ(allocationCount(), before);
 }

@@ -97,9 +97,9 @@ Outputs run(const Networks& nets, const std::vector<int>& tokens) {
     nets.encoder->predict(outputs.mel, embeddings);
     outputs.encoder = embeddings.encoder_output_embeds;
     nets.decoder->attach(embeddings);
-    test::Decoding decoding(*nets.decoder);
+    test::Decoding decoding(*nets.decoder, embeddings);
     for (const int token : tokens) {
-        decoding.step(token, embeddings);
+        decoding.step(token);
         outputs.logits.push_back(decoding.logits);
     }
     return outputs;
