@@ -3,8 +3,7 @@
 #include <limits>
 #include <span>
 
-/// Arithmetic on the scores of one step, which has to be done again for every token: some fifty thousand numbers, so
-/// the loops are written in independent lanes that the compiler turns into vector code.
+/// Arithmetic on the scores of one step: some fifty thousand numbers, again for every token.
 namespace fenlo::whisper {
 
 inline constexpr float forbiddenScore = -std::numeric_limits<float>::infinity();

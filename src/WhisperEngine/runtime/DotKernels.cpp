@@ -9,14 +9,12 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "WhisperEngine/runtime/RowVectors-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace fenlo::whisper::kernels::HWY_NAMESPACE {
 namespace {
 
-namespace hn = hwy::HWY_NAMESPACE;
-
-const hn::ScalableTag<float> floats;
-using Floats = hn::Vec<decltype(floats)>;
 const hn::Rebind<hwy::float16_t, decltype(floats)> halves;
 
 // Rows are floats or, for the cache of a whole window, floats of half precision.
@@ -51,7 +49,7 @@ float dot(const Number* row, const float* x, std::size_t count) {
     }
     for (; j + lanes <= count; j += lanes)
         sum0 = hn::MulAdd(load(row + j), load(x + j), sum0);
-    float sum = hn::GetLane(hn::SumOfLanes(floats, hn::Add(hn::Add(sum0, sum1), hn::Add(sum2, sum3))));
+    float sum = total(hn::Add(hn::Add(sum0, sum1), hn::Add(sum2, sum3)));
     for (; j < count; ++j)
         sum += single(row[j]) * x[j];
     return sum;

@@ -37,10 +37,10 @@ void gelu(float* values, int count);
 
 void add(float* dst, const float* src, int count);
 
-/// The largest value's index, the first of equals.
-int argMax(const float* values, int count);
-/// log(sum(exp(values))), with the maximum subtracted first; minus infinity for none.
-float logSumExp(const float* values, int count);
+/// The largest value; minus infinity for none. A NaN is never the largest.
+float largest(const float* values, int count);
+/// log(sum(exp(values))); `maximum` is largest(values, count). A NaN among the values makes the sum one.
+float logSumExp(const float* values, int count, float maximum);
 
 /// One query against cached keys and values of one head: scores[p] = query . key_p + mask[p] (mask may be null),
 /// softmax, dst = sum of scores[p] * value_p. `stride` is the distance between two positions in floats. `scores`
@@ -67,8 +67,8 @@ void layerNorm(const float* src, const float* gain, const float* shift, float* d
 void softmax(float* values, int count);
 void gelu(float* values, int count);
 void add(float* dst, const float* src, int count);
-int argMax(const float* values, int count);
-float logSumExp(const float* values, int count);
+float largest(const float* values, int count);
+float logSumExp(const float* values, int count, float maximum);
 void attendOne(const float* query, const float* keys, const float* values, std::size_t stride, const float* mask,
                float* scores, float* dst, int positions, int headWidth);
 } // namespace reference

@@ -32,17 +32,17 @@ void matVecInt8(const std::int8_t* weights, const float* rowScales, const float*
 }
 
 float quantize(const float* src, std::int8_t* dst, int count) {
-    float largest = 0.0F;
+    float widest = 0.0F;
     for (int i = 0; i < count; ++i)
-        largest = std::max(largest, std::fabs(src[i]));
-    const float toInteger = largest > 0.0F ? 127.0F / largest : 0.0F;
+        widest = std::max(widest, std::fabs(src[i]));
+    const float toInteger = widest > 0.0F ? 127.0F / widest : 0.0F;
     if (!std::isfinite(toInteger) || toInteger == 0.0F) { // zeros, or so small or large that no scale is a number
         std::fill_n(dst, count, std::int8_t{0});
         return 0.0F;
     }
     for (int i = 0; i < count; ++i)
         dst[i] = static_cast<std::int8_t>(std::nearbyint(src[i] * toInteger));
-    return largest / 127.0F;
+    return widest / 127.0F;
 }
 
 void rescale(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst, int count) {
@@ -66,10 +66,10 @@ void layerNorm(const float* src, const float* gain, const float* shift, float* d
 void softmax(float* values, int count) {
     if (count <= 0)
         return;
-    const float largest = *std::max_element(values, values + count);
+    const float maximum = largest(values, count);
     double sum = 0.0;
     for (int i = 0; i < count; ++i) {
-        values[i] = std::exp(values[i] - largest);
+        values[i] = std::exp(values[i] - maximum);
         sum += values[i];
     }
     for (int i = 0; i < count; ++i)
@@ -88,20 +88,20 @@ void add(float* dst, const float* src, int count) {
         dst[i] += src[i];
 }
 
-int argMax(const float* values, int count) {
-    return static_cast<int>(std::max_element(values, values + count) - values);
+float largest(const float* values, int count) {
+    float found = -std::numeric_limits<float>::infinity();
+    for (int i = 0; i < count; ++i)
+        found = values[i] > found ? values[i] : found;
+    return found;
 }
 
-float logSumExp(const float* values, int count) {
-    if (count <= 0)
-        return -std::numeric_limits<float>::infinity();
-    const float largest = *std::max_element(values, values + count);
-    if (std::isinf(largest))
-        return largest;
+float logSumExp(const float* values, int count, float maximum) {
+    if (std::isinf(maximum))
+        return maximum;
     double sum = 0.0;
     for (int i = 0; i < count; ++i)
-        sum += std::exp(values[i] - largest);
-    return static_cast<float>(largest + std::log(sum));
+        sum += std::exp(values[i] - maximum);
+    return static_cast<float>(maximum + std::log(sum));
 }
 
 void attendOne(const float* query, const float* keys, const float* values, std::size_t stride, const float* mask,

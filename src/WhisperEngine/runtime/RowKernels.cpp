@@ -87,18 +87,74 @@ void addRow(float* dst, const float* src, std::size_t count) {
         dst[i] += src[i];
 }
 
-std::size_t indexOf(const float* values, std::size_t count, float wanted) {
-    const std::size_t lanes = hn::Lanes(floats);
-    const Floats same = hn::Set(floats, wanted);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        const auto found = hn::FindFirstTrue(floats, hn::Eq(hn::LoadU(floats, values + i), same));
-        if (found >= 0)
-            return i + static_cast<std::size_t>(found);
-    }
-    while (i < count && values[i] != wanted)
-        ++i;
-    return i < count ? i : 0; // values that are no numbers equal nothing
+/// exp(x) for x <= 0, off by at most 2.5e-7 of its value; 0 below -87, where floats lose digits; NaN for NaN.
+///
+/// x = n ln 2 + r, so exp(x) = 2^n exp(r) with |r| <= ln 2 / 2. The polynomial is the one of its degree with value and
+/// slope 1 at zero whose largest relative error there is the least: 1.05e-7.
+HWY_INLINE Floats expOf(Floats x) {
+    const hn::RebindToSigned<decltype(floats)> ints;
+    const auto n = hn::NearestInt(hn::Mul(x, hn::Set(floats, 1.44269504F)));
+    const Floats whole = hn::ConvertTo(floats, n);
+    // ln 2 in two parts, the first of few digits, so that its multiples are exact.
+    Floats r = hn::NegMulAdd(whole, hn::Set(floats, 0.693145752F), x);
+    r = hn::NegMulAdd(whole, hn::Set(floats, 1.42860677e-6F), r);
+    Floats poly = hn::Set(floats, 0.008312501944601536F);
+    poly = hn::MulAdd(poly, r, hn::Set(floats, 0.041890330612659454F));
+    poly = hn::MulAdd(poly, r, hn::Set(floats, 0.16667115688323975F));
+    poly = hn::MulAdd(poly, r, hn::Set(floats, 0.499992311000824F));
+    poly = hn::MulAdd(poly, r, hn::Set(floats, 1.0F));
+    poly = hn::MulAdd(poly, r, hn::Set(floats, 1.0F));
+    const Floats power = hn::BitCast(floats, hn::ShiftLeft<23>(hn::Add(n, hn::Set(ints, 127))));
+    return hn::IfThenZeroElse(hn::Lt(x, hn::Set(floats, -87.0F)), hn::Mul(poly, power));
+}
+
+/// Comparisons leave a NaN out, which the processors' own maximum does or does not.
+float largestOf(const float* values, std::size_t count) {
+    Floats found = hn::Set(floats, -std::numeric_limits<float>::infinity());
+    forEach(values, count, -std::numeric_limits<float>::infinity(),
+            [&found](Floats v, std::size_t) { found = hn::IfThenElse(hn::Gt(v, found), v, found); });
+    return hn::GetLane(hn::MaxOfLanes(floats, found));
+}
+
+float sumOfExponentials(const float* values, std::size_t count, float subtrahend) {
+    const Floats less = hn::Set(floats, subtrahend);
+    Floats sums = hn::Zero(floats);
+    forEach(values, count, -std::numeric_limits<float>::infinity(),
+            [&](Floats v, std::size_t) { sums = hn::Add(sums, expOf(hn::Sub(v, less))); });
+    return total(sums);
+}
+
+void softmaxRow(float* values, std::size_t count) {
+    const Floats less = hn::Set(floats, largestOf(values, count));
+    Floats sums = hn::Zero(floats);
+    forEach(values, count, -std::numeric_limits<float>::infinity(), [&](Floats v, std::size_t at) {
+        const Floats e = expOf(hn::Sub(v, less));
+        sums = hn::Add(sums, e);
+        store(e, values, at, count);
+    });
+    const Floats share = hn::Set(floats, 1.0F / total(sums));
+    forEach(values, count, 0.0F, [&](Floats v, std::size_t at) { store(hn::Mul(v, share), values, at, count); });
+}
+
+/// x / 2 * erfc(-x / sqrt 2), with erfc(z) = (a1 t + ... + a5 t^5) exp(-z z), t = 1 / (1 + p z) for z >= 0. Abramowitz
+/// and Stegun, Handbook of Mathematical Functions, 7.1.26: off by at most 1.5e-7. The function's other half is 2 -
+/// erfc.
+HWY_INLINE Floats geluOf(Floats x) {
+    const Floats z = hn::Mul(hn::Abs(x), hn::Set(floats, 0.70710678F));
+    const Floats one = hn::Set(floats, 1.0F);
+    const Floats t = hn::Div(one, hn::MulAdd(hn::Set(floats, 0.3275911F), z, one));
+    Floats poly = hn::Set(floats, 1.061405429F);
+    poly = hn::MulAdd(poly, t, hn::Set(floats, -1.453152027F));
+    poly = hn::MulAdd(poly, t, hn::Set(floats, 1.421413741F));
+    poly = hn::MulAdd(poly, t, hn::Set(floats, -0.284496736F));
+    poly = hn::MulAdd(poly, t, hn::Set(floats, 0.254829592F));
+    const Floats half = hn::Mul(hn::Set(floats, 0.5F), hn::Mul(x, hn::Mul(poly, t)));
+    const Floats tail = hn::Mul(half, expOf(hn::Neg(hn::Mul(z, z))));
+    return hn::IfThenElse(hn::Lt(x, hn::Zero(floats)), tail, hn::Sub(x, tail));
+}
+
+void geluRow(float* values, std::size_t count) {
+    forEach(values, count, 0.0F, [&](Floats v, std::size_t at) { store(geluOf(v), values, at, count); });
 }
 
 } // namespace
@@ -113,8 +169,10 @@ HWY_EXPORT(quantizeRow);
 HWY_EXPORT(rescaleRow);
 HWY_EXPORT(normalizeRow);
 HWY_EXPORT(addRow);
-HWY_EXPORT(largest);
-HWY_EXPORT(indexOf);
+HWY_EXPORT(largestOf);
+HWY_EXPORT(sumOfExponentials);
+HWY_EXPORT(softmaxRow);
+HWY_EXPORT(geluRow);
 
 std::size_t size(int count) {
     return static_cast<std::size_t>(std::max(count, 0));
@@ -142,10 +200,29 @@ void add(float* dst, const float* src, int count) {
     HWY_DYNAMIC_DISPATCH(addRow)(dst, src, size(count));
 }
 
-int argMax(const float* values, int count) {
+float largest(const float* values, int count) {
     allowedInstructionSet();
-    const float best = HWY_DYNAMIC_DISPATCH(largest)(values, size(count));
-    return static_cast<int>(HWY_DYNAMIC_DISPATCH(indexOf)(values, size(count), best));
+    return HWY_DYNAMIC_DISPATCH(largestOf)(values, size(count));
+}
+
+float logSumExp(const float* values, int count, float maximum) {
+    if (std::isinf(maximum))
+        return maximum;
+    allowedInstructionSet();
+    double sum = 0.0; // a whole vocabulary in one float would lose its last digits
+    for (int from = 0; from < count; from += 1024)
+        sum += HWY_DYNAMIC_DISPATCH(sumOfExponentials)(values + from, size(std::min(1024, count - from)), maximum);
+    return static_cast<float>(maximum + std::log(sum));
+}
+
+void softmax(float* values, int count) {
+    allowedInstructionSet();
+    HWY_DYNAMIC_DISPATCH(softmaxRow)(values, size(count));
+}
+
+void gelu(float* values, int count) {
+    allowedInstructionSet();
+    HWY_DYNAMIC_DISPATCH(geluRow)(values, size(count));
 }
 
 } // namespace fenlo::whisper::kernels

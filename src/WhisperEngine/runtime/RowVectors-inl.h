@@ -1,4 +1,4 @@
-// What the row kernels share, in each of their instruction sets.
+// What the kernels share, in each of their instruction sets.
 
 #if defined(FENLO_ROW_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef FENLO_ROW_VECTORS_INL_H
@@ -10,7 +10,6 @@
 #include <hwy/highway.h>
 
 #include <cstddef>
-#include <limits>
 
 HWY_BEFORE_NAMESPACE();
 namespace fenlo::whisper::kernels::HWY_NAMESPACE {
@@ -48,13 +47,6 @@ HWY_INLINE void store(Floats value, float* dst, std::size_t at, std::size_t coun
 
 HWY_INLINE float total(Floats sums) {
     return hn::GetLane(hn::SumOfLanes(floats, sums));
-}
-
-[[maybe_unused]] float largest(const float* values, std::size_t count) {
-    Floats found = hn::Set(floats, -std::numeric_limits<float>::infinity());
-    forEach(values, count, -std::numeric_limits<float>::infinity(),
-            [&found](Floats v, std::size_t) { found = hn::Max(found, v); });
-    return hn::GetLane(hn::MaxOfLanes(floats, found));
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 
 #include "WhisperEngine/network/GoldenModel.h"
 #include "WhisperEngine/network/ModelConfig.h"
-#include "WhisperEngine/runtime/Kernels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,6 +21,10 @@ float largestDifference(std::span<const float> actual, std::span<const float> ex
     return largest;
 }
 
+int indexOfLargest(std::span<const float> values) {
+    return static_cast<int>(std::ranges::max_element(values) - values.begin());
+}
+
 std::vector<int> greedyTokens(const TextDecoderModel& decoder, const AudioEmbeddings& embeddings) {
     constexpr int startOfTranscript = 50257, endOfText = 50256, noTimestamps = 50362, longest = 80;
     static const ModelConfig config = readModelConfig(DEMO_MODEL_FOLDER);
@@ -37,7 +40,7 @@ std::vector<int> greedyTokens(const TextDecoderModel& decoder, const AudioEmbedd
         suppress(config.suppressTokens);
         if (tokens.empty())
             suppress(config.beginSuppressTokens);
-        next = kernels::argMax(decoding.logits.data(), static_cast<int>(decoding.logits.size()));
+        next = indexOfLargest(decoding.logits);
         if (next == endOfText)
             break;
     }
@@ -85,14 +88,13 @@ TEST(GoldenNetwork, EightBitWeightsKeepTheBestTokenOfEachStep) {
         const AudioEmbeddings embeddings = embeddingsOf(nets, sample);
         const std::vector<float> logits = readDump(sample["dumps"]["logits"]);
         Decoding decoding(*nets.decoder, embeddings);
-        const int size = static_cast<int>(decoding.logits.size());
+        const std::size_t size = decoding.logits.size();
         int token = 50257;
-        for (int row = 0; row < 5; ++row) {
+        for (std::size_t row = 0; row < 5; ++row) {
             decoding.step(token);
-            EXPECT_EQ(kernels::argMax(decoding.logits.data(), size),
-                      kernels::argMax(logits.data() + static_cast<std::ptrdiff_t>(row) * size, size))
+            EXPECT_EQ(indexOfLargest(decoding.logits), indexOfLargest(std::span(logits).subspan(row * size, size)))
                 << sample["file"] << ", step " << row;
-            token = sample["with_timestamps"]["tokens"][static_cast<std::size_t>(row)];
+            token = sample["with_timestamps"]["tokens"][row];
         }
     }
 }
@@ -144,7 +146,7 @@ TEST(GoldenNetwork, AttentionToTheAudioMovesForward) {
         for (const float weight : decoding.alignment())
             sum += weight;
         EXPECT_NEAR(sum, 1.0f, 1e-3f);
-        peaks.push_back(kernels::argMax(decoding.alignment().data(), static_cast<int>(decoding.alignment().size())));
+        peaks.push_back(indexOfLargest(decoding.alignment()));
     }
     // Frames of 0.02 s: the sentence lies between 0.74 and 4.07 s of the clip.
     EXPECT_TRUE(std::ranges::is_sorted(peaks)) << testing::PrintToString(peaks);

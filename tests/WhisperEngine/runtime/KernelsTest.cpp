@@ -150,32 +150,27 @@ TEST(Kernels, Rescale_IsThePlainForm) {
     }
 }
 
-TEST(Kernels, ArgMax_IsTheFirstOfEquals) {
-    for (const Row row : rows()) {
-        auto values = randomFloats(row.count + row.start, 5);
-        const float* at = values.data() + row.start;
-        EXPECT_EQ(kernels::argMax(at, row.count), kernels::reference::argMax(at, row.count));
-        std::fill(values.begin() + row.start + row.count / 2, values.end(), 100.0F);
-        EXPECT_EQ(kernels::argMax(at, row.count), row.count / 2);
-    }
-    const std::vector<float> nothing(9, -infinity);
-    EXPECT_EQ(kernels::argMax(nothing.data(), 9), 0);
-}
-
-TEST(Kernels, LogSumExp_IsThePlainForm) {
+TEST(Kernels, LargestAndLogSumExp_AreThePlainForms) {
     for (const Row row : rows()) {
         auto values = randomFloats(row.count + row.start, 6, 8.0F);
         values[row.start + row.count / 2] += 500.0F; // would overflow without the maximum
         const float* at = values.data() + row.start;
-        const float expected = kernels::reference::logSumExp(at, row.count);
-        EXPECT_NEAR(kernels::logSumExp(at, row.count), expected, 4 * epsilon * std::fabs(expected));
+        const float most = kernels::largest(at, row.count);
+        EXPECT_EQ(most, kernels::reference::largest(at, row.count));
+        const float expected = kernels::reference::logSumExp(at, row.count, most);
+        EXPECT_NEAR(kernels::logSumExp(at, row.count, most), expected, 4 * epsilon * std::fabs(expected));
+        values[row.start] = NAN;
+        EXPECT_EQ(kernels::largest(at, row.count), kernels::reference::largest(at, row.count)) << row.count;
+        EXPECT_TRUE(std::isnan(kernels::logSumExp(at, row.count, most))) << row.count;
     }
     const auto vocabulary = randomFloats(51865, 7, 4.0F);
-    EXPECT_NEAR(kernels::logSumExp(vocabulary.data(), 51865), kernels::reference::logSumExp(vocabulary.data(), 51865),
-                1e-5F);
+    const float most = kernels::largest(vocabulary.data(), 51865);
+    EXPECT_NEAR(kernels::logSumExp(vocabulary.data(), 51865, most),
+                kernels::reference::logSumExp(vocabulary.data(), 51865, most), 1e-5F);
     const std::vector<float> nothing(9, -infinity);
-    EXPECT_EQ(kernels::logSumExp(nothing.data(), 9), -infinity);
-    EXPECT_EQ(kernels::logSumExp(nothing.data(), 0), -infinity);
+    EXPECT_EQ(kernels::largest(nothing.data(), 9), -infinity);
+    EXPECT_EQ(kernels::largest(nothing.data(), 0), -infinity);
+    EXPECT_EQ(kernels::logSumExp(nothing.data(), 9, -infinity), -infinity);
 }
 
 TEST(Kernels, MatVec_IsThePlainForm_AndEachRowTheSameInAnySplit) {
