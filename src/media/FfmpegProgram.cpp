@@ -1,5 +1,6 @@
 #include "media/FfmpegProgram.h"
 
+#include "base/ChildProcess.h"
 #include "media/AudioFileError.h"
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -19,24 +19,6 @@
 namespace fenlo {
 
 namespace {
-
-/// Runs a program with nothing on its standard input. Returns an error number of the start.
-int spawn(std::vector<std::string> arguments, int output, int complaints, pid_t& process) {
-    std::vector<char*> argv;
-    argv.reserve(arguments.size() + 1);
-    for (std::string& argument : arguments)
-        argv.push_back(argument.data());
-    argv.push_back(nullptr);
-
-    posix_spawn_file_actions_t streams;
-    ::posix_spawn_file_actions_init(&streams);
-    ::posix_spawn_file_actions_addopen(&streams, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    ::posix_spawn_file_actions_adddup2(&streams, output, STDOUT_FILENO);
-    ::posix_spawn_file_actions_adddup2(&streams, complaints, STDERR_FILENO);
-    const int error = ::posix_spawnp(&process, argv.front(), &streams, nullptr, argv.data(), environ);
-    ::posix_spawn_file_actions_destroy(&streams);
-    return error;
-}
 
 bool waitForEnd(pid_t process, int flags, siginfo_t& end) {
     while (::waitid(P_PID, static_cast<id_t>(process), &end, WEXITED | flags) != 0)
@@ -56,9 +38,10 @@ FfmpegProgram::FfmpegProgram(const std::filesystem::path& input, std::stop_token
         throw AudioFileError(input, std::string(std::strerror(errno)) + "; close some programs and try again");
     m_output = std::make_unique<Descriptor>(ends[0]);
     const Descriptor programEnd(ends[1]);
-    const int error = spawn({"ffmpeg", "-nostdin", "-loglevel", "error", "-protocol_whitelist", "file", "-i", source,
-                             "-map", "0:a:0", "-af", "aresample=async=1", "-c:a", "pcm_f32be", "-f", "au", "pipe:1"},
-                            programEnd.number(), m_complaints.number(), m_process);
+    const int error =
+        startChild({"ffmpeg", "-nostdin", "-loglevel", "error", "-protocol_whitelist", "file", "-i", source, "-map",
+                    "0:a:0", "-af", "aresample=async=1", "-c:a", "pcm_f32be", "-f", "au", "pipe:1"},
+                   {.output = programEnd.number(), .complaints = m_complaints.number()}, m_process);
     if (error != 0) {
         m_process = 0;
         throw AudioFileError(input, error == ENOENT

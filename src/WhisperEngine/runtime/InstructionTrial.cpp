@@ -1,6 +1,7 @@
 #include "WhisperEngine/runtime/InstructionTrial.h"
 
 #include "WhisperEngine/runtime/Processor.h"
+#include "base/ChildProcess.h"
 #include "base/Files.h"
 #include "base/Log.h"
 
@@ -8,42 +9,16 @@
 #include <csignal>
 #include <cstring>
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <map>
 #include <oneapi/dnnl/dnnl.hpp>
-#include <spawn.h>
 #include <sstream>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace fenlo::whisper {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// With nothing on its standard input, no signal blocked and no file of ours open. Returns an error number.
-int spawn(std::vector<std::string> command, pid_t& process) {
-    std::vector<char*> argv;
-    for (std::string& argument : command)
-        argv.push_back(argument.data());
-    argv.push_back(nullptr);
-
-    posix_spawn_file_actions_t files;
-    ::posix_spawn_file_actions_init(&files);
-    ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    ::posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
-    posix_spawnattr_t attributes;
-    ::posix_spawnattr_init(&attributes);
-    sigset_t none;
-    ::sigemptyset(&none);
-    ::posix_spawnattr_setsigmask(&attributes, &none);
-    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-    const int error = ::posix_spawn(&process, argv.front(), &files, &attributes, argv.data(), environ);
-    ::posix_spawnattr_destroy(&attributes);
-    ::posix_spawn_file_actions_destroy(&files);
-    return error;
-}
 
 TrialResult resultOf(int status) {
     if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
@@ -107,7 +82,7 @@ private:
 InstructionTrial trialInChild(std::function<std::vector<std::string>(InstructionSet)> command) {
     return [command = std::move(command)](InstructionSet step) -> TrialResult {
         pid_t process = 0;
-        if (const int error = spawn(command(step), process); error != 0) {
+        if (const int error = startChild(command(step), {}, process); error != 0) {
             logInfo("the engine's instructions cannot be tried out: {}", ::strerror(error));
             return {"", false};
         }

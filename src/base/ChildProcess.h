@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace fenlo {
+
+/// Where a child writes; -1 leaves it this program's own stream.
+struct ChildStreams {
+    int output = -1;
+    int complaints = -1; // its standard error
+};
+
+/// Starts a program that is looked up in PATH, or named by its path. It reads nothing on its standard input, no signal
+/// is blocked in it, and no other file of ours is open in it. The caller waits for its end.
+///
+/// Threads: any.
+/// Errors:  returns the error number of a failed start, and 0 otherwise.
+int startChild(std::vector<std::string> command, const ChildStreams& streams, pid_t& process);
+
+} // namespace fenlo

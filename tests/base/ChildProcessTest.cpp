@@ -1,0 +1,36 @@
+#include "base/ChildProcess.h"
+#include "base/Descriptor.h"
+#include "base/Files.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+using namespace fenlo;
+
+TEST(ChildProcess, ReadsNothing_IsBlockedInNoSignal_AndSeesNoFileOfOurs) {
+    const auto file = files::temporaryFile("child-", ".txt");
+    const Descriptor output(::open(file.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+    const Descriptor ours(::fcntl(output.number(), F_DUPFD, 40)); // open on exec
+    sigset_t blocked, before;
+    ::sigemptyset(&blocked);
+    ::sigaddset(&blocked, SIGTERM);
+    ::pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    pid_t process = 0;
+    const int error =
+        startChild({"sh", "-c", "cat; grep SigBlk /proc/self/status >&2; test -e /proc/self/fd/40 || echo closed"},
+                   {.output = output.number(), .complaints = output.number()}, process);
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    ASSERT_EQ(error, 0);
+    int status = 0;
+    ASSERT_EQ(::waitpid(process, &status, 0), process);
+    EXPECT_EQ(files::read(file), "SigBlk:\t0000000000000000\nclosed\n");
+    files::removeQuietly(file);
+}
+
+TEST(ChildProcess, AProgramThatIsNotThereIsToldByItsErrorNumber) {
+    pid_t process = 0;
+    EXPECT_EQ(startChild({"no-such-program-here"}, {}, process), ENOENT);
+}
