@@ -200,7 +200,7 @@ TakeOutcome TakePipeline::dictate(const std::string& rawText, const TakeSituatio
     }
     dictation.rewriteRequested = settings.smartRewrite || isTranslating(settings);
     if (dictation.rewriteRequested && situation.context && hasLatinLetter(dictation.text)) {
-        const std::string language = settings.outputMode == "transliterate" ? "en" : settings.language;
+        const std::string language = settings.outputMode == OutputMode::transliterate ? "en" : settings.language;
         const auto meta = m_steps.lastMeta();
         const auto uncertainParts = meta ? meta->lowConfidenceRanges : std::vector<std::string>();
         Rewrite rewrite = m_steps.rewrite(dictation.text, *situation.context, language, uncertainParts, stop);

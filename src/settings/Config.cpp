@@ -49,6 +49,12 @@ void take(const Json& value, std::string& field) {
         field = text::repairUtf8(value.get_ref<const std::string&>());
 }
 
+template <typename Enum>
+void take(const Json& value, Choice<Enum>& field) {
+    if (value.is_string())
+        field = Choice<Enum>(text::repairUtf8(value.get_ref<const std::string&>()));
+}
+
 void take(const Json& value, bool& field) {
     if (value.is_boolean())
         field = value.get<bool>();
@@ -71,10 +77,33 @@ void take(const Json& value, std::vector<std::string>& field) {
     field = std::move(items);
 }
 
+/// As the file has it.
+template <typename Value>
+const Value& stored(const Value& field) {
+    return field;
+}
+
+template <typename Enum>
+const std::string& stored(const Choice<Enum>& field) {
+    return field.word();
+}
+
 template <typename Visit>
 void forEachField(Visit visit) {
     std::apply([&](const auto&... field) { (visit(field), ...); }, fields);
 }
+
+/// A value that older versions wrote, and the one that takes its place.
+struct Renamed {
+    std::string Settings::*field;
+    const char* before;
+    const char* now;
+};
+
+constexpr Renamed renamed[] = {
+    {&Settings::hotkey, "option_l", "ctrl_l"},
+    {&Settings::hotkey, "f6", "ctrl_l"},
+};
 
 constexpr std::size_t shownFaultCharacters = 200;
 
@@ -133,11 +162,11 @@ void Config::load() {
         log("[Fenlo] ERROR: the settings are at their defaults, since they cannot be read from " + m_fault->message);
 
     bool changed = false;
-    // Two keys that older versions offered.
-    if (m_settings.hotkey == "option_l" || m_settings.hotkey == "f6") {
-        m_settings.hotkey = "ctrl_l";
-        changed = true;
-    }
+    for (const Renamed& value : renamed)
+        if (m_settings.*value.field == value.before) {
+            m_settings.*value.field = value.now;
+            changed = true;
+        }
     if (m_settings.deviceId.empty()) {
         m_settings.deviceId = files::makeUuid();
         changed = true;
@@ -155,7 +184,7 @@ void Config::save() {
     std::lock_guard writing(m_writing);
     const Settings settings = get();
     Json values;
-    forEachField([&](const auto& field) { values[field.key] = settings.*field.member; });
+    forEachField([&](const auto& field) { values[field.key] = stored(settings.*field.member); });
     files::makePrivateDirectory(m_file.parent_path());
     if (makeRoom())
         files::writeAtomically(m_file, writeJson(values, 2) + "\n");

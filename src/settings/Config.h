@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Clock.h"
+#include "settings/Choices.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -11,15 +12,15 @@
 
 namespace fenlo {
 
-/// The values of all user settings. Values are not checked beyond their type: whoever uses one deals with an unknown
-/// choice.
+/// The values of all user settings. Values are not checked beyond their type: each user of a choice deals with an
+/// unknown one.
 struct Settings {
     std::string hotkey = "ctrl_l"; // key name of HotkeyListener
     std::string whisperModel = "base";
     std::string language = "auto"; // code or "auto"
     bool playSounds = true;
-    std::string soundScheme = "gentle"; // id of a SoundScheme
-    std::int64_t sampleRate = 16000;    // hertz
+    Choice<SoundSchemeId> soundScheme = SoundSchemeId::gentle;
+    std::int64_t sampleRate = 16000; // hertz
     bool showOverlay = true;
     bool continuousMode = false; // toggle instead of hold
     bool voiceCommands = true;
@@ -29,23 +30,23 @@ struct Settings {
     bool autoCapitalize = true;
     bool showAppInPill = true;
     bool offlineMode = false;
-    std::string outputMode = "transcribe"; // "transcribe", "translate" or "transliterate"
+    Choice<OutputMode> outputMode = OutputMode::transcribe;
     std::vector<std::string> customVocabulary;
     std::vector<std::string> professionVocabulary; // newest last
-    std::string smartRewriteModel = "groq";        // "auto", "gemini" or "groq"
-    std::string sttEngine = "stt80";
-    std::string smartRewriteStyle = "full"; // "full" or "minimal"
-    std::string deviceId;                   // upper-case UUID of this installation
+    Choice<SmartRewriteModel> smartRewriteModel = SmartRewriteModel::groq;
+    Choice<SttEngine> sttEngine = SttEngine::byProvider;
+    Choice<SmartRewriteStyle> smartRewriteStyle = SmartRewriteStyle::full;
+    std::string deviceId; // upper-case UUID of this installation
     std::string profession;
-    std::string dictationMode = "work";
+    Choice<DictationMode> dictationMode = DictationMode::work;
     std::vector<std::string> lawyerPracticeAreas;
     std::string professionRole;
     std::vector<std::string> professionSpecialties;
     std::vector<std::string> dictationTypes;
     std::vector<std::string> meetingEmailRecipients;
-    std::string micMode = "studio"; // "studio" or "airpods"
-    bool typeShortTexts = false;    // instead of pasting them, which leaves a trace in some clipboard histories
-    bool keepFailedTakes = true;    // or what was not recognised is deleted
+    Choice<MicMode> micMode = MicMode::studio;
+    bool typeShortTexts = false; // instead of pasting them, which leaves a trace in some clipboard histories
+    bool keepFailedTakes = true; // or what was not recognised is deleted
 };
 
 /// What keeps a file of settings from being used. It is never overwritten.

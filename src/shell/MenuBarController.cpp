@@ -12,8 +12,6 @@ namespace fenlo {
 
 namespace {
 
-constexpr char workMode[] = "work";
-constexpr char personalMode[] = "personal";
 constexpr char column[] = "  |  ";
 constexpr double secondsPerMinute = 60;
 
@@ -96,7 +94,7 @@ std::string MenuBarController::totalLine() const {
 }
 
 bool MenuBarController::isWorkMode() const {
-    return m_config.get().dictationMode == workMode;
+    return m_config.get().dictationMode == DictationMode::work;
 }
 
 std::string MenuBarController::modeLine() const {
@@ -110,12 +108,13 @@ std::string MenuBarController::inputLine() const {
 
 void MenuBarController::toggleDictationMode() {
     m_config.update([](Settings& settings) {
-        settings.dictationMode = settings.dictationMode == workMode ? personalMode : workMode;
+        const bool isWork = settings.dictationMode == DictationMode::work;
+        settings.dictationMode = isWork ? DictationMode::personal : DictationMode::work;
     });
     refreshMenu();
 }
 
-void MenuBarController::setMicMode(const char* mode) {
+void MenuBarController::setMicMode(MicMode mode) {
     m_config.update([mode](Settings& settings) { settings.micMode = mode; });
     m_notifications.post(notification::micModeChanged);
 }

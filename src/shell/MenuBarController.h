@@ -2,6 +2,7 @@
 
 #include "base/NotificationCenter.h"
 #include "platform/StatusItem.h"
+#include "settings/Choices.h"
 #include "shell/Statistics.h"
 
 #include <functional>
@@ -56,8 +57,8 @@ public:
     void setTrouble(const std::string& line);
 
     void toggleDictationMode();
-    void setMicStudio() { setMicMode("studio"); }
-    void setMicAirpods() { setMicMode("airpods"); }
+    void setMicStudio() { setMicMode(MicMode::studio); }
+    void setMicAirpods() { setMicMode(MicMode::airpods); }
     /// Opens a mail draft to the support address.
     void emailHelp();
 
@@ -68,7 +69,7 @@ private:
     bool isWorkMode() const;
     std::string modeLine() const;
     std::string inputLine() const;
-    void setMicMode(const char* mode);
+    void setMicMode(MicMode mode);
 
     Config& m_config;
     StatusItem& m_statusItem;

@@ -1,6 +1,6 @@
 #include "shell/Sounds.h"
 
-#include <algorithm>
+#include <cstddef>
 
 namespace fenlo {
 
@@ -49,10 +49,8 @@ const std::vector<SoundScheme>& SoundScheme::all() {
     return schemes;
 }
 
-const SoundScheme* SoundScheme::find(std::string_view id) {
-    const auto found =
-        std::find_if(all().begin(), all().end(), [id](const SoundScheme& scheme) { return scheme.id == id; });
-    return found == all().end() ? nullptr : &*found;
+const SoundScheme* SoundScheme::find(SoundSchemeId which) {
+    return which == SoundSchemeId::unknown ? nullptr : &all().at(static_cast<std::size_t>(which));
 }
 
 } // namespace fenlo

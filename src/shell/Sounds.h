@@ -1,7 +1,8 @@
 #pragma once
 
+#include "settings/Choices.h"
+
 #include <memory>
-#include <string_view>
 #include <vector>
 
 namespace fenlo {
@@ -19,7 +20,7 @@ struct ToneNote {
 
 /// The tones at the start and the end of a take, which the user picks by name.
 struct SoundScheme {
-    const char* id; // what the settings hold
+    const char* id; // the word of its SoundSchemeId
     const char* name;
     const char* description;
     std::vector<ToneNote> start;
@@ -27,10 +28,10 @@ struct SoundScheme {
     float startVol;
     float endVol;
 
-    /// In the order of the settings list.
+    /// In the order of the settings list, which is that of SoundSchemeId.
     static const std::vector<SoundScheme>& all();
-    /// Nothing for an unknown id.
-    static const SoundScheme* find(std::string_view id);
+    /// Nothing for an unknown one.
+    static const SoundScheme* find(SoundSchemeId which);
 };
 
 /// For a key that is held while nothing is said.

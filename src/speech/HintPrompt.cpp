@@ -29,7 +29,8 @@ void appendIfItFits(std::string& prompt, const std::string& part, std::string_vi
 }
 
 bool speaksAsProfessional(const Settings& settings) {
-    return settings.dictationMode == "work" && !settings.profession.empty() && settings.profession != "other";
+    return settings.dictationMode == DictationMode::work && !settings.profession.empty() &&
+           settings.profession != "other";
 }
 
 } // namespace

@@ -20,7 +20,7 @@ constexpr std::size_t maxRecentTranscriptions = 3;
 } // namespace
 
 CloudService chosenRecogniser(const Settings& settings, std::string_view provider) {
-    if (settings.sttEngine == "stt81")
+    if (settings.sttEngine == SttEngine::grok)
         return CloudService::grok;
     return provider == "deepgram" ? CloudService::deepgram : CloudService::groq;
 }

@@ -96,7 +96,7 @@ std::string minimalPrompt(const FocusContext& context, const std::string& langua
 
 std::string professionBlock(const Settings& settings) {
     std::string block;
-    if (settings.dictationMode != "work")
+    if (settings.dictationMode != DictationMode::work)
         return block;
     if (const std::string_view addendum = profile(settings.profession).rewriteAddendum; !addendum.empty())
         (block += "\n") += addendum;
@@ -125,19 +125,20 @@ std::string quoted(const std::string& text) {
 } // namespace
 
 bool isTranslating(const Settings& settings) {
-    return settings.outputMode == "translate" || settings.outputMode == "transliterate";
+    return settings.outputMode == OutputMode::translate || settings.outputMode == OutputMode::transliterate;
 }
 
 std::string systemPrompt(const Settings& settings, const FocusContext& context, const std::string& language) {
-    if (settings.outputMode == "translate")
+    if (settings.outputMode == OutputMode::translate)
         return translationPrompt(context);
-    if (settings.outputMode == "transliterate")
+    if (settings.outputMode == OutputMode::transliterate)
         return transliterationPrompt(context);
     return dictationPrompt(settings, context, language);
 }
 
 std::string dictationPrompt(const Settings& settings, const FocusContext& context, const std::string& language) {
-    const bool isMinimal = settings.smartRewriteStyle == "minimal" && !isPromptedAsDeveloperTool(context.appBundleId);
+    const bool isMinimal =
+        settings.smartRewriteStyle == SmartRewriteStyle::minimal && !isPromptedAsDeveloperTool(context.appBundleId);
     return (isMinimal ? minimalPrompt(context, language) : fullPrompt(settings, context, language)) +
            professionBlock(settings) + vocabularyBlock(settings);
 }
@@ -186,7 +187,7 @@ std::string languageRule(const std::string& language) {
 std::string userMessage(const Settings& settings, const std::string& text, const FocusContext& context) {
     std::string message;
     // A translation is kept apart from its surroundings, which would pull it back into their language.
-    if (settings.outputMode == "transcribe") {
+    if (settings.outputMode == OutputMode::transcribe) {
         if (!context.existingText.empty())
             message += "Text already in the field (use for tone/style context ONLY — do NOT match its language, do NOT "
                        "translate the dictation to this language):\n" +
@@ -196,9 +197,9 @@ std::string userMessage(const Settings& settings, const std::string& text, const
                        "serve the same purpose/context as the selected text:\n" +
                        quoted(context.selectedText) + "\n\n";
     }
-    if (settings.outputMode == "translate")
+    if (settings.outputMode == OutputMode::translate)
         message += "Text to translate to English";
-    else if (settings.outputMode == "transliterate")
+    else if (settings.outputMode == OutputMode::transliterate)
         message += "Text to transliterate";
     else
         message += "Raw dictation to format";

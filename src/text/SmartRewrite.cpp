@@ -27,10 +27,10 @@ std::string noteOnUncertainParts(const std::vector<std::string>& parts) {
            "them exactly as-is.";
 }
 
-std::string labelOf(const std::string& outputMode) {
-    if (outputMode == "translate")
+const char* labelOf(OutputMode mode) {
+    if (mode == OutputMode::translate)
         return "Translate";
-    return outputMode == "transliterate" ? "Transliterate" : "SmartRewrite";
+    return mode == OutputMode::transliterate ? "Transliterate" : "SmartRewrite";
 }
 
 /// What became of a call that failed.
@@ -61,9 +61,9 @@ constexpr CloudService geminiThenGroq[] = {CloudService::gemini, CloudService::g
 } // namespace
 
 std::span<const CloudService> rewritingServices(const Settings& settings) {
-    if (settings.smartRewriteModel == "gemini")
+    if (settings.smartRewriteModel == SmartRewriteModel::gemini)
         return geminiOnly;
-    if (settings.smartRewriteModel == "groq")
+    if (settings.smartRewriteModel == SmartRewriteModel::groq)
         return groqOnly;
     return geminiThenGroq;
 }

@@ -39,7 +39,7 @@ TEST_F(Road, SpeechGoesWhereAKeyOrAModelIs) {
     facts.rescuer = "openai_whisper-small";
     EXPECT_TRUE(roadOf(facts).leadsThrough);
     EXPECT_THAT(roadOf(facts).speech, StartsWith("recognised on this machine by openai_whisper-small, since"));
-    facts.settings.sttEngine = "stt81";
+    facts.settings.sttEngine = SttEngine::grok;
     facts.hasCarriedKey = true;
     EXPECT_THAT(roadOf(facts).speech, StartsWith("recognised by Grok (key of this program)"));
     EXPECT_THAT(roadOf(facts).speech, HasSubstr("; when that fails on this machine by openai_whisper-small"));
@@ -52,11 +52,11 @@ TEST_F(Road, TextGoesToTheModelsThatHaveAKey) {
     keys = {{"gemini", KeyPlace::environment}, {"groq", KeyPlace::keyring}};
     EXPECT_EQ(roadOf(facts).text, "rewritten by Groq (key from the keyring); when that fails it is pasted as it was "
                                   "heard");
-    facts.settings.smartRewriteModel = "auto";
+    facts.settings.smartRewriteModel = SmartRewriteModel::automatic;
     EXPECT_THAT(roadOf(facts).text,
                 StartsWith("rewritten by Gemini (key from GEMINI_API_KEY), else by Groq (key from the"));
     facts.settings.smartRewrite = false;
     EXPECT_THAT(roadOf(facts).text, HasSubstr("\"smart_rewrite\" is off"));
-    facts.settings.outputMode = "translate";
+    facts.settings.outputMode = OutputMode::translate;
     EXPECT_THAT(roadOf(facts).text, StartsWith("rewritten by Gemini")) << "translations need a model";
 }

@@ -204,7 +204,7 @@ TEST_F(Session, TonesFollowTheLiveMicrophoneAndTheEnd) {
     take(1.0);
     finish();
     EXPECT_EQ(tonesPlayed(), 0);
-    config.update([](Settings& s) { s.playSounds = true, s.soundScheme = "none"; });
+    config.update([](Settings& s) { s.playSounds = true, s.soundScheme = SoundSchemeId::none; });
     take(1.0);
     finish();
     EXPECT_EQ(tonesPlayed(), 0);

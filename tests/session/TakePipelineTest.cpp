@@ -217,13 +217,13 @@ TEST_F(Pipeline, VoiceCommandsRunBeforeTheRewriteButNotForTranslations) {
     auto result = dictate("hello");
     EXPECT_EQ(result.text, "hello@org.xfce.mousepad");
     EXPECT_EQ(result.actions, std::vector<std::string>{"select_all"});
-    for (const char* mode : {"translate", "transliterate"}) {
+    for (const OutputMode mode : {OutputMode::translate, OutputMode::transliterate}) {
         config.update([&](Settings& s) { s.outputMode = mode; });
         result = dictate("hello");
         EXPECT_EQ(result.text, "hello");
         EXPECT_TRUE(result.actions.empty());
     }
-    config.update([](Settings& s) { s.outputMode = "transcribe", s.voiceCommands = false; });
+    config.update([](Settings& s) { s.outputMode = OutputMode::transcribe, s.voiceCommands = false; });
     EXPECT_EQ(dictate("hello").text, "hello");
 }
 
@@ -252,7 +252,7 @@ TEST_F(Pipeline, RewritesOnlyWhatHasLatinLettersAndAContext) {
     EXPECT_FALSE(result.rewriteFailed);
     config.update([](Settings& s) { s.smartRewrite = false; });
     EXPECT_FALSE(dictate("helo").rewriteRequested);
-    config.update([](Settings& s) { s.outputMode = "transliterate"; });
+    config.update([](Settings& s) { s.outputMode = OutputMode::transliterate; });
     dictate("helo");
     EXPECT_EQ(language, "en");
     EXPECT_EQ(calls, 2);

@@ -57,6 +57,24 @@ TEST_F(ConfigFile, WrongTypesLeaveTheDefaultsFieldByField) {
     EXPECT_EQ(settings.deviceId, "KEPT");
 }
 
+TEST_F(ConfigFile, ChoicesAreWordsInTheFileAndUnknownOnesStay) {
+    write(R"({"output_mode": "translate", "stt_engine": "stt81", "smart_rewrite_model": "oracle", "sound_scheme": 7,
+              "dictation_mode": ""})");
+    Config config(file, clock);
+    EXPECT_EQ(config.get().outputMode, OutputMode::translate);
+    EXPECT_EQ(config.get().sttEngine, SttEngine::grok);
+    EXPECT_EQ(config.get().smartRewriteModel, SmartRewriteModel::unknown);
+    EXPECT_EQ(config.get().soundScheme, SoundSchemeId::gentle);
+    EXPECT_EQ(config.get().dictationMode, DictationMode::unknown);
+    config.update([](Settings& settings) { settings.outputMode = OutputMode::transliterate; });
+    const auto values = onDisk();
+    EXPECT_EQ(values["output_mode"], "transliterate");
+    EXPECT_EQ(values["stt_engine"], "stt81");
+    EXPECT_EQ(values["smart_rewrite_model"], "oracle");
+    EXPECT_EQ(values["sound_scheme"], "gentle");
+    EXPECT_EQ(values["dictation_mode"], "");
+}
+
 TEST_F(ConfigFile, DroppedHotkeysAreCarriedOverOnDisk) {
     for (const char* old : {"f6", "option_l"}) {
         write(std::string(R"({"hotkey": ")") + old + R"(", "device_id": "X"})");

@@ -104,10 +104,10 @@ TEST_F(Menu, FollowsTheHotkeyTheModeAndTheMicrophone) {
 TEST_F(Menu, SwitchesBetweenWorkAndPersonal) {
     EXPECT_TRUE(item.find("Professional Mode (Other)")) << "no profession is another one";
     choose("Switch to Personal");
-    EXPECT_EQ(config.get().dictationMode, "personal");
+    EXPECT_EQ(config.get().dictationMode.word(), "personal");
     EXPECT_TRUE(item.find("Personal Mode"));
     choose("Switch to Professional");
-    EXPECT_EQ(config.get().dictationMode, "work");
+    EXPECT_EQ(config.get().dictationMode.word(), "work");
     change([](Settings& s) { s.profession = "beekeeper"; });
     EXPECT_TRUE(item.find("Professional Mode (beekeeper)"));
 }
@@ -139,9 +139,9 @@ TEST_F(Menu, MicrophoneModesAreStoredAndAnnounced) {
     int announced = 0;
     const auto observation = notifications.observe(notification::micModeChanged, [&](const auto&) { ++announced; });
     menu->setMicAirpods();
-    EXPECT_EQ(config.get().micMode, "airpods");
+    EXPECT_EQ(config.get().micMode.word(), "airpods");
     menu->setMicStudio();
-    EXPECT_EQ(config.get().micMode, "studio");
+    EXPECT_EQ(config.get().micMode.word(), "studio");
     EXPECT_EQ(announced, 2);
 }
 

@@ -23,7 +23,7 @@ struct Prompt {
         Settings settings;
         settings.customVocabulary = vocabulary;
         settings.profession = profession;
-        settings.dictationMode = mode;
+        settings.dictationMode = Choice<DictationMode>(mode);
         return hintPrompt(
             settings,
             [this](const std::string& asked) { return asked == "doctor" ? terms : std::vector<std::string>{}; }, hint);

@@ -71,7 +71,7 @@ protected:
         write(toneWav());
         deployment.*GetParam().host = recogniser.server().url(); // and no other
         config.update([](Settings& settings) {
-            settings.sttEngine = GetParam().name == "Grok" ? "stt81" : "stt80";
+            settings.sttEngine = GetParam().name == "Grok" ? SttEngine::grok : SttEngine::byProvider;
             settings.language = "de";
         });
         transcriber.setup({});

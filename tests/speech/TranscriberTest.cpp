@@ -120,7 +120,7 @@ TEST_F(TranscriberTest, ClipsGoToTheServiceThatTheUserOrTheBackendChose) {
           Case{"stt80", "deepgram", "https://deepgram.example", "DEEPGRAM_API_KEY", "fenlo keys set deepgram"},
           Case{"stt81", "deepgram", "https://xai.example", "XAI_API_KEY", "fenlo keys set xai"},
           Case{"stt82", "unheard of", "https://groq.example", "GROQ_API_KEY", nullptr}}) {
-        configure([&](Settings& s) { s.sttEngine = test.sttEngine; });
+        configure([&](Settings& s) { s.sttEngine = Choice<SttEngine>(test.sttEngine); });
         remote = {{"transcription_provider", test.provider}};
         Transcriber chosen = make(noEngine);
         chosen.setup({});

@@ -62,8 +62,8 @@ protected:
 
     void choose(const std::string& model, const std::string& outputMode = "transcribe") {
         config.update([&](Settings& settings) {
-            settings.smartRewriteModel = model;
-            settings.outputMode = outputMode;
+            settings.smartRewriteModel = Choice<SmartRewriteModel>(model);
+            settings.outputMode = Choice<OutputMode>(outputMode);
         });
     }
     std::string replyOf(bool isGemini) const { return isGemini ? geminiReply(answer) : groqReply(answer); }

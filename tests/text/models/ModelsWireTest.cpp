@@ -18,7 +18,7 @@ protected:
     ModelsWireTest() { choose("auto"); }
 
     void choose(const std::string& model) {
-        config.update([&](Settings& settings) { settings.smartRewriteModel = model; });
+        config.update([&](Settings& settings) { settings.smartRewriteModel = Choice<SmartRewriteModel>(model); });
     }
     std::string rewrite(std::stop_token stop = {}) { return models.rewrite("raw", {}, "auto", {}, stop).text; }
 

@@ -57,8 +57,8 @@ const std::vector<Situation> situations{
      .context = in("Slack", "slack"),
      .choose =
          [](Settings& s) {
-             s.smartRewriteStyle = "minimal";
-             s.dictationMode = "personal";
+             s.smartRewriteStyle = SmartRewriteStyle::minimal;
+             s.dictationMode = DictationMode::personal;
              s.profession = "doctor";
              s.professionSpecialties = {"cardiology"};
              s.customVocabulary = {"Ilka", "Fenlo"};
@@ -93,7 +93,7 @@ const std::vector<Situation> situations{
      .context = in("GNOME Terminal", "org.gnome.Terminal"),
      .choose =
          [](Settings& s) {
-             s.smartRewriteStyle = "minimal";
+             s.smartRewriteStyle = SmartRewriteStyle::minimal;
              s.autoCapitalize = false;
          },
      .dictated = "get status dash s"},
@@ -140,8 +140,8 @@ const std::vector<Situation> situations{
      .choose =
          [](Settings& s) {
              practice(s, "doctor");
-             s.outputMode = "translate";
-             s.smartRewriteStyle = "minimal";
+             s.outputMode = OutputMode::translate;
+             s.smartRewriteStyle = SmartRewriteStyle::minimal;
          },
      .language = "hi",
      .dictated = "mujhe kal chutti chahiye"},
@@ -150,7 +150,7 @@ const std::vector<Situation> situations{
      .context = in("", "", "नमस्ते"),
      .choose =
          [](Settings& s) {
-             s.outputMode = "transliterate";
+             s.outputMode = OutputMode::transliterate;
              s.customVocabulary = {"Ilka"};
          },
      .dictated = "ok मुझे कल छुट्टी चाहिए"},
@@ -159,8 +159,8 @@ const std::vector<Situation> situations{
      .context = in("Slack", "slack", "Hello", "world"),
      .choose =
          [](Settings& s) {
-             s.outputMode = "sing";
-             s.smartRewriteStyle = "minimal";
+             s.outputMode = Choice<OutputMode>("sing");
+             s.smartRewriteStyle = SmartRewriteStyle::minimal;
          }},
 };
 

@@ -84,7 +84,7 @@ TEST(VoiceCommands, AProfessionHasHeadings) {
     for (const auto& [profession, text, written] : cases)
         EXPECT_EQ(spoken(text, profession), written) << profession << ": " << text;
     Settings personal = settingsOf("doctor");
-    personal.dictationMode = "personal";
+    personal.dictationMode = DictationMode::personal;
     EXPECT_EQ(processVoiceCommands("plan", "", personal).text, "\n\nPlan:\n");
 }
 
