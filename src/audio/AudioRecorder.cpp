@@ -22,8 +22,8 @@ constexpr double missingInputRetry = 0.5; // seconds, like all delays here
 constexpr double settleDelay = 0.3;
 constexpr double idleStopDelay = 60.0;
 constexpr double tailOfLastWord = 0.25;
-constexpr double shortestTake = 0.5;  // in which a live microphone has delivered something
-constexpr float fullScaleRms = 0.15F; // what the level display shows as 1
+constexpr double shortestLiveTake = 0.5; // in which a live microphone has delivered something
+constexpr float fullScaleRms = 0.15F;    // what the level display shows as 1
 
 std::string kilobytes(const std::vector<std::filesystem::path>& files) {
     std::uintmax_t total = 0;
@@ -149,7 +149,7 @@ std::vector<std::filesystem::path> AudioRecorder::stopRecording() {
         ", engine.isRunning=" + text::boolean(m_engine->isRunning()));
     engineAfterTake(taken.deviceChanged);
 
-    if (taken.samples.empty() && duration >= shortestTake && !m_fault)
+    if (taken.samples.empty() && duration >= shortestLiveTake && !m_fault)
         m_fault = Fault::noSound;
     std::vector<std::filesystem::path> files = std::move(taken.chunkFiles);
     if (files.empty() && !passesSpeechTest(taken.samples, duration))

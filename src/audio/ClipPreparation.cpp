@@ -40,17 +40,10 @@ float speechThreshold(std::vector<float> levels) {
     return std::max(overNoise * *quartile, lowestThreshold);
 }
 
-std::uintmax_t kilobytes(const fs::path& file) {
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(file, error);
-    return error ? 0 : size / 1024;
-}
-
 fs::path writeClip(const fs::path& clip, std::span<const float> samples, const std::string& how) {
     fs::path prepared = files::temporaryFile(preparedClipPrefix, ".wav");
     writeWav(prepared, samples, clipRate, WavEncoding::int16);
-    log("[Fenlo] Preprocess: " + std::to_string(kilobytes(clip)) + "KB → " + std::to_string(kilobytes(prepared)) +
-        "KB (16kHz mono, " + how + ")");
+    logInfo("Preprocess: {}KB → {}KB (16kHz mono, {})", files::kilobytes(clip), files::kilobytes(prepared), how);
     return prepared;
 }
 

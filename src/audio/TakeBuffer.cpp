@@ -25,12 +25,6 @@ std::vector<float> emptyTake(double sampleRate) {
     return samples;
 }
 
-std::uintmax_t kilobytes(const std::filesystem::path& file) {
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(file, error);
-    return error ? 0 : size / 1024;
-}
-
 /// Grows the buffer when fewer samples than `least` fit behind its own; by half, so that it does so rarely.
 void makeRoom(std::vector<float>& samples, std::size_t least) {
     if (samples.capacity() - samples.size() < least)
@@ -201,7 +195,8 @@ void TakeBuffer::flush(std::unique_lock<std::mutex>& lock) {
             files::removeQuietly(*copy);
         m_copy = std::make_unique<RunningCopy>(sampleRate);
         m_flushing.erase(m_flushing.begin(), m_flushing.begin() + static_cast<std::ptrdiff_t>(cut));
-        logInfo("Flushed chunk {} → {}KB WAV ({} samples carried over)", number, kilobytes(*file), m_flushing.size());
+        logInfo("Flushed chunk {} → {}KB WAV ({} samples carried over)", number, files::kilobytes(*file),
+                m_flushing.size());
     } else {
         logError("Failed to write chunk {}", number);
     }

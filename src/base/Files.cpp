@@ -115,6 +115,12 @@ std::vector<fs::path> thoseSetAside(const fs::path& file) {
     return found;
 }
 
+std::uintmax_t kilobytes(const fs::path& file) {
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(file, error);
+    return error ? 0 : size / 1024;
+}
+
 void removeQuietly(const fs::path& file) {
     std::error_code ignored;
     fs::remove(file, ignored);

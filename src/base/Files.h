@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -29,13 +30,16 @@ std::optional<std::string> read(const std::filesystem::path& file);
 /// Keeps the permissions of an existing file; a new one is 0600.
 bool writeAtomically(const std::filesystem::path& file, std::string_view content);
 
-/// Renames a file that does not parse to "<name>.damaged-<date>", with a number behind where that name is taken, so that
-/// nothing of the user's is overwritten. Its new path; nothing when it could not be renamed.
+/// Renames a file that does not parse to "<name>.damaged-<date>", with a number behind where that name is taken, so
+/// that nothing of the user's is overwritten. Its new path; nothing when it could not be renamed.
 std::optional<std::filesystem::path> setAside(const std::filesystem::path& file,
                                               std::chrono::system_clock::time_point date);
 
 /// What setAside() has put away of the file, in the order of the names.
 std::vector<std::filesystem::path> thoseSetAside(const std::filesystem::path& file);
+
+/// The size of the file in full kilobytes; 0 when it cannot be read.
+std::uintmax_t kilobytes(const std::filesystem::path& file);
 
 void removeQuietly(const std::filesystem::path& file);
 

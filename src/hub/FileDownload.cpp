@@ -9,7 +9,7 @@ namespace {
 
 using Kind = HubError::Kind;
 
-constexpr int attempts = 5; // in a row that bring nothing
+constexpr int mostAttempts = 5; // in a row that bring nothing
 
 /// A weak mark does not promise the same bytes, so that nothing can be continued under it.
 std::string strongTag(const HttpResponse& head) {
@@ -28,7 +28,7 @@ void FileDownload::run(std::stop_token stop) {
     if (!m_partial.readInto(m_check, stop))
         throwCancelled();
     m_tell(static_cast<std::int64_t>(m_check.size()));
-    Retries retries(m_clock, attempts);
+    Retries retries(m_clock, mostAttempts);
     std::uint64_t furthest = m_check.size();
     for (bool isWhole = false; !isWhole;)
         try {

@@ -11,7 +11,7 @@ namespace fenlo {
 
 namespace {
 
-struct Deleter {
+struct DecoderDeleter {
     void operator()(FLAC__StreamDecoder* decoder) const { ::FLAC__stream_decoder_delete(decoder); }
 };
 
@@ -102,7 +102,7 @@ private:
     const FileView m_view;
     const std::optional<OggPages> m_pages;
     std::uint64_t m_position = 0; // bytes
-    std::unique_ptr<FLAC__StreamDecoder, Deleter> m_decoder;
+    std::unique_ptr<FLAC__StreamDecoder, DecoderDeleter> m_decoder;
     FLAC__StreamMetadata_StreamInfo m_info{};
     std::vector<float> m_block;
     std::uint64_t m_place = 0; // the frame that should come next

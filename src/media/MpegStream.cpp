@@ -12,7 +12,7 @@ namespace fenlo {
 
 namespace {
 
-struct Deleter {
+struct HandleDeleter {
     void operator()(mpg123_handle* handle) const { ::mpg123_delete(handle); }
 };
 
@@ -128,7 +128,7 @@ private:
 
     const FileView m_view;
     off_t m_position = 0; // bytes
-    std::unique_ptr<mpg123_handle, Deleter> m_handle;
+    std::unique_ptr<mpg123_handle, HandleDeleter> m_handle;
     long m_rate = 0;
     int m_channels = 0;
     bool m_isOurs = true;         // the frames have the format of the first

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t blockSize = 16384; // samples; libsoxr keeps a copy of each block it is given
 
-struct Deleter {
+struct ConverterDeleter {
     void operator()(soxr_t handle) const { ::soxr_delete(handle); }
 };
 
@@ -40,7 +40,7 @@ struct Resampler::Converter {
         } while (!samples.empty() || written == converted.size());
     }
 
-    std::unique_ptr<soxr, Deleter> handle;
+    std::unique_ptr<soxr, ConverterDeleter> handle;
     std::array<float, blockSize> converted;
 };
 

@@ -25,7 +25,7 @@ namespace {
 constexpr double correctionDelay = 0.05; // seconds between selecting the old text and pasting over it
 constexpr double endToneGap = 0.015;
 
-void tap(KeyEvents& keys, std::uint16_t keyCode, std::uint64_t flags) {
+void pressAndRelease(KeyEvents& keys, std::uint16_t keyCode, std::uint64_t flags) {
     keys.post(keyCode, flags, KeyDirection::down);
     keys.post(keyCode, flags, KeyDirection::up);
 }
@@ -121,7 +121,7 @@ void DictationSession::applyVoiceCorrection(const std::string& correction, doubl
     log("[Fenlo] Voice correction: '" + m_lastText + "' → '" + newText + "'");
     const bool isLocked = m_hooks.isScreenLocked();
     for (std::size_t left = isLocked ? 0 : text::characterCount(m_lastText); left > 0; --left)
-        tap(m_services.keys, key::arrowLeft, mask::shift);
+        pressAndRelease(m_services.keys, key::arrowLeft, mask::shift);
     m_correctionPaste = m_services.mainQueue.postAfter(
         correctionDelay, [this, newText = std::move(newText), duration] { deliverCorrection(newText, duration); });
 }

@@ -14,7 +14,7 @@ namespace {
 constexpr double settleDelay = 0.200; // seconds from setting the clipboard to the paste
 constexpr double restoreDelay = 1.0;  // seconds the text stays on the clipboard
 constexpr double readLimit = 0.150;   // seconds for what is on the clipboard
-constexpr std::size_t shownCharacters = 60;
+constexpr std::size_t loggedCharacters = 60;
 constexpr std::size_t typedCharacters = 120; // beyond them typing takes longer than a paste
 
 } // namespace
@@ -42,7 +42,7 @@ void TextInserter::insertText(const std::string& text) {
     m_pasteboard.clear();
     // Some programs paste the primary selection, so the text is offered there too while it is on loan.
     m_pasteboard.set(text, {.transient = true, .primary = m_keys.mayPastePrimary()});
-    log("[Fenlo] Clipboard set to: " + text::firstCharacters(text, shownCharacters) + "...");
+    log("[Fenlo] Clipboard set to: " + text::firstCharacters(text, loggedCharacters) + "...");
     m_clock.sleep(settleDelay);
     const bool isPasted = pasteKeystroke();
     if (isPasted || !m_accessibility.trusted() || m_workspace.isScreenLocked())
@@ -55,7 +55,7 @@ bool TextInserter::typeInstead(const std::string& text) {
     if (!m_options.typesShortTexts() || text::characterCount(text) > typedCharacters || !m_accessibility.trusted() ||
         !m_keys.type(text))
         return false;
-    log("[Fenlo] Typed: " + text::firstCharacters(text, shownCharacters) + "...");
+    log("[Fenlo] Typed: " + text::firstCharacters(text, loggedCharacters) + "...");
     return true;
 }
 
@@ -70,7 +70,7 @@ bool TextInserter::pasteKeystroke() {
 void TextInserter::copyToClipboard(const std::string& text) {
     m_pasteboard.clear();
     m_pasteboard.set(text, {});
-    log("[Fenlo] Copied to clipboard: " + text::firstCharacters(text, shownCharacters) + "...");
+    log("[Fenlo] Copied to clipboard: " + text::firstCharacters(text, loggedCharacters) + "...");
 }
 
 std::function<void()> TextInserter::keepClipboard() {

@@ -8,7 +8,7 @@ namespace fenlo::cardIcon {
 
 namespace {
 
-constexpr int side = 16; // points
+constexpr int iconSide = 16; // points
 const QColor ink(255, 255, 255, 204);
 const QColor green(92, 214, 134);
 
@@ -16,7 +16,7 @@ const QColor green(92, 214, 134);
 QIcon drawn(const QColor& colour, const std::function<void(QPainter&)>& draw) {
     QIcon icon;
     for (const int scale : {1, 2, 3}) {
-        QPixmap pixmap(side * scale, side * scale);
+        QPixmap pixmap(iconSide * scale, iconSide * scale);
         pixmap.setDevicePixelRatio(scale);
         pixmap.fill(Qt::transparent);
         QPainter painter(&pixmap);

@@ -18,7 +18,7 @@ constexpr int shadowMargin = 24;
 constexpr double shadowDrop = 6;
 
 // What the card has round its text: 120 points in height, 44 in width.
-constexpr int side = 22;
+constexpr int cardSide = 22;
 constexpr int aboveText = 52;
 constexpr int belowText = 68;
 constexpr int buttonHeight = 30;
@@ -39,13 +39,13 @@ ResultCardView::ResultCardView(ResultCardContent content, QSizeF size)
 
     const QRect card = panel().toRect();
     auto* text = new LinkedTextView(
-        m_content.parts, card.width() - 2 * side,
+        m_content.parts, card.width() - 2 * cardSide,
         [this](const std::string& address) {
             if (m_content.onLink)
                 m_content.onLink(address);
         },
         this);
-    text->setGeometry(card.adjusted(side, aboveText, scrollBarRoom - side, -belowText));
+    text->setGeometry(card.adjusted(cardSide, aboveText, scrollBarRoom - cardSide, -belowText));
 
     auto* dismiss = makeButton(cardIcon::cross(), {});
     dismiss->setAccessibleName(tr("Dismiss"));
@@ -54,7 +54,7 @@ ResultCardView::ResultCardView(ResultCardContent content, QSizeF size)
     connect(dismiss, &QPushButton::clicked, this, [this] { callGuarded(m_content.onDismiss); });
 
     m_copy = makeButton(cardIcon::copy(), tr("Copy"));
-    m_copy->setGeometry(card.left() + side, card.bottom() - 18 - buttonHeight, 96, buttonHeight);
+    m_copy->setGeometry(card.left() + cardSide, card.bottom() - 18 - buttonHeight, 96, buttonHeight);
     connect(m_copy, &QPushButton::clicked, this, [this] { callGuarded(m_content.onCopy); });
 }
 
@@ -79,7 +79,7 @@ void ResultCardView::paintEvent(QPaintEvent*) {
     paintPanel(painter, panel(), cornerRadius, !isTranslucent());
     painter.setPen(toQColor({1, 1, 1, 0.5}));
     painter.setFont(interfaceFont(11, QFont::DemiBold));
-    painter.drawText(panel().adjusted(side, 14, 0, 0), Qt::AlignLeft | Qt::AlignTop, QStringLiteral("Fenlo"));
+    painter.drawText(panel().adjusted(cardSide, 14, 0, 0), Qt::AlignLeft | Qt::AlignTop, QStringLiteral("Fenlo"));
 }
 
 /// Rings that grow fainter to the outside, which is soft enough for an edge of this size.

@@ -45,7 +45,7 @@ std::vector<LoopbackRecogniser::Part> parseParts(const WireRequest& request) {
     return parts;
 }
 
-json groqReply(const std::string& text) {
+json transcriptReply(const std::string& text) {
     const json segment = {{"id", 0}, {"text", text}, {"no_speech_prob", 0.01}, {"avg_logprob", -0.2}};
     return {{"task", "transcribe"}, {"text", text}, {"segments", json::array({segment})}};
 }
@@ -69,7 +69,7 @@ struct Provider {
     json (*reply)(const std::string& text);
 };
 
-constexpr Provider providers[] = {{"groq", "/openai/v1/audio/transcriptions", groqReply},
+constexpr Provider providers[] = {{"groq", "/openai/v1/audio/transcriptions", transcriptReply},
                                   {"deepgram", "/v1/listen", deepgramReply},
                                   {"grok", "/v1/stt", grokReply}};
 

@@ -45,7 +45,7 @@ Layout layOut(std::span<const CompiledFileWriter::Tensor> tensors) {
 }
 
 /// Whether a name is that of a file on its way: a compiled file's with a point and six letters behind it.
-bool isNeighbour(const std::string& name) {
+bool isFileOnItsWay(const std::string& name) {
     for (const char* stem : {"MelSpectrogram.", "AudioEncoder.", "TextDecoder."})
         if (name.starts_with(stem) && name.size() == std::strlen(stem) + 6)
             return true;
@@ -101,7 +101,7 @@ void CompiledFileWriter::removeLeftovers(const std::filesystem::path& folder) {
     std::vector<std::filesystem::path> candidates;
     std::error_code error;
     for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
-        if (isNeighbour(entry->path().filename().string()))
+        if (isFileOnItsWay(entry->path().filename().string()))
             candidates.push_back(entry->path());
     for (const auto& candidate : candidates) {
         const int descriptor = ::open(candidate.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);

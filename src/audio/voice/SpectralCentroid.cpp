@@ -10,18 +10,18 @@
 namespace fenlo::voice {
 
 namespace {
-constexpr std::size_t frameLength = 1024; // samples
-constexpr std::size_t frameHop = 512;
+constexpr std::size_t centroidFrame = 1024; // samples
+constexpr std::size_t centroidHop = 512;
 } // namespace
 
-CentroidFinder::CentroidFinder() : m_spectrum(frameLength) {
-    for (std::size_t i = 0; i <= frameLength / 2; ++i)
-        m_frequencies.push_back(static_cast<float>(static_cast<double>(i) * sampleRate / frameLength));
+CentroidFinder::CentroidFinder() : m_spectrum(centroidFrame) {
+    for (std::size_t i = 0; i <= centroidFrame / 2; ++i)
+        m_frequencies.push_back(static_cast<float>(static_cast<double>(i) * sampleRate / centroidFrame));
 }
 
 Centroid CentroidFinder::of(std::span<const float> samples) {
     m_centroids.clear();
-    forEachFrame(samples, frameLength, frameHop, [this](auto frame) {
+    forEachFrame(samples, centroidFrame, centroidHop, [this](auto frame) {
         if (!(rms(frame) >= voiceLevel))
             return;
         const auto power = m_spectrum.of(frame);

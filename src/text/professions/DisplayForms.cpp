@@ -9,7 +9,7 @@ struct DisplayForm {
     std::string_view display;
 };
 
-constexpr DisplayForm roles[] = {
+constexpr DisplayForm roleForms[] = {
     {"partner", "partner"},
     {"associate", "associate"},
     {"solo", "solo practitioner"},
@@ -29,7 +29,7 @@ constexpr DisplayForm roles[] = {
 };
 
 /// Shared with the practice areas, so that a lawyer's "family" reads as the doctor's.
-constexpr DisplayForm specialties[] = {
+constexpr DisplayForm specialtyForms[] = {
     {"cardiology", "Cardiology"},
     {"dermatology", "Dermatology"},
     {"emergency", "Emergency Medicine"},
@@ -123,11 +123,11 @@ std::string displayed(std::span<const DisplayForm> forms, std::string_view key) 
 } // namespace
 
 std::string roleDisplay(std::string_view key) {
-    return displayed(roles, key);
+    return displayed(roleForms, key);
 }
 
 std::string specialtyDisplay(std::string_view key) {
-    return displayed(specialties, key);
+    return displayed(specialtyForms, key);
 }
 
 std::string dictationTypeDisplay(std::string_view key) {
