@@ -60,12 +60,26 @@ bool isPunctuation(UChar32 c) {
     return u_ispunct(c) != 0;
 }
 
+constexpr std::string_view replacement = "\xEF\xBF\xBD"; // U+FFFD
+
+struct CodePoint {
+    UChar32 value;          // negative where the bytes are not UTF-8
+    std::string_view bytes; // as they stand in the text
+};
+
+/// Takes the first code point off a text that is not empty.
+CodePoint takeCodePoint(std::string_view& text) {
+    std::size_t size = 0;
+    UChar32 value = U_SENTINEL;
+    U8_NEXT(reinterpret_cast<const uint8_t*>(text.data()), size, text.size(), value);
+    const std::string_view bytes = text.substr(0, size);
+    text.remove_prefix(size);
+    return {value, bytes};
+}
+
 /// Negative when there is none.
 UChar32 firstCodePoint(std::string_view text) {
-    UChar32 first = U_SENTINEL;
-    if (int32_t at = 0; !text.empty())
-        U8_NEXT(reinterpret_cast<const uint8_t*>(text.data()), at, static_cast<int32_t>(text.size()), first);
-    return first;
+    return text.empty() ? U_SENTINEL : takeCodePoint(text).value;
 }
 
 template <typename Matches>
@@ -123,42 +137,30 @@ std::string escapeEach(std::string_view text, std::string_view characters) {
 std::string repairUtf8(std::string_view text) {
     if (isAscii(text))
         return std::string(text);
-    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
-    const auto size = static_cast<int32_t>(text.size());
     std::string out;
     out.reserve(text.size());
-    for (int32_t at = 0; at < size;) {
-        const int32_t start = at;
-        UChar32 c = 0;
-        U8_NEXT(bytes, at, size, c);
-        if (c < 0)
-            out += "\xEF\xBF\xBD";
-        else
-            out.append(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(at - start)));
+    while (!text.empty()) {
+        const CodePoint c = takeCodePoint(text);
+        out += c.value < 0 ? replacement : c.bytes;
     }
     return out;
 }
 
 std::string withoutControls(std::string_view text) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
-    const auto size = static_cast<int32_t>(text.size());
     std::string out;
     out.reserve(text.size());
-    for (int32_t at = 0; at < size;) {
-        const int32_t start = at;
-        UChar32 c = 0;
-        U8_NEXT(bytes, at, size, c);
-        const std::string_view rest = text.substr(static_cast<std::size_t>(at));
+    while (!text.empty()) {
+        const auto [c, bytes] = takeCodePoint(text);
         if (c == sequenceIntroducer)
-            at += static_cast<int32_t>(sequenceLength(rest));
-        else if (c == escape && rest.starts_with('['))
-            at += 1 + static_cast<int32_t>(sequenceLength(rest.substr(1)));
-        else if ((c == '\r' && !rest.starts_with('\n')) || c == nextLine)
+            text.remove_prefix(sequenceLength(text));
+        else if (c == escape && text.starts_with('['))
+            text.remove_prefix(1 + sequenceLength(text.substr(1)));
+        else if ((c == '\r' && !text.starts_with('\n')) || c == nextLine)
             out += '\n';
         else if (c < 0)
-            out += "\xEF\xBF\xBD";
+            out += replacement;
         else if (c == '\n' || c == '\t' || u_charType(c) != U_CONTROL_CHAR)
-            out.append(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(at - start)));
+            out += bytes;
     }
     return out;
 }
@@ -242,20 +244,14 @@ bool startsWithLetter(std::string_view text) {
 }
 
 std::vector<std::string> words(std::string_view text) {
-    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
-    const auto size = static_cast<int32_t>(text.size());
     std::vector<std::string> out;
     std::string word;
-    for (int32_t at = 0; at < size;) {
-        const int32_t start = at;
-        UChar32 c = 0;
-        U8_NEXT(bytes, at, size, c);
-        if (c >= 0 && isWhitespaceOrNewline(c)) {
-            if (!word.empty())
-                out.push_back(std::exchange(word, {}));
-        } else {
-            word.append(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(at - start)));
-        }
+    while (!text.empty()) {
+        const auto [c, bytes] = takeCodePoint(text);
+        if (c < 0 || !isWhitespaceOrNewline(c))
+            word += bytes;
+        else if (!word.empty())
+            out.push_back(std::exchange(word, {}));
     }
     if (!word.empty())
         out.push_back(std::move(word));

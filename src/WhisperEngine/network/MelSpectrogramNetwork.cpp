@@ -3,13 +3,12 @@
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/MelFilters.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
+#include "media/RealTransform.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <functional>
-#include <kiss_fftr.h>
-#include <new>
 
 namespace fenlo::whisper {
 
@@ -17,10 +16,6 @@ namespace {
 
 constexpr float floor = 1e-10f; // of the power, before the logarithm
 constexpr int padding = mel::fftSize / 2;
-
-struct FreeTransform {
-    void operator()(kiss_fftr_state* state) const { kiss_fftr_free(state); }
-};
 
 /// The signal with its mirror image at both ends.
 std::vector<float> reflected(std::span<const float> audio) {
@@ -46,19 +41,15 @@ int soundingFrames(std::span<const float> padded, int frames) {
 /// The transform and buffers of one thread.
 class MelSpectrogramNetwork::Worker {
 public:
-    explicit Worker(const MelSpectrogramNetwork& network)
-        : m_network(network), m_transform(kiss_fftr_alloc(mel::fftSize, 0, nullptr, nullptr)) {
-        if (!m_transform)
-            throw std::bad_alloc();
-    }
+    explicit Worker(const MelSpectrogramNetwork& network) : m_network(network) {}
 
     /// One frame, written down a column of the features.
     void run(const float* samples, float* column, std::size_t stride) {
         for (std::size_t i = 0; i < mel::fftSize; ++i)
             m_windowed[i] = samples[i] * m_network.m_window[i];
-        kiss_fftr(m_transform.get(), m_windowed.data(), m_spectrum.data());
+        const auto spectrum = m_transform(m_windowed);
         for (std::size_t i = 0; i < mel::bins; ++i)
-            m_power[i] = m_spectrum[i].r * m_spectrum[i].r + m_spectrum[i].i * m_spectrum[i].i;
+            m_power[i] = spectrum[i].r * spectrum[i].r + spectrum[i].i * spectrum[i].i;
         for (const Band& band : m_network.m_bands) {
             float sum = 0;
             for (std::size_t i = 0; i < band.weights.size(); ++i)
@@ -73,9 +64,8 @@ public:
 
 private:
     const MelSpectrogramNetwork& m_network;
-    std::unique_ptr<kiss_fftr_state, FreeTransform> m_transform;
+    RealTransform m_transform{mel::fftSize};
     std::array<float, mel::fftSize> m_windowed{};
-    std::array<kiss_fft_cpx, mel::bins> m_spectrum{};
     std::array<float, mel::bins> m_power{};
 };
 

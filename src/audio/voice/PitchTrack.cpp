@@ -1,9 +1,9 @@
 #include "audio/voice/PitchTrack.h"
 
 #include "audio/voice/Frames.h"
-#include "audio/voice/RealTransform.h"
 #include "audio/voice/VoiceFeatures.h"
 #include "media/Level.h"
+#include "media/RealTransform.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "audio/voice/RealTransform.h"
+#include "media/RealTransform.h"
 
 #include <span>
 #include <vector>

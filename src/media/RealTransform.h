@@ -5,14 +5,19 @@
 #include <span>
 #include <vector>
 
-namespace fenlo::voice {
+namespace fenlo {
 
-/// The Fourier transform of real signals of one even length, unscaled, with a buffer of its own.
+/// The Fourier transform of real signals of one length, with a buffer of its own.
+///
+/// Threads: one at a time.
+/// Units:   unscaled: a constant signal of ones gives `size` in the first bin.
 class RealTransform {
 public:
+    /// `size` is even.
     explicit RealTransform(std::size_t size);
 
-    /// The lower half of the spectrum of `size` samples, [size / 2 + 1]. Valid until the next call.
+    /// The spectrum of `size` samples from no frequency to half the sample rate, [size / 2 + 1]. Valid until the next
+    /// call.
     std::span<const kiss_fft_cpx> operator()(std::span<const float> samples);
 
 private:
@@ -24,4 +29,4 @@ private:
     std::vector<kiss_fft_cpx> m_spectrum;
 };
 
-} // namespace fenlo::voice
+} // namespace fenlo

@@ -1,8 +1,8 @@
-#include "audio/voice/RealTransform.h"
+#include "media/RealTransform.h"
 
 #include <new>
 
-namespace fenlo::voice {
+namespace fenlo {
 
 RealTransform::RealTransform(std::size_t size)
     : m_state(kiss_fftr_alloc(static_cast<int>(size), 0, nullptr, nullptr)), m_spectrum(size / 2 + 1) {
@@ -15,4 +15,4 @@ std::span<const kiss_fft_cpx> RealTransform::operator()(std::span<const float> s
     return m_spectrum;
 }
 
-} // namespace fenlo::voice
+} // namespace fenlo
