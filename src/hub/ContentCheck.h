@@ -9,15 +9,15 @@ struct evp_md_ctx_st;
 
 namespace fenlo::hub {
 
-/// Tells whether bytes, fed piece by piece, are the content of a file as the hub describes it: by size and SHA-256, or
-/// by git's SHA-1 of the blob, or by size alone where the hub tells no hash.
+/// Checks content, piece by piece, against what the hub says of the file: its size and its SHA-256 or git's SHA-1 of
+/// the blob; the size alone where the hub gives no hash.
 class ContentCheck {
 public:
     explicit ContentCheck(const RepoFile& file);
 
     void add(std::string_view bytes);
-    std::uint64_t size() const { return m_size; } // of what was added
-    /// To be asked once, after the last byte.
+    std::uint64_t size() const { return m_size; } // bytes added so far
+    /// Call once, after the last byte.
     bool isRight();
 
 private:
@@ -34,7 +34,7 @@ private:
 /// What identifies the file's content on the hub; empty where only its size is known.
 std::string contentHash(const RepoFile& file);
 
-/// Reads the file on the disk and checks it. False also when it is no plain file or on a stop request.
+/// Checks a file on the disk. Also false when it is not a plain file, and on a stop request.
 bool holds(const std::filesystem::path& place, const RepoFile& file, std::stop_token stop);
 
 } // namespace fenlo::hub

@@ -9,9 +9,9 @@ namespace {
 
 using Kind = HubError::Kind;
 
-constexpr int mostAttempts = 5; // in a row that bring nothing
+constexpr int mostAttempts = 5; // in a row without a new byte
 
-/// A weak mark does not promise the same bytes, so that nothing can be continued under it.
+/// A weak ETag does not promise the same bytes, so nothing can be continued under it.
 std::string strongTag(const HttpResponse& head) {
     const std::string tag = headerOf(head, "etag");
     return tag.starts_with('"') ? tag : "";

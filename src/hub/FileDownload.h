@@ -5,22 +5,22 @@
 
 namespace fenlo::hub {
 
-/// Brings one file of a repository into its place: goes on with what an earlier attempt left, tries again after faults
-/// that pass, and lets only the right bytes through.
+/// Downloads one file of a repository: continues an earlier attempt, tries again after passing faults, and accepts only
+/// the content that the hub lists.
 ///
 /// Threads: one at a time; several downloads run side by side.
 class FileDownload {
 public:
-    /// `tell` hears of every change of the number of bytes that are there, on the thread of run().
+    /// `tell` is called with the number of bytes on the disk whenever it changes, on the thread of run().
     using Tell = std::function<void(std::int64_t change)>;
 
     FileDownload(const HubConnection& connection, Clock& clock, const std::filesystem::path& folder,
                  const RepoFile& file, Tell tell);
 
-    /// Returns with the whole file on the disk, not yet in its place. Throws HubError.
+    /// Returns when the whole file is on the disk, but not yet under its name. Throws HubError.
     void run(std::stop_token stop);
 
-    /// To be called once, after run(). Throws HubError.
+    /// Gives the file its name. Call once, after run(). Throws HubError.
     void moveToPlace() { m_partial.moveToPlace(); }
 
 private:

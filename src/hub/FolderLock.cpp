@@ -26,10 +26,10 @@ FolderLock::FolderLock(const std::filesystem::path& folder, Clock& clock, std::s
                                                  text::lower(std::generic_category().message(errno)) +
                                                  "; check the folder's permissions");
     bool told = false;
-    // A file system without locks has no other user to wait for either, as far as can be known.
+    // Where the file system has no locks, nobody is waited for.
     while (::flock(m_file.number(), LOCK_EX | LOCK_NB) != 0 && (errno == EWOULDBLOCK || errno == EINTR)) {
         if (!std::exchange(told, true))
-            log("[Fenlo] Another download into " + folder.string() + " is under way; waiting for its end");
+            logInfo("Another download into {} is under way; waiting for its end", folder.string());
         pause(clock, askAgain, stop);
     }
 }

@@ -11,7 +11,7 @@ class Clock;
 
 namespace fenlo::hub {
 
-/// Keeps a folder for one download at a time, among all processes. It ends with its process, however that ends.
+/// Lets one process at a time download into a folder. The lock ends with the process, even when that crashes.
 class FolderLock {
 public:
     /// Waits while another holds the folder, and logs that it does. Throws HubError disk or cancelled.

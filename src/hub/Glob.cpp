@@ -2,8 +2,8 @@
 
 namespace fenlo::hub {
 
-/// Every `*` first stands for nothing and grows when the rest does not fit; only the last one seen ever needs to grow,
-/// so that no pattern takes longer than path times pattern.
+/// Each `*` first matches nothing and takes in more when the rest does not fit. Only the last one ever needs to grow,
+/// so the time is at most the length of the path times that of the pattern.
 bool matchesGlob(const std::string& path, const std::string& glob) {
     std::size_t at = 0;
     std::size_t in = 0;

@@ -136,7 +136,7 @@ void HubClient::snapshot(const std::string& repo, const std::vector<std::string>
     } catch (const HubError& error) {
         if (!isUsable || (error.kind != Kind::network && error.kind != Kind::badReply))
             throw;
-        log("[Fenlo] Using " + folder.string() + " as it is: " + error.what());
+        logInfo("Using {} as it is: {}", folder.string(), error.what());
         return;
     }
     if (wanted.files.empty())
@@ -157,7 +157,7 @@ void HubClient::snapshot(const std::string& repo, const std::vector<std::string>
             }
             FileDownload download(connection, m_clock, folder, file, tell);
             download.run(end);
-            // From the first exchanged file on, the folder holds no whole snapshot until it holds the new one.
+            // Once the first file is exchanged, the folder is not whole until all of them are.
             if (stored)
                 files::removeQuietly(folder / manifestName);
             download.moveToPlace();

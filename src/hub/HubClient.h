@@ -26,9 +26,9 @@ struct HubError : std::runtime_error {
 struct HubSettings {
     std::string endpoint = "https://huggingface.co"; // scheme and host
     std::string token;                               // empty for none; never logged, never sent to another host
-    bool offline = false;                            // only what is on disk
+    bool offline = false;                            // use only what is on the disk
     double idleLimit = 30;                           // seconds after which a request that brings too little is given up
-    double leastRate = 1000;                         // bytes a second, below which it brings too little
+    double leastRate = 1000;                         // bytes per second; less is too little
 
     /// `HF_ENDPOINT`, `HF_TOKEN` and `HF_HUB_OFFLINE` over the defaults.
     static HubSettings fromEnvironment();
@@ -42,30 +42,31 @@ struct RepoFile {
 };
 
 struct DownloadProgress {
-    std::uint64_t received = 0; // bytes, those of earlier attempts included; falls when a file must be begun anew
+    std::uint64_t received = 0; // bytes, with those of earlier attempts; falls when a file starts over
     std::uint64_t total = 0;
 };
 
-/// Client of a Hugging Face hub: lists repositories and brings files to the disk.
+/// Client of a Hugging Face hub: lists repositories and downloads files.
 ///
-/// Threads: any; the calls block their caller, and several files come side by side.
-/// Errors:  HubError. A stop request ends a call within a fraction of a second and leaves what has come for the next
-///          attempt to go on from.
+/// Threads: any; calls block. Several files are downloaded at a time.
+/// Errors:  HubError. A stop request ends a call within a fraction of a second; the next attempt continues from what
+/// has
+///          been received.
 class HubClient {
 public:
     /// The clock times the pauses before another attempt.
     HubClient(HttpClient& http, HubSettings settings, Clock& clock);
 
-    /// The files of a repository whose path matches one of the globs (all of them without globs). `*` also crosses
+    /// The files of a repository whose path matches one of the globs; without globs, all files. `*` also matches
     /// slashes.
     std::vector<RepoFile> listFiles(const std::string& repo, const std::vector<std::string>& globs,
                                     std::stop_token stop);
 
-    /// Brings the matching files into `folder`, each at its path. A file that is there whole is not fetched again; a
-    /// broken download goes on where it stopped when the hub still has the same file; a file appears under its name
-    /// only when its size and hash are right. Offline, or where the hub cannot be reached, what is on the disk serves
-    /// when it was complete before. A second process that wants the same folder waits for the first. The progress
-    /// callback, which may be empty, comes on the calling thread.
+    /// Downloads the matching files into `folder`, each at its path. A file that is already whole is not fetched again.
+    /// A broken download continues where it stopped, as long as the hub has the same file. A file gets its name only
+    /// when its size and hash are right. When the hub cannot be reached, files that were complete before are used as
+    /// they are. A second process that wants the same folder waits for the first. The progress callback may be empty;
+    /// it is called on the calling thread.
     void snapshot(const std::string& repo, const std::vector<std::string>& globs, const std::filesystem::path& folder,
                   const std::function<void(DownloadProgress)>& progress, std::stop_token stop);
 

@@ -25,7 +25,7 @@ bool isSuccess(int status) {
     return status >= 200 && status < 300;
 }
 
-/// The hub's own seconds; a date is not worth reading, the usual pause does.
+/// The seconds that the hub asks for. A date is ignored: the usual pause will do.
 double askedPause(const HttpResponse& answer) {
     const std::string value = headerOf(answer, "retry-after");
     unsigned seconds = 0;
@@ -65,7 +65,7 @@ HttpResponse HubConnection::get(HttpRequest request, const std::string& what, st
         request.onHead = [wanted = request.onHead](const HttpResponse& head) {
             return isSuccess(head.status) && (!wanted || wanted(head));
         };
-    request.timeout = 0; // a slow download is as good as a fast one, as long as it lives
+    request.timeout = 0; // a slow download may take as long as it needs
     request.idleLimit = m_settings.idleLimit;
     request.leastRate = m_settings.leastRate;
     bool isFromHub = true;
@@ -114,7 +114,7 @@ HttpResponse HubConnection::sendOnce(const HttpRequest& request, const std::stri
 
 void HubConnection::refuse(const HttpResponse& answer, const std::string& what, bool isFromHub) const {
     const std::string status = " (status " + std::to_string(answer.status) + ")";
-    // A storage host refuses an address that has grown old; the hub gives a fresh one.
+    // A signed address of the storage expires; the hub gives a fresh one.
     if (!isFromHub && answer.status < 500)
         throw PassingFault(Kind::network, "the storage of the hub refuses " + what + status + "; try again later",
                            askedPause(answer));

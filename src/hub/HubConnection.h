@@ -8,19 +8,19 @@ namespace fenlo::hub {
 /// The requests to a hub about one repository. The token goes to the hub's own host only, whatever a redirect says.
 ///
 /// Threads: any, side by side.
-/// Errors:  HubError, as PassingFault where another attempt makes sense.
+/// Errors:  HubError; a PassingFault where another attempt makes sense.
 class HubConnection {
 public:
     HubConnection(HttpClient& http, const HubSettings& settings, std::string repo);
 
     const std::string& repo() const { return m_repo; }
-    /// Bytes; an attempt that brought fewer before it fell silent has brought nothing worth another one.
+    /// Bytes. When an attempt received fewer before the connection fell silent, it is not repeated.
     double leastProgress() const { return m_settings.idleLimit * m_settings.leastRate; }
     std::string listingAddress() const;
     std::string fileAddress(const std::string& path) const;
 
-    /// Sends a GET and follows its redirects. It may last as long as it brings enough. Answers of 2xx and 416 (no such
-    /// range) come back, and only the body of a 2xx is streamed. `what` is named in messages.
+    /// Sends a GET and follows its redirects. There is no time limit while enough bytes arrive. Answers of 2xx and 416
+    /// (no such range) are returned; only the body of a 2xx is streamed. `what` is named in messages.
     HttpResponse get(HttpRequest request, const std::string& what, std::stop_token stop) const;
 
     static constexpr char revision[] = "main";

@@ -34,7 +34,7 @@ public:
         update([&] { ++m_ended; });
     }
 
-    /// Tells every change until so many workers have ended. On the calling thread.
+    /// Reports progress, on the calling thread, until so many workers have ended.
     void watch(std::size_t workers, const std::function<void(DownloadProgress)>& progress) {
         std::unique_lock lock(m_mutex);
         while (m_isNew || m_ended < workers) {
@@ -84,7 +84,7 @@ private:
     std::stop_callback<EndAll> m_endWithCaller;
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    bool m_isNew = true; // the start is told too
+    bool m_isNew = true; // so that the start is reported too
     std::size_t m_next = 0;
     std::size_t m_ended = 0;
     std::uint64_t m_received = 0;
@@ -103,7 +103,7 @@ void fetchAll(const std::vector<RepoFile>& files,
             workers.emplace_back([&] { crew.work(fetch); });
         crew.watch(workers.size(), progress);
     } catch (...) {
-        crew.end(); // the workers end before the crew they share
+        crew.end(); // the workers use the crew
         workers.clear();
         throw;
     }

@@ -21,8 +21,8 @@ namespace {
 
 constexpr std::size_t maxNameBytes = 80;
 
-/// A name for the partial of a path: readable, and short enough for every file system. The hash keeps apart what the
-/// shortening would bring together.
+/// A readable name for the partial of a path, short enough for every file system. The hash keeps shortened names
+/// apart.
 fs::path partialPath(const fs::path& folder, const RepoFile& file) {
     std::string name = url::percentEncode(text::replaceAll(file.path, "/", "+"), "");
     if (name.size() > maxNameBytes)
@@ -41,7 +41,7 @@ nlohmann::json recordOf(const RepoFile& file, const std::string& entityTag) {
     return {{"path", file.path}, {"size", file.size}, {"hash", contentHash(file)}, {"etag", entityTag}};
 }
 
-/// The mark under which the partial was sent, when it is one of this file and its whole can be checked; else "".
+/// The ETag of the partial, when it belongs to this file and the whole can be checked; otherwise "".
 std::string recordedTag(const fs::path& partial, const RepoFile& file) {
     const auto record = parseJson(files::read(recordPath(partial)).value_or(""));
     if (!record.is_object() || !record.contains("etag") || !record["etag"].is_string() || contentHash(file).empty())
@@ -99,7 +99,7 @@ bool PartialFile::readInto(ContentCheck& check, std::stop_token stop) {
 }
 
 void PartialFile::begin(const std::string& entityTag) {
-    files::removeQuietly(recordPath(m_path)); // first: a record must never stand beside other bytes
+    files::removeQuietly(recordPath(m_path)); // first: a record must never lie beside the bytes of another file
     m_entityTag.clear();
     if (::ftruncate(m_descriptor.number(), 0) != 0)
         fail(errno);
@@ -111,14 +111,8 @@ void PartialFile::begin(const std::string& entityTag) {
 }
 
 void PartialFile::append(std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(m_descriptor.number(), bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            fail(written < 0 ? errno : ENOSPC);
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
+    if (!writeAll(m_descriptor.number(), bytes))
+        fail(errno);
 }
 
 void PartialFile::moveToPlace() {

@@ -8,8 +8,8 @@ namespace fenlo::hub {
 
 namespace {
 
-constexpr double step = 0.1;         // seconds in which a stop request is seen
-constexpr double longestPause = 120; // seconds; a hub that asks for more is left to the user's patience
+constexpr double step = 0.1;         // seconds until a stop request is noticed
+constexpr double longestPause = 120; // seconds; when the hub asks for more, the download fails
 
 } // namespace
 

@@ -8,11 +8,11 @@ namespace fenlo::hub {
 struct PassingFault : HubError {
     PassingFault(Kind reason, const std::string& message, double seconds = 0)
         : HubError(reason, message), askedPause(seconds) {}
-    double askedPause; // seconds that the hub asked to wait; 0 when it asked nothing
+    double askedPause; // seconds that the hub asked for; 0 for none
 };
 
-/// The other end does not answer, or sends next to nothing. The user has waited long for it already, so that only an
-/// attempt that had brought something is repeated.
+/// The other end does not answer, or sends next to nothing. The user has waited long enough already, so only an attempt
+/// that received something is repeated.
 struct Silence : PassingFault {
     using PassingFault::PassingFault;
 };
@@ -27,10 +27,10 @@ class Retries {
 public:
     Retries(Clock& clock, int attempts) : m_clock(clock), m_attempts(attempts) {}
 
-    /// Waits before another attempt. Throws the fault when there is none left or the hub asks for too long a pause.
+    /// Waits before another attempt. Throws the fault when no attempt is left or the hub asks for too long a pause.
     void waitAfter(const PassingFault& fault, std::stop_token stop);
 
-    /// The last attempt brought something: the count begins anew.
+    /// The last attempt received something: counting starts over.
     void begin() { m_failed = 0; }
 
 private:

@@ -6,28 +6,28 @@
 
 namespace fenlo::hub {
 
-/// What a folder holds of a repository, kept in the folder itself and written when all of it is there.
+/// Which files of a repository a folder holds. Written into the folder when all of them are there.
 struct SnapshotManifest {
     std::string repo;
     std::string revision;
-    std::vector<std::string> globs; // those that were completed
+    std::vector<std::string> globs; // whose files are all there
     std::vector<RepoFile> files;
 
-    /// Nothing when there is none or it cannot be used.
+    /// Nothing when it is missing or damaged.
     static std::optional<SnapshotManifest> load(const std::filesystem::path& folder);
     static std::optional<SnapshotManifest> parse(std::string_view content);
     std::string text() const;
     /// Throws HubError disk.
     void save(const std::filesystem::path& folder) const;
 
-    /// Whether the folder has every file of the repository that the globs name, as far as names and sizes tell.
+    /// Whether the folder has every file of the repository that the globs match, judged by names and sizes.
     bool isCompleteFor(const std::string& wantedRepo, const std::vector<std::string>& wantedGlobs,
                        const std::filesystem::path& folder) const;
 
     /// Whether this very content was put into the folder.
     bool names(const RepoFile& file) const;
 
-    /// Takes in a newer completed snapshot; what it does not speak of stays.
+    /// Adds a newer completed snapshot; files that it does not name stay.
     void merge(const SnapshotManifest& newer);
 };
 

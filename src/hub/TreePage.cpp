@@ -14,7 +14,7 @@ using nlohmann::json;
 
 constexpr std::size_t sha1Digits = 40;
 constexpr std::size_t sha256Digits = 64;
-constexpr std::uint64_t maxFileBytes = 1ull << 46u; // the sum of a whole listing stays a number
+constexpr std::uint64_t maxFileBytes = 1ull << 46u; // so that the sum of a listing does not overflow
 
 [[noreturn]] void refuse(const std::string& repo, const std::string& fault) {
     throw HubError(HubError::Kind::badReply, "the hub's list of the files of " + shown(repo) + " " + fault);

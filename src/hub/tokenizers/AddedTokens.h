@@ -11,15 +11,15 @@
 
 namespace fenlo::hub {
 
-/// A token that is found by its text before the text is cut and merged.
+/// A token that is looked up in the text as a whole, before words are cut and pieces merged.
 struct AddedToken {
     int id = 0;
     std::string content;
     bool singleWord = false; // not within a word
-    bool lstrip = false;     // takes the white space before it along
-    bool rstrip = false;     // and that after it
-    bool normalized = false; // is looked for in the normalized text
-    bool special = false;    // no text: left out where special tokens are to be skipped
+    bool lstrip = false;     // takes in the white space before it
+    bool rstrip = false;     // and the white space after it
+    bool normalized = false; // looked up in the normalized text
+    bool special = false;    // not text: left out when special tokens are skipped
 
     /// Errors: TokenizerError for wrong or unknown settings and contents longer than 256 bytes.
     static AddedToken read(const JsonNode& node);
@@ -31,7 +31,7 @@ struct AddedToken {
 class AddedTokenFinder {
 public:
     struct Match {
-        std::size_t begin; // bytes, with the white space that is taken along
+        std::size_t begin; // bytes, with the white space taken in
         std::size_t end;
         int id;
     };
@@ -39,7 +39,7 @@ public:
     AddedTokenFinder() = default;
     explicit AddedTokenFinder(std::vector<AddedToken> tokens);
 
-    /// The first match from each place on, the longest one there.
+    /// The matches in order; of those that begin at one place the longest.
     std::vector<Match> find(std::string_view text) const;
 
 private:

@@ -15,8 +15,8 @@
 namespace fenlo::hub {
 
 /// Byte-pair encoding (Sennrich et al., "Neural Machine Translation of Rare Words with Subword Units", 2016): a word
-/// begins as its characters, and the pair of neighbours that stands first in the list of merges is put together until
-/// none is left that stands there.
+/// begins as its characters; the pair of neighbours that is highest in the list of merges is joined, again and again,
+/// until no pair is in the list.
 ///
 /// Threads: constant once made.
 class BytePairEncoding {
@@ -26,7 +26,7 @@ public:
     BytePairEncoding(const JsonNode& node, const TokenizerDocument& document);
 
     /// Appends the tokens of the words, in n log n time for the longest of n characters. Characters that the vocabulary
-    /// lacks are the unknown token, or nothing where there is none. `vocabulary` is the one of the document.
+    /// lacks become the unknown token, or nothing when the file has none. `vocabulary` is the one of the document.
     void encode(std::span<const std::string> words, const Vocabulary& vocabulary, std::vector<int>& tokens) const;
 
 private:

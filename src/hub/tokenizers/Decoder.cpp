@@ -15,7 +15,7 @@ namespace {
 
 constexpr int largestCount = 1'000'000;
 
-/// Characters may be spread over pieces, so the bytes of all of them are put together before they are looked at.
+/// A character may be spread over pieces, so their bytes are joined first.
 void decodeByteLetters(std::vector<std::string>& pieces) {
     std::string bytes;
     for (const std::string& piece : pieces)
@@ -42,7 +42,7 @@ void decodeByteFallback(std::vector<std::string>& pieces) {
             return;
         if (text::repairUtf8(bytes) == bytes)
             out.push_back(bytes);
-        else // each byte of a run that is no text is unreadable by itself
+        else // in a run that is not UTF-8 each byte is shown as unreadable
             out.insert(out.end(), bytes.size(), "\uFFFD");
         bytes.clear();
     };
@@ -67,59 +67,65 @@ std::string strip(std::string_view piece, std::string_view content, int start, i
     return std::string(piece);
 }
 
+using Pieces = std::vector<std::string>;
+using JoinStep = std::function<void(Pieces& pieces)>;
+using JoinSteps = std::vector<JoinStep>;
+
+void addByteDecoding(const JsonNode&, JoinSteps& steps) {
+    steps.emplace_back(decodeByteLetters);
+}
+
+void addByteFallback(const JsonNode&, JoinSteps& steps) {
+    steps.emplace_back(decodeByteFallback);
+}
+
+void addFuse(const JsonNode&, JoinSteps& steps) {
+    steps.emplace_back([](Pieces& pieces) { pieces.assign(1, text::join(pieces, "")); });
+}
+
+void addPieceStrip(const JsonNode& node, JoinSteps& steps) {
+    const std::string content = shortText(node.member("content"));
+    if (content.empty())
+        node.member("content").fail("is empty");
+    const int start = node.member("start").integer(largestCount);
+    const int stop = node.member("stop").integer(largestCount);
+    steps.emplace_back([content, start, stop](Pieces& pieces) {
+        for (std::string& piece : pieces)
+            piece = strip(piece, content, start, stop);
+    });
+}
+
+void addBlankDecoding(const JsonNode& node, JoinSteps& steps) {
+    steps.emplace_back([metaspace = Metaspace::read(node)](Pieces& pieces) {
+        if (!pieces.empty() && metaspace.scheme != Metaspace::Prepend::never)
+            pieces.front() = strip(pieces.front(), metaspace.blank, 1, 0);
+        for (std::string& piece : pieces)
+            piece = text::replaceAll(piece, metaspace.blank, " ");
+    });
+}
+
 } // namespace
 
 Decoder Decoder::read(const JsonNode& node) {
     Decoder decoder;
-    decoder.add(node);
-    if (node.isNull())
-        decoder.m_separator = " ";
-    return decoder;
-}
-
-void Decoder::add(const JsonNode& node) {
-    if (node.isNull())
-        return;
-    requireRoomForStep(node, m_steps.size());
-    const std::string type = node.type();
-    if (type == "Sequence") {
-        node.allowOnly({"type", "decoders"});
-        for (const JsonNode& item : node.member("decoders").items())
-            add(item);
-    } else if (type == "ByteLevel") {
-        node.allowOnly({"type", "add_prefix_space", "trim_offsets", "use_regex"});
-        m_steps.emplace_back(decodeByteLetters);
-    } else if (type == "ByteFallback") {
-        node.allowOnly({"type"});
-        m_steps.emplace_back(decodeByteFallback);
-    } else if (type == "Fuse") {
-        node.allowOnly({"type"});
-        m_steps.emplace_back([](std::vector<std::string>& pieces) { pieces.assign(1, text::join(pieces, "")); });
-    } else if (type == "Replace") {
-        m_steps.emplace_back([replace = readReplacement(node, m_growth)](std::vector<std::string>& pieces) {
+    double growth = 1;
+    const auto addReplace = [&growth](const JsonNode& step, JoinSteps& steps) {
+        steps.emplace_back([replace = readReplacement(step, growth)](Pieces& pieces) {
             for (std::string& piece : pieces)
                 piece = replace(piece);
         });
-    } else if (type == "Strip") {
-        node.allowOnly({"type", "content", "start", "stop"});
-        const std::string content = shortText(node.member("content"));
-        if (content.empty())
-            node.member("content").fail("is empty");
-        m_steps.emplace_back([content, start = node.member("start").integer(largestCount),
-                              stop = node.member("stop").integer(largestCount)](std::vector<std::string>& pieces) {
-            for (std::string& piece : pieces)
-                piece = strip(piece, content, start, stop);
-        });
-    } else if (type == "Metaspace") {
-        m_steps.emplace_back([metaspace = Metaspace::read(node)](std::vector<std::string>& pieces) {
-            if (!pieces.empty() && metaspace.scheme != Metaspace::Prepend::never)
-                pieces.front() = strip(pieces.front(), metaspace.blank, 1, 0);
-            for (std::string& piece : pieces)
-                piece = text::replaceAll(piece, metaspace.blank, " ");
-        });
-    } else {
-        node.refuseType();
-    }
+    };
+    readSteps<JoinStep>(node, "decoders",
+                        {{"ByteLevel", {"add_prefix_space", "trim_offsets", "use_regex"}, addByteDecoding},
+                         {"ByteFallback", {}, addByteFallback},
+                         {"Fuse", {}, addFuse},
+                         {"Replace", {"pattern", "content"}, addReplace},
+                         {"Strip", {"content", "start", "stop"}, addPieceStrip},
+                         {"Metaspace", Metaspace::settings, addBlankDecoding}},
+                        decoder.m_steps);
+    if (node.isNull())
+        decoder.m_separator = " ";
+    return decoder;
 }
 
 std::string Decoder::apply(std::vector<std::string> pieces) const {

@@ -89,7 +89,7 @@ void JsonNode::refuseType() const {
     refuse("is of the unknown type " + inQuotes(type()));
 }
 
-void JsonNode::allowOnly(std::initializer_list<std::string_view> keys) const {
+void JsonNode::allowOnly(const std::vector<std::string_view>& keys) const {
     for (const auto& [key, value] : m_value->items())
         if (std::ranges::count(keys, std::string_view(key)) == 0)
             refuse("has the unknown setting " + inQuotes(key));

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <initializer_list>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
@@ -8,9 +7,9 @@
 
 namespace fenlo::hub {
 
-/// A value of a tokenizer file that knows its place in it, so that whatever is wrong with it can be told in one line.
+/// A value of a tokenizer file that knows its place there, so that an error can name it.
 ///
-/// Errors:   TokenizerError from every operation that finds something else than it is asked for.
+/// Errors:   TokenizerError, when the value is not of the wanted kind.
 /// Lifetime: a view of the document, which must outlive it.
 class JsonNode {
 public:
@@ -38,8 +37,8 @@ public:
     /// The member "type" of an object.
     std::string type() const;
     [[noreturn]] void refuseType() const;
-    /// Refuses members beyond these: what is not understood would silently change the tokens.
-    void allowOnly(std::initializer_list<std::string_view> keys) const;
+    /// Refuses other members: to ignore them could change the tokens.
+    void allowOnly(const std::vector<std::string_view>& keys) const;
 
 private:
     const nlohmann::json* m_value;
@@ -50,7 +49,7 @@ private:
 /// Throws the TokenizerError for a damaged file.
 [[noreturn]] void failDocument(const std::string& source, const std::string& place, const std::string& fault);
 
-/// For error texts: short, in quotes, on one line, whatever the text is.
+/// The text for an error message: cut short, in quotes, on one line.
 std::string inQuotes(std::string_view text);
 
 } // namespace fenlo::hub

@@ -20,7 +20,6 @@ Metaspace::Prepend readScheme(const JsonNode& node) {
 } // namespace
 
 Metaspace Metaspace::read(const JsonNode& node) {
-    node.allowOnly({"type", "replacement", "str_rep", "add_prefix_space", "prepend_scheme", "split"});
     Metaspace metaspace;
     metaspace.blank = shortText(node.member("replacement"));
     if (metaspace.blank.empty())

@@ -3,6 +3,8 @@
 #include "hub/tokenizers/JsonNode.h"
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace fenlo::hub {
 
@@ -14,7 +16,9 @@ struct Metaspace {
     Prepend scheme = Prepend::always; // a blank before each text, before the whole text only, or none
     bool splits = true;               // into words, each with the blank before it
 
-    /// Errors: TokenizerError for settings that are wrong or unknown.
+    static inline const std::vector<std::string_view> settings{"replacement", "str_rep", "add_prefix_space",
+                                                               "prepend_scheme", "split"};
+    /// Errors: TokenizerError for wrong settings.
     static Metaspace read(const JsonNode& node);
 
     bool prepends(bool isStart) const { return scheme == Prepend::always || (scheme == Prepend::first && isStart); }

@@ -8,7 +8,7 @@
 
 namespace fenlo::hub {
 
-/// Brings text into the form in which the vocabulary knows it. Null, Sequence, NFC, NFD, NFKC, NFKD, Lowercase, Strip,
+/// Brings text into the form that the vocabulary is written in. Null, Sequence, NFC, NFD, NFKC, NFKD, Lowercase, Strip,
 /// StripAccents, Replace, Prepend.
 class Normalizer {
 public:
@@ -19,10 +19,7 @@ public:
     std::string apply(std::string text) const;
 
 private:
-    void add(const JsonNode& node);
-
     std::vector<std::function<std::string(const std::string&)>> m_steps;
-    double m_growth = 1.0; // how many times longer the replacements can make a text
 };
 
 } // namespace fenlo::hub

@@ -15,14 +15,14 @@ struct TextRange {
     std::size_t end;
 };
 
-/// What the steps of a tokenizer look for in a text: a fixed string or an ICU regular expression.
+/// What a step of a tokenizer searches for: a fixed string or an ICU regular expression.
 ///
 /// Threads: constant once made.
-/// Errors:  none. An expression that takes too long or too much memory finds nothing from there on.
+/// Errors:  none. An expression that takes too much time or memory finds nothing more in that text.
 class Pattern {
 public:
     static Pattern literal(std::string text);
-    /// For the expressions of this program, which are valid.
+    /// For expressions of this program, which are valid.
     static Pattern regex(std::string_view expression);
     /// {"String": text} or {"Regex": expression}.
     static Pattern read(const JsonNode& node);
@@ -30,7 +30,7 @@ public:
     /// Matches that are not empty, in order, none within another.
     std::vector<TextRange> find(std::string_view text) const;
     std::string replace(std::string_view text, std::string_view replacement) const;
-    /// How many times longer a text can become by that.
+    /// How many times longer a text can become by replace().
     double growth(std::string_view replacement) const;
 
 private:

@@ -8,8 +8,8 @@
 
 namespace fenlo::hub {
 
-/// Cuts text into the words within which merges happen. Null, Sequence, ByteLevel, Split, Whitespace, WhitespaceSplit,
-/// Digits, Punctuation, Metaspace.
+/// Cuts text into words; pieces are merged within a word only. Null, Sequence, ByteLevel, Split, Whitespace,
+/// WhitespaceSplit, Digits, Punctuation, Metaspace.
 class PreTokenizer {
 public:
     /// Errors: TokenizerError for anything else.
@@ -21,8 +21,6 @@ public:
 private:
     /// Appends what `piece` becomes to `pieces`.
     using Step = std::function<void(const std::string& piece, bool isStart, std::vector<std::string>& pieces)>;
-
-    void add(const JsonNode& node);
 
     std::vector<Step> m_steps;
 };

@@ -9,7 +9,7 @@ struct Part {
     bool isSeparator;
 };
 
-/// The whole text, as separators and what lies between them.
+/// The whole text, cut into separators and what lies between them.
 std::vector<Part> partsOf(const Pattern& separator, bool inverted, std::string_view text) {
     std::vector<Part> parts;
     std::size_t done = 0;
@@ -24,7 +24,7 @@ std::vector<Part> partsOf(const Pattern& separator, bool inverted, std::string_v
     return parts;
 }
 
-/// Whether the part goes on with the piece that the one before it belongs to.
+/// Whether the part belongs to the same piece as the part before it.
 bool joins(SplitBehavior behavior, const Part& previous, const Part& part) {
     switch (behavior) {
     case SplitBehavior::mergedWithPrevious:

@@ -9,7 +9,7 @@
 
 namespace fenlo::hub {
 
-/// What becomes of the separators when text is split at them.
+/// What happens to the separators at which text is split.
 enum class SplitBehavior { removed, isolated, mergedWithPrevious, mergedWithNext, contiguous };
 
 /// Errors: TokenizerError for an unknown name.

@@ -52,7 +52,6 @@ std::string shortText(const JsonNode& node) {
 }
 
 std::function<std::string(const std::string&)> readReplacement(const JsonNode& node, double& growth) {
-    node.allowOnly({"type", "pattern", "content"});
     Pattern pattern = Pattern::read(node.member("pattern"));
     std::string content = shortText(node.member("content"));
     growth *= pattern.growth(content);

@@ -15,12 +15,12 @@ namespace fenlo::hub {
 struct TokenizerError : std::runtime_error {
     TokenizerError(const std::string& message, std::string fault = {})
         : std::runtime_error(message), damage(std::move(fault)) {}
-    std::string damage; // file and fault without the remedy, where another copy of the file may be sound
+    std::string damage; // file and fault without the remedy; empty when another copy of the file would not help
 };
 
 /// Text to tokens and back, as a tokenizer.json says: added tokens, normalizer, pre-tokenizer, byte-pair merges and
-/// decoder. What its members "truncation", "padding" and "post_processor" say of whole sequences is the caller's.
-/// Anything that this program does not know in the other members is refused, since ignoring it would change the tokens.
+/// decoder. The members "truncation", "padding" and "post_processor", which are about whole sequences, are left to the
+/// caller. Unknown settings elsewhere are refused, since to ignore them could change the tokens.
 ///
 /// Threads: constant once loaded.
 /// Errors:  TokenizerError when loading; none afterwards.

@@ -10,7 +10,7 @@
 
 namespace fenlo::hub {
 
-/// Two pieces that are put together.
+/// Two pieces that are joined.
 struct MergeText {
     std::string both;
     std::size_t leftSize; // bytes
@@ -19,8 +19,8 @@ struct MergeText {
     std::string_view right() const { return std::string_view(both).substr(leftSize); }
 };
 
-/// A tokenizer file as it is read. Nearly all of it is the vocabulary and the merges, which go straight into their
-/// tables: as a tree of JSON values they would take four times as long.
+/// The content of a tokenizer file. Vocabulary and merges, nearly all of it, are read straight into their tables: as a
+/// tree of JSON values they would take four times as long.
 struct TokenizerDocument {
     nlohmann::json settings; // all but model.vocab and model.merges
     Vocabulary vocabulary;

@@ -11,14 +11,14 @@ namespace fenlo::hub {
 
 /// Pieces and their ids, both ways.
 ///
-/// Reading a tokenizer file is for the most part looking up pieces, so they lie one behind the other in one text, and
-/// are found by a hash table with open addressing.
+/// Most of the time of reading a tokenizer file goes into looking up pieces. So they lie one behind the other in one
+/// text, with a hash table with open addressing.
 class Vocabulary {
 public:
     /// Ids go up to here; the largest published vocabularies have some 260,000. It bounds the table by id.
     static constexpr int maximumId = (1 << 22) - 1;
 
-    /// False, and nothing added, where the piece or the id is taken. `id` is from 0 to maximumId.
+    /// False, with nothing added, when the piece or the id is taken. `id` is from 0 to maximumId.
     bool add(std::string_view piece, int id);
 
     std::optional<int> find(std::string_view piece) const;
