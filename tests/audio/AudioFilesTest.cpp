@@ -6,6 +6,7 @@
 #include "media/AudioFileError.h"
 #include "support/ScarceDisk.h"
 #include "support/Signals.h"
+#include "support/TemporaryFolder.h"
 
 #include <cstring>
 #include <gmock/gmock.h>
@@ -21,10 +22,7 @@ namespace {
 
 class AudioFiles : public ::testing::Test {
 protected:
-    void SetUp() override { fs::create_directories(folder); }
-    void TearDown() override { fs::remove_all(folder); }
-
-    const fs::path folder = fs::temp_directory_path() / "audio-files";
+    const TemporaryFolder folder;
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "base/Files.h"
 #include "base/Text.h"
+#include "support/TemporaryFolder.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -13,14 +14,11 @@ namespace {
 
 class Files : public ::testing::Test {
 protected:
-    void SetUp() override { fs::create_directories(folder); }
-    void TearDown() override { fs::remove_all(folder); }
-
     std::size_t entries() const {
-        return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder.path), fs::directory_iterator()));
     }
 
-    const fs::path folder = fs::temp_directory_path() / files::makeUuid();
+    const test::TemporaryFolder folder;
 };
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "base/Lifetime.h"
 #include "base/NotificationCenter.h"
 #include "base/RunLoop.h"
+#include "support/WaitUntil.h"
 
 #include <chrono>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <vector>
 
 using namespace fenlo;
+using namespace fenlo::test;
 
 TEST(RunLoop, RunsPostedTasksInOrderAndTimersWhenDue) {
     RunLoop loop;
@@ -93,8 +95,7 @@ TEST(Background, AWorkerWaitingForAnEndedMainThreadIsFreed) {
         waiting = true;
         loop.call([] {});
     });
-    while (!waiting)
-        std::this_thread::yield();
+    ASSERT_TRUE(waitUntil(10, [&] { return waiting.load(); }));
     loop.quit();
     loop.run();
     background.stop(); // would hang if the call were not freed
@@ -110,8 +111,7 @@ TEST(Background, StopReachesRunningTasksAndDropsLaterOnes) {
         stopped = true;
     });
     background.run([](std::stop_token) { throw std::runtime_error("logged, and no more"); });
-    while (!started)
-        std::this_thread::yield();
+    ASSERT_TRUE(waitUntil(10, [&] { return started.load(); }));
     background.stop();
     EXPECT_TRUE(stopped);
     background.run([&](std::stop_token) { late = true; });

@@ -31,11 +31,6 @@ HubFixture::HubFixture() : large(randomBytes()) {
     publish("weights/model one.safetensors", large);
 }
 
-HubFixture::~HubFixture() {
-    std::error_code ignored;
-    std::filesystem::remove_all(root, ignored);
-}
-
 void HubFixture::publish(const std::string& path, const std::string& content, const std::string& repository) {
     const auto place = root / "served" / repository / path;
     std::filesystem::create_directories(place.parent_path());

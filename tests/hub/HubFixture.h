@@ -5,6 +5,7 @@
 #include "hub/HubClient.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "support/LoopbackHub.h"
+#include "support/TemporaryFolder.h"
 
 #include <atomic>
 #include <gmock/gmock.h>
@@ -31,7 +32,6 @@ private:
 class HubFixture : public ::testing::Test {
 protected:
     HubFixture();
-    ~HubFixture() override;
 
     /// Puts a file into the repository.
     void publish(const std::string& path, const std::string& content, const std::string& repository = "maker/model");
@@ -50,7 +50,7 @@ protected:
     /// The requests for contents that came to the storage or to the hub itself; no listings, no redirects.
     std::vector<LoopbackHub::Received> transfers() const;
 
-    const std::filesystem::path root = files::temporaryFile("hub-", "");
+    const TemporaryFolder root;
     const std::filesystem::path folder = root / "downloads" / "model";
     const std::string repo = "maker/model";
     const std::string& large; // 2,500,000 random bytes

@@ -2,6 +2,7 @@
 
 #include "HubFixture.h"
 
+#include "support/EnvironmentVariable.h"
 #include "support/LogCapture.h"
 
 using namespace fenlo;
@@ -139,9 +140,8 @@ TEST_F(HubWireTest, AListingThatGoesOnAtAnotherHostIsRefused) {
 
 TEST_F(HubWireTest, SettingsComeFromTheEnvironment) {
     const auto with = [](const char* endpoint, const char* token, const char* offline) {
-        ::setenv("HF_ENDPOINT", endpoint, 1);
-        ::setenv("HF_TOKEN", token, 1);
-        ::setenv("HF_HUB_OFFLINE", offline, 1);
+        const EnvironmentVariable endpointSet("HF_ENDPOINT", endpoint), tokenSet("HF_TOKEN", token);
+        const EnvironmentVariable offlineSet("HF_HUB_OFFLINE", offline);
         return HubSettings::fromEnvironment();
     };
     const HubSettings given = with("http://hub.example/", " hf_secret\n", "1");
@@ -151,9 +151,7 @@ TEST_F(HubWireTest, SettingsComeFromTheEnvironment) {
     EXPECT_TRUE(with("", "", "TRUE").offline);
     EXPECT_FALSE(with("", "", "0").offline);
     EXPECT_EQ(with("", "", "").endpoint, HubSettings().endpoint);
-    for (const char* name : {"HF_ENDPOINT", "HF_TOKEN", "HF_HUB_OFFLINE"})
-        ::unsetenv(name);
-    EXPECT_FALSE(HubSettings::fromEnvironment().offline);
+    EXPECT_FALSE(with(nullptr, nullptr, nullptr).offline);
 
     settings.endpoint += "/";
     EXPECT_EQ(hubClient().listFiles(repo, {}, {}).size(), 2u);

@@ -5,6 +5,7 @@
 #include "hub/FolderLock.h"
 #include "hub/SnapshotManifest.h"
 #include "support/LogCapture.h"
+#include "support/WaitUntil.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -80,8 +81,7 @@ TEST_F(SnapshotTest, AHalfDoneUpdateIsNoWholeSnapshot) {
     hub.hit({.mode = "drop", .after = 1000, .times = 99}); // the small file is through before
     std::stop_source stop;
     clock.onSleep = [&] {
-        while (there("config.json") != "{}")
-            std::this_thread::yield();
+        EXPECT_TRUE(waitUntil(10, [&] { return there("config.json") == "{}"; }));
         stop.request_stop();
     };
     EXPECT_EQ(failure({}, stop.get_token()).kind, Kind::cancelled);

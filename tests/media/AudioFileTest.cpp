@@ -1,8 +1,10 @@
 #include "media/AudioFile.h"
 
 #include "base/Files.h"
+#include "support/EnvironmentVariable.h"
 #include "support/Signals.h"
 #include "support/SoundFiles.h"
+#include "support/TemporaryFolder.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,9 +27,6 @@ namespace {
 
 class AudioFiles : public ::testing::Test {
 protected:
-    void SetUp() override { fs::create_directories(folder); }
-    void TearDown() override { fs::remove_all(folder); }
-
     fs::path write(const std::string& name, int format, int rate, int channels, const std::vector<float>& interleaved) {
         return writeSound(folder / name, format, rate, channels, interleaved);
     }
@@ -47,7 +46,7 @@ protected:
         return lines;
     }
 
-    const fs::path folder = fs::temp_directory_path() / "media-files";
+    const TemporaryFolder folder;
 };
 
 constexpr int auFloat = SF_FORMAT_AU | SF_FORMAT_FLOAT;
@@ -55,15 +54,14 @@ constexpr int auFloat = SF_FORMAT_AU | SF_FORMAT_FLOAT;
 /// A program called ffmpeg that is found first while this lives.
 class StandInFfmpeg {
 public:
-    StandInFfmpeg(const fs::path& folder, const std::string& script) : m_path(std::getenv("PATH")) {
+    StandInFfmpeg(const fs::path& folder, const std::string& script)
+        : m_path("PATH", (folder.string() + ":" + std::getenv("PATH")).c_str()) {
         std::ofstream(folder / "ffmpeg") << "#!/bin/sh\n" << script;
         fs::permissions(folder / "ffmpeg", fs::perms::owner_all);
-        ::setenv("PATH", (folder.string() + ":" + m_path).c_str(), 1);
     }
-    ~StandInFfmpeg() { ::setenv("PATH", m_path.c_str(), 1); }
 
 private:
-    const std::string m_path;
+    const EnvironmentVariable m_path;
 };
 
 } // namespace
@@ -133,10 +131,8 @@ TEST_F(AudioFiles, UnknownFormat_GoesThroughFfmpeg) {
         const StandInFfmpeg ffmpeg(folder, "echo '[mov @ 0x1] moov atom not found' >&2\nexit 1\n");
         EXPECT_THAT(errorOf(strange), AllOf(HasSubstr("strange name.mp4"), HasSubstr("cannot read it either (moov")));
     }
-    const std::string path = std::getenv("PATH");
-    ::setenv("PATH", "/nonexistent", 1);
+    const EnvironmentVariable noPrograms("PATH", "/nonexistent");
     EXPECT_THAT(errorOf(strange), AllOf(HasSubstr("strange name.mp4"), HasSubstr("install ffmpeg")));
-    ::setenv("PATH", path.c_str(), 1);
 }
 
 TEST_F(AudioFiles, Reader_GivesEveryFrameInBlocksThatFit) {

@@ -1,6 +1,7 @@
 #include "settings/Deployment.h"
 #include "base/Files.h"
 #include "settings/Keychain.h"
+#include "support/EnvironmentVariable.h"
 #include "support/FakeSecureStore.h"
 #include "support/LogCapture.h"
 
@@ -16,7 +17,7 @@ TEST(Deployment, AFileOverridesKeyByKeyAndABadOneIsLeftOut) {
     const auto file = files::temporaryFile("deployment", ".json");
     ASSERT_TRUE(files::writeAtomically(file, R"({"groq_host": "http://127.0.0.1:9", "support_address": 5,
                                               "model_repository": "maker/models"})"));
-    ::setenv("FENLO_DEPLOYMENT", file.c_str(), 1);
+    const test::EnvironmentVariable overriding("FENLO_DEPLOYMENT", file.c_str());
     EXPECT_EQ(Deployment::load().groqHost, "http://127.0.0.1:9");
     EXPECT_EQ(Deployment::load().supportAddress, builtIn.supportAddress);
     EXPECT_EQ(builtIn.modelRepository, "");
@@ -26,7 +27,6 @@ TEST(Deployment, AFileOverridesKeyByKeyAndABadOneIsLeftOut) {
     const test::LogCapture logged;
     EXPECT_EQ(Deployment::load().groqHost, builtIn.groqHost);
     EXPECT_TRUE(logged.containsPrefix("[Fenlo] ERROR: FENLO_DEPLOYMENT names " + file.string()));
-    ::unsetenv("FENLO_DEPLOYMENT");
 }
 
 TEST(Keychain, KeepsValuesByNameAndLogsARefusalWithoutTheSecret) {

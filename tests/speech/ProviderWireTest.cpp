@@ -8,6 +8,7 @@
 #include "support/LoopbackRecogniser.h"
 #include "support/TlsServer.h"
 #include "support/VirtualTime.h"
+#include "support/WaitUntil.h"
 
 #include <algorithm>
 #include <fstream>
@@ -232,8 +233,7 @@ TEST_P(ProviderWireTest, ATakeCanBeStoppedWhateverTheServiceDoes) {
         const std::size_t before = recogniser.requests().size();
         std::stop_source stop;
         auto waiting = std::async(std::launch::async, [&] { return fault(stop.get_token()); });
-        while (recogniser.requests().size() == before)
-            std::this_thread::yield();
+        ASSERT_TRUE(waitUntil(10, [&] { return recogniser.requests().size() > before; }));
         const auto start = std::chrono::steady_clock::now();
         stop.request_stop();
         EXPECT_THAT(waiting.get(), StartsWith("cancelled ")) << mode;
@@ -249,8 +249,7 @@ TEST_P(ProviderWireTest, AWarmedConnectionServesTheClipsThatFollow) {
         transcribe();
         transcriber.warmConnection();
     } else {
-        while (recogniser.server().answers() == 0)
-            std::this_thread::yield();
+        ASSERT_TRUE(waitUntil(10, [&] { return recogniser.server().answers() > 0; }));
     }
     transcribe();
     transcribe();

@@ -1,5 +1,7 @@
 #include "support/TlsServer.h"
 
+#include "support/WaitUntil.h"
+
 #include <cstdlib>
 #include <httplib.h>
 #include <stdexcept>
@@ -18,8 +20,8 @@ TlsServer::TlsServer() {
     m_server->set_keep_alive_max_count(1);
     port = m_server->bind_to_any_port("127.0.0.1");
     m_listening = std::thread([this] { m_server->listen_after_bind(); });
-    while (!m_server->is_running())
-        std::this_thread::yield();
+    if (!waitUntil(10, [this] { return m_server->is_running(); }))
+        throw std::runtime_error("the TLS server does not start");
 }
 
 TlsServer::~TlsServer() {

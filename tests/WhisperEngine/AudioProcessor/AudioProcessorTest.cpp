@@ -3,8 +3,10 @@
 #include "WhisperEngine/Logging.h"
 #include "WhisperEngine/WhisperError.h"
 #include "media/Level.h"
+#include "support/EnvironmentVariable.h"
 #include "support/Signals.h"
 #include "support/SoundFiles.h"
+#include "support/TemporaryFolder.h"
 
 #include <fstream>
 #include <gmock/gmock.h>
@@ -27,9 +29,6 @@ constexpr int wavFloat = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
 
 class Loading : public ::testing::Test {
 protected:
-    void SetUp() override { fs::create_directories(folder); }
-    void TearDown() override { fs::remove_all(folder); }
-
     std::vector<float> load(const fs::path& file) {
         return processor.loadAudioAsFloatArray(
             file, config, {LogLevel::debug, [this](const auto& line) { lines.push_back(line); }}, stop.get_token());
@@ -51,7 +50,7 @@ protected:
         return load(writeSound(folder / "frames.wav", wavFloat, 16000, static_cast<int>(frame.size()), interleaved));
     }
 
-    const fs::path folder = fs::temp_directory_path() / "loading";
+    const TemporaryFolder folder;
     const AudioProcessor processor;
     AudioInputConfig config;
     std::stop_source stop;
@@ -103,13 +102,11 @@ TEST_F(Loading, Faults_AreOneLineEach) {
     std::ofstream(folder / "empty.wav");
     std::ofstream(folder / "text.wav") << "this is no sound";
     ASSERT_EQ(::mkfifo((folder / "pipe.wav").c_str(), 0600), 0);
-    const std::string path = std::getenv("PATH");
-    ::setenv("PATH", "/nonexistent", 1);
+    const EnvironmentVariable noPrograms("PATH", "/nonexistent");
     for (const auto& [name, fault] : std::vector<std::pair<const char*, const char*>>{
              {"empty.wav", "empty"}, {"text.wav", "format"}, {"pipe.wav", "regular file"}, {"", "regular file"}})
         EXPECT_THAT(faultOf(folder / name),
                     AllOf(StartsWith("Failed to read audio file: "), HasSubstr(fault), Not(HasSubstr("\n"))));
-    ::setenv("PATH", path.c_str(), 1);
     EXPECT_THAT(faultOf(writeSound(folder / "nothing.wav", wavFloat, 44100, 2, {})),
                 AllOf(HasSubstr("nothing.wav"), HasSubstr("no samples")));
 }

@@ -6,6 +6,7 @@
 #include "settings/Config.h"
 #include "support/LogCapture.h"
 #include "support/ScarceDisk.h"
+#include "support/TemporaryFolder.h"
 #include "support/VirtualTime.h"
 
 #include <gmock/gmock.h>
@@ -23,11 +24,9 @@ namespace {
 class Isolation : public ::testing::Test {
 protected:
     Isolation() {
-        fs::create_directories(folder);
         config.update([](Settings& settings) { settings.voiceIsolation = true; });
         storeVoiceProfile(measureVoice(clip("man-passage")), profile);
     }
-    ~Isolation() override { fs::remove_all(folder); }
 
     /// Whether the recording comes back as it is.
     bool leaves(const std::vector<float>& samples) {
@@ -38,7 +37,7 @@ protected:
     }
 
     const std::vector<float> man = clip("man-take"), woman = clip("woman-take");
-    const fs::path folder = fs::temp_directory_path() / "isolation";
+    const TemporaryFolder folder;
     const fs::path profile = folder / "voice_profile.json";
     const fs::path chunk = folder / "chunk.wav";
     VirtualClock clock;

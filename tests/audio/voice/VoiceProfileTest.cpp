@@ -4,6 +4,7 @@
 #include "base/Files.h"
 #include "base/Json.h"
 #include "support/LogCapture.h"
+#include "support/TemporaryFolder.h"
 
 #include <fstream>
 #include <gmock/gmock.h>
@@ -20,16 +21,13 @@ namespace {
 
 class Profiles : public ::testing::Test {
 protected:
-    void TearDown() override { fs::remove_all(folder); }
-
     bool build(const std::vector<float>& samples) {
-        fs::create_directories(folder);
         files::removeQuietly(recording);
         writeWav(recording, samples, 16000, WavEncoding::float32);
         return buildVoiceProfile(recording, file);
     }
 
-    const fs::path folder = fs::temp_directory_path() / "voice-profiles";
+    const TemporaryFolder folder;
     const fs::path recording = folder / "recording.wav";
     const fs::path file = folder / "made" / ".fenlo" / "voice_profile.json";
     LogCapture log;
@@ -80,7 +78,6 @@ TEST_F(Profiles, ShortOrSilentRecordings_GiveNone) {
 }
 
 TEST_F(Profiles, AFailedStoreIsSwallowed) {
-    fs::create_directories(folder);
     std::ofstream(folder / "made") << "in the way";
     EXPECT_TRUE(build(hum(160, 48000)));
     EXPECT_FALSE(loadVoiceProfile(file));

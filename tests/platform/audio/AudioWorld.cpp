@@ -1,6 +1,7 @@
 #include "AudioWorld.h"
 
-#include <chrono>
+#include "support/WaitUntil.h"
+
 #include <cmath>
 #include <numbers>
 
@@ -102,15 +103,10 @@ void PumpedQueue::pump() {
 }
 
 bool PumpedQueue::pumpUntil(const std::function<bool()>& condition, double limit) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(limit);
-    for (;;) {
+    return waitUntil(limit, [&] {
         pump();
-        if (condition())
-            return true;
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2)); // the server lives in real time
-    }
+        return condition();
+    });
 }
 
 std::unique_ptr<AudioWorld> makeFakeWorld() {

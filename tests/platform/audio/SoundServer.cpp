@@ -1,13 +1,13 @@
 #include "SoundServer.h"
 
+#include "support/WaitUntil.h"
+
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace fenlo::test {
@@ -68,12 +68,8 @@ void SoundServer::launch(const std::vector<std::string>& modules) {
         command.push_back(module);
     }
     m_process = spawn(command);
-    for (int attempt = 0; attempt < 500; ++attempt) {
-        if (control("info").find("Server Name") != std::string::npos)
-            return;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    ADD_FAILURE() << "pulseaudio does not answer; is it installed?";
+    if (!waitUntil(10, [this] { return control("info").find("Server Name") != std::string::npos; }))
+        ADD_FAILURE() << "pulseaudio does not answer; is it installed?";
 }
 
 void SoundServer::kill() {

@@ -3,6 +3,8 @@
 #include "base/Files.h"
 #include "base/Text.h"
 #include "platform/desktop/VirtualDesktop.h"
+#include "support/EnvironmentVariable.h"
+#include "support/TemporaryFolder.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -16,12 +18,9 @@ class StubBrowser {
 public:
     StubBrowser() {
         const auto program = m_folder / "xdg-open";
-        std::filesystem::create_directories(m_folder);
         files::writeAtomically(program, "#!/bin/sh\necho \"$1\" >> \"" + m_opened.string() + "\"\n");
         std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-        ::setenv("PATH", (m_folder.string() + ":" + m_path).c_str(), 1);
     }
-    ~StubBrowser() { ::setenv("PATH", m_path.c_str(), 1); }
 
     /// Waits for the first one.
     std::vector<std::string> opened() const {
@@ -30,9 +29,9 @@ public:
     }
 
 private:
-    const std::filesystem::path m_folder = files::temporaryFile("browser-", "");
+    const TemporaryFolder m_folder;
     const std::filesystem::path m_opened = m_folder / "opened";
-    const std::string m_path = std::getenv("PATH");
+    const EnvironmentVariable m_path{"PATH", (m_folder.path.string() + ":" + std::getenv("PATH")).c_str()};
 };
 
 } // namespace fenlo::test

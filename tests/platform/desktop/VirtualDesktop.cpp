@@ -1,10 +1,10 @@
 #include "platform/desktop/VirtualDesktop.h"
 
-#include <chrono>
+#include "support/WaitUntil.h"
+
 #include <cstdlib>
 #include <poll.h>
 #include <stdexcept>
-#include <thread>
 #include <unistd.h>
 
 namespace fenlo::test {
@@ -68,13 +68,7 @@ VirtualBus::~VirtualBus() {
 }
 
 bool eventually(const std::function<bool()>& condition, double limit) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::duration<double>(limit);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
+    return waitUntil(limit, condition);
 }
 
 } // namespace fenlo::test

@@ -1,5 +1,6 @@
 #include "platform/linux/net/CurlHttpClient.h"
 #include "support/LoopbackServer.h"
+#include "support/WaitUntil.h"
 
 #include <chrono>
 #include <future>
@@ -69,10 +70,8 @@ protected:
     /// Waits until the count is reached.
     template <typename Count>
     static bool reaches(std::size_t wanted, Count count) {
-        const auto start = std::chrono::steady_clock::now();
-        while (static_cast<std::size_t>(count()) < wanted && secondsSince(start) < 10)
-            std::this_thread::yield();
-        return static_cast<std::size_t>(count()) == wanted;
+        return waitUntil(10, [&] { return static_cast<std::size_t>(count()) >= wanted; }) &&
+               static_cast<std::size_t>(count()) == wanted;
     }
     bool sees(std::size_t wanted) const {
         return reaches(wanted, [this] { return requests().size(); });

@@ -2,6 +2,7 @@
 
 #include "base/Files.h"
 #include "base/Text.h"
+#include "support/WaitUntil.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -44,13 +45,9 @@ void end(pid_t child) {
     ::waitpid(child, nullptr, 0);
 }
 
-void waitUntil(const char* what, const std::function<bool()>& isSo) {
-    for (int i = 0; i < 1000; ++i) {
-        if (isSo())
-            return;
-        ::usleep(10'000);
-    }
-    throw std::runtime_error(std::string("no ") + what + " within ten seconds");
+void waitFor(const char* what, const std::function<bool()>& isSo) {
+    if (!waitUntil(10, isSo))
+        throw std::runtime_error(std::string("no ") + what + " within ten seconds");
 }
 
 GVariant* call(GDBusConnection* bus, const char* to, const char* path, const char* interface, const char* method,
@@ -83,7 +80,7 @@ PrivateKeyring::PrivateKeyring()
     files::writeAtomically(m_folder + "/password", "password\n");
 
     m_bus = spawn({"dbus-daemon", "--config-file=" + m_folder + "/bus.conf", "--nofork", "--nopidfile"}, "/dev/null");
-    waitUntil("session bus", [this] {
+    waitFor("session bus", [this] {
         m_connection = g_dbus_connection_new_for_address_sync(
             m_address.c_str(),
             static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
@@ -103,7 +100,7 @@ PrivateKeyring::~PrivateKeyring() {
 void PrivateKeyring::startDaemon() {
     m_daemon =
         spawn({"gnome-keyring-daemon", "--foreground", "--unlock", "--components=secrets"}, m_folder + "/password");
-    waitUntil("keyring", [this] { return isOwned(m_connection, "org.freedesktop.secrets"); });
+    waitFor("keyring", [this] { return isOwned(m_connection, "org.freedesktop.secrets"); });
 }
 
 void PrivateKeyring::freeze() {
@@ -126,7 +123,7 @@ void PrivateKeyring::lock() {
 
 void PrivateKeyring::restart() {
     end(m_daemon);
-    waitUntil("end of the keyring", [this] { return !isOwned(m_connection, "org.freedesktop.secrets"); });
+    waitFor("end of the keyring", [this] { return !isOwned(m_connection, "org.freedesktop.secrets"); });
     startDaemon();
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/linux/net/CurlHttpClient.h"
 #include "support/LoopbackModels.h"
+#include "support/WaitUntil.h"
 #include "text/models/ModelsFixture.h"
 
 #include <cstdlib>
@@ -90,8 +91,7 @@ TEST_F(ModelsWireTest, AStopEndsAHangingRequestAndAllThatWouldFollow) {
     services.behave("gemini", {.mode = "hang"});
     std::stop_source stop;
     auto waiting = std::async(std::launch::async, [&] { return rewrite(stop.get_token()); });
-    while (services.requests().empty())
-        std::this_thread::yield();
+    ASSERT_TRUE(waitUntil(10, [&] { return !services.requests().empty(); }));
     const auto start = std::chrono::steady_clock::now();
     stop.request_stop();
     EXPECT_EQ(waiting.get(), "raw");
@@ -103,8 +103,7 @@ TEST_F(ModelsWireTest, AStopEndsAHangingRequestAndAllThatWouldFollow) {
 TEST_F(ModelsWireTest, AWarmedConnectionServesTheRewriteThatFollows) {
     ::setenv("GEMINI_API_KEY", "AIza_wire-1", 1);
     models.warmConnection();
-    while (server.answers() == 0)
-        std::this_thread::yield();
+    ASSERT_TRUE(waitUntil(10, [&] { return server.answers() > 0; }));
     rewrite();
     ::unsetenv("GEMINI_API_KEY");
     EXPECT_TRUE(services.requests().at(0).wire.reused);

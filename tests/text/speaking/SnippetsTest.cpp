@@ -1,6 +1,7 @@
 #include "text/Snippets.h"
 
 #include "base/Files.h"
+#include "support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -9,12 +10,9 @@ using namespace fenlo;
 namespace {
 
 struct SnippetsTest : ::testing::Test {
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() / files::makeUuid();
+    const test::TemporaryFolder folder;
     const Snippets snippets{folder / "snippets.json"};
     using Match = std::optional<std::string>;
-
-    SnippetsTest() { std::filesystem::create_directory(folder); }
-    ~SnippetsTest() override { std::filesystem::remove_all(folder); }
 
     Match match(const std::string& file, const std::string& transcript) const {
         EXPECT_TRUE(files::writeAtomically(folder / "snippets.json", file));

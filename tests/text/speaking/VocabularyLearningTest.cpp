@@ -1,6 +1,7 @@
 #include "text/VocabularyLearning.h"
 #include "base/Files.h"
 #include "support/LogCapture.h"
+#include "support/TemporaryFolder.h"
 #include "support/VirtualTime.h"
 
 #include <gtest/gtest.h>
@@ -11,11 +12,10 @@ namespace {
 
 struct Learning : ::testing::Test {
     test::VirtualClock clock;
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() / files::makeUuid();
+    const test::TemporaryFolder folder;
     Config config{folder / "config.json", clock};
     using Terms = std::vector<std::string>;
 
-    ~Learning() override { std::filesystem::remove_all(folder); }
     /// As a new start of the program would find it.
     Terms learned() const { return Config(folder / "config.json", clock).get().professionVocabulary; }
 };

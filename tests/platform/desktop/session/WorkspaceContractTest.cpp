@@ -9,7 +9,9 @@
 #include "platform/desktop/session/LoginManager.h"
 #include "platform/linux/desktop/session/InstanceLock.h"
 #include "platform/linux/desktop/session/X11Workspace.h"
+#include "support/EnvironmentVariable.h"
 #include "support/FakeDesktop.h"
+#include "support/TemporaryFolder.h"
 
 #include <filesystem>
 
@@ -54,16 +56,6 @@ private:
 
 class X11Rig final : public Rig {
 public:
-    X11Rig() {
-        std::filesystem::create_directories(m_folder);
-        ::setenv("XDG_CONFIG_HOME", m_folder.c_str(), 1);
-        ::setenv("XDG_RUNTIME_DIR", m_folder.c_str(), 1);
-    }
-    ~X11Rig() override {
-        ::unsetenv("XDG_CONFIG_HOME");
-        ::unsetenv("XDG_RUNTIME_DIR");
-    }
-
     Workspace& workspace() override {
         if (!m_workspace)
             m_workspace.emplace(m_queue);
@@ -83,7 +75,9 @@ public:
     bool runUntil(const std::function<bool()>& condition) override { return m_queue.runUntil(condition); }
 
 private:
-    const std::filesystem::path m_folder = files::temporaryFile("session-", "");
+    const TemporaryFolder m_folder;
+    const EnvironmentVariable m_settings{"XDG_CONFIG_HOME", m_folder.path.c_str()};
+    const EnvironmentVariable m_runtime{"XDG_RUNTIME_DIR", m_folder.path.c_str()};
     StubBrowser m_browser;
     VirtualDesktop m_desktop;
     LoginManager m_loginManager;
