@@ -5,16 +5,16 @@
 
 namespace fenlo {
 
-/// A stretch of a recording that could not be read. Silence of its length stands in its place, so that what follows
-/// keeps its time.
+/// A stretch of a recording that could not be read. Silence of the same length replaces it, so that what follows keeps
+/// its time.
 struct AudioDamage {
     enum class Kind {
-        gap, // the recording goes on behind it
-        cut, // the recording ends here, before the end that its header tells of
+        gap, // the recording continues after it
+        cut, // the recording ends here, earlier than its header says
     };
     Kind kind = Kind::gap;
     double start = 0;           // seconds from the beginning of the recording
-    std::optional<double> lost; // seconds; none where the file does not tell
+    std::optional<double> lost; // seconds; none when the file does not say
 };
 
 /// "damaged at 12.3 s, 0.4 s lost", "cut off at 12.3 s".

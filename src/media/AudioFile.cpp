@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::size_t mostFrames = 1 << 28;
 
-/// With the room known beforehand nothing is copied, and so held twice, while the result grows. What is reserved and
-/// never written costs no memory.
+/// With its room reserved, the growing result is never copied and so never in memory twice. Reserved memory that is not
+/// written costs nothing.
 void reserveFor(std::vector<float>& samples, double count) {
     try {
         samples.reserve(static_cast<std::size_t>(count) + 1);
@@ -22,7 +22,7 @@ void reserveFor(std::vector<float>& samples, double count) {
     }
 }
 
-/// A broken sample shall not turn the whole recording down: at most to the mean.
+/// At most to the mean, so that one broken sample does not turn the whole recording down.
 void holdToFullScale(std::vector<float>& samples, std::size_t summedChannels) {
     const float loudest = std::min(peak(samples), static_cast<float>(summedChannels));
     if (loudest > 1)

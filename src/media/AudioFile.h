@@ -16,7 +16,7 @@ struct AudioSamples {
 
 enum class ChannelMix { first, average };
 
-/// Reads a whole file that one of the libraries here knows, of at most 2^28 frames.
+/// Reads a whole file of at most 2^28 frames in a format that one of the libraries knows.
 /// Errors: AudioFileError.
 AudioSamples readSoundFile(const std::filesystem::path& file, ChannelMix mix);
 
@@ -25,15 +25,14 @@ struct Recording {
     std::vector<AudioDamage> damages;
 };
 
-/// Reads any audio file at a rate of the caller's, all channels mixed; through an installed ffmpeg program what the
-/// libraries here do not know.
+/// Reads any audio file at the caller's sample rate with all channels mixed. Formats that the libraries do not know go
+/// through an installed ffmpeg program.
 /// Errors: AudioFileError, also for a file without samples; ResamplerError.
 Recording readRecording(const std::filesystem::path& file, int sampleRate);
 
-/// Reads to the end, block by block, so that only the result is held in memory: the sum of the chosen channels through
-/// the resampler, to `sampleRate` hertz. One channel keeps its level. A sum that goes beyond full scale anywhere is
-/// turned down as a whole, at most to the mean of the channels. A stop request ends it early.
-/// Errors: AudioFileError, ResamplerError.
+/// Reads to the end and gives the sum of the chosen channels at `sampleRate` hertz; only this result is held in memory.
+/// A single channel keeps its level. If the sum exceeds full scale anywhere, all of it is turned down, at most to the
+/// mean of the channels. A stop request ends the reading early. Errors: AudioFileError, ResamplerError.
 std::vector<float> readMono(AudioFileReader& reader, std::span<const int> chosen, Resampler& resampler, int sampleRate,
                             const std::stop_token& stop);
 

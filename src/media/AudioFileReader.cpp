@@ -15,9 +15,9 @@ namespace {
 constexpr int lowestRate = 1000; // hertz
 constexpr int highestRate = 768000;
 constexpr std::uint64_t longest = 24 * 3600;    // seconds
-constexpr float loudestSample = 1e6F;           // what is beyond it is damage, and would overflow in sums
+constexpr float loudestSample = 1e6F;           // more is damage, and would overflow in sums
 constexpr std::uint64_t mostFramesOfAByte = 64; // speech at the lowest rates of lossy formats
-constexpr double oneFault = 1.0;                // seconds; faults of unknown length that lie nearer are one
+constexpr double oneFault = 1.0;                // seconds; faults of unknown length closer than this count as one
 
 SoundStream open(const fs::path& file, const FileView& view, AudioFormats formats, std::stop_token stop) {
     if (auto stream = openSound(view))
@@ -71,7 +71,7 @@ std::span<const float> AudioFileReader::nextBlock() {
         m_pending = m_stream.next();
         m_isAtEnd = m_pending.samples.empty();
         if (!m_isAtEnd && m_pending.lost > expectedFrames())
-            m_pending.lost = 0; // more than there can be: the file does not tell after all
+            m_pending.lost = 0; // more than the file can hold, so the length is unknown
         m_silence = m_isAtEnd ? 0 : m_pending.lost;
         if (m_pending.isDamaged)
             note(m_pending);
@@ -84,7 +84,7 @@ std::span<const float> AudioFileReader::nextBlock() {
         const auto samples = std::exchange(m_pending.samples, {});
         m_block.resize(samples.size());
         std::ranges::transform(samples, m_block.begin(), [](float sample) {
-            return std::abs(sample) <= loudestSample ? sample : 0; // in this form 0 also for what is not a number
+            return std::abs(sample) <= loudestSample ? sample : 0; // written so that NaN gives 0
         });
     }
     m_framesRead += m_block.size() / frameSize;

@@ -31,7 +31,7 @@ bool waitForEnd(pid_t process, int flags, siginfo_t& end) {
 
 FfmpegProgram::FfmpegProgram(const std::filesystem::path& input, std::stop_token stop)
     : m_complaints(::memfd_create("ffmpeg", MFD_CLOEXEC)) {
-    // "file:" keeps a name that begins with a dash or looks like an address from being taken for one.
+    // With "file:" in front, a name is never taken for an option or an address.
     const std::string source = "file:" + std::filesystem::absolute(input).string();
     std::array<int, 2> ends{-1, -1};
     if (!m_complaints.isOpen() || ::pipe2(ends.data(), O_CLOEXEC) != 0)
@@ -71,7 +71,7 @@ std::string FfmpegProgram::firstComplaint() const {
     const ssize_t size = ::pread(m_complaints.number(), line.data(), line.size(), 0);
     line.resize(static_cast<std::size_t>(std::max<ssize_t>(0, size)));
     line.resize(std::min(line.size(), line.find('\n')));
-    // A part of ffmpeg puts its own name and an address before what it says.
+    // Parts of ffmpeg put their name and an address in front.
     const std::size_t name = line.starts_with('[') ? line.find("] ") : std::string::npos;
     return name == std::string::npos ? line : line.substr(name + 2);
 }
@@ -79,10 +79,10 @@ std::string FfmpegProgram::firstComplaint() const {
 bool FfmpegProgram::finish() {
     if (m_process == 0)
         return false;
-    m_output.reset(); // whatever it still wants to say finds no reader
+    m_output.reset(); // it may still be writing; now nobody reads
     siginfo_t end{};
     waitForEnd(m_process, WNOWAIT, end);
-    m_killing.reset(); // nobody can kill it any more, since its number may be another's from now on
+    m_killing.reset(); // before the process number can be given to another process
     return waitForEnd(std::exchange(m_process, 0), 0, end) && end.si_code == CLD_EXITED && end.si_status == 0;
 }
 

@@ -9,8 +9,7 @@ namespace fenlo {
 
 namespace {
 
-/// The sound that ffmpeg sends. What it complains of on the way is damage, as near as its place can be told: it reads a
-/// little ahead of us.
+/// The sound that ffmpeg sends. Its complaints count as damage. Their place is approximate, since ffmpeg reads ahead.
 class Converted {
 public:
     Converted(std::filesystem::path file, std::unique_ptr<FfmpegProgram> program, SoundStream sound,
@@ -22,7 +21,7 @@ public:
         const bool hasFailed = block.samples.empty() && !std::exchange(m_isAtEnd, true) && !m_program->finish();
         if (m_stop.stop_requested())
             throw AudioFileError(m_file, "reading was stopped; start it again");
-        // It reads ahead, so that the fault lies behind this block rather than before it.
+        // ffmpeg reads ahead, so the fault lies after this block rather than before it.
         block.isDamaged = std::exchange(m_hasComplained, m_program->hasComplained()) || hasFailed;
         block.isDamaged = block.isDamaged || (block.samples.empty() && std::exchange(m_hasComplained, false));
         return block;
@@ -30,7 +29,7 @@ public:
 
 private:
     const std::filesystem::path m_file;
-    const std::unique_ptr<FfmpegProgram> m_program; // outlives the stream, which reads from it
+    const std::unique_ptr<FfmpegProgram> m_program; // the stream reads from it
     const SoundStream m_sound;
     const std::stop_token m_stop;
     bool m_isAtEnd = false;

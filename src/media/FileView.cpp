@@ -12,7 +12,7 @@ namespace fenlo {
 
 namespace {
 
-/// As many bytes as there are; fewer only at the file's end, or where the disk fails.
+/// Returns the number of bytes read; fewer than asked for only at the end of the file or after a fault of the disk.
 std::size_t readFully(int descriptor, std::span<char> bytes, std::uint64_t offset) {
     std::size_t done = 0;
     while (done < bytes.size()) {
@@ -30,7 +30,7 @@ std::size_t readFully(int descriptor, std::span<char> bytes, std::uint64_t offse
 } // namespace
 
 FileView::FileView(const std::filesystem::path& file)
-    // Without blocking: a pipe must not hold us up.
+    // Not blocking, so that opening a pipe does not wait for a writer.
     : m_file(std::make_shared<const Descriptor>(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK))) {
     if (!m_file->isOpen())
         throw AudioFileError(file, std::string(std::strerror(errno)) + "; check the name and the permissions");

@@ -11,25 +11,25 @@
 
 namespace fenlo {
 
-/// A file as a decoder shall see it: stretches of a real one and bytes of our own, one behind the other. A copy shares
-/// the open file and keeps it open.
+/// What a decoder reads as one file: stretches of a real file and bytes of our own, in any order. Copies share the open
+/// file and keep it open.
 class FileView {
 public:
     /// The whole file.
-    /// Errors: AudioFileError, also for what is no regular file.
+    /// Errors: AudioFileError, also for anything but a regular file.
     explicit FileView(const std::filesystem::path& file);
 
-    /// This file's bytes [begin, end) put behind those of the view.
+    /// Appends bytes [begin, end) of the file.
     FileView& append(std::uint64_t begin, std::uint64_t end);
-    /// Puts bytes that are not in the file behind those of the view.
+    /// Appends bytes that are not in the file.
     FileView& append(std::string bytes);
-    /// A view without bytes.
+    /// An empty view of the same file.
     FileView none() const;
-    /// The view says that it is so long; what would lie behind its bytes cannot be read.
+    /// Makes the view claim a size. The bytes beyond the true size cannot be read.
     void claim(std::uint64_t size) { m_claimed = size; }
 
     std::uint64_t size() const { return m_claimed ? m_claimed : m_size; }
-    /// Fills `bytes` from `position` on, and tells how many there were; fewer only at the end.
+    /// Fills `bytes` from `position` on and returns their number; fewer only at the end.
     std::size_t read(std::uint64_t position, std::span<char> bytes) const;
 
 private:
@@ -37,7 +37,7 @@ private:
         std::uint64_t begin = 0; // in the view
         std::uint64_t length = 0;
         std::uint64_t offset = 0; // in the file
-        std::string bytes;        // in place of the file's, where there are any
+        std::string bytes;        // instead of the file's, unless empty
     };
     explicit FileView(std::shared_ptr<const Descriptor> file) : m_file(std::move(file)) {}
 

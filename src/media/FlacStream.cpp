@@ -15,7 +15,7 @@ struct DecoderDeleter {
     void operator()(FLAC__StreamDecoder* decoder) const { ::FLAC__stream_decoder_delete(decoder); }
 };
 
-/// The frames of a file, in order. libFLAC itself looks for the next sound one behind damage.
+/// The frames of a file, in order. After damage libFLAC finds the next intact frame by itself.
 class Flac {
 public:
     Flac(const FileView& view, std::optional<OggPages> pages)
@@ -66,7 +66,7 @@ private:
 
     static void error(const FLAC__StreamDecoder*, FLAC__StreamDecoderErrorStatus status, void* client) {
         self(client).m_isOutOfStep = true;
-        // The frame that comes next is the damaged one, and not even its place can be trusted.
+        // The frame that follows is the damaged one; even its place cannot be trusted.
         if (status == FLAC__STREAM_DECODER_ERROR_STATUS_FRAME_CRC_MISMATCH)
             self(client).m_isFrameBad = true;
     }
@@ -74,11 +74,11 @@ private:
     void take(const FLAC__FrameHeader& header, const FLAC__int32* const channels[]) {
         if (std::exchange(m_isFrameBad, false) || header.channels != m_info.channels)
             return;
-        // Into short gaps libFLAC puts frames of silence, which are no samples of the recording.
+        // libFLAC fills short gaps with frames of silence, which are not part of the recording.
         if (isSuspect() && isSilent(header, channels))
             return;
         const std::uint64_t place = header.number.sample_number;
-        // A place before ours begins a recording that was joined to this one.
+        // A place before the current one: another recording was appended to this one.
         m_lost = place > m_place ? place - m_place : 0;
         m_place = place + header.blocksize;
         m_isOutOfStep = false;
@@ -95,7 +95,7 @@ private:
         });
     }
 
-    /// Damage to Ogg's pages comes with no word from libFLAC.
+    /// libFLAC does not report damaged Ogg pages.
     bool isSuspect() const { return m_pages ? *m_pages != OggPages::intact : m_isOutOfStep; }
     bool isCut() const { return m_pages ? *m_pages == OggPages::cut : m_isOutOfStep; }
 
@@ -108,7 +108,7 @@ private:
     std::uint64_t m_place = 0; // the frame that should come next
     std::uint64_t m_lost = 0;  // frames missing before the block
     bool m_isFrameBad = false;
-    bool m_isOutOfStep = false; // something was damaged since the last sound frame
+    bool m_isOutOfStep = false; // something was damaged since the last intact frame
 };
 
 } // namespace

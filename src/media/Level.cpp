@@ -9,7 +9,7 @@ namespace fenlo {
 float rms(std::span<const float> samples) {
     if (samples.empty())
         return 0;
-    std::array<double, 4> sums{}; // one chain of additions would wait for each result
+    std::array<double, 4> sums{}; // four independent sums, since one chain would wait for each addition
     std::size_t i = 0;
     for (; i + 4 <= samples.size(); i += 4)
         for (std::size_t lane = 0; lane < 4; ++lane)

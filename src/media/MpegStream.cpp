@@ -25,7 +25,7 @@ public:
             return false;
         mpg123_handle* const handle = m_handle.get();
         ::mpg123_param(handle, MPG123_ADD_FLAGS, MPG123_FORCE_FLOAT | MPG123_QUIET | MPG123_GAPLESS, 0);
-        ::mpg123_param(handle, MPG123_RESYNC_LIMIT, -1, 0); // the next frame may lie any distance behind the damage
+        ::mpg123_param(handle, MPG123_RESYNC_LIMIT, -1, 0); // search for the next frame as far as needed
         if (::mpg123_replace_reader_handle(handle, read, seek, nullptr) != MPG123_OK ||
             ::mpg123_open_handle(handle, this) != MPG123_OK)
             return false;
@@ -119,7 +119,7 @@ private:
                (static_cast<unsigned char>(head[1]) & 0xE0) == 0xE0;
     }
 
-    /// A first frame without sound may tell how many follow; otherwise the length is a guess.
+    /// A first frame without sound may say how many follow; otherwise the length is a guess.
     bool tellsLength(off_t firstFrame) const {
         std::string head(static_cast<std::size_t>(std::clamp<off_t>(firstFrame, 0, 4096)), '\0');
         m_view.read(static_cast<std::uint64_t>(firstFrame) - head.size(), head);

@@ -10,18 +10,18 @@ namespace fenlo {
 
 namespace {
 
-/// Sound pages without a gap.
+/// Consecutive intact pages.
 struct Run {
     std::uint64_t begin = 0; // bytes
     std::uint64_t end = 0;
-    std::int64_t place = -1; // the frame behind its last packet, in the codec's own count; -1 where no page tells
+    std::int64_t place = -1; // the frame after its last packet, as the codec counts; -1 when no page says
 };
 
 struct Pages {
     std::uint64_t headersEnd = 0; // bytes; the pages before the sound
     std::vector<Run> runs;        // the first one has the headers before it
-    std::int64_t preSkip = 0;     // frames that the codec throws away at the beginning
-    bool isSimple = true;         // one stream from its beginning on
+    std::int64_t preSkip = 0;     // frames at the beginning that the codec drops
+    bool isSimple = true;         // a single stream, complete from its beginning
     bool isEnded = false;         // the last page says that it is the last
 };
 
@@ -105,8 +105,8 @@ std::uint64_t framesOf(const SoundStream& stream) {
     return frames;
 }
 
-/// The runs one behind the other, each in its place. A page tells the time of its end, so that the frames of a run must
-/// be counted before its beginning is known.
+/// The runs in order, each at its time. A page says when it ends, so the frames of a run must be counted to know when
+/// it begins.
 class MendedOgg {
 public:
     MendedOgg(const FileView& view, Pages pages, SoundStream whole)
@@ -146,7 +146,7 @@ private:
             m_current.reset();
     }
 
-    /// Opus counts at 48 kHz whatever it is played at.
+    /// Opus counts at 48 kHz, whatever the rate of the recording.
     std::int64_t rateOfPlaces() const { return m_pages.preSkip > 0 ? 48000 : m_whole.sampleRate; }
 
     const FileView m_view;

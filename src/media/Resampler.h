@@ -21,7 +21,7 @@ public:
     Resampler(double fromRate, double toRate);
     ~Resampler();
 
-    /// Appends to `output` what can be told of the samples so far.
+    /// Appends to `output` what is ready after these samples.
     void process(std::span<const float> samples, std::vector<float>& output);
     /// Appends the rest.
     void finish(std::vector<float>& output);

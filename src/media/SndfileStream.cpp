@@ -48,12 +48,12 @@ struct Sound {
         return sound->handle ? sound : nullptr;
     }
 
-    std::unique_ptr<ViewReader> reader; // outlives the handle; none for a pipe
+    std::unique_ptr<ViewReader> reader; // the handle reads through it; none for a pipe
     SF_INFO info{};
     std::unique_ptr<SNDFILE, Closer> handle;
     std::vector<float> block;
     std::uint64_t framesRead = 0;
-    std::uint64_t claimedFrames = 0; // 0 when nothing can be said of a cut
+    std::uint64_t claimedFrames = 0; // 0 when a cut cannot be detected
 };
 
 SoundStream streamOf(std::shared_ptr<Sound> sound) {
@@ -74,7 +74,7 @@ SoundStream streamOf(std::shared_ptr<Sound> sound) {
             }};
 }
 
-/// Bytes of a sample without compression; 0 for the rest.
+/// Bytes of an uncompressed sample; 0 for other encodings.
 std::uint64_t sampleWidth(int format) {
     switch (format & SF_FORMAT_SUBMASK) {
     case SF_FORMAT_PCM_S8:
@@ -111,14 +111,14 @@ bool isPlain(int format) {
     }
 }
 
-/// A writer that does not know the length beforehand leaves a size such as these.
+/// Sizes that a writer leaves when it does not know the length beforehand.
 bool isPlaceholder(std::uint64_t bytes) {
     constexpr std::uint64_t slack = 65536;
     const auto isNear = [bytes](std::uint64_t size) { return bytes + slack >= size && bytes <= size + slack; };
     return isNear(std::uint64_t{1} << 31) || isNear(std::uint64_t{1} << 32) || bytes >= std::uint64_t{1} << 48;
 }
 
-/// The frames that the header claims, which libsndfile otherwise holds to the size of the file.
+/// The frames that the header claims; libsndfile itself limits them to the size of the file.
 std::uint64_t claimedFrames(const Sound& sound) {
     FileView endless = sound.reader->view;
     endless.claim(std::uint64_t{1} << 50);
@@ -135,7 +135,7 @@ std::uint64_t claimedFrames(const Sound& sound) {
 std::optional<SoundStream> openSndfile(const FileView& view) {
     auto sound = Sound::open(withWholeWavData(view));
     if (!sound) {
-        // A cut CAF file, for one, is refused for its length alone.
+        // A cut CAF file, for example, is refused only because of its length.
         FileView endless = view;
         endless.claim(std::uint64_t{1} << 50);
         sound = Sound::open(std::move(endless));

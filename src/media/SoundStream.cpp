@@ -13,7 +13,7 @@ std::string_view headAt(const FileView& view, std::uint64_t position, std::array
     return {bytes.data(), view.read(position, bytes)};
 }
 
-/// Where the sound begins: behind a tag, which gives its own length in four times seven bits.
+/// Where the sound begins: after a tag, which gives its length in four times seven bits.
 std::uint64_t behindTag(std::string_view head) {
     if (head.size() < 10 || !head.starts_with("ID3"))
         return 0;

@@ -12,7 +12,7 @@ namespace fenlo {
 namespace {
 
 constexpr std::uint64_t headerSize = 12;  // bytes: "RIFF", a size, "WAVE"
-constexpr std::uint64_t leastRest = 4096; // less is what some programs leave behind the samples
+constexpr std::uint64_t leastRest = 4096; // fewer bytes may be something else that a program put after the samples
 constexpr std::uint64_t most32 = std::numeric_limits<std::uint32_t>::max();
 
 std::string bytesAt(const FileView& view, std::uint64_t position) {
@@ -39,7 +39,7 @@ bool isChunk(std::string_view head) {
            std::ranges::all_of(head.substr(0, 4), [](char letter) { return letter >= ' ' && letter <= '~'; });
 }
 
-/// Where the samples begin whose length is wrong.
+/// Where the samples begin, if their length is wrong.
 std::optional<std::uint64_t> wrongData(const FileView& view) {
     for (std::uint64_t position = headerSize;;) {
         const std::string chunk = bytesAt(view, position);
@@ -68,7 +68,7 @@ FileView withWholeWavData(const FileView& view) {
     FileView whole = view.none();
     if (size < most32)
         return whole.append(0, *begin - 4).append(littleEndian(size, 4)).append(*begin, view.size());
-    // The same format with sizes of 64 bits, which stand in a chunk of their own.
+    // The variant with 64-bit sizes, which have a chunk of their own.
     return whole
         .append("RF64" + littleEndian(most32, 4) + "WAVEds64" + littleEndian(28, 4) +
                 littleEndian(view.size() + 28, 8) + littleEndian(size, 8) + littleEndian(0, 12))

@@ -4,9 +4,9 @@
 
 namespace fenlo {
 
-/// The same WAV file with the length that its samples really have. A recorder that was killed leaves a size of 0 or one
-/// that is older than the file, and a file of more than 4 GiB has outgrown the 32 bits of its size. Such a file does
-/// not go on with another chunk behind the samples; every other one, of whatever format, is given back as it is.
+/// A WAV file with the true length of its samples. A recorder that was killed leaves a size of 0 or an old one, and the
+/// size of a file of more than 4 GiB does not fit its 32 bits. In such files no chunk follows the samples. Every other
+/// file, of any format, is returned as it is.
 FileView withWholeWavData(const FileView& view);
 
 } // namespace fenlo

@@ -8,7 +8,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-// What a phone bears: the small models, and the large ones only in packed forms.
+// For phones: the small models, and the large ones in packed forms only.
 const Names packedModels{
     "openai_whisper-tiny",
     "openai_whisper-tiny.en",

@@ -34,7 +34,7 @@ bool isCompiledFolder(const fs::path& folder) {
     });
 }
 
-/// Whether there was anything.
+/// False when there was nothing.
 bool removeTree(const fs::path& folder) {
     std::error_code error;
     if (!fs::exists(fs::symlink_status(folder, error)))

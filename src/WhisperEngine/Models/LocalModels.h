@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-/// The models in a folder of this machine, one folder each.
+/// The models installed on this machine, one folder each.
 namespace fenlo::whisper {
 
 struct LocalModel {
@@ -15,22 +15,22 @@ struct LocalModel {
     std::filesystem::path folder;
     std::uint64_t bytes = 0;          // on the disk
     std::optional<std::string> fault; // what keeps it from being a checkpoint, worded to follow its name
-    bool compiled = false;            // the packed files are there
+    bool compiled = false;            // the packed files exist
 
     bool isComplete() const { return !fault; }
 };
 
-/// Sorted by name. Names with a point in front are none of ours. A folder that cannot be read holds no models.
+/// Sorted by name. Hidden folders are left out. A folder that cannot be read counts as empty.
 std::vector<LocalModel> listLocalModels(const std::filesystem::path& downloadBase);
 
-/// Removes a model and what an unfinished download of it has left. False when there is nothing of the name.
-/// Throws WhisperError (modelsUnavailable) for a name that is no model's, and when the disk refuses.
+/// Removes a model and its unfinished download. False when there is neither.
+/// Throws WhisperError (modelsUnavailable) for an impossible name, and when the disk refuses.
 bool removeLocalModel(const std::filesystem::path& downloadBase, const std::string& name);
 
-/// Whether a name can be that of a model's folder: one plain component that is not hidden.
+/// Whether a model's folder can have this name: one path component, not hidden.
 bool isModelName(std::string_view name);
 
-/// Where a model's files gather until all have come; it is never listed.
+/// Where the files of a model are collected until all have been downloaded; never listed.
 std::filesystem::path partialDownload(const std::filesystem::path& downloadBase, const std::string& name);
 
 } // namespace fenlo::whisper

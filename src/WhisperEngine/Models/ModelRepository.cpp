@@ -43,7 +43,7 @@ std::vector<std::string> completeModels(const fs::path& downloadBase) {
     return names;
 }
 
-/// "small" is not "small.en" when there is nothing to compare it with.
+/// The models of the size that a name gives: "small" does not stand for "small.en".
 std::vector<std::string> ofSameSize(std::vector<std::string> models, const std::string& name) {
     if (const auto wanted = variantOfName(name); wanted && !isGlob(name))
         std::erase_if(models, [&](const std::string& model) { return variantOfName(model) != wanted; });
@@ -70,7 +70,7 @@ WhisperError ofHub(const hub::HubError& error) {
     return {WhisperError::Kind::modelsUnavailable, error.what()};
 }
 
-/// The first of the variants that a name means; with several, the main publisher's come before the others.
+/// The first variant that a name stands for; those of the main publisher come first.
 std::optional<std::string> firstMatch(const std::vector<std::string>& variants, const std::string& name,
                                       const std::string& source, const Logging& log) {
     auto found = matchingOf(variants, isGlob(name) ? name : "*" + name + "*");
@@ -94,7 +94,7 @@ std::string configFile(const std::vector<std::string>& paths, const Logging& log
     return paths.front();
 }
 
-/// A folder that misses some of its files goes back to where downloads gather, so that only those are fetched.
+/// Moves an incomplete folder back to where downloads are collected, so that only its missing files are fetched.
 void takeBack(const fs::path& incomplete, const fs::path& gathering) {
     std::error_code error;
     if (!fs::exists(incomplete, error) || fs::exists(gathering, error))
@@ -116,7 +116,7 @@ void moveIntoPlace(const fs::path& gathered, const fs::path& folder) {
                                                                       "; move that folder away and try again");
 }
 
-/// Whether the folder knows what its files should be, and they are that.
+/// Whether the folder has a record of its files and they agree with it.
 bool isAsPublished(const fs::path& folder, std::stop_token stop) {
     const auto manifest = hub::SnapshotManifest::load(folder);
     return manifest && !checkpointFault(folder) && std::ranges::all_of(manifest->files, [&](const hub::RepoFile& file) {
@@ -124,7 +124,7 @@ bool isAsPublished(const fs::path& folder, std::stop_token stop) {
            });
 }
 
-/// Where the files of a variant come together, out of sight, before they appear in its folder.
+/// A hidden folder in which the files of a variant are collected before they appear in its own.
 struct Gathering {
     Gathering(const ModelRepository& repository, const std::string& variant, const fs::path& downloadBase)
         : folder(downloadBase / variant), source(repository.isStock() ? publisherRepository(variant) : repository.name),
@@ -145,7 +145,7 @@ struct Gathering {
         return listed;
     }
 
-    /// Removes what is not as the hub lists it, and notes what is, so that only the rest is fetched.
+    /// Removes files that differ from the hub's list and records the others, so that only the rest is fetched.
     std::vector<std::string> dropDamaged(const std::vector<hub::RepoFile>& needed, std::stop_token stop) const {
         std::error_code error;
         fs::create_directories(files, error);
@@ -172,13 +172,13 @@ struct Gathering {
         fs::remove_all(stage, ignored);
     }
 
-    const fs::path folder;    // where the model is in the end
+    const fs::path folder;    // of the complete model
     const std::string source; // repository
     const std::string below;  // the variant's folder in it, with a slash; empty for the whole repository
     const fs::path stage, snapshot, files;
 
 private:
-    /// The part of the repository's description that is about this variant, for later repairs.
+    /// The record of this variant's files, for later repairs.
     void describeFolder() const {
         auto manifest = hub::SnapshotManifest::load(snapshot);
         if (!manifest)
@@ -199,7 +199,7 @@ std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRe
         names = publisherModels();
     } else {
         try {
-            std::set<std::string> folders; // in order, which a listing by paths is not: "small.en/" before "small/"
+            std::set<std::string> folders; // sorted by name: by path "small.en/" comes before "small/"
             for (const hub::RepoFile& file : hub.listFiles(repository.name, {"*/config.json"}, stop))
                 if (const fs::path folder = fs::path(file.path).parent_path(); isModelName(folder.string()))
                     folders.insert(folder.string());
@@ -262,14 +262,14 @@ fs::path download(hub::HubClient& hub, const ModelRepository& repository, const 
                   const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop) {
     if (!isModelName(variant))
         throw notFound("\"" + variant + "\" is no name of a model");
-    // A model that is there may be of anybody's making; only what is fetched needs a publisher.
+    // An installed model need not have a publisher; only a download does.
     if (fs::path folder = downloadBase / variant; !checkpointFault(folder))
         return folder;
     const Gathering gathering(repository, variant, downloadBase);
     try {
         const hub::FolderLock lock(gathering.makeStage(), clock, stop);
         if (!checkpointFault(gathering.folder))
-            return gathering.folder; // by another process, meanwhile
+            return gathering.folder; // meanwhile, by another process
         const auto needed = gathering.filesOf(hub, stop);
         takeBack(gathering.folder, gathering.files);
         gathering.fetch(hub, pathsOf(needed), progress, stop);
@@ -290,7 +290,7 @@ std::vector<std::string> repair(hub::HubClient& hub, const ModelRepository& repo
         const auto needed = gathering.filesOf(hub, stop);
         std::error_code error;
         if (fs::exists(gathering.folder, error)) {
-            fs::remove_all(gathering.files, error); // an unfinished download has nothing that is missed
+            fs::remove_all(gathering.files, error); // left by an unfinished download
             takeBack(gathering.folder, gathering.files);
         }
         const auto damaged = gathering.dropDamaged(needed, stop);

@@ -12,7 +12,7 @@
 
 /// From a requested name to a model folder on the disk.
 ///
-/// Threads: any; what takes a HubClient blocks.
+/// Threads: any; functions that take a HubClient block.
 /// Errors:  WhisperError of the kind modelsUnavailable, or cancelled after a stop request.
 namespace fenlo {
 class Clock;
@@ -20,8 +20,8 @@ class Clock;
 
 namespace fenlo::whisper {
 
-/// Where models come from: one repository on the hub that has each variant as a folder, or without a name the
-/// publishers' own repositories, one for each checkpoint.
+/// Where models come from: a repository on the hub with a folder for each variant. Without a name: the publishers' own
+/// repositories, one for each checkpoint.
 struct ModelRepository {
     std::string name; // "publisher/repository", or empty
 
@@ -29,32 +29,31 @@ struct ModelRepository {
     std::string description() const { return isStock() ? "the publishers' repositories" : name; }
 };
 
-/// The variants there are, the plainest names first. `matching` are globs; without any, all of them.
+/// The available variants, the plainest names first. `matching` are globs; without any, all variants.
 std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRepository& repository,
                                               const std::vector<std::string>& matching, std::stop_token stop);
 
-/// The repository's own table of devices and models, or the built-in one; never fails but for a stop request. The file
-/// is kept below `downloadBase`.
+/// The repository's own table of devices and models, or the built-in one. Fails only on a stop request. The file is
+/// kept below `downloadBase`.
 ModelSupportConfig fetchModelSupportConfig(hub::HubClient& hub, const ModelRepository& repository,
                                            const std::filesystem::path& downloadBase, const Logging& log,
                                            std::stop_token stop);
 
-/// The variant that a requested name means: a glob where it has a `*`, else a part of a variant's name ("small" is
-/// "openai_whisper-small"). A model that is whole on the disk is chosen without the network when its name says so, and
-/// one of the same size when the hub cannot be reached.
+/// The variant that a name stands for. A name with a `*` is a glob, any other a part of a variant's name: "small" is
+/// "openai_whisper-small". A complete model on the disk with exactly this name is chosen without the network; when the
+/// hub cannot be reached, one of the same size.
 std::string chooseModel(hub::HubClient& hub, const ModelRepository& repository, const std::string& name,
                         const std::filesystem::path& downloadBase, const Logging& log, std::stop_token stop);
 
-/// Brings a variant into `downloadBase`/`variant` and gives that folder. Its files gather out of sight and it appears
-/// whole. A folder that is whole already is given as it is, without the network. A second process that wants the same
-/// variant waits for the first. The progress callback, which may be empty, comes on the calling thread.
+/// Downloads a variant to `downloadBase`/`variant` and returns that folder, which appears only when all files are
+/// there. A folder that is already complete is returned as it is, without the network. A second process that wants the
+/// same variant waits for the first. The progress callback may be empty; it is called on the calling thread.
 std::filesystem::path download(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
                                const std::filesystem::path& downloadBase, Clock& clock,
                                const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop);
 
-/// Brings what is damaged or missing of a variant in `downloadBase`, by the sizes and hashes that the hub tells; what
-/// is sound stays. Gives the names of what was fetched. The network is not asked when the folder itself tells what its
-/// files should be, and they are that.
+/// Downloads the files of a variant in `downloadBase` that are missing or do not have the size and hash that the hub
+/// lists. Returns their names. The network is not used when the folder's own record shows that every file is right.
 std::vector<std::string> repair(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
                                 const std::filesystem::path& downloadBase, Clock& clock,
                                 const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop);

@@ -13,12 +13,12 @@ namespace fenlo::whisper {
 struct ModelSupport {
     std::string defaultModel;           // "default" in JSON
     std::vector<std::string> supported; // model names, as a repository has them
-    std::vector<std::string> disabled;  // the known models less the supported ones; not in JSON
+    std::vector<std::string> disabled;  // known models that are not supported; not in JSON
 };
 
 struct DeviceSupport {
     std::string chips;
-    std::vector<std::string> identifiers; // how a hardware identifier begins
+    std::vector<std::string> identifiers; // beginnings of hardware identifiers
     ModelSupport models;
 };
 
@@ -32,18 +32,18 @@ struct ModelSupportConfig {
     /// Fills the fields that follow from the rows.
     static ModelSupportConfig of(std::string repoName, std::string repoVersion, std::vector<DeviceSupport> rows);
 
-    /// A repository's "config.json". Throws WhisperError (modelsUnavailable) when it is anything else.
+    /// Reads a repository's "config.json". Throws WhisperError (modelsUnavailable) for anything else.
     static ModelSupportConfig parse(std::string_view json);
     std::string toJson() const;
 
-    /// The built-in configuration, for want of a repository's own.
+    /// The built-in configuration, used when a repository has none.
     static const ModelSupportConfig& fallback();
 
     /// The first row that the identifier belongs to, or the default.
     const ModelSupport& supportFor(const std::string& hardwareIdentifier, const Logging& log) const;
 };
 
-/// The maker's name of this machine's model, or of its processor architecture where the firmware tells none.
+/// The maker's name for this machine's model; the processor architecture when the firmware gives none.
 std::string hardwareIdentifier(const std::filesystem::path& productName = "/sys/class/dmi/id/product_name");
 
 } // namespace fenlo::whisper

@@ -8,7 +8,7 @@ namespace {
 
 constexpr int englishVocabulary = 51864;
 constexpr int multilingualVocabulary = 51865;
-constexpr int largeV3Vocabulary = 51866; // one language more
+constexpr int largeV3Vocabulary = 51866; // with one more language
 
 struct Row {
     ModelVariant variant;
@@ -32,7 +32,7 @@ constexpr std::array<Row, 11> rows{{
 }};
 
 const Row* rowOfName(std::string_view name) {
-    const Row* longest = nullptr; // "large-v3" also holds "large"
+    const Row* longest = nullptr; // "large-v3" also contains "large"
     for (const Row& row : rows)
         if (name.find(row.text) != name.npos &&
             (!longest || std::string_view(row.text).size() > std::string_view(longest->text).size()))
@@ -66,7 +66,7 @@ ModelVariant detectVariant(int logitsSize, std::optional<int> encoderWidth, std:
         log.error("Unrecognized vocabulary size: {}, defaulting to base variant", logitsSize);
         return ModelVariant::base;
     }
-    // Two variants differ in nothing but their training.
+    // Two variants differ only in their training.
     const Row* named = rowOfName(modelName);
     if (named && named->vocabulary == logitsSize && named->width == encoderWidth.value_or(named->width))
         return named->variant;

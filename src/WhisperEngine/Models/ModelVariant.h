@@ -14,16 +14,16 @@ enum class ModelVariant { tiny, tinyEn, base, baseEn, small, smallEn, medium, me
 /// "tiny.en", "large-v3" and so on.
 std::string textOf(ModelVariant variant);
 
-/// The variant that a model's name tells: "openai_whisper-small.en" is smallEn. None where it tells none.
+/// The variant in a model's name: "openai_whisper-small.en" is smallEn. None when the name has none.
 std::optional<ModelVariant> variantOfName(std::string_view modelName);
 
-/// The repository on the hub that has the variant's tokenizer, such as "openai/whisper-tiny".
+/// The repository on the hub with the variant's tokenizer, such as "openai/whisper-tiny".
 std::string tokenizerRepository(ModelVariant variant);
 
 /// False for the vocabulary of the English-only models.
 bool isMultilingual(int logitsSize);
 
-/// The variant by the decoder's logits size and the encoder's width; the name decides where those do not.
+/// The variant by the decoder's logits size and the encoder's width; the name decides when those do not.
 ModelVariant detectVariant(int logitsSize, std::optional<int> encoderWidth, std::string_view modelName,
                            const Logging& log);
 

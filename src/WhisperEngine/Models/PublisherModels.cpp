@@ -12,7 +12,7 @@ namespace fenlo::whisper {
 
 namespace {
 
-// The large checkpoint of September 2024 by its date, and as its publisher calls it.
+// The large checkpoint of September 2024: by its date, and under its publisher's name.
 constexpr const char* datedTurbo = "whisper-large-v3-v20240930";
 constexpr const char* publishedTurbo = "whisper-large-v3-turbo";
 

@@ -3,20 +3,20 @@
 #include <string>
 #include <vector>
 
-/// The checkpoints in their publishers' own repositories, under the names that the table of devices has for them.
+/// Checkpoints in their publishers' own repositories, by the names in the table of devices.
 ///
-/// Errors: WhisperError (modelsUnavailable) for what cannot be such a name.
+/// Errors: WhisperError (modelsUnavailable) for any other name.
 namespace fenlo::whisper {
 
 /// The repository that a variant's checkpoint comes from: "openai_whisper-small.en" from "openai/whisper-small.en".
-/// Further parts of the name ("_turbo", "_626MB") tell how a checkpoint was packed for other runtimes; as the weights
-/// are packed here, they make no difference.
+/// Further parts of the name ("_turbo", "_626MB") say how a checkpoint was packed for other runtimes and make no
+/// difference here.
 std::string publisherRepository(const std::string& variant);
 
-/// The one name of all those that lead to the same checkpoint, so that none is stored twice.
+/// One name for all names of the same checkpoint, so that no checkpoint is stored twice.
 std::string plainVariant(const std::string& variant);
 
-/// Every variant there is, those without further parts first.
+/// Every variant, those without further parts first.
 std::vector<std::string> publisherModels();
 
 } // namespace fenlo::whisper
