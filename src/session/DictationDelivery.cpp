@@ -107,9 +107,11 @@ void DictationSession::finishDictation(const outcome::Dictation& dictation, doub
     m_services.menuBar.refreshMenu();
 }
 
+/// "undo" posts Cut, and Cut is meant, not Undo: "delete that" and "undo that" remove what is selected, the whole field
+/// after "select all", and leave it on the clipboard. With nothing selected they remove nothing.
 void DictationSession::perform(const std::string& action) {
     if (action == "undo")
-        m_services.inserter.keys().command(key::x); // the settled key of this action
+        m_services.inserter.keys().command(key::x);
     else if (action == "select_all")
         m_services.inserter.keys().command(key::a);
     else if (action == "copy_last" && !m_lastText.empty())

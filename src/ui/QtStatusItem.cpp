@@ -73,7 +73,7 @@ private:
             embed();
         else if (!m_toldMissing) {
             m_toldMissing = true;
-            log("[Fenlo] No system tray yet: the icon appears as soon as a panel has room for it");
+            logInfo("No system tray yet: the icon appears as soon as a panel has room for it");
         }
     }
 

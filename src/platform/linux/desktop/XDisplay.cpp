@@ -30,7 +30,7 @@ XDisplay::XDisplay(Display* display) : m_display(display) {
 
 void XDisplay::tellLoss() {
     static std::once_flag told;
-    std::call_once(told, [] { log("[Fenlo] ERROR: The connection to the X server is lost"); });
+    std::call_once(told, [] { logError("The connection to the X server is lost"); });
 }
 
 XDisplay::~XDisplay() {

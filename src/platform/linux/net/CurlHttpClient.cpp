@@ -37,7 +37,7 @@ void CurlHttpClient::preconnect(const std::string& url) {
         if (m_warmHosts.beginWarming(host.origin, std::chrono::steady_clock::now()))
             warm(host);
     } catch (const std::exception& error) {
-        log(std::string("[Fenlo] Could not warm a connection: ") + error.what());
+        logInfo("Could not warm a connection: {}", error.what());
     }
 }
 

@@ -134,7 +134,7 @@ bool CurlTransfer::startsAfresh(CURLcode result) {
     const double left = m_request->timeout - secondsSince(m_begin);
     if (!isFaultOfConnection(result) || fresh > 0 || m_head || m_cancelled || (m_request->timeout > 0 && left <= 0))
         return false;
-    log("[Fenlo] " + explain(result).message + "; the request goes once more over a fresh connection");
+    logInfo("{}; the request goes once more over a fresh connection", explain(result).message);
     m_response = {};
     m_headerBytes = 0;
     m_lastProgress = std::chrono::steady_clock::now();

@@ -154,8 +154,8 @@ SecureStore::Value SecretServiceStore::load(const std::string& name) {
     const SecretDeadline deadline(m_closed, wasRefused ? std::min(m_limit, limitAfterRefusal) : m_limit);
     LookUp found = lookUp(name, wasRefused ? Unlock::leave : Unlock::ask, deadline.cancellable());
     if (found.wasRefused && !m_wasRefused.exchange(true))
-        log("[Fenlo] ERROR: the keyring stays locked or silent; it is not asked again until a take is tried again from "
-            "the menu, or Fenlo starts again");
+        logError("the keyring stays locked or silent; it is not asked again until a take is tried again from "
+                 "the menu, or Fenlo starts again");
     return std::move(found.value);
 }
 

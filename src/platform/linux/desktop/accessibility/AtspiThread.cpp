@@ -75,7 +75,7 @@ bool AtspiThread::connect() {
         registerEvents();
         m_isAvailable = true;
     } else if (!g_cancellable_is_cancelled(m_end.get()) && !std::exchange(m_isExplained, true)) {
-        log("[Fenlo] Accessibility bus not available: " + error);
+        logInfo("Accessibility bus not available: {}", error);
     }
     return m_isAvailable;
 }

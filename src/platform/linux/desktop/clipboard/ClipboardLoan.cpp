@@ -66,7 +66,7 @@ void ClipboardLoan::comeBack(const SavedSelection& saved, Pasteboard::Return why
     if (saved.wasEmpty())
         contents.text = "";
     if (contents.isEmpty())
-        log("[Fenlo] Clipboard not given back: its owner did not say what it held");
+        logInfo("Clipboard not given back: its owner did not say what it held");
     else
         m_server.offer(m_clipboard, std::move(contents), Stay::lasting, time);
     m_kept.reset();

@@ -34,7 +34,7 @@ void SleepWatch::connect() {
     m_bus = DBusConnection::open(DBusConnection::addressOf(G_BUS_TYPE_SYSTEM, m_end.get()), m_end.get(), error);
     if (!m_bus) {
         if (!g_cancellable_is_cancelled(m_end.get()))
-            log("[Fenlo] Sleep will not be noticed: " + error);
+            logInfo("Sleep will not be noticed: {}", error);
         return;
     }
     g_dbus_connection_signal_subscribe(

@@ -63,7 +63,7 @@ void X11Workspace::openUrl(const std::string& url) {
     constexpr std::array schemes{"http://", "https://", "mailto:", "file://"};
     const std::string lowered = text::lower(url);
     if (std::none_of(schemes.begin(), schemes.end(), [&](const char* scheme) { return lowered.starts_with(scheme); })) {
-        log("[Fenlo] ERROR: Not an address to open");
+        logError("Not an address to open");
         return;
     }
     std::string program = "xdg-open", argument = url;
@@ -72,7 +72,7 @@ void X11Workspace::openUrl(const std::string& url) {
         static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
     // GLib starts it as a grandchild, so there is nobody to wait for.
     if (!g_spawn_async(nullptr, command.data(), nullptr, flags, nullptr, nullptr, nullptr, nullptr))
-        log("[Fenlo] ERROR: Cannot open an address: is xdg-open installed?");
+        logError("Cannot open an address: is xdg-open installed?");
 }
 
 } // namespace fenlo
