@@ -9,7 +9,7 @@
 
 namespace fenlo {
 
-/// Work that must not hold up the main thread: plain blocking code on a worker.
+/// Runs plain blocking code on workers, so that the main thread does not wait.
 ///
 /// Threads: run() on any thread. Each task has a thread of its own while it runs; tasks may finish in any order.
 /// Errors:  an exception that leaves a task is logged, and ends that task only.
@@ -28,8 +28,8 @@ public:
 
     void run(Task task) override;
 
-    /// Asks all tasks to end and waits for them; later tasks are dropped. The main queue must have ended before, or
-    /// a task that waits for the main thread would never see it.
+    /// Asks all tasks to end and waits for them; later tasks are dropped. End the main queue first: a task that waits
+    /// for the main thread would never return.
     void stop();
 
 private:

@@ -12,7 +12,7 @@ class Clock {
 public:
     virtual ~Clock() = default;
 
-    /// Monotonic; only differences mean anything. Does not advance with changes of the wall clock.
+    /// Monotonic, and independent of the wall clock; only differences mean anything.
     virtual double now() const = 0;
 
     virtual std::chrono::system_clock::time_point wallTime() const = 0;

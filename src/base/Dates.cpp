@@ -25,7 +25,7 @@ Moment fromIcu(UDate date) {
     return Moment(milliseconds(static_cast<std::int64_t>(date)));
 }
 
-/// Asked anew each time, since the program runs for weeks and a laptop travels. ICU leaves the locking to its caller.
+/// Asked each time, since the program runs for weeks and a laptop travels. ICU leaves the locking to its caller.
 std::unique_ptr<icu::TimeZone> currentZone() {
     static std::mutex detecting;
     std::lock_guard lock(detecting);
@@ -36,8 +36,7 @@ std::unique_ptr<icu::TimeZone> currentZone() {
 class LocalCalendar {
 public:
     explicit LocalCalendar(Moment moment) : m_calendar(currentZone().release(), icu::Locale::getRoot(), m_status) {
-        // Where clocks are put forward over a time of day, it is the moment of the change; where they are put back, a
-        // time of day is the first of the two.
+        // A time of day that clocks skip is the moment of the change; one that comes twice is the first of the two.
         m_calendar.setSkippedWallTimeOption(UCAL_WALLTIME_NEXT_VALID);
         m_calendar.setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
         m_calendar.setTime(toIcu(moment), m_status);
@@ -67,7 +66,7 @@ icu::Locale userLocale() {
     return icu::Locale::getUS();
 }
 
-/// Takes digits, exactly so many, and the text they stand at the front of.
+/// Takes exactly so many digits from the front of the text.
 std::optional<int> takeDigits(std::string_view& text, std::size_t count) {
     int number = 0;
     if (text.size() < count || text.front() == '-')
@@ -123,7 +122,7 @@ std::optional<sys_days> takeDate(std::string_view& text) {
         return {};
     const year_month_day date{std::chrono::year(*year), std::chrono::month(static_cast<unsigned>(*month)),
                               std::chrono::day(static_cast<unsigned>(*day))};
-    // The clock counts nanoseconds, which reach no further.
+    // The clock's nanoseconds reach no further.
     if (!date.ok() || *year < 1678 || *year > 2261)
         return {};
     return sys_days(date);
@@ -200,7 +199,7 @@ std::string mediumText(Moment moment) {
     format->adoptTimeZone(currentZone().release());
     icu::UnicodeString shown;
     format->format(toIcu(moment), shown);
-    // Newer locale data put a narrow no-break space before "AM"; the text is for programs and people alike.
+    // Newer locale data put a narrow no-break space before "AM"; programs read the text too.
     shown.findAndReplace(icu::UnicodeString(static_cast<UChar32>(0x202F)), icu::UnicodeString(u' '));
     std::string text;
     shown.toUTF8String(text);

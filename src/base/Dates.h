@@ -18,7 +18,7 @@ std::string localDay(Moment moment);
 /// "2026-11-15T09:30:00Z".
 std::string isoTimestamp(Moment moment);
 
-/// Reads an ISO 8601 date and time, with fractional seconds or without, with "Z" or an offset. Nothing for all else.
+/// Reads an ISO 8601 date and time, with or without fractional seconds, with "Z" or an offset; nothing for other texts.
 std::optional<Moment> parseIso(std::string_view timestamp);
 
 /// The start of the local calendar day so many days before that of `moment`; 0 is its own day.

@@ -23,7 +23,7 @@ private:
     const int m_number;
 };
 
-/// Writes all bytes to an open file that blocks. False with errno when not all of them were taken.
+/// Writes all bytes to an open, blocking file. False with errno when some could not be written.
 bool writeAll(int file, std::string_view bytes);
 
 } // namespace fenlo

@@ -75,13 +75,13 @@ bool writeAtomically(const fs::path& file, std::string_view content) {
 namespace {
 
 constexpr const char* asideMark = ".damaged-";
-constexpr int mostAside = 1000; // of one second
+constexpr int mostAside = 1000; // files of one second
 
-/// False when there is a file of the new name already, which stays as it is.
+/// False when a file of the new name exists already; it stays.
 bool renameToFreeName(const fs::path& file, const fs::path& name) {
     if (::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE) == 0)
         return true;
-    // Some file systems do not know the flag.
+    // Some file systems lack the flag.
     std::error_code error;
     return errno == EINVAL && !fs::exists(fs::symlink_status(name, error)) && ::rename(file.c_str(), name.c_str()) == 0;
 }
@@ -135,8 +135,7 @@ fs::path temporaryFile(std::string_view prefix, std::string_view extension) {
 }
 
 std::string makeUuid() {
-    // One system call; std::random_device takes the processor's slow entropy source, and lists make ids by the
-    // thousand.
+    // One system call; std::random_device reads the processor's slow entropy source, and lists make thousands of ids.
     std::array<unsigned, 4> words{};
     if (::getentropy(words.data(), sizeof words) != 0)
         throw std::system_error(errno, std::generic_category(), "getentropy");

@@ -16,11 +16,11 @@ std::filesystem::path homeDirectory();
 /// `~/.fenlo`, the folder of all the program's data files.
 std::filesystem::path dataDirectory();
 
-/// `$XDG_CACHE_HOME/fenlo`, by default `~/.cache/fenlo`: what can be made again at any time.
+/// `$XDG_CACHE_HOME/fenlo`, by default `~/.cache/fenlo`, for files that can be made again.
 std::filesystem::path cacheDirectory();
 
-/// Makes the folder and its parents, and keeps the folder itself, new or old, for its owner only. False when it is no
-/// folder afterwards.
+/// Makes the folder and its parents, and gives the folder itself, new or old, to its owner only. False when there is no
+/// such folder afterwards.
 bool makePrivateDirectory(const std::filesystem::path& directory);
 
 /// The whole file, or nothing when it cannot be read.
@@ -30,12 +30,12 @@ std::optional<std::string> read(const std::filesystem::path& file);
 /// Keeps the permissions of an existing file; a new one is 0600.
 bool writeAtomically(const std::filesystem::path& file, std::string_view content);
 
-/// Renames a file that does not parse to "<name>.damaged-<date>", with a number behind where that name is taken, so
-/// that nothing of the user's is overwritten. Its new path; nothing when it could not be renamed.
+/// Renames a file that does not parse to "<name>.damaged-<date>", followed by a number when that name is taken, so that
+/// nothing of the user's is overwritten. Its new path; nothing when it could not be renamed.
 std::optional<std::filesystem::path> setAside(const std::filesystem::path& file,
                                               std::chrono::system_clock::time_point date);
 
-/// What setAside() has put away of the file, in the order of the names.
+/// The files that setAside() made of this one, in the order of their names.
 std::vector<std::filesystem::path> thoseSetAside(const std::filesystem::path& file);
 
 /// The size of the file in full kilobytes; 0 when it cannot be read.

@@ -6,24 +6,25 @@
 
 namespace fenlo {
 
-/// An open file with a lock on it, which the system frees when the process ends, however it ends: so another process
-/// can tell a file in use from one that was left behind. Two objects of one process exclude each other as well.
+/// An open file with a lock, which the system frees when the process ends in whatever way: so another process can tell
+/// a file in use from an abandoned one. Two objects of one process exclude each other as well.
 ///
 /// Threads: one at a time.
 class LockedFile {
 public:
     enum class Sharing { exclusive, shared };
 
-    /// Makes the file, for its owner only, when it is not there. Nothing when it cannot be opened or another has it.
+    /// Makes the file, for its owner only, when it is absent. Nothing when it cannot be opened or another holds the
+    /// lock.
     static std::optional<LockedFile> make(const std::filesystem::path& file);
-    /// The same for a file that must be there, and be a plain file and no link.
+    /// The same for a plain file that exists; not for a link.
     static std::optional<LockedFile> open(const std::filesystem::path& file, Sharing sharing);
 
     LockedFile(LockedFile&& other) noexcept;
     LockedFile& operator=(LockedFile&&) = delete;
     ~LockedFile();
 
-    /// Adds to the end of the file. False when not all of it could be written.
+    /// Adds to the end of the file. False unless all of it was written.
     bool append(std::string_view bytes) const;
 
 private:

@@ -10,8 +10,9 @@ namespace detail {
 void writeLog(std::string_view prefix, fmt::string_view format, fmt::format_args values);
 } // namespace detail
 
-/// Writes "[Fenlo] ", the formatted text and a newline to standard error and appends them to the log file, which is opened
-/// for each line: a log that was deleted or rotated away is simply begun anew. The format is checked at compile time.
+/// Writes "[Fenlo] ", the formatted text and a newline to standard error and appends them to the log file, which is
+/// opened for each line, so that a log that was deleted or rotated away begins again. The format is checked at compile
+/// time.
 ///
 ///     logInfo("{} models in {}", models.size(), folder.string());
 ///

@@ -31,7 +31,7 @@ bool isAscii(std::string_view text) {
     return true;
 }
 
-/// Calls `use` with an iterator over the character boundaries, as byte offsets into the text.
+/// Calls `use` with an iterator over the character boundaries, which are byte offsets into the text.
 template <typename Use>
 std::size_t withCharacters(std::string_view text, Use use) {
     UErrorCode status = U_ZERO_ERROR;

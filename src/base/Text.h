@@ -18,8 +18,8 @@ namespace fenlo::text {
 std::string repairUtf8(std::string_view text);
 
 /// The text without what a terminal or an application would obey: control sequences that begin with ESC [ or U+009B,
-/// and all control characters but newline and tab. Carriage return and U+0085 become newlines. What scripts need to be
-/// written right (joiners, direction marks) stays.
+/// and all control characters but newline and tab. Carriage return and U+0085 become newlines. Joiners and direction
+/// marks, which some scripts need, stay.
 std::string withoutControls(std::string_view text);
 
 std::size_t characterCount(std::string_view text);
@@ -44,7 +44,7 @@ std::vector<std::string> split(std::string_view text, char separator);
 std::string join(const std::vector<std::string>& pieces, std::string_view separator);
 std::string replaceAll(std::string_view text, std::string_view what, std::string_view with);
 
-/// The printf form of numbers in the messages; always with a point, whatever the locale.
+/// A number with so many digits after a point, in every locale.
 std::string fixed(double value, int decimals);
 
 /// "true" or "false", for the messages.
@@ -67,7 +67,7 @@ public:
     bool find(std::string_view text) const;
     /// `replacement` may use $1 for groups. The text comes back as it was when the match fails.
     std::string replaceAll(std::string_view text, std::string_view replacement) const;
-    /// The same with a replacement in which nothing is special.
+    /// The same with a literal replacement.
     std::string replaceAllWithLiteral(std::string_view text, std::string_view literal) const;
 
 private:

@@ -5,7 +5,7 @@
 
 namespace fenlo::url {
 
-/// The text with every byte as %XX but letters, digits, "-._~" and those of `plain`.
+/// The text with every byte as %XX except letters, digits, "-._~" and those of `plain`.
 std::string percentEncode(std::string_view text, std::string_view plain);
 
 } // namespace fenlo::url

@@ -16,7 +16,7 @@ struct FocusedElement {
 /// The desktop's accessibility service.
 ///
 /// Threads: main thread.
-/// Errors:  an absent service or an application that does not answer gives nothing.
+/// Errors:  without the service, or without an application's answer, there is no element.
 class Accessibility {
 public:
     virtual ~Accessibility() = default;
@@ -25,7 +25,7 @@ public:
     virtual bool trusted() const = 0;
     /// Asks for what is missing and announces assistive technology, so that applications publish their controls.
     virtual void request() = 0;
-    /// Never takes longer than `limit` seconds. What the application does not tell in time is empty, the rest is there.
+    /// Takes `limit` seconds at most. What the application does not tell in time stays empty; the rest is there.
     virtual std::optional<FocusedElement> focusedElement(double limit) = 0;
 };
 

@@ -21,8 +21,8 @@ struct InputFormat {
     unsigned channels = 0;
 };
 
-/// Capture from the default input device as it was when the engine was made. A device or sound server that goes away
-/// while the engine runs is taken up again by the adapter when it is back; what was delivered before stays delivered.
+/// Captures from the device that was the default when the engine was made. When the device or the sound server goes
+/// away while the engine runs, the adapter goes on as soon as it is back.
 ///
 /// Threads: call on the main thread; the tap runs on the audio thread and must neither block nor allocate needlessly.
 /// Units:   samples are 32-bit floats in [-1, 1], first channel only, at format().sampleRate.
@@ -35,7 +35,7 @@ public:
     virtual InputFormat format() const = 0;
     /// Delivers buffers of `frames` samples while the engine runs.
     virtual void installTap(std::size_t frames, Tap tap) = 0;
-    /// No tap call is running any more when this returns.
+    /// When this returns, no call of the tap is running.
     virtual void removeTap() = 0;
     /// Returns an error text when the device refuses, else nothing. Starting a running engine does nothing.
     virtual std::optional<std::string> start() = 0;
@@ -52,7 +52,7 @@ public:
 
     virtual std::unique_ptr<CaptureEngine> makeEngine() = 0;
     virtual std::optional<InputDevice> defaultDevice() const = 0;
-    /// Whether the sound system is there at all. It may be without an input.
+    /// Whether there is a sound system; it may have no input.
     virtual bool isConnected() const = 0;
     /// Adds a listener; called whenever the default input device may have changed.
     virtual void onDefaultDeviceChanged(std::function<void()> handler) = 0;

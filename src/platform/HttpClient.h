@@ -28,15 +28,15 @@ struct HttpRequest {
     std::size_t maxResponseBytes = 16u << 20u; // a longer body is an error
     std::function<void(std::size_t sent, std::size_t total)> onUpload; // on the network thread; may be empty
 
-    /// With onBody the answer is taken as it comes, for downloads. onHead, which may be empty, has the status and the
-    /// headers before the first byte and says whether the body goes to onBody, piece by piece and of any length; if
-    /// not, it is gathered as ever. Both run on the thread that sends; what they throw ends the exchange and leaves
-    /// send(). An answer that breaks off has given all that came.
+    /// For downloads: onBody takes the answer piece by piece as it comes, however long it is. onHead, which may be
+    /// empty, is given the status and the headers first; when it returns false, the body is gathered in the response
+    /// instead. Both run on the thread that sends; what they throw ends the exchange and leaves send(). Of an answer
+    /// that breaks off onBody has received all that came.
     std::function<bool(const HttpResponse& head)> onHead;
     std::function<void(std::string_view bytes)> onBody;
 };
 
-/// The exchange did not come to an answer. what() is one line for the log; it never holds a header or a body.
+/// The exchange brought no answer. what() is one line for the log, without any header or body.
 struct HttpError : std::runtime_error {
     enum class Kind { connection, timeout, tls, cancelled, tooLarge, badUrl };
     HttpError(Kind reason, const std::string& message) : std::runtime_error(message), kind(reason) {}
@@ -51,9 +51,9 @@ public:
     virtual ~HttpClient() = default;
 
     /// Throws HttpError. Any status is an answer. A stop request ends the wait within a fraction of a second.
-    /// A request whose kept connection is closed, reset or breaks the protocol before the answer is whole goes once more
-    /// over a fresh one, within the same time limit, unless a part of the body has been handed out already. No other
-    /// request is ever sent twice.
+    /// When a kept connection is closed, reset or breaks the protocol before the answer is whole, the request goes once
+    /// more over a fresh one, within the same time limit, unless a part of the body was handed out already. No other
+    /// request is sent twice.
     virtual HttpResponse send(const HttpRequest& request, std::stop_token stop) = 0;
 
     /// Opens a connection to the host of `url` in the background, so that the next request finds it warm. Does

@@ -22,7 +22,7 @@ struct ScreenPoint {
 /// Keys that it posted itself are never reported.
 ///
 /// Threads: call on the main thread; all callbacks arrive on the main thread.
-/// Errors:  a source that cannot be had is false in Sources; the rest works.
+/// Errors:  a stream that is not available is false in Sources; the others work.
 class KeyEvents {
 public:
     struct Listener {
@@ -30,7 +30,7 @@ public:
         std::function<void(std::uint16_t keyCode)> onKeyDown; // no modifiers, no auto-repeat
     };
 
-    /// Which of the streams could be had: flag changes in other programs and in our own windows, and key-downs.
+    /// Which of the streams are available: flag changes in other programs and in our own windows, and key-downs.
     struct Sources {
         bool global = false;
         bool local = false;
@@ -39,7 +39,7 @@ public:
 
     virtual ~KeyEvents() = default;
 
-    /// Replaces an earlier listener. A modifier release that the system lost is reported late rather than never.
+    /// Replaces an earlier listener. When the system loses the release of a modifier, it is reported late.
     virtual Sources listen(Listener listener) = 0;
     virtual void stopListening() = 0;
 
@@ -47,12 +47,12 @@ public:
     virtual void watchMouseDown(std::function<void(ScreenPoint)> handler) = 0;
 
     /// Posts one key with exactly these flags: with `down` the modifiers go down first, with `up` they go up last.
-    /// Letters are found through the current keyboard layout; where it has none, the editing shortcuts become those
-    /// that do without letters. Returns false, and has posted nothing, when there is no key for it.
+    /// Letters are found through the current keyboard layout; where it has no Latin letters, the editing shortcuts are
+    /// posted in their forms without letters. Without a key for it, returns false and posts nothing.
     virtual bool post(std::uint16_t keyCode, std::uint64_t flags, KeyDirection direction) = 0;
 
-    /// Types the text key by key, with the current layout as it is. Returns false, having typed nothing, when a
-    /// character has no key in it; line breaks count as such. Call after releaseModifiers().
+    /// Types the text key by key in the current layout. When the layout lacks a key for a character, or the text has a
+    /// line break, returns false and types nothing. Call after releaseModifiers().
     virtual bool type(const std::string& text) = 0;
 
     /// Waits until the user holds no modifier any more, at most `limit` seconds; then lifts those still held, without
@@ -62,7 +62,7 @@ public:
     /// Whether keys can be posted at all.
     virtual bool canPost() const = 0;
 
-    /// Whether this desktop can deliver the key (not every one delivers Fn).
+    /// Whether this desktop can deliver the key (some keyboards keep Fn to themselves).
     virtual bool canDeliver(std::uint16_t keyCode) const = 0;
 };
 

@@ -6,7 +6,7 @@
 
 namespace fenlo {
 
-/// The desktop's clipboard. Its text can be read and set; whatever else lies on it can be kept and given back.
+/// The desktop's clipboard. Text can be read and set; content of any kind can be kept and given back.
 ///
 /// Threads: main thread. The clipboard is served by the adapter itself, also while the main thread blocks.
 class Pasteboard {
@@ -15,26 +15,26 @@ public:
     struct Offer {
         /// The text is on loan, for a paste: clipboard managers are asked to keep it out of their history.
         bool transient = false;
-        /// Also offers the text as the primary selection, for programs whose paste key takes that one. What was
-        /// selected before comes back with the next text or content.
+        /// Also offers the text as the primary selection, for programs whose paste key takes that one. The selection
+        /// from before comes back with the next text or content.
         bool primary = false;
     };
 
     struct Reading {
-        /// Nothing when there is no text, or no answer.
+        /// Empty when there is no text, or no answer.
         std::optional<std::string> text;
-        /// False when the owner did not answer in time: it may well have a text.
+        /// False when the owner did not answer in time: it may have a text all the same.
         bool isAnswered = true;
     };
 
     /// Why something kept comes back.
     enum class Return {
-        afterLoan, // in place of the transient text; a clipboard that holds something else by now is left alone, and
-                   // one that held nothing gets the empty text
-        afterCopy, // in place of whatever another program has put there; that stays when there was nothing before
+        afterLoan, // replaces the transient text, by the empty text when the clipboard was empty before; anything else
+                   // that has come onto the clipboard stays
+        afterCopy, // replaces what another program has put there, unless the clipboard was empty before
     };
-    /// Gives back what was kept. An owner that answered late is waited for, up to three seconds without blocking; of
-    /// one that gave nothing nothing comes back, and the clipboard stays as it is.
+    /// Gives back what was kept. Late answers of its owner are waited for, up to three seconds and without blocking.
+    /// When the owner gave nothing, the clipboard stays as it is.
     using GiveBack = std::function<void(Return)>;
 
     virtual ~Pasteboard() = default;
@@ -44,9 +44,9 @@ public:
     virtual void clear() = 0;
     virtual void set(const std::string& text, Offer offer) = 0;
 
-    /// Keeps what is on the clipboard in every form that its owner offers, 64 MiB at most, before something else takes
-    /// its place. Blocks for `limit` seconds at most; forms that are on their way by then are still collected. A
-    /// transient text stands for what was kept before it, so that a second loan gives the same back.
+    /// Keeps what is on the clipboard in every form that its owner offers, 64 MiB at most. Blocks for `limit` seconds
+    /// at most; forms that are on their way by then are still collected. While a transient text is on the clipboard,
+    /// what was kept before it counts as the content, so that a second loan gives the same back.
     virtual GiveBack keep(double limit) = 0;
 };
 

@@ -51,7 +51,7 @@ public:
     virtual void fadeIn(double seconds) = 0;
     /// Stays centred. With 0 seconds the width changes at once.
     virtual void setWidth(double width, double seconds) = 0;
-    /// From now on a mouse-down inside calls the handler, still without taking the focus.
+    /// From now on a mouse-down inside calls the handler; the focus stays where it is.
     virtual void acceptMouse(std::function<void()> onMouseDown) = 0;
 };
 
@@ -64,7 +64,7 @@ public:
 
     /// A pill of this width that is not yet visible.
     virtual std::unique_ptr<PillWindow> make(double width) = 0;
-    /// Fades the pill out and drops it; it is deaf to the mouse from now on.
+    /// Fades the pill out and drops it; from now on it ignores the mouse.
     virtual void fadeOut(std::unique_ptr<PillWindow> pill, double seconds) = 0;
     virtual double textWidth(const std::string& text, PillFont font) const = 0;
 };

@@ -46,7 +46,7 @@ public:
     virtual ~ResultCards() = default;
 
     virtual std::unique_ptr<ResultCard> make(ResultCardContent content, double width, double height) = 0;
-    /// Fades the card out and drops it; it is deaf to the mouse from now on.
+    /// Fades the card out and drops it; from now on it ignores the mouse.
     virtual void fadeOut(std::unique_ptr<ResultCard> card, double seconds) = 0;
     /// The height of the text when broken into lines of this width, at most `limit`.
     virtual double textHeight(const std::string& text, double width, double limit) const = 0;

@@ -20,7 +20,7 @@ struct MenuItem {
 /// The program's icon in the panel of the desktop, with its menu.
 ///
 /// Threads: main thread only; actions are called there.
-/// Errors:  none. Where there is no panel, or not yet, the last face and menu are kept for one that comes later.
+/// Errors:  none. The last face and menu are kept for a panel that comes later.
 class StatusItem {
 public:
     virtual ~StatusItem() = default;

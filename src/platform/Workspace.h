@@ -35,7 +35,7 @@ public:
     /// Called before the machine sleeps.
     virtual void onWillSleep(std::function<void()> handler) = 0;
 
-    /// Whether keys would reach a lock screen. Known from some time after onScreenLocked() was given a handler on.
+    /// Whether keys would reach a lock screen. Known some time after onScreenLocked() was given a handler.
     virtual bool isScreenLocked() const = 0;
     /// Called when the screen locks, or is about to.
     virtual void onScreenLocked(std::function<void()> handler) = 0;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int rootId = 0;
 
-/// An underscore would make the letter behind it an access key.
+/// An underscore would make the next letter an access key.
 QString label(const std::string& title) {
     return QString::fromStdString(title).replace(QLatin1Char('_'), QLatin1String("__"));
 }

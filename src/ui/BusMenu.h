@@ -30,7 +30,7 @@ struct BusMenuEvent {
 
 /// Offers a menu on the session bus, as com.canonical.dbusmenu; panels fetch it from there and draw it themselves.
 ///
-/// Each menu has ids of its own, so that a choice from a menu that was replaced meanwhile does nothing.
+/// Each menu has new ids, so that a choice from a menu that was replaced meanwhile does nothing.
 class BusMenu : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.canonical.dbusmenu")
@@ -62,7 +62,7 @@ signals:
     void LayoutUpdated(uint revision, int parentId);
 
 private:
-    /// Nothing for the menu itself and for ids of earlier menus.
+    /// Null for the menu itself and for ids of earlier menus.
     const MenuItem* find(int id) const;
     QVariantMap properties(int id) const;
 

@@ -44,7 +44,7 @@ void FloatingWindow::follow(QScreen* screen) {
         m_screen->disconnect(this);
     m_screen = screen;
     if (!screen)
-        return; // every screen is off; another will be announced
+        return; // all screens are off; a new one will be announced
     connect(screen, &QScreen::geometryChanged, this, &FloatingWindow::place);
     setScreen(screen);
     place();
@@ -97,7 +97,7 @@ QRectF FloatingWindow::panelPixels() const {
     return {corner + (points.topLeft() - corner) * scale, points.size() * scale};
 }
 
-// The window's shape is kept in pixels, or its curve would be as coarse as the scale.
+// In pixels: in points the curve would be as coarse as the scale.
 
 QRegion FloatingWindow::outlinePixels() const {
     const double scale = devicePixelRatioF();
@@ -134,7 +134,7 @@ bool FloatingWindow::event(QEvent* event) {
 
 void FloatingWindow::setAcceptsMouse(bool accepts) {
     m_acceptsMouse = accepts;
-    winId(); // makes the window, which may not have been shown yet
+    winId(); // makes the window if it was not shown yet
     windowHandle()->setFlag(Qt::WindowTransparentForInput, !accepts);
     applyOutline();
 }
@@ -173,7 +173,7 @@ void FadingWindows::add(std::unique_ptr<FloatingWindow> window, double seconds) 
         const auto found =
             std::find_if(m_windows.begin(), m_windows.end(), [fading](auto& w) { return w.get() == fading; });
         fading->hide();
-        found->release()->deleteLater(); // its animation is still on the stack
+        found->release()->deleteLater(); // its animation is calling us
         m_windows.erase(found);
     });
 }

@@ -13,21 +13,22 @@ class QScreen;
 
 namespace fenlo {
 
-/// A rounded panel at the top of the main screen, which stays centred there when screens change. The window manager
-/// leaves it alone: it is above other windows and on all desktops, and never takes the focus. Made deaf to the mouse.
+/// A rounded panel at the top of the main screen, which stays centred there when screens change. It is not managed by
+/// the window manager: it is above other windows and on all desktops, and never takes the focus. It ignores the mouse
+/// at first.
 ///
 /// Where the desktop has a compositor it is translucent and fades; otherwise it is cut to its outline, opaque, and
 /// comes and goes at once.
 class FloatingWindow : public QWidget {
 public:
-    /// `margin` is kept round the panel for a shadow; there is none without a compositor.
+    /// `margin` is the room round the panel for a shadow, which only a compositor can show.
     FloatingWindow(double cornerRadius, int margin);
 
     void setPanelSize(QSizeF size);
     void animateWidth(double width, double seconds);
     void setAcceptsMouse(bool accepts);
     void fadeIn(double seconds);
-    /// Calls `done` when it is off the screen, at once or later.
+    /// Calls `done` when it is off the screen, perhaps at once.
     void fadeOut(double seconds, std::function<void()> done);
 
     bool isTranslucent() const { return m_isTranslucent; }

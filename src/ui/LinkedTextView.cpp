@@ -60,7 +60,7 @@ LinkedTextView::LinkedTextView(const std::vector<TextPart>& parts, double width,
         }
         cursor.insertText(text, format);
     }
-    moveCursor(QTextCursor::Start); // or a long text would open at its end
+    moveCursor(QTextCursor::Start); // a long text would open at its end otherwise
     connect(this, &QTextBrowser::anchorClicked, this, [onLink = std::move(onLink)](const QUrl& address) {
         callGuarded([&] { onLink(address.toEncoded().toStdString()); });
     });

@@ -29,7 +29,7 @@ void paintPanel(QPainter& painter, const QRectF& panel, double cornerRadius, boo
     painter.setPen(Qt::NoPen);
     painter.setBrush(gradient);
     if (isOpaque)
-        painter.drawRect(panel); // the window is cut to its outline; a softened edge would show what was there before
+        painter.drawRect(panel); // the window is cut to its outline, where a soft edge would show old pixels
     else
         painter.drawRoundedRect(panel, cornerRadius, cornerRadius);
 

@@ -39,7 +39,7 @@ void QtMainQueue::post(Task task) {
 }
 
 bool QtMainQueue::event(QEvent* event) {
-    std::unique_lock lock(m_mutex); // under which the event was made
+    std::unique_lock lock(m_mutex); // the event was made under it too
     if (event->type() != taskEvent) {
         lock.unlock();
         return QObject::event(event);
@@ -96,7 +96,7 @@ void QtMainQueue::quit() {
 }
 
 void QtMainQueue::end() {
-    std::deque<Task> dropped; // dies after the lock is released: what a task holds may post in its destructor
+    std::deque<Task> dropped; // destroyed after the lock is released: what a task holds may post in its destructor
     std::lock_guard lock(m_mutex);
     m_ended = true;
     dropped.swap(m_tasks);

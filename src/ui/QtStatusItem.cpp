@@ -15,7 +15,7 @@ namespace fenlo {
 
 namespace {
 
-/// A menu may be replaced while it is open, by what was chosen in it or under the user's hand.
+/// An open menu may be replaced by the action that was chosen in it, or by itself while the user looks at it.
 struct DropMenu {
     void operator()(QMenu* menu) const {
         if (menu->isVisible())
@@ -33,7 +33,7 @@ MenuPointer makeMenu(const std::vector<MenuItem>& items) {
             menu->addSeparator();
             continue;
         }
-        // An ampersand would make the letter behind it an access key.
+        // An ampersand would make the next letter an access key.
         QAction* const line = menu->addAction(QString::fromStdString(item.title).replace('&', "&&"));
         line->setEnabled(static_cast<bool>(item.action));
         QObject::connect(line, &QAction::triggered, line, [action = item.action] { callGuarded(action); });
@@ -95,7 +95,7 @@ private:
     MenuPointer m_menu;
     BusMenu m_busMenu;
     std::unique_ptr<StatusNotifier> m_notifier;  // one of these two, while there is a panel
-    std::unique_ptr<QSystemTrayIcon> m_embedded; // uses the menu, so it dies first
+    std::unique_ptr<QSystemTrayIcon> m_embedded; // uses the menu, so it is destroyed first
     bool m_toldMissing = false;
     TrayWatch m_watch;
 };

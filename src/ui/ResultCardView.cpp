@@ -17,7 +17,7 @@ constexpr double cornerRadius = 16;
 constexpr int shadowMargin = 24;
 constexpr double shadowDrop = 6;
 
-// What the card has round its text: 120 points in height, 44 in width.
+// The room of the card round its text: 120 points in height, 44 in width.
 constexpr int cardSide = 22;
 constexpr int aboveText = 52;
 constexpr int belowText = 68;

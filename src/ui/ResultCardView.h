@@ -13,7 +13,7 @@ public:
     ResultCardView(ResultCardContent content, QSizeF size);
 
     void showCopied();
-    /// Its buttons and links do nothing any more.
+    /// From now on its buttons and links do nothing.
     void retire() { m_content = {}; }
 
 protected:

@@ -8,8 +8,8 @@
 
 namespace fenlo {
 
-/// The face drawn in this many pixels square. Idle and processing are light with a dark rim, because nobody tells
-/// which colour the panel has.
+/// The face as a square of so many pixels. Idle and processing are light with a dark rim, because the panel's colour is
+/// unknown.
 QImage statusImage(IconFace face, int pixels);
 
 /// The face in the sizes that panels use.

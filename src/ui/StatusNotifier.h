@@ -23,8 +23,8 @@ struct NotifierToolTip {
     QString title, text;
 };
 
-/// The program's icon on the session bus, as org.kde.StatusNotifierItem. It is there while this lives. Qt's own makes
-/// up its mind on the first icon of the process, for ever, and is lost when the panel starts after the program.
+/// The program's icon on the session bus, as org.kde.StatusNotifierItem, for the life of this object. Qt's own decides
+/// with the first icon of the process for good, and never shows when the panel starts after the program.
 class StatusNotifier : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
@@ -42,8 +42,8 @@ class StatusNotifier : public QObject {
     Q_PROPERTY(QDBusObjectPath Menu READ menu)
 
 public:
-    /// `busMenu` is the object that offers the menu on the bus. `onActivate` is called where the panel does not show
-    /// that menu itself.
+    /// `busMenu` is the object that offers the menu on the bus. `onActivate` is called by panels that do not show that
+    /// menu themselves.
     StatusNotifier(QObject& busMenu, IconFace face, std::function<void()> onActivate);
     ~StatusNotifier() override;
 

@@ -44,7 +44,7 @@ bool TrayWatch::nativeEventFilter(const QByteArray&, void* message, qintptr*) {
 }
 
 void TrayWatch::notifierOwnerChanged(const QString&, const QString&, const QString& newOwner) {
-    setHasNotifier(false); // a new owner knows nothing of our icon
+    setHasNotifier(false); // a new owner does not know our icon yet
     if (!newOwner.isEmpty())
         askNotifierWatcher();
 }

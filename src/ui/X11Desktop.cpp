@@ -5,7 +5,7 @@
 #include <QWindow>
 #include <vector>
 
-// Behind Qt's headers, whose words its macros take.
+// After Qt's headers: its macros clash with their names.
 #include <X11/Xlib.h>
 #include <X11/extensions/Xfixes.h>
 #include <X11/extensions/shape.h>

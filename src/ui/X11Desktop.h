@@ -3,7 +3,7 @@
 class QRegion;
 class QWindow;
 
-/// What Qt does not tell or do about the X11 desktop. On another platform each function is harmless.
+/// What Qt does not offer on the X11 desktop. On other platforms the functions do nothing.
 ///
 /// Threads: main thread.
 namespace fenlo::x11 {

@@ -41,7 +41,7 @@ void PulseAudioInput::onDefaultDeviceChanged(std::function<void()> handler) {
 }
 
 void PulseAudioInput::tellHandlers() {
-    const auto handlers = m_handlers; // one may add another
+    const auto handlers = m_handlers; // a handler may add another
     for (const auto& handler : handlers)
         handler();
 }

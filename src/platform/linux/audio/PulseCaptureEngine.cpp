@@ -163,7 +163,7 @@ void PulseCaptureEngine::read() {
     while (m_stream && ::pa_stream_readable_size(m_stream) > 0 && ::pa_stream_peek(m_stream, &data, &bytes) == 0 &&
            bytes > 0) {
         m_hasDelivered = true;
-        if (data) // a hole in the stream has none
+        if (data) // null for a hole in the stream
             gather(static_cast<const float*>(data), bytes / ::pa_frame_size(&m_source->format));
         ::pa_stream_drop(m_stream);
     }

@@ -13,10 +13,9 @@
 namespace fenlo {
 
 /// Records from one source at that source's rate. When the source or the server goes away while the engine runs, it
-/// goes on from the same source if it is there again and from the default one if it is not, still at the first one's
-/// rate.
+/// goes on from the same source once that is back, or else from the default one, at the same rate.
 ///
-/// The server buffers seconds of what is not fetched, so a tap that is late once loses nothing.
+/// The server buffers some seconds, so a tap that is late once loses nothing.
 class PulseCaptureEngine final : public CaptureEngine {
 public:
     PulseCaptureEngine(std::shared_ptr<PulseConnection> connection, std::optional<PulseSource> source);
@@ -25,7 +24,7 @@ public:
     InputFormat format() const override;
     void installTap(std::size_t frames, Tap tap) override;
     void removeTap() override;
-    /// Waits for the server's answer, up to half a second; one that comes later is dealt with as if it came in between.
+    /// Waits for the server's answer, up to half a second; a later answer is handled when it comes.
     std::optional<std::string> start() override;
     void stop() override;
     bool isRunning() const override { return m_isRunning; }

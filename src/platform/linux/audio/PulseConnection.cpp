@@ -83,7 +83,7 @@ PulseConnection::Delayed PulseConnection::after(double seconds, Callback callbac
         [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
             auto* const due = static_cast<DelayedCall*>(self);
             due->cancel();
-            const Callback run = std::move(due->callback); // which may end the object
+            const Callback run = std::move(due->callback); // it may destroy the object
             callFromPulse(run);
         },
         call.get());
@@ -115,7 +115,7 @@ void PulseConnection::makeContext() {
         this);
 }
 
-/// The desktop starts the server, not we: a server that cannot start would be tried twice a second.
+/// Starting the server is left to the desktop: from here, one that cannot start would be tried twice a second.
 void PulseConnection::connect() {
     pa_context* const context = m_context;
     if (::pa_context_connect(context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0 && context == m_context)

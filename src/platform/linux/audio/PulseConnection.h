@@ -8,8 +8,7 @@
 
 namespace fenlo {
 
-/// A connection to the sound server, which is made anew for as long as it takes whenever it is lost, and the thread
-/// that serves it.
+/// A connection to the sound server and the thread that serves it. A lost connection is tried again until it is back.
 ///
 /// Threads: one lock guards the connection and all that hangs on it. The connection's thread holds it whenever it calls
 ///          back; other threads take it with PulseLock. A callback must neither take it nor wait.
@@ -19,11 +18,11 @@ public:
     using Callback = std::function<void()>;
     struct Hooks {
         Callback ready;
-        Callback lost; // streams and operations of the lost connection are to be let go of
+        Callback lost; // time to release the streams and operations of the lost connection
     };
-    /// Ends the hooks when it dies, under the lock.
+    /// Removes the hooks when it is destroyed, under the lock.
     using Subscription = std::shared_ptr<void>;
-    /// Keeps a delayed callback from being called when it dies, under the lock.
+    /// Cancels a delayed callback when it is destroyed, under the lock.
     using Delayed = std::shared_ptr<void>;
 
     PulseConnection();
@@ -39,7 +38,7 @@ public:
     bool hasFailed() const { return m_hasFailed; }
     [[nodiscard]] Subscription subscribe(Hooks hooks);
     [[nodiscard]] Delayed after(double seconds, Callback callback);
-    /// Lets go of the lock until the condition holds or the time is over. Not on the connection's thread.
+    /// Releases the lock until the condition holds or the time is over. Not on the connection's thread.
     bool waitFor(const std::function<bool()>& condition, double seconds);
     /// Makes waitFor() look at its condition again.
     void signal();

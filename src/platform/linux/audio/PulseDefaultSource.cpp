@@ -94,7 +94,7 @@ void PulseDefaultSource::disconnected() {
     finish({});
 }
 
-/// Events come in bursts; while one question is under way, one more is enough for all of them.
+/// Events come in bursts: while one question is under way, a single further one covers all of them.
 void PulseDefaultSource::refresh() {
     if (m_operation) {
         m_refreshAgain = true;

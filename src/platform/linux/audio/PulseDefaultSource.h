@@ -31,7 +31,7 @@ public:
 
     /// Any thread.
     std::optional<PulseSource> current() const;
-    /// Waits until the server was asked for it once, or there turned out to be none.
+    /// Waits until the server has been asked once, or turned out to be absent.
     void awaitFirstAnswer(double seconds);
 
 private:

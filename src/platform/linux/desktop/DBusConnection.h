@@ -8,9 +8,9 @@
 
 namespace fenlo {
 
-/// A connection to a message bus of our own: the process's common one would end the process when the bus goes away.
+/// A private connection to a message bus. GLib's shared one would end the process when the bus goes away.
 ///
-/// Threads: one, which is also the one that subscribed signals are delivered on.
+/// Threads: one; subscribed signals are delivered on it too.
 /// Errors:  a call that fails, or is not answered before its deadline, has no answer.
 class DBusConnection {
 public:
@@ -32,7 +32,7 @@ public:
         GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NONE;
     };
 
-    /// `cancel` ends all waiting, here and later. `error` tells why there is none.
+    /// `cancel` ends all waiting, here and later. Without a connection, `error` tells why.
     static std::optional<DBusConnection> open(const std::string& address, GCancellable* cancel, std::string& error);
     /// The address of one of the usual buses; empty when there is none.
     static std::string addressOf(GBusType bus, GCancellable* cancel);

@@ -17,7 +17,7 @@ struct GlibUnref {
     void operator()(void* object) const { g_object_unref(object); }
 };
 
-/// What GLib hands out, freed in time.
+/// Memory that GLib hands out, freed with its owner.
 template <typename T>
 using GlibOwned = std::unique_ptr<T, GlibFree>;
 
@@ -25,7 +25,7 @@ using GlibOwned = std::unique_ptr<T, GlibFree>;
 template <typename T>
 using GlibObject = std::unique_ptr<T, GlibUnref>;
 
-/// The text, or nothing for none; frees what was given.
+/// The text, or the empty one for a null pointer. Frees what was given.
 inline std::string takeString(char* text) {
     const GlibOwned<char> owned(text);
     return text ? text : "";

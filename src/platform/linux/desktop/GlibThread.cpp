@@ -17,7 +17,7 @@ GlibThread::GlibThread()
 
 GlibThread::~GlibThread() {
     m_tasks.with([](Tasks& tasks) { tasks.clear(); });
-    // As a task, since a loop that does not run yet cannot be told to end.
+    // As a task: a loop that does not run yet would miss the word to end.
     invoke([this] { g_main_loop_quit(m_loop.get()); });
     m_thread.join();
 }

@@ -10,19 +10,19 @@
 
 namespace fenlo {
 
-/// A thread that runs a GLib main loop of its own; what is subscribed to on it is delivered there. The main thread's
-/// loop belongs to the toolkit.
+/// A thread with a GLib main loop of its own, on which subscribed signals are delivered. The main thread's loop belongs
+/// to the toolkit.
 ///
 /// Threads: invoke() on any.
 class GlibThread {
 public:
     GlibThread();
-    /// Waits for the task in progress; those not yet begun are dropped.
+    /// Waits for the task in progress and drops the others.
     ~GlibThread();
     GlibThread(const GlibThread&) = delete;
     GlibThread& operator=(const GlibThread&) = delete;
 
-    /// Runs the task on the thread, after those given before.
+    /// Runs the task on the thread, after the earlier ones.
     void invoke(std::function<void()> task);
 
 private:

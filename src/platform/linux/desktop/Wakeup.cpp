@@ -22,7 +22,7 @@ void Wakeup::wake() {
 }
 
 void Wakeup::sleep(int descriptor, double seconds) {
-    constexpr double longest = 3600; // seconds; waking for nothing does no harm
+    constexpr double longest = 3600; // seconds; an early return does no harm
     const int milliseconds = seconds < 0 ? -1 : static_cast<int>(std::ceil(std::min(seconds, longest) * 1000));
     pollfd sources[] = {{descriptor, POLLIN, 0}, {m_event, POLLIN, 0}};
     ::poll(sources, std::size(sources), milliseconds);

@@ -4,7 +4,7 @@ namespace fenlo {
 
 /// Wakes a thread that sleeps in poll().
 ///
-/// Threads: wake() on any; the rest on the sleeper.
+/// Threads: wake() on any; sleep() on the thread that sleeps.
 class Wakeup {
 public:
     Wakeup();

@@ -18,8 +18,8 @@ std::unique_ptr<XDisplay> XDisplay::open() {
 }
 
 XDisplay::XDisplay(Display* display) : m_display(display) {
-    // Xlib ends the process in two places. The first is common to all connections, and comes back from here; a
-    // connection that is not ours still ends the process in the second.
+    // Xlib ends the process in two places when a connection is lost. This one serves all connections and may return;
+    // the other is set for each connection, and a foreign one still ends the process there.
     XSetIOErrorHandler([](Display*) {
         tellLoss();
         return 0;

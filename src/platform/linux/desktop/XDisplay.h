@@ -7,11 +7,11 @@ typedef struct _XDisplay Display;
 
 namespace fenlo {
 
-/// A connection to the X server that survives the loss of the server: instead of ending the process it is then lost,
-/// and every call on it comes to nothing.
+/// A connection to the X server that survives the loss of the server: the process goes on, and every call on the lost
+/// connection does nothing.
 ///
 /// Threads:  one at a time; isLost() on any.
-/// Lifetime: must die on the thread that used it last.
+/// Lifetime: destroyed on the thread that used it last.
 class XDisplay {
 public:
     /// Connects to the server that DISPLAY names; nothing when there is none.
@@ -23,8 +23,8 @@ public:
     Display* get() const { return m_display; }
     bool isLost() const { return m_lost; }
 
-    /// Says in the log that the server is gone. Every connection notices that by itself, the toolkit's too, which then
-    /// ends the process; only the first that comes here says it.
+    /// Says in the log that the server is gone, once for the process. Every connection notices the loss by itself; the
+    /// toolkit's then ends the process.
     ///
     /// Threads: any.
     static void tellLoss();

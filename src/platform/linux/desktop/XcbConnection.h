@@ -14,7 +14,7 @@ struct FreeDeleter {
     void operator()(void* memory) const { std::free(memory); }
 };
 
-/// What the X protocol library hands out, freed in time.
+/// Memory that the X protocol library hands out, freed with its owner.
 template <typename T>
 using XcbReply = std::unique_ptr<T, FreeDeleter>;
 
@@ -25,8 +25,8 @@ const T* eventAs(const xcb_generic_event_t& event, std::uint8_t kind) {
     return (event.response_type & ~sentByOthers) == kind ? reinterpret_cast<const T*>(&event) : nullptr;
 }
 
-/// A connection to the X server for what concerns other programs' windows. These vanish at any moment: an error of a
-/// request is an absent reply, never the end of the process. Neither is the loss of the server.
+/// A connection to the X server for questions about other programs' windows, which may vanish at any moment: a request
+/// that fails has no reply, and the process goes on, also when the server is lost.
 ///
 /// Threads: one.
 class XcbConnection {
@@ -45,10 +45,10 @@ public:
     bool isLost() const { return xcb_connection_has_error(m_connection.get()) != 0; }
     int descriptor() const { return xcb_get_file_descriptor(m_connection.get()); }
 
-    /// A window that is never seen, for properties and events of our own.
+    /// A window that is never shown, for our own properties and events.
     xcb_window_t makeWindow(std::uint32_t events = XCB_EVENT_MASK_NO_EVENT);
 
-    /// The number of a name. Asks the server once per name.
+    /// The server's number for a name; each name is asked for once.
     xcb_atom_t atom(const std::string& name);
 
     /// The whole property; nothing when there is none or the window is gone.
@@ -57,7 +57,7 @@ public:
     /// The window that owns the selection, or none.
     xcb_window_t selectionOwner(xcb_atom_t selection);
 
-    /// A property of 32-bit numbers; empty when it is another or absent.
+    /// A property of 32-bit numbers; empty when it is absent or of another kind.
     std::vector<std::uint32_t> numbers(xcb_window_t window, xcb_atom_t name);
 
     void setNumbers(xcb_window_t window, xcb_atom_t name, xcb_atom_t type, const std::vector<std::uint32_t>& numbers);

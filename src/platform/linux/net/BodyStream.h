@@ -8,17 +8,17 @@
 
 namespace fenlo {
 
-/// The way of a body from the network thread to its sender, who takes it at its own pace: a slow disk holds up its own
+/// Carries a body from the network thread to the sender, who takes it at its own pace: a slow disk holds up its own
 /// download only.
 ///
 /// Threads: offer(), isFull() and close() on the network thread, take() on the sender's.
 class BodyStream {
 public:
-    /// False when the sender is too far behind; the bytes are to be offered again once it is no longer full.
+    /// False when the sender is too far behind; then offer the bytes again once it is no longer full.
     bool offer(std::string_view bytes);
     bool isFull();
 
-    /// No more bytes come; those that came are still to be taken.
+    /// No more bytes come; those that came can still be taken.
     void close();
 
     /// Blocks for the next bytes; empty at the end. Calls `onRoom` when bytes had been refused before.

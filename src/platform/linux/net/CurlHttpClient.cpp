@@ -14,7 +14,7 @@ CurlHttpClient::CurlHttpClient(Options options)
 CurlHttpClient::~CurlHttpClient() = default;
 
 HttpResponse CurlHttpClient::send(const HttpRequest& request, std::stop_token stop) {
-    // The sender waits for the end, so that the request need not be copied.
+    // The sender waits for the end, so the request need not be copied.
     const std::shared_ptr<const HttpRequest> borrowed(std::shared_ptr<const HttpRequest>(), &request);
     const HttpHost host = HttpHost::of(request.url);
     const auto transfer = std::make_shared<CurlTransfer>(borrowed, host, m_options);
@@ -41,7 +41,7 @@ void CurlHttpClient::preconnect(const std::string& url) {
     }
 }
 
-/// A small request without credentials, whose answer is of no interest.
+/// A small request without credentials; the answer is ignored.
 void CurlHttpClient::warm(const HttpHost& host) {
     auto request = std::make_shared<HttpRequest>();
     request->method = "HEAD";

@@ -109,7 +109,7 @@ void CurlHttpClient::Network::endFinished() {
         if (message->msg != CURLMSG_DONE)
             continue;
         const auto found = m_active.find(message->easy_handle);
-        const CURLcode result = message->data.result; // the message dies with the handle's removal
+        const CURLcode result = message->data.result; // removing the handle frees the message
         curl_multi_remove_handle(m_multi, found->first);
         if (result != CURLE_OK && found->second->startsAfresh(result) &&
             curl_multi_add_handle(m_multi, found->first) == CURLM_OK)

@@ -21,9 +21,8 @@ std::string systemError(CURL* handle) {
     return message.empty() ? message : ": " + text::lower(message);
 }
 
-/// The other end closed or reset the connection, or what came over it is no HTTP (an answer without a status line is an
-/// "unsupported protocol" to libcurl). A connection that was kept may owe this to what came before; a fresh one does
-/// not.
+/// Whether the other end closed or reset the connection, or sent something other than HTTP (libcurl calls an answer
+/// without a status line an "unsupported protocol"). On a kept connection the exchange before may be the cause.
 bool isFaultOfConnection(CURLcode result) {
     switch (result) {
     case CURLE_GOT_NOTHING:
@@ -118,7 +117,7 @@ void CurlTransfer::tellProgress(std::size_t sent, std::size_t total) {
     m_told = sent;
     try {
         m_request->onUpload(sent, total);
-    } catch (...) { // a listener's fault is not the exchange's, and must not enter libcurl
+    } catch (...) { // no exception may enter libcurl, and the exchange goes on without its listener
     }
 }
 
@@ -174,7 +173,7 @@ void CurlTransfer::finish(std::variant<HttpResponse, Fault> outcome) {
 
 HttpResponse CurlTransfer::wait() {
     auto outcome = m_end.get();
-    // Thrown here, on the sender's thread: an exception must not be shared with the network's.
+    // Thrown here, on the sender's thread: an exception object must not be shared between threads.
     if (const Fault* fault = std::get_if<Fault>(&outcome))
         throw HttpError(fault->kind, fault->message);
     return std::get<HttpResponse>(std::move(outcome));

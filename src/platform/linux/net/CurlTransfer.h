@@ -33,25 +33,25 @@ public:
     void cancel() { m_cancelled = true; }
     bool isCancelled() const { return m_cancelled; }
 
-    /// After a failure: whether the transfer is to be run once more, over a fresh connection, for which it is ready then.
+    /// After a failure: whether to run the transfer once more over a fresh connection, for which it is then prepared.
     bool startsAfresh(CURLcode result);
 
-    /// Ends the transfer, exactly once; after this the request is not looked at again. `result` is libcurl's.
+    /// Ends the transfer, exactly once; the request is not used afterwards. `result` is libcurl's.
     void end(CURLcode result);
     void endAsCancelled();
     void endAsStalled();
 
-    /// When the transfer counts as stalled unless a byte comes before. Network thread.
+    /// The moment at which the transfer counts as stalled if nothing comes until then. Network thread.
     std::optional<Moment> stallsAt() const;
 
-    /// Lets a transfer go on that waited for its sender to take what came. Network thread.
+    /// Resumes a transfer that waited for its sender to take what came. Network thread.
     void resumeWhereTaken();
 
     /// Blocks until the end. Throws HttpError.
     HttpResponse wait();
 
-    /// As wait(), with the body given to the request's callbacks. What those throw passes through; the transfer has
-    /// been cancelled then, and has ended.
+    /// Like wait(), and gives the body to the request's callbacks. What those throw passes through, after the transfer
+    /// was cancelled and has ended.
     HttpResponse deliver();
 
     /// Called on the network thread right before the end; true when an answer came.
@@ -90,7 +90,7 @@ private:
     const HttpHost m_host;
     HeaderList m_headers;
     std::array<char, CURL_ERROR_SIZE> m_detail{};
-    Easy m_easy; // dies before what it points to
+    Easy m_easy; // freed before what it points to
     HttpResponse m_response;
     std::size_t m_headerBytes = 0;
     std::size_t m_told = 0;

@@ -26,8 +26,8 @@ long milliseconds(double seconds) {
     return std::max(1L, static_cast<long>(seconds * 1000));
 }
 
-/// A connection whose other end vanished, as after a sleep of the machine, is given up in seconds rather than at the
-/// request's own time-out; libcurl then sends anew on a fresh one.
+/// Gives up a connection whose other end has vanished, as after a sleep of the machine, within seconds instead of at
+/// the request's time-out; libcurl then sends again on a fresh one.
 int setUpSocket(void*, curl_socket_t socket, curlsocktype) {
     ::setsockopt(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, &silenceLimit, sizeof silenceLimit);
     return CURL_SOCKOPT_OK;
@@ -51,7 +51,7 @@ void CurlTransfer::setUpConnection(const CurlHttpClient::Options& options) {
     CURL* easy = m_easy.get();
     curl_easy_setopt(easy, CURLOPT_URL, m_request->url.c_str());
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    // A stream that waits for its sender must not hold up others, so it has a connection of its own.
+    // A stream that waits for its sender would hold up others on the same connection.
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, m_request->onBody ? CURL_HTTP_VERSION_1_1 : CURL_HTTP_VERSION_2TLS);
     curl_easy_setopt(easy, CURLOPT_PIPEWAIT, 1L); // share a connection that is being warmed
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
@@ -63,7 +63,7 @@ void CurlTransfer::setUpConnection(const CurlHttpClient::Options& options) {
     }
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L); // a look-up of a name that hangs must not hold up an end
+    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L); // quitting does not wait for a name look-up that hangs
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, milliseconds(options.connectTimeout));
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, m_request->timeout > 0 ? milliseconds(m_request->timeout) : 0L);
     curl_easy_setopt(easy, CURLOPT_TCP_KEEPALIVE, 1L);
@@ -99,7 +99,7 @@ void CurlTransfer::setUpHeaders() {
         refuseUnsafe(value);
         addHeader(value.empty() ? name + ";" : name + ": " + value);
     }
-    // What libcurl would add by itself: it may wait a second for "100 Continue", and knows nothing of the body.
+    // Replaces what libcurl would add by itself: it may wait a second for "100 Continue", and guesses the body's type.
     addHeader("Expect:");
     if (!names(*m_request, "content-type"))
         addHeader("Content-Type:");

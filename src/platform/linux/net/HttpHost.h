@@ -9,7 +9,7 @@ struct HttpHost {
     std::string origin; // scheme, host and port: what a connection can be shared by
     std::string label;  // for messages; no user, no password, no path
 
-    /// Throws HttpError badUrl for what is no http or https URL.
+    /// Throws HttpError badUrl unless it is an http or https URL.
     static HttpHost of(const std::string& url);
 };
 

@@ -17,7 +17,7 @@ public:
 
     explicit WarmHosts(double keepWarm) : m_keepWarm(keepWarm) {}
 
-    /// True when the host is to be warmed; the caller then warms it and tells the end.
+    /// True when the caller shall warm the host; it then tells when that has ended.
     bool beginWarming(const std::string& origin, Moment now);
     void endWarming(const std::string& origin);
 

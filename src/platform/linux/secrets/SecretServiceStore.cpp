@@ -15,7 +15,7 @@ namespace fenlo {
 namespace {
 
 constexpr char serviceName[] = "com.fenlo.voicetotext";
-constexpr double limitAfterRefusal = 1; // seconds; nobody is asked then
+constexpr double limitAfterRefusal = 1; // seconds; the user is not asked then
 
 const SecretSchema& schema() {
     static const SecretSchema description = [] {
@@ -50,7 +50,7 @@ std::string explain(const GError& error) {
     return text::join(text::words(error.message), " ");
 }
 
-/// Without a bus GLib would start one of its own, which no keyring listens on.
+/// Without a session bus GLib would start one of its own, on which there is no keyring.
 bool hasSessionBus() {
     if (!environment("DBUS_SESSION_BUS_ADDRESS").empty())
         return true;
@@ -59,7 +59,7 @@ bool hasSessionBus() {
     return !runtime.empty() && std::filesystem::exists(runtime / "bus", ignored);
 }
 
-/// Returns what is in the way of reaching a keyring, or nothing.
+/// Returns why no keyring can be reached, or nothing when one can.
 std::optional<std::string> connect(GCancellable* cancellable) {
     if (!hasSessionBus())
         return "there is no session bus to reach a keyring";
@@ -67,9 +67,9 @@ std::optional<std::string> connect(GCancellable* cancellable) {
     GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable, &error);
     if (!bus)
         return explain(*Owned<GError>(error));
-    g_dbus_connection_set_exit_on_close(bus, FALSE); // the end of the bus is not the program's
+    g_dbus_connection_set_exit_on_close(bus, FALSE); // the program goes on when the bus ends
     g_object_unref(bus);
-    secret_service_disconnect(); // a keyring that was started anew does not know the session of before
+    secret_service_disconnect(); // a keyring that was restarted does not know the earlier session
     return {};
 }
 
@@ -99,7 +99,7 @@ LookUp lookUp(const std::string& name, Unlock unlock, GCancellable* cancellable)
     if (connect(cancellable))
         return {{Status::unavailable, {}}};
     GError* error = nullptr;
-    // A plain look-up cannot tell a locked item from one that is not there.
+    // A plain look-up cannot tell a locked item from a missing one.
     const auto flags = unlock == Unlock::ask ? SECRET_SEARCH_UNLOCK : SECRET_SEARCH_NONE;
     const Owned<GList> items(
         secret_password_searchv_sync(&schema(), attributesOf(name).get(), flags, cancellable, &error));

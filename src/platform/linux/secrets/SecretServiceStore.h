@@ -11,14 +11,14 @@ typedef struct _GCancellable GCancellable;
 
 namespace fenlo {
 
-/// The secure store in the desktop's keyring (the Secret Service). Without a keyring a value that was to be saved is
-/// kept for this process only.
+/// The secure store in the desktop's keyring (the Secret Service). Without a keyring a saved value is kept for this
+/// process only.
 ///
 /// Threads: worker threads, as SecureStore; close() on any.
 /// Errors:  a keyring that does not answer within the limit, stays locked or is not there is `unavailable`.
 class SecretServiceStore final : public SecureStore {
 public:
-    /// `limit` is in seconds, for one operation; the user may have to unlock the keyring meanwhile.
+    /// `limit` is in seconds, for one operation, the user's unlocking included.
     explicit SecretServiceStore(double limit = 60);
     ~SecretServiceStore() override;
 
@@ -27,7 +27,7 @@ public:
     void remove(const std::string& name) override;
     void askAgain() override { m_wasRefused = false; }
 
-    /// Ends the operations in progress and refuses later ones, so that quitting need not wait for the keyring.
+    /// Ends the operations in progress and refuses later ones, so that quitting does not wait for the keyring.
     void close();
 
 private:

@@ -16,11 +16,11 @@ class KeyEvents;
 /// Errors:  without an accessibility bus there is never an element; the reason is logged once.
 class AtspiAccessibility final : public Accessibility {
 public:
-    /// What the user grants elsewhere is on this desktop the ability to post keys.
+    /// Other systems ask the user for a permission; here, posting keys has to be possible.
     explicit AtspiAccessibility(const KeyEvents& keys);
     ~AtspiAccessibility() override;
 
-    /// Whether the bus is there; false until it was found, which takes a moment after the start.
+    /// Whether the bus was found, which takes a moment after the start.
     bool isAvailable() const;
 
     bool trusted() const override;

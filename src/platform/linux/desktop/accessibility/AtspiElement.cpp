@@ -12,7 +12,7 @@ namespace {
 constexpr char accessible[] = "org.a11y.atspi.Accessible";
 constexpr char text_[] = "org.a11y.atspi.Text";
 
-constexpr std::int32_t longestValue = 4000; // code points; of a long document the end is enough
+constexpr std::int32_t longestValue = 4000; // code points, from the end of a long document
 
 constexpr char textField[] = "AXTextField";
 constexpr char textArea[] = "AXTextArea";
@@ -54,14 +54,14 @@ bool AtspiElement::read(Guarded<std::optional<FocusedElement>>& element) const {
         return false;
     const auto tell = [&](const FocusedElement& known) { element.with([&](auto& shared) { shared = known; }); };
     FocusedElement known{std::nullopt, textField, "", *found == ATSPI_ROLE_TERMINAL};
-    // A password is nobody's context.
+    // A password never serves as context.
     const bool isPassword = *found == ATSPI_ROLE_PASSWORD_TEXT;
     if (!isPassword)
         known.role = portRole(*found);
     tell(known);
     if (isPassword || !hasText())
         return true;
-    // The selection first: it is mostly short, and a long text may take all the time.
+    // The selection first: it is mostly short, and a long text may use up the time.
     known.selectedText = inHalfTheTime().selectedText();
     tell(known);
     if (known.role == textField || known.role == textArea || known.role == comboBox)

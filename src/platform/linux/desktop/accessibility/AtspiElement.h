@@ -9,7 +9,7 @@
 
 namespace fenlo {
 
-/// A control of another program, asked through the accessibility bus. Each question waits for that program, to the
+/// A control of another program, asked through the accessibility bus. Each question waits for that program, until the
 /// deadline at most.
 ///
 /// Threads: that of the connection.
@@ -28,8 +28,8 @@ public:
     bool isFocused() const;
     std::vector<Object> children() const;
 
-    /// Fills in one value after the other, so that what comes late or never costs no more than itself; the reader may
-    /// look at any time. False when the program does not answer at all.
+    /// Fills in one value after the other, so that a late answer costs only its own value; the reader may look at any
+    /// time. False when the program does not answer at all.
     bool read(Guarded<std::optional<FocusedElement>>& element) const;
 
 private:
@@ -41,7 +41,7 @@ private:
     std::optional<std::string> endOfText() const;
     std::string selectedText() const;
     std::optional<std::string> textBetween(std::int32_t start, std::int32_t end) const;
-    /// The same control, asked for no longer than half of the time that is left.
+    /// The same control with half of the remaining time.
     AtspiElement inHalfTheTime() const;
     DBusConnection::Answer ask(const DBusConnection::Call& call) const;
     /// The states as the program gave them, asked once.

@@ -19,7 +19,7 @@ using Clock = DBusConnection::Clock;
 constexpr char eventInterface[] = "org.a11y.atspi.Event.Object";
 constexpr char windowInterface[] = "org.a11y.atspi.Event.Window";
 constexpr auto serviceLimit = std::chrono::seconds(2);     // for the bus itself to start
-constexpr auto searchStep = std::chrono::milliseconds(40); // a program that hangs leaves time for the others
+constexpr auto searchStep = std::chrono::milliseconds(40); // for one program, so that one that hangs leaves time
 constexpr auto retryPause = std::chrono::seconds(10);
 constexpr std::size_t searchSize = 400; // controls
 
@@ -104,7 +104,7 @@ void AtspiThread::registerEvents() {
     subscribe(eventInterface, "StateChanged", "focused");
     subscribe(windowInterface, "Activate", nullptr);
     subscribe(windowInterface, "Deactivate", nullptr);
-    // Programs send only what somebody has registered for.
+    // Programs send only the events that somebody has registered for.
     for (const char* event : {"object:state-changed:focused", "window:activate", "window:deactivate"}) {
         const auto deadline = Clock::now() + serviceLimit;
         const char* const registryInterface = "org.a11y.atspi.Registry";
@@ -135,7 +135,7 @@ void AtspiThread::announceNow() {
 
 void AtspiThread::handleSignal(const Object& source, const std::string& member, GVariant* arguments) {
     if (member == "Activate") {
-        // The focus inside is told after this, or searched for.
+        // The focused control inside is announced after this, or searched for.
         if (m_window != source)
             m_focus.reset();
         m_window = source;
@@ -157,14 +157,14 @@ void AtspiThread::handleSignal(const Object& source, const std::string& member, 
 
 void AtspiThread::readNow(Time deadline, Answer& answer) {
     if (!m_bus || m_bus->isClosed()) {
-        // For the next time; this call is over before it is done.
+        // For the next call; this one is over before the search is.
         if (Clock::now() - m_lastAttempt > retryPause)
             connect();
         return;
     }
     if (m_focus && AtspiElement(*m_bus, *m_focus, deadline).read(answer))
         return;
-    // A control that is gone fails at once and leaves time to look for another. One that is only late keeps the focus.
+    // A control that is gone fails at once and leaves time to look for another; a slow one keeps the focus.
     const auto found = searchFocus(deadline);
     if (!found)
         return;

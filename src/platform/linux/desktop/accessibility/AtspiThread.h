@@ -23,7 +23,7 @@ public:
     /// Tells all programs to publish their controls.
     void announce();
 
-    /// Waits for `limit` seconds at most. The thread itself is free again by then, too.
+    /// Waits for `limit` seconds at most; the thread is free again by then, too.
     std::optional<FocusedElement> focusedElement(double limit);
 
 private:
@@ -43,10 +43,10 @@ private:
 
     const GlibObject<GCancellable> m_end;
     std::atomic<bool> m_isAvailable = false;
-    std::optional<DBusConnection> m_session; // these on the thread
+    std::optional<DBusConnection> m_session; // this and the following: on the thread only
     std::optional<DBusConnection> m_bus;
     std::optional<Object> m_focus;
-    std::optional<Object> m_window; // the one in front, as far as programs tell
+    std::optional<Object> m_window; // in front, according to the programs
     Time m_lastAttempt;
     bool m_isExplained = false;
     std::optional<GlibThread> m_thread;

@@ -8,7 +8,7 @@ namespace fenlo {
 ClipboardEvents::Event ClipboardEvents::next() {
     if (Event event{xcb_poll_for_event(m_x.get())})
         return event;
-    // A flush that has to wait for the server reads events meanwhile, which the connection then announces no more.
+    // A flush that waits for the server reads events meanwhile; poll() would not report these any more.
     xcb_flush(m_x.get());
     return Event{xcb_poll_for_queued_event(m_x.get())};
 }
@@ -25,7 +25,7 @@ void ClipboardEvents::handleArrived() {
 
 bool ClipboardEvents::sleepUntil(Clock::time_point deadline) {
     const std::chrono::duration<double, std::milli> left = deadline - Clock::now();
-    // The thread's wake-up is not looked at: it stays for the loop that waits for it.
+    // The thread's wake-up is left for the main loop, which waits for it.
     pollfd source{m_x.descriptor(), POLLIN, 0};
     if (left.count() > 0)
         ::poll(&source, 1, static_cast<int>(std::ceil(left.count())));

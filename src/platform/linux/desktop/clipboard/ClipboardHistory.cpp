@@ -14,7 +14,7 @@ constexpr char interface[] = "org.gnome.GPaste2";
 constexpr auto callLimit = std::chrono::seconds(2);
 constexpr auto staysUnwanted = std::chrono::minutes(1);
 
-/// The manager may be set to cut blanks at the ends.
+/// The manager has an option to cut blanks at the ends.
 bool isSame(const std::string& entry, const std::string& text) {
     return text::trimWhitespaceAndNewlines(entry) == text::trimWhitespaceAndNewlines(text);
 }
@@ -45,7 +45,7 @@ void ClipboardHistory::connect() {
     m_bus = DBusConnection::open(DBusConnection::addressOf(G_BUS_TYPE_SESSION, m_end.get()), m_end.get(), unused);
     if (!m_bus)
         return;
-    // Only a manager that runs tells of changes, so that no call ever starts one.
+    // Called after a running manager told of a change, so the call cannot start one.
     g_dbus_connection_signal_subscribe(
         m_bus->get(), service, interface, "Update", path, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
         [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*, void* self) {

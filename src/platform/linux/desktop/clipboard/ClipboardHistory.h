@@ -9,11 +9,11 @@
 
 namespace fenlo {
 
-/// Takes texts out of the history of a clipboard manager that does not know the hint which asks to leave them out:
-/// GPaste, over the session bus. An entry goes as soon as it is no longer the newest, since the manager would put the
-/// one below it onto the clipboard; after a minute it stays.
+/// Takes texts out of the history of GPaste, a clipboard manager that ignores the hint to leave them out. An entry is
+/// removed once it is no longer the newest; removed earlier, it would make the manager put the one below it onto the
+/// clipboard. After a minute it stays.
 ///
-/// Threads: any but its own.
+/// Threads: any.
 /// Errors:  without the manager, or without a bus, nothing happens.
 class ClipboardHistory {
 public:
@@ -22,7 +22,7 @@ public:
 
     /// To be called before the text is offered.
     void leaveOut(const std::string& text);
-    /// The user wants the text on the clipboard: it may stay.
+    /// The user has copied the text: it may stay in the history.
     void admit(const std::string& text);
 
 private:
@@ -40,7 +40,7 @@ private:
     const GlibObject<GCancellable> m_end;
     std::optional<DBusConnection> m_bus;
     std::deque<Unwanted> m_unwanted;
-    GlibThread m_thread; // ends first
+    GlibThread m_thread; // last, so that it ends first
 };
 
 } // namespace fenlo

@@ -56,7 +56,7 @@ void ClipboardLoan::settle(bool isLast) {
 }
 
 void ClipboardLoan::comeBack(const SavedSelection& saved, Pasteboard::Return why) {
-    // Its answer comes after the news of another owner.
+    // When this is answered, the news of another owner has arrived too.
     const xcb_timestamp_t time = m_events.serverTime();
     if (why == Pasteboard::Return::afterLoan && !m_server.lends(m_clipboard))
         return;

@@ -8,7 +8,7 @@
 
 namespace fenlo {
 
-/// What the selections held before a text of ours took their place, and its way back.
+/// Keeps what the selections held before a text of ours took their place, and gives it back.
 ///
 /// Threads: one.
 class ClipboardLoan {
@@ -20,12 +20,12 @@ public:
                   SelectionSaver& saver);
 
     Saved keep(Clock::time_point deadline);
-    /// Follows from settle(), as soon as the owner has told everything.
+    /// Asks for the return; settle() carries it out once the owner has told everything.
     void giveBack(Saved saved, Pasteboard::Return why);
-    /// Something else has come onto the clipboard by the user's will.
+    /// The user has put something else onto the clipboard.
     void forgetReturn() { m_return.reset(); }
 
-    /// Gives back what can be. `isLast` waits for no answers.
+    /// Gives back what is complete. With `isLast` it does not wait for late answers.
     void settle(bool isLast = false);
     /// When to settle next.
     std::optional<Clock::time_point> due() const;

@@ -54,7 +54,7 @@ Pasteboard::Reading ClipboardThread::read(double limit) {
 }
 
 Pasteboard::GiveBack ClipboardThread::keep(double limit) {
-    // The thread alone looks at what it has saved, which may be later than the deadline.
+    // Only the thread uses it, perhaps after the deadline.
     const auto saved = std::make_shared<ClipboardLoan::Saved>();
     const auto deadline = deadlineAfter(limit);
     ask<bool>(deadline, [=, this] {
@@ -74,7 +74,7 @@ Result ClipboardThread::ask(Clock::time_point deadline, std::function<Result()> 
     try {
         return told.wait_until(deadline) == std::future_status::ready ? told.get() : Result();
     } catch (const std::future_error&) {
-        return Result(); // the thread ended before
+        return Result(); // the thread has ended
     }
 }
 

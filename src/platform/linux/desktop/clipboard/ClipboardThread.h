@@ -12,7 +12,7 @@
 
 namespace fenlo {
 
-/// The clipboard's thread. It does one task of the main thread after the other, and serves other programs meanwhile.
+/// The clipboard's thread: carries out the main thread's tasks in order and serves other programs all the while.
 ///
 /// Threads: made, used and ended by the main thread.
 class ClipboardThread {
@@ -42,7 +42,7 @@ private:
     explicit ClipboardThread(std::unique_ptr<XcbConnection> x);
 
     void post(Task task);
-    /// Runs it on the thread. Returns the default value when it is not done by the deadline.
+    /// Runs the question on the thread. The default value when it is not answered by the deadline.
     template <typename Result>
     Result ask(Clock::time_point deadline, std::function<Result()> question);
     void run(std::stop_token stop);

@@ -10,7 +10,7 @@ std::optional<std::string> latin1FromUtf8(std::string_view text) {
         if (byte < 0x80) {
             latin += text[i];
         } else if ((byte == 0xC2 || byte == 0xC3) && i + 1 < text.size()) {
-            // Two bytes, of which the first holds the upper two bits.
+            // Two bytes; the first holds the upper two bits.
             const auto next = static_cast<unsigned char>(text[++i]);
             latin += static_cast<char>((byte & 0x03) << 6 | (next & 0x3F));
         } else {

@@ -17,7 +17,7 @@ struct SelectionContents {
     };
 
     std::optional<std::string> text; // UTF-8
-    std::vector<Form> forms;         // as their owner put them in order
+    std::vector<Form> forms;         // in their owner's order
 
     bool isEmpty() const { return !text && forms.empty(); }
 };

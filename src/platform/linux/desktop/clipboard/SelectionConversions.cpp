@@ -39,7 +39,7 @@ std::shared_ptr<SelectionConversion> SelectionConversions::find(Matches&& matche
 }
 
 xcb_atom_t SelectionConversions::freeProperty() {
-    // Long before a number comes again, an answer that was given up has arrived.
+    // By the time a number is used again, a late answer to its earlier use has long arrived.
     constexpr unsigned propertyCount = 64;
     for (;;) {
         const xcb_atom_t property = m_x.atom("_FENLO_READ_" + std::to_string(m_started++ % propertyCount));

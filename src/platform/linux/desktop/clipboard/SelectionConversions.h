@@ -7,7 +7,7 @@
 
 namespace fenlo {
 
-/// One form of a selection that its owner was asked for.
+/// A question to a selection's owner for one form of its content.
 struct SelectionConversion {
     enum class State {
         asked,    // no answer yet
@@ -25,11 +25,11 @@ struct SelectionConversion {
     bool isOpen() const { return state == State::asked || state == State::arriving; }
 };
 
-/// Asks the owners of selections for their content and takes the answers whenever they come. A question is settled by
-/// the owner at the time of asking, also when another has taken the selection before the answer.
+/// Asks the owners of selections for their content and takes the answers whenever they come. The owner at the time of
+/// asking answers, even when another has taken the selection since.
 ///
 /// Threads:  one.
-/// Lifetime: a conversion that nobody holds any more is abandoned.
+/// Lifetime: a conversion ends when nobody holds it any more.
 class SelectionConversions {
 public:
     static constexpr std::size_t largest = 64 * 1024 * 1024; // bytes of one form

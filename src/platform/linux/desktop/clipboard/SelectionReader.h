@@ -15,7 +15,7 @@ public:
     SelectionReader(XcbConnection& x, SelectionConversions& conversions, ClipboardEvents& events)
         : m_x(x), m_conversions(conversions), m_events(events) {}
 
-    /// The deadline holds for everything together, however the owner answers.
+    /// The deadline holds for all questions together.
     Pasteboard::Reading read(Clock::time_point deadline);
 
 private:

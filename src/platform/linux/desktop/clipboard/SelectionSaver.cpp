@@ -15,12 +15,12 @@ constexpr std::size_t mostBytes = SelectionConversions::largest; // of all forms
 
 constexpr const char* textNames[] = {"UTF8_STRING", "text/plain;charset=utf-8", "STRING", "text/plain"};
 
-/// What an owner that has not answered in time is asked for all the same.
+/// Forms that even an owner without an answer in time is asked for.
 constexpr const char* usualNames[] = {"image/png", "text/html", "text/uri-list", "x-special/gnome-copied-files",
                                       "x-kde-passwordManagerHint"};
 
-/// Targets that are no content, that change something or that name things which end with their owner; and the further
-/// names of the plain text.
+/// Targets that hold no content, that change something, or whose content is useless without their owner; and the other
+/// names of plain text.
 constexpr const char* otherNames[] = {"TARGETS",          "MULTIPLE",        "TIMESTAMP", "SAVE_TARGETS", "DELETE",
                                       "INSERT_SELECTION", "INSERT_PROPERTY", "PIXMAP",    "BITMAP",       "DRAWABLE",
                                       "COLORMAP",         "CLIENT_WINDOW",   "TEXT",      "COMPOUND_TEXT"};
@@ -76,7 +76,7 @@ std::shared_ptr<const SavedSelection> SelectionSaver::save(xcb_atom_t selection,
 
 std::optional<SelectionSaver::Atoms> SelectionSaver::offeredTargets(const Request& request) {
     const auto answer = ask(request, m_x.atom("TARGETS"));
-    // Programs of old answer with the text, whatever is asked.
+    // Old programs answer every question with the text.
     const auto& [type, bytes, format] = answer->content;
     if (answer->state != State::done || format != 32 || (type != XCB_ATOM_ATOM && type != m_x.atom("TARGETS")))
         return std::nullopt;

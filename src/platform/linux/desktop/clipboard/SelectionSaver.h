@@ -9,15 +9,15 @@
 
 namespace fenlo {
 
-/// What another program's selection held, as far as its owner has told by now.
+/// What another program's selection held, as far as its owner has told so far.
 class SavedSelection {
 public:
-    /// Of a selection that nobody owns.
+    /// For a selection without an owner.
     SavedSelection() = default;
     explicit SavedSelection(SelectionContents ours) : m_known(std::move(ours)) {}
 
     bool wasEmpty() const { return m_known && m_known->isEmpty(); }
-    /// Whether nothing is on its way any more.
+    /// Whether all answers have arrived.
     bool isSettled() const;
     /// All that has arrived, 64 MiB at most.
     SelectionContents contents() const;
@@ -41,8 +41,8 @@ public:
     SelectionSaver(XcbConnection& x, SelectionConversions& conversions, ClipboardEvents& events)
         : m_x(x), m_conversions(conversions), m_events(events) {}
 
-    /// Asks for one form after the other until the deadline, so that the owner has no pile of work before it; then for
-    /// the usual ones at once, whose answers may come later.
+    /// Asks for one form after the other until the deadline, so as not to flood the owner; then for the usual ones all
+    /// at once, whose answers may come later.
     std::shared_ptr<const SavedSelection> save(xcb_atom_t selection, Clock::time_point deadline);
 
 private:
@@ -54,9 +54,9 @@ private:
         Clock::time_point deadline;
     };
 
-    /// Nothing when the owner does not tell, or not in time.
+    /// Nothing when the owner does not tell in time.
     std::optional<Atoms> offeredTargets(const Request& request);
-    /// The forms beside the text that are asked for, the usual ones first.
+    /// The forms to ask for besides the text, the usual ones first.
     Atoms worthKeeping(const std::optional<Atoms>& offered);
     /// Asks, and waits for the answer while there is time.
     SavedSelection::Conversion ask(const Request& request, xcb_atom_t target);

@@ -11,7 +11,7 @@ namespace fenlo {
 
 namespace {
 
-constexpr auto stallLimit = std::chrono::seconds(10); // a reader that takes longer for a piece is gone
+constexpr auto stallLimit = std::chrono::seconds(10); // for one piece; a slower reader counts as gone
 
 } // namespace
 
@@ -41,7 +41,7 @@ void SelectionServer::handle(const xcb_generic_event_t& event) {
 
 void SelectionServer::lose(const xcb_selection_clear_event_t& cleared) {
     const auto lost = m_selections.find(cleared.selection);
-    // One from before we took the selection anew tells nothing.
+    // Older than our taking of the selection: it says nothing about now.
     if (lost != m_selections.end() && static_cast<std::int32_t>(cleared.time - lost->second.since) >= 0)
         lost->second = {};
 }
@@ -52,7 +52,7 @@ bool SelectionServer::dropStalled(Clock::time_point now) {
 }
 
 void SelectionServer::answer(const xcb_selection_request_event_t& request) {
-    // Programs of old leave the choice of the property to the owner.
+    // Old programs leave the choice of the property to the owner.
     const xcb_atom_t property = request.property != XCB_ATOM_NONE ? request.property : request.target;
     const auto asked = m_selections.find(request.selection);
     const bool isDone = asked != m_selections.end() && asked->second.isOwned &&
@@ -124,7 +124,7 @@ std::optional<SelectionServer::Answer> SelectionServer::answerFor(const Selectio
     for (const auto& form : contents->forms)
         if (form.target == target)
             return Answer{form.content->type, {form.content, &form.content->bytes}, form.content->format};
-    // What clipboard managers agreed on for a text that is not to be kept.
+    // The hint on which clipboard managers agreed for texts they shall not keep.
     if (selection.stay == Stay::onLoan && target == m_x.atom("x-kde-passwordManagerHint"))
         return Answer{target, std::make_shared<const std::string>("secret")};
     if (selection.latin && target == XCB_ATOM_STRING)

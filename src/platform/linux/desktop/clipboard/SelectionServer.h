@@ -18,7 +18,7 @@ public:
 
     enum class Stay {
         lasting,
-        onLoan, // what is offered asks clipboard managers to keep it out of their history
+        onLoan, // asks clipboard managers to keep it out of their history
     };
 
     /// The window owns the selections.
@@ -27,7 +27,7 @@ public:
 
     /// Takes the selection.
     void offer(xcb_atom_t selection, SelectionContents contents, Stay stay, xcb_timestamp_t time);
-    /// Empties the selection, whoever owns it.
+    /// Empties the selection, whoever owns it now.
     void clear(xcb_atom_t selection, xcb_timestamp_t time);
 
     /// Whether the selection is ours, as far as the server has told.
@@ -36,12 +36,12 @@ public:
         return owns(selection) && m_selections.at(selection).stay == Stay::onLoan;
     }
     const SelectionContents& contents(xcb_atom_t selection) const { return *m_selections.at(selection).contents; }
-    /// The targets that a selection of ours is worth keeping in.
+    /// The targets in which a selection of ours is kept.
     std::vector<xcb_atom_t> contentTargets(xcb_atom_t selection) { return contentTargets(m_selections.at(selection)); }
 
     void handle(const xcb_generic_event_t& event);
 
-    /// Forgets the pieces that nobody fetches. Returns whether some are still on their way.
+    /// Drops transfers whose reader has gone. Returns whether others are still under way.
     bool dropStalled(Clock::time_point now);
 
 private:
@@ -59,7 +59,7 @@ private:
         std::uint8_t format = 8;
     };
 
-    /// An answer that goes to a window in pieces. It stays the same although something else is offered meanwhile.
+    /// An answer that goes to a window in pieces; it keeps its content when something else is offered meanwhile.
     struct Transfer {
         xcb_window_t requestor;
         xcb_atom_t property;

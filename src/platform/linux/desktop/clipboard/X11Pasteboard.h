@@ -14,7 +14,7 @@ class ClipboardThread;
 ///
 /// Threads:  as Pasteboard.
 /// Errors:   without an X server there is no text and set() does nothing.
-/// Lifetime: what is not transient is handed to the clipboard manager, if there is one, when this dies.
+/// Lifetime: at the end, a text that is not transient is handed to the clipboard manager, if there is one.
 class X11Pasteboard final : public Pasteboard {
 public:
     /// Connects to the server that DISPLAY names.

@@ -6,7 +6,7 @@ void HeldKeys::press(XKey key, const KeyboardMap& map) {
     if (const auto held = m_held.find(key); held != m_held.end()) {
         if (!held->second.lifted)
             return;
-        // A lifted key cannot repeat, so its release was missed.
+        // A lifted key cannot repeat: its release was missed.
         release(key);
     }
     const std::uint16_t portCode = map.portCode(key);

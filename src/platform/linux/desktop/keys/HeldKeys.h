@@ -8,7 +8,7 @@
 
 namespace fenlo {
 
-/// The keys that the user's fingers hold, and what changes of them mean at the port.
+/// The keys that the user holds down; reports changes of modifiers in the port's terms.
 ///
 /// Threads: one; the sink is called at once.
 class HeldKeys {
@@ -17,18 +17,18 @@ public:
 
     explicit HeldKeys(KeyEvents::Listener sink) : m_sink(std::move(sink)) {}
 
-    /// A key went down. One that is held already repeats, and is not reported.
+    /// A key went down. When it is held already, this is a repeat and not reported.
     void press(XKey key, const KeyboardMap& map);
     void release(XKey key);
 
-    /// Takes a key that is down already for held, without a report: nobody pressed it while we listened.
+    /// Counts a key that was down before we listened as held, without a report.
     void adopt(XKey key, const KeyboardMap& map) { m_held[key] = {map.portCode(key)}; }
 
-    /// The program lifted the key at the server: from now on only its own release tells when the user lets go.
+    /// The program lifted the key at the server: from now on only a release event tells that the user let go.
     void lift(XKey key);
 
-    /// Compares with the server's keys. One that it does not hold at two looks in a row has lost its release, and is
-    /// released here; at a single look its press or release may still be on the way.
+    /// Compares with the server's keys. A held key that the server reports as up twice in a row has lost its release
+    /// event and is released here. Once may be chance: its press or release may still be on the way.
     template <typename IsDown>
     void compare(IsDown&& isDown) {
         for (auto held = m_held.begin(); held != m_held.end();) {

@@ -16,7 +16,7 @@ struct Row {
     std::uint16_t portCode;
     KeySym symbol;
     std::uint64_t flag;
-    std::string_view place; // where the key lies on a keyboard whose layout does not have it
+    std::string_view place; // of the key on keyboards whose layout lacks the letter
 };
 
 constexpr KeySym fnSymbol = 0x100811D0; // XF86Fn; X11 names it by a macro that it does not define
@@ -82,7 +82,7 @@ KeyboardMap::Kind KeyboardMap::kindOf(Symbol symbol) {
 }
 
 void KeyboardMap::classify(Key& key) {
-    // The first symbol tells what the key is; a name of the port may stand in any group.
+    // The first symbol tells what kind of key it is; the port's name for it may stand in any group.
     for (const auto& levels : key.groups) {
         for (const Symbol symbol : levels)
             if (symbol != NoSymbol && key.kind == Kind::none)
@@ -116,7 +116,7 @@ std::optional<KeyboardMap::XKey> KeyboardMap::findSymbol(Symbol symbol, unsigned
         for (std::size_t i = 0; i < groups.size(); ++i) {
             if (groups[i].empty() || groups[i].front() != symbol)
                 continue;
-            // A key with fewer groups than the keyboard uses them in turn.
+            // A key with fewer groups than the keyboard reuses them in turn.
             if (i == group % groups.size())
                 return static_cast<XKey>(code);
             if (!elsewhere)

@@ -25,17 +25,16 @@ public:
     /// One of namespace key.
     std::uint16_t portCode(XKey key) const { return m_keys[key].portCode; }
 
-    /// Whether the key is held to change the meaning of others. Locks are not: nobody holds them.
+    /// Whether the key is held to change the meaning of others; locks are switched instead.
     bool isModifier(XKey key) const { return m_keys[key].kind == Kind::modifier; }
 
     /// Whether the key types or moves something: no modifier, no lock, no media key.
     bool isTyped(XKey key) const { return m_keys[key].kind == Kind::typed; }
 
-    /// The key that stands for the port's code in this group; failing that the one that does so in another group,
-    /// since programs resolve their shortcuts that way.
+    /// The key for the port's code in this group; failing that, in another group, as programs do for shortcuts.
     std::optional<XKey> find(std::uint16_t portCode, unsigned group) const;
 
-    /// The key where most keyboards have the letter.
+    /// The key at the place where most keyboards have the letter.
     std::optional<XKey> atUsualPlace(std::uint16_t portCode) const;
 
 private:

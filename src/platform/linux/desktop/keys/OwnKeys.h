@@ -9,18 +9,18 @@
 
 namespace fenlo {
 
-/// The record of the key events that the program made itself, so that the listener does not take them for the user's.
-/// The device they come from cannot tell: other programs post through the same one.
+/// A record of the key events that the program posted itself, so that the listener can tell them from the user's. Their
+/// device does not tell: other programs post through the same one.
 ///
 /// Threads: any.
 class OwnKeys {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// To be called before the event is posted.
+    /// Call before the event is posted.
     void expect(KeyboardMap::XKey key, KeyDirection direction, Time now);
 
-    /// Whether the event is one of ours; each counts once. An event that never came is forgotten after a while.
+    /// Whether the event is one of ours; each counts once. An expected event that does not come is forgotten.
     bool consume(KeyboardMap::XKey key, KeyDirection direction, Time now);
 
 private:

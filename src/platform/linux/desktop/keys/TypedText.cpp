@@ -16,7 +16,7 @@ using Description =
                     decltype([](XkbDescPtr keyboard) { XkbFreeKeyboard(keyboard, XkbAllComponentsMask, True); })>;
 using Keys = std::map<char32_t, TypedText::Stroke>;
 
-/// What each key types, with the fewest modifiers.
+/// For each character the key that types it with the fewest modifiers.
 Keys keysOf(Display* display, const XkbStateRec& state, unsigned levelThreeMask) {
     Keys keys;
     const Description keyboard(XkbGetMap(display, XkbKeyTypesMask | XkbKeySymsMask, XkbUseCoreKbd));
@@ -52,7 +52,7 @@ std::optional<TypedText> TypedText::find(Display* display, std::string_view text
     const Keys keys = keysOf(display, state, XkbKeysymToModifiers(display, XK_ISO_Level3_Shift));
     const auto size = static_cast<std::int32_t>(text.size());
     for (std::int32_t at = 0; at < size;) {
-        UChar32 character = 0; // negative where the text is no UTF-8
+        UChar32 character = 0; // negative for invalid UTF-8
         U8_NEXT(text.data(), at, size, character);
         const auto found = keys.find(static_cast<char32_t>(character));
         const bool isControl = character < ' ' || (character >= 0x7F && character < 0xA0);

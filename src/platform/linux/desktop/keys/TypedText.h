@@ -10,7 +10,7 @@ typedef struct _XDisplay Display;
 
 namespace fenlo {
 
-/// The keys that type a text in the layout of this moment, with Caps Lock as it is.
+/// The keys that type a text in the current layout and with the current state of Caps Lock.
 struct TypedText {
     using XKey = KeyboardMap::XKey;
 

@@ -17,7 +17,7 @@ X11KeyEvents::X11KeyEvents(MainQueue& mainQueue)
 }
 
 X11KeyEvents::~X11KeyEvents() {
-    // The thread reports through members that would otherwise die before it.
+    // The thread reports through members, so it ends before they do.
     m_thread.reset();
 }
 

@@ -15,11 +15,11 @@ class X11KeyPoster;
 /// The keyboard of an X11 desktop: XInput2 raw events are listened to on a connection and thread of their own, XTest
 /// posts on another connection. `command` is Control here, so that the editing shortcuts are the desktop's.
 ///
-/// What the listener hears are the user's fingers: a modifier that post() or releaseModifiers() had to lift counts as
-/// held until the user lets go of it.
+/// The listener hears the user's fingers: a modifier that post() or releaseModifiers() had to lift counts as held until
+/// the user lets go of it.
 ///
 /// Threads: as KeyEvents.
-/// Errors:  without an X server everything is false and nothing is ever reported; a server that goes away later too.
+/// Errors:  without an X server, also after its end, everything is false and nothing is reported.
 class X11KeyEvents final : public KeyEvents {
 public:
     /// Connects to the server that DISPLAY names.
@@ -27,7 +27,7 @@ public:
     ~X11KeyEvents() override;
 
     bool isConnected() const;
-    /// Whether the server has raw key events (XInput 2.1), without which nothing can be listened to.
+    /// Whether the server has raw key events (XInput 2.1), which listening needs.
     bool hasXInput2() const;
     bool hasXTest() const;
 

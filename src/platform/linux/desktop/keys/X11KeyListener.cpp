@@ -29,7 +29,7 @@ std::unique_ptr<X11KeyListener> X11KeyListener::start(OwnKeys& own, Sinks sinks)
     if (!XQueryExtension(display->get(), "XInputExtension", &inputOpcode, &unused, &unused) ||
         !XkbQueryExtension(display->get(), &unused, &keyboardEvents, &unused, nullptr, nullptr))
         return nullptr;
-    // Since 2.1 raw events come whoever has grabbed the keyboard.
+    // Since 2.1 raw events come even while another program grabs the keyboard.
     int major = 2, minor = 2;
     if (XIQueryVersion(display->get(), &major, &minor) != Success || major * 100 + minor < 201)
         return nullptr;
@@ -41,7 +41,7 @@ X11KeyListener::X11KeyListener(std::unique_ptr<XDisplay> display, int inputOpcod
                                Sinks sinks)
     : m_display(std::move(display)), m_inputOpcode(inputOpcode), m_keyboardEvents(keyboardEvents), m_own(own),
       m_sinks(std::move(sinks)), m_held(m_sinks.keys) {
-    // Before the thread, so that no key is missed once this exists.
+    // Before the thread starts, so that no key is missed once this object exists.
     select();
     takeHeldKeys();
     m_thread = std::jthread([this](std::stop_token stop) { run(stop); });
@@ -81,14 +81,14 @@ void X11KeyListener::run(std::stop_token stop) {
         else if (now >= *nextComparison) {
             compare();
             nextComparison = now + comparisonInterval;
-            continue; // the answer may have brought events along
+            continue; // events may have come with the answer
         }
         const std::chrono::duration<double> left = nextComparison ? *nextComparison - now : std::chrono::seconds(-1);
         m_wakeup.sleep(ConnectionNumber(m_display->get()), left.count());
     }
-    // Nothing may stay pressed for ever when the server is gone.
+    // With the server gone no release will come.
     m_held.releaseAll();
-    // Xlib leaves a lost connection locked by the thread that saw the loss.
+    // Xlib leaves a lost connection locked by the thread that noticed the loss.
     m_display.reset();
 }
 

@@ -31,7 +31,7 @@ public:
 
     void watchMouse(bool watch);
 
-    /// Counts the releases so far, and waits until there are more, or until the time comes.
+    /// The number of releases so far; and the wait until there are more, or until the time comes.
     unsigned long releaseCount();
     void waitForRelease(unsigned long countBefore, std::chrono::steady_clock::time_point until);
 

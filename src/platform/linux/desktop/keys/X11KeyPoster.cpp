@@ -13,9 +13,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr unsigned long settleTime = 20; // milliseconds; some programs miss a modifier that is any younger
+constexpr unsigned long settleTime = 20; // milliseconds; some programs miss a modifier that went down later
 constexpr unsigned long strokeTime = 2;  // milliseconds between typed characters
-constexpr auto runPause = std::chrono::milliseconds(100); // chords that follow each other faster settle once
+constexpr auto runPause = std::chrono::milliseconds(100); // chords in quicker succession settle once
 
 struct Modifier {
     std::uint64_t flag;
@@ -34,8 +34,8 @@ struct Chord {
     bool operator==(const Chord&) const = default;
 };
 
-/// What programs take for the same on keyboards without Latin letters. Shift-Insert pastes in windows and terminals;
-/// some terminals know Control-Shift-Insert too, others type an escape sequence for it.
+/// Shortcuts with the same effect for keyboards without Latin letters. Shift-Insert pastes in windows and terminals;
+/// some terminals take Control-Shift-Insert too, others type an escape sequence for it.
 struct Substitute {
     Chord meant, posted;
 };
@@ -77,7 +77,7 @@ X11KeyPoster::X11KeyPoster(std::unique_ptr<XDisplay> display, OwnKeys& own)
 }
 
 X11KeyPoster::~X11KeyPoster() {
-    // A key that stays down would outlive the program.
+    // A key that is left down would stay down after the program's end.
     for (const auto& [portCode, key] : m_pressed)
         fake(key, KeyDirection::up);
     releaseModifiers();
@@ -100,7 +100,7 @@ bool X11KeyPoster::press(std::uint16_t portCode, std::uint64_t flags) {
     m_settled = press->flags;
     m_pressed[portCode] = press->key;
     fake(press->key, KeyDirection::down, changed && !isRun ? settleTime : 0);
-    // The server answers when it has come to the key, so the caller's hold begins now.
+    // The answer shows that the server has handled the key, so the caller's hold begins now.
     XSync(m_display->get(), False);
     return isConnected();
 }
@@ -116,8 +116,8 @@ std::optional<X11KeyPoster::Press> X11KeyPoster::findPress(std::uint16_t portCod
         const auto key = m_map.find(substitute->posted.portCode, group);
         return key ? std::optional(Press{*key, substitute->posted.flags}) : std::nullopt;
     }
-    // Some toolkits go by the place of a letter. With Shift it is a terminal's shortcut, and a terminal would type what
-    // this layout has there.
+    // Some toolkits resolve shortcuts by the letter's place. A shortcut with Shift goes to a terminal, which would type
+    // what this layout has there.
     const auto key = flags == mask::control ? m_map.atUsualPlace(portCode) : std::nullopt;
     return key ? std::optional(Press{*key, flags}) : std::nullopt;
 }
@@ -170,7 +170,7 @@ void X11KeyPoster::liftModifiers() {
 unsigned X11KeyPoster::currentGroup() {
     XkbStateRec state{};
     XkbGetState(m_display->get(), XkbUseCoreKbd, &state);
-    // The answer has brought along what became of the layout before.
+    // With the answer came the earlier changes of the layout.
     while (XPending(m_display->get()) > 0) {
         XEvent event;
         XNextEvent(m_display->get(), &event);

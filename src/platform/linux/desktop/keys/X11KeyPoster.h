@@ -26,8 +26,8 @@ public:
     bool hasXTest() const { return m_hasXTest; }
     bool canDeliver(std::uint16_t portCode);
 
-    /// Presses the chord's modifiers, lets them settle and presses the key; a modifier that is held but not wanted is
-    /// lifted. Returns when the server has taken it.
+    /// Presses the chord's modifiers, lifts the others, lets them settle and presses the key. Returns when the server
+    /// has taken it.
     bool press(std::uint16_t portCode, std::uint64_t flags);
     bool release(std::uint16_t portCode);
 
@@ -47,7 +47,7 @@ private:
 
     unsigned currentGroup();
     std::optional<Press> findPress(std::uint16_t portCode, std::uint64_t flags, unsigned group) const;
-    /// Lifts and presses until exactly the wanted ones are down. Returns whether anything had to change.
+    /// Lifts and presses modifiers until exactly the wanted ones are down. Returns whether anything changed.
     bool prepareModifiers(std::uint64_t wanted, unsigned group);
     void releaseModifiers();
     void fake(XKey key, KeyDirection direction, unsigned long delay = 0);
@@ -60,7 +60,7 @@ private:
     bool m_mapIsStale = false;
     std::map<std::uint16_t, XKey> m_pressed; // port code to what was pressed for it
     std::vector<XKey> m_pressedModifiers;
-    std::uint64_t m_settled = 0; // the modifiers of the last chord, and when it ended
+    std::uint64_t m_settled = 0; // modifiers of the last chord; the next member is when it ended
     OwnKeys::Time m_lastRelease;
 };
 

@@ -21,7 +21,7 @@ bool hasCategory(const DesktopFile& file, std::string_view category) {
     return std::find(file.categories.begin(), file.categories.end(), category) != file.categories.end();
 }
 
-/// The id with the word of its kind, unless it has it anyway.
+/// The id with the word of its kind, unless the id holds the word already.
 std::string idWithKind(const DesktopFile& file) {
     for (const KnownCategory& known : knownCategories())
         if (hasCategory(file, known.category))

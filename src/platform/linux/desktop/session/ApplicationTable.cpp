@@ -8,7 +8,7 @@ constexpr auto controlShiftV = PasteChord::controlShiftV;
 constexpr auto shiftInsert = PasteChord::shiftInsert;
 
 constexpr KnownApplication applications[] = {
-    // Terminal emulators. Those of old know no paste key but Shift-Insert.
+    // Terminal emulators. The old ones paste with Shift-Insert only.
     {"xterm", "xterm.terminal", shiftInsert},
     {"uxterm", "uxterm.terminal", shiftInsert},
     {"rxvt", "rxvt.terminal", shiftInsert},

@@ -21,7 +21,7 @@ std::string value(GKeyFile* file, const char* key) {
     return takeString(g_key_file_get_string(file, group, key, nullptr));
 }
 
-/// The program of an Exec line, without its folder. Nothing for a line that starts a starter of many programs.
+/// The program of an Exec line, without its folder. Empty when the line starts a launcher of many programs.
 std::string programOf(const std::string& exec) {
     constexpr std::array starters{"sh", "bash", "python3", "flatpak", "snap", "java", "gapplication", "wine"};
     for (const auto& word : text::words(exec)) {

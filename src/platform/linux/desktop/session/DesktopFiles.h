@@ -20,16 +20,16 @@ struct DesktopFile {
 /// Threads: one.
 class DesktopFiles {
 public:
-    /// Of two files with the same id the one in the earlier folder counts.
+    /// Of two files with the same id, the one in the earlier folder counts.
     explicit DesktopFiles(std::vector<std::filesystem::path> folders) : m_folders(std::move(folders)) {}
 
     /// The folders of the session, the user's own first.
     static std::vector<std::filesystem::path> sessionFolders();
 
-    /// Reads the folders, unless they are as they were. find() does so itself.
+    /// Reads the folders that have changed. find() calls it.
     void read();
 
-    /// Looks the key up as window class, then as id, then as the program that is started. The case does not matter.
+    /// Looks the key up as window class, then as id, then as the program that is started, in any case.
     std::optional<DesktopFile> find(const std::string& key);
 
 private:

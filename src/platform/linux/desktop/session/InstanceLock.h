@@ -15,7 +15,8 @@ public:
     /// In the session's runtime folder, or among the program's data when there is none.
     static std::filesystem::path defaultFile();
 
-    /// Holds the lock until this dies. False when another process has it; a file that cannot be made locks nobody out.
+    /// Takes the lock for the life of this object. False when another process has it; true when the file cannot be
+    /// made.
     bool take();
 
 private:

@@ -15,11 +15,10 @@ public:
     /// The user's own autostart folder, and the program that is running.
     static LoginItem ofThisProgram();
 
-    /// Whether the entry starts this very program, or the user has switched it off, which is decided as well.
+    /// Whether the entry starts this very program, or the user has switched it off.
     bool isDecided() const;
 
-    /// Writes the entry, unless that is decided. What the user has added to it stays. Returns an error text, or
-    /// nothing.
+    /// Writes the entry unless isDecided(). What the user has added to it stays. Returns an error text, or nothing.
     std::optional<std::string> write() const;
 
     /// The program as a command line of a desktop file.

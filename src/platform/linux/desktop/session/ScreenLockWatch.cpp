@@ -44,7 +44,7 @@ ScreenLockWatch::ScreenLockWatch(MainQueue& mainQueue, std::function<void()> han
 
 ScreenLockWatch::~ScreenLockWatch() {
     g_cancellable_cancel(m_end.get());
-    // After this nothing is delivered any more.
+    // Ends the deliveries.
     m_thread.reset();
 }
 
@@ -107,7 +107,7 @@ void ScreenLockWatch::followScreenSavers() {
 }
 
 void ScreenLockWatch::askScreenSaver(const std::string& name) {
-    // Only one that runs is asked; the question must not start it.
+    // Only a running one is asked; the question must not start it.
     const auto answer =
         m_session->call({name, "/" + text::replaceAll(name, ".", "/")},
                         {name.c_str(), "GetActive", nullptr, "(b)", G_DBUS_CALL_FLAGS_NO_AUTO_START}, soon());

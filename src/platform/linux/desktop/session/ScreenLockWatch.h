@@ -15,11 +15,11 @@ namespace fenlo {
 
 class MainQueue;
 
-/// Knows whether the screen is locked, by the word of the login manager and of the desktop's screen saver. A request to
-/// lock is told too, but does not count as locked: not every program that locks says when it is done.
+/// Knows whether the screen is locked, from the login manager and the desktop's screen saver. The handler also hears of
+/// a request to lock, which alone does not count as locked: some lockers never say when they are done.
 ///
 /// Threads: made and ended by the main thread, which the handler runs on; isLocked() on any.
-/// Errors:  a service that is not there, or goes away, counts as not locked.
+/// Errors:  a service that is absent, or goes away, counts as not locked.
 class ScreenLockWatch {
 public:
     ScreenLockWatch(MainQueue& mainQueue, std::function<void()> handler);
@@ -38,9 +38,9 @@ private:
     MainQueue& m_mainQueue;
     const std::function<void()> m_handler;
     const GlibObject<GCancellable> m_end;
-    std::optional<DBusConnection> m_system, m_session; // these on the thread
+    std::optional<DBusConnection> m_system, m_session; // on the thread only, like the next
     DBusConnection::Object m_loginSession;
-    std::set<std::string> m_speakers; // those who say that it is locked
+    std::set<std::string> m_speakers; // the services that say it is locked
     std::atomic<bool> m_isLocked = false;
     Lifetime m_lifetime;
     std::unique_ptr<GlibThread> m_thread;

@@ -25,7 +25,7 @@ SleepWatch::SleepWatch(MainQueue& mainQueue, std::function<void()> handler)
 
 SleepWatch::~SleepWatch() {
     g_cancellable_cancel(m_end.get());
-    // After this nothing is delivered any more.
+    // Ends the deliveries.
     m_thread.reset();
 }
 
@@ -70,7 +70,7 @@ void SleepWatch::inhibit() {
 }
 
 void SleepWatch::prepareForSleep() {
-    // The task takes the inhibitor along, and lets go of it when the handler is done.
+    // The task holds the inhibitor until the handler is done.
     m_mainQueue.post(m_lifetime.bind([this, held = std::move(m_inhibitor)] { m_handler(); }));
     m_inhibitor.reset();
 }

@@ -12,7 +12,7 @@ namespace fenlo {
 
 class MainQueue;
 
-/// Tells before the machine sleeps. The login manager is asked to wait with the sleep until the handler is done.
+/// Tells before the machine sleeps. The login manager delays the sleep until the handler is done.
 ///
 /// Threads: made and ended by the main thread, which the handler runs on.
 /// Errors:  without a login manager it never tells.
@@ -22,7 +22,7 @@ public:
     ~SleepWatch();
 
 private:
-    /// The machine stays awake as long as somebody holds it.
+    /// The machine stays awake while somebody holds it.
     using Inhibitor = std::shared_ptr<const int>;
 
     void connect();

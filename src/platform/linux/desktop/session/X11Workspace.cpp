@@ -16,7 +16,7 @@ namespace fenlo {
 X11Workspace::X11Workspace(MainQueue& mainQueue)
     : m_mainQueue(mainQueue), m_desktopFiles(DesktopFiles::sessionFolders()), m_lock(InstanceLock::defaultFile()),
       m_activeWindow(ActiveWindow::connect()) {
-    // Now rather than at the first take.
+    // Read now, so that the first take does not wait for it.
     m_desktopFiles.read();
 }
 
@@ -70,7 +70,7 @@ void X11Workspace::openUrl(const std::string& url) {
     std::array<char*, 3> command{program.data(), argument.data(), nullptr};
     constexpr auto flags =
         static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
-    // GLib starts it as a grandchild, so there is nobody to wait for.
+    // GLib starts it as a grandchild, so there is no child to wait for.
     if (!g_spawn_async(nullptr, command.data(), nullptr, flags, nullptr, nullptr, nullptr, nullptr))
         logError("Cannot open an address: is xdg-open installed?");
 }

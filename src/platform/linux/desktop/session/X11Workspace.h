@@ -29,7 +29,7 @@ public:
 
     std::optional<FrontApplication> frontApplication() override;
     bool becomeOnlyInstance() override;
-    /// Also true when the user has switched the entry off: that is decided, and not ours to undo.
+    /// Also true when the user has switched the entry off, which stays so.
     bool isLoginItem() const override;
     std::optional<std::string> registerLoginItem() override;
     void onWillSleep(std::function<void()> handler) override;
