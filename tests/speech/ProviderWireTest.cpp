@@ -5,7 +5,7 @@
 #include "settings/Keychain.h"
 #include "speech/Transcriber.h"
 #include "support/FakeSecureStore.h"
-#include "support/LoopbackRecogniser.h"
+#include "support/LoopbackServices.h"
 #include "support/TlsServer.h"
 #include "support/VirtualTime.h"
 #include "support/WaitUntil.h"
@@ -100,7 +100,7 @@ protected:
     }
 
     const std::filesystem::path clip = files::temporaryFile("clip_", ".wav");
-    LoopbackRecogniser recogniser;
+    LoopbackServices recogniser;
     VirtualClock clock;
     Config config{files::temporaryFile("config_", ".json"), clock};
     Deployment deployment{.groqHost = {}, .supportAddress = {}, .subtitleSiteDomain = "site.example"};
@@ -200,15 +200,15 @@ TEST_P(ProviderWireTest, EveryFaultEndsInItsErrorAndTheNextClipWorks) {
         if (mode == "reset")
             write(std::string(16 << 20, 'x')); // more than the sockets hold
         http.patience = mode == "hang" || mode == "trickle" ? 0.2 : 100;
-        recogniser.behave({.mode = mode});
+        recogniser.behave("speech", {.mode = mode});
         EXPECT_THAT(fault(), StartsWith(error)) << mode;
         EXPECT_EQ(preparedClips(), 0u) << mode;
     }
     http.patience = 100;
     write(toneWav());
-    recogniser.behave({.mode = "utf8"});
+    recogniser.behave("speech", {.mode = "utf8"});
     EXPECT_EQ(transcribe(), "A broken caf\uFFFD letter");
-    recogniser.behave({});
+    recogniser.behave("speech", {});
     EXPECT_EQ(transcribe(), "Hello from the stand-in");
 }
 
@@ -229,7 +229,7 @@ TEST_P(ProviderWireTest, AHostThatCannotBeTrustedOrFoundGetsNothing) {
 
 TEST_P(ProviderWireTest, ATakeCanBeStoppedWhateverTheServiceDoes) {
     for (const char* mode : {"hang", "trickle"}) {
-        recogniser.behave({.mode = mode});
+        recogniser.behave("speech", {.mode = mode});
         const std::size_t before = recogniser.requests().size();
         std::stop_source stop;
         auto waiting = std::async(std::launch::async, [&] { return fault(stop.get_token()); });

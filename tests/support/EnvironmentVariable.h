@@ -6,7 +6,7 @@
 
 namespace fenlo::test {
 
-/// While this lives, a variable of the environment has this value; null for none.
+/// Gives an environment variable a value (null: unsets it) until the end of its life, then restores the old one.
 class EnvironmentVariable {
 public:
     EnvironmentVariable(const char* name, const char* value) : m_name(name) {

@@ -11,15 +11,15 @@
 
 namespace fenlo::test {
 
-/// The sound hardware behind the fakes: what is plugged in, and what its engines went through.
+/// The sound hardware behind the fakes: what is plugged in, and what its engines did.
 struct FakeMicrophone {
     std::optional<InputDevice> device = InputDevice{7, "Fake microphone", true};
     InputFormat format{16000, 1};
-    std::vector<std::string> startErrors; // one for each coming start; "" lets it succeed
+    std::vector<std::string> startErrors; // of the next starts; "" for one that succeeds
     int enginesMade = 0;
     int starts = 0;
     int stops = 0;
-    class FakeCaptureEngine* engine = nullptr; // the last one made that still lives
+    class FakeCaptureEngine* engine = nullptr; // the newest one, null when it is gone
 };
 
 class FakeCaptureEngine final : public CaptureEngine {
@@ -62,7 +62,7 @@ public:
     }
     bool isRunning() const override { return m_isRunning; }
 
-    /// Samples as the device records them, gathered into buffers of the tap's size.
+    /// The device records these samples; the tap gets them in buffers of its size.
     void hear(std::span<const float> samples) {
         for (const float sample : samples) {
             if (!m_isRunning || !m_tap)
@@ -89,7 +89,7 @@ public:
     bool isConnected() const override { return hasServer; }
     void onDefaultDeviceChanged(std::function<void()> handler) override { handlers.push_back(std::move(handler)); }
 
-    /// Plugs another device in (or all out), with or without telling.
+    /// Plugs in another device, or unplugs all, and tells the handlers.
     void change(std::optional<InputDevice> device) {
         microphone.device = std::move(device);
         for (const auto& handler : std::vector(handlers))
@@ -106,7 +106,7 @@ public:
     std::vector<std::function<void()>> handlers;
 };
 
-/// Remembers what sounds, until the next sound cuts it off.
+/// Remembers what is played, and which sound plays now.
 class FakeAudioOutput final : public AudioOutput {
 public:
     struct Sound {

@@ -41,7 +41,7 @@ public:
                 answerNow();
         };
     }
-    /// The owner of the clipboard tells at last what it held.
+    /// The owner of the clipboard answers after all.
     void answerNow() {
         answers = true;
         if (const auto waiting = std::exchange(m_waiting, {}))
@@ -49,11 +49,11 @@ public:
     }
 
     std::optional<std::string> content;
-    Forms forms;         // what lies there beside the text
-    bool answers = true; // the clipboard's owner
+    Forms forms;         // beside the text
+    bool answers = true; // whether the clipboard's owner answers
     Offer lastOffer;
     std::vector<std::string> history;
-    std::vector<std::string> transient; // those that were asked to leave no trace
+    std::vector<std::string> transient; // texts that are to leave no trace
     std::vector<double> limits;
 
 private:

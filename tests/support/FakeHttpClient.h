@@ -7,7 +7,7 @@
 
 namespace fenlo::test {
 
-/// Keeps the requests and answers as the test says, on the caller's thread. A streamed body comes in two pieces.
+/// Records requests and gives the test's answers, on the caller's thread. A streamed body comes in two pieces.
 class FakeHttpClient final : public HttpClient {
 public:
     HttpResponse send(const HttpRequest& request, std::stop_token stop) override {

@@ -55,9 +55,9 @@ public:
     std::vector<double> releaseLimits;
     bool eventTapWorks = true;
     bool postFails = false;
-    bool canType = true; // the layout has all characters
+    bool canType = true; // whether the layout has every character
     std::string typed;
-    std::optional<std::uint16_t> missingKey; // that this keyboard lacks
+    std::optional<std::uint16_t> missingKey; // a key that the keyboard lacks
 };
 
 } // namespace fenlo::test

@@ -10,7 +10,7 @@
 
 namespace fenlo::test {
 
-/// What became of one pill that was made.
+/// The history of one pill.
 struct PillRecord {
     enum class State { made, shown, fadedOut, gone };
     State state = State::made;
@@ -78,7 +78,7 @@ private:
     };
 };
 
-/// Cards without a screen; one line of text is 16 points high. A card lies at (0, 0).
+/// Cards without a screen, at (0, 0). A line of text is 16 points high.
 class FakeResultCards final : public ResultCards {
 public:
     std::unique_ptr<ResultCard> make(ResultCardContent newContent, double newWidth, double newHeight) override {
@@ -136,7 +136,7 @@ public:
             all.push_back(item.isSeparator ? "---" : item.title);
         return all;
     }
-    /// Nothing when no item has this title.
+    /// Null when no item has this title.
     const MenuItem* find(const std::string& title) const {
         const auto found = std::find_if(menu.begin(), menu.end(), [&](auto& item) { return item.title == title; });
         return found == menu.end() ? nullptr : &*found;

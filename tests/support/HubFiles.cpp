@@ -24,7 +24,7 @@ std::string hexadecimal(const unsigned char* bytes, unsigned size) {
     return text;
 }
 
-/// The hash of a prefix and what the stream gives.
+/// The hash of a prefix and the rest of the stream.
 std::string hashOf(const std::string& prefix, std::istream& stream, const EVP_MD* algorithm) {
     const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
     EVP_DigestInit_ex(context.get(), algorithm, nullptr);

@@ -13,7 +13,7 @@ struct HubFile {
     std::filesystem::path place;
     std::string path; // in the repository
     std::uint64_t size = 0;
-    bool isLarge = false; // lies in the storage, known by its SHA-256; the others by git's SHA-1
+    bool isLarge = false; // lies in the storage and is listed with its SHA-256; other files with git's SHA-1
     std::string hash;
 };
 

@@ -1,6 +1,6 @@
 #include "support/LoopbackHub.h"
-#include "base/Json.h"
 
+#include "base/Json.h"
 #include "base/Text.h"
 #include "support/ServiceFaults.h"
 
@@ -44,7 +44,7 @@ WireAnswer endless() {
             [](std::stop_token stop) { return stop.stop_requested() ? "" : std::string(pieceSize, ' '); }};
 }
 
-/// The part of a file from a place on, which may go wrong on the way.
+/// Sends a file from some place on, with a fault on the way.
 struct Sending {
     std::ifstream file;
     std::uint64_t left;
@@ -67,7 +67,7 @@ struct Sending {
         return piece;
     }
 
-    /// How many bytes come where the fault hits; drop ends here.
+    /// How many bytes to send when the fault hits; 0 ends the body.
     std::uint64_t slow(std::stop_token stop) const {
         while (fault.mode == "stall" && !stop.stop_requested())
             pause(3600, stop);
@@ -78,7 +78,7 @@ struct Sending {
     }
 };
 
-/// "publisher/name" of a path that begins with it, which is taken off.
+/// Takes the "publisher/name" off the front of a path.
 std::string takeRepo(std::string& path) {
     const std::size_t end = path.find('/', path.find('/') + 1);
     const std::string repo = path.substr(0, end);
@@ -88,17 +88,10 @@ std::string takeRepo(std::string& path) {
 
 } // namespace
 
-const std::vector<std::string>& LoopbackHub::modes() {
-    static const std::vector<std::string> names = {"status", "garbage", "endless",  "size",    "hash",
-                                                   "drop",   "stall",   "trickle",  "content", "tag",
-                                                   "weak",   "range",   "no-ranges"};
-    return names;
-}
-
-LoopbackHub::LoopbackHub(std::filesystem::path folder, std::uint16_t port)
+LoopbackHub::LoopbackHub(std::filesystem::path folder)
     : m_folder(std::move(folder)),
       m_storage([this](const WireRequest& request, std::stop_token) { return answerAsStorage(request); }),
-      m_server([this](const WireRequest& request, std::stop_token) { return answer(request); }, port) {}
+      m_server([this](const WireRequest& request, std::stop_token) { return answer(request); }) {}
 
 void LoopbackHub::hit(Fault fault) {
     m_state.with([&](State& state) { state.fault = std::move(fault); });

@@ -5,8 +5,8 @@
 
 namespace fenlo::test {
 
-/// A stand-in for the model hub: serves the folders "publisher/name" of a folder as repositories. Large files lie, as
-/// on the hub, on another host, to which a signed address leads; small ones are reached through a relative redirect.
+/// A stand-in for the model hub: serves the folders "publisher/name" of a folder as repositories. As on the hub, a
+/// large file redirects to a signed address on another host, a small one to a relative address.
 ///
 /// Threads: any.
 class LoopbackHub {
@@ -20,8 +20,8 @@ public:
     ///   stall      sends nothing more
     ///   trickle    sends the rest byte by byte, with pauses
     ///   content    other bytes of the same size
-    ///   tag        the file under another mark (ETag), as after a change
-    ///   weak       the file under a weak mark
+    ///   tag        the file with another ETag, as after a change
+    ///   weak       the file with a weak ETag
     ///   range      another part of the file than was asked for
     ///   no-ranges  always the whole file
     struct Fault {
@@ -32,7 +32,6 @@ public:
         int status = 500;
         std::string retryAfter = {};
     };
-    static const std::vector<std::string>& modes();
 
     struct Received {
         WireRequest wire;
@@ -40,12 +39,12 @@ public:
         std::uint64_t sent = 0; // bytes of the body, those on their way included
     };
 
-    explicit LoopbackHub(std::filesystem::path folder, std::uint16_t port = 0);
+    explicit LoopbackHub(std::filesystem::path folder);
 
-    void hit(Fault fault); // takes the place of an earlier one
+    void hit(Fault fault); // replaces an earlier one
     void setToken(std::string token);
     void setPageSize(std::size_t size);
-    void setListing(std::string body); // instead of the true one; empty for that again
+    void setListing(std::string body); // instead of the true one; empty for the true one
 
     std::vector<Received> requests() const;
     const LoopbackServer& server() const { return m_server; }

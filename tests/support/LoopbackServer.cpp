@@ -54,7 +54,7 @@ WireRequest parseHead(std::string_view head) {
     return request;
 }
 
-/// What the client has not sent yet will find nobody.
+/// Makes closing the socket reset the connection.
 void reset(int socket) {
     const linger hard{1, 0};
     ::setsockopt(socket, SOL_SOCKET, SO_LINGER, &hard, sizeof hard);
@@ -107,7 +107,7 @@ LoopbackServer::~LoopbackServer() {
     ::close(m_listener);
 }
 
-/// The next request; what came beyond it stays in the buffer. Nothing when the other side has gone.
+/// The next request; bytes beyond it stay in the buffer. Nothing when the client has gone.
 std::optional<WireRequest> LoopbackServer::receive(int socket, std::string& buffer) const {
     std::size_t end = 0;
     while ((end = buffer.find("\r\n\r\n")) == std::string::npos)

@@ -27,24 +27,24 @@ struct WireRequest {
     std::string header(std::string_view name) const; // empty when there is none
 };
 
-/// The bytes to send back, with which the connection may end.
+/// The bytes to send back; `closes` ends the connection after them.
 struct WireAnswer {
     std::string bytes;
     bool closes = false;
-    std::function<std::string(std::stop_token)> more = {}; // gives further bytes until an empty piece; may wait
+    std::function<std::string(std::stop_token)> more = {}; // called for further bytes until it gives none; may wait
 };
 
 WireAnswer httpAnswer(int status, std::string_view contentType, std::string_view body);
 
-/// A small HTTP/1.1 server on the loopback address, which keeps every byte of a request and sends back whatever it is
-/// told to, right or wrong.
+/// A small HTTP/1.1 server on the loopback address. It passes on every byte of a request and sends back what the
+/// handler says, right or wrong.
 ///
 /// Threads: each connection has one of its own; the handler runs there.
 class LoopbackServer {
 public:
     using Handler = std::function<WireAnswer(const WireRequest&, std::stop_token)>;
 
-    /// Says of the head of a request whether to reset the connection in the middle of its body.
+    /// Whether to reset the connection in the middle of the body of the request with this head.
     using UploadFault = std::function<bool(const WireRequest& head)>;
 
     /// Port 0 chooses a free one. Throws std::runtime_error when it cannot listen.

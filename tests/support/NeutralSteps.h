@@ -4,7 +4,7 @@
 
 namespace fenlo::test {
 
-/// Steps that hand on what they are given; a test fills in those that it looks at.
+/// Steps that change nothing; a test replaces those that it is about.
 inline TakeSteps neutralSteps() {
     return {
         .isolateVoice = [](const std::filesystem::path& chunk) { return chunk; },

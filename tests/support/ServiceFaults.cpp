@@ -16,7 +16,7 @@ void hang(std::stop_token stop) {
         pause(3600, stop);
 }
 
-/// Starts a body, and sends a byte of it now and then without ever coming to its end.
+/// Sends a byte of the body now and then, and never ends.
 WireAnswer trickle() {
     WireAnswer answer{"HTTP/1.1 200 Answer\r\nContent-Type: application/json\r\nContent-Length: 1000000\r\n\r\n", true};
     answer.more = [](std::stop_token stop) {
@@ -95,7 +95,7 @@ WireAnswer jsonAnswer(int status, const std::string& body) {
 }
 
 WireAnswer notFound(const WireRequest& request) {
-    // A body after HEAD would be taken for the next answer on the connection.
+    // The client would take a body after HEAD for the next answer.
     return request.method == "HEAD" ? httpAnswer(404, "application/json", "")
                                     : jsonAnswer(404, R"({"error": "not found"})");
 }

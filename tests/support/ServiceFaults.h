@@ -2,20 +2,20 @@
 
 #include "support/LoopbackServer.h"
 
-/// How a service may answer, well or badly. The stand-ins share it.
+/// The ways in which a stand-in for a service answers, well or badly.
 namespace fenlo::test {
 
 /// The names of the modes: ok, hang, close (without an answer), partial (in the middle of it), garbage, html,
-/// utf8 (invalid), trickle (byte by byte, for as long as anybody listens), huge (100 MB), shape (JSON, but none that
-/// the service is known for), and the HTTP status of an error.
+/// utf8 (invalid), trickle (byte by byte, without end), huge (100 MB), shape (JSON of another shape), and the HTTP
+/// status of an error.
 const std::vector<std::string>& serviceModes();
 bool isServiceMode(const std::string& name);
 
-/// What goes back in this mode, after `delay` seconds. `reply` makes the service's JSON body of a text.
+/// The answer in this mode, after `delay` seconds. `reply` makes the service's JSON body from a text.
 WireAnswer answerInMode(const std::string& mode, const std::string& text, double delay,
                         const std::function<std::string(const std::string&)>& reply, std::stop_token stop);
 
-/// Waits for the time, or for the end of the server.
+/// Waits, at most until the server ends.
 void pause(double seconds, std::stop_token stop);
 
 WireAnswer jsonAnswer(int status, const std::string& body);

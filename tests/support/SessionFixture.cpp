@@ -14,7 +14,7 @@ SessionFixture::SessionFixture() {
 }
 
 void SessionFixture::speak(double seconds) {
-    constexpr double step = 0.1; // seconds of sound and of time that go together
+    constexpr double step = 0.1; // seconds
     const double rate = audioInput.microphone.format.sampleRate;
     std::vector<float> sound(static_cast<std::size_t>(rate * step));
     for (std::size_t i = 0; i < sound.size(); ++i)

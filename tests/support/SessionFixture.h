@@ -30,18 +30,18 @@ class SessionFixture : public ::testing::Test {
 protected:
     SessionFixture();
 
-    /// The microphone delivers speech for so long.
+    /// Lets the microphone hear speech.
     void speak(double seconds);
-    /// A whole hold-and-release take with speech; its words are on their way afterwards.
+    /// A take with speech, from press to release. Call finish() for its words.
     void take(double seconds);
-    /// Lets the workers and the main thread do all they have.
+    /// Runs all work of the workers and the main thread.
     void finish();
 
     std::vector<std::string> pasted() const;
     IconFace face() const { return statusItem.face; }
-    /// How many tones were played since the last call.
+    /// Tones played since the last call.
     int tonesPlayed();
-    /// The texts of the pill that is shown; empty when none is.
+    /// The texts of the visible pill; empty when there is none.
     std::string pillText();
     std::string shownResult() const;
     void useExternalInput();

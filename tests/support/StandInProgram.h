@@ -10,18 +10,18 @@
 
 namespace fenlo::test {
 
-/// Lines of several connections never mix, and each is seen at once.
+/// Prints a whole line at once, on any thread.
 inline void printLine(const std::string& line) {
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
     std::cout << line << std::endl;
 }
 
-/// Runs a stand-in server until the program is asked to end. `start` makes it; the port goes to the file, when one is
-/// named, once it is open. Gives the exit code.
+/// Runs a stand-in server, which `start` makes, until the program is asked to end. Writes the open port into the file,
+/// if one is named. Returns the exit code.
 template <typename Start>
 int runStandIn(const std::string& program, const std::string& portFile, Start start) try {
-    // Blocked before any thread is made, so that the wait below is the only one to see them.
+    // Blocked before any thread starts, so that only the wait below gets them.
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);

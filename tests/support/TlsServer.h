@@ -11,7 +11,7 @@ class SSLServer;
 
 namespace fenlo::test {
 
-/// A server whose certificate names 127.0.0.1 and is signed by nobody but itself. It answers "fine" to GET /.
+/// A server with a self-signed certificate for 127.0.0.1. It answers "fine" to GET /.
 class TlsServer {
 public:
     TlsServer();

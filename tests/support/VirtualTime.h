@@ -8,10 +8,10 @@
 
 namespace fenlo::test {
 
-/// Clock, main queue and background on one virtual time line; everything runs on the test's own thread.
+/// Clock, main queue and background with a common virtual time; everything runs on the thread of the test.
 ///
 /// sleep() advances the time at once without running timers, as a blocked main thread would; onSleep, when set, is
-/// called in the middle of it, so that a test can let other threads' work happen meanwhile.
+/// called in the middle of it, so that a test can do other threads' work meanwhile.
 class VirtualClock final : public Clock {
 public:
     double now() const override { return m_now; }
@@ -39,7 +39,7 @@ public:
     }
     bool isMainThread() const override { return true; }
 
-    /// Runs what was posted and is due, without advancing the time.
+    /// Runs everything that is due, without advancing the time.
     void runPosted();
     /// Advances the time, running each timer at its moment.
     void advance(double seconds);
@@ -50,7 +50,7 @@ private:
     DueTimers m_timers;
 };
 
-/// Holds tasks until the test runs them.
+/// Keeps tasks until the test runs them.
 class ManualBackground final : public Background {
 public:
     void run(Task task) override { m_tasks.push_back(std::move(task)); }

@@ -2,9 +2,9 @@
 
 #include "base/Files.h"
 #include "base/Text.h"
+#include "support/LoopbackServices.h"
 #include "support/ServiceFaults.h"
 #include "support/StandInProgram.h"
-#include "support/services/LoopbackServices.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -13,7 +13,7 @@ using namespace fenlo::test;
 
 namespace {
 
-/// Without the query: a key may stand there.
+/// Without the query, which may hold a key.
 std::string describe(const WireRequest& request) {
     return request.method + " " + request.target.substr(0, request.target.find('?')) + ": " +
            std::to_string(request.body.size() / 1024) + " KB, connection reused=" + (request.reused ? "yes" : "no");
@@ -28,7 +28,7 @@ int main(int argc, char** argv) {
     std::uint16_t port = 0;
     std::string portFile;
     std::string textFile;
-    LoopbackRecogniser::Behaviour speech;
+    LoopbackServices::Behaviour speech;
     app.add_option("--port", port, "port to listen on; 0 chooses a free one");
     app.add_option("--port-file", portFile, "file to write the port to once it is open");
     const auto text = app.add_option("--text", speech.text, "what the speech service answers");
@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
     return runStandIn("loopback-services", portFile, [&] {
         auto services =
             std::make_unique<LoopbackServices>(port, [](const WireRequest& request) { printLine(describe(request)); });
-        services->speech().behave(speech);
+        services->behave("speech", speech);
         printLine("stand-in services on " + services->server().url() +
                   ": they answer fixed texts and understand nothing");
         return services;

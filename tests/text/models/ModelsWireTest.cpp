@@ -1,7 +1,7 @@
 // The road of a rewrite over a real connection, to services that may misbehave.
 
 #include "platform/linux/net/CurlHttpClient.h"
-#include "support/LoopbackModels.h"
+#include "support/LoopbackServices.h"
 #include "support/WaitUntil.h"
 #include "text/models/ModelsFixture.h"
 
@@ -23,8 +23,8 @@ protected:
     }
     std::string rewrite(std::stop_token stop = {}) { return models.rewrite("raw", {}, "auto", {}, stop).text; }
 
-    LoopbackModels services;
-    LoopbackServer server{services.handler()};
+    LoopbackServices services;
+    const LoopbackServer& server = services.server();
     VirtualClock clock;
     Config config{files::temporaryFile("config_", ".json"), clock};
     const Deployment deployment = modelHosts(server.url(), server.url());

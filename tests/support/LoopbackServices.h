@@ -1,0 +1,84 @@
+#pragma once
+
+#include "support/LoopbackServer.h"
+
+#include <chrono>
+#include <functional>
+#include <limits>
+#include <map>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace fenlo::test {
+
+/// A stand-in for the cloud services, on one port: for speech recognition ("speech", with the providers "groq",
+/// "deepgram" and "grok") and for the language models "gemini" and "groq". Each takes requests and answers in the shape
+/// of its original. It understands nothing and says what it is told to.
+///
+/// It can be told over the wire, too: POST /control with {"service": …} and fields of a Behaviour; GET
+/// /control/requests lists what came, oldest first.
+///
+/// Threads: any.
+class LoopbackServices {
+public:
+    /// What a service does with its next requests. `mode` is one of serviceModes(); "reset", for speech only, resets
+    /// the connection in the middle of the upload, of which nothing is kept.
+    struct Behaviour {
+        std::string mode = "ok";
+        std::optional<std::string> text = {}; // without one, a sentence that names the stand-in
+        std::string reply = {};               // the whole JSON body, instead of one made from `text`
+        double delay = 0;                     // seconds
+        /// Answers to requests whose prompts hold a certain part, before `text`; the first that fits.
+        std::vector<std::pair<std::string, std::string>> answers = {};
+        int times = std::numeric_limits<int>::max(); // requests that `mode` holds for; the ones after them go well
+    };
+
+    /// A part of a multipart body.
+    struct Part {
+        std::string name;
+        std::string head; // its header lines
+        std::string value;
+    };
+
+    struct Received {
+        std::string service;
+        std::string provider; // of a clip
+        WireRequest wire;
+        std::vector<Part> parts; // of a clip
+        std::string system;      // the prompts for a language model
+        std::string user;
+        double time = 0; // seconds since the start
+
+        std::optional<std::string> field(const std::string& name) const;
+        std::string audio() const; // the bytes of the clip
+    };
+
+    /// `onRequest` hears of each request to a service, on the connection's thread.
+    explicit LoopbackServices(std::uint16_t port = 0, std::function<void(const WireRequest&)> onRequest = {});
+
+    void behave(const std::string& service, Behaviour behaviour);
+    std::vector<Received> requests() const;
+    std::vector<Received> requests(const std::string& service) const;
+    const LoopbackServer& server() const { return m_server; }
+
+private:
+    struct State {
+        std::map<std::string, Behaviour> behaviours;
+        std::vector<Received> requests;
+    };
+
+    WireAnswer answer(const WireRequest& request, std::stop_token stop);
+    bool resetsUpload(const WireRequest& head) const;
+    /// What is wrong with the wish; empty when it was taken.
+    std::string control(const nlohmann::json& wish);
+    std::string listRequests() const;
+
+    const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    const std::function<void(const WireRequest&)> m_onRequest;
+    Guarded<State> m_state;
+    LoopbackServer m_server; // last: its threads use the rest
+};
+
+} // namespace fenlo::test
