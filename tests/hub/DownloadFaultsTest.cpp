@@ -10,26 +10,7 @@ using namespace fenlo::test;
 using ::testing::HasSubstr;
 namespace fs = std::filesystem;
 
-namespace {
-
-using Kind = HubError::Kind;
-
-const std::string weights = "weights/model one.safetensors";
-const std::vector<std::string> onlyLarge{"weights/*"};
-
-class DownloadFaultsTest : public HubFixture {
-protected:
-    /// How many bytes of the large file lie in the folder of unfinished downloads.
-    std::uint64_t kept() const {
-        std::error_code error;
-        for (const auto& entry : fs::directory_iterator(folder / ".partial", error))
-            if (entry.path().extension() != ".json")
-                return entry.file_size();
-        return 0;
-    }
-};
-
-} // namespace
+using DownloadFaultsTest = HubFixture;
 
 TEST_F(DownloadFaultsTest, ABrokenDownloadGoesOnWhereItStopped) {
     hub.hit({.mode = "drop", .after = 1'000'000, .times = 2});
@@ -47,14 +28,8 @@ TEST_F(DownloadFaultsTest, ABrokenDownloadGoesOnWhereItStopped) {
 }
 
 TEST_F(DownloadFaultsTest, ALaterRunGoesOnToo) {
-    hub.hit({.mode = "drop", .after = 1'000'000, .times = 1});
-    std::stop_source stop;
-    clock.onSleep = [&] { stop.request_stop(); }; // in the pause after the break
-    EXPECT_EQ(failure(onlyLarge, stop.get_token()).kind, Kind::cancelled);
-    EXPECT_EQ(kept(), 1'000'000u);
+    interruptAfter(1'000'000);
     EXPECT_FALSE(fs::exists(folder / weights));
-
-    clock.onSleep = {};
     download(onlyLarge);
     EXPECT_TRUE(there(weights) == large);
     ASSERT_EQ(transfers().size(), 2u);
@@ -64,12 +39,7 @@ TEST_F(DownloadFaultsTest, ALaterRunGoesOnToo) {
 TEST_F(DownloadFaultsTest, WhatCannotBeContinuedBeginsAnew) {
     // The part that is there was of another state of the file, or the hub cannot continue, or continues wrongly.
     for (const char* mode : {"tag", "no-ranges", "range"}) {
-        hub.hit({.mode = "drop", .after = 700'000, .times = 1});
-        std::stop_source stop;
-        clock.onSleep = [&] { stop.request_stop(); };
-        failure(onlyLarge, stop.get_token());
-        clock.onSleep = {};
-        EXPECT_EQ(kept(), 700'000u);
+        interruptAfter(700'000);
         hub.hit({.mode = mode, .times = 1});
         download(onlyLarge);
         EXPECT_TRUE(there(weights) == large) << mode;
@@ -88,11 +58,7 @@ TEST_F(DownloadFaultsTest, WhatCannotBeContinuedBeginsAnew) {
 }
 
 TEST_F(DownloadFaultsTest, APartOfAnotherFileIsNotContinued) {
-    hub.hit({.mode = "drop", .after = 700'000, .times = 1});
-    std::stop_source stop;
-    clock.onSleep = [&] { stop.request_stop(); };
-    failure(onlyLarge, stop.get_token());
-    clock.onSleep = {};
+    interruptAfter(700'000);
     const std::string newer = std::string(2'000'000, 'n');
     publish(weights, newer);
     download(onlyLarge);
@@ -109,25 +75,21 @@ TEST_F(DownloadFaultsTest, DamagedContentNeverGetsItsName) {
     struct Case {
         LoopbackHub::Fault fault;
         std::string message;
+        std::string file = "weights/model one.safetensors";
     };
     for (const Case& test : {Case{{.mode = "content", .times = 9}, "is not what the hub lists"},
                              Case{{.mode = "hash", .inListing = true}, "is not what the hub lists"},
                              Case{{.mode = "size", .inListing = true}, "with 2500000 bytes but lists it with 2500001"},
+                             Case{{.mode = "content", .times = 9}, "is not what the hub lists", "config.json"},
                              Case{{.mode = "endless"}, "sends more of"}}) {
         hub.hit(test.fault);
-        const HubError error = failure(onlyLarge);
+        const HubError error = failure({test.file});
         EXPECT_EQ(error.kind, Kind::damaged) << test.fault.mode;
         EXPECT_THAT(error.what(), HasSubstr(test.message));
-        EXPECT_FALSE(fs::exists(folder / weights));
+        EXPECT_FALSE(fs::exists(folder / test.file));
         EXPECT_FALSE(fs::exists(folder / ".snapshot.json"));
         fs::remove_all(folder);
     }
-}
-
-TEST_F(DownloadFaultsTest, SmallFilesAreCheckedByTheirBlob) {
-    hub.hit({.mode = "content", .times = 9});
-    EXPECT_EQ(failure({"config.json"}).kind, Kind::damaged);
-    EXPECT_FALSE(fs::exists(folder / "config.json"));
 }
 
 TEST_F(DownloadFaultsTest, RefusalsNameTheRemedy) {

@@ -28,7 +28,7 @@ HubFixture::HubFixture() : large(randomBytes()) {
         ::unsetenv(name);
     settings.endpoint = hub.server().url();
     publish("config.json", small);
-    publish("weights/model one.safetensors", large);
+    publish(weights, large);
 }
 
 void HubFixture::publish(const std::string& path, const std::string& content, const std::string& repository) {
@@ -52,6 +52,23 @@ hub::HubError HubFixture::failure(const std::vector<std::string>& globs, std::st
     }
     ADD_FAILURE() << "the download succeeded";
     return {hub::HubError::Kind::disk, ""};
+}
+
+void HubFixture::interruptAfter(std::uint64_t bytes) {
+    hub.hit({.mode = "drop", .after = bytes, .times = 1});
+    std::stop_source stop;
+    clock.onSleep = [&] { stop.request_stop(); }; // in the pause after the break
+    EXPECT_EQ(failure(onlyLarge, stop.get_token()).kind, Kind::cancelled);
+    clock.onSleep = {};
+    EXPECT_EQ(kept(), bytes);
+}
+
+std::uint64_t HubFixture::kept() const {
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder / ".partial", error))
+        if (entry.path().extension() != ".json")
+            return entry.file_size();
+    return 0;
 }
 
 std::vector<LoopbackHub::Received> HubFixture::transfers() const {

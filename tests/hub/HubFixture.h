@@ -31,6 +31,8 @@ private:
 /// A hub with one repository, a real client of it, and an empty folder to download into.
 class HubFixture : public ::testing::Test {
 protected:
+    using Kind = hub::HubError::Kind;
+
     HubFixture();
 
     /// Puts a file into the repository.
@@ -44,7 +46,13 @@ protected:
     /// The error of a download that must not succeed; its message is checked for what holds for all.
     hub::HubError failure(const std::vector<std::string>& globs = {}, std::stop_token stop = {});
 
-    /// What lies in the download folder under the name; "" when nothing does.
+    /// A download of the large file that is cut off after so many bytes, as when the program ends.
+    void interruptAfter(std::uint64_t bytes);
+
+    /// How many bytes of an unfinished file are kept.
+    std::uint64_t kept() const;
+
+    /// The content of a file in the download folder; "" when it is not there.
     std::string there(const std::string& path) const { return files::read(folder / path).value_or(""); }
 
     /// The requests for contents that came to the storage or to the hub itself; no listings, no redirects.
@@ -53,7 +61,9 @@ protected:
     const TemporaryFolder root;
     const std::filesystem::path folder = root / "downloads" / "model";
     const std::string repo = "maker/model";
-    const std::string& large; // 2,500,000 random bytes
+    const std::string weights = "weights/model one.safetensors";
+    const std::vector<std::string> onlyLarge{"weights/*"};
+    const std::string& large; // the content of `weights`, 2,500,000 random bytes
     const std::string small = "{\"kind\": \"whisper\"}\n";
     LoopbackHub hub{root / "served"};
     SharedVirtualClock clock;

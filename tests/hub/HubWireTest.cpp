@@ -16,8 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Kind = HubError::Kind;
-
 class HubWireTest : public HubFixture {
 protected:
     static std::vector<std::string> paths(const std::vector<RepoFile>& files) {
@@ -35,14 +33,14 @@ TEST_F(HubWireTest, AListingNamesFilesOfAllPagesThatMatch) {
     publish("b/c.txt", "bc");
     hub.setPageSize(1);
     const auto all = hubClient().listFiles(repo, {}, {});
-    ASSERT_THAT(paths(all), ElementsAre("a.txt", "b/c.txt", "config.json", "weights/model one.safetensors"));
+    ASSERT_THAT(paths(all), ElementsAre("a.txt", "b/c.txt", "config.json", weights));
     EXPECT_EQ(all[2].size, small.size());
     EXPECT_EQ(all[2].blobId, gitBlobSha1(small));
     EXPECT_EQ(all[2].sha256, std::nullopt);
     EXPECT_EQ(all[3].size, large.size());
     EXPECT_EQ(all[3].sha256, test::sha256(large));
     EXPECT_THAT(paths(hubClient().listFiles(repo, {"*.txt", "weights/*"}, {})),
-                ElementsAre("a.txt", "b/c.txt", "weights/model one.safetensors"));
+                ElementsAre("a.txt", "b/c.txt", weights));
     EXPECT_THAT(paths(hubClient().listFiles(repo, {"none*"}, {})), ElementsAre());
 
     const WireRequest first = hub.requests().front().wire;
@@ -57,7 +55,7 @@ TEST_F(HubWireTest, TheTokenGoesToTheHubAndNeverToItsStorage) {
     settings.token = "hf_secret";
     download();
     EXPECT_EQ(there("config.json"), small);
-    EXPECT_TRUE(there("weights/model one.safetensors") == large);
+    EXPECT_TRUE(there(weights) == large);
 
     std::vector<std::string> targets;
     for (const auto& [wire, atStorage, sent] : hub.requests()) {
@@ -100,10 +98,10 @@ TEST_F(HubWireTest, WhatIsThereWholeIsNotFetchedAgain) {
     EXPECT_EQ(there("config.json"), "{\"kind\": \"whistle\"}\n");
 
     fs::remove(folder / ".snapshot.json");
-    fs::resize_file(folder / "weights/model one.safetensors", 5);
+    fs::resize_file(folder / weights, 5);
     download();
     EXPECT_EQ(transfers().size(), 4u);
-    EXPECT_TRUE(there("weights/model one.safetensors") == large);
+    EXPECT_TRUE(there(weights) == large);
     EXPECT_FALSE(fs::exists(folder / ".partial"));
 }
 

@@ -19,10 +19,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Kind = HubError::Kind;
-
-const std::string weights = "weights/model one.safetensors";
-
 class SnapshotTest : public HubFixture {
 protected:
     void goOffline() { settings.offline = true; }

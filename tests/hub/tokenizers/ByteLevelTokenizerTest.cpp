@@ -94,7 +94,7 @@ TEST(ByteLevelTokenizer, AnyBytes_GiveTheRepairedTextBack) {
     }
 }
 
-// Merging that looks through the whole word for every merge would take hours here.
+// A merge that searches the whole word each time would take hours here.
 TEST(ByteLevelTokenizer, WordOfAMillionLetters_IsEncodedWithoutBlowUp) {
     for (const std::string unit : {"a", "ab", "<|", "\u00E9", " "}) {
         std::string text;

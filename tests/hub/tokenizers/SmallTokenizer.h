@@ -30,7 +30,7 @@ inline Tokenizer parsed(const json& file) {
     return Tokenizer::parse(writeJson(file), "small.json");
 }
 
-/// The pieces that the text becomes.
+/// The pieces of the encoded text.
 inline std::vector<std::string> piecesOf(const Tokenizer& tokenizer, const std::string& text) {
     std::vector<std::string> pieces;
     for (const int token : tokenizer.encode(text))

@@ -1,4 +1,4 @@
-// Normalizers, pre-tokenizers and decoders, each with what it makes of a text.
+// Normalizers, pre-tokenizers and decoders, each with examples.
 
 #include "base/Json.h"
 #include "hub/tokenizers/Decoder.h"
