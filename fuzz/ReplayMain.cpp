@@ -1,5 +1,5 @@
-// Runs a fuzz target without a fuzzing engine: replays the files of its corpus folder (the first argument), and for
-// each a fixed number of deterministic mutations, so that every run tests the same inputs.
+// Runs a fuzz target without a fuzzing engine: the files of its corpus folder (the first argument), and of each a fixed
+// number of deterministic mutations, so that every run tests the same inputs.
 
 #include <algorithm>
 #include <cstddef>
@@ -27,7 +27,7 @@ Bytes readFile(const fs::path& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/// Headers decide most, so half of the changes fall into the first 64 bytes.
+/// Half of the changes are in the first 64 bytes, since headers matter most.
 std::size_t somewhere(const Bytes& bytes, std::mt19937& random) {
     const std::size_t reach = random() % 2 ? bytes.size() : std::min<std::size_t>(bytes.size(), 64);
     return random() % reach;

@@ -5,7 +5,8 @@
 #include <cstdlib>
 #include <string_view>
 
-/// What a fuzz target promises of its results. A broken promise ends the process, which is how it is found.
+/// Checks a promise of a fuzz target about its results. A broken promise ends the process, so that the fuzzer reports
+/// it.
 namespace fenlo {
 
 inline void require(bool holds) {

@@ -1,5 +1,5 @@
-// Compiled files: whatever the header, the table and the numbers say, the networks refuse the file or compute something
-// within their own memory. The checksum is made to fit first; without that, only it would be tested.
+// Compiled files: the networks refuse any damaged file or compute within their own memory. The checksum is corrected
+// first; otherwise nothing beyond it would be tested.
 
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/AudioEncoderNetwork.h"
@@ -18,7 +18,7 @@ using namespace fenlo::whisper;
 
 namespace {
 
-/// The checksum lies last in the header.
+/// Corrects size and checksum. The checksum is the last field of the header.
 void seal(std::span<std::byte> bytes) {
     compiled::Header header{};
     if (bytes.size() < sizeof header)

@@ -1,4 +1,4 @@
-// Checkpoints: whatever the bytes, the reader refuses them with an error of its own or gives tensors that lie inside.
+// Checkpoints: the reader refuses any bytes with its own error, or gives tensors that lie within them.
 
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/SafeTensors.h"

@@ -1,5 +1,4 @@
-// Reading audio files: whatever the bytes, the reader ends with an error or with finite samples, and what it read can
-// be tested, prepared and written.
+// Audio files: any bytes end in an error or in finite samples, which can be tested for speech, prepared and written.
 
 #include "audio/ClipPreparation.h"
 #include "audio/SpeechTest.h"
@@ -16,7 +15,7 @@ using namespace fenlo;
 
 namespace {
 
-constexpr std::uint64_t mostFrames = 1 << 26; // a file without sound in it may last a day
+constexpr std::uint64_t mostFrames = 1 << 26; // a file with little content may claim a day
 
 void check(const std::filesystem::path& file, ChannelMix mix) {
     try {
@@ -29,7 +28,7 @@ void check(const std::filesystem::path& file, ChannelMix mix) {
     }
 }
 
-/// Whatever is damaged, it lies within the recording, and what was read of it is sound.
+/// Damage lies within the recording, and the samples are finite.
 void checkDamages(const std::filesystem::path& file) {
     try {
         AudioFileReader reader(file, AudioFormats::sndfile);
@@ -50,7 +49,7 @@ void checkDamages(const std::filesystem::path& file) {
 
 } // namespace
 
-// libsndfile 1.2.0 lets go of no Vorbis state when the header that follows is damaged.
+// libsndfile 1.2.0 leaks the Vorbis state when the next header is damaged.
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:vorbis_info_init\n";
 }

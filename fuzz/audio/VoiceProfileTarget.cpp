@@ -1,5 +1,5 @@
-// The voice profile file: whatever the bytes, it is refused or makes a profile that survives its own encoding and
-// scores any window between 0 and 1.
+// Voice profiles: any bytes are refused or give a profile that can be encoded and read back, and that scores any window
+// between 0 and 1.
 
 #include "audio/voice/VoiceMatch.h"
 #include "fuzz/Require.h"

@@ -1,5 +1,5 @@
-// What a hub says: whatever the bytes, a listing ends with an error or with files that stay in their folder, an address
-// leads to the web, and a manifest is read back as it was written. The first line of the input is a header's value.
+// Replies of the hub: any listing ends in an error or in files that stay in their folder, any address leads to the web
+// or is refused, and a manifest is read back as written. The first line of the input is the value of a header.
 
 #include "base/Url.h"
 #include "fuzz/Require.h"

@@ -1,5 +1,5 @@
-// Tokenizer files: whatever the bytes, reading them ends with a one-line error or with a tokenizer that turns any text
-// into known tokens and any tokens into valid text.
+// Tokenizer files: any bytes end in a one-line error or in a tokenizer that turns any text into known tokens and any
+// tokens into valid text.
 
 #include "fuzz/Require.h"
 #include "hub/tokenizers/Tokenizer.h"

@@ -1,5 +1,5 @@
-// The statistics file: whatever stands in it, every reading ends, and after a record the file parses, holds the new
-// entry and says the same to all who read it.
+// The statistics file: any content can be read, and after a record the file parses, holds the new entry and gives every
+// reader the same figures.
 
 #include "base/Clock.h"
 #include "base/Files.h"

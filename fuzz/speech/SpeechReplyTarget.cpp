@@ -1,5 +1,4 @@
-// Replies of the speech services: whatever the bytes, reading them ends with an error or with valid text, and the
-// guards and the clean-up take it.
+// Replies of the speech services: any bytes end in an error or in valid text, which guards and clean-up accept.
 
 #include "fuzz/Require.h"
 #include "speech/DeepgramProvider.h"

@@ -1,4 +1,4 @@
-// Guards and clean-up: any text ends in valid text, and tidying a tidy text does not make it grow.
+// Guards and clean-up: any text becomes valid text, and cleaning it again does not make it longer.
 
 #include "base/Text.h"
 #include "fuzz/Require.h"

@@ -1,5 +1,5 @@
-// Replies of the language models: whatever the bytes, reading them ends with a short error or with valid text, and
-// cleaning that text leaves valid text which is no longer.
+// Replies of the language models: any bytes end in a short error or in valid text, and cleaning that text gives valid
+// text that is not longer.
 
 #include "base/Text.h"
 #include "fuzz/Require.h"

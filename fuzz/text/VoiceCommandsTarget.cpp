@@ -1,5 +1,4 @@
-// Spoken commands and corrections: any text ends in valid, tidy text with at most one action, and capitals that stand
-// stay as they are.
+// Spoken commands and corrections: any text becomes valid, tidy text with at most one action, and capitals are kept.
 
 #include "base/Text.h"
 #include "fuzz/Require.h"
@@ -18,7 +17,7 @@ bool isUtf8(const std::string& text) {
     return text::repairUtf8(text) == text;
 }
 
-/// The heading of a whole utterance stands as it is; everything else is as the clean-up leaves it.
+/// A heading that is the whole utterance is kept as it is; any other text is as the clean-up leaves it.
 bool isTidy(const std::string& text, const std::string& profession) {
     static const text::Regex untidy("[^\\S\\n\\t ]|  | \\n|\\s[.,!?;:]|([.,!?;:])\\1|^[ \\t]|[ \\t]\\z");
     const auto commands = profile(profession).voiceCommands;

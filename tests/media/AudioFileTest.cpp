@@ -112,7 +112,7 @@ TEST_F(AudioFiles, UnknownFormat_GoesThroughFfmpeg) {
     std::ofstream(strange) << "some container";
     const std::string send = "cat '" + write("in.au", auFloat, 22050, 2, sine(0.5F, 10, 22050)).string() + "'\n";
     {
-        // The input must arrive as one argument that no option can be.
+        // The file must arrive as one argument that cannot be taken for an option.
         const StandInFfmpeg ffmpeg(folder, "for one; do [ \"$one\" = 'file:" + strange.string() + "' ] && " + send +
                                                "done\nexit 0\n");
         const Recording recording = readRecording(strange, 22050);
@@ -160,7 +160,7 @@ TEST_F(AudioFiles, HostileLengths_ReserveNoMoreThanTheSizeBearsOut) {
     bytes.replace(bytes.find("data") + 4, 4, "\xFF\xFF\xFF\x7F");
     std::ofstream(file, std::ios::binary) << bytes;
     EXPECT_LE(AudioFileReader(file, AudioFormats::sndfile).expectedFrames(), bytes.size() * 64);
-    // A day and a little more, of which nothing is on the disk.
+    // A little more than a day, as a hole in the file.
     write("endless.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, 1000, 1, {0});
     bytes = files::read(folder / "endless.wav").value();
     bytes.replace(bytes.find("data") + 4, 4, "\xFF\xFF\xFF\x7F");
@@ -206,7 +206,7 @@ TEST_F(AudioFiles, WrongLengthInTheHeader_LosesNothing) {
     EXPECT_THROW(readRecording(file, 16000), AudioFileError) << "no samples";
 }
 
-/// Behind damage everything is where it was.
+/// After damage every sound is at its time.
 TEST_F(AudioFiles, DamageInTheMiddle_IsToldAndLeavesTheRestInItsPlace) {
     std::vector<float> sweep(16000 * 30);
     for (std::size_t i = 0; i < sweep.size(); ++i)
@@ -231,7 +231,7 @@ TEST_F(AudioFiles, DamageInTheMiddle_IsToldAndLeavesTheRestInItsPlace) {
                     static_cast<double>(tolerance))
             << name;
         if (tolerance > 0)
-            continue; // what follows has the same sound, a little off
+            continue; // the same sound follows, slightly shifted
         double difference = 0;
         for (std::size_t i = 16000 * 22; i < sweep.size(); ++i)
             difference = std::max(difference, std::abs(static_cast<double>(hurt.samples[i] - whole.samples[i])));

@@ -1,5 +1,4 @@
-// Under a value of FENLO_ISA that this processor cannot honour all tests of a program are skipped: they would say
-// nothing.
+// Skips all tests of a program when FENLO_ISA names a step that this processor lacks: they would test another one.
 
 #include "WhisperEngine/runtime/InstructionSet.h"
 

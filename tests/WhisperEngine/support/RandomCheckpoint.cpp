@@ -125,7 +125,7 @@ std::string shardName(int shard, int shards) {
     return "model-" + number(shard + 1) + "-of-" + number(shards) + ".safetensors";
 }
 
-/// Neighbours go to different shards, as no publisher does it: all that counts is the index.
+/// Neighbours go to different shards, which no publisher does: only the index may say where a tensor is.
 void writeShards(const fs::path& folder, const std::vector<RandomTensor>& tensors, int shards) {
     json map = json::object();
     for (int shard = 0; shard < shards; ++shard) {

@@ -26,10 +26,10 @@ namespace fenlo::test {
 struct RandomCheckpoint {
     whisper::ModelArchitecture architecture;
     int shards = 1;                  // with more, an index file names them
-    std::filesystem::path tokenizer; // to be copied, where there is one
+    std::filesystem::path tokenizer; // copied, unless empty
 
-    /// Streams `config.json`, `generation_config.json` and the weights into the folder, which is made; memory stays
-    /// small, whatever the architecture. Errors: std::runtime_error where the disk does not take them.
+    /// Makes the folder and writes `config.json`, `generation_config.json` and the weights, in little memory. Errors:
+    /// std::runtime_error when the disk refuses.
     void write(const std::filesystem::path& folder) const;
 };
 
