@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+using namespace fenlo;
 using namespace fenlo::whisper;
 using nlohmann::json;
 using testing::ElementsAre;
