@@ -1,80 +1,40 @@
 #pragma once
 
-#include <filesystem>
-#include <stdexcept>
-#include <string>
-#include <vector>
+#include <functional>
 
-/// The doors of the program. Each returns the exit status of the process; what it throws ends in a line on standard
-/// error and `failed`, `usage` or `interrupted`.
+namespace CLI {
+class App;
+}
+
 namespace fenlo {
 
-namespace exitStatus {
-inline constexpr int ok = 0;
-inline constexpr int failed = 1;        // the line on standard error says what, and what to do
-inline constexpr int usage = 2;         // the arguments were wrong
-inline constexpr int noSpeech = 3;      // the file holds no speech
-inline constexpr int damaged = 4;       // a recording is damaged or cut; what can be read of it was transcribed
-inline constexpr int interrupted = 130; // by Control-C or another signal, as a shell tells it
-} // namespace exitStatus
-
-/// Arguments that contradict each other or that the machine cannot follow. what() is one line with the remedy.
-struct UsageError : std::runtime_error {
-    using std::runtime_error::runtime_error;
+/// A command of the program, as it was added to the command line.
+struct Command {
+    const CLI::App* parsed;   // true once the user has named it
+    std::function<int()> run; // returns the exit status; what it throws ends in a line on standard error
 };
 
-/// The user ends a command by a signal. what() is the line on standard error.
-struct Interrupted : std::runtime_error {
-    explicit Interrupted(const std::string& line = "interrupted") : std::runtime_error(line) {}
-};
+/// Each adds one command with its options to the command line.
+///
+/// dictate: the whole road of a take on an audio file; the text goes to standard output.
+Command addDictateCommand(CLI::App& cli);
+/// transcribe: the words of recordings, by the engine on this machine, with the times of their segments.
+Command addTranscribeCommand(CLI::App& cli);
+/// models: what models there are, on this machine and to download.
+Command addModelsCommand(CLI::App& cli);
+/// keys: where each service's key is, and to keep one in the desktop's keyring or remove it. A key is never shown.
+Command addKeysCommand(CLI::App& cli);
+/// voice-profile: measures the voice in a recording and keeps it as the profile of the user's voice.
+Command addVoiceProfileCommand(CLI::App& cli);
+/// bench: how fast each stage of the engine runs on this machine.
+Command addBenchCommand(CLI::App& cli);
+/// engine-check, for instructionTrial(): calculates with one step, and compares. `failed` when a result is wrong,
+/// `usage` when this processor lacks the step; an illegal instruction ends the process.
+Command addEngineCheckCommand(CLI::App& cli);
+/// doctor: what of the desktop works, and the remedy for what does not. `failed` when a dictation would not work.
+Command addDoctorCommand(CLI::App& cli);
 
-struct DictateOptions {
-    std::filesystem::path file;
-    std::string application; // the id that the tables of applications see; empty for none
-    bool isCommand = false;  // the words are an instruction to the language model
-    std::string selection;   // the text that they are about
-    bool json = false;
-};
-
-struct BenchOptions {
-    std::string model; // empty for the offline model
-    int threads = 0;
-    bool float32 = false;
-    bool json = false;
-};
-
-/// The desktop program: runs until the user quits it.
-int runDesktopApp(int argc, char** argv);
-
-/// The whole road of a take on an audio file; the text goes to standard output.
-int runDictate(const DictateOptions& options);
-
-/// What models there are, on this machine and to download.
-int runModelsList(bool json);
-int runModelsDownload(const std::string& name);
-/// Fetches what is damaged or missing of an installed model, prepares it again and loads it.
-int runModelsRepair(const std::string& name);
-int runModelsRemove(const std::string& name);
-/// The folder of a model, or of all of them without a name.
-int runModelsPath(const std::string& name);
-
-/// The keys of the services in the desktop's keyring, which are never shown: where each is, and to keep or remove one.
-/// A new one is read from standard input.
-int runKeysList(bool json);
-int runKeysSet(const std::string& name);
-int runKeysRemove(const std::string& name);
-
-/// Measures the voice in a recording and keeps it as the profile of the user's voice.
-int runVoiceProfile(const std::filesystem::path& recording, bool json);
-
-/// How fast each stage of the engine runs on this machine.
-int runBench(const BenchOptions& options);
-
-/// For instructionTrial(): calculates with this step, and compares. `failed` when a result is wrong, `usage` when this
-/// processor lacks the step; an illegal instruction ends the process.
-int runEngineCheck(const std::string& step);
-
-/// Tells what of the desktop works, and the remedy for what does not. `failed` when a dictation would not work.
-int runDoctor(bool json);
+/// What options of several commands say.
+inline constexpr const char* modelHelp = "a model's name or a part of it, or the path of a model's folder";
 
 } // namespace fenlo

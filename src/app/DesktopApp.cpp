@@ -1,7 +1,9 @@
 // The composition root of the desktop program: makes one object of each service and hands them to each other.
 
+#include "app/DesktopApp.h"
+
 #include "Version.h"
-#include "app/Commands.h"
+#include "app/ExitStatus.h"
 #include "app/TakeServices.h"
 #include "app/TerminationSignals.h"
 

@@ -1,32 +1,36 @@
+#include "app/CommandServices.h"
 #include "app/Commands.h"
+#include "app/ExitStatus.h"
 #include "app/RecordingDamage.h"
 #include "app/StandardOutput.h"
 #include "app/TakeServices.h"
-#include "app/TerminationSignals.h"
-#include "audio/ChunkWriter.h"
-#include "audio/QuietCut.h"
 #include "audio/SpeechTest.h"
-#include "base/Clock.h"
-#include "base/Files.h"
+#include "audio/TakeChunks.h"
 #include "base/Json.h"
 #include "media/AudioFile.h"
-#include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "session/TakeNote.h"
 #include "session/TakePipeline.h"
 #include "settings/Config.h"
-#include "settings/Deployment.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 namespace fenlo {
 
 namespace {
 
-constexpr double chunkSeconds = 240.0;
-
 constexpr int takeRate = 16000; // hertz
+
+struct DictateOptions {
+    std::filesystem::path file;
+    std::string application; // the id that the tables of applications see; empty for none
+    bool isCommand = false;  // the words are an instruction to the language model
+    std::string selection;   // the text that they are about
+    bool json = false;
+};
 
 /// A recording cut into chunk files, as the recorder would have left it.
 Take takeFromSamples(std::span<const float> samples) {
@@ -35,24 +39,13 @@ Take takeFromSamples(std::span<const float> samples) {
     take.duration = static_cast<double>(samples.size()) / takeRate;
     const SpeechTestResult test = testSpeech(samples, take.duration);
     take.speechRatio = test.speechRatio.value_or(1.0f);
-    const auto chunkLength = static_cast<std::size_t>(chunkSeconds * takeRate);
-    const bool inOnePiece = samples.size() <= chunkLength;
-    if (inOnePiece && !test.keep)
+    if (!test.keep && take.duration <= chunkDuration)
         return take;
-    for (auto rest = samples; !rest.empty();) {
-        const std::size_t cut = rest.size() <= chunkLength
-                                    ? rest.size()
-                                    : quietCut(rest.first(chunkLength), takeRate, WithoutQuiet::atPause);
-        const auto chunk = writeChunk(rest.first(cut), takeRate);
-        if (!chunk) {
-            for (const auto& written : take.chunks)
-                files::removeQuietly(written);
-            throw std::runtime_error("cannot write to " + std::filesystem::temp_directory_path().string() +
-                                     "; free some space or set TMPDIR");
-        }
-        take.chunks.push_back(*chunk);
-        rest = rest.subspan(cut);
-    }
+    auto chunks = writeChunks(samples, takeRate);
+    if (!chunks)
+        throw std::runtime_error("cannot write to " + std::filesystem::temp_directory_path().string() +
+                                 "; free some space or set TMPDIR");
+    take.chunks = std::move(*chunks);
     return take;
 }
 
@@ -114,28 +107,21 @@ int tell(const TakeOutcome& result, const Take& take, const DictateOptions& opti
     return exitStatus::ok;
 }
 
-} // namespace
-
 int runDictate(const DictateOptions& options) {
-    TerminationSignals::block();
-    std::stop_source interruption;
+    CommandServices command;
     const auto [take, isDamaged] = takeFromFile(options.file);
     if (take.chunks.empty()) {
         std::fprintf(stderr, "fenlo: %s holds no speech\n", options.file.c_str());
         return exitStatus::noSpeech;
     }
-    const TerminationSignals termination([&] { interruption.request_stop(); });
-    SystemClock clock;
-    Config config(Config::defaultFile(), clock);
-    const Deployment deployment = Deployment::load();
-    CurlHttpClient http;
+    Config config(Config::defaultFile(), command.clock);
     SecretServiceStore secrets;
-    TakeServices services(config, deployment, http, secrets, clock);
+    TakeServices services(config, command.deployment, command.http, secrets, command.clock);
     if (config.get().offlineMode)
-        services.localTranscriber.setup({}, interruption.get_token());
+        services.localTranscriber.setup({}, command.stop());
 
     TakeListener listener;
-    listener.isCancelled = [token = interruption.get_token()] { return token.stop_requested(); };
+    listener.isCancelled = [token = command.stop()] { return token.stop_requested(); };
     listener.onChunk = [](int index, int total) { std::fprintf(stderr, "Transcribing %d/%d...\n", index, total); };
     listener.situation = [&] {
         return TakeSituation{
@@ -145,12 +131,28 @@ int runDictate(const DictateOptions& options) {
     const auto note = services.keptTakes.begin();
     note->write(take);
     listener.onProgress = [&](const Take& rest) { note->write(rest); };
-    const TakeOutcome result = TakePipeline(config, services.steps()).run(take, listener, interruption.get_token());
+    const TakeOutcome result = TakePipeline(config, services.steps()).run(take, listener, command.stop());
     note->discard();
-    if (interruption.stop_requested())
+    if (command.stop().stop_requested())
         throw Interrupted();
     const int status = tell(result, take, options);
     return status == exitStatus::ok && isDamaged ? exitStatus::damaged : status;
+}
+
+} // namespace
+
+Command addDictateCommand(CLI::App& cli) {
+    const auto options = std::make_shared<DictateOptions>();
+    CLI::App& command = *cli.add_subcommand("dictate", "Turn an audio file into text, the way a take is");
+    command.add_option("FILE", options->file, "the recording: WAV, FLAC, Ogg, MP3; others with ffmpeg installed")
+        ->required();
+    command.add_option("--app", options->application,
+                       "treat the text as for this application, such as \"terminal\" or \"mail\"");
+    command.add_flag("--command", options->isCommand,
+                     "the words are an instruction to the language model, as after Space during a take");
+    command.add_option("--selection", options->selection, "the selected text that the words are about");
+    command.add_flag("--json", options->json, "print a JSON object: kind, text, and how the take went");
+    return {&command, [options] { return runDictate(*options); }};
 }
 
 } // namespace fenlo

@@ -1,10 +1,12 @@
 #include "app/Commands.h"
 #include "app/Diagnosis.h"
+#include "app/ExitStatus.h"
 #include "app/StandardOutput.h"
 #include "base/Json.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdio>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 namespace fenlo {
@@ -41,8 +43,6 @@ void printForPrograms(const std::vector<Diagnosis>& findings) {
     print(writeJson(list, 2) + "\n");
 }
 
-} // namespace
-
 int runDoctor(bool json) {
     const std::vector<Diagnosis> findings = examine();
     if (json)
@@ -52,6 +52,16 @@ int runDoctor(bool json) {
     const bool broken = std::any_of(findings.begin(), findings.end(),
                                     [](const Diagnosis& found) { return found.state == Diagnosis::State::broken; });
     return broken ? exitStatus::failed : exitStatus::ok;
+}
+
+} // namespace
+
+Command addDoctorCommand(CLI::App& cli) {
+    const auto json = std::make_shared<bool>(false);
+    CLI::App& command =
+        *cli.add_subcommand("doctor", "Tell what works on this desktop, and the remedy for what does not");
+    command.add_flag("--json", *json, "print a JSON list of the checks");
+    return {&command, [json] { return runDoctor(*json); }};
 }
 
 } // namespace fenlo

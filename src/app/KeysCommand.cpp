@@ -1,4 +1,5 @@
 #include "app/Commands.h"
+#include "app/ExitStatus.h"
 #include "app/StandardOutput.h"
 
 #include "base/Json.h"
@@ -6,9 +7,11 @@
 #include "settings/ApiKey.h"
 #include "settings/ServiceKeys.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <termios.h>
@@ -70,8 +73,6 @@ std::string readKey(const std::string& name) {
     return key;
 }
 
-} // namespace
-
 int runKeysList(bool json) {
     SecretServiceStore store;
     auto list = nlohmann::ordered_json::array();
@@ -112,6 +113,37 @@ int runKeysRemove(const std::string& name) {
         throw std::runtime_error("the keyring did not remove the key of " + name);
     std::fprintf(stderr, "The keyring has no key of %s.\n", service.name);
     return exitStatus::ok;
+}
+
+struct KeysOptions {
+    std::string name;
+    bool json = false;
+};
+
+} // namespace
+
+Command addKeysCommand(CLI::App& cli) {
+    const auto options = std::make_shared<KeysOptions>();
+    CLI::App& command = *cli.add_subcommand("keys", "The keys of the services, in the desktop's keyring");
+    command.require_subcommand(1);
+    CLI::App* list = command.add_subcommand("list", "Where each key is; never the key itself");
+    list->add_flag("--json", options->json, "print a JSON list");
+    std::vector<std::string> names;
+    for (const ServiceKey& service : serviceKeys())
+        names.emplace_back(service.name);
+    const CLI::IsMember isService(names);
+    const auto addOfOne = [&](const char* name, const char* help) {
+        CLI::App* added = command.add_subcommand(name, help);
+        added->add_option("NAME", options->name, "of the service")->required()->check(isService);
+        return added;
+    };
+    const CLI::App* set = addOfOne("set", "Keep a key, which is read from standard input");
+    addOfOne("remove", "Take a key out of the keyring");
+    return {&command, [=] {
+                if (*list)
+                    return runKeysList(options->json);
+                return *set ? runKeysSet(options->name) : runKeysRemove(options->name);
+            }};
 }
 
 } // namespace fenlo

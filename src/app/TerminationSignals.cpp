@@ -23,6 +23,7 @@ void TerminationSignals::block() {
 }
 
 TerminationSignals::TerminationSignals(std::function<void()> onSignal) {
+    block();
     m_waiter = std::jthread([signals = terminationSignals(), handler = std::move(onSignal)](std::stop_token ended) {
         // The waiter itself is ended by SIGHUP, so that it needs no time-out.
         const std::stop_callback wake(ended, [thread = pthread_self()] { pthread_kill(thread, SIGHUP); });

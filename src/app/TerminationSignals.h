@@ -11,9 +11,10 @@ namespace fenlo {
 /// Threads: the handler runs on a thread of its own, for as long as this lives.
 class TerminationSignals {
 public:
-    /// Call before any other thread is made, so that all of them inherit the blocked signals.
+    /// For a program that makes threads before its TerminationSignals: all threads must inherit the blocked signals.
     static void block();
 
+    /// Made before any other thread, unless block() was called by then.
     explicit TerminationSignals(std::function<void()> onSignal);
 
 private:

@@ -1,4 +1,5 @@
 #include "app/Commands.h"
+#include "app/ExitStatus.h"
 #include "app/RecordingDamage.h"
 #include "app/StandardOutput.h"
 #include "audio/ChunkWriter.h"
@@ -8,7 +9,9 @@
 #include "media/AudioFile.h"
 #include "settings/Config.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 namespace fenlo {
@@ -50,28 +53,51 @@ void printForPrograms(const VoiceProfileData& profile, const std::filesystem::pa
     print(writeJson(result, 2) + "\n");
 }
 
-} // namespace
-
 int runVoiceProfile(const std::filesystem::path& recording, bool json) {
     auto [samples, damages] = readRecording(recording, voiceRate);
     tellDamages(recording, damages);
     normalise(samples); // as the recorder raises quiet takes, which the profile is compared with
-    VoiceProfileData profile;
+    const std::filesystem::path file = voiceProfileFile();
+    LearnedVoice learned;
     try {
-        profile = measureVoice(samples);
+        learned = learnVoice(samples, file);
     } catch (const VoiceProfileError& error) {
         return explain(error, recording, samples.size());
     }
-    const std::filesystem::path file = voiceProfileFile();
-    if (!storeVoiceProfile(profile, file))
+    if (!learned.isStored)
         throw std::runtime_error("cannot write " + file.string() + "; free some space or check the permissions");
     const SystemClock clock;
     const bool isIsolationOn = Config(Config::defaultFile(), clock).get().voiceIsolation;
     if (json)
-        printForPrograms(profile, file, isIsolationOn);
+        printForPrograms(learned.profile, file, isIsolationOn);
     else
-        printForPeople(profile, file, isIsolationOn);
+        printForPeople(learned.profile, file, isIsolationOn);
     return damages.empty() ? exitStatus::ok : exitStatus::damaged;
+}
+
+struct VoiceProfileOptions {
+    std::filesystem::path recording;
+    bool json = false;
+};
+
+} // namespace
+
+Command addVoiceProfileCommand(CLI::App& cli) {
+    const auto options = std::make_shared<VoiceProfileOptions>();
+    CLI::App& command = *cli.add_subcommand(
+        "voice-profile", "Learn your voice from a recording of you, so that other voices can be cut from takes");
+    command.footer(
+        "Read aloud for ten to twenty seconds, close to the microphone, in a quiet room and as you usually speak. The\n"
+        "profile, some numbers about your voice, is stored in ~/.fenlo/voice_profile.json; the recording is not kept.\n"
+        "Voice isolation then cuts other voices when \"voice_isolation\": true is set in ~/.fenlo/config.json. It goes "
+        "by\n"
+        "pitch above all: it tells a low voice from a high one, but hardly two voices that are alike.");
+    command
+        .add_option("FILE", options->recording,
+                    "at least three seconds of your voice: WAV, FLAC, Ogg, MP3; others with ffmpeg installed")
+        ->required();
+    command.add_flag("--json", options->json, "print a JSON object: the profile, file, voiceIsolation");
+    return {&command, [options] { return runVoiceProfile(options->recording, options->json); }};
 }
 
 } // namespace fenlo

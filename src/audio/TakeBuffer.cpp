@@ -1,8 +1,7 @@
 #include "audio/TakeBuffer.h"
 
-#include "audio/ChunkWriter.h"
-#include "audio/QuietCut.h"
 #include "audio/RunningCopy.h"
+#include "audio/TakeChunks.h"
 #include "base/Files.h"
 #include "base/Log.h"
 
@@ -14,9 +13,8 @@ namespace fenlo {
 
 namespace {
 
-constexpr double chunkDuration = 240.0; // seconds
-constexpr double preRollDuration = 0.3;
-constexpr double spareDuration = 10.0; // room for what a cut carries over
+constexpr double preRollDuration = 0.3; // seconds
+constexpr double spareDuration = 10.0;  // room for what a cut carries over
 
 /// Room for a whole chunk; memory that is not touched costs nothing.
 std::vector<float> emptyTake(double sampleRate) {
@@ -185,17 +183,15 @@ void TakeBuffer::flush(std::unique_lock<std::mutex>& lock) {
     const std::size_t number = files.size() + 1;
     lock.unlock();
 
-    const std::span<const float> samples(m_flushing);
-    const std::size_t cut = quietCut(samples, sampleRate, WithoutQuiet::atPause);
-    const auto file = writeChunk(samples.first(cut), sampleRate);
-    if (file) {
-        files.push_back(*file);
+    const auto chunk = cutChunk(m_flushing, sampleRate);
+    if (chunk) {
+        files.push_back(chunk->file);
         tellFiles(files);
         if (const auto copy = m_copy->file())
             files::removeQuietly(*copy);
         m_copy = std::make_unique<RunningCopy>(sampleRate);
-        m_flushing.erase(m_flushing.begin(), m_flushing.begin() + static_cast<std::ptrdiff_t>(cut));
-        logInfo("Flushed chunk {} → {}KB WAV ({} samples carried over)", number, files::kilobytes(*file),
+        m_flushing.erase(m_flushing.begin(), m_flushing.begin() + static_cast<std::ptrdiff_t>(chunk->length));
+        logInfo("Flushed chunk {} → {}KB WAV ({} samples carried over)", number, files::kilobytes(chunk->file),
                 m_flushing.size());
     } else {
         logError("Failed to write chunk {}", number);
@@ -203,7 +199,7 @@ void TakeBuffer::flush(std::unique_lock<std::mutex>& lock) {
     makeRoom(m_flushing, static_cast<std::size_t>(sampleRate * spareDuration));
 
     lock.lock();
-    if (file) {
+    if (chunk) {
         m_chunkFiles = std::move(files);
         m_copied = 0;
     }

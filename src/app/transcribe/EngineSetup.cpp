@@ -2,15 +2,13 @@
 
 #include "Version.h"
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
-#include "app/Commands.h"
+#include "app/CommandServices.h"
+#include "app/ExitStatus.h"
 #include "app/LocalEngine.h"
-#include "app/Progress.h"
 #include "app/transcribe/TranscribeOptions.h"
-#include "base/Clock.h"
 #include "base/Json.h"
 #include "base/Text.h"
 #include "settings/Config.h"
-#include "settings/Deployment.h"
 
 #include <algorithm>
 #include <cmath>
@@ -74,21 +72,19 @@ LogLevel logLevel(Talk talk) {
 
 } // namespace
 
-std::unique_ptr<WhisperEngine> loadEngine(const TranscribeOptions& options, HttpClient& http, Clock& clock,
-                                          Progress& progress, const std::function<void(const std::string&)>& log,
-                                          std::stop_token stop) {
-    const Deployment deployment = Deployment::load();
-    WhisperEngineConfig config = engineConfig(deployment);
-    config.modelFolder =
-        installedModel(options.model.empty() ? deployment.offlineModel : options.model, deployment, http, clock, stop);
+std::unique_ptr<WhisperEngine> loadEngine(const TranscribeOptions& options, CommandServices& command,
+                                          const std::function<void(const std::string&)>& log) {
+    WhisperEngineConfig config = engineConfig(command.deployment);
+    config.modelFolder = installedModel(options.model.empty() ? command.deployment.offlineModel : options.model,
+                                        command.deployment, command.http, command.clock, command.stop());
     config.threads = options.threads;
     config.computeOptions = ModelComputeOptions::all(options.float32 ? ComputeUnit::float32 : ComputeUnit::automatic);
-    config.compileProgress = [&](double fraction) { progress.fraction("Preparing the model", fraction); };
+    config.compileProgress = [&](double fraction) { command.progress.fraction("Preparing the model", fraction); };
     config.logLevel = logLevel(options.talk);
     config.verbose = config.logLevel != LogLevel::none;
     config.logSink = log;
-    auto engine = WhisperEngine::create(std::move(config), http, clock, stop);
-    progress.finish();
+    auto engine = WhisperEngine::create(std::move(config), command.http, command.clock, command.stop());
+    command.progress.finish();
     return engine;
 }
 

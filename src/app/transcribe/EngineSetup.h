@@ -4,19 +4,16 @@
 
 #include <functional>
 #include <memory>
-#include <stop_token>
 #include <string>
 
 namespace fenlo {
 
-class Progress;
+struct CommandServices;
 struct TranscribeOptions;
 
 /// The engine that the options ask for, loaded; its own log lines go to `log` when the options want them.
-std::unique_ptr<whisper::WhisperEngine> loadEngine(const TranscribeOptions& options, HttpClient& http, Clock& clock,
-                                                   Progress& progress,
-                                                   const std::function<void(const std::string&)>& log,
-                                                   std::stop_token stop);
+std::unique_ptr<whisper::WhisperEngine> loadEngine(const TranscribeOptions& options, CommandServices& command,
+                                                   const std::function<void(const std::string&)>& log);
 
 /// What the options mean for this engine. Throws UsageError where its model cannot do it.
 whisper::DecodingOptions decodingOptions(const TranscribeOptions& options, const whisper::WhisperEngine& engine);

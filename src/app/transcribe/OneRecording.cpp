@@ -1,7 +1,7 @@
 #include "app/transcribe/OneRecording.h"
 
 #include "WhisperEngine/WhisperError.h"
-#include "app/Commands.h"
+#include "app/ExitStatus.h"
 #include "app/Progress.h"
 #include "app/StandardOutput.h"
 #include "app/transcribe/EngineSetup.h"

@@ -3,17 +3,14 @@
 #include "WhisperEngine/Tokenizer/Languages.h"
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 #include "WhisperEngine/WhisperError.h"
-#include "app/Commands.h"
-#include "app/Progress.h"
+#include "app/CommandServices.h"
+#include "app/ExitStatus.h"
 #include "app/StandardOutput.h"
-#include "app/TerminationSignals.h"
 #include "app/transcribe/EngineSetup.h"
 #include "app/transcribe/OneRecording.h"
 #include "app/transcribe/Recordings.h"
 #include "app/transcribe/ResultFiles.h"
 #include "app/transcribe/TranscribeOptions.h"
-#include "base/Clock.h"
-#include "platform/linux/net/CurlHttpClient.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -116,14 +113,9 @@ int runTranscribe(const TranscribeOptions& options) {
     if (toFiles)
         makeResultFolder(options.outputDirectory);
 
-    TerminationSignals::block();
-    std::stop_source interruption;
-    const TerminationSignals termination([&] { interruption.request_stop(); });
-    SystemClock clock;
-    CurlHttpClient http;
-    Progress progress(clock, options.talk == Talk::usual ? STDERR_FILENO : Progress::nowhere);
+    CommandServices command(options.talk == Talk::usual ? STDERR_FILENO : Progress::nowhere);
     const auto tell = [&](const std::string& line) {
-        progress.aside([&] { std::fprintf(stderr, "%s\n", line.c_str()); });
+        command.progress.aside([&] { std::fprintf(stderr, "%s\n", line.c_str()); });
     };
 
     const FoundRecordings found = findRecordings(options.inputs, options.recursive);
@@ -140,15 +132,15 @@ int runTranscribe(const TranscribeOptions& options) {
         return worstOf(statuses);
 
     try {
-        const auto engine = loadEngine(options, http, clock, progress, tell, interruption.get_token());
-        const SharedProgress shared(progress, found.recordings);
+        const auto engine = loadEngine(options, command, tell);
+        const SharedProgress shared(command.progress, found.recordings);
         OneRecording::Surroundings surroundings{.options = options,
                                                 .engine = *engine,
                                                 .decoding = decodingOptions(options, *engine),
-                                                .progress = progress,
-                                                .clock = clock,
+                                                .progress = command.progress,
+                                                .clock = command.clock,
                                                 .tell = tell,
-                                                .stop = interruption};
+                                                .stop = command.interruption};
         for (std::size_t i = 0; i < found.recordings.size(); ++i)
             if (isToDo(planned[i]))
                 statuses.push_back(OneRecording(surroundings, found.recordings[i], planned[i], shared.of(i)).run());

@@ -1,5 +1,4 @@
-#include "app/transcribe/TranscribeCommand.h"
-
+#include "app/Commands.h"
 #include "app/transcribe/TranscribeOptions.h"
 #include "app/transcribe/TranscribeRun.h"
 
@@ -25,8 +24,7 @@ void addInput(CLI::App& command, TranscribeOptions& options) {
 
 void addRecognition(CLI::App& command, TranscribeOptions& options) {
     const char* group = "Recognition";
-    command.add_option("--model", options.model, "a model's name or a part of it, or the path of a model's folder")
-        ->group(group);
+    command.add_option("--model", options.model, modelHelp)->group(group);
     command.add_option("--language", options.language, "a code or name, such as \"de\" or \"german\"")
         ->capture_default_str()
         ->group(group);
@@ -125,7 +123,7 @@ constexpr const char* examples =
 
 } // namespace
 
-std::function<int()> addTranscribeCommand(CLI::App& cli) {
+Command addTranscribeCommand(CLI::App& cli) {
     const auto options = std::make_shared<TranscribeOptions>();
     CLI::App& command = *cli.add_subcommand(
         "transcribe", "Turn audio files into text or subtitles with the engine on this machine, without a network");
@@ -134,7 +132,7 @@ std::function<int()> addTranscribeCommand(CLI::App& cli) {
     addRecognition(command, *options);
     addOutput(command, *options);
     addRunning(command, *options);
-    return [options] { return runTranscribe(*options); };
+    return {&command, [options] { return runTranscribe(*options); }};
 }
 
 } // namespace fenlo

@@ -2,7 +2,6 @@
 
 #include "audio/voice/PitchTrack.h"
 #include "base/Log.h"
-#include "base/Text.h"
 #include "media/AudioFile.h"
 
 #include <algorithm>
@@ -50,20 +49,25 @@ VoiceProfileData measureVoice(std::span<const float> samples) {
             .mfccMean = meanMFCC(samples)};
 }
 
+LearnedVoice learnVoice(std::span<const float> samples, const std::filesystem::path& profileFile) {
+    LearnedVoice learned{measureVoice(samples)};
+    learned.isStored = storeVoiceProfile(learned.profile, profileFile);
+    return learned;
+}
+
 bool buildVoiceProfile(const std::filesystem::path& recording, const std::filesystem::path& profileFile) {
     const auto samples = loadVoiceAudio(recording);
     if (!samples) {
-        log("[Fenlo] ERROR: Voice profile: failed to load audio");
+        logError("Voice profile: failed to load audio");
         return false;
     }
     try {
-        const VoiceProfileData profile = measureVoice(*samples);
-        storeVoiceProfile(profile, profileFile);
-        log("[Fenlo] Voice profile created: " + profile.gender + " (conf=" + text::fixed(profile.genderConfidence, 2) +
-            "), pitch=" + std::to_string(static_cast<int>(profile.pitchMedian)) + "Hz");
+        const VoiceProfileData profile = learnVoice(*samples, profileFile).profile;
+        logInfo("Voice profile created: {} (conf={:.2f}), pitch={}Hz", profile.gender, profile.genderConfidence,
+                static_cast<int>(profile.pitchMedian));
         return true;
     } catch (const VoiceProfileError& error) {
-        log(std::string("[Fenlo] ") + error.what());
+        logInfo("{}", error.what());
         return false;
     }
 }

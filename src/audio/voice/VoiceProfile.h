@@ -57,6 +57,15 @@ struct VoiceProfileError : std::runtime_error {
 /// Errors: VoiceProfileError.
 VoiceProfileData measureVoice(std::span<const float> samples);
 
+struct LearnedVoice {
+    VoiceProfileData profile = {};
+    bool isStored = false; // it could be written
+};
+
+/// Measures the voice and replaces the stored profile.
+/// Errors: VoiceProfileError, and the stored profile stays.
+LearnedVoice learnVoice(std::span<const float> samples, const std::filesystem::path& profileFile);
+
 /// Builds the profile from a recording of at least three seconds and stores it. False, with a log line, when the
 /// recording will not do.
 ///
