@@ -159,7 +159,7 @@ void Config::load() {
     m_settings = std::move(stored.settings);
     m_fault = std::move(stored.fault);
     if (m_fault)
-        log("[Fenlo] ERROR: the settings are at their defaults, since they cannot be read from " + m_fault->message);
+        logError("the settings are at their defaults, since they cannot be read from {}", m_fault->message);
 
     bool changed = false;
     for (const Renamed& value : renamed)
@@ -201,7 +201,7 @@ bool Config::makeRoom() {
     if (!kept && std::filesystem::exists(m_file, error))
         return false;
     if (kept)
-        log("[Fenlo] The damaged settings are kept as " + kept->string());
+        logInfo("The damaged settings are kept as {}", kept->string());
     m_fault.reset();
     return true;
 }

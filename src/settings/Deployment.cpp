@@ -41,8 +41,7 @@ Deployment Deployment::load() {
     if (values.is_object())
         takeValues(values, deployment);
     else
-        log(std::string("[Fenlo] ERROR: FENLO_DEPLOYMENT names ") + path +
-            ", which is no readable JSON object; the built-in values stay");
+        logError("FENLO_DEPLOYMENT names {}, which is no readable JSON object; the built-in values stay", path);
     return deployment;
 }
 

@@ -7,7 +7,7 @@ namespace fenlo {
 
 void Keychain::save(const std::string& name, const std::string& value) {
     if (const auto error = m_store.save(name, value))
-        log("[Fenlo] ERROR: Keychain save failed for '" + name + "': " + *error);
+        logError("Keychain save failed for '{}': {}", name, *error);
 }
 
 std::optional<std::string> Keychain::load(const std::string& name) {
