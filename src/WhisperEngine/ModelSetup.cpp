@@ -117,17 +117,12 @@ fs::path installModel(const WhisperEngineConfig& config, HttpClient& http, Clock
         return copyBundled(*config.bundledModels / *config.model, base);
 
     hub::HubClient hub = hubFor(config, http, clock);
-    const ModelRepository repository{config.modelRepo.value_or("")};
-    const std::string name = config.model ? *config.model
-                                          : fetchModelSupportConfig(hub, repository, base, logging, stop)
-                                                .supportFor(hardwareIdentifier(), logging)
-                                                .defaultModel;
-    const std::string variant = chooseModel(hub, repository, name, base, logging, stop);
-    const auto progress = [&](const hub::DownloadProgress& step) {
-        if (config.downloadProgress)
-            config.downloadProgress(step);
-    };
-    return download(hub, repository, variant, base, clock, progress, stop);
+    const ModelDownloads downloads{hub, {config.modelRepo.value_or("")}, base, clock, config.downloadProgress};
+    const std::string name =
+        config.model
+            ? *config.model
+            : fetchModelSupportConfig(downloads, logging, stop).supportFor(hardwareIdentifier(), logging).defaultModel;
+    return download(downloads, chooseModel(downloads, name, logging, stop), stop);
 }
 
 fs::path findTokenizer(const WhisperEngineConfig& config, const ModelPlace& place,
@@ -177,8 +172,8 @@ Repair repairModel(const WhisperEngineConfig& config, const std::string& name, H
     } else {
         hub::HubClient hub = hubFor(config, http, clock);
         try {
-            repair.fetched = whisper::repair(hub, {config.modelRepo.value_or("")}, variant, base, clock,
-                                             config.downloadProgress, stop);
+            repair.fetched = whisper::repair(
+                {hub, {config.modelRepo.value_or("")}, base, clock, config.downloadProgress}, variant, stop);
         } catch (const WhisperError& error) {
             if (error.kind == WhisperError::Kind::cancelled || !isUsable(repair.folder))
                 throw;

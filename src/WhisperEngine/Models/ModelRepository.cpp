@@ -126,10 +126,11 @@ bool isAsPublished(const fs::path& folder, std::stop_token stop) {
 
 /// A hidden folder in which the files of a variant are collected before they appear in its own.
 struct Gathering {
-    Gathering(const ModelRepository& repository, const std::string& variant, const fs::path& downloadBase)
-        : folder(downloadBase / variant), source(repository.isStock() ? publisherRepository(variant) : repository.name),
-          below(repository.isStock() ? "" : variant + "/"), stage(partialDownload(downloadBase, variant)),
-          snapshot(stage / "files"), files(repository.isStock() ? snapshot : snapshot / variant) {}
+    Gathering(const ModelDownloads& downloads, const std::string& variant)
+        : from(downloads), folder(from.base / variant),
+          source(from.repository.isStock() ? publisherRepository(variant) : from.repository.name),
+          below(from.repository.isStock() ? "" : variant + "/"), stage(partialDownload(from.base, variant)),
+          snapshot(stage / "files"), files(from.repository.isStock() ? snapshot : snapshot / variant) {}
 
     const fs::path& makeStage() const {
         std::error_code ignored;
@@ -137,8 +138,8 @@ struct Gathering {
         return stage;
     }
 
-    std::vector<hub::RepoFile> filesOf(hub::HubClient& hub, std::stop_token stop) const {
-        auto listed = hub.listFiles(source, {below + "*"}, stop);
+    std::vector<hub::RepoFile> neededFromHub(std::stop_token stop) const {
+        auto listed = from.hub.listFiles(source, {below + "*"}, stop);
         const auto needed = neededFiles(pathsOf(listed), below, source);
         std::erase_if(listed,
                       [&](const hub::RepoFile& file) { return std::ranges::find(needed, file.path) == needed.end(); });
@@ -162,9 +163,8 @@ struct Gathering {
         return damaged;
     }
 
-    void fetch(hub::HubClient& hub, const std::vector<std::string>& paths,
-               const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop) const {
-        hub.snapshot(source, paths, snapshot, progress, stop);
+    void fetch(const std::vector<std::string>& paths, std::stop_token stop) const {
+        from.hub.snapshot(source, paths, snapshot, from.progress, stop);
         if (!below.empty())
             describeFolder();
         moveIntoPlace(files, folder);
@@ -172,6 +172,7 @@ struct Gathering {
         fs::remove_all(stage, ignored);
     }
 
+    const ModelDownloads& from;
     const fs::path folder;    // of the complete model
     const std::string source; // repository
     const std::string below;  // the variant's folder in it, with a slash; empty for the whole repository
@@ -216,15 +217,15 @@ std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRe
     return names;
 }
 
-ModelSupportConfig fetchModelSupportConfig(hub::HubClient& hub, const ModelRepository& repository,
-                                           const fs::path& downloadBase, const Logging& log, std::stop_token stop) {
-    if (repository.isStock())
+ModelSupportConfig fetchModelSupportConfig(const ModelDownloads& from, const Logging& log, std::stop_token stop) {
+    const std::string& repo = from.repository.name;
+    if (from.repository.isStock())
         return ModelSupportConfig::fallback();
-    log.info("Searching for config file matching \"{}\" in {}", configName, repository.name);
+    log.info("Searching for config file matching \"{}\" in {}", configName, repo);
     try {
-        const std::string file = configFile(pathsOf(hub.listFiles(repository.name, {"config*.json"}, stop)), log);
-        const fs::path folder = partialDownload(downloadBase, ".support");
-        hub.snapshot(repository.name, {file}, folder, {}, stop);
+        const std::string file = configFile(pathsOf(from.hub.listFiles(repo, {"config*.json"}, stop)), log);
+        const fs::path folder = partialDownload(from.base, ".support");
+        from.hub.snapshot(repo, {file}, folder, {}, stop);
         return ModelSupportConfig::parse(files::read(folder / file).value_or(""));
     } catch (const std::runtime_error& error) {
         if (stop.stop_requested())
@@ -234,67 +235,62 @@ ModelSupportConfig fetchModelSupportConfig(hub::HubClient& hub, const ModelRepos
     }
 }
 
-std::string chooseModel(hub::HubClient& hub, const ModelRepository& repository, const std::string& name,
-                        const fs::path& downloadBase, const Logging& log, std::stop_token stop) {
-    const auto installed = completeModels(downloadBase);
+std::string chooseModel(const ModelDownloads& from, const std::string& name, const Logging& log, std::stop_token stop) {
+    const auto installed = completeModels(from.base);
     for (const std::string& exact : {name, "openai_whisper-" + name})
         if (std::find(installed.begin(), installed.end(), exact) != installed.end())
             return exact;
-    const std::string source = repository.description();
+    const std::string source = from.repository.description();
     std::optional<std::string> chosen;
     try {
-        chosen = firstMatch(fetchAvailableModels(hub, repository, {}, stop), name, source, log);
+        chosen = firstMatch(fetchAvailableModels(from.hub, from.repository, {}, stop), name, source, log);
         if (!chosen)
             throw notFound("No models found matching \"" + name + "\" in " + source);
     } catch (const WhisperError& error) {
         if (error.kind != WhisperError::Kind::cancelled)
-            chosen = firstMatch(ofSameSize(installed, name), name, downloadBase.string(), log);
+            chosen = firstMatch(ofSameSize(installed, name), name, from.base.string(), log);
         if (!chosen)
             throw;
         log.info("Using the installed {}: {}", *chosen, error.what());
         return *chosen;
     }
-    return repository.isStock() ? plainVariant(*chosen) : *chosen;
+    return from.repository.isStock() ? plainVariant(*chosen) : *chosen;
 }
 
-fs::path download(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
-                  const fs::path& downloadBase, Clock& clock,
-                  const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop) {
+fs::path download(const ModelDownloads& from, const std::string& variant, std::stop_token stop) {
     if (!isModelName(variant))
         throw notFound("\"" + variant + "\" is no name of a model");
     // An installed model need not have a publisher; only a download does.
-    if (fs::path folder = downloadBase / variant; !checkpointFault(folder))
+    if (fs::path folder = from.base / variant; !checkpointFault(folder))
         return folder;
-    const Gathering gathering(repository, variant, downloadBase);
+    const Gathering gathering(from, variant);
     try {
-        const hub::FolderLock lock(gathering.makeStage(), clock, stop);
+        const hub::FolderLock lock(gathering.makeStage(), from.clock, stop);
         if (!checkpointFault(gathering.folder))
             return gathering.folder; // meanwhile, by another process
-        const auto needed = gathering.filesOf(hub, stop);
+        const auto needed = gathering.neededFromHub(stop);
         takeBack(gathering.folder, gathering.files);
-        gathering.fetch(hub, pathsOf(needed), progress, stop);
+        gathering.fetch(pathsOf(needed), stop);
         return gathering.folder;
     } catch (const hub::HubError& error) {
         throw ofHub(error);
     }
 }
 
-std::vector<std::string> repair(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
-                                const fs::path& downloadBase, Clock& clock,
-                                const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop) {
-    const Gathering gathering(repository, variant, downloadBase);
+std::vector<std::string> repair(const ModelDownloads& from, const std::string& variant, std::stop_token stop) {
+    const Gathering gathering(from, variant);
     if (isAsPublished(gathering.folder, stop))
         return {};
     try {
-        const hub::FolderLock lock(gathering.makeStage(), clock, stop);
-        const auto needed = gathering.filesOf(hub, stop);
+        const hub::FolderLock lock(gathering.makeStage(), from.clock, stop);
+        const auto needed = gathering.neededFromHub(stop);
         std::error_code error;
         if (fs::exists(gathering.folder, error)) {
             fs::remove_all(gathering.files, error); // left by an unfinished download
             takeBack(gathering.folder, gathering.files);
         }
         const auto damaged = gathering.dropDamaged(needed, stop);
-        gathering.fetch(hub, pathsOf(needed), progress, stop);
+        gathering.fetch(pathsOf(needed), stop);
         return damaged;
     } catch (const hub::HubError& error) {
         throw ofHub(error);

@@ -12,7 +12,7 @@
 
 /// From a requested name to a model folder on the disk.
 ///
-/// Threads: any; functions that take a HubClient block.
+/// Threads: any; functions with a stop token block.
 /// Errors:  WhisperError of the kind modelsUnavailable, or cancelled after a stop request.
 namespace fenlo {
 class Clock;
@@ -29,33 +29,35 @@ struct ModelRepository {
     std::string description() const { return isStock() ? "the publishers' repositories" : name; }
 };
 
+/// What models are fetched with.
+struct ModelDownloads {
+    hub::HubClient& hub;
+    ModelRepository repository;
+    std::filesystem::path base; // the folder that holds a folder for each model
+    Clock& clock;
+    std::function<void(hub::DownloadProgress)> progress = {}; // called on the calling thread; may be empty
+};
+
 /// The available variants, the plainest names first. `matching` are globs; without any, all variants.
 std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRepository& repository,
                                               const std::vector<std::string>& matching, std::stop_token stop);
 
 /// The repository's own table of devices and models, or the built-in one. Fails only on a stop request. The file is
-/// kept below `downloadBase`.
-ModelSupportConfig fetchModelSupportConfig(hub::HubClient& hub, const ModelRepository& repository,
-                                           const std::filesystem::path& downloadBase, const Logging& log,
-                                           std::stop_token stop);
+/// kept below the base.
+ModelSupportConfig fetchModelSupportConfig(const ModelDownloads& from, const Logging& log, std::stop_token stop);
 
 /// The variant that a name stands for. A name with a `*` is a glob, any other a part of a variant's name: "small" is
 /// "openai_whisper-small". A complete model on the disk with exactly this name is chosen without the network; when the
 /// hub cannot be reached, one of the same size.
-std::string chooseModel(hub::HubClient& hub, const ModelRepository& repository, const std::string& name,
-                        const std::filesystem::path& downloadBase, const Logging& log, std::stop_token stop);
+std::string chooseModel(const ModelDownloads& from, const std::string& name, const Logging& log, std::stop_token stop);
 
-/// Downloads a variant to `downloadBase`/`variant` and returns that folder, which appears only when all files are
-/// there. A folder that is already complete is returned as it is, without the network. A second process that wants the
-/// same variant waits for the first. The progress callback may be empty; it is called on the calling thread.
-std::filesystem::path download(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
-                               const std::filesystem::path& downloadBase, Clock& clock,
-                               const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop);
+/// Downloads a variant to a folder of its name in the base and returns that folder, which appears only when all files
+/// are there. A folder that is already complete is returned as it is, without the network. A second process that wants
+/// the same variant waits for the first.
+std::filesystem::path download(const ModelDownloads& from, const std::string& variant, std::stop_token stop);
 
-/// Downloads the files of a variant in `downloadBase` that are missing or do not have the size and hash that the hub
-/// lists. Returns their names. The network is not used when the folder's own record shows that every file is right.
-std::vector<std::string> repair(hub::HubClient& hub, const ModelRepository& repository, const std::string& variant,
-                                const std::filesystem::path& downloadBase, Clock& clock,
-                                const std::function<void(hub::DownloadProgress)>& progress, std::stop_token stop);
+/// Downloads the files of an installed variant that are missing or do not have the size and hash that the hub lists.
+/// Returns their names. The network is not used when the folder's own record shows that every file is right.
+std::vector<std::string> repair(const ModelDownloads& from, const std::string& variant, std::stop_token stop);
 
 } // namespace fenlo::whisper

@@ -71,7 +71,7 @@ TEST_F(LocalModels, RemovesOneModelAndNothingElse) {
     install("one");
     install("two");
     writeFile(base / ".partial/one/config.json", "{}");
-    const fs::path outside = fs::path(base.string() + "-outside");
+    const fs::path outside = root / "outside";
     writeFile(outside / "precious", "data");
     fs::create_directory_symlink(outside, base / "link");
 
@@ -84,5 +84,4 @@ TEST_F(LocalModels, RemovesOneModelAndNothingElse) {
     for (const char* name : {"", ".", "..", ".partial", "../two", "two/config.json", "/etc"})
         EXPECT_THROW(removeLocalModel(base, name), WhisperError) << name;
     EXPECT_TRUE(fs::exists(base / "two/config.json"));
-    fs::remove_all(outside);
 }

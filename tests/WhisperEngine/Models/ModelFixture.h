@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Files.h"
+#include "support/TemporaryFolder.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -15,14 +16,13 @@ inline void writeFile(const std::filesystem::path& file, const std::string& cont
 /// A folder with models for one test.
 class ModelFixture : public testing::Test {
 protected:
-    ~ModelFixture() override { std::filesystem::remove_all(base); }
-
     void install(const std::string& name) const {
         for (const char* file : {"config.json", "tokenizer.json", "model.safetensors"})
             writeFile(base / name / file, "{}");
     }
 
-    const std::filesystem::path base = files::temporaryFile("models-", "");
+    const TemporaryFolder root;
+    const std::filesystem::path base = root / "models";
 };
 
 } // namespace fenlo::test

@@ -82,12 +82,8 @@ const MemoryHub::Files checkpoint{{"config.json", "{\"d_model\": 768}"},
 
 class Models : public ModelFixture {
 protected:
-    std::string choose(const std::string& name) {
-        return chooseModel(client, repository, name, base, log, stop.get_token());
-    }
-    fs::path fetch(const std::string& variant) {
-        return download(client, repository, variant, base, clock, {}, stop.get_token());
-    }
+    std::string choose(const std::string& name) { return chooseModel(downloads, name, log, stop.get_token()); }
+    fs::path fetch(const std::string& variant) { return download(downloads, variant, stop.get_token()); }
     std::string failureOf(const std::function<void()>& action) {
         try {
             action();
@@ -105,7 +101,8 @@ protected:
     VirtualClock clock;
     MemoryHub http;
     hub::HubClient client{http, {.endpoint = "https://hub.test", .token = "", .offline = false}, clock};
-    ModelRepository repository;
+    ModelDownloads downloads{client, {}, base, clock};
+    ModelRepository& repository = downloads.repository;
     std::vector<std::string> logged;
     const Logging log{LogLevel::debug, [this](const std::string& line) { logged.push_back(line); }};
     std::stop_source stop;
@@ -175,8 +172,8 @@ TEST_F(Models, WhatIsInstalledServesWithoutAHub) {
 TEST_F(Models, DownloadsWhatACheckpointNeeds) {
     http.repositories["openai/whisper-small"] = checkpoint;
     std::uint64_t received = 0;
-    const auto progress = [&](hub::DownloadProgress step) { received = step.received; };
-    const fs::path folder = download(client, repository, "openai_whisper-small", base, clock, progress, {});
+    downloads.progress = [&](hub::DownloadProgress step) { received = step.received; };
+    const fs::path folder = fetch("openai_whisper-small");
     EXPECT_EQ(folder, base / "openai_whisper-small");
     EXPECT_EQ(files::read(folder / "model.safetensors"), "the weights");
     EXPECT_TRUE(fs::exists(folder / "generation_config.json"));
@@ -238,7 +235,7 @@ TEST_F(Models, FailuresAreToldInOneLine) {
 }
 
 TEST_F(Models, TheRepositorysTableOfDevices) {
-    const auto fetched = [&] { return fetchModelSupportConfig(client, repository, base, log, stop.get_token()); };
+    const auto fetched = [&] { return fetchModelSupportConfig(downloads, log, stop.get_token()); };
     EXPECT_EQ(fetched().repoName, "whisper-models-fallback");
     EXPECT_THAT(logged, IsEmpty());
 
