@@ -172,7 +172,7 @@ void TakeBuffer::copy(std::unique_lock<std::mutex>& lock) {
     lock.lock();
 }
 
-void TakeBuffer::tellFiles(std::vector<std::filesystem::path> files) const {
+void TakeBuffer::tellFiles(const std::vector<std::filesystem::path>& files) const {
     if (m_onFiles)
         m_onFiles(files);
 }

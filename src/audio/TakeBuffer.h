@@ -65,7 +65,7 @@ private:
     void writeUntilStopped(const std::stop_token& stop);
     void flush(std::unique_lock<std::mutex>& lock);
     void copy(std::unique_lock<std::mutex>& lock);
-    void tellFiles(std::vector<std::filesystem::path> files) const;
+    void tellFiles(const std::vector<std::filesystem::path>& files) const;
     bool isIdle() const;
 
     double m_sampleRate = 44100; // hertz

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int lowestRate = 1000; // hertz
 constexpr int highestRate = 768000;
-constexpr std::uint64_t longest = 24 * 3600;    // seconds
+constexpr std::uint64_t longest = 24UL * 3600;  // seconds
 constexpr float loudestSample = 1e6F;           // more is damage, and would overflow in sums
 constexpr std::uint64_t mostFramesOfAByte = 64; // speech at the lowest rates of lossy formats
 constexpr double oneFault = 1.0;                // seconds; faults of unknown length closer than this count as one

@@ -97,7 +97,7 @@ bool bring(const fs::path& from, const fs::path& to) {
 
 } // namespace
 
-TakeNote::TakeNote(fs::path folder, std::chrono::system_clock::time_point recorded)
+TakeNote::TakeNote(const fs::path& folder, std::chrono::system_clock::time_point recorded)
     : m_file(folder / (files::makeUuid() + extension)), m_recorded(recorded) {}
 
 TakeNote::TakeNote(fs::path file, LockedFile lock) : m_file(std::move(file)), m_lock(std::move(lock)) {}

@@ -22,7 +22,7 @@ namespace fenlo {
 class TakeNote {
 public:
     /// A new note in the folder. Its file comes with the first write().
-    TakeNote(std::filesystem::path folder, std::chrono::system_clock::time_point recorded);
+    TakeNote(const std::filesystem::path& folder, std::chrono::system_clock::time_point recorded);
     /// The note in a file, with an empty take where it holds none; nothing when it is in use.
     static std::unique_ptr<TakeNote> open(const std::filesystem::path& file);
 

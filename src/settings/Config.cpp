@@ -113,7 +113,7 @@ SettingsFault damaged(const std::filesystem::path& file, const std::string& what
 }
 
 /// "line 3, column 7: syntax error …"
-std::string withoutErrorNumber(std::string message) {
+std::string withoutErrorNumber(const std::string& message) {
     const std::string head = "parse error at ";
     const std::size_t at = message.find(head);
     return at == std::string::npos ? message : message.substr(at + head.size());

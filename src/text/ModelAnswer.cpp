@@ -87,7 +87,7 @@ std::string withoutReasoning(std::string text) {
     return lines.back();
 }
 
-std::string withoutQuotes(std::string text) {
+std::string withoutQuotes(const std::string& text) {
     const bool isQuoted =
         text.size() >= 2 && text::firstCharacters(text, 1) == quote && text::lastCharacters(text, 1) == quote;
     return isQuoted ? text.substr(1, text.size() - 2) : text;

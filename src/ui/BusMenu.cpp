@@ -82,7 +82,7 @@ BusMenu::BusMenu() {
 void BusMenu::setItems(std::vector<MenuItem> items) {
     m_firstId += static_cast<int>(m_items.size());
     m_items = std::move(items);
-    emit LayoutUpdated(++m_revision, rootId);
+    Q_EMIT LayoutUpdated(++m_revision, rootId);
 }
 
 const MenuItem* BusMenu::find(int id) const {

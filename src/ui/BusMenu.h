@@ -49,7 +49,7 @@ public:
     static QString status() { return QStringLiteral("normal"); }
     static QStringList iconThemePath() { return {}; }
 
-public slots:
+public Q_SLOTS:
     uint GetLayout(int parentId, int depth, const QStringList& propertyNames, fenlo::BusMenuLayout& layout) const;
     QList<fenlo::BusMenuItem> GetGroupProperties(const QList<int>& ids, const QStringList& propertyNames) const;
     QDBusVariant GetProperty(int id, const QString& name) const;
@@ -58,7 +58,7 @@ public slots:
     bool AboutToShow(int id) const;
     QList<int> AboutToShowGroup(const QList<int>& ids, QList<int>& unknownIds) const;
 
-signals:
+Q_SIGNALS:
     void LayoutUpdated(uint revision, int parentId);
 
 private:

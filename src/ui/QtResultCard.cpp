@@ -11,8 +11,8 @@ namespace {
 
 class QtResultCard final : public ResultCard {
 public:
-    QtResultCard(ResultCardContent content, QSizeF size)
-        : view(std::make_unique<ResultCardView>(std::move(content), size)) {}
+    QtResultCard(const ResultCardContent& content, QSizeF size)
+        : view(std::make_unique<ResultCardView>(content, size)) {}
 
     void fadeIn(double seconds) override { view->fadeIn(seconds); }
     void showCopied() override { view->showCopied(); }

@@ -22,7 +22,7 @@ QString serviceName() {
 
 NotifierImage onTheWire(const QImage& image) {
     NotifierImage result{image.width(), image.height(), {}};
-    result.argb.reserve(image.width() * image.height() * 4);
+    result.argb.reserve(static_cast<qsizetype>(image.width()) * image.height() * 4);
     for (int y = 0; y < image.height(); ++y)
         for (int x = 0; x < image.width(); ++x) {
             const QRgb pixel = qToBigEndian(image.pixel(x, y));
@@ -91,7 +91,7 @@ void StatusNotifier::setFace(IconFace face) {
     if (face == m_face)
         return;
     m_face = face;
-    emit NewIcon();
+    Q_EMIT NewIcon();
 }
 
 QDBusObjectPath StatusNotifier::menu() {

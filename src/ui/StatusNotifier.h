@@ -60,13 +60,13 @@ public:
     static QDBusObjectPath menu();
     NotifierImages icon() const;
 
-public slots:
+public Q_SLOTS:
     void Activate(int, int) const { m_onActivate(); }
     void ContextMenu(int, int) const { m_onActivate(); }
     void SecondaryActivate(int, int) const {}
     void Scroll(int, const QString&) const {}
 
-signals:
+Q_SIGNALS:
     void NewIcon();
 
 private:

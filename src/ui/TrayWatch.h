@@ -19,7 +19,7 @@ public:
     explicit TrayWatch(std::function<void(TrayHost)> onChange);
     ~TrayWatch() override;
 
-private slots:
+private Q_SLOTS:
     void askNotifierWatcher();
     void notifierOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
 

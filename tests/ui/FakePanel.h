@@ -30,7 +30,7 @@ public:
     int newIcons = 0;
     int newLayouts = 0;
 
-private slots:
+private Q_SLOTS:
     void iconChanged() { ++newIcons; }
     void layoutChanged() { ++newLayouts; }
 

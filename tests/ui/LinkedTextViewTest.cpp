@@ -27,7 +27,7 @@ TEST(LinkedTextView, TextIsShownAsItIsAndLinksAsLinks) {
     const QTextBlock second = view.document()->findBlockByNumber(1);
     EXPECT_EQ(second.begin().fragment().charFormat().anchorHref(), "https://a.example/b?c=d");
     EXPECT_FALSE(view.document()->firstBlock().begin().fragment().charFormat().isAnchor());
-    emit view.anchorClicked(QUrl("https://a.example/b?c=d"));
+    Q_EMIT view.anchorClicked(QUrl("https://a.example/b?c=d"));
     EXPECT_EQ(opened, std::vector<std::string>{"https://a.example/b?c=d"});
     EXPECT_EQ(view.toPlainText(), "<b>1 & 2</b>\nhttps://a.example/b?c=d") << "a link does not navigate";
 }

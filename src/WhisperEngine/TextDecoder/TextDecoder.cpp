@@ -92,7 +92,7 @@ void TextDecoder::prefillDecoderInputs(DecodingInputs& inputs, const DecodingOpt
                                        const std::string& language) const {
     if (!m_prefillData || !options.usePrefillCache || !options.usePrefillPrompt)
         return;
-    const auto values = static_cast<std::size_t>(m_prefillData->positions() * m_sizes.kvCacheEmbedDim);
+    const auto values = static_cast<std::size_t>(m_prefillData->positions()) * m_sizes.kvCacheEmbedDim;
     inputs.prefillKeyCache.resize(values);
     inputs.prefillValueCache.resize(values);
     const int languageToken = m_tokenizer->languageToken(language).value_or(m_tokenizer->specialTokens().englishToken);

@@ -19,7 +19,7 @@ constexpr int padding = mel::fftSize / 2;
 
 /// The signal with its mirror image at both ends.
 std::vector<float> reflected(std::span<const float> audio) {
-    std::vector<float> padded(audio.size() + 2 * padding);
+    std::vector<float> padded(audio.size() + 2UL * padding);
     std::ranges::copy(audio, padded.begin() + padding);
     for (std::size_t i = 1; i <= padding; ++i) {
         padded[padding - i] = audio[i];

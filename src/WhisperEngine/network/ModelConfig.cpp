@@ -93,7 +93,7 @@ std::vector<AlignmentHead> readAlignmentHeads(const json& config, const ModelArc
     const auto found = config.find("alignment_heads");
     if (found == config.end() || !found->is_array() || found->empty())
         return heads;
-    const auto limit = static_cast<std::size_t>(architecture.decoderLayers * architecture.decoderHeads);
+    const auto limit = static_cast<std::size_t>(architecture.decoderLayers) * architecture.decoderHeads;
     for (const json& pair : *found) {
         const bool numbers =
             pair.is_array() && pair.size() == 2 && pair[0].is_number_integer() && pair[1].is_number_integer();

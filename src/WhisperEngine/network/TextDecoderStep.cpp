@@ -189,7 +189,8 @@ void TextDecoderNetwork::Step::forRows(const PackedLinear& linear, const Work& w
     const std::size_t worth = std::max<std::size_t>(1, bytes / bytesPerTask);
     const auto tasks = static_cast<std::int64_t>(std::min(worth, size(m_network.m_pool.size(), 1)));
     const auto share = [&](int task) {
-        work(static_cast<int>(linear.outputs * task / tasks), static_cast<int>(linear.outputs * (task + 1) / tasks));
+        const std::int64_t outputs = linear.outputs;
+        work(static_cast<int>(outputs * task / tasks), static_cast<int>(outputs * (task + 1) / tasks));
     };
     if (tasks == 1)
         share(0);

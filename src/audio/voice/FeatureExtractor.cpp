@@ -11,7 +11,7 @@ namespace {
 
 constexpr double genderBoundary = 160; // hertz
 constexpr double certainDistance = 60; // hertz from the boundary
-constexpr std::size_t leastPitches = 2;
+constexpr std::size_t leastVoicedPitches = 2;
 
 Gender genderOf(double pitchMedian) {
     return {pitchMedian < genderBoundary ? "male" : "female",
@@ -28,7 +28,7 @@ Gender genderFrom(std::vector<double> pitches) {
 std::optional<CompactFeatures> FeatureExtractor::extract(std::span<const float> samples, std::span<const float> levels,
                                                          std::span<const double> pitches) {
     std::vector<double> voicedPitches = voiced(pitches);
-    if (voicedPitches.size() < leastPitches)
+    if (voicedPitches.size() < leastVoicedPitches)
         return {};
     std::ranges::sort(voicedPitches);
     std::vector<float> energies = audible(levels);

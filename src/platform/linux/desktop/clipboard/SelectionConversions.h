@@ -32,7 +32,7 @@ struct SelectionConversion {
 /// Lifetime: a conversion ends when nobody holds it any more.
 class SelectionConversions {
 public:
-    static constexpr std::size_t largest = 64 * 1024 * 1024; // bytes of one form
+    static constexpr std::size_t largest = 64UL * 1024 * 1024; // bytes of one form
 
     /// The window receives the answers.
     SelectionConversions(XcbConnection& x, xcb_window_t window) : m_x(x), m_window(window) {}

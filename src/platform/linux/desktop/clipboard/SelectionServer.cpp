@@ -137,7 +137,8 @@ std::optional<SelectionServer::Answer> SelectionServer::answerFor(const Selectio
 }
 
 std::size_t SelectionServer::pieceSize() const {
-    constexpr std::size_t headroom = 128, comfortable = 256 * 1024; // bytes; larger pieces would hold up other clients
+    constexpr std::size_t headroom = 128,
+                          comfortable = 256UL * 1024; // bytes; larger pieces would hold up other clients
     return std::min(xcb_get_maximum_request_length(m_x.get()) * std::size_t{4} - headroom, comfortable);
 }
 

@@ -1,6 +1,7 @@
 #include "platform/linux/desktop/keys/KeyboardMap.h"
 
 #include "platform/KeyCodes.h"
+#include "platform/linux/desktop/keys/KeyboardDescription.h"
 
 #include <X11/XKBlib.h>
 #include <X11/Xutil.h>
@@ -43,15 +44,11 @@ constexpr Row table[] = {
     {key::function, fnSymbol, mask::function, ""},
 };
 
-using Description =
-    std::unique_ptr<XkbDescRec,
-                    decltype([](XkbDescPtr keyboard) { XkbFreeKeyboard(keyboard, XkbAllComponentsMask, True); })>;
-
 } // namespace
 
 KeyboardMap KeyboardMap::read(Display* display) {
     KeyboardMap map;
-    const Description keyboard(XkbGetMap(display, XkbKeyTypesMask | XkbKeySymsMask, XkbUseCoreKbd));
+    const KeyboardDescription keyboard = describeKeyboard(display);
     if (!keyboard)
         return map;
     const bool hasPlaces = XkbGetNames(display, XkbKeyNamesMask, keyboard.get()) == Success && keyboard->names;

@@ -1,5 +1,7 @@
 #include "platform/linux/desktop/keys/TypedText.h"
 
+#include "platform/linux/desktop/keys/KeyboardDescription.h"
+
 #include <X11/XKBlib.h>
 #include <X11/keysym.h>
 #include <map>
@@ -11,15 +13,12 @@ namespace fenlo {
 
 namespace {
 
-using Description =
-    std::unique_ptr<XkbDescRec,
-                    decltype([](XkbDescPtr keyboard) { XkbFreeKeyboard(keyboard, XkbAllComponentsMask, True); })>;
 using Keys = std::map<char32_t, TypedText::Stroke>;
 
 /// For each character the key that types it with the fewest modifiers.
 Keys keysOf(Display* display, const XkbStateRec& state, unsigned levelThreeMask) {
     Keys keys;
-    const Description keyboard(XkbGetMap(display, XkbKeyTypesMask | XkbKeySymsMask, XkbUseCoreKbd));
+    const KeyboardDescription keyboard = describeKeyboard(display);
     if (!keyboard)
         return keys;
     for (const bool levelThree : {false, true}) {

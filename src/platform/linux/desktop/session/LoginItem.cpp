@@ -13,7 +13,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr char group[] = G_KEY_FILE_DESKTOP_GROUP;
 constexpr char enabledKey[] = "X-GNOME-Autostart-enabled";
 
 constexpr char freshEntry[] = "[Desktop Entry]\n"
@@ -27,13 +26,13 @@ constexpr char freshEntry[] = "[Desktop Entry]\n"
 bool load(GKeyFile* file, const std::string& content) {
     const auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
     return g_key_file_load_from_data(file, content.data(), content.size(), flags, nullptr) &&
-           g_key_file_has_group(file, group);
+           g_key_file_has_group(file, G_KEY_FILE_DESKTOP_GROUP);
 }
 
 bool isSwitchedOff(GKeyFile* file) {
-    const bool saysEnabled = g_key_file_has_key(file, group, enabledKey, nullptr);
-    return g_key_file_get_boolean(file, group, "Hidden", nullptr) ||
-           (saysEnabled && !g_key_file_get_boolean(file, group, enabledKey, nullptr));
+    const bool saysEnabled = g_key_file_has_key(file, G_KEY_FILE_DESKTOP_GROUP, enabledKey, nullptr);
+    return g_key_file_get_boolean(file, G_KEY_FILE_DESKTOP_GROUP, "Hidden", nullptr) ||
+           (saysEnabled && !g_key_file_get_boolean(file, G_KEY_FILE_DESKTOP_GROUP, enabledKey, nullptr));
 }
 
 } // namespace
@@ -51,8 +50,8 @@ bool LoginItem::isDecided() const {
     const GlibOwned<GKeyFile> file(g_key_file_new());
     if (!content || !load(file.get(), *content))
         return false;
-    return isSwitchedOff(file.get()) ||
-           takeString(g_key_file_get_string(file.get(), group, "Exec", nullptr)) == quoted(m_executable);
+    return isSwitchedOff(file.get()) || takeString(g_key_file_get_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, "Exec",
+                                                                         nullptr)) == quoted(m_executable);
 }
 
 std::optional<std::string> LoginItem::write() const {
@@ -62,9 +61,9 @@ std::optional<std::string> LoginItem::write() const {
     const auto content = files::read(m_file);
     if (content && !load(file.get(), *content))
         files::setAside(m_file, std::chrono::system_clock::now());
-    if (!g_key_file_has_group(file.get(), group))
+    if (!g_key_file_has_group(file.get(), G_KEY_FILE_DESKTOP_GROUP))
         load(file.get(), freshEntry);
-    g_key_file_set_string(file.get(), group, "Exec", quoted(m_executable).c_str());
+    g_key_file_set_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, "Exec", quoted(m_executable).c_str());
     std::error_code failed;
     fs::create_directories(m_file.parent_path(), failed);
     if (failed || !files::writeAtomically(m_file, takeString(g_key_file_to_data(file.get(), nullptr, nullptr))))
