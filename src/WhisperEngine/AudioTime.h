@@ -1,10 +1,12 @@
 #pragma once
 
+#include "media/SpeechRate.h"
+
 #include <cmath>
 
 namespace fenlo::whisper {
 
-inline constexpr int sampleRate = 16000; // hertz, of everything in the engine
+inline constexpr int sampleRate = speechRate; // of everything in the engine
 
 /// A time token, like a frame of the encoder, stands for two hundredths of a second.
 inline constexpr float secondsPerTimeToken = 0.02f;

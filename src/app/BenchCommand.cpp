@@ -1,5 +1,6 @@
 #include "app/Commands.h"
 
+#include "WhisperEngine/AudioTime.h"
 #include "WhisperEngine/TextDecoder/CacheStepper.h"
 #include "WhisperEngine/TextDecoder/DecodingInputs.h"
 #include "WhisperEngine/network/ModelFiles.h"
@@ -55,7 +56,7 @@ double fastest(Clock& clock, int count, const std::function<void()>& work) {
 std::vector<float> sounding(int samples) {
     std::vector<float> audio(static_cast<std::size_t>(samples));
     for (std::size_t i = 0; i < audio.size(); ++i) {
-        const double t = static_cast<double>(i) / 16000;
+        const double t = static_cast<double>(i) / sampleRate;
         audio[i] = static_cast<float>(0.3 * std::sin(2 * M_PI * (200 + 40 * t) * t) * std::sin(2 * M_PI * 3 * t));
     }
     return audio;

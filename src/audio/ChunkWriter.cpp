@@ -5,6 +5,7 @@
 #include "base/Files.h"
 #include "base/Log.h"
 #include "media/AudioFileError.h"
+#include "media/SpeechRate.h"
 
 #include <cmath>
 #include <new>
@@ -19,7 +20,7 @@ constexpr float leastGain = 1.05F;
 
 bool writeTo(const std::filesystem::path& file, std::span<const float> chunk) {
     try {
-        writeWav(file, chunk, chunkRate, WavEncoding::float32);
+        writeWav(file, chunk, speechRate, WavEncoding::float32);
         return true;
     } catch (const AudioFileError& error) {
         logError("{}", error.what());
@@ -30,9 +31,9 @@ bool writeTo(const std::filesystem::path& file, std::span<const float> chunk) {
 } // namespace
 
 std::vector<float> resampleForChunk(std::span<const float> samples, double sampleRate) {
-    if (std::abs(sampleRate - chunkRate) <= 1.0)
+    if (std::abs(sampleRate - speechRate) <= 1.0)
         return {samples.begin(), samples.end()};
-    const double ratio = chunkRate / sampleRate;
+    const double ratio = speechRate / sampleRate;
     std::vector<float> resampled(static_cast<std::size_t>(ratio * static_cast<double>(samples.size())));
     for (std::size_t i = 0; i < resampled.size(); ++i) {
         const double position = static_cast<double>(i) / ratio;

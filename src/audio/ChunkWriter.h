@@ -7,8 +7,6 @@
 
 namespace fenlo {
 
-constexpr int chunkRate = 16000; // hertz
-
 /// Writes samples as a chunk file: 16 kHz, mono, 32-bit float WAV in the temporary folder, readable by its owner only,
 /// or in keptTakesFolder() when the temporary folder takes nothing. Quiet samples are raised. Nothing is left behind
 /// when both fail.

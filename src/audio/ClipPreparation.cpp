@@ -6,6 +6,7 @@
 #include "media/AudioFile.h"
 #include "media/Level.h"
 #include "media/Resampler.h"
+#include "media/SpeechRate.h"
 
 #include <algorithm>
 #include <optional>
@@ -19,7 +20,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int clipRate = 16000;          // hertz
 constexpr double shortClip = 3.0;        // seconds; below it nothing is trimmed
 constexpr std::size_t frameLength = 320; // samples, 20 ms
 constexpr float overNoise = 2.0F;
@@ -42,7 +42,7 @@ float speechThreshold(std::vector<float> levels) {
 
 fs::path writeClip(const fs::path& clip, std::span<const float> samples, const std::string& how) {
     fs::path prepared = files::temporaryFile(preparedClipPrefix, ".wav");
-    writeWav(prepared, samples, clipRate, WavEncoding::int16);
+    writeWav(prepared, samples, speechRate, WavEncoding::int16);
     logInfo("Preprocess: {}KB → {}KB (16kHz mono, {})", files::kilobytes(clip), files::kilobytes(prepared), how);
     return prepared;
 }
@@ -67,10 +67,10 @@ std::optional<SampleRange> speechRange(std::span<const float> samples) {
 fs::path prepareClip(const fs::path& clip) {
     try {
         AudioSamples audio = readSoundFile(clip, ChannelMix::average);
-        const std::vector<float> samples = resample(std::move(audio.mono), audio.sampleRate, clipRate);
+        const std::vector<float> samples = resample(std::move(audio.mono), audio.sampleRate, speechRate);
         if (samples.empty())
             return clip;
-        if (static_cast<double>(samples.size()) / clipRate < shortClip)
+        if (static_cast<double>(samples.size()) / speechRate < shortClip)
             return writeClip(clip, samples, "VAD skipped — short clip");
         const auto range = speechRange(samples);
         if (!range)

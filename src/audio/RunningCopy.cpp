@@ -3,6 +3,7 @@
 #include "audio/ChunkWriter.h"
 #include "base/Files.h"
 #include "base/Log.h"
+#include "media/SpeechRate.h"
 
 namespace fenlo {
 
@@ -11,7 +12,7 @@ void RunningCopy::append(std::span<const float> samples) {
         return;
     try {
         if (!m_writer)
-            m_writer.emplace(files::temporaryFile("", ".wav"), chunkRate, WavEncoding::float32);
+            m_writer.emplace(files::temporaryFile("", ".wav"), speechRate, WavEncoding::float32);
         m_writer->append(resampleForChunk(samples, m_sampleRate));
     } catch (const std::exception& error) { // also for want of memory
         m_hasFailed = true;

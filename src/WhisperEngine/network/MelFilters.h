@@ -1,13 +1,14 @@
 #pragma once
 
+#include "WhisperEngine/AudioTime.h"
+
 #include <vector>
 
 /// The constants of Whisper's log-mel features at 16 kHz.
 namespace fenlo::whisper::mel {
 
-constexpr int sampleRate = 16000; // hertz
-constexpr int fftSize = 400;      // samples
-constexpr int hop = 160;          // samples
+constexpr int fftSize = 400; // samples
+constexpr int hop = 160;     // samples
 constexpr int bins = fftSize / 2 + 1;
 
 /// [fftSize], periodic.

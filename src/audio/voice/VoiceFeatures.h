@@ -1,5 +1,7 @@
 #pragma once
 
+#include "media/SpeechRate.h"
+
 #include <array>
 #include <optional>
 #include <span>
@@ -12,7 +14,7 @@
 /// Threads: any; pure.
 namespace fenlo::voice {
 
-inline constexpr double sampleRate = 16000; // hertz
+inline constexpr double sampleRate = speechRate;
 inline constexpr std::size_t mfccCount = 13;
 
 using Mfcc = std::array<double, mfccCount>;
