@@ -15,7 +15,7 @@ enum class ChunkingStrategy { none, vad };
 struct DecodingOptions {
     bool verbose = false;
     DecodingTask task = DecodingTask::transcribe;
-    std::optional<std::string> language; // a code such as "en"; without one see detectsLanguage()
+    std::optional<std::string> language; // a code such as "en"; without one see detectLanguage
     float temperature = 0.0f;
     float temperatureIncrementOnFallback = 0.2f;
     int temperatureFallbackCount = 5;
@@ -23,7 +23,7 @@ struct DecodingOptions {
     int topK = 5;
     bool usePrefillPrompt = true;
     bool usePrefillCache = true;
-    std::optional<bool> detectLanguage; // by default the opposite of usePrefillPrompt
+    std::optional<bool> detectLanguage; // false: without a `language` it is English, and not asked of the audio
     bool skipSpecialTokens = false;
     bool withoutTimestamps = false;
     bool wordTimestamps = false;
@@ -45,8 +45,6 @@ struct DecodingOptions {
     /// Whatever is spoken gets a text, or a segment that says that it has none; see TranscribeTask. Off, a window can
     /// end without a text although somebody speaks in it.
     bool losesNoSpeech = false;
-
-    bool detectsLanguage() const { return detectLanguage.value_or(!usePrefillPrompt); }
 };
 
 } // namespace fenlo::whisper

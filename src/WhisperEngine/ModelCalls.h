@@ -51,7 +51,7 @@ struct TextDecoderInputs {
     int cache_length = 0;                            // cached positions, which is the position of this token
     std::span<const float> key_cache;                // [positions, kvCacheEmbedDim]
     std::span<const float> value_cache;              // [positions, kvCacheEmbedDim]
-    std::span<const float> kv_cache_update_mask;     // [positions], one at the position to be written
+    std::span<const float> kv_cache_update_mask;     // [positions], one at the position to be written; ours ignores it
     std::span<const float> decoder_key_padding_mask; // [positions], zero where a position counts, else very negative
     const AudioEmbeddings* encoder_output_embeds = nullptr;
     bool wantsLogits = true; // false inside a prompt, where only the cache matters

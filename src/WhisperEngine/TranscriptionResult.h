@@ -57,7 +57,8 @@ struct DecodingFallback {
     std::string fallbackReason;
 };
 
-/// What a finished loop leaves for the alignment of words.
+/// What a finished loop leaves for the alignment of words. TextDecoder leaves it in its DecodingInputs: a copy would be
+/// megabytes for each window.
 struct DecodingCache {
     std::vector<float> keyCache;
     std::vector<float> valueCache;
@@ -74,8 +75,8 @@ struct DecodingResult {
     float noSpeechProb = 0;
     float temperature = 0;
     float compressionRatio = 0;
-    std::optional<DecodingCache> cache;
-    std::optional<TranscriptionTimings> timings;
+    std::optional<DecodingCache> cache;          // of decoders that give it away
+    std::optional<TranscriptionTimings> timings; // of decoders that keep their own; TextDecoder adds to the task's
     std::optional<DecodingFallback> fallback;
 };
 

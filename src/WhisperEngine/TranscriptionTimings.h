@@ -2,7 +2,8 @@
 
 namespace fenlo::whisper {
 
-/// Stage times in seconds, and how often each stage ran.
+/// Stage times in seconds, and how often each stage ran. Stages that this runtime does not have stay 0: specialization
+/// (a model is compiled once and for all) and KV caching (a step writes its place in the cache).
 struct TranscriptionTimings {
     double pipelineStart = 0;
     double firstTokenTime = 0;

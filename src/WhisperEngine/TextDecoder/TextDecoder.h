@@ -75,8 +75,6 @@ public:
 
     void attach(AudioEmbeddings& embeddings) const { m_model->attach(embeddings); }
 
-    EarlyStopActor& earlyStopActor() const { return m_earlyStopActor; }
-
 private:
     class WindowDecoding;
 

@@ -12,7 +12,7 @@ struct ModelComputeOptions {
     ComputeUnit melCompute = ComputeUnit::automatic;
     ComputeUnit audioEncoderCompute = ComputeUnit::automatic;
     ComputeUnit textDecoderCompute = ComputeUnit::automatic;
-    ComputeUnit prefillCompute = ComputeUnit::automatic;
+    ComputeUnit prefillCompute = ComputeUnit::automatic; // of a prefill model, which the stock models do without
 
     static ModelComputeOptions all(ComputeUnit unit) { return {unit, unit, unit, unit}; }
 };

@@ -76,17 +76,6 @@ void refuseVariants(const json& config, const std::string& source) {
         throw modelFault(source + " asks for a variant of Whisper that is not supported. Choose another model.");
 }
 
-std::vector<int> readTokens(const json& config, const char* name, int vocabularySize) {
-    std::vector<int> tokens;
-    const auto found = config.find(name);
-    if (found == config.end() || !found->is_array())
-        return tokens;
-    for (const json& token : *found)
-        if (token.is_number_integer() && token.get<std::int64_t>() >= 0 && token.get<std::int64_t>() < vocabularySize)
-            tokens.push_back(token.get<int>());
-    return tokens;
-}
-
 std::vector<AlignmentHead> readAlignmentHeads(const json& config, const ModelArchitecture& architecture,
                                               const std::string& source) {
     std::vector<AlignmentHead> heads;
@@ -142,17 +131,12 @@ ModelConfig readModelConfig(const fs::path& modelFolder) {
     ModelConfig result;
     result.architecture = readArchitecture(config, file.string());
 
-    // What concerns decoding stands in the second file; older checkpoints have it in the first, or nowhere.
+    // The heads stand in the second file; older checkpoints have them in the first, or nowhere.
     const fs::path generationFile = modelFolder / "generation_config.json";
     std::error_code error;
     const json generation = fs::exists(generationFile, error) ? readModelJson(generationFile) : json::object();
-    const auto withKey = [&](const char* name) -> const json& {
-        return generation.contains(name) ? generation : config;
-    };
-    const int vocabulary = result.architecture.vocabularySize;
-    result.suppressTokens = readTokens(withKey("suppress_tokens"), "suppress_tokens", vocabulary);
-    result.beginSuppressTokens = readTokens(withKey("begin_suppress_tokens"), "begin_suppress_tokens", vocabulary);
-    result.alignmentHeads = readAlignmentHeads(withKey("alignment_heads"), result.architecture, modelFolder.string());
+    const json& withHeads = generation.contains("alignment_heads") ? generation : config;
+    result.alignmentHeads = readAlignmentHeads(withHeads, result.architecture, modelFolder.string());
     if (result.alignmentHeads.empty())
         result.alignmentHeads = upperHalf(result.architecture);
     return result;

@@ -41,8 +41,6 @@ struct AlignmentHead {
 struct ModelConfig {
     ModelArchitecture architecture;
     std::vector<AlignmentHead> alignmentHeads; // whose attention follows the audio; never empty
-    std::vector<int> suppressTokens;
-    std::vector<int> beginSuppressTokens;
 };
 
 /// Errors: modelFault that names the file and the field.
