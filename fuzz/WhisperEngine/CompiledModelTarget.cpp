@@ -1,6 +1,8 @@
 // Compiled files: the networks refuse any damaged file or compute within their own memory. The checksum is corrected
 // first; otherwise nothing beyond it would be tested.
 
+#include "WhisperEngine/TextDecoder/CacheStepper.h"
+#include "WhisperEngine/TextDecoder/DecodingInputs.h"
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/AudioEncoderNetwork.h"
 #include "WhisperEngine/network/CompiledFormat.h"
@@ -47,18 +49,14 @@ void run(const AudioEncoderModel& encoder) {
 }
 
 void run(const TextDecoderModel& decoder) {
-    const auto width = static_cast<std::size_t>(*decoder.kvCacheEmbedDim());
-    const auto positions = static_cast<std::size_t>(*decoder.kvCacheMaxSequenceLength());
-    const auto frames = static_cast<std::size_t>(decoder.audioFrames());
     AudioEmbeddings embeddings;
-    embeddings.encoder_output_embeds.assign(frames * static_cast<std::size_t>(*decoder.encoderOutputDim()), 0.5f);
+    embeddings.encoder_output_embeds.assign(
+        static_cast<std::size_t>(decoder.audioFrames()) * static_cast<std::size_t>(*decoder.encoderOutputDim()), 0.5f);
     decoder.attach(embeddings);
-    const auto scratch = decoder.makeScratch();
-    const std::vector<float> cache(positions * width), mask(positions);
-    std::vector<float> logits(static_cast<std::size_t>(*decoder.logitsSize())), key(width), value(width), heads(frames);
-    const TextDecoderInputs inputs{1,   static_cast<int>(positions) - 1, cache, cache, mask, mask, &embeddings, true,
-                                   true};
-    decoder.predict(inputs, {logits, key, value, heads}, *scratch);
+    auto inputs = DecodingInputs::forModel(decoder, *decoder.kvCacheMaxSequenceLength(), true);
+    inputs.cacheLength = inputs.positions() - 1;
+    std::vector<float> logits(static_cast<std::size_t>(*decoder.logitsSize()));
+    CacheStepper(decoder, embeddings, inputs).step(1, logits);
 }
 
 } // namespace

@@ -10,9 +10,7 @@
 
 using namespace fenlo;
 using namespace fenlo::whisper;
-using fenlo::whisper::test::ScriptedDecoder;
-using fenlo::whisper::test::ScriptedPass;
-using fenlo::whisper::test::sharedTokenizer;
+using namespace fenlo::whisper::test;
 
 namespace {
 
@@ -61,22 +59,12 @@ protected:
             std::fill(audio.begin() + from * 16000,
                       audio.begin() + std::min<std::ptrdiff_t>(to * 16000, std::ssize(audio)), 0.0f);
         TranscribeTask task(
-            {mel, encoder, decoder, processor, seeker, *sharedTokenizer(), clock, logging, &detector},
+            {mel, encoder, decoder, processor, seeker, tokenizer(), clock, logging, &detector},
             [this](const auto& segments) { discovered.push_back(textOf(segments)); },
             [this](double fraction) { fractions.push_back(fraction); });
         return task.run(audio, options, callback, {});
     }
 
-    int time(double seconds) const {
-        return sharedTokenizer()->specialTokens().timeTokenBegin + static_cast<int>(seconds * 50 + 0.5);
-    }
-    /// A closed segment as the model writes it.
-    std::vector<int> said(double start, const std::string& words, double end) const {
-        std::vector<int> tokens{time(start)};
-        std::ranges::copy(sharedTokenizer()->encode(words), std::back_inserter(tokens));
-        tokens.push_back(time(end));
-        return tokens;
-    }
     int countOf(const std::string& line) const { return static_cast<int>(std::ranges::count(lines, line)); }
 
     fenlo::test::VirtualClock clock;
@@ -97,11 +85,9 @@ protected:
 } // namespace
 
 TEST_F(Task, WalksFromTheLastTimestampOn) {
-    std::vector<int> first = said(0, " New line.", 4);
-    std::ranges::copy(said(4, " Select all.", 10), std::back_inserter(first));
-    first.push_back(time(10)); // speech goes on from here
-    first.push_back(sharedTokenizer()->encode(" and").front());
-    const TranscriptionResult result = run(45, {{.tokens = first}, {.tokens = said(0, " Copy that.", 5)}});
+    // Speech goes on from the last time.
+    const auto first = tokens(at(0), " New line.", at(4), at(4), " Select all.", at(10), at(10), " and");
+    const TranscriptionResult result = run(45, {{.tokens = first}, {.tokens = tokens(at(0), " Copy that.", at(5))}});
     ASSERT_EQ(result.segments.size(), 4u) << "the last window repeats the script";
     EXPECT_EQ(result.text, " New line. Select all. Copy that. Copy that.");
     EXPECT_EQ(mel.firstSamples, (std::vector<float>{1, 10 * 16000 + 1, 40 * 16000 + 1}));
@@ -115,8 +101,8 @@ TEST_F(Task, WalksFromTheLastTimestampOn) {
 }
 
 TEST_F(Task, TriesHigherTemperaturesUntilAResultStands) {
-    const ScriptedPass bad{.tokens = {time(0), 262, 262, 262}, .confidence = 9.6f}; // about -1.3 a token
-    run(5, {bad, bad, {.tokens = said(0, " New line.", 2)}});
+    const ScriptedPass bad{.tokens = {at(0), 262, 262, 262}, .confidence = 9.6f}; // about -1.3 a token
+    run(5, {bad, bad, {.tokens = tokens(at(0), " New line.", at(2))}});
     EXPECT_EQ(model->fedTokens.size(), 3u);
     EXPECT_EQ(countOf("Fallback #1 (logProbThreshold)"), 1);
     EXPECT_EQ(countOf("Fallback #2 (logProbThreshold)"), 1);
@@ -129,14 +115,14 @@ TEST_F(Task, TriesHigherTemperaturesUntilAResultStands) {
 }
 
 TEST_F(Task, RepetitionIsARetryAndSilenceIsNot) {
-    std::vector<int> loop{time(0)};
+    std::vector<int> loop{at(0)};
     for (int i = 0; i < 50; ++i)
-        std::ranges::copy(sharedTokenizer()->encode(" thank you"), std::back_inserter(loop));
-    run(5, {{.tokens = loop}, {.tokens = said(0, " New line.", 2)}});
+        std::ranges::copy(tokenizer().encode(" thank you"), std::back_inserter(loop));
+    run(5, {{.tokens = loop}, {.tokens = tokens(at(0), " New line.", at(2))}});
     EXPECT_EQ(countOf("Fallback #1 (compressionRatioThreshold)"), 1);
 
     lines.clear();
-    const ScriptedPass silent{.tokens = {time(0), 262, 262}, .confidence = 9.6f, .noSpeechScore = 30};
+    const ScriptedPass silent{.tokens = {at(0), 262, 262}, .confidence = 9.6f, .noSpeechScore = 30};
     const TranscriptionResult result = run(40, {silent});
     EXPECT_TRUE(result.segments.empty());
     EXPECT_EQ(model->fedTokens.size(), 2u) << "one pass a window";
@@ -149,7 +135,7 @@ TEST_F(Task, RepetitionIsARetryAndSilenceIsNot) {
 
 TEST_F(Task, DecodesClipsAndLeavesOutAShortRest) {
     options.clipTimestamps = {1, 3, 8};
-    const auto segment = said(0, " New line.", 2);
+    const auto segment = tokens(at(0), " New line.", at(2));
     const TranscriptionResult result = run(10, {{.tokens = segment}});
     EXPECT_EQ(mel.firstSamples, (std::vector<float>{16001, 8 * 16000 + 1})) << "an odd count runs to the end";
     EXPECT_EQ(mel.soundingSamples, (std::vector<std::ptrdiff_t>{32000, 32000})) << "nothing from after the clip";
@@ -169,7 +155,8 @@ TEST_F(Task, DecodesClipsAndLeavesOutAShortRest) {
 }
 
 TEST_F(Task, LosesNoSpeech_AnUnsureFirstTokenIsNoReasonForNoText) {
-    const ScriptedPass unsure{.tokens = said(0, " New line.", 2), .confidence = 12}; // about -0.01 the first token
+    const ScriptedPass unsure{.tokens = tokens(at(0), " New line.", at(2)),
+                              .confidence = 12}; // about -0.01 the first token
     options.logProbThreshold.reset();
     options.firstTokenLogProbThreshold = -0.001f;
     EXPECT_EQ(run(2.5, {unsure}).text, "") << "all passes fail";
@@ -180,7 +167,7 @@ TEST_F(Task, LosesNoSpeech_AnUnsureFirstTokenIsNoReasonForNoText) {
 TEST_F(Task, LosesNoSpeech_DecodesTheRestThatSounds) {
     options.losesNoSpeech = true;
     options.noSpeechThreshold.reset(); // no other window is added
-    const ScriptedPass pass{.tokens = said(0, " New line.", 29)};
+    const ScriptedPass pass{.tokens = tokens(at(0), " New line.", at(29))};
     run(30.9, {pass});
     EXPECT_EQ(mel.firstSamples, (std::vector<float>{1, 30 * 16000 + 1}));
     silences = {{30, 31}};
@@ -196,8 +183,8 @@ TEST_F(Task, LosesNoSpeech_DecodesTheRestThatSounds) {
 TEST_F(Task, LosesNoSpeech_SaysWhereSpeechHasNoText) {
     options.losesNoSpeech = true;
     silences = {{0, 2}, {4, 30}};
-    const ScriptedPass silent{.tokens = {time(0), 262, 262}, .confidence = 9.6f, .noSpeechScore = 30};
-    const TranscriptionResult heard = run(30, {silent, {.tokens = said(0, " New line.", 4)}});
+    const ScriptedPass silent{.tokens = {at(0), 262, 262}, .confidence = 9.6f, .noSpeechScore = 30};
+    const TranscriptionResult heard = run(30, {silent, {.tokens = tokens(at(0), " New line.", at(4))}});
     EXPECT_EQ(heard.text, " New line.") << "decoded once more";
     EXPECT_FALSE(heard.segments.at(0).speechWithoutText);
 
@@ -215,14 +202,14 @@ TEST_F(Task, LosesNoSpeech_GoesBackToSpeechThatAWindowPassedOver) {
     options.losesNoSpeech = true;
     silences = {{0, 1}, {10, 28}};
     const TranscriptionResult result =
-        run(28, {{.tokens = said(1, " New line.", 4)}, {.tokens = said(0, " Copy that.", 6)}});
+        run(28, {{.tokens = tokens(at(1), " New line.", at(4))}, {.tokens = tokens(at(0), " Copy that.", at(6))}});
     EXPECT_EQ(result.text, " New line. Copy that.");
     EXPECT_EQ(mel.firstSamples, (std::vector<float>{0, 4 * 16000 + 1}));
 }
 
 TEST_F(Task, LosesNoSpeech_PutsSilenceBeforeAClipThatBeginsAtOnce) {
     options.losesNoSpeech = true;
-    const TranscriptionResult result = run(5, {{.tokens = said(0, " New line.", 5)}});
+    const TranscriptionResult result = run(5, {{.tokens = tokens(at(0), " New line.", at(5))}});
     EXPECT_EQ(mel.firstSamples, (std::vector<float>{0}));
     EXPECT_EQ(mel.soundingSamples, (std::vector<std::ptrdiff_t>{5 * 16000}));
     EXPECT_EQ(result.segments.at(0).start, 0);
@@ -235,10 +222,10 @@ TEST_F(Task, NoAudioIsAnError) {
 
 TEST_F(Task, ALanguageNobodyNamedIsDetectedOnce) {
     logits = 51865;
-    const int german = sharedTokenizer()->languageToken("de").value();
+    const int german = tokenizer().languageToken("de").value();
     const auto detected = [&](std::vector<ScriptedPass> passes) { return run(5, std::move(passes)).language; };
     // The detection is a pass of its own, at the start of the transcript.
-    const ScriptedPass text{.tokens = said(0, " New line.", 2)};
+    const ScriptedPass text{.tokens = tokens(at(0), " New line.", at(2))};
     EXPECT_EQ(detected({text}).size(), 2u);
     EXPECT_EQ(model->fedTokens.size(), 2u);
     options.language = "German";

@@ -215,17 +215,6 @@ TEST_F(WhisperEngineTest, BatchesMustBeBalanced) {
     EXPECT_EQ(textOfAll(files[0]), textOfAll(files[1]));
 }
 
-TEST_F(WhisperEngineTest, AStopRequestEndsATranscription) {
-    const auto engine = make();
-    std::stop_source stop;
-    TranscriptionCallbacks callbacks;
-    callbacks.progress = [&](const TranscriptionProgress&) {
-        stop.request_stop();
-        return true;
-    };
-    EXPECT_EQ(errorOf([&] { engine->transcribe(clip, options, callbacks, stop.get_token()); }), "cancelled");
-}
-
 TEST_F(WhisperEngineTest, AStoppedTranscriptionGoesOnToTheSameResult) {
     const auto engine = make();
     std::vector<float> audio = longAudio();

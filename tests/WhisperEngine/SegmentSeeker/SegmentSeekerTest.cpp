@@ -1,6 +1,6 @@
 #include "WhisperEngine/SegmentSeeker/SegmentSeeker.h"
 
-#include "Tokens.h"
+#include "WhisperEngine/support/Tokens.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

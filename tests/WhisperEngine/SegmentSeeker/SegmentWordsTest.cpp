@@ -1,8 +1,8 @@
 #include "WhisperEngine/SegmentSeeker/SegmentSeeker.h"
 
-#include "Tokens.h"
 #include "WhisperEngine/Logging.h"
 #include "WhisperEngine/WhisperError.h"
+#include "WhisperEngine/support/Tokens.h"
 
 #include <algorithm>
 #include <cmath>

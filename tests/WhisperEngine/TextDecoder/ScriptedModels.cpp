@@ -5,14 +5,8 @@
 
 namespace fenlo::whisper::test {
 
-std::shared_ptr<const WhisperTokenizer> sharedTokenizer() {
-    static const auto tokenizer =
-        std::make_shared<const WhisperTokenizer>(hub::Tokenizer::load(DEMO_MODEL_FOLDER "/tokenizer.json"));
-    return tokenizer;
-}
-
 void ScriptedDecoder::predict(const TextDecoderInputs& inputs, const TextDecoderOutputs& outputs, Scratch&) const {
-    const SpecialTokens& special = sharedTokenizer()->specialTokens();
+    const SpecialTokens& special = tokenizer().specialTokens();
     const auto position = static_cast<std::size_t>(inputs.cache_length);
     if (fedPositions.empty() || inputs.cache_length <= fedPositions.back()) {
         m_pass = std::min<std::ptrdiff_t>(m_pass + 1, std::ssize(m_passes) - 1);

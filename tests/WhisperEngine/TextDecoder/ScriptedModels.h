@@ -1,7 +1,7 @@
 #pragma once
 
 #include "WhisperEngine/ModelCalls.h"
-#include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
+#include "WhisperEngine/support/Tokens.h"
 
 #include <functional>
 #include <memory>
@@ -9,9 +9,6 @@
 #include <vector>
 
 namespace fenlo::whisper::test {
-
-/// The tokenizer of the small trained model, read once.
-std::shared_ptr<const WhisperTokenizer> sharedTokenizer();
 
 /// One decoding of a window as the scripted decoder is to answer it.
 struct ScriptedPass {

@@ -13,6 +13,7 @@ using namespace fenlo::whisper;
 using fenlo::whisper::test::ScriptedDecoder;
 using fenlo::whisper::test::ScriptedPass;
 using fenlo::whisper::test::sharedTokenizer;
+using fenlo::whisper::test::tokenizer;
 
 namespace {
 
@@ -44,7 +45,7 @@ protected:
         decoder.prefillDecoderInputs(inputs, options, "en");
         model->promptLength = static_cast<int>(inputs.initialPrompt.size());
         promptLength = inputs.initialPrompt.size();
-        GreedyTokenSampler sampler(0, sharedTokenizer()->specialTokens().endToken, options);
+        GreedyTokenSampler sampler(0, tokenizer().specialTokens().endToken, options);
         AudioEmbeddings embeddings;
         decoder.attach(embeddings);
         TranscriptionTimings timings;
@@ -63,13 +64,13 @@ protected:
     std::vector<int> previous;
     std::shared_ptr<ScriptedDecoder> model;
     std::size_t promptLength = 0;
-    const SpecialTokens special = sharedTokenizer()->specialTokens();
+    const SpecialTokens special = tokenizer().specialTokens();
 };
 
 } // namespace
 
 TEST_F(Decoding, SamplesUntilTheEndTokenAndMeasuresWhatWasSampled) {
-    const std::vector<int> words = sharedTokenizer()->encode(" Select all.");
+    const std::vector<int> words = tokenizer().encode(" Select all.");
     const DecodingResult result = decode({{.tokens = words}});
     EXPECT_EQ(result.text, " Select all.");
     std::vector<int> expected = words;
@@ -82,7 +83,7 @@ TEST_F(Decoding, SamplesUntilTheEndTokenAndMeasuresWhatWasSampled) {
 }
 
 TEST_F(Decoding, ReadsNoSpeechAtTheStartOfTheTranscript) {
-    previous = sharedTokenizer()->encode(" Said before.");
+    previous = tokenizer().encode(" Said before.");
     options.firstTokenLogProbThreshold.reset();
     const DecodingResult result = decode({{.tokens = {262}, .noSpeechScore = 30}});
     EXPECT_GT(result.noSpeechProb, 0.99);
@@ -118,11 +119,11 @@ TEST_F(Decoding, AFirstTokenBelowTheThresholdEndsTheWindowAtOnce) {
 
 TEST_F(Decoding, ACallbackEndsTheWindowWithWhatThereIs) {
     std::vector<std::string> seen;
-    const DecodingResult result = decode({{.tokens = sharedTokenizer()->encode(" New line. Select all.")}},
-                                         [&](const TranscriptionProgress& progress) {
-                                             seen.push_back(progress.text);
-                                             return seen.size() < 2;
-                                         });
+    const DecodingResult result =
+        decode({{.tokens = tokenizer().encode(" New line. Select all.")}}, [&](const TranscriptionProgress& progress) {
+            seen.push_back(progress.text);
+            return seen.size() < 2;
+        });
     EXPECT_EQ(seen, (std::vector<std::string>{" New", " New line"}));
     EXPECT_EQ(result.text, " New line");
     EXPECT_EQ(result.tokens.back(), special.endToken);
@@ -154,7 +155,7 @@ TEST_F(Decoding, AStoredStartSavesItsCalls) {
 }
 
 TEST_F(Decoding, DetectsTheMostLikelyLanguageAndWeighsTheOthers) {
-    const int german = sharedTokenizer()->languageToken("de").value();
+    const int german = tokenizer().languageToken("de").value();
     model = std::make_shared<ScriptedDecoder>(std::vector<ScriptedPass>{{.tokens = {german}, .confidence = 3}}, 51865);
     const TextDecoder decoder(model, nullptr, sharedTokenizer(), {}, time, Logging());
     DecodingInputs inputs = decoder.prepareDecoderInputs({}, false);
@@ -176,7 +177,7 @@ TEST_F(Decoding, ThePromptOfAModelOfManyLanguagesNamesLanguageAndTask) {
                               sharedTokenizer(), {}, time, Logging());
     options.task = DecodingTask::translate;
     EXPECT_EQ(decoder.prefillPrompt(options, "de", {}),
-              (std::vector<int>{special.startOfTranscriptToken, sharedTokenizer()->languageToken("de").value(),
+              (std::vector<int>{special.startOfTranscriptToken, tokenizer().languageToken("de").value(),
                                 special.translateToken, special.noTimestampsToken}));
     options.withoutTimestamps = false;
     options.usePrefillPrompt = false;

@@ -1,6 +1,7 @@
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 
 #include "WhisperEngine/Tokenizer/Languages.h"
+#include "WhisperEngine/support/Tokens.h"
 #include "base/Json.h"
 
 #include <gmock/gmock.h>
@@ -8,16 +9,12 @@
 
 using namespace fenlo;
 using namespace fenlo::whisper;
+using fenlo::whisper::test::tokenizer;
 using nlohmann::json;
 using testing::ElementsAre;
 using testing::Pair;
 
 namespace {
-
-const WhisperTokenizer& tokenizer() {
-    static const WhisperTokenizer loaded(hub::Tokenizer::load(DEMO_MODEL_FOLDER "/tokenizer.json"));
-    return loaded;
-}
 
 std::vector<std::string> wordsOf(const std::vector<int>& tokens, const std::string& language) {
     std::vector<std::string> words;
@@ -37,21 +34,6 @@ std::vector<std::string> wordsOf(const char* text, const std::string& language) 
 }
 
 } // namespace
-
-TEST(WhisperTokenizer, SpecialTokens_AreThoseOfTheVocabulary) {
-    const SpecialTokens& tokens = tokenizer().specialTokens();
-    EXPECT_EQ(tokens.endToken, 50256);
-    EXPECT_EQ(tokens.specialTokenBegin, 50256);
-    EXPECT_EQ(tokens.startOfTranscriptToken, 50257);
-    EXPECT_EQ(tokens.englishToken, 50258);
-    EXPECT_EQ(tokens.translateToken, 50357);
-    EXPECT_EQ(tokens.transcribeToken, 50358);
-    EXPECT_EQ(tokens.startOfPreviousToken, 50360);
-    EXPECT_EQ(tokens.noSpeechToken, 50361);
-    EXPECT_EQ(tokens.noTimestampsToken, 50362);
-    EXPECT_EQ(tokens.timeTokenBegin, 50363);
-    EXPECT_EQ(tokens.whitespaceToken, 220);
-}
 
 TEST(WhisperTokenizer, SpecialTokensOfOtherVocabularies_AreFoundByTheirText) {
     json file = {{"added_tokens", json::array()},

@@ -193,12 +193,10 @@ TEST(ModelConfig, KnowsThePublishedSizesAndTheDefaults) {
     EXPECT_EQ(config.alignmentHeads.front().layer, 1);
     EXPECT_EQ(ModelArchitecture::fromNumbers(config.architecture.numbers(), ""), config.architecture);
 
-    writeFile(folder / "generation_config.json",
-              R"({"alignment_heads": [[1, 3], [0, 19]], "suppress_tokens": [-1, 7, 99999999, "x"]})");
+    writeFile(folder / "generation_config.json", R"({"alignment_heads": [[1, 3], [0, 19]]})");
     config = readModelConfig(folder);
     EXPECT_EQ(config.alignmentHeads.size(), 2u);
     EXPECT_EQ(config.alignmentHeads[1].head, 19);
-    EXPECT_EQ(config.suppressTokens, std::vector<int>{7});
 }
 
 TEST(ModelConfig, WhatDoesNotFitIsRefusedWithItsName) {

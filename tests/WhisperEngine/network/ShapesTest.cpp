@@ -1,5 +1,5 @@
 // Shapes that the small trained model has not: both multilingual vocabularies, 80 and 128 mel bands, other numbers of
-// layers and heads. With random weights, against an independent implementation (make_shapes_reference.py).
+// layers and heads. With random weights, against an independent implementation (scripts/make_shapes_reference.py).
 
 #include "WhisperEngine/Tokenizer/Languages.h"
 #include "WhisperEngine/WhisperEngine.h"

@@ -221,54 +221,36 @@ TEST(Kernels, MatVecInt8_IsExactAtTheExtremes) {
     }
 }
 
-TEST(Kernels, AttendOne_OfHalfPrecisionIsThatOfTheRoundedFloats) {
-    for (const int width : {1, 5, 16, 24, 64, 70}) {
-        const int positions = 7;
-        const auto query = randomFloats(width, 15, 0.3F);
-        auto keys = randomFloats(positions * width, 16);
-        auto values = randomFloats(positions * width, 17);
-        std::vector<std::uint16_t> halfKeys(keys.size());
-        std::vector<std::uint16_t> halfValues(values.size());
-        kernels::toHalf(keys.data(), halfKeys.data(), static_cast<int>(keys.size()));
-        kernels::toHalf(values.data(), halfValues.data(), static_cast<int>(values.size()));
-        for (std::size_t i = 0; i < keys.size(); ++i) {
-            EXPECT_NEAR(floatFromHalf(halfKeys[i]), keys[i], std::abs(keys[i]) * 0x1p-10F + 0x1p-24F);
-            keys[i] = floatFromHalf(halfKeys[i]);
-            values[i] = floatFromHalf(halfValues[i]);
-        }
-        std::vector<float> expectedScores(positions);
-        std::vector<float> expected(width);
-        kernels::reference::attendOne(query.data(), keys.data(), values.data(), width, nullptr, expectedScores.data(),
-                                      expected.data(), positions, width);
-        std::vector<float> scores(positions);
-        std::vector<float> actual(width);
-        kernels::attendOne(query.data(), halfKeys.data(), halfValues.data(), width, nullptr, scores.data(),
-                           actual.data(), positions, width);
-        expectNear(scores, expectedScores, 1e-5F);
-        expectNear(actual, expected, 1e-5F);
-    }
-}
-
-TEST(Kernels, AttendOne_IsThePlainForm) {
+// Halves are read as the floats that they stand for.
+TEST(Kernels, AttendOne_IsThePlainForm_OfFloatsAndOfHalves) {
     for (const int width : {1, 5, 16, 24, 64, 70})
         for (const int positions : {1, 2, 7, 40}) {
             const std::size_t stride = width + 3;
             const auto query = randomFloats(width, 15, 0.3F);
-            const auto keys = randomFloats(positions * stride, 16);
-            const auto values = randomFloats(positions * stride, 17);
+            auto keys = randomFloats(positions * stride, 16);
+            auto values = randomFloats(positions * stride, 17);
+            std::vector<std::uint16_t> halfKeys(keys.size()), halfValues(values.size());
+            kernels::toHalf(keys.data(), halfKeys.data(), static_cast<int>(keys.size()));
+            kernels::toHalf(values.data(), halfValues.data(), static_cast<int>(values.size()));
+            for (std::size_t i = 0; i < keys.size(); ++i) {
+                EXPECT_NEAR(floatFromHalf(halfKeys[i]), keys[i], std::abs(keys[i]) * 0x1p-10F + 0x1p-24F);
+                keys[i] = floatFromHalf(halfKeys[i]);
+                values[i] = floatFromHalf(halfValues[i]);
+            }
             auto mask = randomFloats(positions, 18);
             mask[positions / 2] = positions > 1 ? -infinity : 0.0F;
             for (const float* masked : {static_cast<const float*>(mask.data()), static_cast<const float*>(nullptr)}) {
-                std::vector<float> expectedScores(positions);
-                std::vector<float> expected(width);
+                std::vector<float> expectedScores(positions), expected(width), scores(positions), actual(width);
                 kernels::reference::attendOne(query.data(), keys.data(), values.data(), stride, masked,
                                               expectedScores.data(), expected.data(), positions, width);
-                std::vector<float> scores(positions);
-                std::vector<float> actual(width);
-                kernels::attendOne(query.data(), keys.data(), values.data(), stride, masked, scores.data(),
-                                   actual.data(), positions, width);
-                expectNear(scores, expectedScores, 1e-5F);
-                expectNear(actual, expected, 1e-5F);
+                const auto compare = [&](const auto& someKeys, const auto& someValues) {
+                    kernels::attendOne(query.data(), someKeys.data(), someValues.data(), stride, masked, scores.data(),
+                                       actual.data(), positions, width);
+                    expectNear(scores, expectedScores, 1e-5F);
+                    expectNear(actual, expected, 1e-5F);
+                };
+                compare(keys, values);
+                compare(halfKeys, halfValues);
             }
         }
 }

@@ -14,8 +14,9 @@ namespace fenlo::test {
 /// A checkpoint of Whisper's architecture with random weights, in the publishers' names and in half precision.
 ///
 /// The numbers come from the names alone, so that another program can make the same ones (see
-/// make_shapes_reference.py): number `i` of a tensor is `centre + amplitude * (u / 2^23 - 1)` in 32-bit floats, rounded
-/// to half precision, where `u` is the upper 24 bits of splitmix64 at step `i + 1` from the seed FNV-1a 64 of the name.
+/// scripts/make_shapes_reference.py): number `i` of a tensor is `centre + amplitude * (u / 2^23 - 1)` in 32-bit floats,
+/// rounded to half precision, where `u` is the upper 24 bits of splitmix64 at step `i + 1` from the seed FNV-1a 64 of
+/// the name.
 ///
 ///   tensor                           centre   amplitude
 ///   layer_norm.weight                1        0.1

@@ -2,14 +2,21 @@
 
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 
+#include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace fenlo::whisper::test {
 
-inline const WhisperTokenizer& tokenizer() {
-    static const WhisperTokenizer tokenizer(hub::Tokenizer::load(DEMO_MODEL_FOLDER "/tokenizer.json"));
+/// The tokenizer of the small trained model, read once.
+inline const std::shared_ptr<const WhisperTokenizer>& sharedTokenizer() {
+    static const auto tokenizer =
+        std::make_shared<const WhisperTokenizer>(hub::Tokenizer::load(DEMO_MODEL_FOLDER "/tokenizer.json"));
     return tokenizer;
+}
+inline const WhisperTokenizer& tokenizer() {
+    return *sharedTokenizer();
 }
 
 /// The time token of a second.

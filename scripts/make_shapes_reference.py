@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Makes shapes_reference.json: what the published Whisper architecture computes for random weights.
+"""Makes tests/WhisperEngine/network/shapes_reference.json: what the published Whisper architecture computes for random weights.
 
 An implementation of its own in 64-bit numpy, after the paper and the published description of the checkpoints; it
 shares no code with the engine. The weights and the signal come from the generator that RandomCheckpoint.h describes.
-Run: /usr/bin/python3 make_shapes_reference.py > shapes_reference.json
+Run: scripts/make_shapes_reference.py > tests/WhisperEngine/network/shapes_reference.json
 """
 import json
 import math
