@@ -23,7 +23,7 @@ struct DecodingOptions {
     int topK = 5;
     bool usePrefillPrompt = true;
     bool usePrefillCache = true;
-    std::optional<bool> detectLanguage; // false: without a `language` it is English, and not asked of the audio
+    std::optional<bool> detectLanguage; // without a `language`: false takes English, else the audio decides
     bool skipSpecialTokens = false;
     bool withoutTimestamps = false;
     bool wordTimestamps = false;
@@ -42,8 +42,8 @@ struct DecodingOptions {
     int concurrentWorkerCount = 16;
     std::optional<ChunkingStrategy> chunkingStrategy;
     unsigned seed = 0; // of sampling above temperature 0: the same audio gives the same text
-    /// Whatever is spoken gets a text, or a segment that says that it has none; see TranscribeTask. Off, a window can
-    /// end without a text although somebody speaks in it.
+    /// All speech gets a text, or a segment that says that none was found; see TranscribeTask. Without this a window
+    /// can end without a text although somebody speaks in it.
     bool losesNoSpeech = false;
 };
 

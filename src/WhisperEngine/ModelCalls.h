@@ -5,8 +5,8 @@
 #include <span>
 #include <vector>
 
-/// The neural models as the engine sees them: calls with named features, on views of the caller's memory. Behind them
-/// stands our own processor runtime; a caller may put another one there.
+/// The neural models as the engine sees them: calls with named features, on views of the caller's memory. The stock
+/// models are `network/`; a caller may bring others.
 ///
 /// Threads: a model is constant once it is made and may be called from several threads at once.
 /// Errors:  WhisperError of the kind modelsUnavailable or decodingFailed.
@@ -69,14 +69,14 @@ class TextDecoderModel {
 public:
     virtual ~TextDecoderModel() = default;
 
-    // Read from the model's description; none where it does not tell.
+    // Read from the model's description; no value where the description lacks it.
     virtual std::optional<int> kvCacheEmbedDim() const = 0; // layers times width
     virtual std::optional<int> kvCacheMaxSequenceLength() const = 0;
     virtual std::optional<int> encoderOutputDim() const = 0;
     virtual std::optional<int> logitsSize() const = 0;
     virtual int audioFrames() const = 0;
 
-    /// Computes once what all steps of the window share. predict() throws when it was not called.
+    /// Computes once what all steps of the window share. predict() throws without it.
     virtual void attach(AudioEmbeddings& embeddings) const = 0;
 
     /// One step. Allocates nothing: `scratch` is made by makeScratch() and serves one decoding at a time.

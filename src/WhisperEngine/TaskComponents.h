@@ -25,7 +25,7 @@ struct TaskComponents {
     const WhisperTokenizer& tokenizer;
     Clock& clock;
     const Logging& logging;
-    const VoiceActivityDetector* voiceActivityDetector = nullptr; // none: by the energy
+    const VoiceActivityDetector* voiceActivityDetector = nullptr; // null: the energy decides
 };
 
 } // namespace fenlo::whisper

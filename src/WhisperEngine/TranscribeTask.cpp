@@ -167,8 +167,8 @@ void TranscribeTask::endBeforeUnheardSpeech(SeekResult& found, int seek) const {
     found.nextSeek = passedOver->begin;
 }
 
-/// Decodes a window once more, and takes what comes: the tests are made for windows in which nobody speaks. A window
-/// that stays without a text is told by a segment without one.
+/// Decodes a window once more and takes any result, since the tests are made for windows in which nobody speaks. If
+/// there still is no text, a segment without text says so.
 SeekResult TranscribeTask::listenAgain(const AudioEmbeddings& embeddings, DecodingResult& result, int seek,
                                        int length) {
     const Logging& logging = m_components.logging;

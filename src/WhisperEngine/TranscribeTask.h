@@ -25,11 +25,14 @@ using SegmentDiscoveryCallback = std::function<void(const std::vector<Transcript
 /// Transcribes one array of samples: walks over it window by window, and decodes a window again at a higher temperature
 /// when its result looks bad. A task serves one array and is not used again.
 ///
-/// With `losesNoSpeech` the first token is not tested; the next window begins where the last one's closing pair says; a
-/// short rest behind a full window is decoded where somebody speaks in it; and a window without a text in which
-/// somebody speaks is decoded once more without tests, and is told by a segment without text if it stays empty. With a
-/// `noSpeechThreshold` too, a second of speech that the segments of a window pass over is where the next one begins,
-/// and a clip that begins with speech gets a little silence before it. The detector of the components says who speaks.
+/// With `losesNoSpeech`
+///   - the first token is not tested, and the next window begins at the pair of time tokens that ends this one;
+///   - a short rest behind a full window is decoded when somebody speaks in it;
+///   - a window with speech but without text is decoded once more without tests; if it stays empty, a segment without
+///     text says so;
+///   - with a `noSpeechThreshold`, the next window begins where the segments pass over a second of speech, and a clip
+///     that begins with speech gets a little silence before it.
+/// The detector of the components says where somebody speaks.
 ///
 /// Threads: one. Callbacks run on it.
 /// Errors:  WhisperError; partial results are not returned. A stop request ends in the kind `cancelled`.

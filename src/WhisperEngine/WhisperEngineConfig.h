@@ -33,7 +33,7 @@ struct WhisperEngineConfig {
     std::optional<std::string> modelEndpoint;
     std::optional<std::filesystem::path> modelFolder; // a model on the disk: nothing is downloaded
     std::optional<std::filesystem::path> tokenizerFolder;
-    std::string repairCommand; // what mends a model of the own folder, before its name; named where one is damaged
+    std::string repairCommand;                          // named when a model is damaged: a model's name follows it
     std::optional<std::filesystem::path> bundledModels; // a read-only folder of models that come with the program
     ModelComputeOptions computeOptions;
     AudioInputConfig audioInputConfig;
@@ -51,8 +51,9 @@ struct WhisperEngineConfig {
     bool prewarm = true;
     bool load = true;
     bool download = true;
-    int threads = 0;                   // of the neural runtime; 0 takes one for each core
-    InstructionTrial instructionTrial; // of the first engine in a process; without one the processor's word is taken
+    int threads = 0; // of the neural runtime; 0 takes one for each core
+    InstructionTrial
+        instructionTrial; // used by the first engine of a process; without one, what the processor announces counts
     std::function<void(ModelState before, ModelState after)> modelStateCallback;
     std::function<void(hub::DownloadProgress)> downloadProgress; // on any thread, one call at a time
     std::function<void(double fraction)> compileProgress;        // in [0, 1]

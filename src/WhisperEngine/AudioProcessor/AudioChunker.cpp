@@ -13,7 +13,7 @@ namespace fenlo::whisper {
 std::vector<std::pair<int, int>> prepareSeekClips(const DecodingOptions& options, int sampleCount) {
     const auto toSample = [sampleCount](float seconds) {
         const double sample = std::round(static_cast<double>(seconds) * sampleRate);
-        return sample > 0 ? static_cast<int>(std::min<double>(sample, sampleCount)) : 0; // 0 also for what is no number
+        return sample > 0 ? static_cast<int>(std::min<double>(sample, sampleCount)) : 0; // 0 for NaN too
     };
     if (options.clipTimestamps.empty())
         return {{0, sampleCount}};

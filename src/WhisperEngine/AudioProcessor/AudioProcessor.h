@@ -16,7 +16,7 @@ class Logging;
 struct AudioInputConfig {
     enum class ChannelMode { sumChannels, specificChannel };
     ChannelMode channelMode = ChannelMode::sumChannels;
-    std::vector<int> channels; // with specificChannel: which ones, from 0. None that is valid means the first.
+    std::vector<int> channels; // with specificChannel: which ones, from 0; the first when none of them exists
 };
 
 struct LoadedAudio {
@@ -29,8 +29,8 @@ class AudioProcessor {
 public:
     virtual ~AudioProcessor() = default;
 
-    /// Reads and resamples block by block whatever the libraries here or an installed ffmpeg program read. Only the
-    /// result is held in memory: 230 MB an hour.
+    /// Reads and resamples, block by block, any file that the libraries or an installed ffmpeg program can read. Only
+    /// the result is held in memory: 230 MB an hour.
     /// Errors: WhisperError of the kind loadAudioFailed, also for a file without samples, or cancelled.
     virtual LoadedAudio loadAudio(const std::filesystem::path& path, const AudioInputConfig& config,
                                   const Logging& logging, std::stop_token stop) const;

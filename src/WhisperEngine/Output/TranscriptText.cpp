@@ -11,7 +11,7 @@ namespace {
 
 long milliseconds(float seconds) {
     const double value = std::round(static_cast<double>(seconds) * 1000);
-    if (!(value > 0)) // also where it is no number
+    if (!(value > 0)) // also for NaN
         return 0;
     return value < latestTime ? static_cast<long>(value) : latestTime;
 }

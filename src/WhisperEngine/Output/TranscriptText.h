@@ -21,7 +21,7 @@ struct TimeSpan {
     long end = 0;   // not before the start
 };
 
-/// From seconds, which may be negative, in the wrong order or no numbers.
+/// From seconds, which may be negative, in the wrong order or NaN.
 TimeSpan timeSpan(float start, float end);
 
 } // namespace fenlo::whisper

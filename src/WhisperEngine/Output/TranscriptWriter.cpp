@@ -45,7 +45,7 @@ std::string separatedByTabs(std::span<const TranscriptionResult> results) {
     return text;
 }
 
-/// A measure without the noise that a 32-bit float has in decimals; null where it is no number.
+/// A measure without the noise that a 32-bit float has in decimals; null for NaN and infinity.
 Json number(float value) {
     return std::isfinite(value) ? Json(std::round(static_cast<double>(value) * 1e6) / 1e6) : Json();
 }

@@ -13,7 +13,7 @@ bool isSilent(const DecodingResult& result, const DecodingOptions& options) {
            (!options.logProbThreshold || result.avgLogProb < *options.logProbThreshold);
 }
 
-/// Leaves out the prefix, of which a long one has lost its beginning.
+/// Leaves out the prefix. The beginning of a long one was cut off, so any end of it counts.
 std::span<const int> withoutPrefix(std::span<const int> tokens, std::span<const int> prefix) {
     while (prefix.size() > tokens.size() || !std::ranges::equal(prefix, tokens.first(prefix.size())))
         prefix = prefix.subspan(1);
@@ -103,7 +103,7 @@ Cuts cutAtPairs(Tokens tokens, const Window& window) {
     return cuts;
 }
 
-/// Where a window with pairs says that the next one begins. Without a value, or with one that leads nowhere, the whole
+/// Where the next window begins after one with pairs. Without a value, or with one that does not move on, the whole
 /// window is done.
 std::optional<int> seekAfterPairs(Tokens tokens, const Cuts& cuts, const Window& window, bool losesNoSpeech) {
     const bool endsInTime = window.isTime(tokens.back());

@@ -48,8 +48,8 @@ struct WindowPlace {
 /// Units:   seek, segment size and rate in samples; times in seconds.
 class SegmentSeeker {
 public:
-    /// The seek moves on at least so far, however early a window's last pair stands. It is shorter than a word, so that
-    /// none is passed over, and bounds what the strangest model costs: 150 windows for thirty seconds.
+    /// The seek always moves on by at least this much. It is shorter than a word, so that no word is passed over, and
+    /// it limits what a model that hardly gets on can cost: 150 windows for thirty seconds.
     static constexpr int leastStep = sampleRate / 5;
     static constexpr const char* prependPunctuations = "\"'“¡¿([{-";
     static constexpr const char* appendPunctuations = "\"'.。,，!！?？:：”)]}、";
@@ -61,9 +61,9 @@ public:
     /// among their tokens, and in their text unless `skipSpecialTokens` is set. A stretch without text is no segment of
     /// its own. The next seek lies behind the current one, and at most at the end of the window.
     ///
-    /// A closing pair of time tokens says that a sentence begins in the window which is not all in it. It uses the
-    /// window up; with `losesNoSpeech` the next window begins at the pair instead, and a single time at the end uses
-    /// the window up.
+    /// A pair of time tokens at the end says that one more sentence begins in the window, but does not end in it. The
+    /// next window then begins behind this one; with `losesNoSpeech` it begins at the pair, and a single time token at
+    /// the end says that this window is done.
     virtual SeekResult findSeekPointAndSegments(const DecodingResult& decodingResult, const DecodingOptions& options,
                                                 int allSegmentsCount, int currentSeek, int segmentSize,
                                                 const WhisperTokenizer& tokenizer) const;

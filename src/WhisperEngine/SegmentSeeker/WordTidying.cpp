@@ -11,7 +11,7 @@ namespace fenlo::whisper {
 namespace {
 
 constexpr float greatestMedian = 0.7f;   // seconds
-constexpr float strayFromSegment = 0.5f; // seconds; so far may a word reach out of its segment
+constexpr float strayFromSegment = 0.5f; // seconds that a word may reach out of its segment
 constexpr std::string_view sentenceEnds = ".!?";
 
 std::string_view withoutBlanks(std::string_view word) {
@@ -124,7 +124,7 @@ void clipAtSegmentEdges(std::vector<WordTiming>& words, float segmentStart, floa
             first.end = second->start = second->end - longest;
         first.start = std::max(first.start, first.end - longest);
     }
-    // A segment's own times are the better ones where the alignment strays far.
+    // Where the alignment is far off, the segment's own times are better.
     if (segmentStart < first.end && segmentStart - strayFromSegment > first.start)
         first.start = std::max(first.start, std::min(first.end - durations.median, segmentStart));
     WordTiming& last = words.back();

@@ -54,7 +54,7 @@ WordTokens splitAtCharacters(const hub::Tokenizer& tokenizer, const std::vector<
         current.push_back(token);
         std::string text = tokenizer.decode(current);
         const std::size_t cut = text.find(cutCharacter);
-        // A character that is broken in the whole text too does not get better with more tokens.
+        // A character that is broken in the whole text stays broken, however many tokens follow.
         const bool isWhole =
             cut == std::string::npos ||
             (at + cut < whole.size() && whole.compare(at + cut, cutCharacter.size(), cutCharacter) == 0);
@@ -70,7 +70,7 @@ WordTokens splitAtCharacters(const hub::Tokenizer& tokenizer, const std::vector<
 }
 
 bool beginsWord(const std::string& piece) {
-    // Nothing but blanks is found in any string, and is a word as well.
+    // Blanks alone are a word too.
     return piece.starts_with(' ') ||
            asciiPunctuation.find(text::trimWhitespaceAndNewlines(piece)) != std::string_view::npos;
 }

@@ -13,7 +13,7 @@ namespace fenlo::whisper {
 /// Tells frame by frame whether somebody speaks. Frames follow each other by their length less their overlap; the last
 /// one may be short.
 ///
-/// Errors: WhisperError of the kind initializationError for frames that do not get on.
+/// Errors: WhisperError of the kind initializationError for an overlap that is not below the length.
 /// Units:  rate in hertz, frame length and overlap in samples.
 class VoiceActivityDetector {
 public:

@@ -44,7 +44,7 @@ Layout layOut(std::span<const CompiledFileWriter::Tensor> tensors) {
     return layout;
 }
 
-/// Whether a name is that of a file on its way: a compiled file's with a point and six letters behind it.
+/// Whether a name is that of an unfinished file: a compiled file's name, a point and six letters.
 bool isFileOnItsWay(const std::string& name) {
     for (const char* stem : {"MelSpectrogram.", "AudioEncoder.", "TextDecoder."})
         if (name.starts_with(stem) && name.size() == std::strlen(stem) + 6)
@@ -85,7 +85,7 @@ CompiledFileWriter::CompiledFileWriter(std::filesystem::path path, const Compile
     writeAt(0, table);
 }
 
-/// The lock tells others that the file has a writer; one that was removed before it was locked is made again.
+/// The lock tells others that the file has a writer. A file that was removed before it was locked is made again.
 void CompiledFileWriter::makeNeighbour() {
     for (struct stat found{}; found.st_nlink == 0;) {
         m_neighbour.emplace(m_path);

@@ -12,7 +12,7 @@
 
 namespace fenlo::whisper {
 
-/// Writes a compiled file beside its place, and moves it there when it is whole; a writer that goes away before
+/// Writes a compiled file beside its place, and moves it there when it is whole. A writer that is destroyed before that
 /// leaves nothing.
 ///
 /// Errors: modelFault when the disk is full or refuses.
@@ -33,7 +33,7 @@ public:
     /// The file is whole: it takes the place of an older one.
     void commit();
 
-    /// Removes what writers of the folder left that ended with their process; those at work keep theirs.
+    /// Removes the unfinished files of writers whose process has ended; writers at work keep theirs.
     static void removeLeftovers(const std::filesystem::path& folder);
 
     static std::uint64_t fileSize(std::span<const Tensor> tensors);

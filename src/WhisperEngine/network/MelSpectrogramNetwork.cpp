@@ -28,7 +28,7 @@ std::vector<float> reflected(std::span<const float> audio) {
     return padded;
 }
 
-/// How many frames have anything but zeros in their window. What is short of a window is padded with zeros.
+/// How many frames have anything but zeros in their window. Audio shorter than a window is padded with zeros.
 int soundingFrames(std::span<const float> padded, int frames) {
     std::size_t end = padded.size();
     while (end > 0 && padded[end - 1] == 0.0f)

@@ -109,7 +109,7 @@ public:
             m_total += numberBytes(tableOf(job));
         }
         checkRoom(room);
-        // On a full disk all or nothing: two files of three would only take up room.
+        // All or nothing: on a full disk two of the three files would only take up room.
         std::list<CompiledFileWriter> writers;
         for (const Job& job : m_jobs)
             write(job, writers.emplace_back(pathOf(job), job.identity, tableOf(job)));
@@ -118,7 +118,7 @@ public:
     }
 
 private:
-    /// The folders of the compiled files, without leftovers; those that stay empty go again.
+    /// Makes the folders of the compiled files and removes leftovers; folders that stay empty are removed at the end.
     class Folders {
     public:
         Folders(const ModelPlace& place, const std::vector<Job>& jobs) {

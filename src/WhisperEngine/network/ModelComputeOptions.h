@@ -4,7 +4,7 @@ namespace fenlo::whisper {
 
 /// How a model computes.
 enum class ComputeUnit {
-    automatic, // 8-bit weights, and 8-bit activations where the processor and the tokens bear it
+    automatic, // 8-bit weights, and 8-bit activations where the processor is fast at them and the tokens stay right
     float32,   // the reference: 32-bit floats throughout
 };
 

@@ -96,7 +96,7 @@ std::vector<AlignmentHead> readAlignmentHeads(const json& config, const ModelArc
     return heads;
 }
 
-/// Where nobody measured which heads follow the audio: all of the upper half of the layers, as the published code does.
+/// For models whose heads nobody has measured: all heads of the upper half of the layers, as in the published code.
 std::vector<AlignmentHead> upperHalf(const ModelArchitecture& architecture) {
     std::vector<AlignmentHead> heads;
     for (int layer = architecture.decoderLayers / 2; layer < architecture.decoderLayers; ++layer)

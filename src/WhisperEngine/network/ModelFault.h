@@ -11,8 +11,8 @@ inline WhisperError modelFault(const std::string& message) {
     return {WhisperError::Kind::modelsUnavailable, message};
 }
 
-/// A file of the model is damaged or missing, which fetching or compiling the model again mends. `fault` is the message
-/// without the remedy, for those who know a better one.
+/// A file of the model is damaged or missing; fetching or compiling the model again repairs it. `fault` is the message
+/// without the remedy, for callers that know a better one.
 struct ModelDamage : WhisperError {
     explicit ModelDamage(const std::string& message, const std::string& remedy = ". Download the model again.",
                          Kind reason = Kind::modelsUnavailable)

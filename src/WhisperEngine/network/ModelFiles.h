@@ -32,7 +32,8 @@ bool isCompiled(const ModelPlace& place, const ModelComputeOptions& options);
 void checkCheckpoint(const std::filesystem::path& modelFolder, const ModelComputeOptions& options);
 
 /// Compiles the checkpoint: packs and quantises the weights into the three files, which are moved into place when all
-/// are whole; a compilation that fails leaves nothing. What an interrupted one left is removed. `progress` in [0, 1].
+/// are whole. A compilation that fails leaves nothing behind, and removes what an interrupted one left. `progress` in
+/// [0, 1].
 void compileModel(const ModelPlace& place, const ModelComputeOptions& options,
                   const std::function<void(double)>& progress, std::stop_token stop);
 

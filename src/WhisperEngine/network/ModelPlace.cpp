@@ -36,7 +36,7 @@ fs::path wholePath(const fs::path& folder) {
     return found.has_filename() ? found : found.parent_path(); // without a slash at the end
 }
 
-/// The beginning of the names of all that the cache holds of a folder.
+/// How the names of a folder's cached files begin.
 std::string cachePrefix(const fs::path& modelFolder) {
     return keyOf(sha256(wholePath(modelFolder).string())) + "-";
 }

@@ -6,8 +6,8 @@
 
 namespace fenlo::whisper {
 
-/// Where a model lies: the checkpoint, and the compiled files, which have a folder of their own when the checkpoint's
-/// is not to be written into.
+/// Where a model lies: the checkpoint, and the compiled files, which have a folder of their own when nothing may be
+/// written into the checkpoint's.
 struct ModelPlace {
     ModelPlace(const std::filesystem::path& folder) : checkpoint(folder), compiled(folder) {} // both in one folder
     ModelPlace(std::filesystem::path checkpointFolder, std::filesystem::path compiledFolder)
@@ -24,12 +24,12 @@ std::filesystem::path compiledCache();
 bool isIn(const std::filesystem::path& modelFolder, const std::filesystem::path& models);
 
 /// Compiled files lie beside the checkpoint when they are there already, or when the folder is one of this program's
-/// models (in `ownModels`) and may be written. Otherwise they go to the cache: another's folder is never written into.
-/// Errors: WhisperError of the kind modelsUnavailable for a checkpoint that cannot be told from others.
+/// models (in `ownModels`) and may be written. Otherwise they go to the cache: nothing is written into a folder of
+/// others. Errors: WhisperError of the kind modelsUnavailable for a checkpoint that cannot be told from others.
 ModelPlace placeOf(const std::filesystem::path& modelFolder, const std::filesystem::path& ownModels,
                    const ModelComputeOptions& options);
 
-/// Removes what the cache holds of the model, of any state of its checkpoint but `kept` (one of its folders, or empty).
+/// Removes the cached files of the model, except those in `kept` (one of its folders, or empty).
 void removeCached(const std::filesystem::path& modelFolder, const std::filesystem::path& kept = {});
 
 } // namespace fenlo::whisper

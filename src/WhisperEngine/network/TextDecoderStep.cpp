@@ -10,7 +10,7 @@ namespace fenlo::whisper {
 
 namespace {
 
-/// What a thread reads in about the time of a hand-over to another one.
+/// As much as a thread reads while work is handed to another one.
 constexpr std::size_t bytesPerTask = 512 << 10;
 
 } // namespace
@@ -51,7 +51,7 @@ void TextDecoderNetwork::Step::embed() {
         m_work.state[i] =
             position[i] + (token.bytes ? token.scales[0] * static_cast<float>(token.bytes[i]) : token.weights[i]);
 
-    // The token itself counts whatever the mask says.
+    // The mask never hides the token itself.
     std::copy_n(m_inputs.decoder_key_padding_mask.begin(), m_inputs.cache_length, m_work.mask.begin());
     m_work.mask[static_cast<std::size_t>(m_inputs.cache_length)] = 0.0f;
 }
@@ -73,7 +73,7 @@ void TextDecoderNetwork::Step::attendSelf(std::size_t index, int head, const Inp
     const std::size_t inCache = index * size(width, 1) + inHead;
     const std::size_t stride = m_network.m_layers.size() * size(width, 1);
 
-    // The caller's positions and this one behind them, close together.
+    // The cached positions and behind them this one, without gaps.
     float* const keys = m_work.keys.data() + inHead * size(m_net.textPositions, 1);
     float* const values = m_work.values.data() + inHead * size(m_net.textPositions, 1);
     for (int position = 0; position < length; ++position) {
@@ -143,7 +143,7 @@ void TextDecoderNetwork::Step::feedForward(const Layer& layer) {
     addProduct(layer.feedOut, m_work.inner.data());
 }
 
-/// The way of every branch back into the residual stream.
+/// Adds a branch's result to the residual stream.
 void TextDecoderNetwork::Step::addProduct(const PackedLinear& linear, const float* src) {
     const Input input = inputFor(linear, src);
     forRows(linear, [&](int first, int last) {

@@ -31,8 +31,9 @@ struct TextDecoderNetwork::Workspace final : TextDecoderModel::Scratch {
 
 /// One call of the decoder.
 ///
-/// Threads: the heads of an attention and blocks of rows of a product go to the pool where there is enough of them to
-///          pay for the hand-over; a layer has six such points.
+/// Threads: the heads of an attention, and blocks of a product's rows, go to the pool where that is worth the
+/// hand-over;
+///          a layer has six such points.
 class TextDecoderNetwork::Step {
 public:
     Step(const TextDecoderNetwork& network, const TextDecoderInputs& inputs, const TextDecoderOutputs& outputs,

@@ -10,7 +10,7 @@ inline float floatFromHalf(std::uint16_t half) {
     const std::uint32_t sign = static_cast<std::uint32_t>(half & 0x8000u) << 16;
     const std::uint32_t magnitude = static_cast<std::uint32_t>(half & 0x7FFFu) << 13;
     const float scaled = std::bit_cast<float>(magnitude) * 0x1p112f;
-    const std::uint32_t special = magnitude >= 0x0F800000u ? 0x7F800000u : 0u; // infinities and what is no number
+    const std::uint32_t special = magnitude >= 0x0F800000u ? 0x7F800000u : 0u; // infinity and NaN
     return std::bit_cast<float>(std::bit_cast<std::uint32_t>(scaled) | special | sign);
 }
 

@@ -13,7 +13,7 @@ struct InstructionWish {
     std::string library; // ONEDNN_MAX_CPU_ISA or DNNL_MAX_CPU_ISA
 };
 
-/// The widest step that the processor has, the wish allows and the trial passes, which is made from the widest down.
+/// The widest step that the processor has, the wish allows and the trial passes. Trials go from the widest step down.
 /// The narrowest step is used without a trial.
 InstructionChoice chooseInstructionSet(const ProcessorFacts& processor, const InstructionWish& wish,
                                        const InstructionTrial& trial);

@@ -24,7 +24,7 @@ struct TrialResult {
 };
 using InstructionTrial = std::function<TrialResult(InstructionSet)>;
 
-/// Which step is used, and why none of the wider ones is that the processor announces.
+/// Which step is used, and why the wider ones that the processor announces are not.
 struct InstructionChoice {
     InstructionSet used = InstructionSet::scalar;
     std::vector<std::string> reasons; // one short sentence each
@@ -35,12 +35,12 @@ struct InstructionChoice {
 /// Settles for the whole process how wide it calculates, and tells Highway and oneDNN, which cannot be told again: the
 /// first call counts, and later ones return what it chose. It is the widest step that the processor has, that the
 /// environment allows (`FENLO_ISA` names a step; `DNNL_MAX_CPU_ISA`, in oneDNN's own names, counts as well) and that
-/// passes the trial. Without a trial the look at the processor decides alone.
+/// passes the trial. Without a trial, what the processor announces decides alone.
 ///
 /// Threads: any; others wait for the first call's trial.
 const InstructionChoice& settleInstructionSet(const InstructionTrial& trial);
 
-/// The step that was settled; settles it without a trial when nobody did before.
+/// The settled step. Where none is settled yet, this settles it without a trial.
 ///
 /// Threads: any.
 InstructionSet allowedInstructionSet();

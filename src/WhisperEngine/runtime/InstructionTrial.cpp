@@ -37,7 +37,7 @@ TrialResult resultOf(int status) {
         return {std::string("it ends in a fault (") + ::strsignal(WTERMSIG(status)) + ")"};
     case SIGXCPU:
         return {"it does not come to an end"};
-    default: // somebody ended it, or memory ran out: no word against the step
+    default: // killed from outside, or out of memory: this says nothing about the step
         return {"", false};
     }
 }
@@ -113,7 +113,7 @@ std::string trialKey() {
     const dnnl_version_t& version = *dnnl::version();
     std::ostringstream key;
     key << readProcessor().identity << "; oneDNN " << version.major << '.' << version.minor << '.' << version.patch;
-    Dl_info library{}; // a distribution mends a library without another version
+    Dl_info library{}; // a distribution repairs a library without changing its version
     std::error_code error;
     if (::dladdr(reinterpret_cast<const void*>(&dnnl_version), &library) != 0)
         key << " of " << fs::last_write_time(library.dli_fname, error).time_since_epoch().count();

@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <span>
 
-/// The small numeric kernels of the runtime, each twice: `reference` in plain C++, kept for ever and compared with the
-/// fast one, and the fast one on SIMD of the width that was settled for the process (InstructionSet.h).
+/// The small numeric kernels of the runtime, each in two forms: a fast one on SIMD of the width that is settled for the
+/// process (InstructionSet.h), and `reference` in plain C++, which stays to compare the fast one with.
 ///
 /// Threads: pure functions on the caller's memory. No allocation.
-/// Errors:  none; sizes are the caller's promise.
+/// Errors:  none; the caller answers for the sizes.
 /// Shapes:  row-major. Any length and any alignment.
 namespace fenlo::whisper::kernels {
 

@@ -108,7 +108,7 @@ HWY_INLINE Floats expOf(Floats x) {
     return hn::IfThenZeroElse(hn::Lt(x, hn::Set(floats, -87.0F)), hn::Mul(poly, power));
 }
 
-/// Comparisons leave a NaN out, which the processors' own maximum does or does not.
+/// By comparisons, which leave a NaN out; a processor's own maximum may keep it.
 float largestOf(const float* values, std::size_t count) {
     Floats found = hn::Set(floats, -std::numeric_limits<float>::infinity());
     forEach(values, count, -std::numeric_limits<float>::infinity(),

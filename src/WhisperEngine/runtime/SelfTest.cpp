@@ -37,7 +37,7 @@ private:
     std::uint64_t m_state = 1;
 };
 
-/// Results that are no numbers are near nothing.
+/// False where a result is NaN.
 bool near(const std::vector<float>& actual, const std::vector<float>& expected, float tolerance) {
     return std::ranges::equal(actual, expected,
                               [tolerance](float a, float b) { return std::fabs(a - b) <= tolerance; });

@@ -26,8 +26,8 @@ struct Products {
 Products engineProducts();
 
 /// Compares each product and each small kernel with its plain form, in packed and in odd sizes; takes some
-/// milliseconds. Returns what was wrong first, or nothing. On the step that the process settled on: a step that does
-/// not work may end the process.
+/// milliseconds. Returns what was wrong first, or nothing. It runs on the step that the process has settled on; a step
+/// that does not work may end the process.
 std::string selfTest(const Products& products);
 
 } // namespace fenlo::whisper

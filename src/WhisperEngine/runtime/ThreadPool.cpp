@@ -16,7 +16,7 @@ namespace fenlo::whisper {
 
 namespace {
 
-/// One call of run(). It lives on its caller's stack, who leaves only when no worker is at it any more.
+/// One call of run(). It lives on its caller's stack; the caller returns only when no worker uses it any more.
 struct Job {
     const std::function<void(int)>& work;
     int tasks;
@@ -33,7 +33,7 @@ struct Job {
         } catch (...) {
             if (!hasFailed.test_and_set())
                 failure = std::current_exception();
-            next = tasks; // what nobody began yet has no use any more
+            next = tasks; // tasks that have not begun are skipped
         }
     }
 
@@ -43,8 +43,8 @@ struct Job {
     }
 };
 
-/// Ten to thirty microseconds, by the processor's make: longer than a decoder computes between two calls. To wake a
-/// thread that sleeps takes as long, and a token with its seventy calls would wait for that each time.
+/// Ten to thirty microseconds, by the processor's make: longer than a decoder computes between two calls. Waking a
+/// sleeping thread takes as long, and each of a token's seventy calls would wait for it.
 constexpr int pausesBeforeSleep = 500;
 
 /// Waits a moment, unlocked, before the thread goes to sleep. `ready` reads atomics only.

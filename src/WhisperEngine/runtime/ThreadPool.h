@@ -7,10 +7,10 @@ namespace fenlo::whisper {
 
 /// Threads that share the work of one call: the caller works too, and run() returns when all is done.
 ///
-/// Threads: run() may be called from several threads at once; the calls take turns at the workers, and each makes
-///          progress on its caller's thread in any case.
-/// Errors:  what `work` throws comes out of run(), the first of several, when no thread is at that call any more; tasks
-///          that nobody had begun are left out then. The pool stays as good as new.
+/// Threads: run() may be called from several threads at once. The calls share the workers, and each also works on its
+///          caller's thread.
+/// Errors:  run() throws what `work` threw, the first of several, once no thread is at that call any more. Tasks that
+///          have not begun are skipped then. The pool can be used again.
 class ThreadPool {
 public:
     /// `threads` counts the caller, so 1 starts none. 0 takes one for each core.
