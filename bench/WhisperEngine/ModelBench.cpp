@@ -45,7 +45,7 @@ public:
         : m_folder(files::temporaryFile(std::string("bench-").append(size.name).append("-"), "")), m_options{unit, unit,
                                                                                                              unit,
                                                                                                              unit} {
-        test::RandomCheckpoint{size.architecture(), 1, {}}.write(m_folder);
+        test::RandomCheckpoint{size.architecture(), {}}.write(m_folder);
     }
     ~Model() {
         std::error_code ignored;

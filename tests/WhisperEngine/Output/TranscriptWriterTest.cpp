@@ -212,8 +212,3 @@ TEST(SubtitleLayout, CuesDoNotOverlap) {
     EXPECT_THAT(laidOut({instant}, TranscriptFormat::srt, {.highlightWords = true}),
                 HasSubstr("00:00:01,000 --> 00:00:01,001\n<u>a</u> b\n\n2\n00:00:01,001 --> 00:00:03,000\n"));
 }
-
-TEST(TranscriptWriter, FormatsByName) {
-    EXPECT_EQ(transcriptFormat("vtt"), TranscriptFormat::vtt);
-    EXPECT_EQ(transcriptFormat("docx"), std::nullopt);
-}

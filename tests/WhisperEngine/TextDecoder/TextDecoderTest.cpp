@@ -154,24 +154,6 @@ TEST_F(Decoding, AStoredStartSavesItsCalls) {
     EXPECT_THROW(decode({{.tokens = {262}}}, {}, prefill), WhisperError);
 }
 
-TEST_F(Decoding, DetectsTheMostLikelyLanguageAndWeighsTheOthers) {
-    const int german = tokenizer().languageToken("de").value();
-    model = std::make_shared<ScriptedDecoder>(std::vector<ScriptedPass>{{.tokens = {german}, .confidence = 3}}, 51865);
-    const TextDecoder decoder(model, nullptr, sharedTokenizer(), {}, time, Logging());
-    DecodingInputs inputs = decoder.prepareDecoderInputs({}, false);
-    GreedyTokenSampler sampler(0, special.endToken, options);
-    AudioEmbeddings embeddings;
-    decoder.attach(embeddings);
-    TranscriptionTimings timings;
-    const DecodingResult result = decoder.detectLanguage(embeddings, inputs, sampler, timings);
-    EXPECT_EQ(result.language, "de");
-    float sum = 0;
-    for (const auto& [code, probability] : result.languageProbs)
-        sum += probability;
-    EXPECT_NEAR(sum, 1, 1e-3);
-    EXPECT_GT(result.languageProbs.at("de"), result.languageProbs.at("en"));
-}
-
 TEST_F(Decoding, ThePromptOfAModelOfManyLanguagesNamesLanguageAndTask) {
     const TextDecoder decoder(std::make_shared<ScriptedDecoder>(std::vector<ScriptedPass>{{}}, 51865), nullptr,
                               sharedTokenizer(), {}, time, Logging());

@@ -8,6 +8,7 @@
 #include "base/Files.h"
 #include "base/Json.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -156,6 +157,8 @@ TEST(Checkpoint, FindsTensorsInShards) {
     const Checkpoint checkpoint(folder);
     EXPECT_EQ(checkpoint.tensor("encoder.conv1.weight", {8, 8, 3}).type, SafeTensors::Type::float16);
     EXPECT_EQ(checkpoint.tensor("decoder.layer_norm.bias", {8}).type, SafeTensors::Type::float32);
+    for (const auto& [name, type, shape, data] : tiny.tensors)
+        EXPECT_TRUE(std::ranges::equal(checkpoint.tensor(name, shape).data, std::as_bytes(std::span(data)))) << name;
     const auto wrongShape = errorOf([&] { checkpoint.tensor("encoder.conv1.weight", {8, 3, 8}); });
     EXPECT_NE(wrongShape.find("[8,8,3]"), std::string::npos) << wrongShape;
     EXPECT_NE(errorOf([&] { checkpoint.tensor("decoder.proj", {8}); }).find("decoder.proj"), std::string::npos);

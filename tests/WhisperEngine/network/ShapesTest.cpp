@@ -86,7 +86,6 @@ Networks load(const fs::path& folder, ComputeUnit unit, ThreadPool& pool) {
 struct Outputs {
     std::vector<float> mel, encoder;
     std::vector<std::vector<float>> logits; // of each token
-    bool operator==(const Outputs&) const = default;
 };
 
 Outputs run(const Networks& nets, const std::vector<int>& tokens) {
@@ -135,7 +134,6 @@ class Shapes : public testing::TestWithParam<std::size_t> {
 protected:
     const json& reference() const { return references().at(GetParam()); }
     std::vector<int> tokens() const { return reference()["tokens"]; }
-    RandomCheckpoint checkpoint() const { return {architectureOf(reference()), 1, {}}; }
 
     ThreadPool m_pool{2};
 };
@@ -143,7 +141,7 @@ protected:
 } // namespace
 
 TEST_P(Shapes, BothPrecisionsFollowTheReference) {
-    const ModelFolder folder(checkpoint());
+    const ModelFolder folder({architectureOf(reference()), {}});
     const Outputs exact = run(load(folder.path, ComputeUnit::float32, m_pool), tokens());
     EXPECT_LT(largestDifference(exact.mel, reference()["mel"]), 1e-4f);
     EXPECT_LT(largestDifference(exact.encoder, reference()["encoder"]), 1e-3f);
@@ -155,21 +153,11 @@ TEST_P(Shapes, BothPrecisionsFollowTheReference) {
     }
 }
 
-TEST_P(Shapes, ShardsGiveTheSameBitsAsOneFile) {
-    const ModelFolder whole(checkpoint());
-    RandomCheckpoint inTwo = checkpoint();
-    inTwo.shards = 2;
-    const ModelFolder shards(inTwo);
-    EXPECT_FALSE(fs::exists(shards.path / "model.safetensors"));
-    EXPECT_TRUE(run(load(whole.path, ComputeUnit::automatic, m_pool), tokens()) ==
-                run(load(shards.path, ComputeUnit::automatic, m_pool), tokens()));
-}
-
 INSTANTIATE_TEST_SUITE_P(, Shapes, testing::Range<std::size_t>(0, 2),
                          [](const auto& shape) { return shape.param == 0 ? "Bands80" : "Bands128"; });
 
 TEST(ShapesOfAnEngine, MultilingualModelDetectsSomeLanguage) {
-    const ModelFolder folder({architectureOf(references().at(0)), 1, fs::path(DEMO_MODEL_FOLDER) / "tokenizer.json"});
+    const ModelFolder folder({architectureOf(references().at(0)), fs::path(DEMO_MODEL_FOLDER) / "tokenizer.json"});
     SystemClock clock;
     test::FakeHttpClient noNetwork;
     WhisperEngineConfig config;
@@ -183,6 +171,10 @@ TEST(ShapesOfAnEngine, MultilingualModelDetectsSomeLanguage) {
         engine->detectLanguage(samples / test::goldenSamples()[0]["file"].get<std::string>(), {});
     EXPECT_TRUE(std::ranges::count(languages(), found.language, &Language::code) == 1) << found.language;
     ASSERT_TRUE(found.languageProbs.contains(found.language));
-    for (const auto& [code, logProbability] : found.languageProbs)
-        EXPECT_LE(logProbability, found.languageProbs.at(found.language)) << code;
+    float sum = 0;
+    for (const auto& [code, probability] : found.languageProbs) {
+        EXPECT_LE(probability, found.languageProbs.at(found.language)) << code;
+        sum += probability;
+    }
+    EXPECT_NEAR(sum, 1, 1e-3);
 }

@@ -120,26 +120,6 @@ void writeWeights(const fs::path& path, const std::vector<RandomTensor>& tensors
         throw std::runtime_error(path.string() + " cannot be written. Make room on the disk.");
 }
 
-std::string shardName(int shard, int shards) {
-    const auto number = [](int value) { return std::string("0000").append(std::to_string(value)); };
-    return "model-" + number(shard + 1) + "-of-" + number(shards) + ".safetensors";
-}
-
-/// Neighbours go to different shards, which no publisher does: only the index may say where a tensor is.
-void writeShards(const fs::path& folder, const std::vector<RandomTensor>& tensors, int shards) {
-    json map = json::object();
-    for (int shard = 0; shard < shards; ++shard) {
-        std::vector<RandomTensor> own;
-        for (std::size_t i = static_cast<std::size_t>(shard); i < tensors.size();
-             i += static_cast<std::size_t>(shards)) {
-            own.push_back(tensors[i]);
-            map[tensors[i].name] = shardName(shard, shards);
-        }
-        writeWeights(folder / shardName(shard, shards), own);
-    }
-    std::ofstream(folder / "model.safetensors.index.json") << writeJson(json{{"weight_map", map}}, 1);
-}
-
 } // namespace
 
 std::uint64_t RandomTensor::count() const {
@@ -206,11 +186,7 @@ void RandomCheckpoint::write(const fs::path& folder) const {
     std::ofstream(folder / "generation_config.json") << writeJson(json{{"alignment_heads", heads}}, 1);
     if (!tokenizer.empty())
         fs::copy_file(tokenizer, folder / "tokenizer.json", fs::copy_options::overwrite_existing);
-    const auto tensors = tensorsOf(architecture);
-    if (shards == 1)
-        writeWeights(folder / "model.safetensors", tensors);
-    else
-        writeShards(folder, tensors, shards);
+    writeWeights(folder / "model.safetensors", tensorsOf(architecture));
 }
 
 } // namespace fenlo::test

@@ -26,7 +26,6 @@ namespace fenlo::test {
 ///   encoder.embed_positions.weight   the published sines and cosines
 struct RandomCheckpoint {
     whisper::ModelArchitecture architecture;
-    int shards = 1;                  // with more, an index file names them
     std::filesystem::path tokenizer; // copied, unless empty
 
     /// Makes the folder and writes `config.json`, `generation_config.json` and the weights, in little memory. Errors:
