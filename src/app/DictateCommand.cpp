@@ -8,6 +8,7 @@
 #include "audio/TakeChunks.h"
 #include "base/Json.h"
 #include "media/AudioFile.h"
+#include "media/SpeechRate.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "session/TakeNote.h"
 #include "session/TakePipeline.h"
@@ -22,8 +23,6 @@ namespace fenlo {
 
 namespace {
 
-constexpr int takeRate = 16000; // hertz
-
 struct DictateOptions {
     std::filesystem::path file;
     std::string application; // the id that the tables of applications see; empty for none
@@ -36,12 +35,12 @@ struct DictateOptions {
 Take takeFromSamples(std::span<const float> samples) {
     Take take;
     take.isCopy = true;
-    take.duration = static_cast<double>(samples.size()) / takeRate;
+    take.duration = static_cast<double>(samples.size()) / speechRate;
     const SpeechTestResult test = testSpeech(samples, take.duration);
     take.speechRatio = test.speechRatio.value_or(1.0f);
     if (!test.keep && take.duration <= chunkDuration)
         return take;
-    auto chunks = writeChunks(samples, takeRate);
+    auto chunks = writeChunks(samples, speechRate);
     if (!chunks)
         throw std::runtime_error("cannot write to " + std::filesystem::temp_directory_path().string() +
                                  "; free some space or set TMPDIR");
@@ -55,7 +54,7 @@ struct FileTake {
 };
 
 FileTake takeFromFile(const std::filesystem::path& file) {
-    const Recording recording = readRecording(file, takeRate);
+    const Recording recording = readRecording(file, speechRate);
     tellDamages(file, recording.damages);
     return {takeFromSamples(recording.samples), !recording.damages.empty()};
 }
