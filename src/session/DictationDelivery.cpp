@@ -41,7 +41,7 @@ bool DictationSession::deliver(const TakeOutcome& result, double duration, const
         else
             deliverWords(result, duration, trouble);
     } catch (...) {
-        log("[Fenlo] ERROR: the words could not be delivered: " + messageOf(std::current_exception()));
+        logError("the words could not be delivered: {}", messageOf(std::current_exception()));
         m_services.overlay.hide();
         isDelivered = false;
     }
@@ -72,7 +72,7 @@ void DictationSession::deliverWords(const TakeOutcome& result, double duration, 
 /// What the user sees of a take that came to nothing.
 void DictationSession::tell(TakeFault fault, bool isKept) {
     const std::string line(describe(fault));
-    log("[Fenlo] ERROR: The take came to no words: " + line);
+    logError("The take came to no words: {}", line);
     std::vector<std::string> lines{line};
     if (isKept)
         lines.emplace_back(keptLine);
@@ -96,7 +96,7 @@ void DictationSession::finishDictation(const outcome::Dictation& dictation, doub
         m_lastPasteTime = m_services.clock.now();
     }
     if (dictation.rewriteFailed && dictation.rewriteRequested) {
-        log("[Fenlo] AI command fell back to raw transcription — user notified via sound");
+        logInfo("AI command fell back to raw transcription — user notified via sound");
         if (m_services.config.get().playSounds)
             m_services.tones.beep();
     }
@@ -120,7 +120,7 @@ void DictationSession::perform(const std::string& action) {
 
 void DictationSession::applyVoiceCorrection(const std::string& correction, double duration) {
     std::string newText = applyCorrection(m_lastText, correction);
-    log("[Fenlo] Voice correction: '" + m_lastText + "' → '" + newText + "'");
+    logInfo("Voice correction: '{}' → '{}'", m_lastText, newText);
     const bool isLocked = m_hooks.isScreenLocked();
     for (std::size_t left = isLocked ? 0 : text::characterCount(m_lastText); left > 0; --left)
         pressAndRelease(m_services.keys, key::arrowLeft, mask::shift);

@@ -45,7 +45,7 @@ struct SessionServices {
     KeptTakes& keptTakes;
 };
 
-/// What the session tells or asks of the rest of the program. Those that are not filled in are neutral.
+/// What the session tells or asks the rest of the program. By default each does nothing.
 struct SessionHooks {
     std::function<bool()> isMeetingActive = [] { return false; };
     std::function<bool()> isScreenLocked = [] { return false; };
@@ -90,24 +90,32 @@ public:
     const std::string& lastText() const { return m_lastText; }
 
 private:
+    // From the hotkey to the recorded take: DictationSession.cpp.
     void press();
     void release();
-    void becomeCommand();
+    template <typename Work>
+    void endTakeOnError(Work work);
     void beginRecording();
     void recorderBecameReady(bool wasExternalInput, bool isReplacing);
     void endRecording();
     Take stopRecording();
+    void playStartTones();
+    void becomeIdle();
+
+    // Space during a take makes it an AI command on the selected text: DictationCommand.cpp.
+    void becomeCommand();
+    void rememberClipboard();
+    void captureSelection();
+
+    // From the recorded chunks to an outcome: DictationProcessing.cpp.
     enum class Source { microphone, keptTake };
     void processChunks(Take take, std::shared_ptr<TakeNote> note, Source source);
     void walk(const Take& take, std::shared_ptr<TakeNote> note, TakeListener listener, bool dropsWhenCancelled,
               const std::atomic<bool>& isDropped, std::stop_token stop);
     TakeListener listener();
-    template <typename Work>
-    void endTakeOnError(Work work);
     TakeSituation situation() const;
-    void rememberClipboard();
-    void captureSelection();
 
+    // From an outcome to the user: DictationDelivery.cpp.
     struct Trouble {
         std::optional<TakeFault> fault; // of the recogniser, also where the take was rescued
         bool isKept = false;
@@ -122,11 +130,8 @@ private:
     void deliverSnippet(const std::string& text, double duration);
     void finishDictation(const outcome::Dictation& dictation, double duration);
     void perform(const std::string& action);
-
     void record(const std::string& text, double duration);
-    void playStartTones();
     void playEndTones();
-    void becomeIdle();
 
     SessionServices m_services;
     SessionHooks m_hooks;
@@ -142,9 +147,9 @@ private:
     std::optional<FocusContext> m_capturedContext;
     std::shared_ptr<TakeNote> m_note;               // of the take that is being recorded
     std::shared_ptr<std::atomic<bool>> m_isDropped; // whether the user cancelled the take that was processed last
-    bool m_hasToldFault = false;                    // while the take still runs
+    bool m_hasToldFault = false;                    // of this take, while it is recorded
 
-    /// The clipboard before the copy keys of a command; nothing once it has been looked at.
+    /// The clipboard before the copy keys of a command were pressed; empty again once the selection has been captured.
     struct ClipboardBefore {
         std::string text;
         Pasteboard::GiveBack giveBack;
