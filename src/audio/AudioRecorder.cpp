@@ -7,7 +7,6 @@
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/NotificationCenter.h"
-#include "base/Text.h"
 #include "settings/Config.h"
 
 #include <algorithm>
@@ -49,12 +48,11 @@ AudioRecorder::~AudioRecorder() {
 void AudioRecorder::warmUp() {
     auto engine = m_input.makeEngine();
     const InputFormat format = engine->format();
-    const std::string rate = text::fixed(format.sampleRate, 0);
-    const std::string channels = std::to_string(format.channels);
     if (format.sampleRate <= 0 || format.channels == 0) {
         // It is tried again until an input is there; one line is enough for that.
         if (!std::exchange(m_toldMissingInput, true))
-            log("[Fenlo] ERROR: Audio engine setup skipped: invalid format (rate=" + rate + ", ch=" + channels + ")");
+            logError("Audio engine setup skipped: invalid format (rate={:.0f}, ch={})", format.sampleRate,
+                     format.channels);
         m_rebuild = m_queue.postAfter(missingInputRetry, [this] { rebuildEngine(Rebuild::delayed); });
         return;
     }
@@ -67,10 +65,9 @@ void AudioRecorder::warmUp() {
     m_engine = std::move(engine);
     m_engine->installTap(tapFrames, [this](std::span<const float> samples) { receive(samples); });
     if (const auto error = m_engine->start())
-        log("[Fenlo] Audio engine warmup skipped for this device: " + *error);
+        logInfo("Audio engine warmup skipped for this device: {}", *error);
     stopEngine();
-    log("[Fenlo] Audio engine prepared at " + rate + "Hz, " + channels +
-        "ch, device=" + std::to_string(m_inputDeviceId));
+    logInfo("Audio engine prepared at {:.0f}Hz, {}ch, device={}", format.sampleRate, format.channels, m_inputDeviceId);
 }
 
 void AudioRecorder::registerDeviceListener() {
@@ -91,7 +88,7 @@ void AudioRecorder::startRecording() {
     m_silence.with([](SilenceWatch& watch) { watch = {}; });
     m_take.begin();
     m_startTime = m_clock.now();
-    log("[Fenlo] Recording at " + text::fixed(m_sampleRate, 0) + "Hz, device=" + std::to_string(m_inputDeviceId));
+    logInfo("Recording at {:.0f}Hz, device={}", m_sampleRate, m_inputDeviceId);
 }
 
 AudioRecorder::Fault AudioRecorder::startFault() const {
@@ -106,8 +103,7 @@ bool AudioRecorder::runEngine() {
     m_toldMissingInput = false;
     const std::uint32_t device = defaultDeviceId();
     if (device != 0 && device != m_inputDeviceId) {
-        log("[Fenlo] Input device changed since last setup (" + std::to_string(m_inputDeviceId) + " → " +
-            std::to_string(device) + "), rebuilding synchronously");
+        logInfo("Input device changed since last setup ({} → {}), rebuilding synchronously", m_inputDeviceId, device);
         discardEngine();
         warmUp();
     }
@@ -124,29 +120,28 @@ bool AudioRecorder::startEngine() {
     auto error = m_engine->start();
     if (!error)
         return true;
-    log("[Fenlo] ERROR: Audio engine start failed: " + *error + ", rebuilding synchronously and retrying");
+    logError("Audio engine start failed: {}, rebuilding synchronously and retrying", *error);
     discardEngine();
     warmUp();
     if (!m_engine)
         return false;
     error = m_engine->start();
     if (error)
-        log("[Fenlo] ERROR: Audio engine retry start failed: " + *error);
+        logError("Audio engine retry start failed: {}", *error);
     return !error;
 }
 
 std::vector<std::filesystem::path> AudioRecorder::stopRecording() {
     if (!m_engine) {
-        log("[Fenlo] Stop called but engine is nil");
+        logInfo("Stop called but engine is nil");
         return {};
     }
     const double duration = m_startTime ? m_clock.now() - *m_startTime : 0;
-    const std::string seconds = text::fixed(duration, 1) + "s";
     m_clock.sleep(tailOfLastWord);
     TakeBuffer::Taken taken = m_take.end();
     m_runningCopy = std::move(taken.runningCopy);
-    log("[Fenlo] Stop: " + std::to_string(taken.samples.size()) + " samples collected in " + seconds +
-        ", engine.isRunning=" + text::boolean(m_engine->isRunning()));
+    logInfo("Stop: {} samples collected in {:.1f}s, engine.isRunning={}", taken.samples.size(), duration,
+            m_engine->isRunning());
     engineAfterTake(taken.deviceChanged);
 
     if (taken.samples.empty() && duration >= shortestLiveTake && !m_fault)
@@ -155,18 +150,17 @@ std::vector<std::filesystem::path> AudioRecorder::stopRecording() {
     if (files.empty() && !passesSpeechTest(taken.samples, duration))
         return {};
     if (taken.samples.empty()) {
-        log("[Fenlo] Stopped with " + std::to_string(files.size()) + " flushed chunks, no remaining audio");
+        logInfo("Stopped with {} flushed chunks, no remaining audio", files.size());
         return files;
     }
     const auto last = writeChunk(taken.samples, m_sampleRate);
     if (!last) {
         m_fault = Fault::noSpace;
-        log("[Fenlo] ERROR: Failed to write the end of the take");
+        logError("Failed to write the end of the take");
         return files;
     }
     files.push_back(*last);
-    log("[Fenlo] Saved " + seconds + " audio → " + std::to_string(files.size()) + " chunk(s), " + kilobytes(files) +
-        "KB total");
+    logInfo("Saved {:.1f}s audio → {} chunk(s), {}KB total", duration, files.size(), kilobytes(files));
     return files;
 }
 
@@ -180,20 +174,20 @@ bool AudioRecorder::passesSpeechTest(std::span<const float> samples, double dura
     if (test.speechRatio)
         m_speechRatio = *test.speechRatio;
     if (!test.logLine.empty())
-        log(test.logLine);
+        logInfo("{}", test.logLine);
     return test.keep;
 }
 
 void AudioRecorder::engineAfterTake(bool deviceChanged) {
     const bool external = isExternalInputActive();
     if (external && !deviceChanged) {
-        log("[Fenlo] External input active — keeping engine running to preserve SCO state (will stop after idle)");
+        logInfo("External input active — keeping engine running to preserve SCO state (will stop after idle)");
         scheduleIdleStop();
         return;
     }
     stopEngine();
     if (deviceChanged) {
-        log("[Fenlo] Device changed during recording, rebuilding engine for next use");
+        logInfo("Device changed during recording, rebuilding engine for next use");
         rebuildEngine(Rebuild::delayed);
     }
 }
@@ -203,7 +197,7 @@ void AudioRecorder::scheduleIdleStop() {
         if (isRecording() || !m_engine)
             return;
         stopEngine();
-        log("[Fenlo] Idle window elapsed — engine stopped, orange mic indicator off");
+        logInfo("Idle window elapsed — engine stopped, orange mic indicator off");
     });
 }
 
@@ -234,12 +228,12 @@ void AudioRecorder::inputDeviceChanged() {
     const std::uint32_t device = defaultDeviceId();
     if (device == 0 || device == m_inputDeviceId)
         return;
-    log("[Fenlo] Audio input device changed: " + std::to_string(m_inputDeviceId) + " → " + std::to_string(device));
+    logInfo("Audio input device changed: {} → {}", m_inputDeviceId, device);
     const bool external = isExternalInputActive();
     if (external && !m_wasExternal && m_config.get().playSounds) {
         // A headset's microphone would hear them.
         m_config.update([](Settings& settings) { settings.playSounds = false; });
-        log("[Fenlo] External input connected — auto-disabled Play Sounds");
+        logInfo("External input connected — auto-disabled Play Sounds");
     }
     m_wasExternal = external;
     m_notifications.post(notification::inputDeviceChanged);

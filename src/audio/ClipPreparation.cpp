@@ -77,7 +77,7 @@ fs::path prepareClip(const fs::path& clip) {
             return clip;
         return writeClip(clip, std::span(samples).subspan(range->start, range->end - range->start), "VAD-trimmed");
     } catch (const std::exception& error) {
-        log(std::string("[Fenlo] Preprocess failed (") + error.what() + ") — using original audio");
+        logInfo("Preprocess failed ({}) — using original audio", error.what());
         return clip;
     }
 }

@@ -1,7 +1,8 @@
 #include "audio/SpeechTest.h"
 
 #include "audio/Level.h"
-#include "base/Text.h"
+
+#include <fmt/core.h>
 
 namespace fenlo {
 
@@ -28,9 +29,8 @@ SpeechTestResult testSpeech(std::span<const float> samples, double duration) {
     if (samples.empty() || duration < shortestTake)
         return result;
     const float level = rms(samples);
-    const std::string levelText = "rms=" + text::fixed(level, 4);
     if (level < quietLevel) {
-        result.logLine = "[Fenlo] Recording was silent (" + levelText + "), skipping";
+        result.logLine = fmt::format("Recording was silent (rms={:.4f}), skipping", level);
         return result;
     }
     if (samples.size() < levelFrame) {
@@ -39,11 +39,11 @@ SpeechTestResult testSpeech(std::span<const float> samples, double duration) {
     }
     const float ratio = shareOfSpeech(samples);
     result.speechRatio = ratio;
-    const std::string percent = std::to_string(static_cast<int>(ratio * 100)) + "%";
+    const int percent = static_cast<int>(ratio * 100);
     if (ratio < fewestSpeechFrames)
-        result.logLine = "[Fenlo] Only " + percent + " speech frames, skipping";
+        result.logLine = fmt::format("Only {}% speech frames, skipping", percent);
     else if (level < quietTake && ratio < fewestWhenQuiet)
-        result.logLine = "[Fenlo] Low speech (" + percent + ") + quiet (" + levelText + "), skipping";
+        result.logLine = fmt::format("Low speech ({}%) + quiet (rms={:.4f}), skipping", percent, level);
     else
         result.keep = true;
     return result;

@@ -8,8 +8,8 @@ namespace fenlo {
 
 struct SpeechTestResult {
     bool keep = false;
-    std::optional<float> speechRatio; // share of frames with speech; none when the test did not come that far
-    std::string logLine;              // why the take is dropped; may be empty
+    std::optional<float> speechRatio; // share of frames with speech; absent when the test ended before it was measured
+    std::string logLine; // why the take is dropped, without the prefix of the log; empty when that needs no line
 };
 
 /// Decides whether a take is worth transcribing. `duration` is the time between press and release in seconds; the

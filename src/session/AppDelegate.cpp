@@ -4,7 +4,6 @@
 #include "base/Background.h"
 #include "base/Files.h"
 #include "base/Log.h"
-#include "base/Text.h"
 #include "platform/Accessibility.h"
 #include "platform/KeyCodes.h"
 #include "platform/Workspace.h"
@@ -18,7 +17,7 @@ namespace fenlo {
 
 namespace {
 
-constexpr char accessibilityGranted[] = "[Fenlo] Accessibility granted. Hotkey listener active.";
+constexpr char accessibilityGranted[] = "Accessibility granted. Hotkey listener active.";
 constexpr double accessibilityPoll = 3.0;    // seconds
 constexpr double microphoneCheckDelay = 1.0; // seconds after set-up
 constexpr double heartbeatInterval = 21600;  // seconds
@@ -36,7 +35,7 @@ AppDelegate::AppDelegate(AppServices services, AppHooks hooks)
 bool AppDelegate::becomeOnlyInstance(Workspace& workspace) {
     if (workspace.becomeOnlyInstance())
         return true;
-    log("[Fenlo] Another instance is already running. Exiting.");
+    logInfo("Another instance is already running. Exiting.");
     return false;
 }
 
@@ -50,17 +49,16 @@ void AppDelegate::registerLoginItem() {
     if (m_services.workspace.isLoginItem())
         return;
     if (const auto error = m_services.workspace.registerLoginItem())
-        log("[Fenlo] Launch at login: registration failed — " + *error);
+        logInfo("Launch at login: registration failed — {}", *error);
     else
-        log("[Fenlo] Launch at login: registered");
+        logInfo("Launch at login: registered");
 }
 
 /// The secure store may wait for the user to unlock it, so it is asked beside the start-up, not in its way.
 void AppDelegate::logAccountState() {
     m_services.background.run([&keychain = m_services.keychain](std::stop_token) {
         const bool needsLogin = !keychain.load("google_refresh_token").has_value();
-        log("[Fenlo] Startup: needsLogin=" + text::boolean(needsLogin) +
-            " needsOnboarding=" + text::boolean(!isOnboarded()));
+        logInfo("Startup: needsLogin={} needsOnboarding={}", needsLogin, !isOnboarded());
     });
 }
 
@@ -77,14 +75,13 @@ void AppDelegate::setUpApplication() {
     startBackgroundWork();
 
     const std::string keyName = m_services.config.get().hotkey;
-    log("[Fenlo] Ready.");
-    log("[Fenlo] Hold [" + hotkeyLabel(keyName) + "] to dictate");
+    logInfo("Ready.");
+    logInfo("Hold [{}] to dictate", hotkeyLabel(keyName));
     if (const Hotkey* hotkey = findHotkey(keyName); !hotkey)
-        log("[Fenlo] ERROR: '" + keyName + "' is no hotkey; choose another \"hotkey\" in " +
-            Config::defaultFile().string());
+        logError("'{}' is no hotkey; choose another \"hotkey\" in {}", keyName, Config::defaultFile().string());
     else if (!m_services.keys.canDeliver(hotkey->keyCode))
-        log("[Fenlo] ERROR: this desktop does not deliver the " + hotkeyLabel(keyName) +
-            " key; choose another \"hotkey\" in " + Config::defaultFile().string());
+        logError("this desktop does not deliver the {} key; choose another \"hotkey\" in {}", hotkeyLabel(keyName),
+                 Config::defaultFile().string());
 }
 
 void AppDelegate::wireSession() {
@@ -121,14 +118,14 @@ void AppDelegate::checkAccessibility() {
     // Announces assistive technology too, without which some applications publish no controls.
     m_services.accessibility.request();
     if (m_services.accessibility.trusted()) {
-        log(accessibilityGranted);
+        logInfo(accessibilityGranted);
         return;
     }
-    log("[Fenlo] Accessibility not granted — requesting...");
+    logInfo("Accessibility not granted — requesting...");
     m_accessibilityTimer = m_services.mainQueue.every(accessibilityPoll, [this] {
         if (!m_services.accessibility.trusted())
             return;
-        log(accessibilityGranted);
+        logInfo(accessibilityGranted);
         m_hotkey.start(); // the key-down stream can be had only now
         m_accessibilityTimer.cancel();
     });
@@ -137,7 +134,7 @@ void AppDelegate::checkAccessibility() {
 void AppDelegate::checkMicrophone() {
     m_microphoneCheck = m_services.mainQueue.postAfter(microphoneCheckDelay, [this] {
         const bool available = m_services.recorder.defaultInputDeviceName().has_value();
-        log(available ? "[Fenlo] Microphone access OK" : "[Fenlo] Microphone access denied");
+        logInfo("Microphone access {}", available ? "OK" : "denied");
     });
 }
 

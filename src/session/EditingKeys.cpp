@@ -52,16 +52,16 @@ bool EditingKeys::paste() {
     m_keys.releaseModifiers(modifierPatience);
     const Chord chord = chordOf(pasteChord());
     if (m_workspace.isScreenLocked()) {
-        log("[Fenlo] Screen locked meanwhile: nothing is pasted");
+        logInfo("Screen locked meanwhile: nothing is pasted");
         return false;
     }
     if (!m_keys.post(chord.keyCode, chord.flags, KeyDirection::down)) {
-        log("[Fenlo] ERROR: CGEvent: failed to create events");
+        logError("CGEvent: failed to create events");
         return false;
     }
     m_clock.sleep(keyHold);
     m_keys.post(chord.keyCode, chord.flags, KeyDirection::up);
-    log("[Fenlo] CGEvent paste OK");
+    logInfo("CGEvent paste OK");
     return true;
 }
 
@@ -81,7 +81,7 @@ void EditingKeys::command(std::uint16_t letter) {
     if (pasteChord() == PasteChord::controlV)
         tap(m_keys, letter, mask::command);
     else
-        log("[Fenlo] This shortcut means something else here; no key was posted");
+        logInfo("This shortcut means something else here; no key was posted");
 }
 
 PasteChord EditingKeys::pasteChord() {

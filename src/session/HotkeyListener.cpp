@@ -1,7 +1,6 @@
 #include "session/HotkeyListener.h"
 
 #include "base/Log.h"
-#include "base/Text.h"
 #include "platform/KeyCodes.h"
 
 #include <array>
@@ -49,8 +48,8 @@ void HotkeyListener::start() {
         .onFlagsChanged = [this](ModifierChange change) { handleFlags(change); },
         .onKeyDown = [this](std::uint16_t keyCode) { handleKeyDown(keyCode); },
     });
-    log(std::string("[Fenlo] Hotkey monitors registered: global=") + text::boolean(sources.global) +
-        ", local=" + text::boolean(sources.local) + ", eventTap=" + text::boolean(sources.eventTap));
+    logInfo("Hotkey monitors registered: global={}, local={}, eventTap={}", sources.global, sources.local,
+            sources.eventTap);
 }
 
 void HotkeyListener::stop() {
@@ -60,7 +59,7 @@ void HotkeyListener::stop() {
 void HotkeyListener::setKey(const std::string& keyName) {
     m_target = findHotkey(keyName);
     m_pressed = false;
-    log("[Fenlo] Hotkey changed to: " + hotkeyLabel(keyName));
+    logInfo("Hotkey changed to: {}", hotkeyLabel(keyName));
 }
 
 void HotkeyListener::handleFlags(ModifierChange change) {
@@ -93,11 +92,11 @@ void HotkeyListener::handleKeyDown(std::uint16_t keyCode) {
         return;
     if (keyCode == key::space) {
         m_commandMode = true;
-        log("[Fenlo] Command mode activated (Space pressed)");
+        logInfo("Command mode activated (Space pressed)");
         call(onCommandActivated);
     } else {
         m_chordDetected = true;
-        log("[Fenlo] Chord detected (hotkey + key), cancelling recording");
+        logInfo("Chord detected (hotkey + key), cancelling recording");
         call(onChordDetected);
     }
 }

@@ -68,13 +68,13 @@ bool KeptTakes::keep(TakeNote& note) const {
     }
     dropOld(mostTakes - 1); // which leaves room for this one
     if (note.gather()) {
-        log("[Fenlo] The take is kept in " + m_folder.string() + "; try it again from the menu");
+        logInfo("The take is kept in {}; try it again from the menu", m_folder.string());
         return true;
     }
     std::string files;
     for (const fs::path& chunk : take.chunks)
         files += " " + chunk.string();
-    log("[Fenlo] ERROR: the take cannot be kept in " + m_folder.string() + "; its recording stays here:" + files);
+    logError("the take cannot be kept in {}; its recording stays here:{}", m_folder.string(), files);
     return note.write(take);
 }
 

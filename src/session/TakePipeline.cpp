@@ -40,7 +40,7 @@ private:
 };
 
 TakeOutcome cancelled() {
-    log("[Fenlo] Discarding result (cancelled)");
+    logInfo("Discarding result (cancelled)");
     return outcome::Cancelled{};
 }
 
@@ -61,7 +61,7 @@ TakeOutcome TakePipeline::run(const Take& take, const TakeListener& listener, st
             return std::move(*ended);
         return decideGuarded(std::get<std::string>(words), listener, stop);
     } catch (...) {
-        log("[Fenlo] ERROR: Transcription error: " + messageOf(std::current_exception()));
+        logError("Transcription error: {}", messageOf(std::current_exception()));
         listener.onFault(faultOf(std::current_exception()));
         return outcome::Failed{};
     }
@@ -86,8 +86,8 @@ TakePipeline::Words TakePipeline::transcribe(Take rest, const TakeListener& list
             listener.onProgress(rest);
             rest.isolated.reset();
         }
-        log("[Fenlo] Transcribing chunk " + std::to_string(index) + "/" + std::to_string(total) + " (" +
-            text::fixed(rest.duration, 1) + "s total)" + (isolated.file() ? " (voice-isolated)" : "") + "...");
+        logInfo("Transcribing chunk {}/{} ({:.1f}s total){}...", index, total, rest.duration,
+                isolated.file() ? " (voice-isolated)" : "");
 
         TranscribeRequest request;
         request.audio = isolated.file().value_or(chunk);
@@ -120,7 +120,7 @@ std::optional<std::string> TakePipeline::recognise(const TranscribeRequest& requ
         try {
             return text::withoutControls(m_steps.transcribe(request, stop));
         } catch (...) {
-            log("[Fenlo] ERROR: Transcription error: " + messageOf(std::current_exception()));
+            logError("Transcription error: {}", messageOf(std::current_exception()));
             listener.onFault(faultOf(std::current_exception()));
         }
     if (stop.stop_requested() || listener.isCancelled())
@@ -137,7 +137,7 @@ std::optional<std::string> TakePipeline::rescue(const TranscribeRequest& request
             if (std::string clean = text::withoutControls(*text); !text::trimWhitespaceAndNewlines(clean).empty())
                 return clean;
     } catch (...) {
-        log("[Fenlo] ERROR: Transcription error on this machine: " + messageOf(std::current_exception()));
+        logError("Transcription error on this machine: {}", messageOf(std::current_exception()));
     }
     return {};
 }
@@ -149,7 +149,7 @@ TakeOutcome TakePipeline::decideGuarded(const std::string& rawText, const TakeLi
     } catch (const std::future_error&) {
         throw; // the main queue has ended, and nobody is there to deliver to
     } catch (...) {
-        log("[Fenlo] ERROR: the words go on as they were spoken: " + messageOf(std::current_exception()));
+        logError("the words go on as they were spoken: {}", messageOf(std::current_exception()));
     }
     outcome::Dictation spoken;
     spoken.text = spoken.rawText = rawText;
@@ -158,28 +158,27 @@ TakeOutcome TakePipeline::decideGuarded(const std::string& rawText, const TakeLi
 }
 
 TakeOutcome TakePipeline::decide(const std::string& rawText, const TakeListener& listener, std::stop_token stop) {
-    log("[Fenlo] Result: '" + rawText + "'");
+    logInfo("Result: '{}'", rawText);
     if (text::trimWhitespace(rawText).empty())
         return outcome::Empty{};
 
     const TakeSituation situation = listener.situation();
     if (situation.secondsSincePaste && *situation.secondsSincePaste < voiceCorrectionWindow) {
         if (const auto correction = matchCorrection(rawText)) {
-            log("[Fenlo] Voice correction: '" + situation.lastText + "' → replacing with correction '" + *correction +
-                "'");
+            logInfo("Voice correction: '{}' → replacing with correction '{}'", situation.lastText, *correction);
             learnCorrection(m_config, *correction);
             return outcome::Correction{*correction};
         }
     }
     if (situation.isCommandMode && situation.context) {
-        log("[Fenlo] AI Command: '" + rawText + "'");
+        logInfo("AI Command: '{}'", rawText);
         if (const auto answer = m_steps.runAICommand(rawText, *situation.context, stop))
             return outcome::CommandAnswer{text::withoutControls(*answer), *situation.context};
-        log("[Fenlo] ERROR: AI Command failed, inserting raw text");
+        logError("AI Command failed, inserting raw text");
         return outcome::CommandFailed{rawText};
     }
     if (const auto expansion = m_steps.matchSnippet(rawText)) {
-        log("[Fenlo] Snippet match: '" + text::firstCharacters(*expansion, shownCharacters) + "'");
+        logInfo("Snippet match: '{}'", text::firstCharacters(*expansion, shownCharacters));
         return outcome::Snippet{*expansion};
     }
     return dictate(rawText, situation, stop);

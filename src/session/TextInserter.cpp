@@ -33,7 +33,7 @@ void TextInserter::insertText(const std::string& text) {
     if (text.empty())
         return;
     if (m_workspace.isScreenLocked()) {
-        log("[Fenlo] Screen locked: nothing is pasted");
+        logInfo("Screen locked: nothing is pasted");
         return;
     }
     if (typeInstead(text))
@@ -42,12 +42,12 @@ void TextInserter::insertText(const std::string& text) {
     m_pasteboard.clear();
     // Some programs paste the primary selection, so the text is offered there too while it is on loan.
     m_pasteboard.set(text, {.transient = true, .primary = m_keys.mayPastePrimary()});
-    log("[Fenlo] Clipboard set to: " + text::firstCharacters(text, loggedCharacters) + "...");
+    logInfo("Clipboard set to: {}...", text::firstCharacters(text, loggedCharacters));
     m_clock.sleep(settleDelay);
     const bool isPasted = pasteKeystroke();
     if (isPasted || !m_accessibility.trusted() || m_workspace.isScreenLocked())
         return restoreLater(std::move(restore));
-    log("[Fenlo] ERROR: No key of this keyboard pastes; the text stays on the clipboard");
+    logError("No key of this keyboard pastes; the text stays on the clipboard");
     m_restores.clear(); // what an earlier paste borrowed must not replace it
 }
 
@@ -55,13 +55,13 @@ bool TextInserter::typeInstead(const std::string& text) {
     if (!m_options.typesShortTexts() || text::characterCount(text) > typedCharacters || !m_accessibility.trusted() ||
         !m_keys.type(text))
         return false;
-    log("[Fenlo] Typed: " + text::firstCharacters(text, loggedCharacters) + "...");
+    logInfo("Typed: {}...", text::firstCharacters(text, loggedCharacters));
     return true;
 }
 
 bool TextInserter::pasteKeystroke() {
     if (!m_accessibility.trusted()) {
-        log("[Fenlo] ERROR: Paste skipped: Accessibility not granted");
+        logError("Paste skipped: Accessibility not granted");
         return false;
     }
     return m_keys.paste();
@@ -70,7 +70,7 @@ bool TextInserter::pasteKeystroke() {
 void TextInserter::copyToClipboard(const std::string& text) {
     m_pasteboard.clear();
     m_pasteboard.set(text, {});
-    log("[Fenlo] Copied to clipboard: " + text::firstCharacters(text, loggedCharacters) + "...");
+    logInfo("Copied to clipboard: {}...", text::firstCharacters(text, loggedCharacters));
 }
 
 std::function<void()> TextInserter::keepClipboard() {

@@ -110,8 +110,8 @@ void StatisticsStore::record(Session session) {
     if (file.save(m_file, m_clock.wallTime()))
         m_unwritten.clear();
     else
-        log("[Fenlo] ERROR: " + m_file.string() +
-            " cannot be written; free some space: what was dictated is stored there with the next dictation");
+        logError("{} cannot be written; free some space: what was dictated is stored there with the next dictation",
+                 m_file.string());
 }
 
 void StatisticsStore::add(const Session& session, StatisticsFile& file) {

@@ -33,8 +33,7 @@ Thresholds thresholdsFor(double clipDuration) {
 }
 
 void logSkipped(const char* kind, const char* name, double value, double threshold, const std::string& text) {
-    log(std::string("[Fenlo] Skipping ") + kind + " segment (" + name + "=" + text::fixed(value, 2) +
-        ", threshold=" + text::fixed(threshold, 2) + "): '" + text + "'");
+    logInfo("Skipping {} segment ({}={:.2f}, threshold={:.2f}): '{}'", kind, name, value, threshold, text);
 }
 
 ProviderResult filterSegments(const json& segments, Thresholds limit) {

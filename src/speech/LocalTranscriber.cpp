@@ -40,11 +40,11 @@ std::string keptText(const std::vector<whisper::TranscriptionResult>& results) {
     for (const auto& result : results)
         for (const auto& segment : result.segments)
             if (segment.speechWithoutText)
-                log("[Fenlo] LocalTranscriber: No words found for the speech from " + text::fixed(segment.start, 2) +
-                    " to " + text::fixed(segment.end, 2) + "s");
+                logInfo("LocalTranscriber: No words found for the speech from {:.2f} to {:.2f}s", segment.start,
+                        segment.end);
             else if (segment.avgLogprob < lowestAvgLogprob)
-                log("[Fenlo] LocalTranscriber: Dropped segment (avgLogprob=" + text::fixed(segment.avgLogprob, 2) +
-                    "): '" + text::firstCharacters(segment.text, 40) + "'");
+                logInfo("LocalTranscriber: Dropped segment (avgLogprob={:.2f}): '{}'", segment.avgLogprob,
+                        text::firstCharacters(segment.text, 40));
             else
                 texts.push_back(text::trimWhitespaceAndNewlines(segment.text));
     return text::trimWhitespaceAndNewlines(text::join(texts, " "));
@@ -68,7 +68,7 @@ void LocalTranscriber::setup(const Progress& progress, std::stop_token stop) {
         if (progress)
             progress(status, fraction);
     };
-    log("[Fenlo] LocalTranscriber: Setting up...");
+    logInfo("LocalTranscriber: Setting up...");
     tell("Preparing...", 0.0);
     std::shared_ptr<const Engine> engine;
     std::string fault;
@@ -84,10 +84,10 @@ void LocalTranscriber::setup(const Progress& progress, std::stop_token stop) {
     });
     if (engine) {
         tell("Ready", 1.0);
-        log("[Fenlo] LocalTranscriber: Ready (" + m_model + ")");
+        logInfo("LocalTranscriber: Ready ({})", m_model);
     } else {
         tell("Setup failed", 0.0);
-        log("[Fenlo] ERROR: LocalTranscriber setup failed: " + fault);
+        logError("LocalTranscriber setup failed: {}", fault);
     }
 }
 
@@ -102,8 +102,7 @@ std::string LocalTranscriber::transcribe(const fs::path& audio, const std::strin
         throw LocalTranscriberError(LocalTranscriberError::Kind::notReady, "the on-device engine is not ready");
     const double begin = m_clock.now();
     const std::string text = keptText((*engine)(audio, optionsFor(language), stop));
-    log("[Fenlo] LocalTranscriber: " + text::fixed(m_clock.now() - begin, 2) + "s — '" +
-        text::firstCharacters(text, 60) + "'");
+    logInfo("LocalTranscriber: {:.2f}s — '{}'", m_clock.now() - begin, text::firstCharacters(text, 60));
     return text;
 }
 

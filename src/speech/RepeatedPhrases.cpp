@@ -54,7 +54,7 @@ std::string collapseRepeats(std::string_view text) {
         const auto first = words.begin() + static_cast<std::ptrdiff_t>(i);
         const std::vector<std::string> phrase(first, first + static_cast<std::ptrdiff_t>(length));
         kept.insert(kept.end(), phrase.begin(), phrase.end());
-        log("[Fenlo] Dedup: removed " + std::to_string(copies - 1) + " repeats of '" + text::join(phrase, " ") + "'");
+        logInfo("Dedup: removed {} repeats of '{}'", copies - 1, text::join(phrase, " "));
         i += copies * length;
     }
     return text::join(kept, " ");

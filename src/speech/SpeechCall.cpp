@@ -25,8 +25,7 @@ std::string SpeechCall::readClip(const std::filesystem::path& file) const {
     auto bytes = files::read(file);
     if (!bytes)
         throw std::runtime_error("cannot read the clip " + text::repairUtf8(file.filename().string()));
-    log("[Fenlo] Uploading " + std::to_string(bytes->size() / 1024) + "KB to " + std::string(m_names.destination) +
-        (m_isDevMode ? " (dev mode)" : "") + "…");
+    logInfo("Uploading {}KB to {}{}…", bytes->size() / 1024, m_names.destination, m_isDevMode ? " (dev mode)" : "");
     return std::move(*bytes);
 }
 
@@ -40,12 +39,11 @@ std::string SpeechCall::send(Post post, std::stop_token stop) const {
     request.maxResponseBytes = maxReplyBytes;
 
     HttpResponse response = m_access.http.send(request, stop);
-    log("[Fenlo] " + std::string(m_names.service) + " responded in " + text::fixed(m_access.clock.now() - m_start, 2) +
-        "s (status " + std::to_string(response.status) + ")");
+    logInfo("{} responded in {:.2f}s (status {})", m_names.service, m_access.clock.now() - m_start, response.status);
     if (response.status != 200) {
         const std::string error = apiKey::describeError(m_names.service, response.status, response.body, m_access.key);
         if (m_names.logsErrors)
-            log("[Fenlo] ERROR: " + error);
+            logError("{}", error);
         throw TranscriberError(TranscriberError::Kind::networkError, error, response.status);
     }
     return std::move(response.body);

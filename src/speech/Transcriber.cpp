@@ -44,22 +44,22 @@ std::string Transcriber::transcribe(const TranscribeRequest& request, std::stop_
     if (goesToLocalEngine(settings))
         return transcribeLocally(request, settings, stop);
     if (settings.offlineMode)
-        log("[Fenlo] Offline mode enabled but model not ready yet — falling back to cloud");
-    return guardAndCleanUp(transcribeInCloud(request, settings, stop), request, "Filtered hallucination: '");
+        logInfo("Offline mode enabled but model not ready yet — falling back to cloud");
+    return guardAndCleanUp(transcribeInCloud(request, settings, stop), request, "Filtered hallucination");
 }
 
 std::optional<std::string> Transcriber::transcribeOnDevice(const TranscribeRequest& request, std::stop_token stop) {
     const Settings settings = m_config.get();
     if (goesToLocalEngine(settings) || !m_local.isReady())
         return {};
-    log("[Fenlo] The engine on this machine recognises the take instead");
+    logInfo("The engine on this machine recognises the take instead");
     return transcribeLocally(request, settings, stop);
 }
 
 std::string Transcriber::transcribeLocally(const TranscribeRequest& request, const Settings& settings,
                                            std::stop_token stop) {
     return guardAndCleanUp(m_local.transcribe(request.audio, settings.language, stop), request,
-                           "Filtered hallucination (local): '");
+                           "Filtered hallucination (local)");
 }
 
 void Transcriber::warmConnection() {
@@ -167,7 +167,7 @@ std::string Transcriber::guardAndCleanUp(const std::string& text, const Transcri
                                          const char* logHead) const {
     if (m_guard.isHallucination(text, request.speechRatio)) {
         const int percent = static_cast<int>(request.speechRatio * 100);
-        log("[Fenlo] " + std::string(logHead) + text + "' (speech ratio: " + std::to_string(percent) + "%)");
+        logInfo("{}: '{}' (speech ratio: {}%)", logHead, text, percent);
         return {};
     }
     return postProcess(

@@ -96,10 +96,10 @@ std::optional<std::string> AICommands::recall(const std::string& instruction, st
         return {};
     try {
         std::string answer = m_models.complete(recallPrompt, "User asked: " + instruction + "\n\n" + *history, stop);
-        log("[Fenlo] MemoryRecall: " + gist(instruction, answer));
+        logInfo("MemoryRecall: {}", gist(instruction, answer));
         return answer;
     } catch (const std::exception& error) {
-        log(std::string("[Fenlo] ERROR: MemoryRecall failed: ") + error.what());
+        logError("MemoryRecall failed: {}", error.what());
         return {};
     }
 }
@@ -109,10 +109,10 @@ std::optional<std::string> AICommands::command(const std::string& instruction, c
     const double start = m_clock.now();
     try {
         std::string answer = m_models.complete(commandPrompt(context), commandMessage(instruction, context), stop);
-        log("[Fenlo] AICommand: " + text::fixed(m_clock.now() - start, 2) + "s — " + gist(instruction, answer));
+        logInfo("AICommand: {:.2f}s — {}", m_clock.now() - start, gist(instruction, answer));
         return answer;
     } catch (const std::exception& error) {
-        log(std::string("[Fenlo] ERROR: AICommand failed: ") + error.what());
+        logError("AICommand failed: {}", error.what());
         return {};
     }
 }

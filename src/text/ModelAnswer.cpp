@@ -83,7 +83,7 @@ std::string withoutReasoning(std::string text) {
             lines.push_back(std::move(trimmed));
     if (lines.size() < 2 || countMarkers(lines.back()) > 0)
         return text;
-    log("[Fenlo] Stripped LLM reasoning, kept last line: '" + lines.back() + "'");
+    logInfo("Stripped LLM reasoning, kept last line: '{}'", lines.back());
     return lines.back();
 }
 

@@ -45,7 +45,7 @@ void learnCorrection(Config& config, const std::string& correction) {
         knownTerms(config.get()).contains(text::lower(correction)))
         return;
     append(config, {correction});
-    log("[Fenlo] Voice correction learned: '" + correction + "'");
+    logInfo("Voice correction learned: '{}'", correction);
 }
 
 std::vector<std::string> restoredTerms(const std::string& textBeforeRewrite, const std::string& rewrittenText,
@@ -68,7 +68,7 @@ void learnFromRewrite(Config& config, const std::string& textBeforeRewrite, cons
     if (terms.empty())
         return;
     append(config, terms);
-    log("[Fenlo] Auto-learned " + std::to_string(terms.size()) + " term(s): " + text::join(terms, ", "));
+    logInfo("Auto-learned {} term(s): {}", terms.size(), text::join(terms, ", "));
 }
 
 } // namespace fenlo

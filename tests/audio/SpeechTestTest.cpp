@@ -40,13 +40,13 @@ TEST(SpeechTest, SilentTake_IsDroppedWithoutARatio) {
     const SpeechTestResult result = testSpeech(constant(0, 16000), 1);
     EXPECT_FALSE(result.keep);
     EXPECT_FALSE(result.speechRatio);
-    EXPECT_EQ(result.logLine, "[Fenlo] Recording was silent (rms=0.0000), skipping");
+    EXPECT_EQ(result.logLine, "Recording was silent (rms=0.0000), skipping");
 }
 
 TEST(SpeechTest, LevelOfExactlyTheThreshold_IsNeitherSilentNorSpeech) {
     const SpeechTestResult result = testSpeech(constant(0.001F, 4 * levelFrame), 1);
     EXPECT_EQ(result.speechRatio, 0);
-    EXPECT_EQ(result.logLine, "[Fenlo] Only 0% speech frames, skipping");
+    EXPECT_EQ(result.logLine, "Only 0% speech frames, skipping");
 }
 
 TEST(SpeechTest, LessThanAFrame_IsKeptWithoutARatio) {
@@ -60,13 +60,13 @@ TEST(SpeechTest, ShareOfSpeechFrames_DecidesWithTheLoudness) {
     const SpeechTestResult tooFew = testSpeech(share(14, 0.5F), 5);
     EXPECT_FALSE(tooFew.keep);
     EXPECT_FLOAT_EQ(tooFew.speechRatio.value(), 0.14F);
-    EXPECT_EQ(tooFew.logLine, "[Fenlo] Only 14% speech frames, skipping");
+    EXPECT_EQ(tooFew.logLine, "Only 14% speech frames, skipping");
     EXPECT_TRUE(testSpeech(share(15, 0.5F), 5).keep);
 
     EXPECT_TRUE(testSpeech(share(20, 0.0068F), 5).keep);
     const SpeechTestResult quiet = testSpeech(share(20, 0.0066F), 5);
     EXPECT_FALSE(quiet.keep);
-    EXPECT_EQ(quiet.logLine, "[Fenlo] Low speech (20%) + quiet (rms=0.0030), skipping");
+    EXPECT_EQ(quiet.logLine, "Low speech (20%) + quiet (rms=0.0030), skipping");
     EXPECT_TRUE(testSpeech(share(25, 0.0022F), 5).keep);
 }
 
