@@ -1,6 +1,7 @@
 #include "shell/OverlayWindow.h"
 #include "base/Files.h"
 #include "settings/Config.h"
+#include "shell/PillContent.h"
 #include "shell/PillStyle.h"
 #include "support/FakeDesktop.h"
 #include "support/FakeKeyEvents.h"
@@ -20,6 +21,15 @@ protected:
     test::PillRecord& pill() { return pills.last(); }
     const PillPicture::Oval& dot() { return pill().picture.ovals.at(2); }
     std::string line() { return pill().line(); }
+    double badges(const std::vector<std::string>& texts) const {
+        double width = 0;
+        for (const std::string& text : texts)
+            width += badgeWidth(
+                text, [this](const auto& measured, PillFont font) { return pills.textWidth(measured, font); });
+        return width;
+    }
+
+    static constexpr double base = pillStyle::baseWidth;
 
     test::VirtualClock clock;
     test::VirtualMainQueue queue{clock};
@@ -40,55 +50,47 @@ TEST_F(Overlay, RecordingCountsTheSecondsInTheBasePill) {
     EXPECT_TRUE(pills.records.empty()) << "the work is done on the main queue";
     run();
     EXPECT_EQ(pill().state, State::shown);
-    EXPECT_EQ(pill().width, 98);
-    EXPECT_EQ(pill().lastAnimation, 0.1);
+    EXPECT_EQ(pill().width, base);
     EXPECT_EQ(line(), "0.00s");
-    EXPECT_EQ(dot().colour, pillStyle::recordingDot);
     queue.advance(1.25);
     EXPECT_EQ(line(), "1.23s") << "37 frames of 1/30 s";
     EXPECT_EQ(pill().pictures, 1 + 37);
-    EXPECT_EQ(dot().colour.alpha, 1.0) << "does not pulse";
-    EXPECT_EQ(pill().picture.texts[0].colour, (Colour{1, 1, 1, 0.8}));
+    EXPECT_EQ(dot().colour, pillStyle::recordingDot) << "does not pulse";
+    queue.advance(1000);
+    EXPECT_GT(pill().width, base) << "the clock outgrew its pill";
 }
 
-TEST_F(Overlay, EachBadgeAddsItsWidth) {
-    config.update([](Settings& s) {
-        s.language = "de";
-        s.offlineMode = true;
-    });
-    overlay.showRecording(true, "Slack");
-    run();
-    EXPECT_EQ(line(), "Slack|Replace|Offline Mode|DE|0.00s");
-    EXPECT_EQ(pill().width, 98 + (5 * 8 + 15) + (7 * 8 + 15) + (12 * 8 + 15) + (2 * 8 + 15));
-}
-
-TEST_F(Overlay, TheLabelIsLeftOutWhereItTellsNothing) {
-    for (const char* language : {"en", "auto"}) {
-        config.update([language](Settings& s) { s.language = language; });
-        overlay.showRecording(false, "Fenlo");
+TEST_F(Overlay, EachBadgeThatTellsSomethingAddsItsWidth) {
+    const auto show = [&](const char* language, bool isOffline, const char* application) {
+        config.update([&](Settings& s) { s.language = language, s.offlineMode = isOffline; });
+        overlay.showRecording(isOffline, application);
         run();
-        EXPECT_EQ(line(), "0.00s") << "its own windows have no label";
-        EXPECT_EQ(pill().width, 98);
-    }
+        return line();
+    };
+    EXPECT_EQ(show("de", true, "Slack"), "Slack|Replace|Offline Mode|DE|0.00s");
+    EXPECT_EQ(pill().width, base + badges({"Slack", "Replace", "Offline Mode", "DE"}));
+    EXPECT_EQ(show("en", false, "Fenlo"), "0.00s") << "its own windows have no label";
+    EXPECT_EQ(show("auto", false, ""), "0.00s");
+    EXPECT_EQ(pill().width, base);
     config.update([](Settings& s) { s.showAppInPill = false; });
-    overlay.showRecording(false, "Slack");
-    run();
-    EXPECT_EQ(line(), "0.00s");
+    EXPECT_EQ(show("en", false, "Slack"), "0.00s");
 }
 
 TEST_F(Overlay, WarmingPulsesAndIsReplacedByRecording) {
-    config.update([](Settings& s) {
-        s.language = "de";
-        s.offlineMode = true;
-    });
+    config.update([](Settings& s) { s.language = "de", s.offlineMode = true; });
     overlay.showWarming(true, "Slack");
     run();
     EXPECT_EQ(line(), "Slack|Replace|Warming up") << "no offline and language badges yet";
-    EXPECT_EQ(pill().width, 98 + 55 + 71 + (10 * 8 - 5 * 10));
-    EXPECT_EQ(dot().colour, pillStyle::processingDot);
-    queue.advance(0.1001);
-    EXPECT_NEAR(dot().colour.alpha, 1 - 3 * 0.035, 1e-9);
-    EXPECT_EQ(line(), "Slack|Replace|Warming up");
+    EXPECT_GT(pill().width, base + badges({"Slack", "Replace"})) << "its text is longer than the clock";
+    double lowest = 1, highest = 0;
+    for (int frame = 0; frame < 120; ++frame) {
+        queue.advance(1.0 / 30);
+        lowest = std::min(lowest, dot().colour.alpha);
+        if (frame > 30)
+            highest = std::max(highest, dot().colour.alpha);
+    }
+    EXPECT_NEAR(lowest, 0.3, 0.035);
+    EXPECT_EQ(highest, 1.0);
 
     overlay.showRecording(true, "Slack");
     run();
@@ -98,46 +100,21 @@ TEST_F(Overlay, WarmingPulsesAndIsReplacedByRecording) {
     EXPECT_EQ(line(), "Slack|Replace|Offline Mode|DE|0.50s") << "the wake-up time is not counted";
 }
 
-TEST_F(Overlay, ThePulseTurnsAtItsEnds) {
-    overlay.showWarming(false, "");
-    run();
-    double lowest = 1, highest = 0;
-    for (int frame = 0; frame < 120; ++frame) {
-        queue.advance(1.0 / 30);
-        lowest = std::min(lowest, dot().colour.alpha);
-        if (frame > 30)
-            highest = std::max(highest, dot().colour.alpha);
-    }
-    EXPECT_NEAR(lowest, 0.3, 0.035);
-    EXPECT_GE(lowest, 0.26);
-    EXPECT_EQ(highest, 1.0);
-}
-
-TEST_F(Overlay, ProcessingFreezesTheLengthOfTheTake) {
-    overlay.showRecording(false, "");
-    queue.advance(2.5);
-    overlay.showProcessing();
-    queue.advance(1.0);
-    EXPECT_EQ(line(), "2.50s");
-    EXPECT_EQ(pill().picture.texts[0].colour, (Colour{1, 1, 1, 0.35}));
-    EXPECT_EQ(dot().colour.green, 0.72);
-    EXPECT_LT(dot().colour.alpha, 1.0) << "pulses";
-    EXPECT_EQ(pills.records.size(), 1u) << "in the same window";
-}
-
-TEST_F(Overlay, ASlowJobOffersToStopAfterThreeSeconds) {
+TEST_F(Overlay, ProcessingFreezesTheLengthAndOffersToStopAfterThreeSeconds) {
     int cancelled = 0;
     overlay.onCancel = [&] { ++cancelled; };
     overlay.showRecording(false, "");
-    queue.advance(1.0);
+    queue.advance(2.5);
     overlay.showProcessing();
     queue.advance(2.99);
-    EXPECT_EQ(line(), "1.00s");
-    EXPECT_EQ(pill().width, 98);
+    EXPECT_EQ(line(), "2.50s");
+    EXPECT_EQ(pills.records.size(), 1u) << "in the same window";
+    EXPECT_LT(dot().colour.alpha, 1.0) << "pulses";
+    EXPECT_EQ(pill().width, base);
     EXPECT_FALSE(pill().onMouseDown) << "clicks go through";
     queue.advance(0.07); // at most two frames later
-    EXPECT_EQ(line(), "1.00s|tap to stop");
-    EXPECT_EQ(pill().width, 180);
+    EXPECT_EQ(line(), "2.50s|tap to stop");
+    EXPECT_EQ(pill().width, pillStyle::minimumExpandedWidth);
     EXPECT_GT(pill().lastAnimation, 0) << "animated";
     ASSERT_TRUE(pill().onMouseDown);
     pill().onMouseDown();
@@ -145,13 +122,11 @@ TEST_F(Overlay, ASlowJobOffersToStopAfterThreeSeconds) {
     const double animated = pill().lastAnimation;
     queue.advance(10);
     EXPECT_EQ(pill().lastAnimation, animated) << "made once only";
-}
 
-TEST_F(Overlay, AWidePillGrowsByTheRoomOfTheOffer) {
     overlay.showRecording(true, "Slack");
     overlay.showProcessing();
     queue.advance(3.1);
-    EXPECT_EQ(pill().width, 98 + 55 + 71 + 75);
+    EXPECT_EQ(pill().width, base + badges({"Slack", "Replace"}) + pillStyle::cancelRoom) << "a wide pill";
 }
 
 TEST_F(Overlay, ChunksShowTheirProgressAndKeepTheOffer) {
@@ -161,39 +136,58 @@ TEST_F(Overlay, ChunksShowTheirProgressAndKeepTheOffer) {
     overlay.showChunkProgress(1, 12);
     run();
     EXPECT_EQ(line(), "Transcribing 1/12...");
-    EXPECT_EQ(pill().picture.texts[0].colour, (Colour{1, 1, 1, 0.8}));
     const double fitted = pill().width;
-    EXPECT_GE(fitted, 33 + 20 * 10) << "the text fits";
+    EXPECT_GT(fitted, base) << "the text fits";
     queue.advance(2.0);
     overlay.showChunkProgress(2, 12);
     queue.advance(0.9);
     EXPECT_EQ(line(), "Transcribing 2/12...");
     queue.advance(0.2);
     EXPECT_EQ(line(), "Transcribing 2/12...|tap to stop") << "3 s after processing began, not after the last chunk";
-    EXPECT_EQ(pill().width, fitted + 75);
+    EXPECT_EQ(pill().width, fitted + pillStyle::cancelRoom);
     overlay.showChunkProgress(10, 12);
     run();
     EXPECT_EQ(line(), "Transcribing 10/12...|tap to stop");
-    EXPECT_EQ(pill().width, fitted + 10 + 75);
+    EXPECT_GT(pill().width, fitted + pillStyle::cancelRoom);
 }
 
-TEST_F(Overlay, CommandModeAddsItsBadge) {
+TEST_F(Overlay, CommandModeAddsItsBadgeOnce) {
     overlay.showRecording(false, "Slack");
     overlay.showCommandMode();
     overlay.showCommandMode();
     run();
     EXPECT_EQ(line(), "AI|Slack|0.00s");
-    EXPECT_EQ(pill().width, 98 + 55 + 31);
+    EXPECT_EQ(pill().width, base + badges({"AI", "Slack"}));
     EXPECT_EQ(dot().colour, pillStyle::commandDot);
     overlay.showRecording(false, "Slack");
     run();
     EXPECT_EQ(line(), "Slack|0.00s");
 }
 
-TEST_F(Overlay, AClockThatOutgrowsItsPillWidensIt) {
-    overlay.showRecording(false, "");
-    queue.advance(1000);
-    EXPECT_GE(pill().width, 33 + 8 * 10);
+TEST_F(Overlay, ElementsStandInOrderAndKeepTheirDistance) {
+    PillContent content;
+    content.isCommandMode = content.isReplacing = content.isOffline = content.showCancel = true;
+    content.appLabel = "Mail";
+    content.langCode = "DE";
+    content.displayText = "1.25s";
+    content.glowColor = content.dotColor = pillStyle::processingDot;
+    content.dotPulse = 0.6;
+    const auto [picture, end] =
+        layOut(content, [this](const std::string& text, PillFont font) { return pills.textWidth(text, font); });
+    double cursor = 0;
+    std::string order;
+    for (const auto& text : picture.texts) {
+        EXPECT_GE(text.x, cursor + 10) << text.text;
+        cursor = text.x + pills.textWidth(text.text, text.font);
+        order += text.text + "|";
+    }
+    EXPECT_EQ(order, "AI|Mail|Replace|Offline Mode|DE|1.25s|tap to stop|");
+    EXPECT_EQ(end, cursor);
+    EXPECT_EQ(picture.ovals.size(), 3u + 5) << "the dot with its glow, and a separator behind each badge";
+    EXPECT_LT(picture.ovals[0].colour.alpha, picture.ovals[1].colour.alpha);
+    EXPECT_LT(picture.ovals[1].colour.alpha, picture.ovals[2].colour.alpha);
+    EXPECT_EQ(picture.ovals[2].colour.alpha, 0.6) << "they pulse together";
+    EXPECT_EQ(picture.rules.size(), 1u) << "before the offer";
 }
 
 TEST_F(Overlay, HideFadesTheOldWindowWhileANewOneShows) {
@@ -228,7 +222,6 @@ TEST_F(Overlay, MeetingShowsItsClock) {
     overlay.updateMeetingTime(4505.7);
     run();
     EXPECT_EQ(line(), "75:05");
-    EXPECT_EQ(pill().width, 98);
     queue.advance(0.5);
     EXPECT_LT(dot().colour.alpha, 1.0);
 }
@@ -239,9 +232,7 @@ TEST_F(Overlay, TheCardTakesThePlaceOfThePill) {
     run();
     EXPECT_EQ(pills.records[0]->state, State::gone);
     EXPECT_TRUE(cards.isShown());
-    EXPECT_EQ(cards.measuredWidth, 356);
-    EXPECT_EQ(cards.width, 400);
-    EXPECT_EQ(cards.height, 16 + 120);
+    const double low = cards.height;
     ASSERT_EQ(cards.content.parts.size(), 3u);
     EXPECT_EQ(cards.content.parts[1], (TextPart{TextPart::Kind::link, "https://a.example"}));
 
@@ -253,12 +244,11 @@ TEST_F(Overlay, TheCardTakesThePlaceOfThePill) {
     cards.content.onDismiss();
     run();
     EXPECT_FALSE(cards.isShown());
-}
 
-TEST_F(Overlay, ALongAnswerGetsTheHighestCard) {
     overlay.showResult(std::string(100, '\n'));
     run();
-    EXPECT_EQ(cards.height, 480);
+    EXPECT_GT(cards.height, low);
+    EXPECT_LE(cards.height, 480) << "whatever the length of the answer";
 }
 
 TEST_F(Overlay, AClickOutsideClosesTheCardAndOneInsideDoesNot) {
