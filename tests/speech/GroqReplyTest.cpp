@@ -1,10 +1,8 @@
 #include "speech/GroqProvider.h"
-#include "support/LogCapture.h"
 
 #include <gmock/gmock.h>
 
 using namespace fenlo;
-using namespace fenlo::test;
 using ::testing::ElementsAre;
 
 namespace {
@@ -50,14 +48,6 @@ TEST(GroqReply, DoubtfulSegmentsAreDroppedByTheLengthOfTheClip) {
         EXPECT_EQ(result.meta->lowConfidenceRanges.empty(), !test.isKept);
         EXPECT_EQ(result.meta->avgConfidence, test.isKept ? test.logprob : 0);
     }
-}
-
-TEST(GroqReply, DroppedSegmentsAreLogged) {
-    const LogCapture log;
-    groq::parseReply(replyWith({segment("a", 0.8, -2), segment("b", 0, -1.234)}), 10);
-    EXPECT_THAT(log.lines(),
-                ElementsAre("[Fenlo] Skipping low-confidence segment (no_speech=0.80, threshold=0.70): 'a'",
-                            "[Fenlo] Skipping low-logprob segment (avg_logprob=-1.23, threshold=-1.00): 'b'"));
 }
 
 TEST(GroqReply, OddSegmentsDoNoHarmAndWithoutSegmentsTheTextCounts) {

@@ -1,7 +1,6 @@
 #include "speech/TranscriptGuards.h"
 #include "base/Text.h"
 #include "speech/RepeatedPhrases.h"
-#include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
 #include <limits>
@@ -101,10 +100,4 @@ TEST(CollapseRepeats, KeepsOneOfThreeOrMoreCopies) {
     };
     for (const auto& [raw, kept] : cases)
         EXPECT_EQ(collapseRepeats(raw), kept) << raw;
-}
-
-TEST(CollapseRepeats, TellsWhatItRemoved) {
-    const test::LogCapture log;
-    collapseRepeats("well I think that I think that I think that yes");
-    EXPECT_TRUE(log.contains("[Fenlo] Dedup: removed 2 repeats of 'I think that'"));
 }

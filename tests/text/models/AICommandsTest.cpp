@@ -52,7 +52,6 @@ TEST_F(AICommandsTest, ACommandWorksOnWhatTheUserSees) {
                                       " - Follow the user's instruction exactly - NEVER change"));
         EXPECT_THAT(system, EndsWith("leave it blank or use \"[Name]\" - Return ONLY the final text, nothing else"));
     }
-    EXPECT_EQ(log.lines().back(), "[Fenlo] AICommand: 0.42s — 'Make it so' → 'Polished.'");
 }
 
 TEST_F(AICommandsTest, AQuestionAboutThePastIsAnsweredFromTheHistory) {
@@ -62,22 +61,24 @@ TEST_F(AICommandsTest, AQuestionAboutThePastIsAnsweredFromTheHistory) {
     EXPECT_EQ(groqPrompt("user"), "User asked: Rewrite THAT email\n\n[1] today:\nThe price is 5.\n\n");
     EXPECT_THAT(groqPrompt("system"),
                 StartsWith("You are a memory assistant inside a voice-to-text app called Fenlo."));
-    EXPECT_EQ(log.lines().back(), "[Fenlo] MemoryRecall: 'Rewrite THAT email' → '" + std::string(79, 'x') + "e\u0301'");
 }
 
 TEST_F(AICommandsTest, AnEmptyHistoryAsksNoModel) {
     history.reset();
     EXPECT_EQ(commands.runAICommand("what was that email about pricing", {}, {}), std::nullopt);
     EXPECT_TRUE(http.requests.empty());
-    EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(AICommandsTest, AFaultIsToldOnceAndNotRetried) {
+TEST_F(AICommandsTest, AFaultIsNotRetriedAndEveryAnswerStaysAsItCame) {
+    commands.runAICommand("Make it so", {}, {});
+    commands.runAICommand("What was it", {}, {});
     groqDoes = timeout;
     EXPECT_EQ(commands.runAICommand("Make it so", {}, {}), std::nullopt);
     EXPECT_EQ(commands.runAICommand("What was it", {}, {}), std::nullopt);
-    EXPECT_EQ(calls, "QQ");
-    EXPECT_THAT(log.lines(), ::testing::ElementsAre("[Fenlo] ERROR: AICommand failed: no answer",
+    EXPECT_EQ(calls, "QQQQ");
+    EXPECT_THAT(log.lines(), ::testing::ElementsAre("[Fenlo] AICommand: 0.42s — 'Make it so' → 'Polished.'",
+                                                    "[Fenlo] MemoryRecall: 'What was it' → 'Polished.'",
+                                                    "[Fenlo] ERROR: AICommand failed: no answer",
                                                     "[Fenlo] ERROR: MemoryRecall failed: no answer"));
     choose("auto");
     geminiDoes = 500;

@@ -1,5 +1,4 @@
 #include "text/ModelAnswer.h"
-#include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
@@ -41,12 +40,6 @@ TEST(CleanResponse, TakesOffLabelReasoningAndQuotes) {
              {"", ""},
          })
         EXPECT_EQ(cleanResponse(test.answer), test.text) << test.answer;
-}
-
-TEST(CleanResponse, TellsWhenItDropsReasoning) {
-    const test::LogCapture log;
-    cleanResponse("Since you ask, I will.\nYes.");
-    EXPECT_EQ(log.lines(), std::vector<std::string>{"[Fenlo] Stripped LLM reasoning, kept last line: 'Yes.'"});
 }
 
 TEST(Refusal, IsAPhraseInAnAnswerMoreThanTwiceAsLong) {

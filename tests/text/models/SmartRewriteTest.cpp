@@ -52,29 +52,45 @@ TEST_F(SmartRewriteTest, EveryFaultHasItsFallBackAndItsRetry) {
         groqDoes = test.groqDoes;
         calls.clear();
         clock.slept = 0;
-        const LogCapture logOfCase;
         const Rewrite result = rewrite("raw text");
         EXPECT_EQ(calls, test.calls);
         EXPECT_EQ(result.wasRewritten, test.failedAttempts == 0);
         EXPECT_EQ(result.text, test.failedAttempts == 0 ? "Polished." : "raw text");
         EXPECT_EQ(clock.slept, test.failedAttempts == 2 ? 0.3 : 0);
-        EXPECT_EQ(logOfCase.containsPrefix("[Fenlo] ERROR: SmartRewrite failed after " +
-                                           std::to_string(test.failedAttempts) + " attempt(s): "),
-                  test.failedAttempts > 0);
     }
     for (const std::string& line : log.lines())
         EXPECT_THAT(line, Not(HasSubstr("SECRET"))) << "a key is never told";
 }
 
-TEST_F(SmartRewriteTest, TheRetryIsToldAndMeasuredAnew) {
+TEST_F(SmartRewriteTest, LinesOfTheLog) {
+    const auto keys = std::exchange(configuration, {});
+    choose("gemini");
+    rewrite("raw");
+    configuration = keys;
+    choose("auto");
     geminiDoes = groqDoes = 503;
     clock.onSleep = [&](double) { groqDoes = ok; };
-    EXPECT_TRUE(rewrite("raw").wasRewritten);
+    rewrite("raw");
+    clock.onSleep = {};
+    choose("groq", "translate");
+    answer = "Result: I cannot help with that " + std::string(100, 'x');
+    rewrite("raw");
+    answer = "Since you ask, I will.\nYes.";
+    rewrite("raw");
+    choose("groq", "transliterate");
+    rewrite("raw");
     const std::string gemini = "[Fenlo] Gemini failed (Gemini API error 503: odd <key>), falling back to Groq";
-    EXPECT_THAT(log.lines(),
-                ElementsAre(gemini,
-                            "[Fenlo] SmartRewrite: attempt 1 failed (Groq API error 503: odd <key>), retrying...",
-                            gemini, "[Fenlo] SmartRewrite: 0.83s — 'raw' → 'Polished.'"));
+    EXPECT_THAT(
+        log.lines(),
+        ElementsAre(
+            "[Fenlo] ERROR: SmartRewrite failed after 1 attempt(s): no key for the language models of Gemini; set the "
+            "environment variable GEMINI_API_KEY — returning raw",
+            gemini, "[Fenlo] SmartRewrite: attempt 1 failed (Groq API error 503: odd <key>), retrying...", gemini,
+            "[Fenlo] SmartRewrite: 0.83s — 'raw' → 'Polished.'",
+            "[Fenlo] LLM refused, falling back to raw text: 'I cannot help with that " + std::string(80 - 24, 'x') +
+                "'",
+            "[Fenlo] Stripped LLM reasoning, kept last line: 'Yes.'", "[Fenlo] Translate: 0.42s — 'raw' → 'Yes.'",
+            "[Fenlo] Stripped LLM reasoning, kept last line: 'Yes.'", "[Fenlo] Transliterate: 0.42s — 'raw' → 'Yes.'"));
 }
 
 TEST_F(SmartRewriteTest, AStopEndsThePauseBeforeTheRetry) {
@@ -94,8 +110,6 @@ TEST_F(SmartRewriteTest, WithoutAKeyNothingIsSent) {
     configuration.erase("groq_api_key");
     choose("groq");
     EXPECT_FALSE(rewrite("raw").wasRewritten) << "the other service's key is of no use";
-    EXPECT_TRUE(log.contains("[Fenlo] ERROR: SmartRewrite failed after 1 attempt(s): no key for the language models of "
-                             "Groq; set the environment variable GROQ_API_KEY — returning raw"));
     configuration = {{"groq_api_key", "SECRET-Q"}};
     choose("gemini");
     EXPECT_FALSE(rewrite("raw").wasRewritten);
@@ -103,7 +117,6 @@ TEST_F(SmartRewriteTest, WithoutAKeyNothingIsSent) {
     choose("auto");
     EXPECT_TRUE(rewrite("raw").wasRewritten) << "a look-up that failed is repeated";
     EXPECT_EQ(calls, "Q");
-    EXPECT_FALSE(log.containsPrefix("[Fenlo] Gemini failed"));
 }
 
 TEST_F(SmartRewriteTest, AKeyIsTakenFromTheFirstSourceAndKept) {
@@ -146,16 +159,13 @@ TEST_F(SmartRewriteTest, TheModelIsToldWhatTheRecogniserDoubts) {
         "\nNOTE: The speech recognition was uncertain about these parts: \"kay nine\", \"colour\". ONLY correct them "
         "if "
         "they are clearly garbled or not real words. If they ARE real English words, keep them exactly as-is.";
-    for (const auto& [mode, label] : {std::pair<std::string, std::string>{"transcribe", "SmartRewrite"},
-                                      {"translate", "Translate"},
-                                      {"transliterate", "Transliterate"}}) {
+    for (const char* mode : {"transcribe", "translate", "transliterate"}) {
         choose("groq", mode);
         rewrite("my words");
         const std::string plain = groqPrompt("system");
         rewrite("my words", {"kay nine", "colour"});
         EXPECT_EQ(groqPrompt("system"), plain + note);
         EXPECT_THAT(groqPrompt("user"), HasSubstr("my words"));
-        EXPECT_EQ(log.lines().back(), "[Fenlo] " + label + ": 0.42s — 'my words' → 'Polished.'");
     }
 }
 
@@ -166,8 +176,6 @@ TEST_F(SmartRewriteTest, AnAnswerIsCleanedAndARefusalIsNone) {
     const Rewrite refused = rewrite(" hello");
     EXPECT_EQ(refused.text, " hello");
     EXPECT_FALSE(refused.wasRewritten);
-    EXPECT_EQ(log.lines().back(), "[Fenlo] LLM refused, falling back to raw text: 'I cannot help with that " +
-                                      std::string(80 - 24, 'x') + "'");
     answer = "";
     EXPECT_TRUE(rewrite("hello").wasRewritten) << "an empty answer is accepted";
 }
