@@ -77,12 +77,9 @@ TEST_F(Recorder, WarmUp_PrimesTheEngineAndLeavesItStopped) {
     EXPECT_TRUE(recorder.hasEngine());
     EXPECT_EQ(input.microphone.starts, 1);
     EXPECT_FALSE(runs());
-    EXPECT_TRUE(log.contains("[Fenlo] Audio engine prepared at 16000Hz, 1ch, device=7"));
-
     input.microphone.startErrors = {"busy"};
     recorder.warmUp();
     EXPECT_TRUE(recorder.hasEngine()) << "a failed priming is no failure";
-    EXPECT_TRUE(log.contains("[Fenlo] Audio engine warmup skipped for this device: busy"));
 }
 
 TEST_F(Recorder, WithoutAnInput_WarmUpIsTriedAgainUntilThereIsOne) {
@@ -92,10 +89,11 @@ TEST_F(Recorder, WithoutAnInput_WarmUpIsTriedAgainUntilThereIsOne) {
     queue.advance(10);
     EXPECT_FALSE(recorder.hasEngine());
     EXPECT_EQ(enginesMade(), 21) << "every half second";
+    EXPECT_EQ(log.lines().size(), 1u) << "but it is told once";
     recorder.startRecording();
     EXPECT_FALSE(recorder.isRecording());
     EXPECT_TRUE(stop().empty());
-    EXPECT_TRUE(log.contains("[Fenlo] Stop called but engine is nil"));
+    EXPECT_EQ(log.lines().size(), 3u) << "and once more for the key";
 
     input.microphone.format = {rate, 1};
     input.microphone.device = InputDevice{7, "Microphone", true};
@@ -104,11 +102,6 @@ TEST_F(Recorder, WithoutAnInput_WarmUpIsTriedAgainUntilThereIsOne) {
     const int made = enginesMade();
     queue.advance(10);
     EXPECT_EQ(enginesMade(), made) << "no retry is left over";
-    const auto lines = log.lines();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(),
-                         "[Fenlo] ERROR: Audio engine setup skipped: invalid format (rate=0, ch=0)"),
-              2)
-        << "one for the warm-up, one for the key";
 }
 
 TEST_F(WarmRecorder, Take_IsWrittenAndTheBuiltInMicrophoneIsOff) {
@@ -126,9 +119,6 @@ TEST_F(WarmRecorder, Take_IsWrittenAndTheBuiltInMicrophoneIsOff) {
     EXPECT_FALSE(runs());
     EXPECT_FALSE(recorder.isRecording());
     EXPECT_EQ(recorder.speechRatio(), 1);
-    EXPECT_TRUE(log.contains("[Fenlo] Recording at 16000Hz, device=7"));
-    EXPECT_TRUE(log.contains("[Fenlo] Stop: 24576 samples collected in 1.5s, engine.isRunning=true"));
-    EXPECT_TRUE(log.contains("[Fenlo] Saved 1.5s audio → 1 chunk(s), 96KB total"));
 }
 
 TEST_F(WarmRecorder, TakeWithoutSpeech_GivesNothing) {
@@ -140,7 +130,6 @@ TEST_F(WarmRecorder, TakeWithoutSpeech_GivesNothing) {
     recorder.startRecording();
     hear(constant(0, 32000));
     EXPECT_TRUE(stop().empty());
-    EXPECT_TRUE(log.contains("[Fenlo] Recording was silent (rms=0.0000), skipping"));
     EXPECT_EQ(recorder.speechRatio(), ratio) << "a silent take leaves the ratio alone";
 
     recorder.startRecording();
@@ -234,23 +223,19 @@ TEST_F(WarmRecorder, FailedStart_IsRetriedOnANewEngine) {
     recorder.startRecording();
     EXPECT_TRUE(recorder.isRecording());
     EXPECT_EQ(enginesMade(), 2);
-    EXPECT_TRUE(log.contains("[Fenlo] ERROR: Audio engine start failed: busy, rebuilding synchronously and retrying"));
     stop();
 
     input.microphone.startErrors = {"busy", "still", "gone"};
     recorder.startRecording();
     EXPECT_FALSE(recorder.isRecording());
-    EXPECT_TRUE(log.contains("[Fenlo] ERROR: Audio engine retry start failed: gone"));
     recorder.startRecording();
     EXPECT_TRUE(recorder.isRecording()) << "the next press finds a device that works again";
-}
+    stop();
 
-TEST_F(WarmRecorder, ChangeThatWasNotTold_IsNoticedAtTheStart) {
-    input.microphone.device = headset;
-    input.microphone.format = {48000, 2};
+    const int made = enginesMade();
+    input.microphone.device = headset; // and nobody told
     recorder.startRecording();
-    EXPECT_TRUE(log.contains("[Fenlo] Input device changed since last setup (7 → 8), rebuilding synchronously"));
-    EXPECT_TRUE(log.contains("[Fenlo] Recording at 48000Hz, device=8"));
+    EXPECT_EQ(enginesMade(), made + 1);
     stop();
 }
 
@@ -261,8 +246,6 @@ TEST_F(WarmRecorder, ExternalInput_LingersForAMinute) {
     hear(sine(0.2F, 1, rate));
     EXPECT_EQ(stop().size(), 1u);
     EXPECT_TRUE(runs());
-    EXPECT_TRUE(log.contains(
-        "[Fenlo] External input active — keeping engine running to preserve SCO state (will stop after idle)"));
 
     // A take within the minute begins with what was said just before it, and puts the stop off.
     queue.advance(59);
@@ -280,7 +263,6 @@ TEST_F(WarmRecorder, ExternalInput_LingersForAMinute) {
     EXPECT_TRUE(runs());
     queue.advance(0.2);
     EXPECT_FALSE(runs());
-    EXPECT_TRUE(log.contains("[Fenlo] Idle window elapsed — engine stopped, orange mic indicator off"));
 
     // What was heard before the engine stopped does not open a take that comes much later.
     recorder.startRecording();
@@ -307,7 +289,6 @@ TEST_F(WarmRecorder, DeviceChange_RebuildsAfterItSettled) {
     EXPECT_FALSE(recorder.hasEngine());
     queue.advance(0.02);
     EXPECT_TRUE(recorder.hasEngine());
-    EXPECT_TRUE(log.contains("[Fenlo] Audio input device changed: 7 → 8"));
     EXPECT_TRUE(recorder.isExternalInputActive());
     EXPECT_EQ(recorder.defaultInputDeviceName(), "Headset");
 }
@@ -332,7 +313,6 @@ TEST_F(WarmRecorder, DeviceChangeInMidTake_WaitsForItsEnd) {
     const auto files = stop();
     ASSERT_EQ(files.size(), 1u);
     EXPECT_EQ(sizeOf(files[0]), 7 * bufferSize);
-    EXPECT_TRUE(log.contains("[Fenlo] Device changed during recording, rebuilding engine for next use"));
     queue.advance(0.3);
     EXPECT_EQ(enginesMade(), made + 1);
     EXPECT_FALSE(runs()) << "the changed external input does not linger";
@@ -342,7 +322,6 @@ TEST_F(WarmRecorder, Headset_TurnsTheTonesOffForGood) {
     ASSERT_TRUE(config.get().playSounds);
     input.change(headset);
     EXPECT_FALSE(config.get().playSounds);
-    EXPECT_TRUE(log.contains("[Fenlo] External input connected — auto-disabled Play Sounds"));
     queue.advance(1);
     input.change(InputDevice{7, "Built-in", true});
     queue.advance(1);
@@ -389,8 +368,6 @@ TEST_F(WarmRecorder, LongTake_IsCutAtItsLastQuietSpot) {
     const std::size_t cut = searchStart + (quietEnd - searchStart) / 1024 * 1024;
     EXPECT_EQ(sizeOf(files[0]), cut);
     EXPECT_EQ(sizeOf(files[1]), 942 * bufferSize - cut);
-    EXPECT_TRUE(log.contains("[Fenlo] Flushed chunk 1 → " + std::to_string(fs::file_size(files[0]) / 1024) +
-                             "KB WAV (" + std::to_string(938 * bufferSize - cut) + " samples carried over)"));
 }
 
 TEST_F(WarmRecorder, LongTakeWithoutAPause_IsCutWhereItStands) {
@@ -400,7 +377,6 @@ TEST_F(WarmRecorder, LongTakeWithoutAPause_IsCutWhereItStands) {
     const auto files = stop();
     ASSERT_EQ(files.size(), 1u);
     EXPECT_EQ(sizeOf(files[0]), 938 * bufferSize);
-    EXPECT_TRUE(log.contains("[Fenlo] Stopped with 1 flushed chunks, no remaining audio"));
 
     recorder.startRecording();
     hearBuffers(0.2F, 938);
@@ -431,4 +407,48 @@ TEST_F(WarmRecorder, LastPartThatCannotBeWritten_LeavesTheChunksBeforeIt) {
     hearBuffers(0.2F, 20);
     const ScarceDisk scarce(100000);
     EXPECT_EQ(stop().size(), 1u);
+}
+
+TEST_F(Recorder, LinesOfTheLog) {
+    input.microphone.format = {};
+    recorder.startRecording();
+    stop();
+    input.microphone.format = {rate, 1};
+    input.microphone.startErrors = {"busy"};
+    recorder.warmUp();
+    recorder.registerDeviceListener();
+    recorder.startRecording();
+    hear(sine(0.3F, 1.5, rate));
+    clock.onSleep = [&](double) { input.hear(sine(0.3F, 0.25, rate)); };
+    stop();
+    clock.onSleep = {};
+    input.microphone.startErrors = {"busy", "still", "gone"};
+    recorder.startRecording();
+    recorder.startRecording();
+    hear(constant(0, 32000));
+    stop();
+    input.microphone.device = headset;
+    recorder.startRecording();
+    hearBuffers(0.2F, 938);
+    input.change(InputDevice{9, "Another headset", false});
+    stop();
+    input.change(headset);
+    queue.advance(1);
+    recorder.startRecording();
+    stop();
+    queue.advance(61);
+    for (const std::string line :
+         {"ERROR: Audio engine setup skipped: invalid format (rate=0, ch=0)", "Stop called but engine is nil",
+          "Audio engine warmup skipped for this device: busy", "Audio engine prepared at 16000Hz, 1ch, device=7",
+          "Recording at 16000Hz, device=7", "Stop: 24576 samples collected in 1.5s, engine.isRunning=true",
+          "Saved 1.5s audio → 1 chunk(s), 96KB total",
+          "ERROR: Audio engine start failed: busy, rebuilding synchronously and retrying",
+          "ERROR: Audio engine retry start failed: gone", "Recording was silent (rms=0.0000), skipping",
+          "Input device changed since last setup (7 → 8), rebuilding synchronously",
+          "Flushed chunk 1 → 15008KB WAV (0 samples carried over)", "Stopped with 1 flushed chunks, no remaining audio",
+          "Audio input device changed: 8 → 9", "External input connected — auto-disabled Play Sounds",
+          "Device changed during recording, rebuilding engine for next use",
+          "External input active — keeping engine running to preserve SCO state (will stop after idle)",
+          "Idle window elapsed — engine stopped, orange mic indicator off"})
+        EXPECT_TRUE(log.contains("[Fenlo] " + line)) << line;
 }

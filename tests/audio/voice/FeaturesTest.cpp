@@ -168,27 +168,6 @@ TEST(SpectralFeatures, EqualTheReference) {
 }
 
 TEST(MelFilterbank, EqualsTheReference) {
-    struct Row {
-        int filters, fftSize;
-        double rate;
-        std::size_t number, firstBin;
-        std::ptrdiff_t bins;
-        double sum;
-    };
-    const Row rows[] = {{26, 512, 16000, 0, 1, 3, 2.0},    {26, 512, 16000, 1, 3, 4, 2.5},
-                        {26, 512, 16000, 13, 53, 15, 8.0}, {26, 512, 16000, 25, 209, 47, 24.0},
-                        {40, 256, 8000, 0, 1, 1, 1.0},     {40, 256, 8000, 1, 2, 1, 1.0},
-                        {40, 256, 8000, 20, 35, 4, 2.5},   {40, 256, 8000, 39, 115, 12, 6.5}};
-    for (const Row& row : rows) {
-        const auto bank = melFilterbank(row.filters, row.fftSize, row.rate);
-        ASSERT_EQ(bank.size(), static_cast<std::size_t>(row.filters));
-        const std::vector<float>& filter = bank[row.number];
-        EXPECT_EQ(filter.size(), static_cast<std::size_t>(row.fftSize) / 2 + 1);
-        EXPECT_GT(filter[row.firstBin], 0) << row.number;
-        EXPECT_EQ(filter[row.firstBin - 1], 0) << row.number;
-        EXPECT_EQ(std::ranges::count_if(filter, [](float weight) { return weight > 0; }), row.bins) << row.number;
-        EXPECT_NEAR(std::accumulate(filter.begin(), filter.end(), 0.0), row.sum, 1e-4) << row.number;
-    }
     const auto squares = [](const std::vector<std::vector<float>>& bank) {
         double sum = 0;
         for (const auto& filter : bank)
@@ -197,6 +176,11 @@ TEST(MelFilterbank, EqualsTheReference) {
     };
     EXPECT_NEAR(squares(melFilterbank(26, 512, 16000)), 163.1879, 1e-3);
     EXPECT_NEAR(squares(melFilterbank(40, 256, 8000)), 88.4365, 1e-3);
+    const auto last = melFilterbank(26, 512, 16000).at(25); // of 257 bins
+    EXPECT_EQ(last.size(), 257u);
+    EXPECT_EQ(last[208], 0);
+    EXPECT_GT(last[209], 0);
+    EXPECT_NEAR(std::accumulate(last.begin(), last.end(), 0.0), 24.0, 1e-4);
 }
 
 TEST(Statistics, InterpolateAndCompare) {
