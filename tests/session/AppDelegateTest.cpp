@@ -42,22 +42,8 @@ protected:
 
 } // namespace
 
-TEST_F(Startup, ASecondCopyEndsBeforeItShowsAnything) {
-    workspace.isOnlyInstance = false;
-    const test::LogCapture logged;
-    EXPECT_FALSE(AppDelegate::becomeOnlyInstance(workspace));
-    EXPECT_TRUE(logged.contains("[Fenlo] Another instance is already running. Exiting."));
-}
-
 TEST_F(Startup, GoesStraightToDictation) {
-    const test::LogCapture logged;
     launch();
-    for (const char* line :
-         {"[Fenlo] Launch at login: registered", "[Fenlo] Startup: needsLogin=true needsOnboarding=true",
-          "[Fenlo] Hotkey monitors registered: global=true, local=true, eventTap=true",
-          "[Fenlo] Accessibility granted. Hotkey listener active.", "[Fenlo] Ready.",
-          "[Fenlo] Hold [Left Control] to dictate"})
-        EXPECT_TRUE(logged.contains(line)) << line;
     EXPECT_EQ(prepared, std::vector<std::string>{"cloud"});
     EXPECT_EQ(heartbeats, 1);
     EXPECT_EQ(profiles, 0) << "no profession is chosen";
@@ -76,53 +62,25 @@ TEST_F(Startup, GoesStraightToDictation) {
     EXPECT_EQ(heartbeats, 2);
 }
 
-TEST_F(Startup, TheMarkerEndsOnboardingAndSettingsChooseTheEngine) {
-    ASSERT_TRUE(files::makePrivateDirectory(files::dataDirectory()));
-    ASSERT_TRUE(files::writeAtomically(files::dataDirectory() / ".onboarded", ""));
+TEST_F(Startup, SettingsChooseTheEngineAndTheProfile) {
     config.update([](Settings& s) { s.offlineMode = true, s.profession = "doctor"; });
-    const test::LogCapture logged;
     launch();
-    EXPECT_TRUE(logged.contains("[Fenlo] Startup: needsLogin=true needsOnboarding=false"));
     EXPECT_EQ(prepared, std::vector<std::string>{"local"});
     EXPECT_EQ(profiles, 1);
-    std::filesystem::remove(files::dataDirectory() / ".onboarded");
-}
-
-TEST_F(Startup, LaunchAtLoginIsRegisteredOnceAndItsFailureIgnored) {
-    workspace.loginError = "disk full";
-    const test::LogCapture logged;
-    launch();
-    EXPECT_TRUE(logged.contains("[Fenlo] Launch at login: registration failed — disk full"));
-    EXPECT_TRUE(logged.contains("[Fenlo] Ready."));
-    workspace.loginItem = true;
-    const test::LogCapture later;
-    launch();
-    EXPECT_FALSE(later.containsPrefix("[Fenlo] Launch at login"));
 }
 
 TEST_F(Startup, MissingAccessibilityIsAskedForAndNoticedWhenItComes) {
     accessibility.isTrusted = false;
     keys.eventTapWorks = false;
-    const test::LogCapture logged;
     launch();
-    EXPECT_TRUE(logged.contains("[Fenlo] Accessibility not granted — requesting..."));
     EXPECT_EQ(accessibility.requests, 1);
     mainQueue.advance(6.0);
-    EXPECT_FALSE(logged.contains("[Fenlo] Accessibility granted. Hotkey listener active."));
     accessibility.isTrusted = true;
     keys.eventTapWorks = true;
     mainQueue.advance(3.0);
-    EXPECT_TRUE(logged.contains("[Fenlo] Accessibility granted. Hotkey listener active."));
-    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey monitors registered: global=true, local=true, eventTap=true"));
-}
-
-TEST_F(Startup, TheMicrophoneIsCheckedASecondLater) {
-    const test::LogCapture logged;
-    launch();
-    mainQueue.advance(0.9);
-    EXPECT_FALSE(logged.contains("[Fenlo] Microphone access OK"));
-    mainQueue.advance(0.2);
-    EXPECT_TRUE(logged.contains("[Fenlo] Microphone access OK"));
+    keys.change(mask::control, key::controlLeft);
+    keys.keyDown(key::a);
+    EXPECT_FALSE(session.isRecording()) << "keys are heard again, so that this is a shortcut";
 }
 
 TEST_F(Startup, NotificationsSteerTheHotkey) {
@@ -151,4 +109,32 @@ TEST_F(Startup, SleepAndQuitStopARunningMeetingOnly) {
     EXPECT_EQ(meetingsStopped, 2);
     keys.change(mask::control, key::controlLeft);
     EXPECT_FALSE(session.isRecording());
+}
+
+TEST_F(Startup, LinesOfTheLog) {
+    const test::LogCapture logged;
+    ASSERT_TRUE(files::makePrivateDirectory(files::dataDirectory()));
+    workspace.loginError = "disk full";
+    accessibility.isTrusted = keys.eventTapWorks = false;
+    launch();
+    mainQueue.advance(0.9);
+    EXPECT_FALSE(logged.contains("[Fenlo] Microphone access OK")) << "asked after a second";
+    accessibility.isTrusted = keys.eventTapWorks = true;
+    mainQueue.advance(3.0);
+    ASSERT_TRUE(files::writeAtomically(files::dataDirectory() / ".onboarded", ""));
+    workspace.loginError.reset();
+    notifications.post(notification::hotkeyChanged, "hyper");
+    workspace.isOnlyInstance = false;
+    EXPECT_FALSE(AppDelegate::becomeOnlyInstance(workspace));
+    launch();
+    for (const char* line :
+         {"Launch at login: registration failed — disk full", "Launch at login: registered",
+          "Startup: needsLogin=true needsOnboarding=true", "Startup: needsLogin=true needsOnboarding=false",
+          "Hotkey monitors registered: global=true, local=true, eventTap=false",
+          "Hotkey monitors registered: global=true, local=true, eventTap=true",
+          "Accessibility not granted — requesting...", "Accessibility granted. Hotkey listener active.",
+          "Microphone access OK", "Ready.", "Hold [Left Control] to dictate", "Hotkey changed to: hyper",
+          "Another instance is already running. Exiting."})
+        EXPECT_TRUE(logged.contains("[Fenlo] " + std::string(line))) << line;
+    std::filesystem::remove(files::dataDirectory() / ".onboarded");
 }

@@ -4,7 +4,6 @@
 #include "session/HotkeyListener.h"
 #include "session/TakeNote.h"
 #include "session/TextInserter.h"
-#include "support/LogCapture.h"
 #include "support/SessionFixture.h"
 
 #include <algorithm>
@@ -43,54 +42,23 @@ std::ptrdiff_t recordingsOnDisk() {
 
 TEST_F(Session, HoldAndReleaseInsertsTheWords) {
     transcript = "Hello there";
-    const test::LogCapture logged;
     session.hotkeyPressed();
     EXPECT_EQ(face(), IconFace::recording);
     speak(2.0);
     session.hotkeyReleased();
     EXPECT_EQ(face(), IconFace::processing);
-    EXPECT_TRUE(session.isProcessing());
+    session.hotkeyPressed();
+    EXPECT_FALSE(session.isRecording()) << "one take at a time";
     finish();
 
     EXPECT_EQ(pasted(), std::vector<std::string>{"Hello there"});
     EXPECT_EQ(records, (std::vector<std::string>{"Hello there"}));
+    EXPECT_NEAR(durations.at(0), 2.0, 0.01);
     EXPECT_EQ(syncs, 1);
     EXPECT_EQ(face(), IconFace::idle);
     EXPECT_FALSE(session.isProcessing());
     EXPECT_EQ(session.lastText(), "Hello there");
     EXPECT_EQ(warmed, 1);
-    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey pressed"));
-    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey released"));
-    EXPECT_TRUE(logged.contains(
-        "[Fenlo] Context: app=Mousepad bundle=org.xfce.mousepad selected=0chars existing=3chars clipboard=0chars"));
-}
-
-TEST_F(Session, ContextLineNamesWhatIsUnknown) {
-    workspace.front.reset();
-    accessibility.element.reset();
-    pasteboard.content = "clip";
-    const test::LogCapture logged;
-    session.hotkeyPressed();
-    EXPECT_TRUE(logged.contains("[Fenlo] Context: app=? bundle=? selected=0chars existing=0chars clipboard=4chars"));
-}
-
-TEST_F(Session, DurationRunsFromPressToRelease) {
-    transcript = "x";
-    session.hotkeyPressed();
-    speak(3.0);
-    session.hotkeyReleased();
-    finish();
-    ASSERT_EQ(durations.size(), 1u);
-    EXPECT_NEAR(durations[0], 3.0, 0.01);
-}
-
-TEST_F(Session, ASilentTakeEndsWithoutProcessing) {
-    session.hotkeyPressed();
-    mainQueue.advance(1);
-    session.hotkeyReleased();
-    EXPECT_FALSE(session.isProcessing());
-    EXPECT_EQ(face(), IconFace::idle);
-    EXPECT_TRUE(records.empty());
 }
 
 TEST_F(Session, ToggleModeIgnoresReleasesAndEndsWithTheNextPress) {
@@ -107,16 +75,6 @@ TEST_F(Session, ToggleModeIgnoresReleasesAndEndsWithTheNextPress) {
     finish();
     EXPECT_EQ(pasted(), std::vector<std::string>{"Toggled"});
     EXPECT_FALSE(session.isRecording());
-}
-
-TEST_F(Session, APressDuringProcessingIsDroppedInHoldMode) {
-    transcript = "One";
-    take(1.0);
-    session.hotkeyPressed();
-    EXPECT_FALSE(session.isRecording());
-    session.hotkeyReleased();
-    finish();
-    EXPECT_EQ(pasted(), std::vector<std::string>{"One"});
 }
 
 TEST_F(Session, ChordDuringTake_LeavesNoTrace) {
@@ -141,16 +99,7 @@ TEST_F(Session, ChordDuringTake_LeavesNoTrace) {
     EXPECT_EQ(pasted(), std::vector<std::string>{"Next"});
 }
 
-TEST_F(Session, AMeetingBlocksDictation) {
-    meetingActive = true;
-    const test::LogCapture logged;
-    session.hotkeyPressed();
-    EXPECT_FALSE(session.isRecording());
-    EXPECT_TRUE(logged.contains("[Fenlo] Meeting active — normal dictation blocked"));
-    EXPECT_EQ(face(), IconFace::idle);
-}
-
-TEST_F(Session, LockedScreenEndsTheTakeWhoseWordsAreKeptAndPastedNowhere) {
+TEST_F(Session, LockedScreenEndsTheTakeWhoseWordsAreRecordedAndPastedNowhere) {
     transcript = "Not for the lock screen";
     session.hotkeyPressed();
     speak(2.0);
@@ -162,12 +111,13 @@ TEST_F(Session, LockedScreenEndsTheTakeWhoseWordsAreKeptAndPastedNowhere) {
     EXPECT_EQ(records, std::vector<std::string>{transcript});
     EXPECT_TRUE(pasted().empty() && keys.posted.empty());
 
-    const test::LogCapture logged;
     session.hotkeyPressed();
     EXPECT_FALSE(session.isRecording());
-    EXPECT_EQ(logged.lines(),
-              (std::vector<std::string>{"[Fenlo] Hotkey pressed", "[Fenlo] Screen locked: nothing is recorded"}));
     workspace.isLocked = false;
+    meetingActive = true;
+    session.hotkeyPressed();
+    EXPECT_FALSE(session.isRecording()) << "nor during a meeting";
+    meetingActive = false;
     take(1.0);
     finish();
     EXPECT_EQ(pasted(), std::vector<std::string>{transcript});
@@ -196,6 +146,8 @@ TEST_F(Session, TonesFollowTheLiveMicrophoneAndTheEnd) {
     EXPECT_EQ(tonesPlayed(), 0) << "not before the microphone is live";
     speak(1.0);
     EXPECT_EQ(tonesPlayed(), 1);
+    session.silenceDetected();
+    EXPECT_EQ(tonesPlayed(), 1);
     session.hotkeyReleased();
     finish();
     EXPECT_EQ(tonesPlayed(), 1);
@@ -203,20 +155,11 @@ TEST_F(Session, TonesFollowTheLiveMicrophoneAndTheEnd) {
     config.update([](Settings& s) { s.playSounds = false; });
     take(1.0);
     finish();
-    EXPECT_EQ(tonesPlayed(), 0);
-    config.update([](Settings& s) { s.playSounds = true, s.soundScheme = SoundSchemeId::none; });
-    take(1.0);
-    finish();
-    EXPECT_EQ(tonesPlayed(), 0);
-}
-
-TEST_F(Session, SilenceToneDependsOnItsOwnSettingOnly) {
-    config.update([](Settings& s) { s.playSounds = false; });
     session.silenceDetected();
-    EXPECT_EQ(tonesPlayed(), 0) << "no take runs";
+    EXPECT_EQ(tonesPlayed(), 0);
     session.hotkeyPressed();
     session.silenceDetected();
-    EXPECT_EQ(tonesPlayed(), 1);
+    EXPECT_EQ(tonesPlayed(), 1) << "it has a setting of its own";
     config.update([](Settings& s) { s.silenceNotification = false; });
     session.silenceDetected();
     EXPECT_EQ(tonesPlayed(), 0);
@@ -225,12 +168,10 @@ TEST_F(Session, SilenceToneDependsOnItsOwnSettingOnly) {
 TEST_F(Session, AFailedRewriteInsertsTheRawTextAndBeepsInsteadOfTheEndTone) {
     transcript = "raw words";
     steps.rewrite = [](const std::string& text, auto&&...) { return Rewrite{text, false}; };
-    const test::LogCapture logged;
     take(1.0);
     finish();
     EXPECT_EQ(pasted(), std::vector<std::string>{"raw words"});
     EXPECT_EQ(tonesPlayed(), 2) << "the start tone and the beep";
-    EXPECT_TRUE(logged.contains("[Fenlo] AI command fell back to raw transcription — user notified via sound"));
     EXPECT_EQ(records.size(), 1u);
 }
 
@@ -331,25 +272,11 @@ TEST_F(Session, WhatIsBeingRecordedAtTheEndOfTheProgramIsKept) {
 TEST_F(Session, CancellingFreesTheSessionAtOnceAndDropsTheWords) {
     transcript = "Lost";
     take(1.0);
-    const test::LogCapture logged;
     session.cancelProcessing();
     EXPECT_FALSE(session.isProcessing());
     EXPECT_EQ(face(), IconFace::idle);
     finish();
     EXPECT_TRUE(pasted().empty());
-    EXPECT_TRUE(logged.contains("[Fenlo] Cancelled by user"));
-    EXPECT_TRUE(logged.contains("[Fenlo] Discarding result (cancelled)"));
-}
-
-TEST_F(Session, ACancelDuringTheRewriteStillPastes) {
-    transcript = "too late";
-    steps.rewrite = [this](const std::string& text, auto&&...) {
-        session.cancelProcessing();
-        return Rewrite{text, true};
-    };
-    take(1.0);
-    finish();
-    EXPECT_EQ(pasted(), std::vector<std::string>{"too late"});
 }
 
 TEST_F(Session, VoiceActionsPressTheirKeys) {
@@ -396,23 +323,12 @@ TEST_F(Session, ACorrectionSelectsTheLastTextAndPastesOverIt) {
     EXPECT_EQ(records.back(), "(correction) Meet in Łódź 👍🏽 Paris.");
     EXPECT_EQ(tonesPlayed(), 2) << "start and end";
 
-    mainQueue.advance(1.2);
+    mainQueue.advance(4.0);
     transcript = "I meant London"; // the window runs again from the correction
-    take(1.0);
+    take(0.5);
     finish();
     mainQueue.advance(0.06);
     EXPECT_EQ(pasted().back(), "Meet in Łódź 👍🏽 London.");
-}
-
-TEST_F(Session, ACorrectionAfterFiveSecondsIsPlainDictation) {
-    transcript = "Meet in London";
-    take(1.0);
-    finish();
-    mainQueue.advance(5.0);
-    transcript = "I meant Paris";
-    take(1.0);
-    finish();
-    EXPECT_EQ(pasted().back(), "I meant Paris");
 }
 
 TEST_F(Session, ASnippetIsInsertedAndLeavesTheLastTextAlone) {
@@ -449,27 +365,29 @@ TEST_F(CommandMode, CapturesASelectionThatAccessibilityHides) {
         selection = context.selectedText;
         return "answer";
     };
-    const test::LogCapture logged;
     command("make it formal");
     EXPECT_EQ(selection, "selected words");
-    EXPECT_TRUE(logged.contains("[Fenlo] Switched to AI command mode"));
-    EXPECT_TRUE(logged.contains("[Fenlo] Command mode clipboard: copied=14chars different=true selectedEmpty=true"));
-    EXPECT_TRUE(logged.contains("[Fenlo] Command mode: captured selection (14 chars)"));
     EXPECT_EQ(pasted(), std::vector<std::string>{"answer"});
     mainQueue.advance(1.1);
     EXPECT_EQ(pasteboard.content, "before");
     EXPECT_EQ(records, std::vector<std::string>{"AI: answer"});
     EXPECT_EQ(session.lastText(), "answer");
+
+    steps.runAICommand = [](auto&&...) { return std::nullopt; };
+    command("make it formal");
+    EXPECT_EQ(pasted().back(), "make it formal") << "without an answer the words as spoken";
+    EXPECT_EQ(records.size(), 1u) << "which are not recorded";
 }
 
 TEST_F(CommandMode, AnUnchangedClipboardIsNoSelectionAndAnEmptyOneKeepsTheCopy) {
+    std::string selection;
+    steps.runAICommand = [&](const std::string&, const FocusContext& context, std::stop_token) {
+        selection = context.selectedText;
+        return std::nullopt;
+    };
     pasteboard.content = "before";
-    const test::LogCapture logged;
-    session.hotkeyPressed();
-    session.commandActivated();
-    mainQueue.advance(0.36);
-    EXPECT_TRUE(logged.contains("[Fenlo] Command mode clipboard: copied=6chars different=false selectedEmpty=true"));
-    session.chordDetected();
+    command("make it formal");
+    EXPECT_EQ(selection, "");
 
     pasteboard.content.reset();
     keys.onPost = [this](const auto&) { pasteboard.content = "copied"; };
@@ -495,33 +413,19 @@ TEST_F(CommandMode, TheClipboardFromBeforeTheFirstOfTwoCommandsComesBack) {
     EXPECT_EQ(pasteboard.forms["text/html"], "<b>before</b>");
 }
 
-TEST_F(CommandMode, WithoutATextFieldTheAnswerIsShown) {
-    accessibility.element.reset();
-    steps.runAICommand = [](auto&&...) { return "see https://example.org"; };
-    pasteboard.content = "mine";
-    command("what did I say");
-    EXPECT_TRUE(pasted().empty());
-    EXPECT_EQ(shownResult(), "see https://example.org");
-    EXPECT_EQ(pasteboard.content, "mine");
-}
-
-TEST_F(CommandMode, WithoutAnAnswerTheRawTextIsInsertedAndNotRecorded) {
-    const test::LogCapture logged;
-    command("make it formal");
-    EXPECT_EQ(pasted(), std::vector<std::string>{"make it formal"});
-    EXPECT_TRUE(records.empty());
-    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: AI Command failed, inserting raw text"));
-}
-
 TEST_F(CommandMode, NeedsARunningTakeAndEndsWithTheNextPress) {
     session.commandActivated();
     EXPECT_TRUE(keys.posted.empty());
+    int commands = 0;
+    steps.runAICommand = [&](auto&&...) {
+        ++commands;
+        return std::nullopt;
+    };
     command("one");
     transcript = "plain";
-    const test::LogCapture logged;
     take(1.0);
     finish();
-    EXPECT_FALSE(logged.containsPrefix("[Fenlo] AI Command"));
+    EXPECT_EQ(commands, 1);
 }
 
 TEST_F(Session, AnExternalInputWarmsUpBeforeItCounts) {
@@ -536,16 +440,4 @@ TEST_F(Session, AnExternalInputWarmsUpBeforeItCounts) {
     finish();
     ASSERT_EQ(durations.size(), 1u);
     EXPECT_NEAR(durations[0], 2.0, 0.2) << "the time the device took to wake is no speech";
-}
-
-TEST_F(Session, WithoutTheOverlayNothingIsShown) {
-    config.update([](Settings& s) { s.showOverlay = false; });
-    transcript = "x";
-    session.hotkeyPressed();
-    speak(1.0);
-    EXPECT_EQ(pillText(), "");
-    session.hotkeyReleased();
-    EXPECT_EQ(pillText(), "");
-    finish();
-    EXPECT_EQ(pasted().size(), 1u);
 }

@@ -1,7 +1,6 @@
 #include "session/HotkeyListener.h"
 #include "platform/KeyCodes.h"
 #include "support/FakeKeyEvents.h"
-#include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
 #include <vector>
@@ -67,6 +66,9 @@ TEST_F(Hotkeys, OtherModifiersWhileHeldChangeNothing) {
 
 TEST_F(Hotkeys, SpaceMakesACommandAndLaterKeysAreIgnored) {
     listenTo("ctrl_l");
+    keys.keyDown(key::space);
+    keys.keyDown(key::a);
+    EXPECT_TRUE(seen.empty()) << "without the hotkey they mean nothing";
     down();
     keys.keyDown(key::space);
     keys.keyDown(key::a);
@@ -90,18 +92,9 @@ TEST_F(Hotkeys, AnotherKeyIsAChordWhoseReleaseIsSilent) {
     EXPECT_EQ(seen, (Events{"press", "chord", "press", "release"}));
 }
 
-TEST_F(Hotkeys, KeysWithoutTheHotkeyMeanNothing) {
-    listenTo("ctrl_l");
-    keys.keyDown(key::space);
-    keys.keyDown(key::a);
-    EXPECT_TRUE(seen.empty());
-}
-
 TEST_F(Hotkeys, WithoutTheKeyDownStreamSpaceDoesNothing) {
     keys.eventTapWorks = false;
-    const test::LogCapture logged;
     listenTo("ctrl_l");
-    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey monitors registered: global=true, local=true, eventTap=false"));
     down();
     keys.keyDown(key::space);
     up();
@@ -111,22 +104,18 @@ TEST_F(Hotkeys, WithoutTheKeyDownStreamSpaceDoesNothing) {
 TEST_F(Hotkeys, ChangingTheKeyWhileHeldDropsTheRelease) {
     listenTo("ctrl_l");
     down();
-    const test::LogCapture logged;
     listener->setKey("shift_l");
     up();
     EXPECT_EQ(seen, Events{"press"});
-    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey changed to: Left Shift"));
     keys.change(mask::shift, key::shiftLeft);
     EXPECT_EQ(seen.size(), 2u);
 }
 
 TEST_F(Hotkeys, AnUnknownNameIsDeafAndStopEndsListening) {
-    const test::LogCapture logged;
     listenTo("hyper");
     down();
     EXPECT_TRUE(seen.empty());
     listener->setKey("hyper");
-    EXPECT_TRUE(logged.contains("[Fenlo] Hotkey changed to: hyper"));
     listener->setKey("ctrl_l");
     listener->stop();
     down();

@@ -1,7 +1,6 @@
 #include "session/TakePipeline.h"
 #include "base/Files.h"
 #include "settings/Config.h"
-#include "support/LogCapture.h"
 #include "support/NeutralSteps.h"
 #include "support/VirtualTime.h"
 
@@ -65,7 +64,6 @@ protected:
 } // namespace
 
 TEST_F(Pipeline, JoinsChunksAndCarriesTheLastTextOn) {
-    const test::LogCapture logged;
     const auto result = std::get<outcome::Dictation>(run({"One.", " \t", "Two."}));
     EXPECT_EQ(result.text, "One. Two.");
     EXPECT_EQ(result.rawText, "One. Two.");
@@ -77,8 +75,6 @@ TEST_F(Pipeline, JoinsChunksAndCarriesTheLastTextOn) {
     EXPECT_EQ(requests[2].clipDuration, 4.2);
     EXPECT_EQ(requests[2].speechRatio, 0.6f);
     EXPECT_EQ(progress, (std::vector<std::string>{"1/3", "2/3", "3/3"}));
-    EXPECT_TRUE(logged.contains("[Fenlo] Transcribing chunk 2/3 (4.2s total)..."));
-    EXPECT_TRUE(logged.contains("[Fenlo] Result: 'One. Two.'"));
     EXPECT_EQ(recorded, std::vector<std::string>{"One. Two."});
     EXPECT_TRUE(allChunksDeleted());
 }
@@ -94,10 +90,8 @@ TEST_F(Pipeline, AFailureLeavesTheWordsOfBeforeAndTheFilesOfTheRest) {
     std::vector<TakeFault> faults;
     listener.onProgress = [&](const Take& now) { rest = now; };
     listener.onFault = [&](TakeFault fault) { faults.push_back(fault); };
-    const test::LogCapture logged;
     EXPECT_TRUE(std::holds_alternative<outcome::Failed>(run({"One."}, 3)));
     EXPECT_EQ(requests.size(), 2u);
-    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: Transcription error: no key"));
     EXPECT_EQ(faults, std::vector{TakeFault::keyMissing});
     EXPECT_TRUE(recorded.empty());
     EXPECT_FALSE(fs::exists(take.chunks[0]));
@@ -142,7 +136,6 @@ TEST_F(Pipeline, AStepThatThrowsEndsTheTakeBeforeTheWordsAndLetsThemThroughAfter
 
 TEST_F(Pipeline, ACancelIsSeenBeforeEachChunkAndAfterTheLast) {
     const auto transcribe = steps.transcribe;
-    const test::LogCapture logged;
     for (const std::size_t cancelAt : {1u, 2u}) {
         cancelled = false;
         steps.transcribe = [&](const TranscribeRequest& request, std::stop_token stop) {
@@ -152,7 +145,6 @@ TEST_F(Pipeline, ACancelIsSeenBeforeEachChunkAndAfterTheLast) {
         EXPECT_TRUE(std::holds_alternative<outcome::Cancelled>(run({"One.", "Two."})));
         EXPECT_EQ(requests.size(), cancelAt);
     }
-    EXPECT_TRUE(logged.contains("[Fenlo] Discarding result (cancelled)"));
 
     steps.transcribe = transcribe;
     cancelled = false;
@@ -170,10 +162,8 @@ TEST_F(Pipeline, IsolatedVoiceIsTranscribedAndDeleted) {
         EXPECT_TRUE(files::writeAtomically(isolated, "voice"));
         return isolated;
     };
-    const test::LogCapture logged;
     run({"One."});
     EXPECT_EQ(requests.at(0).audio, isolated);
-    EXPECT_TRUE(logged.contains("[Fenlo] Transcribing chunk 1/1 (4.2s total) (voice-isolated)..."));
     EXPECT_FALSE(fs::exists(isolated));
     EXPECT_TRUE(std::holds_alternative<outcome::Failed>(run({}, 1)));
     EXPECT_FALSE(fs::exists(isolated));
@@ -186,9 +176,7 @@ TEST_F(Pipeline, CorrectionsComeFirstWithinFiveSecondsOfAPaste) {
     situation.secondsSincePaste = 5.0;
     EXPECT_FALSE(std::holds_alternative<outcome::Correction>(run({"I meant Paris"})));
     situation.secondsSincePaste = 4.9;
-    const test::LogCapture logged;
     EXPECT_EQ(std::get<outcome::Correction>(run({"I meant Paris."})).correction, "Paris");
-    EXPECT_TRUE(logged.contains("[Fenlo] Voice correction: 'We meet in London' → replacing with correction 'Paris'"));
     EXPECT_EQ(config.get().professionVocabulary, std::vector<std::string>{"Paris"});
     situation.isCommandMode = false;
     EXPECT_EQ(dictate("no i meant").text, "no i meant");
@@ -198,9 +186,7 @@ TEST_F(Pipeline, CommandsNeedAContextAndFallBackToTheRawText) {
     situation.isCommandMode = true;
     situation.context->selectedText = "old";
     steps.matchSnippet = [](const std::string&) { return "snippet"; };
-    const test::LogCapture logged;
     EXPECT_EQ(std::get<outcome::CommandFailed>(run({"make it formal"})).rawText, "make it formal");
-    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: AI Command failed, inserting raw text"));
 
     steps.runAICommand = [](const std::string& instruction, const FocusContext& context, std::stop_token) {
         return instruction + ": " + context.selectedText;

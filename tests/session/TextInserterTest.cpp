@@ -2,7 +2,6 @@
 #include "platform/KeyCodes.h"
 #include "support/FakeDesktop.h"
 #include "support/FakeKeyEvents.h"
-#include "support/LogCapture.h"
 #include "support/VirtualTime.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +34,6 @@ TEST_F(Insertion, PastesThroughTheClipboardAndGivesTheOldTextBack) {
         if (posted.direction == KeyDirection::down)
             pasted = pasteboard.content.value_or("");
     };
-    const test::LogCapture logged;
     inserter.insertText("Grüße 👍");
 
     EXPECT_EQ(pasted, "Grüße 👍");
@@ -46,8 +44,6 @@ TEST_F(Insertion, PastesThroughTheClipboardAndGivesTheOldTextBack) {
     ASSERT_EQ(postTimes.size(), 2u);
     EXPECT_NEAR(postTimes[0], 0.20, 1e-9);
     EXPECT_NEAR(postTimes[1], 0.25, 1e-9);
-    EXPECT_EQ(logged.lines(),
-              (std::vector<std::string>{"[Fenlo] Clipboard set to: Grüße 👍...", "[Fenlo] CGEvent paste OK"}));
 
     mainQueue.advance(0.99);
     EXPECT_EQ(pasteboard.content, "Grüße 👍");
@@ -56,25 +52,21 @@ TEST_F(Insertion, PastesThroughTheClipboardAndGivesTheOldTextBack) {
     EXPECT_FALSE(pasteboard.lastOffer.transient);
 }
 
-TEST_F(Insertion, EmptyTextTouchesNothing) {
-    pasteboard.content = "old";
+TEST_F(Insertion, WhatComesBackIsTheClipboardBeforeTheInsertion) {
     inserter.insertText("");
-    EXPECT_EQ(clock.slept, 0);
     EXPECT_TRUE(pasteboard.history.empty());
-}
-
-TEST_F(Insertion, AClipboardWithoutTextEndsUpWithAnEmptyString) {
     inserter.insertText("x");
     mainQueue.advance(1.1);
-    EXPECT_EQ(pasteboard.content, "");
-}
-
-TEST_F(Insertion, TheRestoreOverwritesWhatTheUserCopiedMeanwhile) {
+    EXPECT_EQ(pasteboard.content, "") << "there was none";
     pasteboard.content = "old";
     inserter.insertText("x");
     pasteboard.content = "copied by the user";
     mainQueue.advance(1.1);
     EXPECT_EQ(pasteboard.content, "old");
+    pasteboard.answers = false;
+    inserter.insertText("x");
+    mainQueue.advance(1.1);
+    EXPECT_EQ(pasteboard.content, "x") << "an owner that did not answer is not replaced by nothing";
 }
 
 TEST_F(Insertion, TwoRoundsRestoreInOrder) {
@@ -129,30 +121,14 @@ TEST_F(Insertion, ShortTextsThatTheKeyboardHasAreTypedOnRequest) {
     EXPECT_EQ(pasteboard.history.size(), 3u);
 }
 
-TEST_F(Insertion, AnOwnerThatDidNotAnswerIsNotReplacedByNothing) {
-    pasteboard.answers = false;
-    inserter.insertText("x");
-    mainQueue.advance(1.1);
-    EXPECT_EQ(pasteboard.content, "x");
-}
-
 TEST_F(Insertion, WithoutTrustNoKeyIsPostedButTheTextCanBePastedByHand) {
     pasteboard.content = "old";
     accessibility.isTrusted = false;
-    const test::LogCapture logged;
     inserter.insertText("x");
     EXPECT_TRUE(keys.posted.empty());
-    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: Paste skipped: Accessibility not granted"));
     EXPECT_EQ(pasteboard.content, "x");
     mainQueue.advance(1.01);
     EXPECT_EQ(pasteboard.content, "old");
-}
-
-TEST_F(Insertion, ARefusedKeyIsLogged) {
-    keys.postFails = true;
-    const test::LogCapture logged;
-    inserter.pasteKeystroke();
-    EXPECT_EQ(logged.lines(), std::vector<std::string>{"[Fenlo] ERROR: CGEvent: failed to create events"});
 }
 
 TEST_F(Insertion, HeldModifiersAreWaitedForBeforeThePaste) {
@@ -206,11 +182,9 @@ TEST_F(Insertion, TextThatNoKeyPastesStaysOnTheClipboard) {
     pasteboard.content = "old";
     inserter.insertText("pasted a moment before");
     keys.postFails = true;
-    const test::LogCapture logged;
     inserter.insertText("the words");
     mainQueue.advance(5);
     EXPECT_EQ(pasteboard.content, "the words");
-    EXPECT_TRUE(logged.contains("[Fenlo] ERROR: No key of this keyboard pastes; the text stays on the clipboard"));
 }
 
 TEST_F(Insertion, LockScreenGetsNothing) {
@@ -225,14 +199,11 @@ TEST_F(Insertion, LockScreenGetsNothing) {
     EXPECT_EQ(pasteboard.history, (std::vector<std::string>{"y", "old"}));
 }
 
-TEST_F(Insertion, CopyStaysAndLongTextsAreCutInTheLogOnly) {
-    const test::LogCapture logged;
-    const std::string text(100, 'x');
-    inserter.copyToClipboard(text);
+TEST_F(Insertion, CopyStays) {
+    inserter.copyToClipboard("text");
     mainQueue.advance(5);
-    EXPECT_EQ(pasteboard.content, text);
+    EXPECT_EQ(pasteboard.content, "text");
     EXPECT_FALSE(pasteboard.lastOffer.transient);
-    EXPECT_TRUE(logged.contains("[Fenlo] Copied to clipboard: " + std::string(60, 'x') + "..."));
 }
 
 TEST_F(Insertion, QuittingGivesABorrowedClipboardBackAtOnce) {
