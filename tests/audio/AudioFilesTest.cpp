@@ -32,7 +32,7 @@ TEST(Resampling, IsLeftOutWithinOneHertz) {
     EXPECT_EQ(resampleForChunk(samples, 16000), samples);
     EXPECT_EQ(resampleForChunk(samples, 16001), samples);
     EXPECT_NE(resampleForChunk(samples, 16001.5), samples);
-    EXPECT_TRUE(resampleForChunk(std::vector{0.1F, 0.2F}, 48000).empty()) << "a third of two samples is none";
+    EXPECT_TRUE(resampleForChunk(std::vector{0.1F, 0.2F}, 48000).empty()) << "a third of two samples is less than one";
 }
 
 TEST(Resampling, InterpolatesBetweenNeighbours) {

@@ -75,7 +75,7 @@ TEST_F(Clips, ClipOfThreeSeconds_IsTrimmedToItsSpeech) {
 
 TEST_F(Clips, NothingStandsOut_TheClipStaysAsItIs) {
     EXPECT_EQ(prepare(silence(4)), clip);
-    EXPECT_EQ(prepare(sine(0.5F, 4, 16000)), clip) << "speech from end to end raises the floor itself";
+    EXPECT_EQ(prepare(sine(0.5F, 4, 16000)), clip) << "speech from end to end raises the noise floor";
     EXPECT_EQ(prepare({}), clip);
 }
 
@@ -105,17 +105,17 @@ TEST_F(Clips, OtherRatesAndChannels_BecomeSixteenKilohertzMono) {
     prepare(sine(0.5F, 2, 44100, 1000), 44100);
     const auto converted = result();
     EXPECT_NEAR(static_cast<double>(converted.size()), 32000, 2);
-    // Away from the ends the tone is the same one; a converter that folds or dulls would show here.
+    // Away from the ends the tone must be the same.
     const auto ideal = sine(0.5F, 2, 16000, 1000);
     for (std::size_t i = 2000; i < 30000; ++i)
         ASSERT_NEAR(converted[i], ideal[i], 1e-3) << i;
-    // What lies above the new rate's reach must vanish and not come back as another tone.
+    // A tone above half the new rate must vanish, not come back as another tone.
     prepare(sine(0.5F, 2, 44100, 11000), 44100);
     EXPECT_LT(rms(result()), 1e-3);
 }
 
 TEST_F(Clips, Failure_LeadsBackToTheClip) {
-    std::ofstream(clip) << "RIFF this is no sound";
+    std::ofstream(clip) << "RIFF but not a sound";
     EXPECT_EQ(prepareClip(clip), clip);
     EXPECT_TRUE(log.containsPrefix("[Fenlo] Preprocess failed ("));
     {

@@ -11,7 +11,7 @@ using namespace fenlo::test;
 
 namespace {
 
-/// A hundred frames, so many of them at `loud`, the rest at zero.
+/// A hundred frames: `percent` of them at `loud`, the rest at zero.
 std::vector<float> share(int percent, float loud) {
     return constant(loud, levelFrame * static_cast<std::size_t>(percent)) +
            constant(0, levelFrame * static_cast<std::size_t>(100 - percent));
@@ -81,10 +81,10 @@ TEST(QuietCut, FallsAtTheEndOfTheLatestQuietFrame) {
     const auto quiet = constant(0, levelFrame);
     const auto cut = [](const std::vector<float>& samples) { return quietCut(samples, rate, WithoutQuiet::atEnd); };
     EXPECT_EQ(cut(loud(5) + quiet + loud(3) + quiet + loud(2)), 10 * levelFrame);
-    EXPECT_EQ(cut(loud(12)), 12 * levelFrame) << "none is quiet";
+    EXPECT_EQ(cut(loud(12)), 12 * levelFrame) << "no frame is quiet";
     EXPECT_EQ(cut(quiet + loud(10)), 11 * levelFrame) << "only the last ten seconds are searched";
     EXPECT_EQ(cut(loud(1) + quiet + loud(9)), 2 * levelFrame);
-    EXPECT_EQ(cut(constant(0, levelFrame - 1)), levelFrame - 1) << "no whole frame";
+    EXPECT_EQ(cut(constant(0, levelFrame - 1)), levelFrame - 1) << "less than a frame";
     // Frames are counted from where the search starts.
     EXPECT_EQ(cut(loud(2) + quiet + constant(0.1F, 300)), 3 * levelFrame);
     EXPECT_EQ(cut({}), 0u);
@@ -114,7 +114,7 @@ TEST(SilenceWatch, TellsEachPauseOnce) {
     };
     EXPECT_EQ(hear(0.0009F, 0, 3.0), 0);
     EXPECT_EQ(hear(0.0009F, 3.0, 6), 1);
-    EXPECT_EQ(hear(0.001F, 6, 6.5), 0) << "the threshold itself is not quiet";
+    EXPECT_EQ(hear(0.001F, 6, 6.5), 0) << "a level at the threshold is not quiet";
     EXPECT_EQ(hear(0, 6.5, 9.5), 0);
     EXPECT_EQ(hear(0, 9.5, 20), 1);
 }

@@ -99,7 +99,7 @@ TEST_F(Session, ChordDuringTake_LeavesNoTrace) {
     EXPECT_EQ(pasted(), std::vector<std::string>{"Next"});
 }
 
-TEST_F(Session, LockedScreenEndsTheTakeWhoseWordsAreRecordedAndPastedNowhere) {
+TEST_F(Session, ALockedScreenEndsTheTakeAndItsWordsAreRecordedButNotPasted) {
     transcript = "Not for the lock screen";
     session.hotkeyPressed();
     speak(2.0);
@@ -175,7 +175,7 @@ TEST_F(Session, AFailedRewriteInsertsTheRawTextAndBeepsInsteadOfTheEndTone) {
     EXPECT_EQ(records.size(), 1u);
 }
 
-TEST_F(Session, ATakeThatFailsIsToldKeptAndTriedAgain) {
+TEST_F(Session, AFailedTakeIsShownKeptAndTriedAgain) {
     const auto recordingsBefore = recordingsOnDisk();
     transcriptionFails = true;
     take(1.0);
@@ -221,10 +221,10 @@ TEST_F(Session, ACancelledTakeIsNotKeptEvenWhenItFailsAfterTheNextBegan) {
     mainQueue.advance(5);
     EXPECT_EQ(keptTakes.newest()->take().chunks.size(), 1u);
     keptTakes.newest()->discard();
-    EXPECT_TRUE(keptTakes.isEmpty()) << "of two failures one";
+    EXPECT_TRUE(keptTakes.isEmpty()) << "one of two failures was kept";
 }
 
-TEST_F(Session, AStepThatThrowsAtTheDeliveryEndsOneTakeAndKeepsItsWords) {
+TEST_F(Session, AnErrorDuringDeliveryEndsOneTakeAndKeepsItsWords) {
     transcript = "Once more";
     onRecord = [] { throw 1; };
     take(1.0);
@@ -242,7 +242,7 @@ TEST_F(Session, AStepThatThrowsAtTheDeliveryEndsOneTakeAndKeepsItsWords) {
     EXPECT_FALSE(session.isRecording());
 }
 
-TEST_F(Session, AMicrophoneThatIsNotThereIsToldWhileTheKeyIsHeld) {
+TEST_F(Session, AMissingMicrophoneIsShownWhileTheKeyIsHeld) {
     audioInput.microphone.startErrors.assign(6, "busy");
     session.hotkeyPressed();
     mainQueue.advance(0.4);
@@ -260,7 +260,7 @@ TEST_F(Session, AMicrophoneThatIsNotThereIsToldWhileTheKeyIsHeld) {
     EXPECT_EQ(statusItem.titles().at(0), menuBefore);
 }
 
-TEST_F(Session, WhatIsBeingRecordedAtTheEndOfTheProgramIsKept) {
+TEST_F(Session, TheRunningRecordingIsKeptWhenTheProgramEnds) {
     session.hotkeyPressed();
     speak(1.0);
     session.willTerminate();
@@ -302,7 +302,7 @@ TEST_F(Session, VoiceActionsPressTheirKeys) {
     keys.posted.clear();
     take(1.0);
     finish();
-    EXPECT_TRUE(keys.posted.empty()) << "they mean something else in a terminal";
+    EXPECT_TRUE(keys.posted.empty()) << "these shortcuts mean something else in a terminal";
 }
 
 TEST_F(Session, ACorrectionSelectsTheLastTextAndPastesOverIt) {
@@ -376,7 +376,7 @@ TEST_F(CommandMode, CapturesASelectionThatAccessibilityHides) {
     steps.runAICommand = [](auto&&...) { return std::nullopt; };
     command("make it formal");
     EXPECT_EQ(pasted().back(), "make it formal") << "without an answer the words as spoken";
-    EXPECT_EQ(records.size(), 1u) << "which are not recorded";
+    EXPECT_EQ(records.size(), 1u) << "and they are not recorded";
 }
 
 TEST_F(CommandMode, AnUnchangedClipboardIsNoSelectionAndAnEmptyOneKeepsTheCopy) {
@@ -439,5 +439,5 @@ TEST_F(Session, AnExternalInputWarmsUpBeforeItCounts) {
     session.hotkeyReleased();
     finish();
     ASSERT_EQ(durations.size(), 1u);
-    EXPECT_NEAR(durations[0], 2.0, 0.2) << "the time the device took to wake is no speech";
+    EXPECT_NEAR(durations[0], 2.0, 0.2) << "the time that the device took to wake up does not count";
 }

@@ -39,10 +39,9 @@ TEST_F(Hotkeys, EveryKeyOfTheTablePressesAndReleases) {
         keys.change(0, hotkey.keyCode);
         EXPECT_EQ(seen, (Events{"press", "release"})) << hotkey.name;
     }
-    EXPECT_EQ(hotkeys().size(), 5u);
 }
 
-TEST_F(Hotkeys, TheTwinNeitherPressesNorReleasesWhileTheKeyIsHeld) {
+TEST_F(Hotkeys, OtherModifiersNeitherPressNorRelease) {
     listenTo("ctrl_l");
     keys.change(mask::control, key::controlRight);
     keys.change(0, key::controlRight);
@@ -51,17 +50,11 @@ TEST_F(Hotkeys, TheTwinNeitherPressesNorReleasesWhileTheKeyIsHeld) {
     down();
     keys.change(mask::control, key::controlRight);
     keys.change(mask::control, key::controlRight); // right one up, left one still down
-    EXPECT_EQ(seen, Events{"press"});
-    keys.change(0, key::controlLeft);
-    EXPECT_EQ(seen, (Events{"press", "release"}));
-}
-
-TEST_F(Hotkeys, OtherModifiersWhileHeldChangeNothing) {
-    listenTo("ctrl_l");
-    down();
     keys.change(mask::control | mask::shift, key::shiftLeft);
     keys.change(mask::control, key::shiftLeft);
     EXPECT_EQ(seen, Events{"press"});
+    keys.change(0, key::controlLeft);
+    EXPECT_EQ(seen, (Events{"press", "release"}));
 }
 
 TEST_F(Hotkeys, SpaceMakesACommandAndLaterKeysAreIgnored) {
@@ -111,7 +104,7 @@ TEST_F(Hotkeys, ChangingTheKeyWhileHeldDropsTheRelease) {
     EXPECT_EQ(seen.size(), 2u);
 }
 
-TEST_F(Hotkeys, AnUnknownNameIsDeafAndStopEndsListening) {
+TEST_F(Hotkeys, AnUnknownNameHearsNothingAndStopEndsListening) {
     listenTo("hyper");
     down();
     EXPECT_TRUE(seen.empty());

@@ -70,7 +70,7 @@ TEST_F(Kept, AFailedTakeIsMovedWholeAndComesBack) {
     EXPECT_EQ(filesIn(folder), 0);
 }
 
-TEST_F(Kept, WhatADeadProcessLeftIsFoundAndWhatALivingOneHasIsLeftAlone) {
+TEST_F(Kept, TakesOfADeadProcessAreFoundAndThoseOfALivingOneLeftAlone) {
     const auto running = noteOf(takeOf({record("of another instance")}));
     noteOf(takeOf({record("of the dead")})); // the lock ends with the object
     Take copy = takeOf({record("copy of a file")});
@@ -110,7 +110,7 @@ TEST_F(Kept, TenTakesAndAWeekAreTheLimit) {
     EXPECT_EQ(filesIn(folder), 0);
 }
 
-TEST_F(Kept, TheSettingForbidsIt) {
+TEST_F(Kept, TheSettingTurnsItOff) {
     config.update([](Settings& settings) { settings.keepFailedTakes = false; });
     EXPECT_FALSE(takes.keep(*noteOf(takeOf({record("secret")}))));
     noteOf(takeOf({record("left behind")}));

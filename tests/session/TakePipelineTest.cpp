@@ -70,7 +70,7 @@ TEST_F(Pipeline, JoinsChunksAndCarriesTheLastTextOn) {
     ASSERT_EQ(requests.size(), 3u);
     EXPECT_FALSE(requests[0].hintText);
     EXPECT_EQ(requests[1].hintText, "One.");
-    EXPECT_EQ(requests[2].hintText, "One.") << "an empty result leaves it";
+    EXPECT_EQ(requests[2].hintText, "One.") << "an empty result does not replace it";
     EXPECT_EQ(requests[0].appName, "org.xfce.mousepad");
     EXPECT_EQ(requests[2].clipDuration, 4.2);
     EXPECT_EQ(requests[2].speechRatio, 0.6f);
@@ -85,7 +85,7 @@ TEST_F(Pipeline, ASingleChunkShowsNoProgressAndATranscriptOfNewlinesCounts) {
     EXPECT_TRUE(std::holds_alternative<outcome::Empty>(run({" \t"})));
 }
 
-TEST_F(Pipeline, AFailureLeavesTheWordsOfBeforeAndTheFilesOfTheRest) {
+TEST_F(Pipeline, AFailureKeepsTheWordsSoFarAndTheFilesOfTheRest) {
     Take rest;
     std::vector<TakeFault> faults;
     listener.onProgress = [&](const Take& now) { rest = now; };
@@ -124,7 +124,7 @@ TEST_F(Pipeline, TheEngineOnThisMachineTakesOverWhereTheServiceFails) {
     EXPECT_TRUE(std::holds_alternative<outcome::Cancelled>(run({}, 1)));
 }
 
-TEST_F(Pipeline, AStepThatThrowsEndsTheTakeBeforeTheWordsAndLetsThemThroughAfter) {
+TEST_F(Pipeline, AStepThatThrowsEndsTheTakeUnlessTheWordsAreKnown) {
     steps.processVoiceCommands = [](auto&&...) -> VoiceCommandResult { throw 1; };
     const auto spoken = dictate("as spoken");
     EXPECT_EQ(spoken.text, "as spoken");

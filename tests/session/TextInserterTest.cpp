@@ -154,7 +154,7 @@ TEST_F(Insertion, EachApplicationGetsItsOwnPasteKeys) {
 
     keys.posted.clear();
     inserter.keys().copy();
-    EXPECT_TRUE(keys.posted.empty()) << "a terminal of old takes every Control-C for an interruption";
+    EXPECT_TRUE(keys.posted.empty()) << "in an old terminal every form of Control-C interrupts the program";
     workspace.front->paste = PasteChord::controlShiftV;
     inserter.keys().copy();
     EXPECT_EQ(keys.posted.at(0).flags, mask::command | mask::shift) << "plain Control-C would interrupt a terminal";

@@ -28,7 +28,7 @@ TEST(LinkedText, AddressesAreFoundWhereverTheyStand) {
     EXPECT_EQ(splitLinks("http://a.example http://b.example").size(), 3u);
 }
 
-TEST(LinkedText, PunctuationOfTheSentenceIsNoPartOfTheAddress) {
+TEST(LinkedText, PunctuationOfTheSentenceDoesNotBelongToTheAddress) {
     EXPECT_EQ(marked("Is it https://a.example/b?"), "Is it <https://a.example/b>?");
     EXPECT_EQ(marked("(https://a.example/b), then."), "(<https://a.example/b>), then.");
     EXPECT_EQ(marked("https://a.example/Foo_(bar)."), "<https://a.example/Foo_(bar)>.");
@@ -37,7 +37,7 @@ TEST(LinkedText, PunctuationOfTheSentenceIsNoPartOfTheAddress) {
     EXPECT_EQ(marked("https://a.example/。"), "<https://a.example/>。");
 }
 
-TEST(LinkedText, WhatOnlyLooksLikeAnAddressStaysPlain) {
+TEST(LinkedText, TextThatOnlyLooksLikeAnAddressStaysPlain) {
     EXPECT_TRUE(splitLinks("").empty());
     for (const char* text :
          {"http:// nothing", "https://", "https://...", "ftp://a.example", "xhttp://a.example", "ahh"})

@@ -102,7 +102,7 @@ TEST_F(Menu, FollowsTheHotkeyTheModeAndTheMicrophone) {
 }
 
 TEST_F(Menu, SwitchesBetweenWorkAndPersonal) {
-    EXPECT_TRUE(item.find("Professional Mode (Other)")) << "no profession is another one";
+    EXPECT_TRUE(item.find("Professional Mode (Other)")) << "no profession counts as another one";
     choose("Switch to Personal");
     EXPECT_EQ(config.get().dictationMode.word(), "personal");
     EXPECT_TRUE(item.find("Personal Mode"));

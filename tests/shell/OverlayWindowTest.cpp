@@ -60,7 +60,7 @@ TEST_F(Overlay, RecordingCountsTheSecondsInTheBasePill) {
     EXPECT_GT(pill().width, base) << "the clock outgrew its pill";
 }
 
-TEST_F(Overlay, EachBadgeThatTellsSomethingAddsItsWidth) {
+TEST_F(Overlay, EachBadgeAddsItsWidth) {
     const auto show = [&](const char* language, bool isOffline, const char* application) {
         config.update([&](Settings& s) { s.language = language, s.offlineMode = isOffline; });
         overlay.showRecording(isOffline, application);
@@ -201,7 +201,7 @@ TEST_F(Overlay, HideFadesTheOldWindowWhileANewOneShows) {
     EXPECT_EQ(pills.records[0]->state, State::fadedOut);
     EXPECT_EQ(pills.records[1]->state, State::shown);
     queue.advance(1);
-    EXPECT_EQ(pills.records[0]->pictures, drawn) << "the old one stands still";
+    EXPECT_EQ(pills.records[0]->pictures, drawn) << "the old pill is not drawn any more";
 }
 
 TEST_F(Overlay, WhatComesAfterHideShowsNothing) {
@@ -261,7 +261,7 @@ TEST_F(Overlay, AClickOutsideClosesTheCardAndOneInsideDoesNot) {
     keys.mouseDown({401, 20});
     run();
     EXPECT_FALSE(cards.isShown());
-    EXPECT_FALSE(keys.mouseDown) << "nobody listens any more";
+    EXPECT_FALSE(keys.mouseDown) << "clicks are not watched any more";
 
     overlay.showResult("Answer");
     overlay.showRecording(false, "");

@@ -112,7 +112,7 @@ TEST_F(Statistics, RecordsStandInTheFileAsAPersonWouldReadThem) {
     EXPECT_NE(entries[1].id, id);
 }
 
-TEST_F(Statistics, DurationsThatAreNoneCountAsZero) {
+TEST_F(Statistics, InvalidDurationsCountAsZero) {
     constexpr auto infinity = std::numeric_limits<double>::infinity();
     for (const double duration : {0.0, -5.0, std::nan(""), infinity, -infinity, 1e-310, 2.0})
         store.recordDictation("a b c", duration);
@@ -187,7 +187,7 @@ TEST_F(Statistics, WrongTypesCountAsZero) {
         "history": [{"ts": 5, "full_text": "skipped"}, {"ts": "?", "words": 2.5, "wpm": "1", "text_preview": "short"},
                     {"ts": "", "words": 18446744073709551615, "full_text": null}, null, "text", []]})");
     EXPECT_EQ(store.todayStats().sessions, 0);
-    EXPECT_GT(store.todayStats().avgWPM, 0) << "out of all range, but a number";
+    EXPECT_GT(store.todayStats().avgWPM, 0) << "out of range, but a number";
     const AllTimeStats all = store.allTimeStats();
     EXPECT_EQ(all.totalWords, 0);
     EXPECT_EQ(all.totalSessions, std::numeric_limits<std::int64_t>::max());
@@ -197,7 +197,7 @@ TEST_F(Statistics, WrongTypesCountAsZero) {
     ASSERT_EQ(entries.size(), 2u);
     EXPECT_EQ(entries[0].words, 0);
     EXPECT_EQ(entries[1].words, 0);
-    EXPECT_EQ(entries[1].fullText, "short") << "the preview stands in";
+    EXPECT_EQ(entries[1].fullText, "short") << "the preview takes its place";
 
     store.recordDictation("one more", 1);
     EXPECT_EQ(store.allTimeStats().totalSessions, std::numeric_limits<std::int64_t>::max());
@@ -219,7 +219,7 @@ TEST_F(Statistics, DamagedFileCountsAsNewAndIsSetAsideBeforeItIsReplaced) {
                                         std::string("\0\0\0\0", 4),
                                         std::string(5000, '[')};
     for (const std::size_t length : {1u, 30u, 200u, static_cast<unsigned>(whole.size() - 3)})
-        damages.push_back(whole.substr(0, length)); // cut off, as by a lost power supply
+        damages.push_back(whole.substr(0, length)); // cut off, as by a power failure
     damages.push_back(std::string(whole).replace(whole.find("\"words\": 3"), 10, "\"words\": \xFF"));
     for (const std::string& damaged : damages) {
         SCOPED_TRACE(damaged.substr(0, 60));
@@ -237,17 +237,17 @@ TEST_F(Statistics, DamagedFileCountsAsNewAndIsSetAsideBeforeItIsReplaced) {
         EXPECT_TRUE(isKept);
     }
     write(whole.substr(0, whole.size() - 3));
-    EXPECT_EQ(store.todayStats().words, 0) << "the counters of a file without its end are not believed";
+    EXPECT_EQ(store.todayStats().words, 0) << "the counters of an incomplete file do not count";
 }
 
-TEST_F(Statistics, AFailedWriteLeavesTheFileAsItWasAndIsMadeUpForByTheNext) {
+TEST_F(Statistics, AFailedWriteLeavesTheFileAndTheNextOneMakesUpForIt) {
     write(writeJson(json{{"history", {entry("2026-11-15T00:00:00Z", "kept")}}}));
     const std::string before = content();
     goTo("2026-11-14T19:00:00Z");
     {
         const test::ScarceDisk full(16);
         store.recordDictation("no place for this", 1);
-        EXPECT_TRUE(store.unsyncedEntries().empty()) << "an id that is not stored is no id";
+        EXPECT_TRUE(store.unsyncedEntries().empty()) << "an id that cannot be stored is not given out";
     }
     EXPECT_EQ(content(), before);
     EXPECT_EQ(std::distance(fs::directory_iterator(file.parent_path()), {}), 1) << "nothing is left behind";
@@ -323,7 +323,7 @@ TEST_F(Statistics, ServerViewIsShownWhereThereIsOne) {
     EXPECT_TRUE(store.serverHistory()->empty());
 }
 
-TEST_F(Statistics, RecallOffersTheEntriesThatAQuestionMayMean) {
+TEST_F(Statistics, RecallOffersTheEntriesOfTheTimeInTheQuestion) {
     goTo("2026-03-31T10:00:00Z");
     write(writeJson(
         json{{"history",

@@ -11,7 +11,7 @@ std::string letters(std::size_t count) {
     return std::string(count, 'v');
 }
 
-/// What comes out of a vocabulary, the doctor's terms and a context.
+/// Makes the prompt from a vocabulary, the terms of doctors and a context.
 struct Prompt {
     std::vector<std::string> vocabulary;
     std::vector<std::string> terms;
@@ -61,7 +61,8 @@ TEST(HintPrompt, TakesTheFirstTermsAndTheEndOfTheContext) {
 
 TEST(HintPrompt, HoldsAtMost896Characters) {
     EXPECT_EQ((Prompt{{letters(896)}, {}, {}}.text().size()), 896u);
-    EXPECT_EQ((Prompt{{letters(897)}, {"stat"}, {}}.text()), "stat") << "dropped whole, the next part may still enter";
+    EXPECT_EQ((Prompt{{letters(897)}, {"stat"}, {}}.text()), "stat")
+        << "a part that does not fit is left out whole; the next one may still fit";
     EXPECT_EQ((Prompt{{letters(800)}, {letters(94)}, {}}.text().size()), 896u);
     EXPECT_EQ((Prompt{{letters(800)}, {letters(95)}, {}}.text().size()), 800u);
     EXPECT_EQ((Prompt{{letters(800)}, {}, letters(94)}.text().size()), 896u);

@@ -48,7 +48,7 @@ std::vector<float> referenceSignal() {
     return samples;
 }
 
-/// One voiced frame after another, by plain sums.
+/// The pitches of the voiced frames, by plain sums.
 std::vector<double> plainPitchTrack(std::span<const float> samples) {
     std::vector<double> pitches;
     for (std::size_t start = 0; start + 1600 <= samples.size(); start += 800) {
@@ -82,7 +82,7 @@ std::vector<double> plainPitchTrack(std::span<const float> samples) {
 TEST(PowerSpectrum, IsThePackedTransformAtTwiceTheScale) {
     std::vector<float> frame = noise(512, 0.1F);
     for (std::size_t i = 0; i < frame.size(); ++i)
-        frame[i] += i % 2 ? -0.2F : 0.5F; // much at both ends of the spectrum
+        frame[i] += i % 2 ? -0.2F : 0.5F; // strong at both ends of the spectrum
     std::vector<double> direct(257);
     for (std::size_t k = 0; k <= 256; ++k) {
         std::complex<double> sum;
@@ -95,7 +95,7 @@ TEST(PowerSpectrum, IsThePackedTransformAtTwiceTheScale) {
     direct[0] += direct[256];
     direct[256] = 0;
     PowerSpectrum spectrum(512);
-    spectrum.of(hum(200, 512)); // leaves nothing behind
+    spectrum.of(hum(200, 512)); // must not affect the next call
     const auto power = spectrum.of(frame);
     ASSERT_EQ(power.size(), 257u);
     EXPECT_EQ(power[256], 0);

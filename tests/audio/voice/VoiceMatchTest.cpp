@@ -97,7 +97,7 @@ TEST(EdgeFades, EndInTheMiddleOfARamp) {
     applyEdgeFades(mask, 8);
     const std::vector<float> rise{0.5F, 0.625F, 0.75F, 0.875F}, fall{1, 0.875F, 0.75F, 0.625F};
     EXPECT_EQ(mask, constant(0, 6) + rise + constant(1, 2) + fall + constant(0, 6));
-    // A ramp that the end cuts short is the steeper for it.
+    // A ramp that the end cuts short is steeper.
     mask = constant(0, 18) + constant(1, 2);
     applyEdgeFades(mask, 8);
     EXPECT_NEAR(mask[18], 4 / 6.0, 1e-6);
@@ -126,7 +126,7 @@ TEST(Isolated, PushesKeptStretchesTogether) {
     EXPECT_EQ(output[7280], 0.5F);
     EXPECT_EQ(output.back(), 0.5F);
     EXPECT_EQ(isolated(constant(0.5F, 9600), std::vector<double>{1, 0}).size(), 6400u + 800)
-        << "a pause also where the rest is cut";
+        << "a pause also when the rest is cut";
     EXPECT_THAT(isolated(samples, std::vector<double>(7, 0.44)), IsEmpty());
     EXPECT_THAT(isolated(samples, std::vector<double>(7, 0.45)), IsEmpty());
 }
@@ -152,7 +152,7 @@ TEST(WindowScores, EqualThoseOfEachWindowAlone) {
 }
 
 TEST(WindowScores, TellAManFromAWoman) {
-    // Stretches without a pause, in turn; each begins with a window of its own.
+    // Stretches of speech without a pause; each begins with a new window.
     const std::vector<float> man = part(clip("man-take"), 22400, 41600), woman = part(clip("woman-take"), 0, 60800);
     for (const auto& [user, users, others] :
          {std::tuple("man-passage", man, woman), std::tuple("woman-passage", woman, man)}) {

@@ -103,7 +103,7 @@ TEST(VoiceProfileFile, AllKeysButTheVectorAreRequired) {
     EXPECT_EQ(parseJson(encodeVoiceProfile(decodeVoiceProfile(writeJson(complete)).value())), complete);
     EXPECT_FALSE(decodeVoiceProfile(writeJson(sampleProfile()))) << "a vector of another length";
     complete["energyP25"] = 1e39;
-    EXPECT_FALSE(decodeVoiceProfile(writeJson(complete))) << "no 32-bit float";
+    EXPECT_FALSE(decodeVoiceProfile(writeJson(complete))) << "too large for a 32-bit float";
     for (const char* other : {"", "[]", "{", "null"})
         EXPECT_FALSE(decodeVoiceProfile(other));
 }

@@ -8,7 +8,7 @@
 
 namespace fenlo::test {
 
-/// Six partials that fall off, as those of a voice do.
+/// Six partials that get weaker, like those of a voice.
 inline std::vector<float> hum(double pitch, std::size_t count, float level = 0.5F) {
     std::vector<float> samples(count);
     for (int partial = 1; partial <= 6; ++partial)

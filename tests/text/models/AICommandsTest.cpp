@@ -84,5 +84,6 @@ TEST_F(AICommandsTest, AFaultIsNotRetriedAndEveryAnswerStaysAsItCame) {
     geminiDoes = 500;
     groqDoes = ok;
     answer = "\"Output: as it came\"";
-    EXPECT_EQ(commands.runAICommand("Make it so", {}, {}), answer) << "the other service is asked, nothing is cleaned";
+    EXPECT_EQ(commands.runAICommand("Make it so", {}, {}), answer)
+        << "the other service is asked, and its answer not cleaned";
 }

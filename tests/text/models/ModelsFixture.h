@@ -33,7 +33,7 @@ inline std::string groqReply(const std::string& text) {
 /// The gateway to the models on virtual time, with a key for each and two services that answer as they are told.
 class ModelsFixture : public ::testing::Test {
 protected:
-    /// An answer that is no status.
+    /// Answers other than a status.
     enum Fault { ok = 200, timeout = 1, tooLarge, cancelled, garbage, wrongShape };
 
     ModelsFixture() {
@@ -86,7 +86,7 @@ protected:
     int asked = 0; // the remote configuration
     const RemoteConfiguration remote = [this](std::stop_token) {
         ++asked;
-        models.warmConnection(); // blocks where a lock is held meanwhile
+        models.warmConnection(); // would block if a lock were held
         return configuration;
     };
     ServiceKeys keys{keychain, remote, ""};

@@ -1,4 +1,4 @@
-// What a language model gets to read, as whole texts under approved/, and the edges that no single text shows.
+// The prompts as whole texts under approved/, and cases that need no whole text.
 
 #include "text/DictationPrompt.h"
 #include "base/Files.h"
@@ -54,7 +54,7 @@ void expectApproved(const std::string& name, const std::string& text) {
     EXPECT_EQ(approved, text) << "see " << received;
 }
 
-/// The profession as it is after it was chosen.
+/// The settings after the profession was chosen.
 void practice(Settings& settings, const std::string& profession) {
     const auto vocabulary = profile(profession).vocabulary;
     settings.profession = profession;
@@ -187,7 +187,7 @@ TEST(DictationPrompt, IsApprovedInEverySituation) {
         expectApproved(situation.name, situation.composed());
         unknown.erase(situation.name);
     }
-    EXPECT_THAT(unknown, testing::IsEmpty()) << "approved, but of no situation";
+    EXPECT_THAT(unknown, testing::IsEmpty()) << "approved texts without a situation";
 }
 
 TEST(ApplicationTables, DifferByWhatIsAsked) {

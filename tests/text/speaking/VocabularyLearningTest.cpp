@@ -16,7 +16,7 @@ struct Learning : ::testing::Test {
     Config config{folder / "config.json", clock};
     using Terms = std::vector<std::string>;
 
-    /// As a new start of the program would find it.
+    /// As the next start of the program finds it.
     Terms learned() const { return Config(folder / "config.json", clock).get().professionVocabulary; }
 };
 

@@ -42,7 +42,7 @@ TEST(VoiceCommands, AWholeUtteranceIsAnAction) {
     }
     EXPECT_EQ(spoken("please delete that"), "Please delete that");
     EXPECT_EQ(spoken("delete that!"), "Delete that!");
-    EXPECT_EQ(spoken("delete that ."), "Delete that.") << "blanks are not trimmed anew behind the full stop";
+    EXPECT_EQ(spoken("delete that ."), "Delete that.") << "the blank before the full stop is not trimmed again";
     EXPECT_EQ(spoken(" \t "), "");
     EXPECT_EQ(spoken(""), "");
 }
@@ -56,12 +56,12 @@ TEST(VoiceCommands, SpokenSymbolsAreWrittenAndTheTextIsTidied) {
         {"tab", ""},
         {"new line", "\n"},
         {"a period of time", "A. Of time"},
-        {"a comma period b", "A, b"}, // the comma takes the mark that stands behind it by then
+        {"a comma period b", "A, b"}, // the period has become a mark before the comma is replaced
         {"periods, commas and new  line", "Periods, commas and new line"},
-        {"मैं COMMA 東京 comma 京都comma", "मैं, 東京, 京都comma"}, // the last is no word of its own
+        {"मैं COMMA 東京 comma 京都comma", "मैं, 東京, 京都comma"}, // the last comma is part of a word
         {"comma\u0301 👩‍👩‍👧 comma 👍🏽 period", "Comma\u0301 👩‍👩‍👧, 👍🏽."},
         {" \t a  \u00A0\u3000b\t c\rd \n e \t ", "A b\t c d\n E"},
-        {"a \t\n , b", "A, B"}, // the line has begun before the blanks go
+        {"a \t\n , b", "A, B"}, // the line break counts before blanks are removed
         {"wow !!! what ?!?! so..", "Wow! What?!?! So."},
         {"caf\xE9 , ol\xFF", "Caf\uFFFD, ol\uFFFD"},
     };
@@ -73,7 +73,7 @@ TEST(VoiceCommands, AProfessionHasHeadings) {
     const struct {
         const char *profession, *text, *written;
     } cases[] = {
-        {"doctor", "Plan.", "\n\nPlan:\n"}, // as it stands, with its newlines
+        {"doctor", "Plan.", "\n\nPlan:\n"}, // the whole text, with its newlines
         {"doctor", "the plan is rest", "The\n\nPlan:\nIs rest"},
         {"doctor", "Plan. Continue", "\n\nPlan:\nContinue"},
         {"developer", "x arrow y returns", "X -> y ->"},
@@ -97,7 +97,7 @@ TEST(VoiceCommands, DeveloperToolsAndTheSettingKeepTheCase) {
 TEST(VoiceCommands, SentencesBeginWithACapital) {
     const std::pair<const char*, const char*> cases[] = {
         {"one. two! three? four\nfive\r\nsix", "One. Two! Three? Four\nFive\r\nSix"},
-        {"\"yes.\" 3 \"no\"", "\"Yes.\" 3 \"No\""}, // what is no letter passes the start on
+        {"\"yes.\" 3 \"no\"", "\"Yes.\" 3 \"No\""}, // after a quote or digit the next letter begins the sentence
         {"ALL, caps: x. iPhone", "ALL, caps: x. IPhone"},
         {"ßa. éa. e\u0301a. ﬁx", "SSa. Éa. E\u0301a. FIx"},
         {"äpfel. да. मैं. あ. x", "Äpfel. Да. मैं. あ. X"},
@@ -109,7 +109,7 @@ TEST(VoiceCommands, SentencesBeginWithACapital) {
         EXPECT_EQ(capitalizeSentences(text), capitalized) << text;
 }
 
-// The patterns as they read without regard to speed, applied in their order.
+// The same patterns without regard to speed.
 TEST(VoiceCommands, FastPatternsDoWhatThePlainOnesDo) {
     const std::pair<const char*, const char*> symbols[] = {
         {"new line", "\n"}, {"period", ". "}, {"comma", ", "}, {"dash", " — "}, {"open quote", " \""}, {"tab", "\t"},
@@ -141,7 +141,7 @@ TEST(VoiceCommands, FastPatternsDoWhatThePlainOnesDo) {
     }
 }
 
-TEST(VoiceCommands, LongRunsTakeNoSquareOfTheirLength) {
+TEST(VoiceCommands, LongRunsTakeLinearTime) {
     constexpr std::size_t size = 100'000;
     const std::clock_t start = std::clock();
     for (const std::string piece : {" ", "\n", "\t \n", "\u3000", ",", "a,", "👍", "e\u0301", "\u0301", "\u200D",

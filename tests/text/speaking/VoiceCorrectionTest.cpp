@@ -10,7 +10,7 @@ TEST(VoiceCorrection, IsFoundByItsPrefixes) {
         {"i said \"Tuesday\"!", "Tuesday"},    {"Fix that to Größe", "Größe"},
         {"Correct that to 東京。", "東京"},    {"change that to  the  end ", "the  end"},
         {"Replace with Mary", "Mary"},         {" \t\u00A0I said Mary\t", "Mary"},
-        {"“No I meant Paris”", "Paris"}, // the drop counts from the quote
+        {"“No I meant Paris”", "Paris"}, // the length of the prefix counts from the quote
         {"no i meant i said so", "i said so"},
     };
     for (const auto& [transcript, correction] : cases)
@@ -29,11 +29,11 @@ TEST(VoiceCorrection, TakesThePlaceOfOneWordOrOfAll) {
     } cases[] = {
         {"We met at the clinic.", "hospital", "We met at the hospital."},
         {"Call Tom, at 5!?", "Jim", "Call Jim, at 5!?"},
-        {"He is \"don.e\", so", "fin", "He is fin., so"}, // marks are kept wherever they stood, quotes are not
+        {"He is \"don.e\", so", "fin", "He is fin., so"}, // marks of the old word are kept, quotes are not
         {"a  bcd ", "xyz", "a  xyz "},
         {"ab né 👍🏽 x", "Jim", "ab né 👍🏽 x Jim"}, // characters count, not bytes
         {"über zwei", "New York", "über New York"},
-        {"Meet Paris!", "paris", "paris Paris!"}, // the correction's own words stay
+        {"Meet Paris!", "paris", "paris Paris!"}, // words of the correction itself are not replaced
         {"Paris is big", "paris big", "Paris is big paris big"},
         {"a b c", "Rosuvas", "a b c Rosuvas"},
         {"London a b c d", "Paris", "Paris a b c d"}, // five words are searched
