@@ -1,4 +1,4 @@
-// The session's way from an outcome to the user.
+// From an outcome to the user.
 
 #include "session/DictationSession.h"
 
@@ -50,7 +50,7 @@ bool DictationSession::deliver(const TakeOutcome& result, double duration, const
 }
 
 void DictationSession::deliverWords(const TakeOutcome& result, double duration, const Trouble& trouble) {
-    // Where the take had to be rescued, the service is still in trouble.
+    // A take that was rescued still had a fault of the service.
     if (!std::holds_alternative<outcome::Cancelled>(result) && !std::holds_alternative<outcome::Empty>(result))
         m_services.menuBar.setTrouble(trouble.fault ? std::string(describe(*trouble.fault)) : "");
     if (const auto* dictation = std::get_if<outcome::Dictation>(&result))
@@ -69,7 +69,7 @@ void DictationSession::deliverWords(const TakeOutcome& result, double duration, 
     }
 }
 
-/// What the user sees of a take that came to nothing.
+/// Shows the user why a take failed.
 void DictationSession::tell(TakeFault fault, bool isKept) {
     const std::string line(describe(fault));
     logError("The take came to no words: {}", line);
@@ -153,7 +153,7 @@ void DictationSession::deliverCommandResult(const outcome::CommandAnswer& result
 
 void DictationSession::deliverFailedCommand(const std::string& rawText, double duration) {
     m_services.inserter.insertText(rawText);
-    // Words that nobody saw arrive are at least in the history.
+    // The user did not see these words arrive, so they go to the history.
     if (m_hooks.isScreenLocked())
         record(rawText, duration);
     m_services.overlay.hide();

@@ -42,10 +42,9 @@ void DictationSession::processChunks(Take take, std::shared_ptr<TakeNote> note, 
     m_isProcessing = true;
     m_isCancelled = false;
     m_isDropped = std::make_shared<std::atomic<bool>>(false);
-    m_services.background.run([this, take = std::move(take), note = std::move(note), listener = listener(),
-                               dropsWhenCancelled = source == Source::microphone,
-                               isDropped = m_isDropped](std::stop_token stop) mutable {
-        walk(take, std::move(note), std::move(listener), dropsWhenCancelled, *isDropped, stop);
+    Job job{std::move(take), std::move(note), source, m_isDropped};
+    m_services.background.run([this, job = std::move(job), listener = listener()](std::stop_token stop) mutable {
+        walk(std::move(job), std::move(listener), stop);
     });
 }
 
@@ -64,34 +63,33 @@ TakeListener DictationSession::listener() {
 }
 
 /// On a worker: from the recording to its delivery. All the while the note knows what is not delivered yet.
-void DictationSession::walk(const Take& take, std::shared_ptr<TakeNote> note, TakeListener listener,
-                            bool dropsWhenCancelled, const std::atomic<bool>& isDropped, std::stop_token stop) {
+void DictationSession::walk(Job job, TakeListener listener, std::stop_token stop) {
     MainQueue& mainQueue = m_services.mainQueue;
     Trouble trouble;
-    listener.onProgress = [&](const Take& rest) { note->write(rest); };
+    listener.onProgress = [&](const Take& rest) { job.note->write(rest); };
     listener.onFault = [&](TakeFault fault) { trouble.fault = fault; };
-    TakeOutcome result = m_services.pipeline.run(take, listener, stop);
-    if (isDropped && std::holds_alternative<outcome::Failed>(result))
+    TakeOutcome result = m_services.pipeline.run(job.take, listener, stop);
+    if (*job.isDropped && std::holds_alternative<outcome::Failed>(result))
         result = outcome::Cancelled{}; // the user gave up on it and wants no notice
 
     const bool wasCancelled = std::holds_alternative<outcome::Cancelled>(result);
     const bool hasWords = !wasCancelled && !std::holds_alternative<outcome::Failed>(result);
     if (!hasWords) {
-        if (wasCancelled && dropsWhenCancelled)
-            note->discard();
+        if (wasCancelled && job.source == Source::microphone)
+            job.note->discard();
         else
-            trouble.isKept = m_services.keptTakes.keep(*note);
-        note.reset(); // from here on it can be tried again
+            trouble.isKept = m_services.keptTakes.keep(*job.note);
+        job.note.reset(); // from here on it can be tried again
     }
-    const bool isDelivered = mainQueue.call([&] { return deliver(result, take.duration, trouble); });
+    const bool isDelivered = mainQueue.call([&] { return deliver(result, job.take.duration, trouble); });
     if (!hasWords)
         return;
     if (isDelivered) {
-        note->discard();
+        job.note->discard();
         return;
     }
-    trouble.isKept = m_services.keptTakes.keep(*note);
-    note.reset();
+    trouble.isKept = m_services.keptTakes.keep(*job.note);
+    job.note.reset();
     mainQueue.call([&] { tell(TakeFault::ownFault, trouble.isKept); });
 }
 

@@ -45,13 +45,13 @@ struct SessionServices {
     KeptTakes& keptTakes;
 };
 
-/// What the session tells or asks the rest of the program. By default each does nothing.
+/// What the session tells or asks the rest of the program; by default nothing happens.
 struct SessionHooks {
     std::function<bool()> isMeetingActive = [] { return false; };
     std::function<bool()> isScreenLocked = [] { return false; };
     /// Opens the connection to the recogniser while the user still speaks.
     std::function<void()> warmConnection = [] {};
-    /// The user is there: a keyring that was refused may ask once more.
+    /// The user acted, so a keyring that was refused may ask again.
     std::function<void()> askKeyringAgain = [] {};
     std::function<void(const std::string& text, double duration)> recordDictation = [](auto&&...) {};
     std::function<void()> syncStats = [] {}; // returns at once
@@ -72,17 +72,17 @@ public:
     void hotkeyReleased();
     void commandActivated();
     void chordDetected();
-    /// The user gave up waiting. Stops no network call; the running take notices at its next look.
+    /// The user gave up waiting. A network call goes on; the take ends at its next check.
     void cancelProcessing();
-    /// Ends a take. What was said is recognised and kept, and nothing is pasted while the screen stays locked.
+    /// Ends a take. Its words are recognised and recorded, but not pasted while the screen is locked.
     void screenLocked();
     /// The recorder heard nothing for a while.
     void silenceDetected();
     /// The user chose to have the last take that was kept recognised again. Ignored while another is under way.
     void tryAgain();
-    /// The start has looked for takes that an earlier process could not finish.
+    /// Start-up has searched for takes that an earlier process could not finish.
     void takesRecovered(bool foundAny);
-    /// The program ends: what is being recorded is kept.
+    /// The program ends: the current recording is kept.
     void willTerminate();
 
     bool isRecording() const { return m_isRecording; }
@@ -110,8 +110,14 @@ private:
     // From the recorded chunks to an outcome: DictationProcessing.cpp.
     enum class Source { microphone, keptTake };
     void processChunks(Take take, std::shared_ptr<TakeNote> note, Source source);
-    void walk(const Take& take, std::shared_ptr<TakeNote> note, TakeListener listener, bool dropsWhenCancelled,
-              const std::atomic<bool>& isDropped, std::stop_token stop);
+    /// A take on its way through the pipeline.
+    struct Job {
+        Take take;
+        std::shared_ptr<TakeNote> note;
+        Source source;
+        std::shared_ptr<const std::atomic<bool>> isDropped;
+    };
+    void walk(Job job, TakeListener listener, std::stop_token stop);
     TakeListener listener();
     TakeSituation situation() const;
 
