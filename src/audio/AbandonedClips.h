@@ -4,9 +4,9 @@
 
 namespace fenlo {
 
-/// Deletes the clips that prepareClip() made for a process that ended before it could: files of this user in the
-/// temporary folder that bear such a name and that no process holds (see PreparedClip). A clip of the last seconds is
-/// left alone; it may be on its way to its holder.
+/// Deletes prepared clips whose process ended before it could delete them: files of this user in the temporary folder
+/// that have the name of a prepared clip and that no process holds (see PreparedClip). Clips of the last seconds stay:
+/// their process may not hold them yet.
 void removeAbandonedClips(std::chrono::system_clock::time_point now);
 
 } // namespace fenlo

@@ -21,7 +21,7 @@ constexpr double missingInputRetry = 0.5; // seconds, like all delays here
 constexpr double settleDelay = 0.3;
 constexpr double idleStopDelay = 60.0;
 constexpr double tailOfLastWord = 0.25;
-constexpr double shortestLiveTake = 0.5; // in which a live microphone has delivered something
+constexpr double shortestLiveTake = 0.5; // after which a working microphone has delivered sound
 constexpr float fullScaleRms = 0.15F;    // what the level display shows as 1
 
 std::string kilobytes(const std::vector<std::filesystem::path>& files) {
@@ -49,14 +49,14 @@ void AudioRecorder::warmUp() {
     auto engine = m_input.makeEngine();
     const InputFormat format = engine->format();
     if (format.sampleRate <= 0 || format.channels == 0) {
-        // It is tried again until an input is there; one line is enough for that.
+        // This is repeated until there is an input, but logged only once.
         if (!std::exchange(m_toldMissingInput, true))
             logError("Audio engine setup skipped: invalid format (rate={:.0f}, ch={})", format.sampleRate,
                      format.channels);
         m_rebuild = m_queue.postAfter(missingInputRetry, [this] { rebuildEngine(Rebuild::delayed); });
         return;
     }
-    m_rebuild.cancel(); // a second engine must not take the place of this one in mid-take
+    m_rebuild.cancel(); // a later rebuild would replace this engine during a take
     m_toldMissingInput = false;
     m_engine.reset();
     m_sampleRate = format.sampleRate;
@@ -97,7 +97,7 @@ AudioRecorder::Fault AudioRecorder::startFault() const {
     return m_input.defaultDevice() ? Fault::refused : Fault::noInput;
 }
 
-/// Gets an engine running on the present default device.
+/// Makes sure that an engine runs on the current default device.
 bool AudioRecorder::runEngine() {
     m_idleStop.cancel();
     m_toldMissingInput = false;
@@ -210,7 +210,7 @@ void AudioRecorder::rebuildEngine(Rebuild when) {
         warmUp();
 }
 
-/// The samples before a pause of the engine are no part of what comes after it.
+/// Samples from before the engine paused must not precede the next take.
 void AudioRecorder::stopEngine() {
     m_engine->stop();
     m_take.forgetPreRoll();
@@ -231,7 +231,7 @@ void AudioRecorder::inputDeviceChanged() {
     logInfo("Audio input device changed: {} → {}", m_inputDeviceId, device);
     const bool external = isExternalInputActive();
     if (external && !m_wasExternal && m_config.get().playSounds) {
-        // A headset's microphone would hear them.
+        // A headset's microphone would record the tones.
         m_config.update([](Settings& settings) { settings.playSounds = false; });
         logInfo("External input connected — auto-disabled Play Sounds");
     }

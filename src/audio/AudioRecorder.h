@@ -25,16 +25,16 @@ class NotificationCenter;
 
 /// Owns the microphone: keeps one capture engine ready, records takes with it, and decides whether a take held speech.
 ///
-/// The engine of a built-in input runs during takes only. That of an external input (headset, USB) keeps running for a
-/// minute after a take, because taking its link down and up again costs the beginning of the next one.
+/// With a built-in input the engine runs during takes only. With an external input (headset, USB) it keeps running for
+/// a minute after a take, because reconnecting the device would cost the beginning of the next take.
 ///
 /// Threads: call on the main thread. onReady and onSilence are called there, onAudioBuffer on the audio thread.
 ///          currentRMS() and isRecording() may be asked on any thread.
-/// Errors:  what fails is logged, and fault() tells it; a take that could not start leaves isRecording() false.
+/// Errors:  failures are logged and told by fault(); isRecording() stays false when a take could not start.
 class AudioRecorder {
 public:
     enum class Rebuild { now, delayed };
-    /// Why a take came to no files although the user may have spoken.
+    /// Why a take left no files although the user may have spoken.
     enum class Fault { noSoundServer, noInput, refused, noSound, noSpace };
 
     AudioRecorder(AudioInput& input, Clock& clock, MainQueue& queue, Config& config, NotificationCenter& notifications);
@@ -56,7 +56,7 @@ public:
     /// nothing is worth transcribing.
     std::vector<std::filesystem::path> stopRecording();
 
-    /// Throws the engine away and makes it anew, at once or after the sound system had time to settle.
+    /// Replaces the engine by a new one, at once or after the sound system has had time to settle.
     void rebuildEngine(Rebuild when);
 
     /// What went wrong with the last take.
@@ -70,18 +70,18 @@ public:
 
     /// The level for display, 0 to 1: raw RMS by 0.15.
     float currentRMS() const { return m_currentRms; }
-    /// Share of frames with speech in the last take that came as far as that test.
+    /// Share of frames with speech in the last take for which it was measured.
     float speechRatio() const { return m_speechRatio; }
 
     /// The first samples of a take have arrived.
     void setOnReady(std::function<void()> handler) { m_onReady = std::move(handler); }
     /// Three seconds of quiet in a take; once for each pause.
     void setOnSilence(std::function<void()> handler) { m_onSilence = std::move(handler); }
-    /// The files that hold a take that is still running but for its last second, whenever these become others; on a
-    /// thread of the recorder's. To be set between takes.
+    /// Told the files that hold the running take except for its last second, whenever they change; on a thread of the
+    /// recorder. Set it between takes.
     void setOnFiles(TakeBuffer::FilesHandler handler) { m_take.setOnFiles(std::move(handler)); }
-    /// Deletes the file that held the end of the last take while it ran. stopRecording() leaves it, so that whoever
-    /// takes note of the files always knows some that hold the take.
+    /// Deletes the file that held the end of the last take while it ran. stopRecording() keeps it until the caller has
+    /// noted the final files, so that at every moment some known files hold the take.
     void dropRunningCopy();
     /// Every buffer, whether a take runs or not. The handler must not block.
     void setOnAudioBuffer(std::function<void(std::span<const float>)> handler);
@@ -119,7 +119,7 @@ private:
     std::function<void()> m_onReady;
     std::function<void()> m_onSilence;
 
-    // What the audio thread touches.
+    // Used by the audio thread.
     std::atomic<float> m_currentRms = 0;
     std::atomic<unsigned> m_takeNumber = 0;
     Guarded<std::shared_ptr<const BufferHandler>> m_onAudioBuffer;
@@ -129,7 +129,7 @@ private:
     Timer m_idleStop;
     Timer m_rebuild;
     Lifetime m_lifetime;
-    std::unique_ptr<CaptureEngine> m_engine; // dies first: no tap call comes after
+    std::unique_ptr<CaptureEngine> m_engine; // destroyed first, so that no tap call comes afterwards
 };
 
 } // namespace fenlo

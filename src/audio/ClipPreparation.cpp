@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr double shortClip = 3.0;        // seconds; below it nothing is trimmed
+constexpr double shortClip = 3.0;        // seconds; shorter clips are not trimmed
 constexpr std::size_t frameLength = 320; // samples, 20 ms
 constexpr float overNoise = 2.0F;
 constexpr float lowestThreshold = 0.003F;

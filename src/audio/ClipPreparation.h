@@ -8,17 +8,17 @@
 
 namespace fenlo {
 
-/// How the name of a prepared clip begins; a UUID and ".wav" follow.
+/// The name of a prepared clip begins with this; a UUID and ".wav" follow.
 inline constexpr std::string_view preparedClipPrefix = "fenlo_pre_";
 
 /// Makes a clip small for the upload: 16 kHz, mono, 16 bit, and without the silence at either end when it is three
 /// seconds or longer.
 ///
-/// Returns a new file in the temporary folder, or the clip itself when nothing can be gained or something fails:
-/// preparation is never a reason to fail. Blocks; safe on any thread.
+/// Returns a new file in the temporary folder, or the clip itself when it needs no change or something fails. Blocks;
+/// safe on any thread.
 std::filesystem::path prepareClip(const std::filesystem::path& clip);
 
-/// Deletes what prepareClip() made, and never the clip itself.
+/// Deletes the file that prepareClip() made; never the clip itself.
 void removePreparedClip(const std::filesystem::path& prepared, const std::filesystem::path& clip);
 
 struct SampleRange {

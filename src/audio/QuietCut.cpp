@@ -6,9 +6,10 @@ namespace fenlo {
 
 namespace {
 
-constexpr double searched = 10;        // seconds before the end
-constexpr double pause = 0.2;          // seconds
-constexpr float clearlyQuieter = 0.5F; // of the level of all that is searched: noise between words is, a hum is not
+constexpr double searched = 10; // seconds before the end
+constexpr double pause = 0.2;   // seconds
+constexpr float clearlyQuieter =
+    0.5F; // than all that is searched: a pause between words in noise is, a steady hum is not
 
 /// The middle of the quietest pause; the end where none stands out.
 std::size_t pauseCut(std::span<const float> samples, double sampleRate) {

@@ -12,7 +12,7 @@ enum class WithoutQuiet {
 };
 
 /// Where a long take is best cut in two: at the end of the latest quiet frame within its last ten seconds, so that the
-/// speech after it stays whole; at its very end when no frame is quiet and no pause is looked for or found.
+/// words after it stay whole. Without a quiet frame: at a pause if one is wanted and found, else at the very end.
 ///
 /// Units: samples, of `sampleRate` hertz.
 std::size_t quietCut(std::span<const float> samples, double sampleRate, WithoutQuiet otherwise);

@@ -14,7 +14,7 @@ void RunningCopy::append(std::span<const float> samples) {
         if (!m_writer)
             m_writer.emplace(files::temporaryFile("", ".wav"), speechRate, WavEncoding::float32);
         m_writer->append(resampleForChunk(samples, m_sampleRate));
-    } catch (const std::exception& error) { // also for want of memory
+    } catch (const std::exception& error) { // also when memory runs out
         m_hasFailed = true;
         m_writer.reset();
         logInfo("The running take has no copy on the disk: {}", error.what());

@@ -9,13 +9,13 @@
 
 namespace fenlo {
 
-/// What of a take is in memory only, in a file that grows as somebody speaks: a crash then costs the last second, and
-/// not the take.
+/// A file that grows with the samples that a take still has in memory only. A crash then costs the last second, not the
+/// whole take.
 ///
 /// The file is like a chunk file (see ChunkWriter), but quiet samples are not raised.
 ///
 /// Threads: one at a time.
-/// Errors:  a disk that takes nothing ends the copy with a log line; the take goes on without.
+/// Errors:  when the file cannot be written, the copy ends with a log line and the take goes on without it.
 class RunningCopy {
 public:
     /// `sampleRate` in hertz. The file comes with the first samples.
@@ -23,7 +23,7 @@ public:
 
     /// Whole seconds, so that pieces join without a gap at 16 kHz.
     void append(std::span<const float> samples);
-    /// Nothing before the first samples, and when the disk took nothing.
+    /// Nothing before the first samples, and when the file could not be written.
     std::optional<std::filesystem::path> file() const;
 
 private:

@@ -203,7 +203,7 @@ void TakeBuffer::flush(std::unique_lock<std::mutex>& lock) {
         m_chunkFiles = std::move(files);
         m_copied = 0;
     }
-    // What came meanwhile follows the rest, and its buffer is the next one to take over.
+    // What was recorded meanwhile follows the rest. Its buffer is empty then, and takes over at the next cut.
     m_flushing.insert(m_flushing.end(), m_current.begin(), m_current.end());
     m_current.clear();
     m_current.swap(m_flushing);

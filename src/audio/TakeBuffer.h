@@ -24,9 +24,8 @@ class RunningCopy;
 /// front. When the file cannot be written all samples return, and the next append() tries again. Every second the same
 /// thread copies what is in memory only to a file of its own, in case of a crash.
 ///
-/// Threads: append() on the audio thread, where it neither allocates nor waits for the disk; the rest on the main
-/// thread; isRecording() on any. begin() and end() wait for
-///          a file that is being written.
+/// Threads: append() on the audio thread, where it neither allocates nor waits for the disk; isRecording() on any; the
+///          rest on the main thread. begin() and end() wait for a file that is being written.
 /// Units:   samples at the input's own rate.
 class TakeBuffer {
 public:
@@ -42,20 +41,19 @@ public:
     TakeBuffer();
     ~TakeBuffer();
 
-    /// While no tap runs and no take.
+    /// Call it while neither the tap nor a take runs.
     void setSampleRate(double hertz);
 
-    /// Hears, on the thread that writes, which files hold the take so far, whenever these become others. To be set
-    /// between takes.
+    /// Told which files hold the take so far, whenever they change; on the thread that writes. Set it between takes.
     void setOnFiles(FilesHandler handler);
 
     void begin();
-    /// Adds a buffer to the take, or without one to the moments before the next.
+    /// Adds samples to the take or, between takes, to the moments before the next one.
     Place append(std::span<const float> samples);
     Taken end();
 
     void forgetPreRoll();
-    /// Remembers for end() that the input changed under the take. False without a take.
+    /// Notes for end() that the input device changed during the take. False without a take.
     bool markDeviceChanged();
     bool isRecording() const;
 
@@ -81,8 +79,8 @@ private:
     bool m_didPrependPreRoll = false;
     bool m_deviceChanged = false;
     std::size_t m_copied = 0;            // of m_current
-    bool m_isCopying = false;            // while the writer has something to do, the take does not end
-    bool m_isFlushing = false;           // likewise
+    bool m_isCopying = false;            // end() waits for it
+    bool m_isFlushing = false;           // and for this
     std::vector<float> m_spare;          // empty, takes over at a cut; without memory while the writer flushes
     std::vector<float> m_flushing;       // the writer's own while it works, as the next three
     std::vector<float> m_piece;          // keeps its memory, so that the tap never waits for more

@@ -36,7 +36,7 @@ WavWriter::WavWriter(const std::filesystem::path& file, int sampleRate, WavEncod
     m_sound->handle = ::sf_open_fd(m_sound->descriptor, SFM_WRITE, &info, SF_FALSE);
     if (!m_sound->handle)
         fail();
-    ::sf_command(m_sound->handle, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE); // it holds the time of day
+    ::sf_command(m_sound->handle, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE); // the chunk would hold the time of day
     ::sf_command(m_sound->handle, SFC_SET_CLIPPING, nullptr, SF_TRUE);
 }
 

@@ -8,11 +8,11 @@ namespace fenlo {
 
 enum class WavEncoding { float32, int16 };
 
-/// A new mono WAV file, readable by its owner only, which is whole after each append(): whoever is killed in between
-/// leaves a file that plays. Samples beyond full scale are clipped in int16.
+/// Writes a new mono WAV file, readable by its owner only. The file can be played after each append(), even when the
+/// program is killed. Samples beyond full scale are clipped in int16.
 ///
 /// Threads: one at a time.
-/// Errors:  AudioFileError; no file is left then.
+/// Errors:  AudioFileError; the file is deleted then.
 class WavWriter {
 public:
     WavWriter(const std::filesystem::path& file, int sampleRate, WavEncoding encoding);

@@ -39,21 +39,20 @@ struct AppServices {
     DictationSession& session;
 };
 
-/// What start-up asks of the rest of the program. Those that are not filled in are neutral; the functions with a stop
-/// token run on a worker.
+/// What start-up asks the rest of the program; by default nothing happens. Functions with a stop token run on a worker.
 struct AppHooks {
     std::function<void()> terminate;
     std::function<void(std::stop_token)> prepareLocalEngine = [](std::stop_token) {};
     std::function<void(std::stop_token)> prepareTranscriber = [](std::stop_token) {};
     std::function<void(std::stop_token)> sendHeartbeat = [](std::stop_token) {};
     std::function<void(std::stop_token)> syncProfile = [](std::stop_token) {};
-    /// Whether something was found that waits to be tried again.
+    /// Whether takes were found that can be tried again.
     std::function<bool()> recoverTakes = [] { return false; };
     std::function<bool()> isMeetingActive = [] { return false; };
     std::function<void()> stopMeeting = [] {};
 };
 
-/// The way from the start of the process to the first dictation, and back on sleep and quit.
+/// Prepares the program for the first dictation, and reacts to sleep and quit.
 ///
 /// Threads: main thread only.
 class AppDelegate {
@@ -62,7 +61,7 @@ public:
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
 
-    /// Comes before everything else, so that a second copy ends before it shows anything. False when it must end.
+    /// To be called first, so that a second copy ends before it shows anything. False when the program must end.
     static bool becomeOnlyInstance(Workspace& workspace);
 
     void launch();

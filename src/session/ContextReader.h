@@ -9,10 +9,10 @@ class Clock;
 class Pasteboard;
 class Workspace;
 
-/// Takes the snapshot of where the user is about to dictate.
+/// Reads where the user is about to dictate.
 ///
 /// Threads: main thread. read() never takes longer than `timeLimit`, whatever the application in front does.
-/// Errors:  what cannot be had in time is empty.
+/// Errors:  what does not come in time stays empty.
 class ContextReader {
 public:
     using Context = FocusContext;

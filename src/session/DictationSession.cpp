@@ -26,7 +26,7 @@ constexpr double startToneGap = 0.02;
 constexpr double silenceToneGap = 0.0;
 constexpr double shortestFailure = 0.3; // seconds of holding the key that are meant as a take
 constexpr float silenceToneVolume = 0.06f;
-constexpr std::size_t minimumSelection = 2; // characters; a single one is no selection to replace
+constexpr std::size_t minimumSelection = 2; // characters; a single one does not count as a selection
 
 void logContext(const FocusContext& context) {
     const auto orUnknown = [](const std::string& name) { return name.empty() ? "?" : name; };

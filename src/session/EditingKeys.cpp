@@ -43,7 +43,7 @@ EditingKeys::EditingKeys(KeyEvents& keys, Accessibility& accessibility, Workspac
 
 bool EditingKeys::mayPastePrimary() {
     const auto application = m_workspace.frontApplication();
-    // Without the letter V the Insert key does it, which takes the primary selection in some programs.
+    // A keyboard without the letter V pastes by the Insert key, which takes the primary selection in some programs.
     return (application && application->paste == PasteChord::shiftInsert) || !m_keys.canDeliver(key::v);
 }
 
@@ -71,7 +71,7 @@ bool EditingKeys::type(const std::string& text) {
 }
 
 void EditingKeys::copy() {
-    // In a terminal plain Control-C would interrupt what runs there. Those of old take Control-Shift-C for the same.
+    // In a terminal Control-C would interrupt the running program, and in an old terminal Control-Shift-C does so too.
     const PasteChord paste = pasteChord();
     if (paste != PasteChord::shiftInsert)
         tap(m_keys, key::c, chordOf(paste).flags);

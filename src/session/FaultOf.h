@@ -8,11 +8,11 @@
 
 namespace fenlo {
 
-/// What the user is told of a step that threw.
+/// What the user is told about a step that threw.
 TakeFault faultOf(const std::exception_ptr& error);
 TakeFault faultOf(AudioRecorder::Fault fault);
 
-/// What the log is told of it.
+/// What the log says about it.
 std::string messageOf(const std::exception_ptr& error);
 
 } // namespace fenlo

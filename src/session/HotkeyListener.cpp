@@ -67,7 +67,7 @@ void HotkeyListener::handleFlags(ModifierChange change) {
         return;
     const bool active = (change.flags & m_target->flagMask) != 0;
     if (active) {
-        // The key code keeps the twin on the other side from starting a take.
+        // The key code tells the key from its twin on the other side of the keyboard.
         if (change.keyCode == m_target->keyCode && !m_pressed) {
             m_pressed = true;
             m_commandMode = false;

@@ -22,12 +22,12 @@ struct Hotkey {
 std::span<const Hotkey> hotkeys();
 /// Nothing for an unknown name.
 const Hotkey* findHotkey(std::string_view name);
-/// The label of the key, or the bare name when it is not in the table.
+/// The label of the key; an unknown name stays as it is.
 std::string hotkeyLabel(const std::string& name);
 
 /// Turns one modifier key, pressed anywhere on the desktop, into the events of a dictation. It listens and never
 /// interferes: the key and what is typed with it still reach the front application. Whether a press starts or toggles
-/// a take is the session's business.
+/// a take is decided by the session.
 ///
 /// Threads: main thread only; the closures are called there. Set them before start().
 class HotkeyListener {
@@ -39,7 +39,7 @@ public:
 
     void start();
     void stop();
-    /// Follows a change of the setting, also while the old key is held: its release then reports nothing.
+    /// Follows a change of the setting. When the old key is held at that moment, its release reports nothing.
     void setKey(const std::string& keyName);
 
     std::function<void()> onPress;

@@ -38,7 +38,7 @@ bool holdsSomething(const Take& take) {
     return !take.texts.empty() || std::ranges::any_of(take.chunks, isThere);
 }
 
-/// Without the chunks that somebody cleared away.
+/// The take without chunks whose files are gone.
 Take stillThere(Take take) {
     std::erase_if(take.chunks, [](const fs::path& chunk) {
         std::error_code error;
@@ -66,7 +66,7 @@ bool KeptTakes::keep(TakeNote& note) const {
         note.discard();
         return false;
     }
-    dropOld(mostTakes - 1); // which leaves room for this one
+    dropOld(mostTakes - 1); // leaves room for this one
     if (note.gather()) {
         logInfo("The take is kept in {}; try it again from the menu", m_folder.string());
         return true;
@@ -131,7 +131,7 @@ void KeptTakes::dropOld(std::size_t most) const {
             note->discard();
 }
 
-/// A recording that bears a note's name, but that no note speaks of, is what a crash left of a move.
+/// Removes recordings that are named after a note but that no note lists: a crash interrupted their move.
 void KeptTakes::removeStrays() const {
     std::set<std::string> known;
     for (const fs::path& file : filesIn(m_folder))

@@ -12,24 +12,24 @@ class Clock;
 class Config;
 class TakeNote;
 
-/// The takes whose words did not arrive, in `~/.fenlo/takes` until they are tried again: at most ten, for a week.
-/// A setting turns the keeping off; what fails is deleted then.
+/// The takes that failed, kept in `~/.fenlo/takes` until they are tried again: at most ten, for a week. A setting turns
+/// this off; failed takes are deleted then.
 ///
 /// Threads: any.
-/// Errors:  none; a recording that cannot be moved stays where it is, and is looked for again at the next start.
+/// Errors:  none; a recording that cannot be moved stays where it is and is searched for at the next start.
 class KeptTakes {
 public:
     KeptTakes(Config& config, std::filesystem::path folder, const Clock& clock);
 
-    /// The note of a take that begins. While it lives, nobody else takes the take for one that was left behind.
+    /// The note of a new take. While it lives, the take does not count as left behind.
     std::unique_ptr<TakeNote> begin() const;
 
-    /// Keeps the take of the note. False where there is nothing to try again: the setting forbids it, and the recording
-    /// is gone, or the disk takes nothing.
+    /// Keeps the take of the note. False when it cannot be tried again: the setting forbids it, the recording is gone,
+    /// or the disk is full.
     bool keep(TakeNote& note) const;
 
-    /// Takes up what processes that ended too early left in the temporary folder, and throws away what is too old.
-    /// True when a take was found that waits to be tried again.
+    /// Keeps the takes that crashed processes left in the temporary folder, and deletes takes that are too old. True
+    /// when new takes were kept.
     bool recover() const;
 
     /// The newest take that waits; nothing when there is none.
@@ -48,7 +48,7 @@ private:
     Config& m_config;
     const std::filesystem::path m_folder;
     const Clock& m_clock;
-    mutable std::mutex m_opening; // who only looks must not make a note seem in use
+    mutable std::mutex m_opening; // a note that is only looked at must not seem to be in use
 };
 
 } // namespace fenlo

@@ -13,8 +13,8 @@ struct Take {
     double duration = 0;                                // seconds
     float speechRatio = 1;                              // share of speech frames
     bool isCommand = false;                             // an instruction to the language model
-    bool isCopy = false;                                // of a recording that the user has anyway
-    std::vector<std::string> texts = {};                // of the chunks before, whose files are gone
+    bool isCopy = false;                                // of a recording that the user keeps elsewhere
+    std::vector<std::string> texts = {};                // of the chunks before these; their files are deleted
     std::optional<std::filesystem::path> isolated = {}; // made from the chunk that is being recognised
 };
 

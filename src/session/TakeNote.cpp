@@ -65,7 +65,7 @@ Take takeOf(const Json& line) {
     return take;
 }
 
-/// The last line that is whole; an empty object where there is none.
+/// The last complete line; an empty object when there is none.
 Json lastState(const fs::path& file) {
     Json state = Json::object();
     for (const std::string& line : text::split(files::read(file).value_or(""), '\n'))
@@ -82,7 +82,7 @@ bool sync(const fs::path& path) {
     return synced;
 }
 
-/// A second name for the file, or a copy where the target is on another file system.
+/// Makes a hard link to the file, or a copy when the target is on another file system.
 bool bring(const fs::path& from, const fs::path& to) {
     std::error_code error;
     fs::remove(to, error);
@@ -125,7 +125,7 @@ bool TakeNote::append(const Take& take) {
         if (auto made = LockedFile::make(m_file))
             m_lock.emplace(std::move(*made));
     }
-    // A line's end first: what was cut off before stays a line of its own.
+    // The newline comes first, so that a line that was cut off does not swallow this one.
     return m_lock && m_lock->append("\n" + lineOf(take, m_recorded));
 }
 

@@ -11,19 +11,19 @@
 
 namespace fenlo {
 
-/// What is known of a take, in a small file of its own that outlives a crash. While this object lives the file is
-/// locked, which tells a take that is on its way from one that was kept or left behind.
+/// A small file about a take, which survives a crash. While this object lives the file is locked: a note without a lock
+/// belongs to a take that was kept or left behind.
 ///
-/// Each change appends a line with the whole state, as JSON; the last whole line counts, so a note is never half
+/// Each change appends a line with the whole state, as JSON. The last complete line counts, so a note is never half
 /// written.
 ///
 /// Threads: any.
-/// Errors:  none; a note that cannot be written protects nothing.
+/// Errors:  none; a note that cannot be written does not protect its take.
 class TakeNote {
 public:
     /// A new note in the folder. Its file comes with the first write().
     TakeNote(const std::filesystem::path& folder, std::chrono::system_clock::time_point recorded);
-    /// The note in a file, with an empty take where it holds none; nothing when it is in use.
+    /// The note in a file, with an empty take when the file has none; nothing when it is in use.
     static std::unique_ptr<TakeNote> open(const std::filesystem::path& file);
 
     TakeNote(const TakeNote&) = delete;
@@ -32,15 +32,15 @@ public:
     bool write(const Take& take);
     /// The files of a take that is still being recorded.
     void setChunks(const std::vector<std::filesystem::path>& chunks);
-    Take take() const; // as it was written last
+    Take take() const; // the state written last
 
     const std::filesystem::path& file() const { return m_file; }
     std::chrono::system_clock::time_point recorded() const { return m_recorded; }
 
     /// Deletes the recording and the note: the words arrived, or the user dropped them.
     void discard();
-    /// Moves the recording beside the note, whole or not at all, and makes sure that both are on the disk. False when
-    /// that fails; the recording stays where it was then.
+    /// Moves the recording into the folder of the note, and makes sure that both are on the disk. False when that
+    /// fails; the recording stays where it was then.
     bool gather();
 
     static constexpr char extension[] = ".take";

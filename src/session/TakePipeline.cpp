@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t shownCharacters = 50;
 
-/// Deletes a file made from a chunk when it goes out of scope, and never the chunk.
+/// Deletes a file that was made from a chunk; never the chunk itself.
 class IsolatedFile {
 public:
     IsolatedFile(const std::filesystem::path& isolated, const std::filesystem::path& chunk) {
@@ -93,7 +93,7 @@ TakePipeline::Words TakePipeline::transcribe(Take rest, const TakeListener& list
         request.audio = isolated.file().value_or(chunk);
         if (const auto context = listener.situation().context)
             request.appName = context->appBundleId;
-        request.hintText = previousText; // carries a long take's context from chunk to chunk
+        request.hintText = previousText; // the context of the next chunk
         request.speechRatio = rest.speechRatio;
         request.clipDuration = rest.duration;
         const auto text = recognise(request, isRescued, listener, stop);
@@ -107,13 +107,13 @@ TakePipeline::Words TakePipeline::transcribe(Take rest, const TakeListener& list
         listener.onProgress(rest);
         files::removeQuietly(chunk);
     }
-    // A cancel that comes later frees the session, but the text is still delivered.
+    // After this point a cancel frees the session, but the text is still delivered.
     if (listener.isCancelled())
         return cancelled();
     return text::join(rest.texts, " ");
 }
 
-/// Once the service has failed, the engine on this machine hears the rest of the take as well.
+/// Once the service has failed, the engine on this machine recognises the rest of the take.
 std::optional<std::string> TakePipeline::recognise(const TranscribeRequest& request, bool& isRescued,
                                                    const TakeListener& listener, std::stop_token stop) {
     if (!isRescued)
@@ -130,7 +130,7 @@ std::optional<std::string> TakePipeline::recognise(const TranscribeRequest& requ
     return text;
 }
 
-/// Nothing, too, where the engine hears no words: they may be there all the same.
+/// Also nothing when the engine recognises no words: there may be some all the same.
 std::optional<std::string> TakePipeline::rescue(const TranscribeRequest& request, std::stop_token stop) {
     try {
         if (const auto text = m_steps.rescue(request, stop))
@@ -147,7 +147,7 @@ TakeOutcome TakePipeline::decideGuarded(const std::string& rawText, const TakeLi
     try {
         return decide(rawText, listener, stop);
     } catch (const std::future_error&) {
-        throw; // the main queue has ended, and nobody is there to deliver to
+        throw; // the main queue has ended, so nothing can be delivered any more
     } catch (...) {
         logError("the words go on as they were spoken: {}", messageOf(std::current_exception()));
     }

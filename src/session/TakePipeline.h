@@ -19,7 +19,7 @@ namespace fenlo {
 
 class Config;
 
-/// The services that a take passes through, in the order of its road. All must be filled in.
+/// The services that a take passes through, in their order. All must be filled in.
 struct TakeSteps {
     using File = std::filesystem::path;
 
@@ -27,7 +27,7 @@ struct TakeSteps {
     std::function<File(const File& chunk)> isolateVoice;
     /// The text of one chunk; throws TranscriberError and the like.
     std::function<std::string(const TranscribeRequest&, std::stop_token)> transcribe;
-    /// The same by the engine on this machine, where there is one that has not been asked; else nothing.
+    /// The same by the engine on this machine; nothing when there is none or transcribe() has used it already.
     std::function<std::optional<std::string>(const TranscribeRequest&, std::stop_token)> rescue;
     std::function<std::optional<TranscriptionMeta>()> lastMeta;
     /// The answer to a spoken instruction, or nothing.
@@ -56,13 +56,13 @@ struct TakeListener {
     std::function<bool()> isCancelled = [] { return false; };
     std::function<void(int index, int total)> onChunk = [](int, int) {};
     std::function<TakeSituation()> situation = [] { return TakeSituation{}; };
-    /// The take as it stands, told before a file of it is deleted.
+    /// The rest of the take, told before a file of it is deleted.
     std::function<void(const Take& rest)> onProgress = [](const Take&) {};
     /// What the recogniser failed with, whether or not the take could be rescued.
     std::function<void(TakeFault)> onFault = [](TakeFault) {};
 };
 
-/// What a take came to. The session delivers it.
+/// The result of a take. The session delivers it.
 namespace outcome {
 
 struct Cancelled {};
@@ -95,13 +95,12 @@ struct Dictation {
 using TakeOutcome = std::variant<outcome::Cancelled, outcome::Failed, outcome::Empty, outcome::Correction,
                                  outcome::CommandAnswer, outcome::CommandFailed, outcome::Snippet, outcome::Dictation>;
 
-/// Turns the chunks of a take into words, and the words into what is to be done with them. Answers of recognisers and
-/// language models lose their control characters here, before anybody sees them.
+/// Turns the chunks of a take into words, and the words into an outcome. Control characters in the answers of
+/// recognisers and language models are removed here.
 ///
 /// Threads: run() blocks a worker for as long as the recogniser and the language model take.
-/// Errors:  none, whatever a step throws; every fault is an outcome and a log line. A step that fails after the words
-/// are
-///          known lets them through as they were spoken.
+/// Errors:  none, whatever a step throws; every fault is an outcome and a log line. When a step fails after the words
+///          are known, they are delivered as they were spoken.
 /// Files:   a chunk's file is deleted as soon as its words are known. What is left after Cancelled and Failed is the
 ///          caller's to keep or to delete.
 class TakePipeline {

@@ -15,7 +15,7 @@ constexpr double settleDelay = 0.200; // seconds from setting the clipboard to t
 constexpr double restoreDelay = 1.0;  // seconds the text stays on the clipboard
 constexpr double readLimit = 0.150;   // seconds for what is on the clipboard
 constexpr std::size_t loggedCharacters = 60;
-constexpr std::size_t typedCharacters = 120; // beyond them typing takes longer than a paste
+constexpr std::size_t typedCharacters = 120; // typing longer texts would take longer than a paste
 
 } // namespace
 
@@ -40,7 +40,7 @@ void TextInserter::insertText(const std::string& text) {
         return;
     auto restore = keepClipboard();
     m_pasteboard.clear();
-    // Some programs paste the primary selection, so the text is offered there too while it is on loan.
+    // Some programs paste the primary selection, so the text is offered there too for the moment.
     m_pasteboard.set(text, {.transient = true, .primary = m_keys.mayPastePrimary()});
     logInfo("Clipboard set to: {}...", text::firstCharacters(text, loggedCharacters));
     m_clock.sleep(settleDelay);
@@ -48,7 +48,7 @@ void TextInserter::insertText(const std::string& text) {
     if (isPasted || !m_accessibility.trusted() || m_workspace.isScreenLocked())
         return restoreLater(std::move(restore));
     logError("No key of this keyboard pastes; the text stays on the clipboard");
-    m_restores.clear(); // what an earlier paste borrowed must not replace it
+    m_restores.clear(); // the clipboard of an earlier paste must not replace the text
 }
 
 bool TextInserter::typeInstead(const std::string& text) {
@@ -75,7 +75,7 @@ void TextInserter::copyToClipboard(const std::string& text) {
 
 std::function<void()> TextInserter::keepClipboard() {
     if (m_options.returning == Returning::everything) {
-        // A loan that is still open goes on in this one.
+        // The clipboard of an earlier paste that was not restored yet is restored after this one.
         m_restores.clear();
         return [giveBack = m_pasteboard.keep(readLimit)] { giveBack(Pasteboard::Return::afterLoan); };
     }

@@ -15,8 +15,8 @@ class KeyEvents;
 class Pasteboard;
 class Workspace;
 
-/// Puts text at the cursor of the front application by way of the clipboard, which works wherever one can paste: the
-/// text goes onto the clipboard, the paste keys are posted, and a second later what was there before returns.
+/// Puts text at the cursor of the front application through the clipboard, which works wherever one can paste: the text
+/// goes onto the clipboard, the paste keys are posted, and a second later the old content returns.
 ///
 /// Threads: main thread; insertText() blocks it for about a quarter of a second, and longer while the user holds a
 ///          modifier key.
@@ -25,14 +25,14 @@ class TextInserter {
 public:
     /// What returns to the clipboard after a paste.
     enum class Returning {
-        text,       // the plain text alone, whatever has become of the clipboard meanwhile
-        everything, // all that lay there, unless something else has been copied meanwhile
+        text,       // the plain text alone, whatever is on the clipboard by then
+        everything, // the whole content, unless something else has been copied meanwhile
     };
 
     struct Options {
         Returning returning = Returning::text;
-        /// Whether texts of up to 120 characters that the keyboard has keys for are typed, so that no clipboard history
-        /// sees them.
+        /// Whether texts of up to 120 characters are typed instead, if the keyboard has keys for them, so that they do
+        /// not appear in a clipboard history.
         std::function<bool()> typesShortTexts = [] { return false; };
     };
 
@@ -41,7 +41,7 @@ public:
         : TextInserter(pasteboard, keys, accessibility, workspace, clock, mainQueue, Options()) {}
     TextInserter(Pasteboard& pasteboard, KeyEvents& keys, Accessibility& accessibility, Workspace& workspace,
                  Clock& clock, MainQueue& mainQueue, Options options);
-    /// A clipboard that is still borrowed is given back at once.
+    /// Restores the clipboard at once if that is still to be done.
     ~TextInserter();
     TextInserter(const TextInserter&) = delete;
     TextInserter& operator=(const TextInserter&) = delete;
@@ -60,7 +60,7 @@ private:
     };
 
     bool typeInstead(const std::string& text);
-    /// Looks at the clipboard now. Returns what brings it back.
+    /// Reads the clipboard now. Returns a function that restores it.
     std::function<void()> keepClipboard();
     void restoreLater(std::function<void()> restore);
 

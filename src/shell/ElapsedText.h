@@ -4,7 +4,7 @@
 
 namespace fenlo {
 
-/// Seconds as minutes and seconds, "75:00"; hours are not split off.
+/// Seconds as minutes and seconds, "75:00", without hours.
 std::string elapsedText(double seconds);
 
 } // namespace fenlo

@@ -11,7 +11,7 @@ namespace fenlo {
 /// Reads the entries of a history, each from its JSON text.
 ///
 /// Threads: one at a time.
-/// Errors:  a text that is no entry gives nothing; a field of the wrong type counts as missing.
+/// Errors:  a text in any other form gives nothing; a field of the wrong type counts as missing.
 class HistoryReader {
 public:
     struct SyncState {
@@ -27,7 +27,7 @@ public:
 
 private:
     struct Parser;
-    std::unique_ptr<Parser> m_parser; // and its memory, used again for each entry
+    std::unique_ptr<Parser> m_parser; // its memory is used again for each entry
 };
 
 } // namespace fenlo

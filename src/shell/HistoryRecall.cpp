@@ -8,7 +8,7 @@ namespace {
 
 using dates::Moment;
 
-constexpr std::string_view emptyAnswer = "no matching entries found"; // of a model that was asked before
+constexpr std::string_view emptyAnswer = "no matching entries found"; // which a model gave to an earlier question
 constexpr std::int64_t fewestWords = 3;
 
 struct Period {
@@ -24,7 +24,7 @@ Moment aMonthAgo(Moment now) {
     return dates::monthsBefore(now, 1);
 }
 
-/// The first that the query contains decides. Only the start is set: "yesterday" offers today's entries as well.
+/// The first phrase that the query contains decides. It sets the start only: "yesterday" includes today's entries.
 constexpr Period periods[] = {
     {"today", [](Moment now) { return dates::startOfDay(now); }},
     {"yesterday", [](Moment now) { return dates::startOfDay(now, 1); }},

@@ -6,8 +6,8 @@
 
 namespace fenlo {
 
-/// Calls `use` with the key and the value of each member, in their order. False as soon as `use` says so, and for what
-/// is no object.
+/// Calls `use` with the key and the value of each member, in their order. Returns false as soon as `use` does, and for
+/// any value but an object.
 template <typename Source, typename Use>
 bool forEachMember(Source&& source, Use use) {
     simdjson::ondemand::object members;
@@ -22,7 +22,7 @@ bool forEachMember(Source&& source, Use use) {
     return true;
 }
 
-/// The text of a value; empty when it is cut short.
+/// The JSON text of a value; empty when it is incomplete.
 inline std::string_view textOf(simdjson::ondemand::value value) {
     std::string_view text;
     return simdjson::to_json_string(value).get(text) ? std::string_view() : text;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::array<std::string_view, 2> schemes{"https://", "http://"};
 
-/// What no address holds unescaped.
+/// Characters that end an address.
 constexpr std::array<std::string_view, 15> breaks{" ",  "\t", "\n", "\r",     "\v",     "\f",     "<",     ">",
                                                   "\"", "`",  "|",  "\u00A0", "\u2028", "\u2029", "\u3000"};
 
@@ -19,7 +19,7 @@ constexpr std::array<std::string_view, 18> trailing{".",      ",",      ";",    
                                                     "'",      "*",      "_",      "\u2019", "\u201D", "\u2026",
                                                     "\u3002", "\uFF0C", "\u3001", "\uFF01", "\uFF1F", "\uFF09"};
 
-/// The length of the scheme that begins at `at`, or 0. A scheme in the middle of a word begins no address.
+/// The length of the scheme that begins at `at`, or 0. A scheme in the middle of a word does not count.
 std::size_t schemeLength(std::string_view text, std::size_t at) {
     if (at > 0 && std::isalnum(static_cast<unsigned char>(text[at - 1])))
         return 0;
@@ -36,7 +36,7 @@ bool startsWithAny(std::string_view text, const auto& list) {
     return std::any_of(list.begin(), list.end(), [text](std::string_view piece) { return text.starts_with(piece); });
 }
 
-/// Drops a closing bracket that was not opened within the address.
+/// Drops a closing bracket that has no opening one within the address.
 bool dropUnmatchedBracket(std::string_view& address) {
     constexpr std::array<std::string_view, 3> pairs{"()", "[]", "{}"};
     for (const std::string_view pair : pairs) {

@@ -7,8 +7,8 @@
 
 namespace fenlo {
 
-/// Splits a text into its web addresses and what stands between them. The parts joined are the text again. Punctuation
-/// that ends the sentence around an address is no part of it. Pure.
+/// Splits a text into web addresses and the text between them; joined, the parts are the text again. Punctuation of the
+/// sentence around an address does not belong to it. Pure.
 std::vector<TextPart> splitLinks(const std::string& text);
 
 } // namespace fenlo

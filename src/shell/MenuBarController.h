@@ -20,7 +20,7 @@ struct MeetingStatus {
     int segments = 0;
 };
 
-/// Where the menu takes its lines from. Sources that are not filled in are neutral.
+/// Where the menu takes its lines from; by default there is nothing to tell.
 struct MenuSources {
     std::string version;
     std::function<std::string(const std::string& keyName)> hotkeyLabel = [](const std::string& name) { return name; };
@@ -31,8 +31,8 @@ struct MenuSources {
     std::function<bool()> hasKeptTake = [] { return false; };
 };
 
-/// The program's only permanent presence: an icon that shows the state of the session, and a menu with the day's
-/// numbers and the few switches that belong at hand.
+/// The icon in the tray, which shows the state of the session, and its menu with the day's numbers and the most used
+/// switches.
 ///
 /// Threads: main thread only.
 class MenuBarController {
@@ -43,17 +43,17 @@ public:
     MenuBarController(const MenuBarController&) = delete;
     MenuBarController& operator=(const MenuBarController&) = delete;
 
-    // The lines of closures that are not set are disabled. Call refreshMenu() after setting one.
+    // Menu lines without a closure are disabled. Call refreshMenu() after setting one.
     std::function<void()> onShowHistory;
     std::function<void()> onToggleMeeting;
     std::function<void()> onQuit;
     std::function<void()> checkForUpdates;
     std::function<void()> onTryAgain; // of the last take that was kept
 
-    /// Rebuilds the menu whole.
+    /// Rebuilds the menu.
     void refreshMenu();
     void setFace(IconFace face) { m_statusItem.setFace(face); }
-    /// Why the last take came to nothing, as the first line; empty when all is well.
+    /// The first line: why the last take failed; empty when all is well.
     void setTrouble(const std::string& line);
 
     void toggleDictationMode();

@@ -32,7 +32,7 @@ constexpr double pulseCeiling = 1.0;
 constexpr double cardWidth = 400;
 constexpr double cardTextWidth = 356;
 constexpr double cardTextLimit = 800;
-constexpr double cardFrameHeight = 120; // what a card is higher than its text, and at least
+constexpr double cardFrameHeight = 120; // of a card without its text; also the least height
 constexpr double cardMaximumHeight = 480;
 
 constexpr char timerStart[] = "0.00s";
@@ -135,7 +135,7 @@ void OverlayWindow::showChunkProgress(int current, int total) {
         m_mode = Mode::processing;
         m_processingStart = m_processingStart.value_or(now);
         setProcessing("Transcribing " + std::to_string(current) + "/" + std::to_string(total) + "...", pillStyle::text);
-        // An offer that was made stands: it is the slow jobs that have many chunks.
+        // An offer that was made stays: slow jobs are those with many chunks.
         m_content.showCancel = m_expanded;
         resize(std::max(pillStyle::baseWidth, widthToFit()), 0);
         draw();
@@ -169,7 +169,7 @@ void OverlayWindow::showNotice(std::vector<std::string> lines) {
     enqueue([this, lines = std::move(lines)] { showLine(lines, 0); });
 }
 
-// By value: opening the pill of a line ends the timer that called for it.
+// By value: opening the next pill destroys the timer that holds the lines.
 void OverlayWindow::showLine(std::vector<std::string> lines, std::size_t index) {
     if (index >= lines.size()) {
         hide();
@@ -224,7 +224,7 @@ void OverlayWindow::draw() {
     m_pill->setPicture(layOut(m_content, m_measure).picture);
 }
 
-/// The width that the content needs, without the cancel offer, which has its own room.
+/// The width that the content needs without the cancel offer, for which room is added elsewhere.
 double OverlayWindow::widthToFit() const {
     PillContent content = m_content;
     content.showCancel = false;

@@ -30,8 +30,8 @@ struct OverlayServices {
     std::function<void(const std::string& text)> copy; // to the clipboard
 };
 
-/// The pill at the top of the screen that tells what a dictation is doing, and the card for an answer that has nowhere
-/// to go. At most one of them is shown.
+/// The pill at the top of the screen, which shows what a dictation is doing, and the card for an answer without a text
+/// field to go to. At most one of them is shown.
 ///
 /// Threads: main thread only. The operations return at once and do their work on the main queue, in the order called.
 class OverlayWindow {
@@ -42,12 +42,12 @@ public:
     OverlayWindow& operator=(const OverlayWindow&) = delete;
 
     void showRecording(bool isReplacing, const std::string& appName);
-    /// The microphone is still waking; showRecording() follows.
+    /// The microphone is still waking up; showRecording() follows.
     void showWarming(bool isReplacing, const std::string& appName);
     void showProcessing();
-    /// A take of so many seconds is tried again: a pill of its own that looks as after showProcessing().
+    /// A take of so many seconds is tried again: a new pill that looks as after showProcessing().
     void showRetrying(double seconds, const std::string& appName);
-    /// Short lines, two seconds each, after which the pill goes by itself.
+    /// Shows short lines for two seconds each, and hides then.
     void showNotice(std::vector<std::string> lines);
     void showChunkProgress(int current, int total);
     /// Adds the "AI" badge to the running pill.
@@ -55,7 +55,7 @@ public:
     void showResult(const std::string& text);
     void showMeeting();
     void updateMeetingTime(double seconds);
-    /// Fades out what is shown; a following show has a window of its own.
+    /// Fades out what is shown; the next show opens a new window.
     void hide();
 
     /// The user clicked the cancel offer of a slow job.
@@ -90,7 +90,7 @@ private:
     double m_pulseDirection = -1;
     bool m_expanded = false;                 // the cancel offer was made
     std::optional<double> m_recordStart;     // seconds of Clock::now()
-    std::optional<double> m_processingStart; // likewise
+    std::optional<double> m_processingStart; // seconds of Clock::now()
     Timer m_timer;                           // only while the pill is shown
     Timer m_notice;                          // only while a line of a notice is shown
     Lifetime m_lifetime;

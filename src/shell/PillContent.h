@@ -7,7 +7,7 @@
 
 namespace fenlo {
 
-/// What a pill tells, before it is laid out.
+/// What a pill shows, before it is laid out.
 struct PillContent {
     Colour dotColor;
     Colour glowColor;
@@ -41,7 +41,7 @@ using MeasureText = std::function<double(const std::string& text, PillFont font)
 
 PillLayout layOut(const PillContent& content, const MeasureText& measure);
 
-/// The room that a badge takes in the pill, its separator included; none for an empty one.
+/// The width of a badge and its separator; 0 for an empty badge.
 double badgeWidth(const std::string& badge, const MeasureText& measure);
 
 } // namespace fenlo

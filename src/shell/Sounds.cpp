@@ -70,7 +70,7 @@ std::vector<float> renderTones(const std::vector<ToneNote>& notes, double gap, f
     return samples;
 }
 
-/// Hands sounds over in the order they were asked for, whatever order the background renders them in.
+/// Plays sounds in the order of their requests, whatever the order in which they are rendered.
 struct TonePlayer::Player {
     explicit Player(AudioOutput& o) : output(o) {}
 

@@ -30,11 +30,11 @@ struct SoundScheme {
 
     /// In the order of the settings list, which is that of SoundSchemeId.
     static const std::vector<SoundScheme>& all();
-    /// Nothing for an unknown one.
+    /// Null for an unknown one.
     static const SoundScheme* find(SoundSchemeId which);
 };
 
-/// For a key that is held while nothing is said.
+/// Played when nothing is said during a take.
 inline constexpr ToneNote silenceTone{600, 0.03, WaveType::soft};
 
 inline constexpr double toneSampleRate = 44100; // hertz
@@ -53,7 +53,7 @@ public:
 
     /// Returns at once. `gap` in seconds.
     void playTones(std::vector<ToneNote> notes, double gap, float volume);
-    /// The short sound of something that went wrong.
+    /// The short sound for something that went wrong.
     void beep();
 
 private:

@@ -32,7 +32,7 @@ std::int64_t wordCount(const std::string& text) {
 }
 
 std::int64_t averageWPM(std::int64_t words, double seconds) {
-    constexpr double limit = 1e15; // damaged counters must not leave the range of the result
+    constexpr double limit = 1e15; // keeps damaged counters within the range of the result
     if (!(seconds > 0))
         return 0;
     return static_cast<std::int64_t>(std::clamp(static_cast<double>(words) / seconds * 60.0, -limit, limit));

@@ -22,7 +22,7 @@ struct AllTimeStats {
 
 /// One past dictation or meeting.
 struct HistoryEntry {
-    std::string id; // made when the entry is read; not the one that is synchronised
+    std::string id; // made when the entry is read; not the one that the backend knows
     std::string ts; // ISO 8601
     std::int64_t words = 0;
     double wpm = 0;      // words per minute
@@ -31,7 +31,7 @@ struct HistoryEntry {
     std::string fullText;
 };
 
-/// The pieces between single blanks, of the text without the whitespace around it.
+/// The number of pieces between blanks, of the text without the whitespace around it.
 std::int64_t wordCount(const std::string& text);
 
 /// Words per minute, truncated; 0 when there were no seconds.
@@ -39,7 +39,7 @@ std::int64_t averageWPM(std::int64_t words, double seconds);
 
 /// The time that dictating saved over typing 40 words a minute: "7 min", "1.5 hrs".
 std::string savedTimeText(std::int64_t words, double seconds);
-/// The same, going on to days.
+/// The same, with days for large numbers.
 std::string allTimeSavedTimeText(std::int64_t words, double seconds);
 
 } // namespace fenlo

@@ -16,18 +16,18 @@ using Json = nlohmann::json;
 
 namespace {
 
-// Lines as save() writes them. No text of an entry can hold one, since there is no line's end in a JSON string.
+// Lines as save() writes them. They cannot occur within an entry, because JSON strings hold no newline.
 constexpr std::string_view historyStart = "  \"history\": [";
 constexpr std::string_view historyEnd = "\n  ]\n}\n";
 constexpr std::size_t longestHead = 1 << 20; // decades of days
 
-/// On-demand parsing alone passes over what nobody asks for; this looks at every byte.
+/// On-demand parsing skips values that nobody asks for; this checks every byte.
 bool isValid(const simdjson::padded_string& text) {
     simdjson::dom::parser parser;
     return parser.parse(text).error() == simdjson::SUCCESS;
 }
 
-/// An object of what stands before the history, where the file begins and ends as save() writes it.
+/// The part before the history as a JSON object; nothing unless the file begins and ends as save() writes it.
 std::optional<std::string> readHead(const fs::path& path) {
     std::ifstream stream(path, std::ios::binary);
     std::string end(historyEnd.size(), '\0');
@@ -100,7 +100,7 @@ StatisticsFile StatisticsFile::load(const fs::path& path) {
     file.m_text = std::make_unique<simdjson::padded_string>();
     std::error_code ignored;
     if (simdjson::padded_string::load(path.native()).get(*file.m_text))
-        file.m_isDamaged = fs::exists(path, ignored); // what cannot be read is not overwritten either
+        file.m_isDamaged = fs::exists(path, ignored); // a file that cannot be read is not overwritten either
     else if (!isValid(*file.m_text) || !file.takeApart()) {
         file = StatisticsFile();
         file.m_isDamaged = true;
@@ -124,7 +124,7 @@ bool StatisticsFile::takeApart() {
     if (parser.iterate(*m_text).get(document))
         return false;
     return forEachMember(document, [&](const std::string& key, simdjson::ondemand::value value) {
-        // Of another type, whatever stands there would be lost: the file counts as damaged, too.
+        // A value of another type would be lost, so the file counts as damaged then.
         if (key == "history") {
             m_isDamaged |= !takeElements(value, history);
             return true;
@@ -165,7 +165,7 @@ std::string StatisticsFile::compose() const {
         out += text;
     };
 
-    // The counters come first, where a person who opens the file sees them.
+    // The counters come first, because people open the file.
     out += "{\n  ";
     appendMember("total_words", writeJson(Json(totalWords)));
     out += ",\n  ";

@@ -16,11 +16,12 @@ struct padded_string;
 
 namespace fenlo {
 
-/// The statistics file, taken apart just far enough: what a change leaves alone keeps its text and is written again as
-/// it stood, unknown keys included. So a change costs a check and a copy of the file, and no reading of every entry.
+/// The statistics file, parsed only as far as needed: parts that do not change, unknown keys included, keep their text
+/// and are written back byte for byte. So a change costs a check and a copy of the file, but does not parse every
+/// entry.
 ///
 /// Threads: a value, for one thread at a time.
-/// Errors:  a file that cannot be read, or is no JSON object, is a new one; save() sets it aside then.
+/// Errors:  a file that cannot be read or is damaged counts as empty; save() sets it aside.
 class StatisticsFile {
 public:
     struct Day {
@@ -30,10 +31,10 @@ public:
 
     static StatisticsFile load(const std::filesystem::path& path);
 
-    /// The same without the history, which is not even read where save() wrote the file. Not for saving.
+    /// The same without the history, which is not read at all when save() wrote the file. Do not save the result.
     static StatisticsFile loadCounters(const std::filesystem::path& path);
 
-    /// Replaces the file whole, for its owner only. False when that fails; the old file is still there then.
+    /// Replaces the file; readable by its owner only. False when that fails, which leaves the old file.
     bool save(const std::filesystem::path& path, std::chrono::system_clock::time_point now) const;
 
     /// The texts that `days` and `history` point to live as long as this object.
@@ -65,10 +66,10 @@ private:
     bool m_isDamaged = false;
 };
 
-/// Numbers of a file or a server: whatever is none counts as 0.
+/// Numbers from a file or a server; any other value counts as 0.
 std::int64_t toCount(const nlohmann::json& value);
 double toNumber(const nlohmann::json& value);
-/// Null when there is none.
+/// JSON null when there is none.
 const nlohmann::json& memberOf(const nlohmann::json& object, const char* key);
 
 } // namespace fenlo

@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::size_t previewCharacters = 80;
 
-/// As the file has an entry or a day: two levels down, two blanks each.
+/// The value as the file has entries and days: two levels deep, two blanks for each.
 template <typename SomeJson>
 std::string indented(const SomeJson& object) {
     return text::replaceAll(writeJson(object, 2), "\n", "\n    ");
@@ -64,7 +64,7 @@ AllTimeStats allTimeStatsOf(std::int64_t words, std::int64_t sessions, double se
     return {words, sessions, seconds / 60.0, averageWPM(words, seconds), daysActive};
 }
 
-/// Newest first; what is no entry is passed over.
+/// Newest first; values that are no entries are skipped.
 template <typename Texts>
 std::vector<HistoryEntry> readNewestFirst(const Texts& oldestFirst) {
     HistoryReader reader;
@@ -189,7 +189,7 @@ std::vector<Json> StatisticsStore::unsyncedEntries() {
         }
         unsynced.push_back(parseJson(text));
     }
-    // Ids that were not stored would be others the next time, and the backend would count the entries twice.
+    // Ids that could not be stored would be different the next time, and the backend would count the entries twice.
     if (changed && !file.save(m_file, m_clock.wallTime()))
         return {};
     return unsynced;

@@ -19,20 +19,20 @@ namespace fenlo {
 class Clock;
 class StatisticsFile;
 
-/// Everything that the user dictated, and the counters made from it, in `~/.fenlo/stats.json`. Every call reads the
-/// file again, and a change replaces it whole.
+/// Everything that the user dictated, and the counters, in `~/.fenlo/stats.json`. Every call reads the file again, and
+/// a change replaces it.
 ///
-/// Threads: any. Changes come one after the other; a reader finds the file of before a change or of after it, and never
-///          waits. A change and a reading of the history cost a pass over the whole file, the counters far less.
-/// Errors:  none. A session that cannot be written is logged, and written with the next one; a file that does not parse
-///          counts as empty, and is set aside before a new one takes its place.
+/// Threads: any. Changes come one after the other; a reader never waits, and finds the file as it is before or after a
+///          change. A change and reading the history cost a pass over the whole file, reading the counters far less.
+/// Errors:  none. A session that cannot be written is logged, and written with the next one; a damaged file counts as
+///          empty and is set aside before it is replaced.
 class StatisticsStore {
 public:
     StatisticsStore(std::filesystem::path file, const Clock& clock);
 
     /// `duration` in seconds. An empty text counts as a session without words.
     void recordDictation(const std::string& text, double duration);
-    /// One entry for the whole meeting, of which only the numbers are kept.
+    /// Adds one entry for the whole meeting; only its numbers are kept.
     void recordMeeting(const std::string& transcript, std::int64_t segments, double duration);
 
     // From the file.
@@ -44,12 +44,11 @@ public:
     TodayStats shownTodayStats() const;
     AllTimeStats shownAllTimeStats() const;
 
-    /// The entries that the backend has not accepted yet, as the file has them, oldest first. Entries of before there
-    /// was a backend get their ids now.
+    /// The entries that the backend has not accepted yet, as the file has them, oldest first. Old entries without an id
+    /// get one now.
     std::vector<nlohmann::json> unsyncedEntries();
     void markSynced(const std::set<std::string>& entryIds);
-    /// Takes the backend's reply as what is shown from now on. The file stays as it is. A reply that is no object
-    /// changes nothing.
+    /// From now on the numbers of the backend's reply are shown. The file stays as it is. Only a JSON object counts.
     void applyServerStats(const nlohmann::json& reply);
     /// The history of the server view; nothing before the first applyServerStats().
     std::optional<std::vector<HistoryEntry>> serverHistory() const;
@@ -71,7 +70,7 @@ private:
     };
     struct ServerView {
         AllTimeStats allTime;
-        std::string day; // that `today` is of
+        std::string day; // to which `today` belongs
         std::optional<TodayStats> today;
         std::vector<HistoryEntry> history; // newest first
     };
@@ -81,7 +80,7 @@ private:
 
     const std::filesystem::path m_file;
     const Clock& m_clock;
-    std::mutex m_writing; // orders those who change the file
+    std::mutex m_writing;             // orders those who change the file
     std::vector<Session> m_unwritten; // oldest first; none while the disk takes them
     Guarded<std::optional<ServerView>> m_serverView;
 };

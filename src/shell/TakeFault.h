@@ -4,7 +4,7 @@
 
 namespace fenlo {
 
-/// Why a take came to no words.
+/// Why a take failed.
 enum class TakeFault {
     keyMissing,
     keyRefused,
@@ -26,7 +26,7 @@ enum class TakeFault {
 /// One short line for the pill and the menu.
 std::string_view describe(TakeFault fault);
 
-/// What the pill says of a take that waits to be tried again.
+/// What the pill says about a take that can be tried again.
 inline constexpr char keptLine[] = "Kept. Try again from the menu";
 
 } // namespace fenlo

@@ -21,14 +21,14 @@ constexpr std::size_t maxTerms = 20;
 constexpr double doubtfulWord = 0.7;
 constexpr double confidenceOfNothing = -2.0;
 
-/// What may stand in a query as it is, without "&", "+", ";" and "=", which would end a value or become blanks in it.
+/// Characters that need no encoding in a query. "&", "+", ";" and "=" do: they would end a value or become blanks.
 constexpr std::string_view plainInValue = "!$'()*,:@/?";
 
 std::string encode(const std::string& value) {
     return url::percentEncode(value, plainInValue);
 }
 
-/// What the reply says of its only channel in its best reading.
+/// The best reading of the reply's only channel.
 const json& bestAlternative(const json& reply) {
     static const json::json_pointer place("/results/channels/0/alternatives/0");
     if (!reply.contains(place))
@@ -72,7 +72,7 @@ ProviderResult parseReply(std::string_view body) {
     const json& alternative = bestAlternative(reply);
     ProviderResult result;
     result.text = speechReply::textAt(alternative, "transcript", names.service);
-    // The logarithm puts the figure on the scale of log-probabilities that the other services tell.
+    // A log-probability, as the other services give it.
     const double confidence = speechReply::numberAt(alternative, "confidence", 0);
     result.meta.emplace();
     result.meta->avgConfidence = confidence > 0 ? std::log(confidence) : confidenceOfNothing;

@@ -6,8 +6,7 @@
 
 namespace fenlo::deepgram {
 
-/// What the service is told about a clip, as the query of its address. Of the vocabulary the first twenty terms go
-/// along.
+/// The query of the address, which tells the service about the clip. It has the first twenty terms of the vocabulary.
 std::string composeQuery(const std::string& language, const std::vector<std::string>& vocabulary, bool isDevMode);
 
 /// The text of a successful reply, and how sure the service was of it. Throws TranscriberError invalidResponse.

@@ -27,8 +27,8 @@ struct Term {
     std::string_view written;
 };
 
-// The order matters: "get check out" comes before the "get " it begins with, and what becomes a dash or "git " comes
-// before the forms that contain one.
+// The order matters: "get check out" comes before "get ", and forms that become a dash or "git " come before forms that
+// contain these.
 constexpr std::array<Term, 30> developerTerms = {{
     {"minus ", "-"},
     {"dash ", "-"},

@@ -6,7 +6,7 @@
 
 namespace fenlo {
 
-/// Whether the application is one that code and commands are typed into.
+/// Whether code or commands are typed into the application.
 bool isDeveloperTool(const std::optional<std::string>& appName);
 
 /// Turns a dictated command into a written one: lower case, no closing punctuation, spoken quotes as quotes, and

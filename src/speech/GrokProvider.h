@@ -8,7 +8,7 @@ namespace fenlo::grok {
 /// invalidResponse.
 ProviderResult parseReply(std::string_view body);
 
-/// Sends a clip and waits for its text. A language that the service does not format is left to it to detect. Blocks;
+/// Sends a clip and waits for its text. The service detects a language that it cannot format. Blocks;
 /// errors as groq::transcribe().
 ProviderResult transcribe(const ServiceAccess& access, const TranscribeRequest& request, const std::string& language,
                           std::stop_token stop);

@@ -5,7 +5,7 @@
 namespace fenlo::groq {
 
 /// The text of a successful reply, without the segments that the recogniser itself doubts. Clips below three seconds
-/// are judged less strictly, as single words score badly. Throws TranscriberError invalidResponse.
+/// are judged less strictly, because single words score badly. Throws TranscriberError invalidResponse.
 ProviderResult parseReply(std::string_view body, double clipDuration);
 
 /// Sends a clip and waits for its text. Blocks. `language` is a code or "auto"; an empty prompt is left out.

@@ -9,7 +9,7 @@
 
 namespace fenlo {
 
-/// The term list of a profession; empty for one that has none. An empty function knows no profession.
+/// The terms of a profession; empty when it has none. The function may be empty too.
 using ProfessionTerms = std::function<std::vector<std::string>(const std::string& profession)>;
 
 /// The prompt that biases the recogniser towards the user's words: vocabulary, terms of the profession and what was

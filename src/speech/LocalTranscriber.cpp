@@ -15,8 +15,8 @@ namespace {
 
 constexpr float lowestAvgLogprob = -1.5f; // of a segment that is kept
 
-/// Looser than the engine's own limits for repetition and doubt: fewer passes, and so less waiting. The filter on the
-/// segments takes over what they would have rejected.
+/// The limits for repetition and doubt are looser than the engine's own, so that fewer windows are decoded again and
+/// the user waits less. keptText() drops the doubtful segments instead.
 whisper::DecodingOptions optionsFor(const std::string& language) {
     whisper::DecodingOptions options;
     options.task = whisper::DecodingTask::transcribe;

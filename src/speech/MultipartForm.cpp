@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t roomForFields = 4096;
 
-/// A name that cannot end the quoted string or the line it stands in.
+/// The name without characters that would end the quoted string or its line.
 std::string quotable(std::string_view name) {
     return text::replaceAll(text::replaceAll(text::replaceAll(name, "\"", "%22"), "\r", "%0D"), "\n", "%0A");
 }

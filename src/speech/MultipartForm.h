@@ -5,7 +5,7 @@
 
 namespace fenlo {
 
-/// The body of a form that carries a file, byte for byte, with a boundary of its own.
+/// The body of a form with a file in it, under a random boundary.
 class MultipartForm {
 public:
     MultipartForm();

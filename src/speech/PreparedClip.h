@@ -7,8 +7,8 @@
 
 namespace fenlo {
 
-/// A clip made ready for the upload. What was made for it is deleted with this object, and held until then, so that
-/// removeAbandonedClips() leaves it alone; the clip itself stays.
+/// A clip prepared for the upload. A file that was made for it is locked, so that removeAbandonedClips() leaves it
+/// alone, and deleted with this object; the clip itself stays.
 class PreparedClip {
 public:
     explicit PreparedClip(const std::filesystem::path& original)

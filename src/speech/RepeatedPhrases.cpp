@@ -15,7 +15,7 @@ constexpr std::size_t shortestPhrase = 2;
 constexpr std::size_t longestPhrase = 5;
 constexpr std::size_t mostNaturalCopies = 2;
 
-/// How often the phrase of `length` words at `start` stands there in a row. `words` are in lower case.
+/// How often the phrase of `length` words at `start` is repeated in a row. `words` are in lower case.
 std::size_t copiesAt(const std::vector<std::string>& words, std::size_t start, std::size_t length) {
     const auto phrase = words.begin() + static_cast<std::ptrdiff_t>(start);
     std::size_t copies = 1;

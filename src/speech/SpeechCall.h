@@ -23,12 +23,12 @@ struct ServiceAccess {
 struct ServiceNames {
     std::string_view service;
     std::string_view destination;
-    bool logsErrors = true; // or leaves an error status to the caller's line
+    bool logsErrors = true; // false when only the caller logs an error status
 };
 
-/// One clip's way to a service and back, told in the log. The time that it takes counts from its construction.
+/// Sends one clip to a service and logs it. The time that it takes counts from the construction.
 ///
-/// Threads: those of the worker that waits for the text; every call blocks.
+/// Threads: one worker; every call blocks.
 class SpeechCall {
 public:
     SpeechCall(const ServiceAccess& access, const ServiceNames& names, const TranscribeRequest& request);

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-/// Reading what a speech service answers. Replies are hostile until they are read; what is none throws TranscriberError
-/// invalidResponse, which names the service.
+/// Reads the replies of the speech services. A reply in any unexpected form throws TranscriberError invalidResponse,
+/// which names the service.
 namespace fenlo::speechReply {
 
 /// The reply as a JSON object with valid text in it.

@@ -136,7 +136,7 @@ const std::string& Transcriber::hostOf(CloudService service) const {
     std::abort();
 }
 
-/// The one place where a service is tied to its provider.
+/// The only place that knows which provider belongs to a service.
 std::string Transcriber::transcribeInCloud(const TranscribeRequest& request, const Settings& settings,
                                            std::stop_token stop) {
     const CloudService service = chosenService(settings);

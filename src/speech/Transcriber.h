@@ -26,9 +26,9 @@ CloudService chosenRecogniser(const Settings& settings, std::string_view provide
 /// The one entrance through which audio becomes text: chooses the engine on this machine or a cloud service, guards
 /// against invented text, and tidies what is left.
 ///
-/// Threads: any. setup() and transcribe() block and belong on workers; two clips may be on their way at once, and
-///          lastMeta() is that of the last to finish. The others never block.
-/// Errors:  transcribe() throws TranscriberError, HttpError or the local engine's error; it tries nothing twice.
+/// Threads: any. setup() and transcribe() block and belong on workers. Several clips may be transcribed at once;
+///          lastMeta() belongs to the one that finished last. The other functions never block.
+/// Errors:  transcribe() throws TranscriberError, HttpError or the local engine's error; it does not retry.
 class Transcriber {
 public:
     Transcriber(Config& config, const Deployment& deployment, HttpClient& http, ServiceKeys& keys,

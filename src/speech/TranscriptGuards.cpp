@@ -66,7 +66,7 @@ constexpr std::array<std::string_view, 10> hallucinationPrefixes = {
     "thank you",     "thanks for", "subscribe",       "like and subscribe", "subtitles by",
     "translated by", "copyright",  "don't forget to", "please like",        "please subscribe"};
 
-/// The text without blanks, closing punctuation and quotes round it, in lower case.
+/// The text in lower case, without the blanks, closing punctuation and quotes around it.
 std::string normalise(std::string_view original) {
     static constexpr std::array<std::string_view, 7> trimmed = {".", ",", "!", "?", "…", "\"", " "};
     const std::string lower = text::lower(text::trimWhitespace(original));

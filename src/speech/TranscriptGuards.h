@@ -6,7 +6,7 @@
 
 namespace fenlo {
 
-/// Recognisers invent text on silence: subtitle credits, video outros, endless repeats. This tells such an utterance.
+/// Recognisers invent text on silence: subtitle credits, video outros, endless repeats. This recognises such texts.
 class HallucinationGuard {
 public:
     /// `subtitleSiteDomain` is named in four of the invented credit lines.

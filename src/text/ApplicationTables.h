@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-/// What the text intelligence makes of the application in front, by substrings of its id. The tables differ on purpose
-/// and are kept apart: a dictation, a command and the voice commands ask different things.
+/// How texts adapt to the application in front, which is recognised by parts of its id. Dictations, commands and voice
+/// commands have tables of their own, which differ on purpose.
 ///
 /// Threads: any; pure.
 namespace fenlo {
@@ -14,7 +14,7 @@ std::string_view dictationTone(std::string_view appBundleId);
 /// How the result of an AI command should sound there.
 std::string_view commandTone(std::string_view appBundleId);
 
-/// Whether a dictation is prompted for as a command line.
+/// Whether the prompt of a dictation asks for a command line.
 bool isPromptedAsDeveloperTool(std::string_view appBundleId);
 
 /// Whether voice commands leave the capitalisation alone there.

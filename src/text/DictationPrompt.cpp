@@ -186,7 +186,7 @@ std::string languageRule(const std::string& language) {
 
 std::string userMessage(const Settings& settings, const std::string& text, const FocusContext& context) {
     std::string message;
-    // A translation is kept apart from its surroundings, which would pull it back into their language.
+    // The surrounding text is left out: a model might answer in its language instead of translating.
     if (settings.outputMode == OutputMode::transcribe) {
         if (!context.existingText.empty())
             message += "Text already in the field (use for tone/style context ONLY — do NOT match its language, do NOT "

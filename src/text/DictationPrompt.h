@@ -5,8 +5,8 @@
 
 #include <string>
 
-/// The two strings that a language model gets for a dictation. They make it a formatter and keep it from being an
-/// assistant. Pure functions.
+/// The two strings that a language model gets for a dictation. They make it format the text instead of answering it.
+/// Pure functions.
 namespace fenlo {
 
 /// Whether the output mode asks for another language or script than the spoken one.
@@ -24,7 +24,7 @@ std::string languageRule(const std::string& language);
 /// The dictated text with its surroundings.
 std::string userMessage(const Settings& settings, const std::string& text, const FocusContext& context);
 
-/// The application as it is called in a prompt.
+/// The name of the application in a prompt.
 std::string promptedName(const FocusContext& context);
 
 } // namespace fenlo

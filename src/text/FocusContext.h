@@ -8,7 +8,7 @@ namespace fenlo {
 /// from it. Unknown texts are empty.
 struct FocusContext {
     std::string appName;       // as the user knows it
-    std::string appBundleId;   // what the tables of applications work on
+    std::string appBundleId;   // as the tables of applications know it
     std::string existingText;  // of the focused control, its last 2000 characters
     std::string selectedText;  // whole
     std::string clipboardText; // the first 2000 characters

@@ -34,13 +34,13 @@ json decode(const std::string& service, std::string_view body) {
     return reply;
 }
 
-/// The answer to which `walk` leads in a reply.
+/// The answer in a reply; `walk` leads to its place.
 template <typename Walk>
 std::string answerIn(const std::string& service, std::string_view body, Walk walk) {
     const json reply = decode(service, body);
     try {
         return text::trimWhitespaceAndNewlines(walk(reply).template get_ref<const std::string&>());
-    } catch (const json::exception&) { // whose text may quote the reply
+    } catch (const json::exception&) { // its own text may quote the reply
         throw SmartRewriteError(SmartRewriteError::Kind::parseError, service + "'s reply holds no answer");
     }
 }

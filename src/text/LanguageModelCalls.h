@@ -22,7 +22,7 @@ struct ModelAccess {
     std::string key;
 };
 
-/// A call came to no usable answer. what() is one line, free of secrets.
+/// A call without a usable answer. what() is one line, free of secrets.
 struct SmartRewriteError : std::runtime_error {
     enum class Kind { apiError, parseError, noApiKey };
     SmartRewriteError(Kind reason, const std::string& message, int httpStatus = 0)
@@ -39,7 +39,7 @@ struct SmartRewriteError : std::runtime_error {
 std::string callGemini(HttpClient& http, const ModelAccess& access, const ModelPrompt& prompt, std::stop_token stop);
 std::string callGroq(HttpClient& http, const ModelAccess& access, const ModelPrompt& prompt, std::stop_token stop);
 
-/// The pure halves of the calls: the body that goes up, and the answer in the body that comes back. parseReply() throws
+/// The pure parts of the calls: the body of the request, and the answer in the body of the reply. parseReply() throws
 /// as the calls do.
 namespace gemini {
 std::string composeBody(const ModelPrompt& prompt);

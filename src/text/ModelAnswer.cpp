@@ -11,7 +11,7 @@ namespace fenlo {
 
 namespace {
 
-/// The first that fits is dropped.
+/// The first one that the answer begins with is dropped.
 constexpr std::string_view labels[] = {
     "polished text:",
     "polished:",
@@ -73,7 +73,7 @@ std::ptrdiff_t countMarkers(std::string_view text) {
                          [&](std::string_view marker) { return lowered.find(marker) != std::string::npos; });
 }
 
-/// Reasoning ends in a line with the conclusion. Where no such line is to be seen the text stays whole.
+/// Reasoning ends with the conclusion on a line of its own. Without such a line the text stays whole.
 std::string withoutReasoning(std::string text) {
     if (countMarkers(text) < markersOfReasoning)
         return text;

@@ -104,7 +104,7 @@ Rewrite SmartRewrite::rewrite(const std::string& text, const FocusContext& conte
             }
             logInfo("SmartRewrite: attempt {} failed ({}), retrying...", attempt, failure.message);
         }
-        if (!stop.stop_requested()) // else the next attempt ends at once
+        if (!stop.stop_requested()) // after a stop the next attempt ends at once
             m_clock.sleep(retryPause);
     }
 }

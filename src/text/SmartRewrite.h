@@ -24,10 +24,10 @@ std::span<const CloudService> rewritingServices(const Settings& settings);
 /// Whether the settings have dictations rewritten.
 bool wantsRewrite(const Settings& settings);
 
-/// The one gateway to the large language models. A dictation never fails because of it: every fault ends in the text as
-/// it was spoken.
+/// The only gateway to the large language models. A dictation never fails because of it: after every fault the text
+/// stays as it was spoken.
 ///
-/// Threads: any. rewrite() and complete() block and belong on workers; several calls may be on their way at once.
+/// Threads: any. rewrite() and complete() block and belong on workers; several calls may run at once.
 ///          warmConnection() never blocks.
 /// Errors:  rewrite() throws nothing and says in its result that nothing was changed; complete() throws what
 ///          callGemini() and callGroq() throw, and SmartRewriteError noApiKey.
@@ -40,7 +40,7 @@ public:
     Rewrite rewrite(const std::string& text, const FocusContext& context, const std::string& language,
                     const std::vector<std::string>& uncertainParts, std::stop_token stop);
 
-    /// Asks the model of the settings, or under "auto" Gemini and then Groq; once each.
+    /// Asks the model that the settings name, or under "auto" Gemini and, when that fails, Groq.
     std::string complete(const std::string& system, const std::string& user, std::stop_token stop);
 
     /// Opens the connection that the next call will take, when its key is at hand and the settings want a rewrite.

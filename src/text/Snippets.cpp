@@ -17,7 +17,7 @@ namespace {
 
 using Entry = std::map<std::string, std::string>;
 
-/// The entries of the file; none when anything in it has another form.
+/// The entries of the file; empty when any part of it has another form.
 std::vector<Entry> readEntries(const std::filesystem::path& file) {
     const auto content = files::read(file);
     if (!content)

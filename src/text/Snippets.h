@@ -7,7 +7,7 @@
 namespace fenlo {
 
 /// Texts that the user calls up by saying their trigger. They are kept in a JSON file, an array of objects with
-/// "trigger" and "text", which the user edits by hand and which is read anew at each look.
+/// "trigger" and "text", which the user edits by hand.
 ///
 /// Threads: any; each call reads the file.
 /// Errors:  none; a file that cannot be used holds no snippets.
@@ -15,7 +15,7 @@ class Snippets {
 public:
     explicit Snippets(std::filesystem::path file);
 
-    /// The text of the first snippet whose trigger the transcript is, alone or after "insert" or "type".
+    /// The text of the first snippet whose trigger equals the transcript, with or without "insert" or "type" before it.
     std::optional<std::string> matchSnippet(const std::string& transcript) const;
 
     /// `~/.fenlo/snippets.json`.

@@ -5,8 +5,8 @@
 
 namespace fenlo {
 
-/// What an utterance is looked up by when the whole of it may be a command: lower case, without blanks round it and
-/// without the full stop that recognisers put behind it.
+/// The form in which a whole utterance is compared with commands and triggers: lower case, without blanks around it and
+/// without the full stop that recognisers add.
 std::string spokenKey(std::string_view transcript);
 
 } // namespace fenlo

@@ -30,7 +30,7 @@ std::string userProfileSentence(const Settings& settings) {
     const std::string& profession = settings.profession;
     if (profession.empty() || profession == "other")
         return {};
-    // "a" before a vowel too: models do not mind.
+    // Always "a", even before a vowel: the models understand it.
     std::string sentences = "The user is a ";
     if (!settings.professionRole.empty())
         sentences += roleDisplay(settings.professionRole) + " ";

@@ -16,7 +16,7 @@ void learnCorrection(Config& config, const std::string& correction);
 /// Learns the proper nouns that a rewrite restored: capitalised words that the transcript did not have.
 void learnFromRewrite(Config& config, const std::string& textBeforeRewrite, const std::string& rewrittenText);
 
-/// The candidates of learnFromRewrite, in order, each once. Pure.
+/// The terms that learnFromRewrite() would learn, in order, each once. Pure.
 std::vector<std::string> restoredTerms(const std::string& textBeforeRewrite, const std::string& rewrittenText,
                                        const Settings& settings);
 

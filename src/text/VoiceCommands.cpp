@@ -51,8 +51,9 @@ constexpr SpokenSymbol spokenSymbols[] = {
     {"tab", "\t"},
 };
 
-/// The phrase as words of their own, with the blanks round them and the punctuation that the recogniser put behind.
-/// Blanks are taken at the start of a run or not at all: "\s*" would try each of them anew, a square of a long run.
+/// Matches the phrase as whole words, with the blanks around it and the punctuation that the recogniser added.
+/// Leading blanks match from the start of their run only: plain "\s*" would try each blank of a run again, which takes
+/// quadratic time on long runs.
 text::Regex spokenWords(std::string_view phrase) {
     return text::Regex("(?:(?<!\\s)\\s++)?\\b" + text::quotePattern(phrase) + "\\b[.,!?;:]*\\s*",
                        text::CaseSensitivity::insensitive);
@@ -85,7 +86,7 @@ std::string replaceSpokenSymbols(std::string text) {
     return text;
 }
 
-/// No doubled blanks, none before a line end or a mark, no doubled marks. The patterns stay linear on long runs.
+/// Removes doubled blanks and marks, and blanks before a line end or a mark, in linear time.
 std::string tidied(std::string text) {
     static const text::Regex blanks("[^\\S\\n\\t]+");
     static const text::Regex blanksAtLineEnd(" +\\n");
@@ -133,7 +134,7 @@ std::string capitalizeSentences(const std::string& text) {
     capitalized.reserve(valid.size());
     bool atStart = true;
     for (const std::string_view character : text::characters(valid)) {
-        // Quotes and digits pass the start on to the next letter.
+        // After quotes and digits the next letter still begins the sentence.
         if (atStart && text::startsWithLetter(character)) {
             capitalized += text::upper(character);
             atStart = false;

@@ -16,7 +16,7 @@ constexpr std::array<std::string_view, 7> prefixes{
     "no i meant ", "i meant ", "i said ", "fix that to ", "correct that to ", "change that to ", "replace with ",
 };
 
-constexpr std::size_t wholeTextWords = 4; // from here on a correction replaces everything
+constexpr std::size_t wholeTextWords = 4; // a correction of so many words replaces everything
 constexpr std::size_t searchedWords = 5;  // the last words in which one is replaced
 constexpr std::size_t shortWord = 2;      // words of at most so many characters are never replaced
 
@@ -35,7 +35,7 @@ std::optional<std::string> matchCorrection(const std::string& rawText) {
     for (const auto prefix : prefixes) {
         if (!spoken.starts_with(prefix))
             continue;
-        // As many characters are dropped as the prefix has: the transcript keeps its case and its leading punctuation.
+        // The prefix was compared in lower case; cutting by its length keeps the case of the transcript.
         const std::size_t prefixEnd = text::firstCharacters(transcript, prefix.size()).size();
         std::string correction = text::trimPunctuation(text::trimWhitespace(transcript.substr(prefixEnd)));
         if (correction.empty())

@@ -9,7 +9,7 @@
 
 namespace fenlo::voice {
 
-/// compactFeatures() for one stretch of speech after another.
+/// compactFeatures() for many stretches of speech, with memory that is used again.
 class FeatureExtractor {
 public:
     /// Levels and pitches are those of the stretch's frames, as frameLevels() and framePitches() give them.

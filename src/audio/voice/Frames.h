@@ -5,7 +5,7 @@
 
 namespace fenlo::voice {
 
-/// Quieter frames tell nothing of a voice.
+/// Quieter frames say nothing about a voice.
 inline constexpr float voiceLevel = 0.01F; // RMS
 
 /// Calls `visit` with each frame that fits whole.

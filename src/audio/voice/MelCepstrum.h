@@ -10,7 +10,7 @@
 
 namespace fenlo::voice {
 
-/// meanMFCC() with tables and buffers that serve one stretch of speech after another.
+/// meanMFCC() for many stretches of speech: tables and buffers are used again.
 class MfccFinder {
 public:
     MfccFinder();

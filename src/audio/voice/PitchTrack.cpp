@@ -39,13 +39,13 @@ public:
     }
 
 private:
-    /// Of the frame without its mean, with silence around it; in the real parts, up to a factor.
+    /// The autocorrelation of the frame without its mean and with silence around it: the real parts, up to a factor.
     std::span<const kiss_fft_cpx> autocorrelation(std::span<const float> frame) {
         const double sum = std::accumulate(frame.begin(), frame.end(), 0.0);
         const auto mean = static_cast<float>(sum / static_cast<double>(frame.size()));
         std::ranges::transform(frame, m_padded.begin(), [mean](float sample) { return sample - mean; });
         const auto spectrum = m_transform(m_padded);
-        // The power is real and even, so that its transform back is a forward one too.
+        // The power is real and even, so the forward transform serves as the inverse one.
         for (std::size_t i = 0; i < spectrum.size(); ++i) {
             const float power = spectrum[i].r * spectrum[i].r + spectrum[i].i * spectrum[i].i;
             m_power[i] = m_power[(transformSize - i) % transformSize] = power;

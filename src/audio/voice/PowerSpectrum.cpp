@@ -7,7 +7,7 @@ namespace fenlo::voice {
 
 namespace {
 
-/// 4 for the doubled amplitude.
+/// The amplitude is doubled, so the power is four times as high.
 float power(kiss_fft_cpx value) {
     return 4 * (value.r * value.r + value.i * value.i);
 }
@@ -16,7 +16,7 @@ float power(kiss_fft_cpx value) {
 
 PowerSpectrum::PowerSpectrum(std::size_t length)
     : m_transform(length), m_window(length), m_windowed(length), m_power(length / 2 + 1) {
-    // Periodic: the cosine closes one sample after the window's end.
+    // Periodic: the cosine reaches its start again one sample after the end of the window.
     const double step = 2 * std::numbers::pi / static_cast<double>(length);
     for (std::size_t i = 0; i < length; ++i)
         m_window[i] = static_cast<float>(0.54 - 0.46 * std::cos(step * static_cast<double>(i)));

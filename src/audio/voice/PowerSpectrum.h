@@ -9,8 +9,8 @@ namespace fenlo::voice {
 
 /// The power spectrum of frames of one length under a Hamming window.
 ///
-/// It has the form of a packed real transform with twice the mathematical scale, which logarithms of the power carry
-/// on: value 0 holds the powers of the constant part and of the Nyquist frequency together, the last value is 0.
+/// The scale is twice the mathematical one, and value 0 holds the powers of the constant part and of the Nyquist
+/// frequency together; the last value is 0. Features derived from logarithms of the power depend on that scale.
 ///
 /// Threads: one at a time.
 class PowerSpectrum {

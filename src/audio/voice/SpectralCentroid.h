@@ -8,7 +8,7 @@
 
 namespace fenlo::voice {
 
-/// spectralCentroid() with tables and buffers that serve one stretch of speech after another.
+/// spectralCentroid() for many stretches of speech: tables and buffers are used again.
 class CentroidFinder {
 public:
     CentroidFinder();

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-/// Features by which one voice is told from another: pitch, energy, spectral centroid and mel-frequency cepstral
-/// coefficients. Plain signal processing on mono samples at 16000 Hz; a frame counts when it fits whole.
+/// Features that distinguish voices: pitch, energy, spectral centroid and mel-frequency cepstral
+/// coefficients. Plain signal processing on mono samples at 16000 Hz; only complete frames count.
 ///
 /// Threads: any; pure.
 namespace fenlo::voice {
@@ -46,7 +46,7 @@ std::optional<Mfcc> meanMFCC(std::span<const float> samples);
 /// Triangular filters on the mel scale: [filters][fftSize / 2 + 1] weights.
 std::vector<std::vector<float>> melFilterbank(int filters, int fftSize, double rate);
 
-/// The features of a stretch of speech by which speakers are compared.
+/// The features by which speakers are compared, of a stretch of speech.
 struct CompactFeatures {
     std::string gender;
     double pitchMedian = 0;    // hertz

@@ -27,7 +27,7 @@ std::optional<fs::path> writeFiltered(std::span<const float> samples) {
     }
 }
 
-/// A new file with the profile's voice alone; nothing when the recording is to stay as it is.
+/// A new file with the user's voice alone; nothing when the recording stays as it is.
 std::optional<fs::path> filtered(const fs::path& recording, const VoiceProfileData& profile) {
     const auto samples = loadVoiceAudio(recording);
     if (!samples || samples->size() < matchWindow)

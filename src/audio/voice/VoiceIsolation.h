@@ -6,11 +6,11 @@ namespace fenlo {
 
 class Config;
 
-/// Cuts other people's voices out of a recording: windows that do not sound like the stored profile go. In every
-/// doubtful case the recording stays as it is.
+/// Cuts other people's voices out of a recording: windows that do not sound like the stored profile are removed. In
+/// case of doubt the recording stays as it is.
 ///
 /// Threads: workers; the profile is read on each call.
-/// Errors:  none; whatever fails gives the given file.
+/// Errors:  none; when anything fails, the given file is returned.
 class VoiceIsolation {
 public:
     VoiceIsolation(Config& config, std::filesystem::path profileFile);

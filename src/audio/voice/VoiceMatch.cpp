@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t fadeWidth = 160; // samples, 10 ms
 constexpr std::size_t joinPause = 800; // samples, 50 ms
-constexpr float cutMask = 0.01F;       // what is not above is cut
+constexpr float cutMask = 0.01F;       // samples up to this value of the mask are cut
 
 // All windows begin at a frame of the pitch track, so the frames of the whole recording serve them all.
 static_assert(matchHop % voice::pitchHop == 0);

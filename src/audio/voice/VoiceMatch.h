@@ -21,10 +21,10 @@ bool isKept(double score);
 /// How well a window of speech fits the profile, 0 to 1.
 double voiceMatchScore(const voice::CompactFeatures& window, const VoiceProfileData& profile);
 
-/// The score of each window that fits whole; 0 for one without a voice.
+/// The score of each complete window; 0 for a window without a voice.
 std::vector<double> windowScores(std::span<const float> samples, const VoiceProfileData& profile);
 
-/// What the kept windows hold, pushed together with a pause of 50 ms at each join; empty when none or all are kept.
+/// The samples of the kept windows, joined with a pause of 50 ms; empty when none or all windows are kept.
 std::vector<float> isolated(std::span<const float> samples, std::span<const double> scores);
 
 /// Turns the hard edges of a mask of zeros and ones into ramps, in place.

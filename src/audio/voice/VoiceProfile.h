@@ -36,9 +36,9 @@ std::string encodeVoiceProfile(const VoiceProfileData& profile);
 /// Nothing when a key is missing or of the wrong type; only the MFCC vector may be absent.
 std::optional<VoiceProfileData> decodeVoiceProfile(std::string_view json);
 
-/// Reads the stored profile, if there is a good one.
+/// The stored profile; nothing when there is none or it is damaged.
 std::optional<VoiceProfileData> loadVoiceProfile(const std::filesystem::path& file);
-/// Replaces the stored profile whole. False when it cannot be written.
+/// Replaces the stored profile. False when it cannot be written.
 bool storeVoiceProfile(const VoiceProfileData& profile, const std::filesystem::path& file);
 
 /// The samples of an audio file at 16000 Hz, all channels mixed; nothing when it cannot be read.

@@ -28,7 +28,7 @@ constexpr DisplayForm roleForms[] = {
     {"internal_help", "internal IT"},
 };
 
-/// Shared with the practice areas, so that a lawyer's "family" reads as the doctor's.
+/// Practice areas of lawyers are here too, so a lawyer's "family" reads like a doctor's.
 constexpr DisplayForm specialtyForms[] = {
     {"cardiology", "Cardiology"},
     {"dermatology", "Dermatology"},

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-/// The professions, what can be chosen for each, and how the choices read. Keys are what the settings hold; one that is
-/// not known reads as itself.
+/// The professions, what can be chosen for each, and how the choices read. The settings hold the keys; an unknown key
+/// reads as itself.
 ///
 /// Threads: any; selectProfession() changes the settings on the caller's thread.
 namespace fenlo {
@@ -42,7 +42,7 @@ std::span<const std::string_view> practiceAreaChoices(std::string_view professio
 std::span<const std::string_view> specialtyChoices(std::string_view profession);
 std::span<const std::string_view> dictationTypeChoices(std::string_view profession);
 
-/// Makes it the user's profession. Its vocabulary takes the place of what was learned before.
+/// Makes it the user's profession; its vocabulary replaces the terms that were learned before.
 void selectProfession(Config& config, std::string_view key);
 
 } // namespace fenlo
