@@ -52,7 +52,7 @@ private:
 
     const std::filesystem::path m_file;
     std::chrono::system_clock::time_point m_recorded;
-    mutable std::mutex m_mutex; // held across the file's writing, which it orders
+    mutable std::mutex m_mutex; // also held while the file is written
     std::optional<LockedFile> m_lock;
     Take m_take;
 };

@@ -35,7 +35,7 @@ struct SmartRewriteError : std::runtime_error {
 ///
 /// Threads: workers.
 /// Errors:  SmartRewriteError for an unusable answer, HttpError when there was none, std::runtime_error for a body that
-///          is no JSON. All are one line without the key and with at most the start of what the service wrote.
+///          is not JSON. All are one line without the key and with at most the start of what the service wrote.
 std::string callGemini(HttpClient& http, const ModelAccess& access, const ModelPrompt& prompt, std::stop_token stop);
 std::string callGroq(HttpClient& http, const ModelAccess& access, const ModelPrompt& prompt, std::stop_token stop);
 
