@@ -173,6 +173,7 @@ TEST_F(SmartRewriteTest, TheHostOfTheNextCallIsWarmed) {
     }
     EXPECT_EQ(asked, 0);
 
+    choose("groq", "translate");
     ::unsetenv("GROQ_API_KEY");
     models.complete("s", "u", {});
     http.warmed.clear();
