@@ -1,5 +1,6 @@
 #include "ui/BusMenu.h"
 
+#include "ui/BusStructure.h"
 #include "ui/GuardedCall.h"
 
 #include <QDBusArgument>
@@ -44,31 +45,19 @@ const QDBusArgument& operator>>(const QDBusArgument& in, BusMenuLayout& layout) 
 }
 
 QDBusArgument& operator<<(QDBusArgument& out, const BusMenuItem& item) {
-    out.beginStructure();
-    out << item.id << item.properties;
-    out.endStructure();
-    return out;
+    return writeStructure(out, item.id, item.properties);
 }
 
 const QDBusArgument& operator>>(const QDBusArgument& in, BusMenuItem& item) {
-    in.beginStructure();
-    in >> item.id >> item.properties;
-    in.endStructure();
-    return in;
+    return readStructure(in, item.id, item.properties);
 }
 
 QDBusArgument& operator<<(QDBusArgument& out, const BusMenuEvent& event) {
-    out.beginStructure();
-    out << event.id << event.name << event.data << event.timestamp;
-    out.endStructure();
-    return out;
+    return writeStructure(out, event.id, event.name, event.data, event.timestamp);
 }
 
 const QDBusArgument& operator>>(const QDBusArgument& in, BusMenuEvent& event) {
-    in.beginStructure();
-    in >> event.id >> event.name >> event.data >> event.timestamp;
-    in.endStructure();
-    return in;
+    return readStructure(in, event.id, event.name, event.data, event.timestamp);
 }
 
 BusMenu::BusMenu() {

@@ -1,5 +1,6 @@
 #include "ui/StatusNotifier.h"
 
+#include "ui/BusStructure.h"
 #include "ui/StatusIcon.h"
 
 #include <QCoreApplication>
@@ -34,31 +35,19 @@ NotifierImage onTheWire(const QImage& image) {
 } // namespace
 
 QDBusArgument& operator<<(QDBusArgument& out, const NotifierImage& image) {
-    out.beginStructure();
-    out << image.width << image.height << image.argb;
-    out.endStructure();
-    return out;
+    return writeStructure(out, image.width, image.height, image.argb);
 }
 
 const QDBusArgument& operator>>(const QDBusArgument& in, NotifierImage& image) {
-    in.beginStructure();
-    in >> image.width >> image.height >> image.argb;
-    in.endStructure();
-    return in;
+    return readStructure(in, image.width, image.height, image.argb);
 }
 
 QDBusArgument& operator<<(QDBusArgument& out, const NotifierToolTip& tip) {
-    out.beginStructure();
-    out << tip.iconName << tip.icon << tip.title << tip.text;
-    out.endStructure();
-    return out;
+    return writeStructure(out, tip.iconName, tip.icon, tip.title, tip.text);
 }
 
 const QDBusArgument& operator>>(const QDBusArgument& in, NotifierToolTip& tip) {
-    in.beginStructure();
-    in >> tip.iconName >> tip.icon >> tip.title >> tip.text;
-    in.endStructure();
-    return in;
+    return readStructure(in, tip.iconName, tip.icon, tip.title, tip.text);
 }
 
 StatusNotifier::StatusNotifier(QObject& busMenu, IconFace face, std::function<void()> onActivate)

@@ -47,7 +47,7 @@ class Commands(RewritingCase):
         self.assertNotIn("Selected text", self.gemini.requests()[0]["user"])
 
     def test_without_a_text_field_the_answer_shows_on_a_card(self):
-        fenlo = self.start_fenlo()
+        fenlo = self.start_fenlo(fresh=True)
         self.open_notice()
         self.gemini.answer("The answer on the card")
         self.command("What is the answer?")
@@ -86,7 +86,7 @@ class Commands(RewritingCase):
         self.assertNotIn("price of tea", request["user"])
 
     def test_failed_command_leaves_the_instruction(self):
-        fenlo = self.start_fenlo()
+        fenlo = self.start_fenlo(fresh=True)
         editor = self.open_editor()
         for model in (self.gemini, self.groq):
             model.misbehave("500")

@@ -19,7 +19,7 @@ class KeptTakes(DesktopCase):
         self.panel = self.open_panel()
 
     def test_a_refused_take_is_kept_and_arrives_when_it_is_tried_again(self):
-        fenlo = self.start_fenlo()
+        fenlo = self.start_fenlo(fresh=True)
         editor = self.open_editor()
         self.recogniser.misbehave("401")
         fenlo.wait_for(KEPT, fenlo.dictate(self.clip))
@@ -64,7 +64,7 @@ class KeptTakes(DesktopCase):
             self._try_again_into(self.open_editor())
 
     def test_what_is_recorded_or_under_way_when_the_program_ends_waits_for_the_next_start(self):
-        fenlo = self.start_fenlo()
+        fenlo = self.start_fenlo(fresh=True)
         with desktop.held(HOTKEY):
             self.clip.speak()
             fenlo.process.terminate()

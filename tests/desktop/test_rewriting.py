@@ -1,10 +1,11 @@
-"""Dictations that a language model polishes before they are typed."""
+"""Dictations that a language model polishes before they are typed, and the keys of the services."""
 
-import time
+import os
 import unittest
 
-from harness import sound
-from harness.case import RewritingCase
+from harness import processes, sound
+from harness.case import ANSWER, RewritingCase
+from harness.keyring import Keyring
 from harness.waiting import wait_for
 
 BEEP, END_TONE = 440, 660  # hertz
@@ -111,16 +112,27 @@ class Rewriting(RewritingCase):
             editor.wait_for_text(expected)
         self.assertEqual(len(self.gemini.requests()), len(polished))
 
-    def test_termination_while_a_model_hangs(self):
-        fenlo = self.start_fenlo()
-        self.open_editor()
-        self.gemini.misbehave("hang")
-        self.say("this will hang")
-        wait_for(self.gemini.requests, "the request to the model")
-        started = time.monotonic()
-        fenlo.process.terminate()
-        self.assertEqual(fenlo.process.wait(15), 0)
-        self.assertLess(time.monotonic() - started, 1.0)
+
+class Secrets(RewritingCase):
+    environment = {"GROQ_API_KEY": None}
+
+    def test_each_service_gets_its_key_from_the_keyring(self):
+        keyring = Keyring(self.folder)
+        self.addCleanup(keyring.close)
+        for service in ("xai", "gemini", "groq"):
+            command = [os.environ["FENLO_PROGRAM"], "keys", "set", service]
+            processes.output(command, input=f"{service}_of_the_keyring\n")
+        fenlo = self.start_fenlo({"stt_engine": "stt81"})
+        editor = self.open_editor()
+        self.gemini.misbehave("500")
+        self.groq.answer("Polished by the second model.")
+        self.say_and_paste(ANSWER)
+        editor.wait_for_text("Polished by the second model.")
+        [spoken] = self.recogniser.requests()
+        self.assertEqual((spoken["target"], spoken["authorization"]), ("/v1/stt", "Bearer xai_of_the_keyring"))
+        self.assertTrue(self.gemini.requests()[0]["target"].endswith("?key=gemini_of_the_keyring"))
+        self.assertEqual(self.groq.requests()[0]["authorization"], "Bearer groq_of_the_keyring")
+        self.assertNotIn("of_the_keyring", fenlo.errors())
 
 
 if __name__ == "__main__":

@@ -19,7 +19,7 @@ class VoiceCommands(DesktopCase):
         editor.wait_for_text("First line\nSecond one, please\n\nPlan:\nAspirin daily")
 
     def test_select_all_and_delete_that(self):
-        fenlo = self.start_fenlo()
+        fenlo = self.start_fenlo(fresh=True)
         editor = self.open_editor("to be replaced")
         self._act("Select all.")
         self.say_and_paste("Instead of it")
@@ -57,7 +57,7 @@ class VoiceCommands(DesktopCase):
 
 class Corrections(DesktopCase):
     def test_repairs_what_was_just_typed_and_nothing_else(self):
-        fenlo = self.start_fenlo()
+        fenlo = self.start_fenlo(fresh=True)
         editor = self.open_editor("Typed by hand. ")
         editor.press_end()
         self.say_and_paste("We met at the clinic!")

@@ -6,18 +6,23 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from . import desktop
+from . import desktop, pill
 from .fenlo import HOTKEY, Fenlo
 from .panel import Panel
 from .services import Services
 from .sound import Clip
 from .targets import Editor, Notice, Terminal
+from .waiting import wait_for
 
 ANSWER = "The quick brown fox"
 
 
 class DesktopCase(unittest.TestCase):
-    """Gives each test fresh services and a folder, and what it starts, on a desktop shared by the module."""
+    """Gives each test a folder and what it starts, on a desktop shared by the module.
+
+    The services, and the program while it is wanted with the same settings, go on from test to test of a class; what a
+    test reads of requests and of the log begins with the test.
+    """
 
     settings = {}
     environment = {}
@@ -27,6 +32,19 @@ class DesktopCase(unittest.TestCase):
         cls._clips = tempfile.mkdtemp(prefix="clips-")
         cls.addClassCleanup(shutil.rmtree, cls._clips)
         cls.clip = Clip("The quick brown fox", cls._clips)
+        cls._place = Path(tempfile.mkdtemp(prefix="program-"))
+        cls.addClassCleanup(shutil.rmtree, cls._place, ignore_errors=True)
+        cls.services = Services(os.environ["FENLO_SERVICES"], cls._place, ANSWER)
+        cls.addClassCleanup(cls.services.close)
+        cls.recogniser, cls.gemini, cls.groq = cls.services.speech, cls.services.gemini, cls.services.groq
+        cls._running = None
+        cls.addClassCleanup(cls._end_program)
+
+    @classmethod
+    def _end_program(cls):
+        if cls._running:
+            cls._running[0].close()
+            cls._running = None
 
     def run(self, result=None):
         self._result = result
@@ -36,20 +54,31 @@ class DesktopCase(unittest.TestCase):
         self._faults_before = self._faults()
         self.folder = Path(tempfile.mkdtemp(prefix="take-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        self.services = Services(os.environ["FENLO_SERVICES"], self.folder, ANSWER)
-        self.addCleanup(self.services.close)
-        self.recogniser, self.gemini, self.groq = self.services.speech, self.services.gemini, self.services.groq
+        self.services.forget()
+        for service in (self.recogniser, self.gemini, self.groq):
+            service.answer(ANSWER)
         self.fenlo = None
 
     def tearDown(self):
         if self.fenlo and self._faults() > self._faults_before:
             self._tell_what_happened()
+            self._end_program()
 
-    def start_fenlo(self, settings=None, environment=None, **options):
-        settings = {**self.settings, **(settings or {})}
-        environment = {**self.environment, **(environment or {})}
-        self.fenlo = Fenlo(os.environ["FENLO_PROGRAM"], self.folder, self.services, settings, environment, **options)
-        self.addCleanup(self.fenlo.close)
+    def start_fenlo(self, settings=None, environment=None, fresh=False, **options):
+        """The program with these settings: the one of the test before if it runs with the same and `fresh` is not set.
+        Otherwise a new one, with a new home unless this test has started one already."""
+        wanted = {"settings": {**self.settings, **(settings or {})}, **options}
+        wanted["environment"] = {**self.environment, **(environment or {})}
+        cls = type(self)
+        if cls._running and not fresh and not self.fenlo and cls._running[1] == wanted and cls._running[0].is_running():
+            self.fenlo = cls._running[0]
+            self.fenlo.forget()
+            return self.fenlo
+        self._end_program()
+        if not self.fenlo:
+            self._home = Path(tempfile.mkdtemp(dir=self._place))
+        self.fenlo = Fenlo(os.environ["FENLO_PROGRAM"], self._home, self.services, **wanted)
+        cls._running = (self.fenlo, wanted)
         return self.fenlo
 
     def open_editor(self, text="", name="mousepad"):
@@ -86,6 +115,7 @@ class DesktopCase(unittest.TestCase):
             self.fenlo.wait_for("[Fenlo] Recording at", mark)
             desktop.press("space")
             self.fenlo.wait_for("[Fenlo] Switched to AI command mode", mark)
+            wait_for(lambda: pill.dot() == pill.COMMAND, "the pill in the colour of commands")
             self.clip.speak()
         return mark
 

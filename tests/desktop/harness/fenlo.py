@@ -45,8 +45,12 @@ class Fenlo:
         self.process = self._start()
         self.wait_for("[Fenlo] Ready.")
 
+    def forget(self):
+        """Leaves out what the log has so far."""
+        self._earlier_lines = len(self._whole_log())
+
     def log(self):
-        """The lines of the log since this start."""
+        """The lines of the log since this start, or since forget()."""
         return self._whole_log()[self._earlier_lines :]
 
     def mark(self):

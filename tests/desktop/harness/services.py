@@ -21,6 +21,11 @@ class Services:
         self.speech, self.gemini, self.groq = (Service(self.address, name) for name in ("speech", "gemini", "groq"))
         wait_for(lambda: self.speech.requests() is not None, "the services")
 
+    def forget(self):
+        """Leaves out what has come so far."""
+        for service in (self.speech, self.gemini, self.groq):
+            service.forget()
+
     def close(self):
         processes.end(self.process)
         self._log.close()
@@ -32,6 +37,10 @@ class Service:
     def __init__(self, address, name):
         self._address = address
         self._name = name
+        self._earlier = 0  # requests that are left out
+
+    def forget(self):
+        self._earlier += len(self.requests() or [])
 
     def answer(self, text, delay=0):
         """Answers with this text from now on, after `delay` seconds."""
@@ -45,7 +54,8 @@ class Service:
         """What came so far, oldest first; none when nobody answers."""
         try:
             with urllib.request.urlopen(self._address + "/control/requests", timeout=5) as reply:
-                return [request for request in json.load(reply) if request["service"] == self._name]
+                requests = [request for request in json.load(reply) if request["service"] == self._name]
+                return requests[self._earlier :]
         except OSError:
             return None
 

@@ -41,27 +41,6 @@ protected:
     X11Workspace workspace{queue};
 };
 
-TEST_F(PasteIntoProgramsTest, EditorGetsTheTextInEveryLayout) {
-    const ChildProcess editor({"mousepad", "--disable-server"});
-    ASSERT_TRUE(waitForFront());
-    std::optional<FocusedElement> element;
-    ASSERT_TRUE(eventually([&] { return (element = accessibility.focusedElement(0.5)) && element->value; }, 20));
-    const auto display = XDisplay::open();
-    std::string expected;
-    for (const auto& [layout, group] : {std::pair("us", 0), std::pair("us,ru", 1), std::pair("us(dvorak)", 0),
-                                        std::pair("us,us(dvorak)", 1), std::pair("fr", 0), std::pair("ru", 0)}) {
-        outputOf({"setxkbmap", "-layout", layout});
-        XkbLockGroup(display->get(), XkbUseCoreKbd, static_cast<unsigned>(group));
-        XSync(display->get(), False);
-        expected += std::string("слово ") + layout + ", ";
-        paste(std::string("слово ") + layout + ", ", key::v, mask::command);
-        EXPECT_TRUE(eventually([&] {
-            return (element = accessibility.focusedElement(0.5)) && element->value == expected;
-        })) << layout
-            << ": " << element.value_or(FocusedElement{}).value.value_or("nothing");
-    }
-}
-
 TEST_F(PasteIntoProgramsTest, EditorGetsTypedTextInEveryLayoutThatHasTheCharacters) {
     const ChildProcess editor({"mousepad", "--disable-server"});
     ASSERT_TRUE(waitForFront());
@@ -80,17 +59,6 @@ TEST_F(PasteIntoProgramsTest, EditorGetsTypedTextInEveryLayoutThatHasTheCharacte
         })) << layout
             << ": " << element.value_or(FocusedElement{}).value.value_or("nothing");
     }
-}
-
-TEST_F(PasteIntoProgramsTest, TerminalGetsThePrimarySelection) {
-    const auto typed = files::temporaryFile("typed-", ".txt");
-    const ChildProcess terminal({"xterm", "-u8", "-e", "cat > " + typed.string()});
-    ASSERT_TRUE(waitForFront());
-    EXPECT_EQ(workspace.frontApplication()->paste, PasteChord::shiftInsert);
-    ASSERT_TRUE(eventually([&] { return files::read(typed).has_value(); }));
-    paste("word in a terminal", key::insert, mask::shift);
-    outputOf({"xdotool", "key", "Return"});
-    EXPECT_TRUE(eventually([&] { return files::read(typed) == "word in a terminal\n"; }));
 }
 
 TEST_F(PasteIntoProgramsTest, TerminalGetsTheTextUnderALayoutWithoutLatinLetters) {

@@ -67,8 +67,4 @@ VirtualBus::~VirtualBus() {
     ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
 }
 
-bool eventually(const std::function<bool()>& condition, double limit) {
-    return waitUntil(limit, condition);
-}
-
 } // namespace fenlo::test

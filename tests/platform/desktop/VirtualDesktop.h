@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/desktop/ChildProcess.h"
+#include "support/WaitUntil.h"
 
 #include <functional>
 #include <string>
@@ -32,7 +33,9 @@ private:
     ChildProcess m_bus;
 };
 
-/// Waits for what other programs do, by looking again and again. Returns whether it came true within the seconds.
-bool eventually(const std::function<bool()>& condition, double limit = 5);
+/// Waits for what other programs do.
+inline bool eventually(const std::function<bool()>& condition, double limit = 5) {
+    return waitUntil(limit, condition);
+}
 
 } // namespace fenlo::test

@@ -1,4 +1,5 @@
 #include "platform/linux/net/CurlHttpClient.h"
+#include "platform/net/FailureOf.h"
 #include "support/LoopbackServer.h"
 #include "support/WaitUntil.h"
 
@@ -52,15 +53,8 @@ protected:
 
     HttpResponse send(const HttpRequest& request) { return client.send(request, {}); }
 
-    /// The error of a request that must not succeed.
     HttpError failure(const HttpRequest& request, std::stop_token stop = {}) {
-        try {
-            client.send(request, stop);
-        } catch (const HttpError& error) {
-            return error;
-        }
-        ADD_FAILURE() << "an answer came";
-        return {Kind::badUrl, ""};
+        return failureOf(client, request, std::move(stop));
     }
 
     std::vector<WireRequest> requests() const {

@@ -1,6 +1,7 @@
 // Bodies that are taken as they come: what every client keeps, and what only a real network can break.
 
 #include "platform/linux/net/CurlHttpClient.h"
+#include "platform/net/FailureOf.h"
 #include "support/FakeHttpClient.h"
 #include "support/LoopbackServer.h"
 
@@ -108,15 +109,7 @@ protected:
         return {"HTTP/1.1 200 Fine\r\nContent-Length: " + std::to_string(length) + "\r\n\r\n"};
     }
 
-    HttpError failure(std::stop_token stop = {}) {
-        try {
-            client.send(request, stop);
-        } catch (const HttpError& error) {
-            return error;
-        }
-        ADD_FAILURE() << "an answer came";
-        return {Kind::badUrl, ""};
-    }
+    HttpError failure(std::stop_token stop = {}) { return failureOf(client, request, std::move(stop)); }
 
     void serve(LoopbackServer::Handler handler) {
         server = std::make_unique<LoopbackServer>(std::move(handler));

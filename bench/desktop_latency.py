@@ -1,6 +1,6 @@
 """Measures how fast and how heavy the program is on the virtual desktop. To be run by hand, on a machine at rest:
 
-    scripts/virtual-desktop python3 tests/desktop/latency_probe.py PROGRAM SERVICES
+    scripts/virtual-desktop python3 bench/desktop_latency.py PROGRAM SERVICES
 """
 
 import os
@@ -13,11 +13,13 @@ import threading
 import time
 from pathlib import Path
 
-from harness import desktop, processes
-from harness.fenlo import HOTKEY, PASTED, Fenlo
-from harness.services import Services
-from harness.sound import Clip
-from harness.targets import Editor
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "tests" / "desktop"))
+
+from harness import desktop, processes  # noqa: E402
+from harness.fenlo import HOTKEY, PASTED, Fenlo  # noqa: E402
+from harness.services import Services  # noqa: E402
+from harness.sound import Clip  # noqa: E402
+from harness.targets import Editor  # noqa: E402
 
 TAKES = 10
 IDLE_SECONDS = 30
