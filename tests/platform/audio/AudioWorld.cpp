@@ -1,7 +1,5 @@
 #include "AudioWorld.h"
 
-#include "support/WaitUntil.h"
-
 #include <cmath>
 #include <numbers>
 
@@ -47,7 +45,7 @@ public:
             m_output.emplace();
         return *m_output;
     }
-    bool passUntil(const std::function<bool()>& condition) override { return m_queue.pumpUntil(condition); }
+    bool passUntil(const std::function<bool()>& condition) override { return m_queue.runUntil(condition); }
     void plugInHeadset() override {
         m_server.control("load-module module-remap-source master=micfeed.monitor source_name=headset "
                          "source_properties=device.bus=bluetooth");
@@ -77,7 +75,7 @@ double PulseWorld::soundingFrequency() {
         heard.assign(samples.begin(), samples.end());
     });
     engine->start();
-    m_queue.pumpUntil([&] {
+    m_queue.runUntil([&] {
         std::lock_guard lock(mutex);
         return !heard.empty();
     });
@@ -86,28 +84,6 @@ double PulseWorld::soundingFrequency() {
 }
 
 } // namespace
-
-void PumpedQueue::post(Task task) {
-    std::lock_guard lock(m_mutex);
-    m_tasks.push_back(std::move(task));
-}
-
-void PumpedQueue::pump() {
-    std::deque<Task> tasks;
-    {
-        std::lock_guard lock(m_mutex);
-        tasks.swap(m_tasks);
-    }
-    for (Task& task : tasks)
-        task();
-}
-
-bool PumpedQueue::pumpUntil(const std::function<bool()>& condition, double limit) {
-    return waitUntil(limit, [&] {
-        pump();
-        return condition();
-    });
-}
 
 std::unique_ptr<AudioWorld> makeFakeWorld() {
     return std::make_unique<FakeWorld>();

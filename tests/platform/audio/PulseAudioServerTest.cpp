@@ -31,7 +31,7 @@ protected:
         return engine;
     }
     bool deliversMore() {
-        return queue.pumpUntil([this, before = delivered.load()] { return delivered > before + 4800; });
+        return queue.runUntil([this, before = delivered.load()] { return delivered > before + 4800; });
     }
     bool recordsNothing() { return server.control("list short source-outputs").find("Dictation") == std::string::npos; }
 
@@ -52,7 +52,7 @@ TEST_F(PulseAudio, FirstSamples_ComeWithinFiftyMilliseconds) {
         delivered = 0;
         const auto start = SteadyClock::now();
         ASSERT_FALSE(engine->start());
-        ASSERT_TRUE(queue.pumpUntil([&] { return delivered > 0; }));
+        ASSERT_TRUE(queue.runUntil([&] { return delivered > 0; }));
         fastest = std::min(fastest, secondsSince(start));
         engine->stop();
     }
@@ -83,7 +83,7 @@ TEST_F(PulseAudio, FirstChannelOnly_IsTaken) {
     EXPECT_EQ(engine->format().channels, 2u);
     ASSERT_FALSE(engine->start());
     server.playRaw(path);
-    EXPECT_TRUE(queue.pumpUntil([&] { return std::abs(level - 0.2828F) < 0.01F; })) << level;
+    EXPECT_TRUE(queue.runUntil([&] { return std::abs(level - 0.2828F) < 0.01F; })) << level;
     server.kill();
     std::filesystem::remove(path);
 }
@@ -97,11 +97,11 @@ TEST_F(PulseAudio, RestartInMidCapture_IsBridged) {
     ASSERT_TRUE(deliversMore());
 
     server.kill();
-    EXPECT_TRUE(queue.pumpUntil([&] { return !input.defaultDevice(); }));
+    EXPECT_TRUE(queue.runUntil([&] { return !input.defaultDevice(); }));
     EXPECT_TRUE(engine->isRunning());
     const std::size_t before = delivered;
     server.start();
-    EXPECT_TRUE(queue.pumpUntil([&] { return input.defaultDevice() && input.defaultDevice()->id == device->id; }));
+    EXPECT_TRUE(queue.runUntil([&] { return input.defaultDevice() && input.defaultDevice()->id == device->id; }));
     EXPECT_TRUE(deliversMore());
     EXPECT_GE(delivered, before);
     EXPECT_TRUE(engine->isRunning());
@@ -131,7 +131,7 @@ TEST_F(PulseAudio, ServerThatComesLater_IsFound) {
     EXPECT_TRUE(input.makeEngine()->start());
     output.play(tone(440, 1, 44100), 44100); // nobody hears it
     server.start();
-    EXPECT_TRUE(queue.pumpUntil(
+    EXPECT_TRUE(queue.runUntil(
         [&] { return told > 0 && input.defaultDevice() && input.defaultDevice()->name == "Microphone"; }));
     const auto engine = countingEngine(input);
     EXPECT_FALSE(engine->start());
@@ -143,7 +143,7 @@ TEST_F(PulseAudio, ServerWithoutSources_IsNoDevice) {
     PulseAudioInput input(queue);
     EXPECT_FALSE(input.defaultDevice());
     server.control("load-module module-null-sink sink_name=late");
-    EXPECT_TRUE(queue.pumpUntil([&] { return input.defaultDevice().has_value(); })) << "a monitor counts";
+    EXPECT_TRUE(queue.runUntil([&] { return input.defaultDevice().has_value(); })) << "a monitor counts";
 }
 
 TEST_F(PulseAudio, HungServer_HoldsNobodyUpForASecond) {
@@ -184,7 +184,7 @@ TEST_F(PulseAudio, BusOfADevice_TellsWhetherItIsBuiltIn) {
         server.control("load-module module-remap-source master=micfeed.monitor source_name=" + name +
                        " 'source_properties=\"device.description=" + name + " " + properties + "\"'");
         server.control("set-default-source " + name);
-        ASSERT_TRUE(queue.pumpUntil([&, &expected = name] { return input.defaultDevice()->name == expected; })) << name;
+        ASSERT_TRUE(queue.runUntil([&, &expected = name] { return input.defaultDevice()->name == expected; })) << name;
         EXPECT_EQ(input.defaultDevice()->isBuiltIn, isBuiltIn) << name;
     }
 }

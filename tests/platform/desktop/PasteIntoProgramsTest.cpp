@@ -4,7 +4,8 @@
 
 #include "base/Files.h"
 #include "platform/KeyCodes.h"
-#include "platform/desktop/PumpedQueue.h"
+#include "platform/PumpedQueue.h"
+#include "platform/desktop/VirtualDesktop.h"
 #include "platform/linux/desktop/XDisplay.h"
 #include "platform/linux/desktop/accessibility/AtspiAccessibility.h"
 #include "platform/linux/desktop/clipboard/X11Pasteboard.h"

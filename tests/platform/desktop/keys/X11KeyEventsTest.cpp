@@ -3,7 +3,8 @@
 #include "platform/linux/desktop/keys/X11KeyEvents.h"
 
 #include "platform/KeyCodes.h"
-#include "platform/desktop/PumpedQueue.h"
+#include "platform/PumpedQueue.h"
+#include "platform/desktop/VirtualDesktop.h"
 #include "platform/desktop/keys/Fingers.h"
 #include "platform/desktop/keys/KeyWindow.h"
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h> // before the macros of X11
 
 #include "base/Files.h"
-#include "platform/desktop/PumpedQueue.h"
+#include "platform/PumpedQueue.h"
 #include "platform/desktop/StubBrowser.h"
 #include "platform/desktop/keys/KeyWindow.h"
 #include "platform/desktop/session/LoginManager.h"

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h> // before the macros of X11
 
 #include "base/Files.h"
+#include "platform/PumpedQueue.h"
 #include "platform/desktop/ChildProcess.h"
-#include "platform/desktop/PumpedQueue.h"
 #include "platform/desktop/StubBrowser.h"
 #include "platform/desktop/keys/KeyWindow.h"
 #include "platform/desktop/session/LoginManager.h"
@@ -79,19 +79,14 @@ TEST_F(ApplicationIdentityTest, IdTellsTheKindOfApplication) {
 }
 
 TEST_F(ApplicationIdentityTest, TerminalsPasteTheirOwnWay) {
-    for (const char* old : {"XTerm", "UXTerm", "URxvt"})
-        EXPECT_EQ(identify({old, "", ""}).paste, PasteChord::shiftInsert) << old;
-    for (const char* modern : {"Gnome-terminal", "konsole", "kitty", "Alacritty", "Xfce4-terminal"}) {
-        const auto terminal = identify({modern, "", ""});
-        EXPECT_EQ(terminal.paste, PasteChord::controlShiftV) << modern;
-        EXPECT_TRUE(terminal.isTerminal) << modern;
-        EXPECT_THAT(terminal.id, HasSubstr("terminal")) << modern;
-    }
+    EXPECT_EQ(identify({"URxvt", "", ""}).paste, PasteChord::shiftInsert);
+    const auto terminal = identify({"konsole", "", ""});
+    EXPECT_EQ(terminal.paste, PasteChord::controlShiftV);
+    EXPECT_TRUE(terminal.isTerminal);
+    EXPECT_THAT(terminal.id, HasSubstr("terminal"));
     EXPECT_EQ(identify({"Mousepad", "", ""}).paste, PasteChord::controlV);
-    for (const char* editor : {"Emacs", "Gvim"}) {
-        EXPECT_EQ(identify({editor, "", ""}).paste, PasteChord::shiftInsert) << editor;
-        EXPECT_FALSE(identify({editor, "", ""}).isTerminal) << editor;
-    }
+    EXPECT_EQ(identify({"Emacs", "", ""}).paste, PasteChord::shiftInsert);
+    EXPECT_FALSE(identify({"Emacs", "", ""}).isTerminal);
 }
 
 TEST(ActiveWindowTest, VanishedWindowIsNoneAndNoHarm) {
@@ -107,17 +102,6 @@ TEST(ActiveWindowTest, VanishedWindowIsNoneAndNoHarm) {
     outputOf({"xprop", "-root", "-format", "_NET_ACTIVE_WINDOW", "32x", "-set", "_NET_ACTIVE_WINDOW", "0x7fffff"});
     EXPECT_FALSE(active->identity());
     EXPECT_TRUE(active->isConnected());
-}
-
-TEST(ActiveWindowTest, RealProgramIsKnownByItsDesktopFile) {
-    const VirtualDesktop desktop;
-    PumpedQueue queue;
-    X11Workspace workspace(queue);
-    const ChildProcess editor({"mousepad", "--disable-server"});
-    std::optional<FrontApplication> front;
-    ASSERT_TRUE(eventually([&] { return (front = workspace.frontApplication()).has_value(); }, 20));
-    EXPECT_EQ(front->name, "Mousepad");
-    EXPECT_EQ(front->id, "org.xfce.mousepad");
 }
 
 TEST(InstanceLockTest, LockEndsWithItsHolderHoweverThatEnds) {
