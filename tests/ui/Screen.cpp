@@ -1,7 +1,7 @@
 #include "ui/Screen.h"
 
 #include "base/Text.h"
-#include "platform/desktop/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "ui/Application.h"
 
 #include <QGuiApplication>

@@ -7,27 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace fenlo::test {
-
-namespace {
-
-pid_t spawn(std::vector<std::string> command) {
-    std::vector<char*> arguments;
-    for (std::string& argument : command)
-        arguments.push_back(argument.data());
-    arguments.push_back(nullptr);
-    const pid_t process = ::fork();
-    if (process == 0) {
-        ::execvp(arguments.front(), arguments.data());
-        ::_exit(127);
-    }
-    return process;
-}
-
-} // namespace
 
 SoundServer::SoundServer() {
     std::string folder = (std::filesystem::temp_directory_path() / "sound-XXXXXX").string();
@@ -67,25 +48,21 @@ void SoundServer::launch(const std::vector<std::string>& modules) {
         command.push_back("-L");
         command.push_back(module);
     }
-    m_process = spawn(command);
+    m_process = ChildProcess(command);
     if (!waitUntil(10, [this] { return control("info").find("Server Name") != std::string::npos; }))
         ADD_FAILURE() << "pulseaudio does not answer; is it installed?";
 }
 
 void SoundServer::kill() {
-    if (m_process == 0)
-        return;
-    ::kill(m_process, SIGKILL);
-    ::waitpid(m_process, nullptr, 0);
-    m_process = 0;
+    m_process = {};
 }
 
 void SoundServer::freeze() {
-    ::kill(m_process, SIGSTOP);
+    m_process.signal(SIGSTOP);
 }
 
 void SoundServer::thaw() {
-    ::kill(m_process, SIGCONT);
+    m_process.signal(SIGCONT);
 }
 
 std::string SoundServer::control(const std::string& arguments) {

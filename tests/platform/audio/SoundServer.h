@@ -1,8 +1,9 @@
 #pragma once
 
+#include "support/ChildProcess.h"
+
 #include <filesystem>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 namespace fenlo::test {
@@ -32,7 +33,7 @@ private:
     void launch(const std::vector<std::string>& modules);
 
     std::filesystem::path m_folder;
-    pid_t m_process = 0;
+    ChildProcess m_process;
 };
 
 } // namespace fenlo::test

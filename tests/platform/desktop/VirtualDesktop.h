@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/desktop/ChildProcess.h"
+#include "support/ChildProcess.h"
 #include "support/WaitUntil.h"
 
 #include <functional>

@@ -5,13 +5,8 @@
 #include "support/WaitUntil.h"
 
 #include <csignal>
-#include <fcntl.h>
 #include <functional>
-#include <spawn.h>
 #include <stdexcept>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
 
 namespace fenlo::test {
 
@@ -21,29 +16,6 @@ namespace {
 constexpr char busConfiguration[] = R"(<busconfig><type>session</type><listen>unix:path=@/bus</listen>
 <policy context="default"><allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/></policy>
 </busconfig>)";
-
-pid_t spawn(std::vector<std::string> words, const std::string& inputFile) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, inputFile.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    std::vector<char*> arguments;
-    for (std::string& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    pid_t child = 0;
-    const int error = posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0)
-        throw std::runtime_error("cannot start " + words[0] + ", which this test needs");
-    return child;
-}
-
-void end(pid_t child) {
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
-}
 
 void waitFor(const char* what, const std::function<bool()>& isSo) {
     if (!waitUntil(10, isSo))
@@ -77,9 +49,8 @@ PrivateKeyring::PrivateKeyring()
     ::setenv("DBUS_SESSION_BUS_ADDRESS", m_address.c_str(), 1);
     ::unsetenv("DISPLAY");
     files::writeAtomically(m_folder + "/bus.conf", text::replaceAll(busConfiguration, "@", m_folder));
-    files::writeAtomically(m_folder + "/password", "password\n");
 
-    m_bus = spawn({"dbus-daemon", "--config-file=" + m_folder + "/bus.conf", "--nofork", "--nopidfile"}, "/dev/null");
+    m_bus = ChildProcess({"dbus-daemon", "--config-file=" + m_folder + "/bus.conf", "--nofork", "--nopidfile"});
     waitFor("session bus", [this] {
         m_connection = g_dbus_connection_new_for_address_sync(
             m_address.c_str(),
@@ -92,23 +63,21 @@ PrivateKeyring::PrivateKeyring()
 }
 
 PrivateKeyring::~PrivateKeyring() {
-    end(m_daemon);
+    m_daemon = {};
     g_object_unref(m_connection);
-    end(m_bus);
 }
 
 void PrivateKeyring::startDaemon() {
-    m_daemon =
-        spawn({"gnome-keyring-daemon", "--foreground", "--unlock", "--components=secrets"}, m_folder + "/password");
+    m_daemon = ChildProcess({"gnome-keyring-daemon", "--foreground", "--unlock", "--components=secrets"}, "password\n");
     waitFor("keyring", [this] { return isOwned(m_connection, "org.freedesktop.secrets"); });
 }
 
 void PrivateKeyring::freeze() {
-    ::kill(m_daemon, SIGSTOP);
+    m_daemon.signal(SIGSTOP);
 }
 
 void PrivateKeyring::thaw() {
-    ::kill(m_daemon, SIGCONT);
+    m_daemon.signal(SIGCONT);
 }
 
 void PrivateKeyring::lock() {
@@ -122,7 +91,7 @@ void PrivateKeyring::lock() {
 }
 
 void PrivateKeyring::restart() {
-    end(m_daemon);
+    m_daemon = {};
     waitFor("end of the keyring", [this] { return !isOwned(m_connection, "org.freedesktop.secrets"); });
     startDaemon();
 }

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "support/ChildProcess.h"
+
 #include <gio/gio.h>
 #include <string>
-#include <sys/types.h>
 
 namespace fenlo::test {
 
@@ -29,8 +30,7 @@ private:
 
     std::string m_folder;
     std::string m_address;
-    pid_t m_bus = 0;
-    pid_t m_daemon = 0;
+    ChildProcess m_bus, m_daemon;
     GDBusConnection* m_connection = nullptr;
 };
 

@@ -2,7 +2,6 @@
 
 #include "base/Files.h"
 #include "platform/PumpedQueue.h"
-#include "platform/desktop/ChildProcess.h"
 #include "platform/desktop/StubBrowser.h"
 #include "platform/desktop/keys/KeyWindow.h"
 #include "platform/desktop/session/LoginManager.h"
@@ -12,6 +11,7 @@
 #include "platform/linux/desktop/session/ScreenLockWatch.h"
 #include "platform/linux/desktop/session/SleepWatch.h"
 #include "platform/linux/desktop/session/X11Workspace.h"
+#include "support/ChildProcess.h"
 
 #include <filesystem>
 #include <unistd.h>

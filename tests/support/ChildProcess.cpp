@@ -1,4 +1,4 @@
-#include "platform/desktop/ChildProcess.h"
+#include "support/ChildProcess.h"
 
 #include <csignal>
 #include <cstdio>
