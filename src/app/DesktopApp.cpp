@@ -4,6 +4,7 @@
 
 #include "Version.h"
 #include "app/ExitStatus.h"
+#include "app/ProgramRun.h"
 #include "app/TakeServices.h"
 #include "app/TerminationSignals.h"
 
@@ -15,6 +16,7 @@
 #include "platform/linux/audio/PulseAudioInput.h"
 #include "platform/linux/audio/PulseAudioOutput.h"
 #include "platform/linux/desktop/XDisplay.h"
+#include "platform/linux/desktop/XcbConnection.h"
 #include "platform/linux/desktop/accessibility/AtspiAccessibility.h"
 #include "platform/linux/desktop/clipboard/X11Pasteboard.h"
 #include "platform/linux/desktop/keys/X11KeyEvents.h"
@@ -75,16 +77,8 @@ MenuSources menuSources(const AudioRecorder& recorder, const StatisticsStore& st
     return sources;
 }
 
-} // namespace
-
-int runDesktopApp(int argc, char** argv) {
-    TerminationSignals::block();
-    // The toolkit would end the process without a word of help.
-    if (!X11Pasteboard().isConnected()) {
-        std::fprintf(stderr, "fenlo: no X display%s; start it from a desktop session, or see `fenlo doctor`\n",
-                     displayName().c_str());
-        return exitStatus::failed;
-    }
+/// Before the QApplication is made.
+void prepareToolkit() {
     // Native Wayland clients can neither place nor raise windows; XWayland clients can.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "xcb;wayland");
@@ -95,18 +89,34 @@ int runDesktopApp(int argc, char** argv) {
         else
             std::fprintf(stderr, "%s\n", qUtf8Printable(qFormatLogMessage(type, context, message)));
     });
-    QApplication application(argc, argv);
     QApplication::setApplicationName("Fenlo");
     QApplication::setApplicationVersion(version);
     QApplication::setDesktopFileName("fenlo");
     QApplication::setQuitOnLastWindowClosed(false);
+}
 
-    QtMainQueue mainQueue;
-    const TerminationSignals termination([&] { mainQueue.quit(); });
-    X11Workspace workspace(mainQueue);
-    if (!AppDelegate::becomeOnlyInstance(workspace))
-        return exitStatus::ok;
+SessionHooks sessionHooks(Workspace& workspace, TakeServices& services) {
+    SessionHooks hooks;
+    hooks.isScreenLocked = [&] { return workspace.isScreenLocked(); };
+    hooks.warmConnection = [&] { services.warmConnections(); };
+    hooks.askKeyringAgain = [&] { services.keychain.askAgain(); };
+    hooks.recordDictation = [&](const std::string& text, double duration) {
+        services.statistics.recordDictation(text, duration);
+    };
+    return hooks;
+}
 
+AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services) {
+    AppHooks hooks;
+    hooks.terminate = [&] { mainQueue.quit(); };
+    hooks.prepareLocalEngine = [&](std::stop_token stop) { services.localTranscriber.setup({}, stop); };
+    hooks.prepareTranscriber = [&](std::stop_token stop) { services.transcriber.setup(stop); };
+    hooks.recoverTakes = [&] { return services.keptTakes.recover(); };
+    return hooks;
+}
+
+/// Makes all services, in the order in which one needs the other, and runs until the user quits.
+void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     SystemClock clock;
     Config config(Config::defaultFile(), clock);
     const Deployment deployment = Deployment::load();
@@ -127,32 +137,41 @@ int runDesktopApp(int argc, char** argv) {
                            [&](const std::string& text) { inserter.copyToClipboard(text); }});
     MenuBarController menuBar(config, platform.statusItem, notifications, workspace, deployment,
                               menuSources(recorder, services.statistics, services.keptTakes));
-
-    SessionHooks sessionHooks;
-    sessionHooks.isScreenLocked = [&] { return workspace.isScreenLocked(); };
-    sessionHooks.warmConnection = [&] { services.warmConnections(); };
-    sessionHooks.askKeyringAgain = [&] { services.keychain.askAgain(); };
-    sessionHooks.recordDictation = [&](const std::string& text, double duration) {
-        services.statistics.recordDictation(text, duration);
-    };
     DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
                               contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes},
-                             std::move(sessionHooks));
-
-    AppHooks appHooks;
-    appHooks.terminate = [&] { mainQueue.quit(); };
-    appHooks.prepareLocalEngine = [&](std::stop_token stop) { services.localTranscriber.setup({}, stop); };
-    appHooks.prepareTranscriber = [&](std::stop_token stop) { services.transcriber.setup(stop); };
-    appHooks.recoverTakes = [&] { return services.keptTakes.recover(); };
+                             sessionHooks(workspace, services));
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
-                         std::move(appHooks));
+                         appHooks(mainQueue, services));
 
-    delegate.launch();
-    mainQueue.run();
-    delegate.willTerminate();
-    platform.secrets.close();
-    background.stop();
+    runProgram({.launch = [&] { delegate.launch(); },
+                .loop = [&] { mainQueue.run(); },
+                .terminate = [&] { delegate.willTerminate(); },
+                .release =
+                    [&] {
+                        mainQueue.end();
+                        platform.secrets.close();
+                    }},
+               background);
+}
+
+} // namespace
+
+int runDesktopApp(int argc, char** argv) {
+    TerminationSignals::block();
+    // The toolkit would end the process without a word of help.
+    if (!XcbConnection::open()) {
+        std::fprintf(stderr, "fenlo: no X display%s; start it from a desktop session, or see `fenlo doctor`\n",
+                     displayName().c_str());
+        return exitStatus::failed;
+    }
+    prepareToolkit();
+    QApplication application(argc, argv);
+    QtMainQueue mainQueue;
+    const TerminationSignals termination([&] { mainQueue.quit(); });
+    X11Workspace workspace(mainQueue);
+    if (AppDelegate::becomeOnlyInstance(workspace))
+        runServices(mainQueue, workspace);
     return exitStatus::ok;
 }
 

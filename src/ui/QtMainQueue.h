@@ -28,12 +28,13 @@ public:
     int run();
     /// May be called on any thread.
     void quit();
+    /// What run() does at its end, for a program that fails before it.
+    void end();
 
 private:
     bool event(QEvent* event) override;
     void runDue();
     void setAlarm();
-    void end();
 
     std::mutex m_mutex;
     std::deque<Task> m_tasks;
