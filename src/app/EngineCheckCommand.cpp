@@ -15,11 +15,11 @@ namespace fenlo {
 
 namespace {
 
-constexpr rlim_t longest = 10; // seconds of the processor, whatever else is at work; it takes a fraction of one
+constexpr rlim_t longest = 10; // seconds of processor time; a fraction of one is enough
 
 int runEngineCheck(const std::string& step) {
-    ::prctl(PR_SET_DUMPABLE, 0); // an illegal instruction is a result here, and no crash to keep a picture of
-    const rlimit limit{longest, longest + 1}; // a hard limit of the same would end it without a word
+    ::prctl(PR_SET_DUMPABLE, 0); // an illegal instruction is an expected result here and leaves no core file
+    const rlimit limit{longest, longest + 1}; // with an equal hard limit the signal would be SIGKILL
     ::setrlimit(RLIMIT_CPU, &limit);
     ::setenv("FENLO_ISA", step.c_str(), 1);
     const whisper::InstructionChoice& choice = whisper::settleInstructionSet({});
@@ -31,7 +31,7 @@ int runEngineCheck(const std::string& step) {
             return exitStatus::ok;
         std::fprintf(stderr, "fenlo: with %s, %s is wrong\n", step.c_str(), fault.c_str());
         return exitStatus::failed;
-    } catch (const std::bad_alloc&) { // says nothing of the step
+    } catch (const std::bad_alloc&) { // tells nothing about the step
         return exitStatus::usage;
     }
 }

@@ -31,7 +31,7 @@ fs::path bundledModelsDirectory() {
 }
 
 whisper::InstructionTrial instructionTrial() {
-    constexpr const char* program = "/proc/self/exe"; // also when a newer one has taken its place on the disk
+    constexpr const char* program = "/proc/self/exe"; // this very program, even if its file was replaced
     std::error_code error;
     const auto built = fs::last_write_time(program, error).time_since_epoch().count();
     const auto command = [](whisper::InstructionSet step) {
@@ -72,7 +72,7 @@ ModelCheck checkModel(const fs::path& folder, const Deployment& deployment, Cloc
 }
 
 std::optional<fs::path> findInstalledModel(const std::string& name) {
-    // The plainest of the names that have it: "small" is "openai_whisper-small" before "openai_whisper-small.en".
+    // The shortest name that contains it: "small" is "openai_whisper-small" before "openai_whisper-small.en".
     std::optional<whisper::LocalModel> found;
     for (whisper::LocalModel& model : whisper::listLocalModels(modelsDirectory()))
         if (model.isComplete() && model.name.find(name) != std::string::npos &&

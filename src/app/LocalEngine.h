@@ -27,7 +27,7 @@ whisper::InstructionTrial instructionTrial();
 /// An engine's configuration with the places and the repository of this installation.
 whisper::WhisperEngineConfig engineConfig(const Deployment& deployment);
 
-/// How an installed model is. A model that was never used has no compiled files yet.
+/// The state of an installed model. A model that was never used has no compiled files yet.
 struct ModelCheck {
     std::string fault; // what keeps it from being loaded; empty when nothing does
     bool isPrepared = false;

@@ -69,7 +69,7 @@ std::string harmless(std::string_view text) {
         case U_PARAGRAPH_SEPARATOR:
             result += ' ';
             break;
-        case U_FORMAT_CHAR: // among them those that turn the direction of writing
+        case U_FORMAT_CHAR: // such as those that reverse the direction of writing
             break;
         default:
             result += character.bytes;
@@ -119,7 +119,7 @@ std::optional<double> fractionOf(const ProgressState& state) {
     return {};
 }
 
-/// What may stand behind the bar, the most wanted first.
+/// The figures behind the bar, the most important first.
 std::vector<std::string> figuresOf(const ProgressState& state, std::optional<double> fraction) {
     std::vector<std::string> figures;
     if (fraction) {
@@ -178,7 +178,7 @@ std::string progressLine(const ProgressState& state, int width) {
 
 void RateMeter::add(double time, std::uint64_t sum) {
     if (!m_samples.empty() && sum < m_samples.back().sum)
-        m_samples.clear(); // something was begun anew
+        m_samples.clear(); // the count has begun again
     m_samples.push_back({time, sum});
     while (m_samples.size() > 2 && m_samples[1].time <= time - rateSpan)
         m_samples.pop_front();

@@ -17,7 +17,7 @@ void print(std::string_view text) {
         const ssize_t written = ::write(STDOUT_FILENO, text.data(), text.size());
         if (written >= 0) {
             text.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno == EAGAIN) { // the caller's end does not block
+        } else if (errno == EAGAIN) { // the descriptor does not block, and its reader is slow
             pollfd room{.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
             ::poll(&room, 1, -1);
         } else if (errno != EINTR) {

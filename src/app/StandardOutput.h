@@ -18,8 +18,8 @@ void print(std::string_view text);
 /// The same with the directives of printf.
 [[gnu::format(printf, 1, 2)]] void printFormatted(const char* format, ...);
 
-/// Call first of all. A standard stream that the caller has closed would lend its number to the next file that is
-/// opened, which then took the output; here it is opened so that reading it ends and writing to it fails.
+/// Call first of all. Opens the standard streams that the caller has closed, so that reading them ends and writing to
+/// them fails. Otherwise the next file to be opened would get such a stream's number, and with it the output.
 void holdStandardStreams();
 
 } // namespace fenlo

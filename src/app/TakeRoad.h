@@ -11,7 +11,7 @@ namespace fenlo {
 /// What decides which way a take goes.
 struct RoadFacts {
     Settings settings;
-    std::string offlineModel;   // the folder's name of the one that loads; empty for none
+    std::string offlineModel;   // folder name of the model that loads; empty for none
     bool hasCarriedKey = false; // the program has a key of its own for Grok
     std::function<KeyPlace(const ServiceKey&)> placeOf;
     std::string rescuer = {};      // the installed model that takes over where a service fails; empty for none

@@ -190,7 +190,7 @@ void Config::save() {
         files::writeAtomically(m_file, writeJson(values, 2) + "\n");
 }
 
-/// Whether the file may be written: nothing that the user could still need stands in its place.
+/// Whether the file may be replaced. A damaged one is set aside first, an unreadable one stays.
 bool Config::makeRoom() {
     if (!m_fault)
         return true;

@@ -60,7 +60,7 @@ struct SettingsFault {
 };
 
 struct StoredSettings {
-    Settings settings; // the defaults for what the file does not tell
+    Settings settings; // with the defaults for what the file lacks
     std::optional<SettingsFault> fault;
 };
 
@@ -104,7 +104,7 @@ private:
     mutable std::mutex m_mutex;
     std::mutex m_writing; // orders the writers of the file
     Settings m_settings;
-    std::optional<SettingsFault> m_fault; // of the file as it lies there
+    std::optional<SettingsFault> m_fault; // of the file on the disk
 };
 
 } // namespace fenlo

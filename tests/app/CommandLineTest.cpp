@@ -60,6 +60,10 @@ TEST(CommandLine, WrongArgumentsAreRefusedBeforeAnythingIsDone) {
           Case{{"keys", "remove", "openai"}, "NAME: openai not in {groq,gemini,deepgram,xai}"},
           Case{{"bench", "--threads", "-3"}, "--threads: Value -3 not in range 0 to 1024"},
           Case{{"engine-check"}, "STEP is required"}, Case{{"transcribe"}, "fenlo: which recording? "},
+          Case{{"transcribe", "--language", "klingon", "x.wav"}, "is no language that Whisper knows"},
+          Case{{"transcribe", "--output", "srt,json", "x.wav"}, "several forms do not fit into one stream"},
+          Case{{"transcribe", "--output", "srt", "a.wav", "b.wav"}, "several recordings in one stream"},
+          Case{{"transcribe", "--max-line-count", "2", "x.wav"}, "--max-line-count requires --max-line-width"},
           Case{{"transcribe", "--resume", "a.wav"}, "--resume requires --output-dir"}}) {
         const Outcome refused = run(test.arguments);
         EXPECT_EQ(refused.status, exitStatus::usage) << test.complaint;

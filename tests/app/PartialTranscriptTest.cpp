@@ -56,7 +56,7 @@ TEST(PartialTranscript, ComesBackBitForBit) {
     EXPECT_EQ(stopped.segments[1].words->at(0).end, 0.15f);
 }
 
-TEST(PartialTranscript, WhatIsNoneIsRefused) {
+TEST(PartialTranscript, AnotherTextIsRefused) {
     for (const char* text :
          {"", "{}", "[1]", "{\"fenloPartialTranscript\":2}",
           R"({"fenloPartialTranscript":1,"recording":"","options":"","parts":[{"part":0}]})",

@@ -1,7 +1,7 @@
 #include "app/RoadDiagnosis.h"
+#include "app/RoadFixture.h"
 
 #include <gmock/gmock.h>
-#include <map>
 
 using namespace fenlo;
 using testing::EndsWith;
@@ -11,7 +11,7 @@ namespace {
 
 using State = Diagnosis::State;
 
-struct RoadDiagnosis : ::testing::Test {
+struct RoadDiagnosis : fenlo::test::RoadFixture {
     /// The finding on one subject; one with an empty subject when nothing is said of it.
     Diagnosis finding(const std::string& subject) const {
         std::vector<Diagnosis> findings;
@@ -23,12 +23,6 @@ struct RoadDiagnosis : ::testing::Test {
     }
     Diagnosis recogniser() const { return finding("recogniser key"); }
     Diagnosis rewriting() const { return finding("rewriting key"); }
-
-    std::map<CloudService, KeyPlace> keys;
-    RoadFacts facts{{}, "", false, [this](const ServiceKey& key) {
-                        const auto found = keys.find(key.service);
-                        return found == keys.end() ? KeyPlace::nowhere : found->second;
-                    }};
 };
 
 } // namespace
@@ -56,7 +50,7 @@ TEST_F(RoadDiagnosis, TheKeyOfTheServiceThatRecognisesIsLookedFor) {
         EXPECT_EQ(finding("road of a take").remedy, "see \"recogniser key\" above");
 
         keys[test.service] = KeyPlace::environment;
-        EXPECT_EQ(recogniser().finding, test.variable ? "key from " + std::string(test.variable) : "");
+        EXPECT_EQ(recogniser().finding, "key from " + std::string(test.variable));
         EXPECT_EQ(recogniser().state, State::works);
         keys[test.service] = KeyPlace::keyring;
         const bool isGroq = test.service == CloudService::groq; // whose recogniser does not look there

@@ -1,29 +1,18 @@
-#include "app/TakeRoad.h"
+#include "app/RoadFixture.h"
 
 #include <gmock/gmock.h>
-#include <map>
 
 using namespace fenlo;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-namespace {
-
-struct Road : ::testing::Test {
-    std::map<std::string, KeyPlace> keys;
-    RoadFacts facts{{}, "", false, [this](const ServiceKey& service) {
-                        const auto found = keys.find(service.name);
-                        return found == keys.end() ? KeyPlace::nowhere : found->second;
-                    }};
-};
-
-} // namespace
+using Road = fenlo::test::RoadFixture;
 
 TEST_F(Road, SpeechGoesWhereAKeyOrAModelIs) {
     EXPECT_FALSE(roadOf(facts).leadsThrough);
-    keys["groq"] = KeyPlace::keyring;
+    keys[CloudService::groq] = KeyPlace::keyring;
     EXPECT_FALSE(roadOf(facts).leadsThrough) << "the recogniser does not look there";
-    keys["groq"] = KeyPlace::environment;
+    keys[CloudService::groq] = KeyPlace::environment;
     EXPECT_EQ(roadOf(facts).speech, "recognised by Groq (key from GROQ_API_KEY)");
 
     facts.settings.offlineMode = true;
@@ -43,13 +32,13 @@ TEST_F(Road, SpeechGoesWhereAKeyOrAModelIs) {
     facts.hasCarriedKey = true;
     EXPECT_THAT(roadOf(facts).speech, StartsWith("recognised by Grok (key of this program)"));
     EXPECT_THAT(roadOf(facts).speech, HasSubstr("; when that fails on this machine by openai_whisper-small"));
-    keys["xai"] = KeyPlace::keyring;
+    keys[CloudService::grok] = KeyPlace::keyring;
     EXPECT_THAT(roadOf(facts).speech, StartsWith("recognised by Grok (key from the keyring)"));
 }
 
 TEST_F(Road, TextGoesToTheModelsThatHaveAKey) {
     EXPECT_EQ(roadOf(facts).text, "pasted as it was heard, since no language model has a key");
-    keys = {{"gemini", KeyPlace::environment}, {"groq", KeyPlace::keyring}};
+    keys = {{CloudService::gemini, KeyPlace::environment}, {CloudService::groq, KeyPlace::keyring}};
     EXPECT_EQ(roadOf(facts).text, "rewritten by Groq (key from the keyring); when that fails it is pasted as it was "
                                   "heard");
     facts.settings.smartRewriteModel = SmartRewriteModel::automatic;

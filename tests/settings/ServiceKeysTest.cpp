@@ -100,13 +100,6 @@ TEST_F(ServiceKeysTest, AnAdoptedKeyTakesThePlaceOfTheOneInMemory) {
     EXPECT_EQ(asked, 0);
 }
 
-TEST_F(ServiceKeysTest, WithoutABackendTheOtherSourcesServe) {
-    ServiceKeys alone(keychain, {}, "");
-    EXPECT_EQ(alone.find(CloudService::grok, speech, {}), std::nullopt);
-    store.values["xai_api_key"] = "stored";
-    EXPECT_EQ(alone.find(CloudService::grok, speech, {}), "stored");
-}
-
 TEST_F(ServiceKeysTest, AMissingKeyIsToldWithItsRemedy) {
     EXPECT_EQ(describeMissingKey(CloudService::groq, speech),
               "no key for the speech service Groq; set the environment variable GROQ_API_KEY");

@@ -25,7 +25,7 @@ namespace {
 constexpr float hottest = 1.0f;                // a temperature above this draws hardly more than noise
 constexpr std::size_t maxVocabularyTerms = 30; // as the recognisers of other services take
 
-/// The terms of the settings and the text of the user, as one.
+/// The vocabulary of the settings and the user's prompt, as one text.
 std::string promptText(const TranscribeOptions& options) {
     std::vector<std::string> pieces;
     if (options.customVocabulary) {
@@ -40,7 +40,7 @@ std::string promptText(const TranscribeOptions& options) {
     return text::join(pieces, " ");
 }
 
-/// Text only: a marker that a user writes is no command to the model.
+/// As plain text: a special token that the user types is no command to the model.
 std::vector<int> promptTokens(const std::string& text, const WhisperTokenizer& tokenizer) {
     std::vector<int> tokens = tokenizer.encode(" " + text);
     std::erase_if(tokens, [&](int token) { return token >= tokenizer.specialTokens().specialTokenBegin; });

@@ -76,7 +76,7 @@ void OneRecording::fail(const std::string& line) {
 void OneRecording::show(const std::string& lines) {
     try {
         m_shared.progress.aside([&] { print(lines); });
-    } catch (const OutputError&) { // nobody reads on: the parts that are worked on beside this one end too
+    } catch (const OutputError&) { // the reader has gone: the parts that are worked on side by side end too
         m_outputFault = std::current_exception();
         m_shared.stop.request_stop();
         throw;
@@ -100,7 +100,7 @@ int OneRecording::run() {
         fail(fault.what());
         if (const std::string kept = keepPartial(); !kept.empty())
             tell(kept);
-    } catch (const std::runtime_error& fault) { // of this recording or of its files; the others may be sound
+    } catch (const std::runtime_error& fault) { // concerns this recording only
         m_shared.progress.finish();
         if (m_shared.stop.stop_requested())
             endByInterrupt();
@@ -117,7 +117,7 @@ OneRecording::Results OneRecording::transcribe() {
     const StoppedParts stopped = toFiles() ? preparePartial(input.path()) : StoppedParts();
     try {
         return m_shared.engine.transcribe(input.path(), m_shared.decoding, callbacks(), stop, stopped);
-    } catch (const WhisperError& fault) { // it names the copy of a pipe, which the user does not know
+    } catch (const WhisperError& fault) { // may name the temporary copy of a pipe, which tells the user nothing
         throw WhisperError(fault.kind, text::replaceAll(fault.what(), input.path().string(), m_recording.name()));
     }
 }

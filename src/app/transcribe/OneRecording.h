@@ -42,12 +42,12 @@ public:
         std::stop_source& stop;
     };
 
-    /// `planned` tells of the files of the result; it is not looked at where the result goes to standard output.
+    /// `planned` names the files of the result; it is unused when the result goes to standard output.
     OneRecording(const Surroundings& surroundings, const InputRecording& recording, const PlannedResult& planned,
                  RecordingProgress progress);
 
-    /// Returns the recording's exit status; a fault that concerns this recording only is told and is `failed`.
-    /// Throws Interrupted, with what was found kept in the partial file, and OutputError.
+    /// Returns the recording's exit status: a fault that concerns this recording only is told and is `failed`.
+    /// Throws OutputError, and Interrupted once the results so far are in the partial file.
     int run();
 
 private:
@@ -57,23 +57,23 @@ private:
     void show(const std::string& lines);
     void tell(const std::string& line) const;
     void fail(const std::string& line);
-    /// Reads what an interrupted run has left. Throws std::runtime_error where it is of something else.
+    /// Reads what an interrupted run has left. Throws std::runtime_error when it belongs to something else.
     whisper::StoppedParts preparePartial(const std::filesystem::path& audio);
     whisper::TranscriptionCallbacks callbacks();
     Results transcribe();
     void deliver(const Results& results);
     void judge(const Results& results);
     [[noreturn]] void endByInterrupt();
-    /// A line for the user; empty when there is nothing to go on with.
+    /// A line for the user; empty when there is nothing to continue from.
     std::string keepPartial();
 
     const Surroundings& m_shared;
     const InputRecording& m_recording;
     const PlannedResult& m_planned;
     const RecordingProgress m_progress;
-    std::optional<LiveText> m_liveText;      // where the text goes to standard output as it is found
-    std::unique_ptr<PartialKeeper> m_keeper; // where the results go to files
-    std::exception_ptr m_outputFault;        // of standard output, met on a thread of the engine
+    std::optional<LiveText> m_liveText;      // when the text goes to standard output as it is found
+    std::unique_ptr<PartialKeeper> m_keeper; // when the results go to files
+    std::exception_ptr m_outputFault;        // standard output failed on a thread of the engine
     int m_status = 0;
 };
 

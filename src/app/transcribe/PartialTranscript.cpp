@@ -29,12 +29,12 @@ using Json = nlohmann::ordered_json;
 constexpr int formatVersion = 1;
 constexpr double writeInterval = 30; // seconds
 
-/// Texts are valid UTF-8 from here on; what the engine gives already is.
+/// The engine gives valid UTF-8 already; this guards against anything else.
 Json textOf(const std::string& text) {
     return text::repairUtf8(text);
 }
 
-/// JSON has no word for what is no number.
+/// JSON cannot hold infinity or NaN: they become null.
 Json numberOf(float value) {
     return std::isfinite(value) ? Json(value) : Json();
 }
@@ -159,7 +159,7 @@ std::optional<PartialTranscript> decodePartial(std::string_view json) {
         for (const Json& part : root.at("parts"))
             partial.parts[part.at("part")] = stoppedFrom(part);
         return partial;
-    } catch (const std::exception&) { // of the parser, of a type, of a range: it is none of ours
+    } catch (const std::exception&) { // wrong syntax, a wrong type, a value out of range: not one of our files
         return {};
     }
 }
@@ -203,7 +203,7 @@ void PartialKeeper::add(std::size_t part, const TranscriptionCheckpoint& checkpo
         }
     }
     if (!due.empty())
-        files::writeAtomically(m_file, due); // where it fails, save() tells
+        files::writeAtomically(m_file, due); // save() reports a failure
 }
 
 PartialKeeper::Saved PartialKeeper::save() {

@@ -13,34 +13,34 @@ namespace fenlo {
 
 class Clock;
 
-/// What a stopped transcription can only be gone on with: the same recording, and the same model and options as far as
-/// they bear on the words and times.
+/// A stopped transcription continues only with the same recording, and with the same model and options as far as they
+/// bear on the words and times.
 struct PartialIdentity {
     std::string recording; // the hash of the file
     std::string options;   // as text
     bool operator==(const PartialIdentity&) const = default;
 };
 
-/// The content of a `.partial` file: all that the engine needs to go on, and the text so far for its reader.
+/// The content of a `.partial` file: all that the engine needs to continue, and the text so far for the user.
 struct PartialTranscript {
     PartialIdentity identity;
     whisper::StoppedParts parts;
 };
 
 std::string encodePartial(const PartialTranscript& partial);
-/// Nothing for what is no such file.
+/// Nothing when the text is not the content of such a file.
 std::optional<PartialTranscript> decodePartial(std::string_view json);
 
 /// The hash of a regular file's content; nothing when it cannot be read.
 std::optional<std::string> hashOfFile(const std::filesystem::path& file);
 
-/// Collects what a running transcription has come to, and writes it down every half minute, so that a crash or a power
-/// cut costs no more than that, and when it is stopped.
+/// Collects the results of a running transcription. Writes them to the file when it is stopped, and every half minute,
+/// so that a crash costs no more than that.
 ///
 /// Threads: add() on any, the rest on one when no task runs.
 class PartialKeeper {
 public:
-    /// `partial` is what to begin with: nothing, or what an earlier run has left.
+    /// `partial` is where to begin: empty, or what an earlier run has left.
     PartialKeeper(std::filesystem::path file, PartialTranscript partial, Clock& clock);
 
     void add(std::size_t part, const whisper::TranscriptionCheckpoint& checkpoint,

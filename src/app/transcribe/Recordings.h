@@ -10,10 +10,10 @@ namespace fenlo {
 /// A recording to transcribe.
 struct InputRecording {
     std::filesystem::path file; // "-" for standard input
-    std::uintmax_t bytes = 0;   // for the share of the progress; 0 where it is not known
+    std::uintmax_t bytes = 0;   // for its share of the progress; 0 when unknown
 
     bool isStandardInput() const { return file == "-"; }
-    /// As messages and the progress call it.
+    /// Its name in messages and in the progress.
     std::string name() const { return isStandardInput() ? "standard input" : file.string(); }
 };
 
@@ -23,8 +23,8 @@ struct FoundRecordings {
 };
 
 /// The recordings that a command line names, in its order. With `recursive` a folder stands for the audio and video
-/// files below it, known by their extensions, in the order of their names; hidden ones and links to folders are left
-/// out, and so is what was named before. Without it a folder is a fault.
+/// files below it, known by their extensions, in the order of their names; hidden ones, links to folders and recordings
+/// that were named before are left out. Without it a folder is a fault.
 FoundRecordings findRecordings(const std::vector<std::string>& names, bool recursive);
 
 } // namespace fenlo

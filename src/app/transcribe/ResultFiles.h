@@ -4,11 +4,11 @@
 
 namespace fenlo {
 
-/// Makes the folder where it is missing, and tries whether files can be written into it, before hours of work depend on
-/// it. Throws std::runtime_error with a line for the user.
+/// Makes the folder if it is missing and checks that files can be written into it, before hours of work depend on that.
+/// Throws std::runtime_error with a line for the user.
 void makeResultFolder(const std::filesystem::path& folder);
 
-/// Also for a link that leads nowhere, which would be written through.
+/// Also true for a dangling link, since writing would follow it.
 bool resultExists(const std::filesystem::path& file);
 
 } // namespace fenlo

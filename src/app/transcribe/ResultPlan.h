@@ -13,7 +13,7 @@ enum class ExistingResults {
     keep,    // the new one gets a number
     replace, // the new one takes its place
     skip,    // there is nothing to do
-    resume,  // as skip, but what an interrupted run has left is gone on with
+    resume,  // as skip, but an interrupted run is continued
 };
 
 struct PlannedResult {
@@ -26,16 +26,16 @@ struct PlannedResult {
     std::filesystem::path partial() const { return file("partial"); }
 };
 
-/// One plan for each recording ("-" is standard input), in their order. No two of them share a name: a recording is
-/// called as its file; of several with one name the first is, and each further one gets its folder's name behind it, or
-/// a number. `exists` tells of files from earlier runs. The names depend on the order of the recordings only, and with
-/// `keep` on these files, so that the same command resumes the same results.
+/// One plan for each recording ("-" is standard input), in their order. No two results share a name: each is called
+/// like its recording's file, and where several files have one name, all but the first get their folder's name
+/// appended, or a number. `exists` tells of files from earlier runs. The names depend only on the order of the
+/// recordings, and with `keep` on these files, so that the same command resumes the same results.
 std::vector<PlannedResult> planResults(const std::vector<std::filesystem::path>& recordings,
                                        const std::vector<std::string>& outputs, const std::filesystem::path& folder,
                                        ExistingResults existing,
                                        const std::function<bool(const std::filesystem::path&)>& exists);
 
-/// The stem to write to in the end: the planned one, with a number where another run has written results there since.
+/// The stem to write to in the end: the planned one, with a number if another run has written results there meanwhile.
 std::filesystem::path stillFreeStem(const PlannedResult& planned,
                                     const std::function<bool(const std::filesystem::path&)>& exists);
 

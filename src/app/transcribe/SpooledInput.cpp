@@ -55,7 +55,7 @@ SpooledInput::SpooledInput(const fs::path& source, std::stop_token stop) : m_pat
         return;
     }
     if (!isStandardInput && !S_ISFIFO(status.st_mode))
-        return; // a device has no end; the reader tells of it
+        return; // a device may have no end; whoever reads it reports the fault
     if (isStandardInput && ::isatty(STDIN_FILENO) != 0)
         fail(name, "this is the keyboard; give a recording, as in: fenlo transcribe - < talk.wav");
     if (isStandardInput) {

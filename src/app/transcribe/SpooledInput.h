@@ -5,8 +5,8 @@
 
 namespace fenlo {
 
-/// A recording as a file that can be read from its start, and more than once. What is no regular file (standard input,
-/// a named pipe) is first copied to its end into a temporary file, which has no name and goes with this object.
+/// A recording as a file that can be read from its start, and more than once. Standard input or a named pipe is first
+/// copied to its end into an unnamed temporary file, which lives as long as this object.
 ///
 /// Errors: std::runtime_error with a line for the user, when it cannot be read, there is no room for the copy, or the
 ///         copying is stopped.

@@ -25,7 +25,7 @@ struct TranscribeOptions {
     std::string initialPrompt;
     bool customVocabulary = false; // the terms of config.json stand in the prompt
     float temperature = 0;
-    unsigned seed = 0; // of what is drawn when a window is decoded again
+    unsigned seed = 0; // of the random draws when a window is decoded again
     bool vad = false;
 
     std::vector<std::string> outputs{"txt"}; // txt, srt, vtt, tsv, json

@@ -49,7 +49,7 @@ int listLanguages() {
     return exitStatus::ok;
 }
 
-/// What a whole command comes to, of what its recordings came to: the one that asks most of the user.
+/// The status of the whole command: the gravest of its recordings.
 int worstOf(const std::vector<int>& statuses) {
     for (const int status : {exitStatus::failed, exitStatus::damaged, exitStatus::noSpeech})
         if (std::ranges::count(statuses, status) > 0)
@@ -57,7 +57,7 @@ int worstOf(const std::vector<int>& statuses) {
     return exitStatus::ok;
 }
 
-/// How much of the whole work a recording is, by its bytes; one of unknown size counts as the mean.
+/// The share of each recording in the whole work, by its size in bytes; an unknown size counts as the mean.
 std::vector<double> sharesOf(const std::vector<InputRecording>& recordings) {
     double sum = 0, known = 0;
     for (const InputRecording& recording : recordings) {
