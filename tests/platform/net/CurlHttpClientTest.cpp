@@ -1,5 +1,6 @@
 #include "platform/linux/net/CurlHttpClient.h"
 #include "platform/net/FailureOf.h"
+#include "support/EnvironmentVariable.h"
 #include "support/LoopbackServer.h"
 #include "support/WaitUntil.h"
 
@@ -335,11 +336,10 @@ TEST_F(CurlHttpClientTest, ManyThreadsSendAtOnce) {
 }
 
 TEST_F(CurlHttpClientTest, ProxiesComeFromTheEnvironment) {
-    ::setenv("http_proxy", server.url().c_str(), 1);
+    const EnvironmentVariable proxy("http_proxy", server.url().c_str());
     CurlHttpClient proxied;
     HttpRequest request;
     request.url = "http://fenlo.invalid/path";
     EXPECT_EQ(proxied.send(request, {}).status, 200);
-    ::unsetenv("http_proxy");
     EXPECT_EQ(requests().front().target, "http://fenlo.invalid/path");
 }

@@ -1,6 +1,7 @@
 #include "platform/linux/secrets/SecretServiceStore.h"
 
 #include "PrivateKeyring.h"
+#include "support/EnvironmentVariable.h"
 #include "support/FakeSecureStore.h"
 
 #include <chrono>
@@ -142,16 +143,11 @@ TEST_F(SecretServiceStoreTest, ClosingEndsAWaitInProgress) {
 }
 
 TEST_F(SecretServiceStoreTest, WithoutASessionBusValuesLiveAsLongAsTheProcess) {
-    const std::string address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    const std::string runtime = std::getenv("XDG_RUNTIME_DIR");
-    ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
-    ::unsetenv("XDG_RUNTIME_DIR");
+    const EnvironmentVariable noAddress("DBUS_SESSION_BUS_ADDRESS", nullptr), noRuntime("XDG_RUNTIME_DIR", nullptr);
     EXPECT_EQ(store.load("deepgram_api_key").status, Status::unavailable);
     EXPECT_EQ(store.save("deepgram_api_key", "value"),
               "there is no session bus to reach a keyring; the value is kept until the program ends");
     EXPECT_EQ(store.load("deepgram_api_key").text, "value");
     store.remove("deepgram_api_key");
     EXPECT_EQ(store.load("deepgram_api_key").status, Status::unavailable);
-    ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
-    ::setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
 }

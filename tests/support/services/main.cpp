@@ -4,19 +4,48 @@
 #include "base/Text.h"
 #include "support/LoopbackServices.h"
 #include "support/ServiceFaults.h"
-#include "support/StandInProgram.h"
 
 #include <CLI/CLI.hpp>
-#include <memory>
+#include <csignal>
+#include <iostream>
+#include <mutex>
 
 using namespace fenlo::test;
 
 namespace {
 
+/// Prints a whole line at once, on any thread.
+void printLine(const std::string& line) {
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
+    std::cout << line << std::endl;
+}
+
 /// Without the query, which may hold a key.
 std::string describe(const WireRequest& request) {
     return request.method + " " + request.target.substr(0, request.target.find('?')) + ": " +
            std::to_string(request.body.size() / 1024) + " KB, connection reused=" + (request.reused ? "yes" : "no");
+}
+
+/// Serves until the program is asked to end.
+int serve(std::uint16_t port, const std::string& portFile, const LoopbackServices::Behaviour& speech) try {
+    // Blocked before any thread starts, so that only the wait below gets them.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    LoopbackServices services(port, [](const WireRequest& request) { printLine(describe(request)); });
+    services.behave("speech", speech);
+    printLine("stand-in services on " + services.server().url() + ": they answer fixed texts and understand nothing");
+    if (!portFile.empty() && !fenlo::files::writeAtomically(portFile, std::to_string(services.server().port()) + "\n"))
+        throw std::runtime_error("cannot write " + portFile);
+    int received = 0;
+    sigwait(&signals, &received);
+    return 0;
+} catch (const std::exception& error) {
+    std::cerr << "loopback-services: " << error.what() << std::endl;
+    return 1;
 }
 
 } // namespace
@@ -41,12 +70,5 @@ int main(int argc, char** argv) {
     if (!textFile.empty())
         speech.text = fenlo::text::trimWhitespaceAndNewlines(fenlo::files::read(textFile).value_or(""));
 
-    return runStandIn("loopback-services", portFile, [&] {
-        auto services =
-            std::make_unique<LoopbackServices>(port, [](const WireRequest& request) { printLine(describe(request)); });
-        services->behave("speech", speech);
-        printLine("stand-in services on " + services->server().url() +
-                  ": they answer fixed texts and understand nothing");
-        return services;
-    });
+    return serve(port, portFile, speech);
 }

@@ -2,6 +2,7 @@
 
 #include "platform/desktop/VirtualDesktop.h"
 #include "platform/desktop/accessibility/AccessibleProgram.h"
+#include "support/EnvironmentVariable.h"
 #include "support/FakeKeyEvents.h"
 #include "support/LogCapture.h"
 
@@ -185,7 +186,7 @@ TEST_F(AtspiAccessibilityTest, RealEditorTellsItsTextAndMayFreeze) {
 }
 
 TEST(AtspiAccessibilityWithoutBus, TellsNothingAndSaysSoOnce) {
-    ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+    const EnvironmentVariable noBus("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
     const LogCapture log;
     FakeKeyEvents keys;
     AtspiAccessibility service(keys);

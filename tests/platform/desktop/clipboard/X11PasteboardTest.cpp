@@ -4,6 +4,7 @@
 #include "platform/desktop/VirtualDesktop.h"
 #include "platform/desktop/clipboard/SelectionOwner.h"
 #include "support/EnvironmentVariable.h"
+#include "support/TemporaryFolder.h"
 
 #include <chrono>
 #include <csignal>
@@ -202,8 +203,8 @@ TEST(X11PasteboardBesideAManager, LoanLeavesNoTraceInAHistoryThatKnowsNoHint) {
     const VirtualDesktop desktop;
     const VirtualBus bus;
     const EnvironmentVariable settings("GSETTINGS_BACKEND", "memory");
-    const auto folder = files::temporaryFile("history-", "");
-    const EnvironmentVariable data("XDG_DATA_HOME", folder.c_str());
+    const TemporaryFolder folder;
+    const EnvironmentVariable data("XDG_DATA_HOME", folder.path.c_str());
     const ChildProcess manager({"/usr/libexec/gpaste/gpaste-daemon"});
     const auto history = [] {
         return outputOf({"gdbus", "call", "--session", "--dest=org.gnome.GPaste", "--object-path=/org/gnome/GPaste",
@@ -222,7 +223,6 @@ TEST(X11PasteboardBesideAManager, LoanLeavesNoTraceInAHistoryThatKnowsNoHint) {
     EXPECT_TRUE(eventually([&] { return history().find("dictated") == std::string::npos; }));
     EXPECT_THAT(history(), HasSubstr("copied"));
     EXPECT_EQ(pasted(), "asked for");
-    std::filesystem::remove_all(folder);
 }
 
 TEST_F(X11PasteboardTest, ClearThatATextFollowsIsNeverSeen) {
@@ -286,7 +286,7 @@ TEST(X11PasteboardAtTheEnd, ComesAtAnyMoment) {
 }
 
 TEST(X11PasteboardWithoutServer, HasNoText) {
-    ::setenv("DISPLAY", ":9999", 1);
+    const EnvironmentVariable noServer("DISPLAY", ":9999");
     X11Pasteboard pasteboard;
     EXPECT_FALSE(pasteboard.isConnected());
     pasteboard.set("text", {});

@@ -7,6 +7,7 @@
 #include "platform/desktop/VirtualDesktop.h"
 #include "platform/desktop/keys/Fingers.h"
 #include "platform/desktop/keys/KeyWindow.h"
+#include "support/EnvironmentVariable.h"
 
 #include <X11/XKBlib.h>
 #include <X11/keysym.h>
@@ -235,7 +236,7 @@ TEST_F(X11KeyEventsTest, HeldKeyOfAnUnpluggedKeyboardIsReleased) {
 }
 
 TEST(X11KeyEventsWithoutServer, DoesNothingAndSaysSo) {
-    ::setenv("DISPLAY", ":9999", 1);
+    const EnvironmentVariable noServer("DISPLAY", ":9999");
     PumpedQueue queue;
     X11KeyEvents keys(queue);
     EXPECT_FALSE(keys.isConnected() || keys.canPost() || keys.hasXInput2() || keys.hasXTest());

@@ -12,6 +12,7 @@
 #include "platform/linux/desktop/session/SleepWatch.h"
 #include "platform/linux/desktop/session/X11Workspace.h"
 #include "support/ChildProcess.h"
+#include "support/EnvironmentVariable.h"
 
 #include <filesystem>
 #include <unistd.h>
@@ -47,10 +48,9 @@ TEST_F(ApplicationIdentityTest, DesktopFileIsFoundByClassThenIdThenProgram) {
     EXPECT_EQ(identify({"Org.Example.Writer", "x", "y"}).id, "org.example.Writer");
     EXPECT_EQ(identify({"unknown", "unknown", "start"}).id, "org.example.Writer");
     EXPECT_EQ(identify({"Kde-Paint", "", ""}).name, "Paint");
-    ::setenv("LANGUAGE", "de", 1);
+    const EnvironmentVariable language("LANGUAGE", "de");
     install("third.desktop", "Name=Third\n"); // the folder has changed, so all is read anew
     EXPECT_TRUE(eventually([&] { return identify({"painter", "", ""}).name == "Malen"; }));
-    ::unsetenv("LANGUAGE");
 }
 
 TEST_F(ApplicationIdentityTest, UnknownProgramIsWhatItCallsItself) {
@@ -210,11 +210,10 @@ TEST(SleepWatchTest, SleepWaitsForTheHandlerEachTime) {
 }
 
 TEST(SleepWatchTest, WithoutALoginManagerNothingHappens) {
-    ::setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+    const EnvironmentVariable noBus("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
     PumpedQueue queue;
     const SleepWatch watch(queue, [] { FAIL(); });
     EXPECT_FALSE(queue.runUntil([] { return false; }, 0.1));
-    ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
 }
 
 TEST(ScreenLockWatchTest, AnyServiceMayLockAndOneThatEndsLocksNobodyOut) {
@@ -244,7 +243,7 @@ TEST(X11WorkspaceTest, OnlyAddressesAreOpened) {
 }
 
 TEST(X11WorkspaceTest, WithoutAServerThereIsNoFrontApplication) {
-    ::setenv("DISPLAY", ":9999", 1);
+    const EnvironmentVariable noServer("DISPLAY", ":9999");
     PumpedQueue queue;
     X11Workspace workspace(queue);
     EXPECT_FALSE(workspace.isConnected());
