@@ -95,7 +95,7 @@ TEST(Background, AWorkerWaitingForAnEndedMainThreadIsFreed) {
         waiting = true;
         loop.call([] {});
     });
-    ASSERT_TRUE(waitUntil(10, [&] { return waiting.load(); }));
+    ASSERT_TRUE(waitUntil(60, [&] { return waiting.load(); }));
     loop.quit();
     loop.run();
     background.stop(); // would hang if the call were not freed
@@ -111,7 +111,7 @@ TEST(Background, StopReachesRunningTasksAndDropsLaterOnes) {
         stopped = true;
     });
     background.run([](std::stop_token) { throw std::runtime_error("logged, and no more"); });
-    ASSERT_TRUE(waitUntil(10, [&] { return started.load(); }));
+    ASSERT_TRUE(waitUntil(60, [&] { return started.load(); }));
     background.stop();
     EXPECT_TRUE(stopped);
     background.run([&](std::stop_token) { late = true; });

@@ -27,15 +27,6 @@ TEST_F(DownloadFaultsTest, ABrokenDownloadGoesOnWhereItStopped) {
     EXPECT_EQ(came[0].sent + came[1].sent + came[2].sent, large.size()) << "no byte twice";
 }
 
-TEST_F(DownloadFaultsTest, ALaterRunGoesOnToo) {
-    interruptAfter(1'000'000);
-    EXPECT_FALSE(fs::exists(folder / weights));
-    download(onlyLarge);
-    EXPECT_TRUE(there(weights) == large);
-    ASSERT_EQ(transfers().size(), 2u);
-    EXPECT_EQ(transfers()[1].sent, large.size() - 1'000'000);
-}
-
 TEST_F(DownloadFaultsTest, WhatCannotBeContinuedBeginsAnew) {
     // The part that is there was of another state of the file, or the hub cannot continue, or continues wrongly.
     for (const char* mode : {"tag", "no-ranges", "range"}) {

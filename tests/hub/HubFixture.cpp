@@ -61,6 +61,7 @@ void HubFixture::interruptAfter(std::uint64_t bytes) {
     EXPECT_EQ(failure(onlyLarge, stop.get_token()).kind, Kind::cancelled);
     clock.onSleep = {};
     EXPECT_EQ(kept(), bytes);
+    EXPECT_FALSE(std::filesystem::exists(folder / weights));
 }
 
 std::uint64_t HubFixture::kept() const {

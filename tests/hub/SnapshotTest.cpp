@@ -77,7 +77,7 @@ TEST_F(SnapshotTest, AHalfDoneUpdateIsNoWholeSnapshot) {
     hub.hit({.mode = "drop", .after = 1000, .times = 99}); // the small file is through before
     std::stop_source stop;
     clock.onSleep = [&] {
-        EXPECT_TRUE(waitUntil(10, [&] { return there("config.json") == "{}"; }));
+        EXPECT_TRUE(waitUntil(60, [&] { return there("config.json") == "{}"; }));
         stop.request_stop();
     };
     EXPECT_EQ(failure({}, stop.get_token()).kind, Kind::cancelled);

@@ -20,7 +20,7 @@ TlsServer::TlsServer() {
     m_server->set_keep_alive_max_count(1);
     port = m_server->bind_to_any_port("127.0.0.1");
     m_listening = std::thread([this] { m_server->listen_after_bind(); });
-    if (!waitUntil(10, [this] { return m_server->is_running(); }))
+    if (!waitUntil(60, [this] { return m_server->is_running(); }))
         throw std::runtime_error("the TLS server does not start");
 }
 
