@@ -20,7 +20,7 @@ Moment at(const char* timestamp) {
 TEST(Dates, ReadIsoTimestamps) {
     const struct {
         const char* timestamp;
-        const char* utc; // nothing for those that are none
+        const char* utc; // null when the text is no timestamp
         int milliseconds = 0;
     } cases[] = {
         {"2026-11-15T09:30:00Z", "2026-11-15T09:30:00Z"},

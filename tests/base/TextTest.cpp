@@ -25,11 +25,11 @@ TEST(Text, TrimsByCategory) {
     EXPECT_EQ(text::trimWhitespace(" \t\u00A0\u3000a b\n "), "a b\n");
     EXPECT_EQ(text::trimWhitespaceAndNewlines("\r\n\u2028 a \n\t"), "a");
     EXPECT_EQ(text::trimPunctuation("«¿No, I meant…»!"), "No, I meant");
-    EXPECT_EQ(text::trimPunctuation("$5+"), "$5+"); // symbols are no punctuation
+    EXPECT_EQ(text::trimPunctuation("$5+"), "$5+"); // symbols do not count as punctuation
     EXPECT_EQ(text::trimWhitespace("   "), "");
 }
 
-TEST(Text, RepairsWhatIsNotUtf8AndLeavesTheRest) {
+TEST(Text, RepairsInvalidUtf8_LeavesTheRest) {
     EXPECT_EQ(text::repairUtf8("plain"), "plain");
     EXPECT_EQ(text::repairUtf8("gr\xFC\xDF"
                                "e"),
@@ -40,12 +40,15 @@ TEST(Text, RepairsWhatIsNotUtf8AndLeavesTheRest) {
     EXPECT_EQ(text::characterCount("\xFF\xFE"), 2u);
 }
 
-TEST(Text, LosesWhatATerminalWouldObeyAndKeepsWhatScriptsNeed) {
-    EXPECT_EQ(text::withoutControls("a\x1b[201~b\x1b[1;31mred\xC2\x9B" "0 q."), "abred.");
+TEST(Text, RemovesWhatATerminalWouldObey_KeepsWhatScriptsNeed) {
+    EXPECT_EQ(text::withoutControls("a\x1b[201~b\x1b[1;31mred\xC2\x9B"
+                                    "0 q."),
+              "abred.");
     EXPECT_EQ(text::withoutControls(std::string("one\0two\x03\x7F\xC2\x80\xC2\x9F three", 19)), "onetwo three");
     EXPECT_EQ(text::withoutControls("\x1b]0;title\a cut \x1b[12"), "]0;title cut ") << "an end in a sequence";
     EXPECT_EQ(text::withoutControls("a\r\nb\rc\xC2\x85 d\te"), "a\nb\nc\n d\te");
-    for (const char* kept : {"👩‍👩‍👧 می‌خواهم \u200F(שלום)\u200E \u2068ab\u2069", "naïve\n\t東京 \u00A0\u2028", ""})
+    for (const char* kept : {"👩‍👩‍👧 می‌خواهم \u200F(שלום)\u200E \u2068ab\u2069",
+                             "naïve\n\t東京 \u00A0\u2028", ""})
         EXPECT_EQ(text::withoutControls(kept), kept);
     EXPECT_EQ(text::withoutControls("\x80\x1b[Hgo"), "\uFFFDgo");
 }

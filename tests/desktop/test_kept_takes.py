@@ -14,6 +14,8 @@ KEPT = "[Fenlo] The take is kept in"
 
 
 class KeptTakes(DesktopCase):
+    spoken = "The quick brown fox"  # longer than what a running take lacks on the disk
+
     def setUp(self):
         super().setUp()
         self.panel = self.open_panel()

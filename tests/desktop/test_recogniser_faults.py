@@ -5,7 +5,6 @@ import unittest
 
 from harness import desktop, pill, processes
 from harness.case import ANSWER, DesktopCase
-from harness.sound import Clip
 from harness.untrusted import UntrustedServer
 from harness.waiting import wait_for
 
@@ -14,10 +13,6 @@ MODES = ("500", "reset", "garbage", "huge")  # a refusal, a broken connection, a
 
 
 class RecogniserFaults(DesktopCase):
-    def setUp(self):
-        super().setUp()
-        self.clip = Clip("Hello there", self.folder)
-
     def test_each_fault_is_told_and_the_next_take_works(self):
         fenlo = self.start_fenlo()
         editor = self.open_editor()

@@ -14,6 +14,8 @@ PREPARED_CLIP_RATE = 16000 * 2  # bytes a second
 
 
 class Surroundings(DesktopCase):
+    spoken = "The quick brown fox"  # long enough to tell a lost part
+
     def test_no_buses(self):
         self.start_fenlo(environment={"AT_SPI_BUS_ADDRESS": NOBODY, "DBUS_SESSION_BUS_ADDRESS": NOBODY})
         self.dictate_into(self.open_editor())

@@ -18,7 +18,7 @@ public:
     FakePanel();
     ~FakePanel() override;
 
-    /// What the item that registered last tells of itself, with waiting.
+    /// A property of the item that registered last; waits for the answer.
     QVariant property(const QString& name);
     NotifierImage icon(); // the smallest
     BusMenuLayout menu();

@@ -18,7 +18,7 @@ std::string lines(int count) {
 
 } // namespace
 
-TEST(LinkedTextView, TextIsShownAsItIsAndLinksAsLinks) {
+TEST(LinkedTextView, TextIsShownLiterallyAndLinksCanBeClicked) {
     std::vector<std::string> opened;
     LinkedTextView view(
         {{TextPart::Kind::plain, "<b>1 & 2</b>\n"}, {TextPart::Kind::link, "https://a.example/b?c=d"}}, 356,
@@ -32,7 +32,7 @@ TEST(LinkedTextView, TextIsShownAsItIsAndLinksAsLinks) {
     EXPECT_EQ(view.toPlainText(), "<b>1 & 2</b>\nhttps://a.example/b?c=d") << "a link does not navigate";
 }
 
-TEST(LinkedTextView, WhatItMeasuresIsWhatItNeeds) {
+TEST(LinkedTextView, MeasuredHeightIsTheNeededHeight) {
     const double one = LinkedTextView::heightOf(lines(1), 356);
     EXPECT_GT(one, 12);
     EXPECT_NEAR(LinkedTextView::heightOf(lines(10), 356), 10 * one, 10);

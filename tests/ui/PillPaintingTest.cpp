@@ -14,7 +14,7 @@ namespace {
 
 class Painting : public ::testing::TestWithParam<double> {
 protected:
-    /// The pill of the base width at the scale of the parameter, on clear ground or on what `ground` says.
+    /// The pill of the base width at the scale of the parameter.
     QImage paint(const PillPicture& picture, bool isOpaque = false) {
         const double scale = GetParam();
         QImage image(int(98 * scale), int(34 * scale), QImage::Format_ARGB32_Premultiplied);
@@ -84,7 +84,7 @@ TEST_P(Painting, ShapesAndTextsStandAtTheirPlaces) {
 INSTANTIATE_TEST_SUITE_P(Scales, Painting, ::testing::Values(1.0, 1.5, 2.0));
 
 TEST(PillFonts, AClockKeepsItsWidth) {
-    // A font whose one is narrow, when it is installed, shows it best.
+    // Shows best with a font whose digit one is narrow.
     if (QFontDatabase::families().contains("Inter"))
         QApplication::setFont(QFont("Inter"));
     const PillFonts fonts;

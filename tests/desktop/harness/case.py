@@ -24,6 +24,7 @@ class DesktopCase(unittest.TestCase):
     test reads of requests and of the log begins with the test.
     """
 
+    spoken = "Hello there"  # short: the stand-in answers what the test wants, whatever it hears
     settings = {}
     environment = {}
 
@@ -31,7 +32,7 @@ class DesktopCase(unittest.TestCase):
     def setUpClass(cls):
         cls._clips = tempfile.mkdtemp(prefix="clips-")
         cls.addClassCleanup(shutil.rmtree, cls._clips)
-        cls.clip = Clip("The quick brown fox", cls._clips)
+        cls.clip = Clip(cls.spoken, cls._clips)
         cls._place = Path(tempfile.mkdtemp(prefix="program-"))
         cls.addClassCleanup(shutil.rmtree, cls._place, ignore_errors=True)
         cls.services = Services(os.environ["FENLO_SERVICES"], cls._place, ANSWER)

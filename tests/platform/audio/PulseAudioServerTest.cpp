@@ -1,4 +1,4 @@
-// What happens to the audio adapters when the sound server does what servers do.
+// The audio adapters while the sound server starts late, restarts, hangs or loses devices.
 
 #include "AudioWorld.h"
 #include "audio/Level.h"
@@ -146,7 +146,7 @@ TEST_F(PulseAudio, ServerWithoutSources_IsNoDevice) {
     EXPECT_TRUE(queue.runUntil([&] { return input.defaultDevice().has_value(); })) << "a monitor counts";
 }
 
-TEST_F(PulseAudio, HungServer_HoldsNobodyUpForASecond) {
+TEST_F(PulseAudio, HungServer_CostsLessThanASecond) {
     server.start();
     PulseAudioInput input(queue);
     PulseAudioOutput output;

@@ -77,7 +77,7 @@ TEST_F(RecordingTest, HoldsWhatSoundsFromKeyDownOn) {
     pass(1);
     const double duration = clock.now() - start;
     const auto samples = stop();
-    // All of the hold, and the tail of a quarter second, less what fills no buffer.
+    // The whole hold and the tail of a quarter second, less one unfinished buffer.
     EXPECT_GT(static_cast<double>(samples.size()) / 16000, duration + 0.25 - 0.2);
     EXPECT_GT(secondsOf(440, samples), duration - 0.2);
     EXPECT_TRUE(server.control("list source-outputs").find("Dictation") == std::string::npos);

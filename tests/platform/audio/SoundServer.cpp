@@ -76,7 +76,7 @@ std::string SoundServer::control(const std::string& arguments) {
 }
 
 void SoundServer::playRaw(const std::filesystem::path& file) {
-    // The shell goes at once; the player ends with its file or with the server.
+    // The shell ends at once, the player with its file or the server.
     const std::string command = "paplay --raw --format=float32le --rate=48000 --channels=2 --device=micfeed '" +
                                 file.string() + "' >/dev/null 2>&1 &";
     EXPECT_EQ(std::system(command.c_str()), 0);

@@ -141,7 +141,7 @@ TEST_F(CurlHttpClientTest, AnswersComeBackWhole) {
     EXPECT_EQ(requests().size(), 2u) << "a redirect must not carry a key anywhere";
 }
 
-TEST_F(CurlHttpClientTest, FaultsAreToldInOneLineWithoutSecrets) {
+TEST_F(CurlHttpClientTest, FaultsAreOneLineWithoutSecrets) {
     struct Case {
         Kind kind;
         std::string message;

@@ -77,7 +77,7 @@ TYPED_TEST(HttpStreamContract, TheHeadComesOnceAndBeforeTheBytesWhichComeInOrder
     EXPECT_EQ(response.body, "");
 }
 
-TYPED_TEST(HttpStreamContract, ABodyThatIsNotWantedIsGathered) {
+TYPED_TEST(HttpStreamContract, ABodyThatTheHeadRefuses_IsGathered) {
     HttpRequest request;
     request.url = this->url;
     request.onHead = [](const HttpResponse&) { return false; };
@@ -153,12 +153,12 @@ TEST_F(CurlStreamTest, AGatheredBodyKeepsItsLimit) {
     EXPECT_EQ(failure().kind, Kind::tooLarge);
 }
 
-TEST_F(CurlStreamTest, SilenceIsAFaultAndSlownessIsNone) {
+TEST_F(CurlStreamTest, SilenceIsAFault_SlownessIsNot) {
     std::atomic<int> pieces = 0;
     const auto tick = [&](std::stop_token stop) -> std::string {
         std::promise<void> end;
         const std::stop_callback ending(stop, [&] { end.set_value(); });
-        // 0.9 s in all, each piece well within the limit; then silence.
+        // Nine pieces, each well within the limit; then silence.
         end.get_future().wait_for(pieces < 9 ? std::chrono::milliseconds(100) : std::chrono::hours(1));
         return ++pieces <= 9 ? "x" : "";
     };
@@ -176,7 +176,7 @@ TEST_F(CurlStreamTest, SilenceIsAFaultAndSlownessIsNone) {
     server.reset();
 }
 
-TEST_F(CurlStreamTest, ATrickleIsAFaultWhereARateIsAskedFor) {
+TEST_F(CurlStreamTest, ATrickleIsAFaultWhenARateIsRequired) {
     serve([](auto&&...) {
         WireAnswer answer = headOf(1u << 30u);
         answer.more = [](std::stop_token stop) {
@@ -200,11 +200,11 @@ TEST_F(CurlStreamTest, AStreamThatWaitsForItsSenderHoldsUpNoOther) {
     serve([](const WireRequest& asked, std::stop_token) {
         return httpAnswer(200, "x/y", asked.target == "/quick" ? "quick" : whole);
     });
-    request.idleLimit = 0.7; // the sender's own slowness is no silence of the server
+    request.idleLimit = 0.7; // must not count the sender's own slowness
     bool held = false;
     request.onBody = [&](std::string_view bytes) {
         if (!std::exchange(held, true)) {
-            // The stream runs full meanwhile, and stays so beyond the idle limit.
+            // Meanwhile the stream's buffer is full for longer than the idle limit.
             HttpRequest other;
             other.url = server->url() + "/quick";
             for (const auto start = std::chrono::steady_clock::now();

@@ -86,7 +86,7 @@ TEST_F(SecretServiceStoreTest, ValuesOutliveTheStoreAndTheDaemon) {
     EXPECT_EQ(impatient.load("backend_token").text, "changed");
 }
 
-TEST_F(SecretServiceStoreTest, AFrozenKeyringIsGivenUpInTimeAndNothingIsLost) {
+TEST_F(SecretServiceStoreTest, AFrozenKeyringIsGivenUpInTimeAndTheValueIsKept) {
     ASSERT_EQ(store.save("auth_provider", "old"), std::nullopt);
     daemon.freeze();
     EXPECT_LT(secondsOf([&] { EXPECT_EQ(impatient.load("auth_provider").status, Status::unavailable); }), 2);
@@ -111,7 +111,7 @@ TEST_F(SecretServiceStoreTest, ALockedItemIsUnavailableRatherThanAbsent) {
     EXPECT_EQ(store.load("gemini_api_key").text, "for good");
 }
 
-TEST_F(SecretServiceStoreTest, AKeyringThatWasRefusedIsNotWaitedForAgainUntilTheUserActs) {
+TEST_F(SecretServiceStoreTest, AKeyringThatStayedLocked_IsNotWaitedForAgainUntilTheUserActs) {
     SecretServiceStore asking{3};
     ASSERT_EQ(asking.save("deepgram_api_key", "kept"), std::nullopt);
     daemon.freeze();

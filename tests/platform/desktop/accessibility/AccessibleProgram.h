@@ -30,7 +30,7 @@ public:
     void tellActivate(std::size_t window) { tell("Window", "Activate", window, "", 0); }
     void tellDeactivate(std::size_t window) { tell("Window", "Deactivate", window, "", 0); }
 
-    /// From now on this question is not answered, or none at all.
+    /// From now on this question stays unanswered, by default every question.
     void hang(const std::string& question = everything) {
         m_unanswered.with([&](std::string& name) { name = question; });
     }

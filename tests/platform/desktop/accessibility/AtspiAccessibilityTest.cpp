@@ -52,7 +52,7 @@ protected:
     AtspiAccessibility service{keys};
 };
 
-TEST_F(AtspiAccessibilityTest, RolesAreThoseOfThePort) {
+TEST_F(AtspiAccessibilityTest, RolesHaveThePortsNames) {
     const std::tuple<std::uint32_t, std::vector<unsigned>, const char*> cases[] = {
         {ATSPI_ROLE_TEXT, {ATSPI_STATE_MULTI_LINE}, "AXTextArea"},
         {ATSPI_ROLE_TEXT, {ATSPI_STATE_SINGLE_LINE}, "AXTextField"},
@@ -70,7 +70,7 @@ TEST_F(AtspiAccessibilityTest, RolesAreThoseOfThePort) {
     }
 }
 
-TEST_F(AtspiAccessibilityTest, WhatTakesNoTextHasNoValueButMayHaveASelection) {
+TEST_F(AtspiAccessibilityTest, ControlThatTakesNoText_HasNoValueButASelection) {
     const auto page = readFocused({ATSPI_ROLE_DOCUMENT_WEB, {}, "read me", {0, 4}, {}});
     EXPECT_EQ(page.value, std::nullopt);
     EXPECT_EQ(page.selectedText, "read");
@@ -89,7 +89,7 @@ TEST_F(AtspiAccessibilityTest, PasswordIsNeverRead) {
     EXPECT_EQ(program.longestRequest(), 0);
 }
 
-TEST_F(AtspiAccessibilityTest, OfALongTextOnlyTheEndTravels) {
+TEST_F(AtspiAccessibilityTest, LongText_OnlyItsEndIsFetched) {
     const std::string document = std::string(10'000'000, 'a') + "the end";
     AccessibleProgram program({application, {ATSPI_ROLE_TEXT, {}, document, {}, {}}});
     program.tellFocus(1);
@@ -98,7 +98,7 @@ TEST_F(AtspiAccessibilityTest, OfALongTextOnlyTheEndTravels) {
     EXPECT_LE(program.longestRequest(), 4000);
 }
 
-TEST_F(AtspiAccessibilityTest, MarksOfEmbeddedObjectsAreNoText) {
+TEST_F(AtspiAccessibilityTest, MarksOfEmbeddedObjectsAreLeftOut) {
     EXPECT_THAT(readFocused({ATSPI_ROLE_ENTRY, {}, "\uFFFC", {}, {}}).value, Optional(Eq("")));
 }
 
@@ -138,7 +138,7 @@ TEST_F(AtspiAccessibilityTest, ProgramThatHangsCostsTheLimitEachTime) {
         EXPECT_LT(secondsOf([&] { EXPECT_FALSE(service.focusedElement(0.15)); }), 0.25);
 }
 
-TEST_F(AtspiAccessibilityTest, ValueThatDoesNotComeInTimeCostsNoOther) {
+TEST_F(AtspiAccessibilityTest, LateValue_LeavesTheOthersThere) {
     AccessibleProgram program({application, {ATSPI_ROLE_TEXT, {}, "all of it", {4, 6}, {}}});
     program.tellFocus(1);
     EXPECT_EQ(read().selectedText, "of");
@@ -185,7 +185,7 @@ TEST_F(AtspiAccessibilityTest, RealEditorTellsItsTextAndMayFreeze) {
     EXPECT_TRUE(eventually([&] { return service.focusedElement(0.5).has_value(); }));
 }
 
-TEST(AtspiAccessibilityWithoutBus, TellsNothingAndSaysSoOnce) {
+TEST(AtspiAccessibilityWithoutBus, HasNoElementAndLogsTheReasonOnce) {
     const EnvironmentVariable noBus("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
     const LogCapture log;
     FakeKeyEvents keys;

@@ -23,7 +23,7 @@ public:
     virtual ~World() = default;
     virtual Pasteboard& pasteboard() = 0;
     virtual void copy(std::optional<std::string> text, Forms forms = {}) = 0;
-    /// Copies; the program answers nobody before answerNow().
+    /// Copies; the program answers only after answerNow().
     virtual void copyAndHang(const std::string& text) = 0;
     virtual void answerNow() = 0;
     /// What any program finds on the clipboard.
@@ -86,7 +86,7 @@ TEST_P(PasteboardContract, ReadsWhatWasSetLast) {
     EXPECT_THAT(text(), Optional(Eq("žluťoučký kůň 🐎\n")));
 }
 
-TEST_P(PasteboardContract, EmptyTextIsATextAndClearedIsNone) {
+TEST_P(PasteboardContract, EmptyTextDiffersFromAClearedClipboard) {
     pasteboard.set("", {});
     EXPECT_THAT(text(), Optional(Eq("")));
     pasteboard.clear();
@@ -95,7 +95,7 @@ TEST_P(PasteboardContract, EmptyTextIsATextAndClearedIsNone) {
     EXPECT_THAT(text(), Optional(Eq("again")));
 }
 
-TEST_P(PasteboardContract, NoTextIsToldFromNoAnswer) {
+TEST_P(PasteboardContract, NoTextDiffersFromNoAnswer) {
     world->copy({}, {{"image/png", "image"}});
     EXPECT_TRUE(pasteboard.string(1).isAnswered);
     world->copyAndHang("text");
@@ -123,7 +123,7 @@ TEST_P(PasteboardContract, EveryFormComesBackAfterLoansThatFollowEachOther) {
     }
 }
 
-TEST_P(PasteboardContract, WhatIsCopiedDuringALoanStays) {
+TEST_P(PasteboardContract, CopyDuringALoanStays) {
     world->copy("before");
     const auto giveBack = pasteboard.keep(1);
     pasteboard.set("dictated", {.transient = true});

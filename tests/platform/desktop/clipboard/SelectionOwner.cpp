@@ -19,7 +19,7 @@ SelectionOwner::SelectionOwner(Manner manner, std::optional<std::string> text, F
     : m_manner(manner), m_text(std::move(text)), m_forms(std::move(forms)), m_window(m_x->makeWindow()),
       m_mayAnswer(manner != Manner::late) {
     xcb_set_selection_owner(m_x->get(), m_window, m_x->atom("CLIPBOARD"), XCB_CURRENT_TIME);
-    m_x->atom("UTF8_STRING"); // the answer says that the server has come this far
+    m_x->atom("UTF8_STRING"); // its answer shows that the server has handled the line before
     m_thread = std::jthread([this](std::stop_token stop) { run(stop); });
 }
 

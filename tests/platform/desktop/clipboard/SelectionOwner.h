@@ -24,7 +24,7 @@ public:
 
     using Forms = std::map<std::string, std::string>;
 
-    /// Without a text it has the forms only.
+    /// Without a text it offers the forms only.
     SelectionOwner(Manner manner, std::optional<std::string> text, Forms forms = {});
     ~SelectionOwner();
 
@@ -44,7 +44,7 @@ private:
     const xcb_window_t m_window;
     std::atomic<bool> m_mayAnswer;
     std::vector<xcb_selection_request_event_t> m_unanswered;
-    const std::string* m_content = nullptr; // on its way in pieces
+    const std::string* m_content = nullptr; // being sent in pieces
     std::size_t m_sent = 0;
     xcb_atom_t m_property = XCB_ATOM_NONE;
     xcb_atom_t m_target = XCB_ATOM_NONE;

@@ -23,7 +23,7 @@ namespace {
 
 using Manner = SelectionOwner::Manner;
 
-/// Text in which a lost or doubled piece shows.
+/// A text that shows when a piece is lost or doubled.
 std::string longText(std::size_t bytes) {
     std::string text;
     for (int i = 0; text.size() < bytes; ++i)
@@ -37,7 +37,7 @@ std::string pasted(const std::string& selection = "clipboard", const std::string
 
 class X11PasteboardTest : public ::testing::Test {
 protected:
-    /// As other programs see it when this returns.
+    /// When this returns, other programs see it.
     void offer(const std::string& text, Pasteboard::Offer offer = {}) {
         pasteboard.set(text, offer);
         EXPECT_EQ(pasteboard.string(1).text.value_or("").size(), text.size());
@@ -60,7 +60,7 @@ TEST_F(X11PasteboardTest, OtherProgramsFindTheTextInEveryUsualForm) {
     EXPECT_EQ(pasted(), "こんにちは");
 }
 
-TEST_F(X11PasteboardTest, TransientTextAsksHistoriesToLookAway) {
+TEST_F(X11PasteboardTest, TransientTextAsksManagersToLeaveItOut) {
     offer("dictated", {.transient = true});
     EXPECT_EQ(pasted("clipboard", "x-kde-passwordManagerHint"), "secret");
     EXPECT_EQ(pasted(), "dictated");
@@ -100,7 +100,7 @@ TEST_F(X11PasteboardTest, LargeTextsReachSeveralProgramsWhole) {
     }
 }
 
-TEST_F(X11PasteboardTest, TextOnItsWayStaysWholeWhenAnotherIsSet) {
+TEST_F(X11PasteboardTest, TransferUnderWayStaysWholeWhenAnotherTextIsSet) {
     const std::string text = longText(10'000'000);
     offer(text);
     std::string got;
@@ -115,11 +115,11 @@ TEST_F(X11PasteboardTest, TextOnItsWayStaysWholeWhenAnotherIsSet) {
     EXPECT_EQ(pasted(), "next");
 }
 
-TEST_F(X11PasteboardTest, ReaderThatHangsOrVanishesHoldsUpNobody) {
+TEST_F(X11PasteboardTest, ReaderThatHangsOrVanishesHoldsUpNoOther) {
     const std::string text = longText(3'000'000);
     offer(text);
     {
-        // Asks for pieces and never fetches one.
+        // A reader that asks for pieces and fetches none.
         const auto x = XcbConnection::open();
         const xcb_window_t window = x->makeWindow();
         for (const char* property : {"A", "B"})
@@ -154,7 +154,7 @@ TEST_F(X11PasteboardTest, ReadsWhatARealProgramCopied) {
     EXPECT_TRUE(eventually([] { return pasted().empty(); }));
 }
 
-TEST_F(X11PasteboardTest, OwnerThatDoesNotAnswerCostsTheLimitWhateverItDoes) {
+TEST_F(X11PasteboardTest, OwnerWithoutAnAnswerCostsTheLimitOnly) {
     for (const Manner manner : {Manner::silent, Manner::stops, Manner::dribbles}) {
         const SelectionOwner owner(manner, longText(1'000'000));
         const auto start = std::chrono::steady_clock::now();
@@ -164,7 +164,7 @@ TEST_F(X11PasteboardTest, OwnerThatDoesNotAnswerCostsTheLimitWhateverItDoes) {
         pasteboard.keep(0.15);
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(900));
     }
-    // A late answer is not taken for one to the next question.
+    // A late answer must not pass for the answer to the next question.
     const SelectionOwner owner(Manner::answers, "fresh");
     EXPECT_THAT(pasteboard.string(1).text, Optional(Eq("fresh")));
 }
@@ -199,7 +199,7 @@ TEST_F(X11PasteboardTest, SelectionThatALoanDisplacedComesBack) {
     EXPECT_EQ(pasted("primary"), "selected since");
 }
 
-TEST(X11PasteboardBesideAManager, LoanLeavesNoTraceInAHistoryThatKnowsNoHint) {
+TEST(X11PasteboardBesideAManager, LoanLeavesNoTraceInAHistoryThatIgnoresTheHint) {
     const VirtualDesktop desktop;
     const VirtualBus bus;
     const EnvironmentVariable settings("GSETTINGS_BACKEND", "memory");
@@ -225,7 +225,7 @@ TEST(X11PasteboardBesideAManager, LoanLeavesNoTraceInAHistoryThatKnowsNoHint) {
     EXPECT_EQ(pasted(), "asked for");
 }
 
-TEST_F(X11PasteboardTest, ClearThatATextFollowsIsNeverSeen) {
+TEST_F(X11PasteboardTest, ClearBeforeANewTextIsNeverSeen) {
     pasteboard.set("old", {});
     const auto x = XcbConnection::open();
     const auto owner = [&] {
@@ -254,7 +254,7 @@ TEST_F(X11PasteboardTest, ServerThatGoesAway_LeavesNoText) {
 
 TEST(X11PasteboardAtTheEnd, LastingTextGoesToTheClipboardManager) {
     const VirtualDesktop desktop;
-    // Asked to save, a manager asks for the text itself; this one only notes that it was asked.
+    // A real manager would now ask for the text; this one only notes the request.
     const auto x = XcbConnection::open();
     const xcb_window_t window = x->makeWindow();
     xcb_set_selection_owner(x->get(), window, x->atom("CLIPBOARD_MANAGER"), XCB_CURRENT_TIME);
@@ -280,7 +280,7 @@ TEST(X11PasteboardAtTheEnd, ComesAtAnyMoment) {
     for (int i = 0; i < 300; ++i) {
         X11Pasteboard pasteboard;
         pasteboard.set("text", {.transient = true});
-        // From before the thread has begun until it has the text.
+        // The end comes at moments from before the thread's start until it has the text.
         std::this_thread::sleep_for(std::chrono::microseconds(i * 5));
     }
 }

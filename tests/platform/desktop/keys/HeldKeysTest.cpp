@@ -35,7 +35,7 @@ protected:
                    .onKeyDown = [this](std::uint16_t keyCode) { downs.push_back(keyCode); }}};
 };
 
-TEST_F(HeldKeysTest, OnlyTypedKeysAreKeyDownsAndRepeatsAreNone) {
+TEST_F(HeldKeysTest, OnlyTypedKeysAreKeyDowns_WithoutRepeats) {
     for (const auto key : {keyA, keyA, numLock, volumeUp, controlLeft})
         press(key);
     EXPECT_THAT(downs, ElementsAre(key::a));
@@ -64,7 +64,7 @@ TEST_F(HeldKeysTest, LostReleaseIsFoundAtTheSecondLook) {
     EXPECT_TRUE(held.empty());
 }
 
-TEST_F(HeldKeysTest, LiftedKeyIsHeldUntilTheFingerLeavesIt) {
+TEST_F(HeldKeysTest, LiftedKeyCountsAsHeldUntilItsReleaseComes) {
     press(controlLeft);
     held.lift(controlLeft);
     look({});

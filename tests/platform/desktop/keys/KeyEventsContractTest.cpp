@@ -135,7 +135,7 @@ TEST_P(KeyEventsContract, ModifiersTellWhatIsHeldAndWhichSideChanged) {
     EXPECT_TRUE(downs.empty());
 }
 
-TEST_P(KeyEventsContract, KeysAreToldWhenTheyGoDown) {
+TEST_P(KeyEventsContract, KeysAreReportedWhenTheyGoDown) {
     listen();
     for (const Named& key : {controlLeft, space, letterQ}) {
         rig->press(key);
@@ -145,7 +145,7 @@ TEST_P(KeyEventsContract, KeysAreToldWhenTheyGoDown) {
     EXPECT_THAT(downs, ElementsAre(key::space, key::other));
 }
 
-TEST_P(KeyEventsContract, KeysOfItsOwnAreNeverTold) {
+TEST_P(KeyEventsContract, ItsOwnKeysAreNeverReported) {
     listen();
     ASSERT_TRUE(rig->keys().canPost());
     for (const auto direction : {KeyDirection::down, KeyDirection::up})
@@ -157,7 +157,7 @@ TEST_P(KeyEventsContract, KeysOfItsOwnAreNeverTold) {
     EXPECT_TRUE(changes.empty());
 }
 
-TEST_P(KeyEventsContract, NothingIsToldBetweenStopAndListen) {
+TEST_P(KeyEventsContract, NothingIsReportedBetweenStopAndListen) {
     listen();
     rig->keys().stopListening();
     rig->press(controlLeft);

@@ -185,7 +185,7 @@ TEST_F(X11KeyEventsTest, LocksAreNotWaitedFor) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 }
 
-TEST_F(X11KeyEventsTest, KeyHeldSinceBeforeTheStart_IsNoPress) {
+TEST_F(X11KeyEventsTest, KeyHeldSinceBeforeTheStart_IsNotReportedAsPressed) {
     fingers.press(XK_Control_L);
     ASSERT_TRUE(runUntilFlags(1));
     X11KeyEvents late(queue);
@@ -197,7 +197,7 @@ TEST_F(X11KeyEventsTest, KeyHeldSinceBeforeTheStart_IsNoPress) {
     EXPECT_THAT(heard, ElementsAre(0, mask::control));
 }
 
-TEST_F(X11KeyEventsTest, KeysOfOtherProgramsAreTheUsers) {
+TEST_F(X11KeyEventsTest, KeysOfOtherProgramsCountAsTheUsers) {
     outputOf({"xdotool", "keydown", "Control_L", "key", "space", "keyup", "Control_L"});
     ASSERT_TRUE(runUntilFlags(2));
     EXPECT_THAT(flags, ElementsAre(mask::control, 0));

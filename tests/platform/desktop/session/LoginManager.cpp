@@ -73,7 +73,7 @@ void LoginManager::endScreenSaver() {
 }
 
 bool LoginManager::isInhibited() const {
-    // A pipe whose other end nobody holds any more hangs up.
+    // The pipe hangs up once nobody holds its other end.
     pollfd pipe{m_pipe, POLLIN, 0};
     return m_pipe >= 0 && ::poll(&pipe, 1, 0) == 0;
 }

@@ -8,8 +8,8 @@
 
 namespace fenlo::test {
 
-/// The system's login manager, and a screen saver beside it, on a bus of their own, which is the system's and the
-/// session's meanwhile.
+/// Stands in for the login manager and a screen saver, on a bus of its own, which serves as system and session bus for
+/// its lifetime.
 class LoginManager {
 public:
     LoginManager();
@@ -17,14 +17,14 @@ public:
 
     void prepareForSleep(bool begins);
 
-    /// What the session's programs are told when somebody asks for a lock.
+    /// Emits the signal with which the session is asked to lock.
     void askForLock();
     void setLocked(bool isLocked);
     void setScreenSaverActive(bool isActive);
-    /// As a screen saver that crashes.
+    /// The screen saver leaves the bus, as after a crash.
     void endScreenSaver();
 
-    /// Whether somebody asks it to wait with the sleep.
+    /// Whether somebody delays the sleep.
     bool isInhibited() const;
 
 private:

@@ -127,7 +127,7 @@ TEST_P(WorkspaceContract, HandlerRunsBeforeSleep) {
     EXPECT_TRUE(rig->runUntil([&] { return sleeps == 1; }));
 }
 
-TEST_P(WorkspaceContract, LockedScreenIsToldAndKnownUntilItOpens) {
+TEST_P(WorkspaceContract, LockedScreenIsReportedAndKnownUntilItOpens) {
     int locks = 0;
     workspace.onScreenLocked([&] { ++locks; });
     EXPECT_FALSE(workspace.isScreenLocked());

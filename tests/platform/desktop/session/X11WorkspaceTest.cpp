@@ -49,11 +49,11 @@ TEST_F(ApplicationIdentityTest, DesktopFileIsFoundByClassThenIdThenProgram) {
     EXPECT_EQ(identify({"unknown", "unknown", "start"}).id, "org.example.Writer");
     EXPECT_EQ(identify({"Kde-Paint", "", ""}).name, "Paint");
     const EnvironmentVariable language("LANGUAGE", "de");
-    install("third.desktop", "Name=Third\n"); // the folder has changed, so all is read anew
+    install("third.desktop", "Name=Third\n"); // a changed folder is read again
     EXPECT_TRUE(eventually([&] { return identify({"painter", "", ""}).name == "Malen"; }));
 }
 
-TEST_F(ApplicationIdentityTest, UnknownProgramIsWhatItCallsItself) {
+TEST_F(ApplicationIdentityTest, UnknownProgramGoesByItsOwnName) {
     const auto application = identify({"SomeTool", "tool", "python3"});
     EXPECT_EQ(application.name, "SomeTool");
     EXPECT_EQ(application.id, "sometool");
@@ -89,7 +89,7 @@ TEST_F(ApplicationIdentityTest, TerminalsPasteTheirOwnWay) {
     EXPECT_FALSE(identify({"Emacs", "", ""}).isTerminal);
 }
 
-TEST(ActiveWindowTest, VanishedWindowIsNoneAndNoHarm) {
+TEST(ActiveWindowTest, VanishedWindowIsNoFrontWindow) {
     const VirtualDesktop desktop;
     const auto active = ActiveWindow::connect();
     {
@@ -98,13 +98,13 @@ TEST(ActiveWindowTest, VanishedWindowIsNoneAndNoHarm) {
         EXPECT_EQ(active->identity()->windowClass, "Fleeting");
     }
     EXPECT_TRUE(eventually([&] { return !active->identity(); }));
-    // The property may name a window that is gone already.
+    // The property may name a window that has gone.
     outputOf({"xprop", "-root", "-format", "_NET_ACTIVE_WINDOW", "32x", "-set", "_NET_ACTIVE_WINDOW", "0x7fffff"});
     EXPECT_FALSE(active->identity());
     EXPECT_TRUE(active->isConnected());
 }
 
-TEST(InstanceLockTest, LockEndsWithItsHolderHoweverThatEnds) {
+TEST(InstanceLockTest, LockEndsWithItsHolderEvenWhenThatIsKilled) {
     const fs::path file = files::temporaryFile("lock-", "");
     {
         // Holds the lock until it is killed, and leaves the file behind.
@@ -122,7 +122,7 @@ TEST(InstanceLockTest, LockEndsWithItsHolderHoweverThatEnds) {
     EXPECT_FALSE(InstanceLock(file).take());
 }
 
-TEST(InstanceLockTest, FolderThatCannotBeWrittenLocksNobodyOut) {
+TEST(InstanceLockTest, LockFileThatCannotBeMade_LetsTheProgramStart) {
     InstanceLock lock("/nonexistent/fenlo.lock");
     EXPECT_TRUE(lock.take());
 }
@@ -176,7 +176,7 @@ TEST_F(LoginItemTest, DamagedEntryIsSetAside) {
     EXPECT_EQ(kept, 2);
 }
 
-TEST_F(LoginItemTest, FolderThatCannotBeWrittenIsToldOf) {
+TEST_F(LoginItemTest, FolderThatCannotBeWrittenIsReported) {
     files::writeAtomically(folder, "a file in the way");
     EXPECT_TRUE(item.write().has_value());
 }
@@ -186,7 +186,7 @@ TEST_F(LoginItemTest, StrangePathsAreQuotedSoThatTheSessionFindsThem) {
     const LoginItem strange(file, "/opt/back\\slash and space/fenlo");
     EXPECT_EQ(strange.write(), std::nullopt);
     EXPECT_TRUE(strange.isDecided());
-    // Once for the quotes, and all of it once more for the file.
+    // Escaped for the quotes, and once more for the file.
     EXPECT_THAT(files::read(file).value(), HasSubstr("Exec=\"/opt/back\\\\\\\\slash and space/fenlo\""));
 }
 
@@ -216,7 +216,7 @@ TEST(SleepWatchTest, WithoutALoginManagerNothingHappens) {
     EXPECT_FALSE(queue.runUntil([] { return false; }, 0.1));
 }
 
-TEST(ScreenLockWatchTest, AnyServiceMayLockAndOneThatEndsLocksNobodyOut) {
+TEST(ScreenLockWatchTest, AnyServiceMayLock_AndUnlocksWhenItEnds) {
     LoginManager services;
     services.setScreenSaverActive(true);
     PumpedQueue queue;

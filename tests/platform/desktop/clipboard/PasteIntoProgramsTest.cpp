@@ -22,7 +22,7 @@ namespace {
 
 class PasteIntoProgramsTest : public ::testing::Test {
 protected:
-    /// As an insertion does it.
+    /// The way an insertion pastes.
     void paste(const std::string& text, std::uint16_t keyCode, std::uint64_t flags) {
         pasteboard.set(text, {.transient = true, .primary = keyCode == key::insert || !keys.canDeliver(key::v)});
         EXPECT_TRUE(keys.post(keyCode, flags, KeyDirection::down));
