@@ -1,5 +1,5 @@
-// The walk over recordings longer than a window, with a model that was trained for full windows. What it hears of the
-// words is not reliable; where its sentences begin and end is.
+// The walk over recordings longer than a window, with a model that was trained for full windows. Its words are not
+// reliable, but the beginnings and ends of its sentences are.
 
 #include "golden/Golden.h"
 
@@ -39,7 +39,7 @@ std::string textOf(const nlohmann::json& segments) {
     return text;
 }
 
-/// As `fenlo transcribe` and an offline take decode, but for the limits that each has of its own.
+/// As `fenlo transcribe` and an offline take decode, without the limits that each adds.
 DecodingOptions ownOptions() {
     DecodingOptions options;
     options.skipSpecialTokens = true;
@@ -88,7 +88,7 @@ TEST(LongRecordings, LoseNothingThatTheReferenceHears) {
         auto word = std::ptrdiff_t{0};
         for (const auto& sentence : sentences) {
             const auto length = std::ssize(wordsOf(sentence["text"]));
-            // The model may mishear all of its words; then they stand at its time all the same.
+            // The model may mishear all words of a sentence; a segment then stands at its time all the same.
             const bool isMisheard = std::ranges::any_of(result.segments, [&](const TranscriptionSegment& segment) {
                 return std::abs(segment.start - sentence["start"].get<float>()) < 0.2f &&
                        std::abs(segment.end - sentence["end"].get<float>()) < 0.2f;

@@ -23,7 +23,7 @@ public:
     int melBands() const override { return 80; }
     int melFrames() const override { return 3000; }
     void predict(std::span<const float> audio, std::span<float>) const override {
-        // The test's audio counts its samples, so that the first one tells where the window begins.
+        // Each sample of the test's audio is its own number, so that the first one tells where the window begins.
         firstSamples.push_back(audio.front());
         soundingSamples.push_back(std::ranges::count_if(audio, [](float sample) { return sample != 0; }));
     }
@@ -110,7 +110,7 @@ TEST_F(Task, TriesHigherTemperaturesUntilAResultStands) {
 
     options.temperatureFallbackCount = 0;
     const TranscriptionResult result = run(5, {bad});
-    EXPECT_EQ(model->fedTokens.size(), 1u) << "no count, one pass";
+    EXPECT_EQ(model->fedTokens.size(), 1u) << "a count of 0 allows one pass";
     EXPECT_EQ(result.segments.size(), 1u) << "the last result stands";
 }
 
@@ -147,7 +147,7 @@ TEST_F(Task, DecodesClipsAndLeavesOutAShortRest) {
     EXPECT_EQ(mel.firstSamples.size(), 1u) << "under a second is left after the first window";
     mel = {};
     run(0.4, {{.tokens = segment}});
-    EXPECT_EQ(mel.firstSamples.size(), 1u) << "a short take is a take";
+    EXPECT_EQ(mel.firstSamples.size(), 1u) << "a take that is short from the start is decoded";
     mel = {};
     options.maxWindowSeek = 480000;
     run(100, {{.tokens = segment}});
@@ -195,7 +195,7 @@ TEST_F(Task, LosesNoSpeech_SaysWhereSpeechHasNoText) {
     EXPECT_FLOAT_EQ(unheard.segments[0].end, 4);
     EXPECT_EQ(countOf("No words found for the speech from 2.00s to 4.00s"), 1);
     silences = {{0, 30}};
-    EXPECT_TRUE(run(30, {{.tokens = {}}}).segments.empty()) << "silence is silence";
+    EXPECT_TRUE(run(30, {{.tokens = {}}}).segments.empty()) << "silence gives no such segment";
 }
 
 TEST_F(Task, LosesNoSpeech_GoesBackToSpeechThatAWindowPassedOver) {

@@ -146,7 +146,8 @@ TEST_F(WhisperEngineTest, ADamagedModelIsRepairedByWhatIsSoundAtTheHub) {
     const auto heard = [&] { return textOfAll(made()->transcribe(clip, options, {}, {})); };
 
     damage("config.json", 0);
-    damage("model.safetensors", fs::file_size(folder / "model.safetensors") - 1); // what no structure tells
+    damage("model.safetensors",
+           fs::file_size(folder / "model.safetensors") - 1); // damage that leaves the structure whole
     EXPECT_THAT(errorOf([&] { made(); }), HasSubstr("config.json is not valid JSON at byte 1. Repair it with: fenlo "
                                                     "models repair small-one"));
     const std::size_t before = hub->requests().size();
@@ -157,7 +158,7 @@ TEST_F(WhisperEngineTest, ADamagedModelIsRepairedByWhatIsSoundAtTheHub) {
         EXPECT_THAT(hub->requests()[i].wire.target, testing::Not(HasSubstr("tokenizer.json"))) << "it was sound";
     EXPECT_EQ(heard(), phrase);
 
-    // Without a network: the folder knows what its files should be, so that only what was compiled is made again.
+    // Without a network: the folder remembers what its files should be, so only the compiled files are made again.
     hub.reset();
     damage("AudioEncoder", fs::file_size(folder / "AudioEncoder") / 2);
     EXPECT_THAT(repairModel(config, "small-one", network, clock, {}).fetched, testing::IsEmpty());

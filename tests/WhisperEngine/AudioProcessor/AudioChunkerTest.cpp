@@ -44,7 +44,7 @@ TEST(Chunker, CutsZerosAtThreeQuartersAndSpeechAtTheLimit) {
 TEST(Chunker, CutsInTheMiddleOfTheLongestSilence) {
     std::vector<std::string> lines;
     const Logging logging(LogLevel::debug, [&](const std::string& line) { lines.push_back(line); });
-    // Silences: a long one in the first half, where nothing is sought, a short one and one of six frames.
+    // Silences: a long one in the first half, which is not searched, a short one and one of six frames.
     const auto audio = constant(0.5F, 16000) + constant(0, 160000) + constant(0.5F, 104000) + constant(0, 1600) +
                        constant(0.5F, 16000) + constant(0, 9600) + constant(0.5F, 300000);
     EXPECT_THAT(chunk(audio, window, {}, logging), ElementsAre(Pair(0, 302400), Pair(302400, 607200)));
@@ -90,7 +90,7 @@ TEST(SeekClips, AreHeldToTheAudio) {
     EXPECT_THAT(clips({}), ElementsAre(Pair(0, 160000)));
     EXPECT_THAT(clips({0.5f, 2, 3}), ElementsAre(Pair(8000, 32000), Pair(48000, 160000)));
     EXPECT_THAT(clips({-1, 99}), ElementsAre(Pair(0, 160000)));
-    EXPECT_THAT(clips({4, 2}), ElementsAre(Pair(64000, 64000))) << "backwards is nothing";
+    EXPECT_THAT(clips({4, 2}), ElementsAre(Pair(64000, 64000))) << "an end before the start gives an empty clip";
     EXPECT_THAT(clips({std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}),
                 ElementsAre(Pair(0, 160000)));
 }

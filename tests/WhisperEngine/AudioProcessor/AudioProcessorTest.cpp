@@ -84,7 +84,7 @@ TEST_F(Loading, Sum_KeepsAVoiceOnOneChannelAndNeverClips) {
     std::vector<float> broken(2000, 0.5F);
     broken[600] = 1e5F;
     const auto read = load(writeSound(folder / "broken.wav", wavFloat, 16000, 2, broken));
-    EXPECT_FLOAT_EQ(read[0], 0.5F) << "no less than the mean, whatever one sample holds";
+    EXPECT_FLOAT_EQ(read[0], 0.5F) << "one wrong sample never turns the rest down below the mean";
 }
 
 TEST_F(Loading, SpecificChannel_TakesTheValidOnesOrTheFirst) {

@@ -17,7 +17,7 @@ using ::testing::ElementsAre;
 namespace {
 
 constexpr int frames = 1500;
-constexpr float oneFrame = 0.0201F; // seconds; among equal paths the one that turns first is taken
+constexpr float oneFrame = 0.0201F; // seconds; among paths of equal cost the one that turns first wins
 
 TranscriptionSegment segment(float start, float end, std::vector<int> tokens) {
     TranscriptionSegment result;

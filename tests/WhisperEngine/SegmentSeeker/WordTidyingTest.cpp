@@ -66,7 +66,7 @@ TEST(WordDurations, AreTheMedianUpToALimit) {
         return wordDurations(segments).median;
     };
     EXPECT_EQ(median({}), 0);
-    EXPECT_EQ(median({{word("a", 1, 1)}}), 0) << "what takes no time does not count";
+    EXPECT_EQ(median({{word("a", 1, 1)}}), 0) << "words without duration do not count";
     EXPECT_FLOAT_EQ(median({{word("a", 0, 0.25F), word("b", 1, 1.5F)}, {word("c", 2, 2), word("d", 3, 3.625F)}}), 0.5F);
     EXPECT_FLOAT_EQ(median({{word("a", 0, 2)}}), 0.7F);
     EXPECT_FLOAT_EQ(WordDurations{.median = 0.7F}.longest(), 1.4F);
@@ -115,7 +115,7 @@ TEST(Clipping, TheSegmentsOwnTimesWinWhereAWordStraysFar) {
     EXPECT_FLOAT_EQ(words[1].end, 2.5F);
     words = {word(" So", 1, 1.9F), word(" it", 2, 2.9F)};
     clipAtSegmentEdges(words, 1.4F, 2.5F, 1, half);
-    EXPECT_FLOAT_EQ(words[0].start, 1) << "half a second is no straying";
+    EXPECT_FLOAT_EQ(words[0].start, 1) << "up to half a second is allowed";
     EXPECT_FLOAT_EQ(words[1].end, 2.9F);
     words = {word(" So", 1, 1.6F)};
     clipAtSegmentEdges(words, 1.55F, 9, 1, {.median = 0.7F});

@@ -16,12 +16,12 @@ void ScriptedDecoder::predict(const TextDecoderInputs& inputs, const TextDecoder
     fedTokens.back().push_back(inputs.input_ids);
     fedPositions.push_back(inputs.cache_length);
 
-    // The masks tell the same as the length: this position is written, all before it count, none after it does.
+    // The masks agree with the length: this position is written; it and all before it count, those after it do not.
     EXPECT_EQ(inputs.kv_cache_update_mask[position], 1);
     EXPECT_EQ(std::ranges::count(inputs.kv_cache_update_mask, 1.0f), 1);
     EXPECT_EQ(std::ranges::count(inputs.decoder_key_padding_mask, 0.0f), inputs.cache_length + 1);
     EXPECT_TRUE(inputs.encoder_output_embeds->derived) << "the decoder was not attached to this window";
-    // Each position leaves its mark in the cache, and finds those of all before it.
+    // Each position leaves its mark in the cache, and finds the marks of all before it.
     for (std::size_t before = 0; before < position; ++before)
         EXPECT_EQ(inputs.key_cache[before * 4], static_cast<float>(before) + 1) << position;
     std::ranges::fill(outputs.key_cache_updates, static_cast<float>(position) + 1);

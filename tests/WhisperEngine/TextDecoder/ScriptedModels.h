@@ -10,7 +10,7 @@
 
 namespace fenlo::whisper::test {
 
-/// One decoding of a window as the scripted decoder is to answer it.
+/// What the scripted decoder answers in one decoding of a window.
 struct ScriptedPass {
     std::vector<int> tokens;   // what each sampled step prefers; the end token after the last
     float confidence = 20;     // the preferred token's score above all others

@@ -17,7 +17,7 @@ using fenlo::whisper::test::tokenizer;
 
 namespace {
 
-/// A stored cache for the first positions, as the marks of the scripted decoder have it.
+/// A stored cache for the first positions, with the marks that the scripted decoder leaves.
 class StoredStart final : public TextDecoderContextPrefillModel {
 public:
     int positions() const override { return 2; }

@@ -26,7 +26,7 @@ constexpr SpecialTokens small{.endToken = 6,
 constexpr int vocabularySize = 16;
 constexpr int t0 = 11;
 
-/// Scores that prefer no text token so little that the timestamps together outweigh it.
+/// Scores with a text token that outweighs all timestamps together.
 std::vector<float> textScores() {
     std::vector<float> logits(vocabularySize, 0.0F);
     logits[3] = 9.0F;

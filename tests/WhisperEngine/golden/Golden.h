@@ -13,15 +13,15 @@
 #include <numeric>
 #include <utility>
 
-/// What the tests share that compare the engine with references made by an independent implementation.
+/// Shared by the tests that compare the engine with references made by an independent implementation.
 namespace fenlo::whisper::test {
 
 inline nlohmann::json golden(const std::filesystem::path& file) {
     return parseJson(files::read(file).value());
 }
 
-/// Of the demonstration model, in a copy, as compiling writes beside the checkpoint; with other weights if they are
-/// given.
+/// An engine with a copy of the demonstration model, since compiling writes beside the checkpoint; with other weights
+/// if they are given.
 inline std::unique_ptr<WhisperEngine> goldenEngine(ComputeUnit unit, const std::filesystem::path& weights = {}) {
     static SystemClock clock;
     static fenlo::test::FakeHttpClient noNetwork;
@@ -33,11 +33,11 @@ inline std::unique_ptr<WhisperEngine> goldenEngine(ComputeUnit unit, const std::
     config.modelFolder = folder;
     config.computeOptions = ModelComputeOptions::all(unit);
     auto engine = WhisperEngine::create(std::move(config), noNetwork, clock, {});
-    std::filesystem::remove_all(folder); // the models are mapped, and need no names any more
+    std::filesystem::remove_all(folder); // the mapped models no longer need their names
     return engine;
 }
 
-/// As the references were made: greedy, one pass, the published suppression lists.
+/// How the references were made: greedily, in one pass, with the published suppression lists.
 inline DecodingOptions referenceOptions(bool withoutTimestamps) {
     DecodingOptions options;
     options.withoutTimestamps = withoutTimestamps;

@@ -1,4 +1,4 @@
-// A file of its own: where the compiler sees these and a caller together, it takes them for mismatched.
+// In a file of its own: seeing these together with a caller, the compiler warns of a mismatch.
 
 #include "WhisperEngine/network/AllocationCount.h"
 

@@ -1,4 +1,4 @@
-// Checkpoints from outside: what is sound is read, everything else ends in one line that tells what and where.
+// Checkpoints from outside: sound ones are read, and all others end in one line that tells what is wrong, and where.
 
 #include "WhisperEngine/network/Checkpoint.h"
 #include "WhisperEngine/WhisperError.h"

@@ -1,4 +1,4 @@
-// The compiled files: whole or not there, and refused as soon as they are not what the checkpoint gives.
+// The compiled files: they are whole or absent, and are refused once they no longer match the checkpoint.
 
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/ModelFiles.h"
@@ -144,7 +144,7 @@ TEST_F(CompiledModel, AnothersFolderIsLeftAloneAndTheCacheServes) {
     const ModelPlace newer = placeOf(folder, {}, {});
     EXPECT_NE(newer.compiled, place.compiled);
     compileModel(newer, {}, {}, {});
-    EXPECT_FALSE(fs::exists(place.compiled)) << "what the old checkpoint gave is of no use";
+    EXPECT_FALSE(fs::exists(place.compiled)) << "files of the old checkpoint are removed";
 
     EXPECT_EQ(placeOf(folder, folder.parent_path(), {}).compiled, folder) << "one of our own models";
     compile();

@@ -1,4 +1,4 @@
-// Shapes that the small trained model has not: both multilingual vocabularies, 80 and 128 mel bands, other numbers of
+// Shapes that the small trained model lacks: both multilingual vocabularies, 80 and 128 mel bands, other numbers of
 // layers and heads. With random weights, against an independent implementation (scripts/make_shapes_reference.py).
 
 #include "WhisperEngine/Tokenizer/Languages.h"

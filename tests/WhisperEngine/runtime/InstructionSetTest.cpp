@@ -10,7 +10,7 @@
 
 using namespace fenlo::whisper;
 
-// ctest runs this program once for each name of FENLO_ISA: here the runs prove to be what they are called.
+// ctest runs this program once for each name of FENLO_ISA; this proves that each run uses the named step.
 TEST(InstructionSet, IsWhatTheVariableSays_InBothLibraries) {
     using dnnl::cpu_isa;
     constexpr std::int64_t all = HWY_SSSE3 | HWY_SSE4 | HWY_AVX2 | HWY_AVX3;
@@ -33,7 +33,7 @@ TEST(InstructionSet, IsWhatTheVariableSays_InBothLibraries) {
             EXPECT_TRUE(step <= used || !has(readProcessor(), step)) << nameOf(step);
     }
     const auto& [library, targets] = expected.at(used);
-    if (used != InstructionSet::scalar) { // a processor of before 2008 has not even the library's narrowest
+    if (used != InstructionSet::scalar) { // processors made before 2008 lack even the library's narrowest step
         EXPECT_EQ(dnnl::get_effective_cpu_isa(), library) << nameOf(used);
     }
     EXPECT_EQ(hwy::SupportedTargets() & all & ~targets, 0) << nameOf(used); // Highway asks for more in some groups

@@ -91,7 +91,7 @@ TEST(Kernels, LayerNorm_IsThePlainForm) {
     for (const Row row : rows()) {
         auto src = randomFloats(row.count + row.start, 1);
         for (float& value : src)
-            value += 10.0F; // a mean that a careless variance would drown in
+            value += 10.0F; // a large mean, which a careless variance loses its digits to
         const auto gain = randomFloats(row.count, 2);
         const auto shift = randomFloats(row.count, 3);
         std::vector<float> expected(row.count);

@@ -20,7 +20,8 @@ TEST(ThreadPool, RunsEachTaskOnce_ForManyCallersAtOnce) {
         for (int caller = 0; caller < 4; ++caller)
             callers.emplace_back([&] {
                 for (int round = 0; round < 200; ++round) {
-                    std::vector<int> times(round % 40, 0); // of its own per call, so that a late worker shows
+                    std::vector<int> times(round % 40,
+                                           0); // one for each call, so that a worker that comes late is found out
                     pool.run(static_cast<int>(times.size()), [&](int task) { ++times[task]; });
                     faults += static_cast<int>(times.size()) != std::accumulate(times.begin(), times.end(), 0);
                 }
@@ -38,7 +39,7 @@ TEST(ThreadPool, ATaskMayShareItsOwnWork) {
 }
 
 TEST(ThreadPool, ACallerIsNotHeldUpByAnother) {
-    // Both workers and the first caller stand in their tasks until the second caller has come through.
+    // Both workers and the first caller wait in their tasks until the second caller has finished.
     ThreadPool pool(3);
     std::atomic<int> standing = 0;
     std::atomic<bool> through = false;

@@ -140,7 +140,7 @@ void RandomTensor::fill(std::uint64_t first, std::span<float> dst, std::uint64_t
 
 std::uint16_t toHalf(float value) {
     const std::uint32_t sign = std::bit_cast<std::uint32_t>(value) >> 16 & 0x8000u;
-    // Times 2^-112 the exponent is the one of a half, and 13 digits are too many.
+    // Multiplied by 2^-112 the number has the exponent of a half, and 13 bits too many.
     const std::uint32_t bits = std::bit_cast<std::uint32_t>(std::fabs(value) * 0x1p-112f);
     return static_cast<std::uint16_t>(sign | (bits + 0xFFFu + (bits >> 13 & 1u)) >> 13);
 }

@@ -39,7 +39,8 @@ struct RandomTensor {
     std::vector<std::uint64_t> shape;
 
     std::uint64_t count() const;
-    /// Numbers [first, first + dst.size()). With some of the generator's numbers skipped they are others.
+    /// Numbers [first, first + dst.size()). `skipped` numbers of the generator are left out first, which gives another
+    /// tensor.
     void fill(std::uint64_t first, std::span<float> dst, std::uint64_t skipped = 0) const;
 };
 
@@ -49,7 +50,7 @@ std::vector<RandomTensor> tensorsOf(const whisper::ModelArchitecture& architectu
 /// What `config.json` says of the architecture.
 std::string configJson(const whisper::ModelArchitecture& architecture);
 
-/// To the nearest half, of two the even one, on every processor: the kernels of the runtime may cut digits off instead.
+/// The nearest half, of two the even one, on every processor. (The runtime's kernel may round towards zero.)
 std::uint16_t toHalf(float value);
 
 /// Numbers [first, first + dst.size()) of the generator, in [-1, 1).
