@@ -233,6 +233,7 @@ TEST_F(Overlay, TheCardTakesThePlaceOfThePill) {
     EXPECT_EQ(pills.records[0]->state, State::gone);
     EXPECT_TRUE(cards.isShown());
     const double low = cards.height;
+    EXPECT_LT(cards.measuredWidth, cards.width) << "the text keeps a margin";
     ASSERT_EQ(cards.content.parts.size(), 3u);
     EXPECT_EQ(cards.content.parts[1], (TextPart{TextPart::Kind::link, "https://a.example"}));
 

@@ -79,12 +79,6 @@ std::vector<LoopbackServices::Received> LoopbackServices::requests() const {
     return m_state.with([](const State& state) { return state.requests; });
 }
 
-std::vector<LoopbackServices::Received> LoopbackServices::requests(const std::string& service) const {
-    auto list = requests();
-    std::erase_if(list, [&](const Received& received) { return received.service != service; });
-    return list;
-}
-
 WireAnswer LoopbackServices::answer(const WireRequest& request, std::stop_token stop) {
     if (request.method == "POST" && request.target == "/control") {
         const std::string fault = control(parseJson(request.body));
@@ -110,11 +104,8 @@ WireAnswer LoopbackServices::answer(const WireRequest& request, std::stop_token 
             now.mode = "ok";
         return now;
     });
-    const auto reply = [&](const std::string& text) {
-        return behaviour.reply.empty() ? protocol->reply(text) : behaviour.reply;
-    };
     const std::string text = textFor(behaviour, *protocol, received.system + "\n" + received.user);
-    return answerInMode(behaviour.mode, text, behaviour.delay, reply, stop);
+    return answerInMode(behaviour.mode, text, behaviour.delay, protocol->reply, stop);
 }
 
 bool LoopbackServices::resetsUpload(const WireRequest& head) const {

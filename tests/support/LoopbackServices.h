@@ -28,7 +28,6 @@ public:
     struct Behaviour {
         std::string mode = "ok";
         std::optional<std::string> text = {}; // without one, a sentence that names the stand-in
-        std::string reply = {};               // the whole JSON body, instead of one made from `text`
         double delay = 0;                     // seconds
         /// Answers to requests whose prompts hold a certain part, before `text`; the first that fits.
         std::vector<std::pair<std::string, std::string>> answers = {};
@@ -60,7 +59,6 @@ public:
 
     void behave(const std::string& service, Behaviour behaviour);
     std::vector<Received> requests() const;
-    std::vector<Received> requests(const std::string& service) const;
     const LoopbackServer& server() const { return m_server; }
 
 private:
