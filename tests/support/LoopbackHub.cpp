@@ -69,8 +69,8 @@ struct Sending {
 
     /// How many bytes to send when the fault hits; 0 ends the body.
     std::uint64_t slow(std::stop_token stop) const {
-        while (fault.mode == "stall" && !stop.stop_requested())
-            pause(3600, stop);
+        if (fault.mode == "stall")
+            hang(stop);
         if (fault.mode != "trickle" || stop.stop_requested())
             return 0;
         pause(trickleRest, stop);
@@ -161,8 +161,7 @@ WireAnswer LoopbackHub::list(const WireRequest& request, const std::string& repo
         return endless();
     if (fault.mode == "stall")
         return {{}, true, [](std::stop_token stop) {
-                    while (!stop.stop_requested())
-                        pause(3600, stop);
+                    hang(stop);
                     return std::string();
                 }};
     const auto [pageSize, listing] =

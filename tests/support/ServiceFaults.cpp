@@ -11,11 +11,6 @@ namespace fenlo::test {
 
 namespace {
 
-void hang(std::stop_token stop) {
-    while (!stop.stop_requested())
-        pause(3600, stop);
-}
-
 /// Sends a byte of the body now and then, and never ends.
 WireAnswer trickle() {
     WireAnswer answer{"HTTP/1.1 200 Answer\r\nContent-Type: application/json\r\nContent-Length: 1000000\r\n\r\n", true};
@@ -88,6 +83,11 @@ void pause(double seconds, std::stop_token stop) {
     std::condition_variable_any sleep;
     std::unique_lock lock(mutex);
     sleep.wait_for(lock, stop, std::chrono::duration<double>(seconds), [] { return false; });
+}
+
+void hang(std::stop_token stop) {
+    while (!stop.stop_requested())
+        pause(3600, stop);
 }
 
 WireAnswer jsonAnswer(int status, const std::string& body) {

@@ -17,6 +17,8 @@ WireAnswer answerInMode(const std::string& mode, const std::string& text, double
 
 /// Waits, at most until the server ends.
 void pause(double seconds, std::stop_token stop);
+/// Waits until the server ends.
+void hang(std::stop_token stop);
 
 WireAnswer jsonAnswer(int status, const std::string& body);
 WireAnswer notFound(const WireRequest& request);
