@@ -441,3 +441,12 @@ TEST_F(Session, AnExternalInputWarmsUpBeforeItCounts) {
     ASSERT_EQ(durations.size(), 1u);
     EXPECT_NEAR(durations[0], 2.0, 0.2) << "the time that the device took to wake up does not count";
 }
+
+TEST_F(Session, WithoutTheOverlayNothingIsShown) {
+    config.update([](Settings& s) { s.showOverlay = false; });
+    session.hotkeyPressed();
+    speak(1.0);
+    EXPECT_EQ(pillText(), "");
+    session.hotkeyReleased();
+    EXPECT_EQ(pillText(), "");
+}
