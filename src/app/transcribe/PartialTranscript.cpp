@@ -191,19 +191,14 @@ PartialKeeper::PartialKeeper(fs::path file, PartialTranscript partial, Clock& cl
 
 void PartialKeeper::add(std::size_t part, const TranscriptionCheckpoint& checkpoint,
                         std::span<const TranscriptionSegment> segments) {
-    std::string due;
-    {
-        const std::lock_guard lock(m_mutex);
-        StoppedTranscription& stopped = m_partial.parts[part];
-        stopped.checkpoint = checkpoint;
-        stopped.segments.insert(stopped.segments.end(), segments.begin(), segments.end());
-        if (m_clock.now() - m_lastWrite >= writeInterval) {
-            m_lastWrite = m_clock.now();
-            due = encodePartial(m_partial);
-        }
-    }
-    if (!due.empty())
-        files::writeAtomically(m_file, due); // save() reports a failure
+    const std::lock_guard lock(m_mutex);
+    StoppedTranscription& stopped = m_partial.parts[part];
+    stopped.checkpoint = checkpoint;
+    stopped.segments.insert(stopped.segments.end(), segments.begin(), segments.end());
+    if (m_clock.now() - m_lastWrite < writeInterval)
+        return;
+    m_lastWrite = m_clock.now();
+    files::writeAtomically(m_file, encodePartial(m_partial)); // save() reports a failure
 }
 
 PartialKeeper::Saved PartialKeeper::save() {

@@ -37,7 +37,9 @@ std::optional<std::string> hashOfFile(const std::filesystem::path& file);
 /// Collects the results of a running transcription. Writes them to the file when it is stopped, and every half minute,
 /// so that a crash costs no more than that.
 ///
-/// Threads: add() on any, the rest on one when no task runs.
+/// Threads: add() on any, the rest on one when no task runs. The lock is held while the file is written, so that an
+/// older
+///          state never replaces a newer one.
 class PartialKeeper {
 public:
     /// `partial` is where to begin: empty, or what an earlier run has left.
