@@ -27,8 +27,8 @@ TEST_F(DownloadFaultsTest, ABrokenDownloadGoesOnWhereItStopped) {
     EXPECT_EQ(came[0].sent + came[1].sent + came[2].sent, large.size()) << "no byte twice";
 }
 
-TEST_F(DownloadFaultsTest, WhatCannotBeContinuedBeginsAnew) {
-    // The part that is there was of another state of the file, or the hub cannot continue, or continues wrongly.
+TEST_F(DownloadFaultsTest, WhatCannotBeContinuedStartsOver) {
+    // The hub has another version of the file, cannot send ranges, or sends a wrong range.
     for (const char* mode : {"tag", "no-ranges", "range"}) {
         interruptAfter(700'000);
         hub.hit({.mode = mode, .times = 1});
@@ -37,7 +37,7 @@ TEST_F(DownloadFaultsTest, WhatCannotBeContinuedBeginsAnew) {
         EXPECT_FALSE(fs::exists(folder / ".partial"));
         fs::remove_all(folder);
     }
-    // A weak mark does not promise the same bytes.
+    // A weak ETag does not promise the same bytes.
     hub.hit({.mode = "weak", .times = 1});
     {
         const ScarceDisk scarce(1'000'000);
@@ -48,7 +48,7 @@ TEST_F(DownloadFaultsTest, WhatCannotBeContinuedBeginsAnew) {
     EXPECT_TRUE(there(weights) == large);
 }
 
-TEST_F(DownloadFaultsTest, APartOfAnotherFileIsNotContinued) {
+TEST_F(DownloadFaultsTest, APartOfAnOldVersionIsNotContinued) {
     interruptAfter(700'000);
     const std::string newer = std::string(2'000'000, 'n');
     publish(weights, newer);
@@ -98,7 +98,7 @@ TEST_F(DownloadFaultsTest, RefusalsNameTheRemedy) {
         EXPECT_EQ(error.kind, test.kind) << test.status;
         EXPECT_THAT(error.what(), HasSubstr(test.remedy));
     }
-    EXPECT_EQ(hub.requests().size(), 4u) << "nothing of this passes by itself";
+    EXPECT_EQ(hub.requests().size(), 4u) << "none of these is retried";
 
     hub.setToken("hf_right");
     settings.token = "hf_secret";
@@ -110,7 +110,7 @@ TEST_F(DownloadFaultsTest, RefusalsNameTheRemedy) {
     EXPECT_THAT(failure().what(), HasSubstr("check HF_ENDPOINT"));
 }
 
-TEST_F(DownloadFaultsTest, WhatPassesIsTriedAgainAtGrowingDistances) {
+TEST_F(DownloadFaultsTest, PassingFaultsAreRetriedAtGrowingIntervals) {
     double start = clock.now();
     hub.hit({.mode = "status", .inListing = true, .times = 3, .status = 503});
     download();
@@ -133,9 +133,9 @@ TEST_F(DownloadFaultsTest, WhatPassesIsTriedAgainAtGrowingDistances) {
     start = clock.now();
     hub.hit({.mode = "status", .inListing = true, .times = 9, .status = 429, .retryAfter = "86400"});
     EXPECT_THAT(failure().what(), HasSubstr("status 429"));
-    EXPECT_EQ(clock.now(), start) << "nobody waits for a day";
+    EXPECT_EQ(clock.now(), start) << "no wait for a day";
 
-    // An address of the storage that has grown old is replaced by a fresh one.
+    // An expired address of the storage is replaced by a fresh one.
     hub.hit({.mode = "status", .times = 1, .status = 403});
     download(onlyLarge);
     EXPECT_TRUE(there(weights) == large);
@@ -147,7 +147,7 @@ TEST_F(DownloadFaultsTest, WhatPassesIsTriedAgainAtGrowingDistances) {
     EXPECT_THAT(error.what(), HasSubstr("connection refused; check the network"));
 }
 
-TEST_F(DownloadFaultsTest, ProgressKeepsALineOfBreaksGoing) {
+TEST_F(DownloadFaultsTest, BreaksDoNotEndADownloadThatProgresses) {
     hub.hit({.mode = "drop", .after = 100'000, .times = 20});
     download(onlyLarge);
     EXPECT_TRUE(there(weights) == large) << "each attempt brought something";
@@ -164,7 +164,7 @@ TEST_F(DownloadFaultsTest, AStalledDownloadIsTakenUpAgain) {
     EXPECT_EQ(transfers().back().wire.header("range"), "bytes=1000000-");
 }
 
-TEST_F(DownloadFaultsTest, AHubThatSendsNextToNothingIsNotWaitedForAgain) {
+TEST_F(DownloadFaultsTest, AHubThatSendsNextToNothingIsNotRetried) {
     settings.idleLimit = 0.7;
     const double start = clock.now();
     hub.hit({.mode = "trickle", .after = 600, .times = 9}); // too little in all
@@ -176,7 +176,7 @@ TEST_F(DownloadFaultsTest, AHubThatSendsNextToNothingIsNotWaitedForAgain) {
     hub.hit({.mode = "stall", .inListing = true, .times = 9});
     EXPECT_THAT(failure().what(), HasSubstr(host + " sent nothing for 0.7s; check the network"));
     EXPECT_EQ(transfers().size(), 1u);
-    EXPECT_EQ(clock.now(), start) << "nobody waits before another attempt, since there is none";
+    EXPECT_EQ(clock.now(), start) << "no pause, since there is no other attempt";
 
     hub.hit({});
     download(onlyLarge);
@@ -184,7 +184,7 @@ TEST_F(DownloadFaultsTest, AHubThatSendsNextToNothingIsNotWaitedForAgain) {
     EXPECT_NE(transfers().back().wire.header("range"), "") << "what had come was kept";
 }
 
-TEST_F(DownloadFaultsTest, ListingsThatAreNoneAreRefused) {
+TEST_F(DownloadFaultsTest, OtherRepliesThanListingsAreRefused) {
     for (const char* mode : {"garbage", "endless"}) {
         hub.hit({.mode = mode, .inListing = true});
         EXPECT_EQ(failure().kind, Kind::badReply) << mode;
@@ -205,7 +205,7 @@ TEST_F(DownloadFaultsTest, ListingsThatAreNoneAreRefused) {
     EXPECT_FALSE(fs::exists(folder.parent_path() / "a"));
 }
 
-TEST_F(DownloadFaultsTest, RoomIsAskedForBeforehand) {
+TEST_F(DownloadFaultsTest, FreeSpaceIsCheckedBeforehand) {
     hub.setListing(R"([{"type": "file", "path": "huge.bin", "size": 10000000000000}])");
     const HubError error = failure();
     EXPECT_EQ(error.kind, Kind::diskFull);

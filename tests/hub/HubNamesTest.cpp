@@ -49,7 +49,7 @@ TEST(Globs, MatchAsTheirDefinitionSays) {
     EXPECT_FALSE(matchesGlob(std::string(2000, 'a') + "b", stars));
 }
 
-TEST(HubPaths, WhatCouldLeaveTheFolderIsUnsafe) {
+TEST(HubPaths, PathsThatCouldLeaveTheFolderAreUnsafe) {
     for (const char* path :
          {"a", "a/b.json", ".gitattributes", "a..b/c...", "été/模型.bin", "weights one#?.bin", "a/.lock"})
         EXPECT_TRUE(isSafePath(path)) << path;

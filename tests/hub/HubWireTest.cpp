@@ -1,4 +1,4 @@
-// What goes over the wire, byte for byte where it matters.
+// Requests and answers between client and hub.
 
 #include "HubFixture.h"
 
@@ -82,13 +82,13 @@ TEST_F(HubWireTest, ProgressBeginsAtNothingAndEndsAtAll) {
     }
 }
 
-TEST_F(HubWireTest, WhatIsThereWholeIsNotFetchedAgain) {
+TEST_F(HubWireTest, CompleteFilesAreNotFetchedAgain) {
     download();
     download();
     EXPECT_EQ(transfers().size(), 2u);
     EXPECT_EQ(told.back().received, large.size() + small.size());
 
-    fs::remove(folder / ".snapshot.json"); // as if it had been cut short: now the contents are read
+    fs::remove(folder / ".snapshot.json"); // as after an interruption: now the contents are checked
     download();
     EXPECT_EQ(transfers().size(), 2u);
 

@@ -1,4 +1,4 @@
-// The folder of a snapshot: what is in it, who may write there, and what serves without a network.
+// The folder of a snapshot: its files, who may write there, and what works without a network.
 
 #include "HubFixture.h"
 
@@ -28,7 +28,7 @@ protected:
 
 } // namespace
 
-TEST_F(SnapshotTest, OfflineACompletedSnapshotServesAndNothingElse) {
+TEST_F(SnapshotTest, OfflineOnlyACompleteSnapshotIsUsed) {
     download({"config.json"});
     const std::size_t before = requestsSoFar();
     goOffline();
@@ -50,7 +50,7 @@ TEST_F(SnapshotTest, OfflineACompletedSnapshotServesAndNothingElse) {
     EXPECT_THROW(hubClient().snapshot("maker/other", {}, folder, {}, {}), HubError);
 }
 
-TEST_F(SnapshotTest, WithoutANetworkTheDiskServesAtOnce) {
+TEST_F(SnapshotTest, WithoutANetworkCompleteFilesAreUsedAtOnce) {
     loseTheNetwork();
     EXPECT_EQ(failure().kind, Kind::network);
     settings.endpoint = hub.server().url();
@@ -60,7 +60,7 @@ TEST_F(SnapshotTest, WithoutANetworkTheDiskServesAtOnce) {
     const double start = clock.now();
     const LogCapture logged;
     download();
-    EXPECT_EQ(clock.now(), start) << "no attempt after attempt for what is there already";
+    EXPECT_EQ(clock.now(), start) << "no retries when everything is on the disk";
     EXPECT_TRUE(logged.containsPrefix("[Fenlo] Using " + folder.string() + " as it is: could not download"));
 
     settings.endpoint = hub.server().url();
@@ -70,11 +70,11 @@ TEST_F(SnapshotTest, WithoutANetworkTheDiskServesAtOnce) {
     EXPECT_EQ(failure().kind, Kind::unauthorized) << "the hub did answer";
 }
 
-TEST_F(SnapshotTest, AHalfDoneUpdateIsNoWholeSnapshot) {
+TEST_F(SnapshotTest, AHalfDoneUpdateIsNotComplete) {
     download();
     publish("config.json", "{}");
     publish(weights, large + "more");
-    hub.hit({.mode = "drop", .after = 1000, .times = 99}); // the small file is through before
+    hub.hit({.mode = "drop", .after = 1000, .times = 99}); // the small file arrives first
     std::stop_source stop;
     clock.onSleep = [&] {
         EXPECT_TRUE(waitUntil(60, [&] { return there("config.json") == "{}"; }));
@@ -117,7 +117,7 @@ TEST_F(SnapshotTest, LinksInTheFolderAreNotFollowed) {
     EXPECT_EQ(std::distance(fs::directory_iterator(outside), {}), 1);
 }
 
-TEST_F(SnapshotTest, AFolderThatCannotBeIsToldInOneLine) {
+TEST_F(SnapshotTest, AnImpossibleFolderIsReportedInOneLine) {
     fs::create_directories(folder.parent_path());
     ASSERT_TRUE(files::writeAtomically(folder, "a file"));
     EXPECT_THAT(failure().what(), HasSubstr("cannot make the folder " + folder.string()));
@@ -182,14 +182,14 @@ TEST_F(SnapshotTest, TheFirstFailureEndsTheOthersAndAListenersFaultPassesThrough
     hub.hit({.mode = "stall", .times = 99});
     hub.setListing(R"([{"type": "file", "path": ")" + weights + R"(", "size": 2500000},)" +
                    R"({"type": "file", "path": "gone.bin", "size": 5}])");
-    EXPECT_EQ(failure().kind, Kind::notFound) << "and not a wait for what is stalled";
+    EXPECT_EQ(failure().kind, Kind::notFound) << "without waiting for the stalled one";
 
     hub.setListing("");
     struct Fault {};
     EXPECT_THROW(hubClient().snapshot(repo, {}, folder, [](DownloadProgress) { throw Fault(); }, {}), Fault);
 }
 
-TEST(SnapshotManifest, WhatIsNoManifestIsNone) {
+TEST(SnapshotManifest, DamagedManifestsAreIgnored) {
     const SnapshotManifest manifest{"a/b", "main", {"*"}, {{"c", 5, std::string(64, 'a'), {}}, {"d/e", 0, {}, {}}}};
     const auto back = SnapshotManifest::parse(manifest.text());
     ASSERT_TRUE(back);

@@ -199,7 +199,7 @@ TEST_F(AudioFiles, WrongLengthInTheHeader_LosesNothing) {
 }
 
 /// After damage every sound is at its time.
-TEST_F(AudioFiles, DamageInTheMiddle_IsToldAndLeavesTheRestInItsPlace) {
+TEST_F(AudioFiles, DamageInTheMiddle_IsReportedAndKeepsTheRestInPlace) {
     std::vector<float> sweep(16000 * 30);
     for (std::size_t i = 0; i < sweep.size(); ++i)
         sweep[i] = 0.5F * static_cast<float>(std::sin(1e-6 * static_cast<double>(i) * static_cast<double>(i)));

@@ -154,7 +154,7 @@ TEST_F(Models, ARepositoryOfFoldersIsListed) {
     EXPECT_THAT(failureOf([&] { choose("small"); }), HasSubstr("Model not found. Please check the model or repo name"));
 }
 
-TEST_F(Models, WhatIsInstalledServesWithoutAHub) {
+TEST_F(Models, InstalledModelsAreUsedWithoutAHub) {
     repository.name = "maker/models";
     install("openai_whisper-small.en");
     http.isDown = true;

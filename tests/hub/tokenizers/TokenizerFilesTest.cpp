@@ -93,7 +93,7 @@ TEST(TokenizerFiles, WrongParts_AreRefusedInOneLine) {
     }
 }
 
-TEST(TokenizerFiles, WhatIsNoTokenizer_IsRefusedInOneLine) {
+TEST(TokenizerFiles, OtherFiles_AreRefusedInOneLine) {
     const std::string whole = writeJson(smallFile({"a"}));
     expectRefused("", "is not valid JSON at byte");
     expectRefused("[]", "has no \"model\"");
