@@ -167,7 +167,7 @@ void TakeBuffer::copy(std::unique_lock<std::mutex>& lock) {
     if (const auto file = m_copy->file(); file != before) {
         if (file)
             files.push_back(*file);
-        tellFiles(std::move(files));
+        tellFiles(files);
     }
     lock.lock();
 }

@@ -18,8 +18,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr double rate = 16000;
-constexpr std::size_t bufferSize = 4096;
+constexpr double hertz = 16000;
+constexpr std::size_t tapSize = 4096;
 
 thread_local std::size_t allocations = 0; // of this thread
 
@@ -40,14 +40,14 @@ thread_local std::size_t allocations = 0; // of this thread
 
 TEST(TakeBuffer, AppendNeverAllocatesNotEvenAfterACut) {
     TakeBuffer take;
-    take.setSampleRate(rate);
+    take.setSampleRate(hertz);
     take.begin();
     const LogCapture log;
-    const auto buffer = constant(0.2F, bufferSize);
+    const auto buffer = constant(0.2F, tapSize);
     std::size_t allocated = 0;
     const auto hear = [&](double seconds) {
         const std::size_t before = allocations;
-        for (double heard = 0; heard < seconds; heard += bufferSize / rate)
+        for (double heard = 0; heard < seconds; heard += tapSize / hertz)
             take.append(buffer);
         allocated += allocations - before;
     };
@@ -64,11 +64,11 @@ TEST(TakeBuffer, AppendNeverAllocatesNotEvenAfterACut) {
 TEST(TakeBuffer, AudioThreadMainThreadAndFlusher_LoseNothing) {
     constexpr std::size_t buffers = 2500; // more than two chunks
     TakeBuffer take;
-    take.setSampleRate(rate);
+    take.setSampleRate(hertz);
     take.begin();
     std::atomic<bool> done = false;
     std::thread audio([&] {
-        const auto buffer = constant(0.2F, bufferSize);
+        const auto buffer = constant(0.2F, tapSize);
         for (std::size_t i = 0; i < buffers; ++i)
             take.append(buffer);
         done = true;
@@ -82,7 +82,7 @@ TEST(TakeBuffer, AudioThreadMainThreadAndFlusher_LoseNothing) {
         samples += readSoundFile(file, ChannelMix::first).mono.size();
         fs::remove(file);
     }
-    EXPECT_EQ(samples, buffers * bufferSize);
+    EXPECT_EQ(samples, buffers * tapSize);
     EXPECT_GE(taken.chunkFiles.size(), 1u);
     EXPECT_TRUE(taken.deviceChanged);
 }
