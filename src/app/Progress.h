@@ -15,8 +15,8 @@ class Clock;
 /// Tells on standard error how a long piece of work goes: on a terminal one line that is drawn again in place, at most
 /// ten times a second; elsewhere a plain line when a piece of work begins.
 ///
-/// The terminal's modes are left alone, so there is nothing to restore but the line itself, which is erased when this
-/// dies. A command that a signal may end therefore ends by TerminationSignals and a stop token.
+/// It changes no mode of the terminal. The destructor erases the line, so a command that a signal may end ends by
+/// TerminationSignals and a stop token.
 ///
 /// Threads: any.
 /// Errors:  none; what cannot be written is lost.
@@ -31,7 +31,7 @@ public:
 
     /// A download. `received` may begin above zero, where an earlier attempt has left something.
     void bytes(const std::string& label, std::uint64_t received, std::uint64_t total);
-    /// How far the work is, and what was heard in it so far: either keeps the other, under the same label.
+    /// How far the work is, and what was heard so far. Under the same label each leaves the other as it was.
     void fraction(const std::string& label, double fraction);
     void text(const std::string& label, const std::string& text);
 

@@ -10,7 +10,7 @@ using namespace fenlo;
 using testing::HasSubstr;
 using testing::Not;
 
-TEST(EngineTrial, AProductThatDiesCostsOneStep_NotTheWords) {
+TEST(EngineTrial, AnIllegalInstructionCostsOneStep_NotTheWords) {
     const whisper::InstructionSet widest = whisper::chooseInstructionSet(whisper::readProcessor(), {}, {}).used;
     if (widest == whisper::InstructionSet::scalar)
         GTEST_SKIP() << "this processor has one step only";

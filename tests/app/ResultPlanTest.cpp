@@ -57,7 +57,7 @@ TEST(ResultPlan, ResultsOfEarlierRunsAreKeptUnlessTheUserSaysOtherwise) {
     EXPECT_EQ(done[0].note, "/a/talk.wav: out/talk.txt is there already; skipped");
 }
 
-TEST(ResultPlan, AnotherRunMayHaveBeenFasterWithTheName) {
+TEST(ResultPlan, ANameThatWasTakenMeanwhileGetsANumber) {
     const PlannedResult talk{.stem = "out/talk", .outputs = {"srt", "json"}, .hasPartial = false, .note = {}};
     const auto stemBeside = [&](const Files& left) {
         return stillFreeStem(talk, [&](const fs::path& file) { return left.contains(file); });

@@ -163,7 +163,7 @@ TEST_F(TranscribeCommand, WritesFilesAndOverwritesNone) {
     EXPECT_THAT(skipped.err, HasSubstr("is there already; skipped"));
     const Outcome again = run(toFolder + (home / "a/talk.wav").string());
     EXPECT_EQ(again.status, 0);
-    EXPECT_TRUE(fs::exists(folder / "talk.txt")) << "another form takes nobody's name";
+    EXPECT_TRUE(fs::exists(folder / "talk.txt")) << "results of another form leave the name free";
 
     const Outcome nowhere = run("--output-dir /proc/none " + phrase);
     EXPECT_EQ(nowhere.status, 1);
