@@ -25,9 +25,12 @@ thread_local std::size_t allocations = 0; // of this thread
 
 } // namespace
 
-[[gnu::noinline]] void* operator new(std::size_t size) {
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     ++allocations;
-    if (void* memory = std::malloc(size))
+    return std::malloc(size);
+}
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    if (void* memory = operator new(size, std::nothrow))
         return memory;
     throw std::bad_alloc();
 }
