@@ -71,7 +71,7 @@ protected:
 
     const fs::path base = files::temporaryFile("models_", "");
     SystemClock clock;
-    test::FakeHttpClient http;
+    fenlo::test::FakeHttpClient http;
     WhisperEngineConfig config;
     DecodingOptions options;
     std::vector<ModelState> states;
@@ -129,7 +129,7 @@ TEST_F(WhisperEngineTest, ADamagedModelIsRepairedByWhatIsSoundAtTheHub) {
     const fs::path served = base / "served/maker/models/small-one";
     fs::create_directories(served.parent_path());
     fs::copy(DEMO_MODEL_FOLDER, served);
-    auto hub = std::make_optional<test::LoopbackHub>(base / "served");
+    auto hub = std::make_optional<fenlo::test::LoopbackHub>(base / "served");
     CurlHttpClient network;
     config.model = "small-one";
     config.modelRepo = "maker/models";
@@ -165,7 +165,7 @@ TEST_F(WhisperEngineTest, ADamagedModelIsRepairedByWhatIsSoundAtTheHub) {
     EXPECT_FALSE(fs::exists(folder / "AudioEncoder"));
     EXPECT_EQ(heard(), phrase);
     damage("tokenizer.json", 0);
-    test::VirtualClock patience; // between the attempts
+    fenlo::test::VirtualClock patience; // between the attempts
     EXPECT_THAT(errorOf([&] { repairModel(config, "small-one", network, patience, {}); }),
                 HasSubstr("check the network"));
     EXPECT_TRUE(fs::exists(folder / "tokenizer.json")) << "nothing is dropped before the hub has answered";

@@ -30,10 +30,10 @@ protected:
     }
 
     /// Prepares a mono clip of these samples.
-    const fs::path& prepare(const std::vector<float>& samples, int rate = 16000) {
+    const fs::path& prepare(const std::vector<float>& samples, int clipRate = 16000) {
         removePreparedClip(prepared, clip);
         files::removeQuietly(clip);
-        writeWav(clip, samples, rate, WavEncoding::float32);
+        writeWav(clip, samples, clipRate, WavEncoding::float32);
         return prepared = prepareClip(clip);
     }
     bool isUnchanged() const { return prepared == clip; }

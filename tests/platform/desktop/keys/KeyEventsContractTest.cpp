@@ -23,8 +23,8 @@ struct Named {
     KeySym symbol;
 };
 
-constexpr Named controlLeft{key::controlLeft, mask::control, XK_Control_L};
-constexpr Named controlRight{key::controlRight, mask::control, XK_Control_R};
+constexpr Named leftControl{key::controlLeft, mask::control, XK_Control_L};
+constexpr Named rightControl{key::controlRight, mask::control, XK_Control_R};
 constexpr Named shiftLeft{key::shiftLeft, mask::shift, XK_Shift_L};
 constexpr Named commandLeft{key::commandLeft, mask::command, XK_Super_L};
 constexpr Named optionRight{key::optionRight, mask::option, XK_Alt_R};
@@ -115,9 +115,9 @@ protected:
 
 TEST_P(KeyEventsContract, ModifiersTellWhatIsHeldAndWhichSideChanged) {
     listen();
-    for (const Named& key : {controlLeft, controlRight})
+    for (const Named& key : {leftControl, rightControl})
         rig->press(key);
-    for (const Named& key : {controlLeft, controlRight})
+    for (const Named& key : {leftControl, rightControl})
         rig->release(key);
     for (const Named& key : {shiftLeft, commandLeft, optionRight})
         rig->press(key);
@@ -137,7 +137,7 @@ TEST_P(KeyEventsContract, ModifiersTellWhatIsHeldAndWhichSideChanged) {
 
 TEST_P(KeyEventsContract, KeysAreReportedWhenTheyGoDown) {
     listen();
-    for (const Named& key : {controlLeft, space, letterQ}) {
+    for (const Named& key : {leftControl, space, letterQ}) {
         rig->press(key);
         rig->release(key);
     }
@@ -160,7 +160,7 @@ TEST_P(KeyEventsContract, ItsOwnKeysAreNeverReported) {
 TEST_P(KeyEventsContract, NothingIsReportedBetweenStopAndListen) {
     listen();
     rig->keys().stopListening();
-    rig->press(controlLeft);
+    rig->press(leftControl);
     rig->press(letterQ);
     rig->release(letterQ);
     int clicks = 0;
@@ -171,7 +171,7 @@ TEST_P(KeyEventsContract, NothingIsReportedBetweenStopAndListen) {
     }));
     EXPECT_TRUE(changes.empty() && downs.empty());
     listen();
-    rig->release(controlLeft);
+    rig->release(leftControl);
     ASSERT_TRUE(runUntilChanges(1));
     EXPECT_EQ(changes.front().first, 0U);
 }
