@@ -19,13 +19,8 @@ std::filesystem::path logFile() {
 }
 
 void detail::writeLog(std::string_view prefix, fmt::string_view format, fmt::format_args values) {
-    log(std::string(prefix) + fmt::vformat(format, values));
-}
-
-void log(std::string_view line) {
     // One write per line, in append mode: lines of several threads and processes never mix.
-    std::string text = text::repairUtf8(line);
-    text += '\n';
+    const std::string text = text::repairUtf8(std::string(prefix) + fmt::vformat(format, values)) + '\n';
     writeAll(STDERR_FILENO, text);
 
     const auto path = logFile();

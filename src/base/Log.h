@@ -29,9 +29,6 @@ void logError(fmt::format_string<Values...> format, Values&&... values) {
     detail::writeLog("[Fenlo] ERROR: ", format, fmt::make_format_args(values...));
 }
 
-/// Writes the line as it is, for callers that are not yet on logInfo and logError.
-void log(std::string_view line);
-
 /// `$XDG_STATE_HOME/fenlo/Fenlo.log`, by default under ~/.local/state.
 std::filesystem::path logFile();
 
