@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// JSON texts in and out. Parser and writer are compiled in one place, since they cost seconds in every file that has them.
+/// JSON texts in and out. Parser and writer are compiled in one place, since every file that has them takes seconds.
 namespace fenlo {
 
 /// The value of a JSON text, or one that `is_discarded()` when the text is no JSON.

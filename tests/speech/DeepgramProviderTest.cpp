@@ -9,7 +9,7 @@ using ::testing::Not;
 
 namespace {
 
-std::string replyWith(const std::string& alternative) {
+std::string deepgramReply(const std::string& alternative) {
     return R"({"results": {"channels": [{"alternatives": [)" + alternative + "]}]}}";
 }
 
@@ -50,7 +50,7 @@ TEST(DeepgramReply, ConfidenceIsToldOnTheScaleOfLogProbabilities) {
                              Case{R"(, "confidence": 0)", -2}, Case{R"(, "confidence": -1)", -2},
                              Case{R"(, "confidence": "high")", -2}, Case{"", -2}}) {
         const auto result =
-            deepgram::parseReply(replyWith(R"({"transcript": " two words\n")" + std::string(test.confidence) + "}"));
+            deepgram::parseReply(deepgramReply(R"({"transcript": " two words\n")" + std::string(test.confidence) + "}"));
         EXPECT_EQ(result.text, "two words");
         ASSERT_TRUE(result.meta);
         EXPECT_NEAR(result.meta->avgConfidence, test.expected, 1e-8) << test.confidence;
@@ -59,7 +59,7 @@ TEST(DeepgramReply, ConfidenceIsToldOnTheScaleOfLogProbabilities) {
 }
 
 TEST(DeepgramReply, DoubtfulWordsAreGatheredInOneText) {
-    const auto result = deepgram::parseReply(replyWith(R"({"transcript": "", "confidence": 0.9, "words": [
+    const auto result = deepgram::parseReply(deepgramReply(R"({"transcript": "", "confidence": 0.9, "words": [
         {"word": "one", "punctuated_word": "One,", "confidence": 0.69},
         {"word": "sure", "punctuated_word": "sure", "confidence": 0.7},
         {"word": "two", "confidence": 0.1},

@@ -94,7 +94,7 @@ std::string readName() {
     char name[49]{};
     for (unsigned part = 0; part < 3; ++part) {
         const Leaf leaf(0x80000002 + part);
-        std::memcpy(name + 16 * part, &leaf, sizeof leaf);
+        std::memcpy(name + std::size_t{16} * part, &leaf, sizeof leaf);
     }
     return name;
 }

@@ -57,7 +57,7 @@ bool linearIsRight(const Products& products, Size size) {
     auto actual = numbers.floats(size.rows * size.outputs);
     auto expected = actual;
     std::vector<float> row(static_cast<std::size_t>(size.outputs));
-    for (int i = 0; i < size.rows; ++i) {
+    for (std::ptrdiff_t i = 0; i < size.rows; ++i) {
         plain::matVec(weights.data(), bias.data(), src.data() + i * size.inputs, row.data(), 0, size.outputs,
                       size.inputs);
         plain::gelu(row.data(), size.outputs);
@@ -77,12 +77,12 @@ bool linearInt8IsRight(const Products& products, Size size) {
     const std::vector<float> bias(static_cast<std::size_t>(size.outputs), 3.0F);
     std::vector<float> src(static_cast<std::size_t>(size.rows * size.inputs));
     std::ranges::generate(src, [&] { return static_cast<float>(numbers.integer(127)); });
-    for (int i = 0; i < size.rows; ++i)
+    for (std::ptrdiff_t i = 0; i < size.rows; ++i)
         src[static_cast<std::size_t>(i * size.inputs)] = i % 2 ? 127.0F : -127.0F;
     std::vector<float> actual(static_cast<std::size_t>(size.rows * size.outputs));
     std::vector<float> expected(actual.size());
     std::vector<std::int8_t> bytes(static_cast<std::size_t>(size.inputs));
-    for (int i = 0; i < size.rows; ++i) {
+    for (std::ptrdiff_t i = 0; i < size.rows; ++i) {
         const float scale = plain::quantize(src.data() + i * size.inputs, bytes.data(), size.inputs);
         plain::matVecInt8(weights.data(), scales.data(), bias.data(), bytes.data(), scale,
                           expected.data() + i * size.outputs, 0, size.outputs, size.inputs);
