@@ -49,8 +49,8 @@ TEST(DeepgramReply, ConfidenceIsToldOnTheScaleOfLogProbabilities) {
     for (const Case& test : {Case{R"(, "confidence": 1)", 0}, Case{R"(, "confidence": 0.5)", -0.69314718},
                              Case{R"(, "confidence": 0)", -2}, Case{R"(, "confidence": -1)", -2},
                              Case{R"(, "confidence": "high")", -2}, Case{"", -2}}) {
-        const auto result =
-            deepgram::parseReply(deepgramReply(R"({"transcript": " two words\n")" + std::string(test.confidence) + "}"));
+        const auto result = deepgram::parseReply(
+            deepgramReply(R"({"transcript": " two words\n")" + std::string(test.confidence) + "}"));
         EXPECT_EQ(result.text, "two words");
         ASSERT_TRUE(result.meta);
         EXPECT_NEAR(result.meta->avgConfidence, test.expected, 1e-8) << test.confidence;
