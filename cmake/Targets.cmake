@@ -65,11 +65,15 @@ fenlo_precompiled(fenlo_headers fenlo_options ${standard_headers})
 fenlo_precompiled(fenlo_qt_headers "fenlo_options;Qt6::Core" ${standard_headers})
 fenlo_precompiled(fenlo_command_headers "fenlo_options;Qt6::Core;CLI11::CLI11" ${standard_headers} <CLI/CLI.hpp>)
 
-# fenlo_library(NAME SOURCES … LINKS …): one folder of src/ as a static library.
+# fenlo_library(NAME SOURCES … LINKS … [BUSY]): one folder of src/ as a static library. BUSY ones calculate so much that an
+# unoptimised build would make its tests wait for minutes.
 function(fenlo_library name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(ARG "BUSY" "" "SOURCES;LINKS" ${ARGN})
     add_library(${name} STATIC ${ARG_SOURCES})
     target_link_libraries(${name} PUBLIC fenlo_options ${ARG_LINKS})
+    if(ARG_BUSY)
+        target_compile_options(${name} PRIVATE $<$<CONFIG:Debug>:-O1>)
+    endif()
     if(ARG_LINKS MATCHES "CLI11::")
         fenlo_reuse(${name} fenlo_command_headers)
     elseif(ARG_LINKS MATCHES "Qt6::|fenlo_ui")
