@@ -15,6 +15,8 @@ constexpr std::size_t shownOfKey = 60; // bytes
 
 } // namespace
 
+StrictJsonReader::StrictJsonReader() = default;
+
 json StrictJsonReader::read(std::string_view text) {
     json::sax_parse(text, static_cast<nlohmann::json_sax<json>*>(this));
     return std::exchange(m_root, {});

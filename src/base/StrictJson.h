@@ -20,6 +20,10 @@ struct JsonFault : std::runtime_error {
 /// Errors: JsonFault.
 class StrictJsonReader : private nlohmann::json_sax<nlohmann::json> {
 public:
+    StrictJsonReader();
+    StrictJsonReader(const StrictJsonReader&) = delete;
+    StrictJsonReader& operator=(const StrictJsonReader&) = delete;
+
     nlohmann::json read(std::string_view text);
 
 protected:

@@ -16,6 +16,8 @@ struct Closer {
 
 /// Lets libsndfile read a view.
 struct ViewReader {
+    explicit ViewReader(FileView theView) : view(std::move(theView)) {}
+
     static sf_count_t size(void* self) { return static_cast<sf_count_t>(static_cast<ViewReader*>(self)->view.size()); }
     static sf_count_t tell(void* self) { return static_cast<ViewReader*>(self)->position; }
     static sf_count_t write(const void*, sf_count_t, void*) { return 0; }
