@@ -49,6 +49,9 @@ function(fenlo_precompiled name options)
     add_library(${name} OBJECT ${CMAKE_BINARY_DIR}/${name}.cpp)
     target_link_libraries(${name} PRIVATE ${options})
     target_precompile_headers(${name} PRIVATE ${ARGN})
+    # By its sum the compiler cache knows the headers again in another checkout, where the compiled file differs in its paths.
+    file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/CMakeFiles/${name}.dir/cmake_pch.hxx.gch.sum
+        CONTENT "${CMAKE_CXX_COMPILER_VERSION} ${ARGN} $<TARGET_PROPERTY:${name},COMPILE_OPTIONS>")
 endfunction()
 
 # fenlo_reuse(NAME PRECOMPILED): the target reads the precompiled headers where there are any.
