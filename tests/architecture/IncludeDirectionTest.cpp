@@ -13,7 +13,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What the sources of a folder may include, apart from their own folder.
+/// What the sources of a folder may include, apart from their own folder. A folder below another has a line of its own
+/// where it may include more: the models of the windows stand above the session.
 const std::map<std::string, std::set<std::string>> allowed{
     {"base", {}},
     {"platform", {"base"}},
@@ -27,11 +28,25 @@ const std::map<std::string, std::set<std::string>> allowed{
     {"shell", {"base", "platform", "settings", "text"}},
     {"account", {"base", "platform", "settings"}},
     {"session", {"base", "platform", "settings", "audio", "speech", "text", "shell", "account"}},
-    {"ui", {"base", "platform", "settings", "shell"}},
-    {"app",
+    {"shell/home",
      {"base", "platform", "media", "hub", "WhisperEngine", "settings", "audio", "speech", "text", "shell", "account",
-      "session", "ui"}},
+      "session"}},
+    {"shell/onboarding",
+     {"base", "platform", "media", "hub", "WhisperEngine", "settings", "audio", "speech", "text", "shell", "shell/home",
+      "account", "session"}},
+    {"ui", {"base", "platform", "settings", "shell", "shell/home", "shell/onboarding"}},
+    {"app",
+     {"base", "platform", "media", "hub", "WhisperEngine", "settings", "audio", "speech", "text", "shell", "shell/home",
+      "shell/onboarding", "account", "session", "ui"}},
 };
+
+/// The line of the table that counts for a path below src/; empty when there is none.
+std::string folderOf(const std::string& path) {
+    const auto first = path.find('/');
+    const std::string two = path.substr(0, path.find('/', first + 1));
+    const std::string one = path.substr(0, first);
+    return allowed.contains(two) ? two : allowed.contains(one) ? one : "";
+}
 
 std::vector<std::string> quotedIncludes(const std::string& source) {
     constexpr std::string_view opening = "#include \"";
@@ -51,11 +66,11 @@ TEST(Includes, PointOneWay) {
         if (entry.path().extension() != ".h" && entry.path().extension() != ".cpp")
             continue;
         const fs::path file = fs::relative(entry.path(), root);
-        const std::string folder = file.begin()->string();
-        ASSERT_TRUE(allowed.contains(folder)) << file << ": a new folder needs its line in this test";
+        const std::string folder = folderOf(file.string());
+        ASSERT_FALSE(folder.empty()) << file << ": a new folder needs its line in this test";
         for (const std::string& include : quotedIncludes(files::read(entry.path()).value())) {
-            const std::string target = include.substr(0, include.find('/'));
-            if (!allowed.contains(target))
+            const std::string target = folderOf(include);
+            if (target.empty())
                 continue; // a generated header beside its source
             ++seen;
             EXPECT_TRUE(target == folder || allowed.at(folder).contains(target)) << file << " includes " << include;
