@@ -99,11 +99,23 @@ fs::path installedModel(const std::string& name, const Deployment& deployment, H
     return whisper::installModel(config, http, clock, {}, stop);
 }
 
+void tellSteps(whisper::WhisperEngineConfig& config, const LocalTranscriber::Steps& steps) {
+    config.downloadProgress = [steps](const hub::DownloadProgress& step) {
+        steps({SetupStep::Kind::downloading, step.received, step.total});
+    };
+    config.compileProgress = [steps](double fraction) {
+        steps({SetupStep::Kind::preparing, static_cast<std::uint64_t>(fraction * 1000), 1000});
+    };
+}
+
 LocalTranscriber::EngineMaker localEngineMaker(const Deployment& deployment, HttpClient& http, Clock& clock) {
-    return [&](const std::string& name, const fs::path& folder, std::stop_token stop) -> LocalTranscriber::Engine {
+    return [&](const std::string& name, const fs::path& folder, const LocalTranscriber::Steps& steps,
+               std::stop_token stop) -> LocalTranscriber::Engine {
         whisper::WhisperEngineConfig config = engineConfig(deployment);
         config.model = name;
         config.downloadBase = folder;
+        if (steps)
+            tellSteps(config, steps);
         const std::shared_ptr engine = whisper::WhisperEngine::create(std::move(config), http, clock, stop);
         return [engine](const fs::path& audio, const whisper::DecodingOptions& options, std::stop_token cancel) {
             return engine->transcribe(audio, options, {}, cancel);

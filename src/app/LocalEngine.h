@@ -45,6 +45,9 @@ std::optional<std::filesystem::path> findInstalledModel(const std::string& name)
 std::filesystem::path installedModel(const std::string& name, const Deployment& deployment, HttpClient& http,
                                      Clock& clock, std::stop_token stop);
 
+/// Has an engine that is made of the configuration tell how far its download and its preparation are.
+void tellSteps(whisper::WhisperEngineConfig& config, const LocalTranscriber::Steps& steps);
+
 /// How offline mode gets its engine.
 LocalTranscriber::EngineMaker localEngineMaker(const Deployment& deployment, HttpClient& http, Clock& clock);
 

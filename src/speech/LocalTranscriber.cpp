@@ -56,7 +56,7 @@ LocalTranscriber::LocalTranscriber(std::string model, fs::path modelFolder, Engi
     : m_model(std::move(model)), m_modelFolder(std::move(modelFolder)), m_makeEngine(std::move(makeEngine)),
       m_clock(clock) {}
 
-void LocalTranscriber::setup(const Progress& progress, std::stop_token stop) {
+void LocalTranscriber::setup(const Progress& progress, std::stop_token stop, const Steps& steps) {
     const bool begins = m_state.with([](State& state) {
         if (state.isSettingUp || state.whisperEngine)
             return false;
@@ -74,13 +74,14 @@ void LocalTranscriber::setup(const Progress& progress, std::stop_token stop) {
     std::string fault;
     try {
         fs::create_directories(m_modelFolder);
-        engine = std::make_shared<const Engine>(m_makeEngine(m_model, m_modelFolder, stop));
+        engine = std::make_shared<const Engine>(m_makeEngine(m_model, m_modelFolder, steps, stop));
     } catch (const std::exception& error) {
         fault = error.what();
     }
     m_state.with([&](State& state) {
         state.whisperEngine = engine;
         state.isSettingUp = false;
+        state.fault = fault;
     });
     if (engine) {
         tell("Ready", 1.0);
@@ -93,6 +94,10 @@ void LocalTranscriber::setup(const Progress& progress, std::stop_token stop) {
 
 bool LocalTranscriber::isReady() const {
     return m_state.with([](const State& state) { return state.whisperEngine != nullptr; });
+}
+
+std::string LocalTranscriber::setupFault() const {
+    return m_state.with([](const State& state) { return state.fault; });
 }
 
 std::string LocalTranscriber::transcribe(const fs::path& audio, const std::string& language,

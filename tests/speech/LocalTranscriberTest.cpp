@@ -38,7 +38,7 @@ protected:
     whisper::DecodingOptions options;
     std::vector<whisper::TranscriptionResult> results{resultOf({{" Hello.", -0.2f}})};
     int made = 0;
-    LocalTranscriber::EngineMaker make = [this](const std::string&, const auto&, auto) {
+    LocalTranscriber::EngineMaker make = [this](const std::string&, const auto&, const auto&, auto) {
         ++made;
         return engine();
     };
@@ -59,7 +59,7 @@ TEST_F(LocalTranscriberTest, IsReadyOnceSetUp) {
 }
 
 TEST_F(LocalTranscriberTest, ASecondSetUpLeavesTheFirstAlone) {
-    make = [this](const std::string&, const auto&, auto) {
+    make = [this](const std::string&, const auto&, const auto&, auto) {
         ++made;
         local.setup({}, {}); // meanwhile
         EXPECT_FALSE(local.isReady());
@@ -70,15 +70,22 @@ TEST_F(LocalTranscriberTest, ASecondSetUpLeavesTheFirstAlone) {
 }
 
 TEST_F(LocalTranscriberTest, AFailedSetUpMayBeTriedAgain) {
-    make = [](const std::string&, const auto&, auto) -> LocalTranscriber::Engine {
+    make = [](const std::string&, const auto&, const auto&, auto) -> LocalTranscriber::Engine {
         throw std::runtime_error("no network");
     };
     std::vector<std::pair<std::string, double>> told;
     local.setup([&](const std::string& status, double fraction) { told.emplace_back(status, fraction); }, {});
     EXPECT_EQ(told.back(), (std::pair<std::string, double>{"Setup failed", 0.0}));
-    make = [this](const std::string&, const auto&, auto) { return engine(); };
-    local.setup({}, {});
+    EXPECT_EQ(local.setupFault(), "no network");
+    std::uint64_t received = 0;
+    make = [this](const std::string&, const auto&, const LocalTranscriber::Steps& steps, auto) {
+        steps({SetupStep::Kind::downloading, 3, 10});
+        return engine();
+    };
+    local.setup({}, {}, [&](const SetupStep& step) { received = step.done; });
+    EXPECT_EQ(received, 3u);
     EXPECT_TRUE(local.isReady());
+    EXPECT_EQ(local.setupFault(), "");
 }
 
 TEST_F(LocalTranscriberTest, JoinsWhatTheModelWasSureOf) {
