@@ -48,6 +48,21 @@ double mfccPart(const std::optional<voice::Mfcc>& mfcc, const VoiceProfileData& 
     return std::clamp(0.35 * similarity, 0.0, 0.35);
 }
 
+/// Calls `visit` with the features of each complete window; nothing for a window without a voice.
+template <typename Visit>
+void forEachWindow(std::span<const float> samples, Visit visit) {
+    const std::vector<float> levels = voice::frameLevels(samples);
+    const std::vector<double> pitches = voice::framePitches(samples, levels);
+    voice::FeatureExtractor extractor;
+    std::size_t firstFrame = 0;
+    for (std::size_t start = 0; start + matchWindow <= samples.size(); start += matchHop) {
+        visit(extractor.extract(samples.subspan(start, matchWindow),
+                                std::span(levels).subspan(firstFrame, framesOfWindow),
+                                std::span(pitches).subspan(firstFrame, framesOfWindow)));
+        firstFrame += framesOfHop;
+    }
+}
+
 } // namespace
 
 bool isKept(double score) {
@@ -70,18 +85,20 @@ double voiceMatchScore(const voice::CompactFeatures& window, const VoiceProfileD
 }
 
 std::vector<double> windowScores(std::span<const float> samples, const VoiceProfileData& profile) {
-    const std::vector<float> levels = voice::frameLevels(samples);
-    const std::vector<double> pitches = voice::framePitches(samples, levels);
-    voice::FeatureExtractor extractor;
     std::vector<double> scores;
-    for (std::size_t start = 0; start + matchWindow <= samples.size(); start += matchHop) {
-        const std::size_t firstFrame = scores.size() * framesOfHop;
-        const auto window = extractor.extract(samples.subspan(start, matchWindow),
-                                              std::span(levels).subspan(firstFrame, framesOfWindow),
-                                              std::span(pitches).subspan(firstFrame, framesOfWindow));
+    forEachWindow(samples, [&](const std::optional<voice::CompactFeatures>& window) {
         scores.push_back(window ? voiceMatchScore(*window, profile) : 0);
-    }
+    });
     return scores;
+}
+
+KeptShare keptShare(std::span<const float> samples, const VoiceProfileData& profile) {
+    KeptShare share;
+    forEachWindow(samples, [&](const std::optional<voice::CompactFeatures>& window) {
+        share.spoken += window.has_value();
+        share.kept += window && isKept(voiceMatchScore(*window, profile));
+    });
+    return share;
 }
 
 void applyEdgeFades(std::span<float> mask, std::size_t width) {

@@ -24,6 +24,13 @@ double voiceMatchScore(const voice::CompactFeatures& window, const VoiceProfileD
 /// The score of each complete window; 0 for a window without a voice.
 std::vector<double> windowScores(std::span<const float> samples, const VoiceProfileData& profile);
 
+/// How much of what was said in a recording fits the profile.
+struct KeptShare {
+    std::size_t spoken = 0; // windows with a voice
+    std::size_t kept = 0;   // of these
+};
+KeptShare keptShare(std::span<const float> samples, const VoiceProfileData& profile);
+
 /// The samples of the kept windows, joined with a pause of 50 ms; empty when none or all windows are kept.
 std::vector<float> isolated(std::span<const float> samples, std::span<const double> scores);
 

@@ -55,20 +55,27 @@ LearnedVoice learnVoice(std::span<const float> samples, const std::filesystem::p
     return learned;
 }
 
-bool buildVoiceProfile(const std::filesystem::path& recording, const std::filesystem::path& profileFile) {
-    const auto samples = loadVoiceAudio(recording);
-    if (!samples) {
-        logError("Voice profile: failed to load audio");
-        return false;
+BuiltProfile buildVoiceProfile(std::span<const std::filesystem::path> recordings,
+                               const std::filesystem::path& profileFile) {
+    std::vector<float> joined;
+    for (const auto& recording : recordings) {
+        const auto samples = loadVoiceAudio(recording);
+        if (!samples) {
+            logError("Voice profile: failed to load audio");
+            return BuiltProfile::unusable;
+        }
+        joined.insert(joined.end(), samples->begin(), samples->end());
     }
     try {
-        const VoiceProfileData profile = learnVoice(*samples, profileFile).profile;
+        const auto [profile, isStored] = learnVoice(joined, profileFile);
         logInfo("Voice profile created: {} (conf={:.2f}), pitch={}Hz", profile.gender, profile.genderConfidence,
                 static_cast<int>(profile.pitchMedian));
-        return true;
+        if (!isStored)
+            logError("Voice profile: cannot write {}", profileFile.string());
+        return isStored ? BuiltProfile::stored : BuiltProfile::notStored;
     } catch (const VoiceProfileError& error) {
         logInfo("{}", error.what());
-        return false;
+        return BuiltProfile::unusable;
     }
 }
 

@@ -66,10 +66,16 @@ struct LearnedVoice {
 /// Errors: VoiceProfileError, and the stored profile stays.
 LearnedVoice learnVoice(std::span<const float> samples, const std::filesystem::path& profileFile);
 
-/// Builds the profile from a recording of at least three seconds and stores it. False, with a log line, when the
-/// recording will not do.
+enum class BuiltProfile {
+    stored,
+    notStored, // the disk is full or the folder cannot be written; the recordings are good
+    unusable,  // too short, too little voice, or not to be read
+};
+
+/// Builds the profile from recordings of at least three seconds together and stores it. Tells the log what came of it.
 ///
 /// Threads: workers.
-bool buildVoiceProfile(const std::filesystem::path& recording, const std::filesystem::path& profileFile);
+BuiltProfile buildVoiceProfile(std::span<const std::filesystem::path> recordings,
+                               const std::filesystem::path& profileFile);
 
 } // namespace fenlo

@@ -21,10 +21,10 @@ namespace {
 
 class Profiles : public ::testing::Test {
 protected:
-    bool build(const std::vector<float>& samples) {
+    BuiltProfile build(const std::vector<float>& samples) {
         files::removeQuietly(recording);
         writeWav(recording, samples, 16000, WavEncoding::float32);
-        return buildVoiceProfile(recording, file);
+        return buildVoiceProfile({{recording}}, file);
     }
 
     const TemporaryFolder folder;
@@ -42,7 +42,7 @@ json sampleProfile() {
 } // namespace
 
 TEST_F(Profiles, SpeechIsMeasuredAndStoredPrivately) {
-    ASSERT_TRUE(buildVoiceProfile(VOICE_CLIPS "/man-passage.flac", file));
+    ASSERT_EQ(buildVoiceProfile({{VOICE_CLIPS "/man-passage.flac"}}, file), BuiltProfile::stored);
     EXPECT_THAT(log.lines(), ElementsAre("[Fenlo] Voice profile created: male (conf=0.97), pitch=101Hz"));
     EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(fs::status(file.parent_path()).permissions(), fs::perms::owner_all);
@@ -63,13 +63,13 @@ TEST_F(Profiles, SpeechIsMeasuredAndStoredPrivately) {
 }
 
 TEST_F(Profiles, ShortOrSilentRecordings_GiveNone) {
-    EXPECT_FALSE(build(hum(160, 47999)));
-    EXPECT_FALSE(buildVoiceProfile(folder / "missing.wav", file));
+    EXPECT_EQ(build(hum(160, 47999)), BuiltProfile::unusable);
+    EXPECT_EQ(buildVoiceProfile({{recording, folder / "missing.wav"}}, file), BuiltProfile::unusable);
     // Frames begin every 800 samples, so this much hum reaches into four of them, and one frame more into five.
-    EXPECT_FALSE(build(hum(200, 3200) + silence(44800)));
+    EXPECT_EQ(build(hum(200, 3200) + silence(44800)), BuiltProfile::unusable);
     EXPECT_FALSE(fs::exists(file));
-    EXPECT_TRUE(build(hum(200, 4000) + silence(44000)));
-    EXPECT_TRUE(build(hum(160, 48000)));
+    EXPECT_EQ(build(hum(200, 4000) + silence(44000)), BuiltProfile::stored);
+    EXPECT_EQ(build(hum(160, 48000)), BuiltProfile::stored);
     EXPECT_THAT(log.lines(), ElementsAre("[Fenlo] Voice profile: audio too short (<3s)",
                                          "[Fenlo] ERROR: Voice profile: failed to load audio",
                                          "[Fenlo] Voice profile: not enough voiced frames (4)",
@@ -77,9 +77,9 @@ TEST_F(Profiles, ShortOrSilentRecordings_GiveNone) {
                                          "[Fenlo] Voice profile created: female (conf=0.00), pitch=160Hz"));
 }
 
-TEST_F(Profiles, AFailedStoreIsSwallowed) {
+TEST_F(Profiles, AProfileThatCannotBeStoredIsToldFromARecordingThatWillNotDo) {
     std::ofstream(folder / "made") << "in the way";
-    EXPECT_TRUE(build(hum(160, 48000)));
+    EXPECT_EQ(build(hum(160, 48000)), BuiltProfile::notStored);
     EXPECT_FALSE(loadVoiceProfile(file));
 }
 
