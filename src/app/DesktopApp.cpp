@@ -106,8 +106,9 @@ SessionHooks sessionHooks(Workspace& workspace, TakeServices& services) {
     return hooks;
 }
 
-AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services) {
+AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, const Deployment& deployment) {
     AppHooks hooks;
+    hooks.hasAccounts = !deployment.serviceHost.empty();
     hooks.terminate = [&] { mainQueue.quit(); };
     hooks.prepareLocalEngine = [&](std::stop_token stop) { services.localTranscriber.setup({}, stop); };
     hooks.prepareTranscriber = [&](std::stop_token stop) { services.transcriber.setup(stop); };
@@ -142,7 +143,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
                              sessionHooks(workspace, services));
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
-                         appHooks(mainQueue, services));
+                         appHooks(mainQueue, services, deployment));
 
     runProgram({.launch = [&] { delegate.launch(); },
                 .loop = [&] { mainQueue.run(); },

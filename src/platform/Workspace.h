@@ -18,7 +18,7 @@ struct FrontApplication {
 
 /// The desktop session: the front application, other copies of this program, login, sleep, the locked screen.
 ///
-/// Threads: main thread, callbacks too. No operation waits for another application.
+/// Threads: main thread, callbacks too. Only callOtherInstance() waits for another program.
 class Workspace {
 public:
     virtual ~Workspace() = default;
@@ -27,6 +27,11 @@ public:
 
     /// Takes the lock that marks the one running instance; false when another instance has it.
     virtual bool becomeOnlyInstance() = 0;
+    /// Asks the running instance to show itself. Takes a second at most; false when it did not answer in that time.
+    virtual bool callOtherInstance() = 0;
+    /// Called when another start of the program asked this one to show itself. What was asked before there was a
+    /// handler is told to the first one.
+    virtual void onCalled(std::function<void()> handler) = 0;
 
     virtual bool isLoginItem() const = 0;
     /// Lets the session start this program at login. Returns an error text, or nothing.

@@ -2,12 +2,12 @@
 
 #include "audio/AudioRecorder.h"
 #include "base/Background.h"
-#include "base/Files.h"
 #include "base/Log.h"
 #include "platform/Accessibility.h"
 #include "platform/KeyCodes.h"
 #include "platform/Workspace.h"
 #include "session/DictationSession.h"
+#include "session/OnboardingMarks.h"
 #include "settings/Config.h"
 #include "settings/Keychain.h"
 #include "shell/MenuBarController.h"
@@ -21,11 +21,8 @@ constexpr char accessibilityGranted[] = "Accessibility granted. Hotkey listener 
 constexpr double accessibilityPoll = 3.0;    // seconds
 constexpr double microphoneCheckDelay = 1.0; // seconds after set-up
 constexpr double heartbeatInterval = 21600;  // seconds
-
-bool isOnboarded() {
-    std::error_code error;
-    return std::filesystem::exists(files::dataDirectory() / ".onboarded", error);
-}
+constexpr double keyringPatience = 3.0;      // seconds that the start waits for the keyring
+constexpr int historyTab = 4;                // of the home window
 
 } // namespace
 
@@ -36,13 +33,39 @@ bool AppDelegate::becomeOnlyInstance(Workspace& workspace) {
     if (workspace.becomeOnlyInstance())
         return true;
     logInfo("Another instance is already running. Exiting.");
+    if (!workspace.callOtherInstance())
+        logInfo("The running instance does not answer");
     return false;
 }
 
 void AppDelegate::launch() {
     registerLoginItem();
-    logAccountState();
-    setUpApplication();
+    wireMenu();
+    m_services.workspace.onCalled(m_lifetime.bind([this] { showItself(); }));
+    if (m_hooks.hasAccounts && !OnboardingMarks::isWithoutAccount())
+        askForAccount();
+    else
+        decide(false);
+}
+
+/// Before the set-up too, so that the user can end the program and find its window.
+void AppDelegate::wireMenu() {
+    m_services.menuBar.onQuit = m_hooks.terminate;
+    m_services.menuBar.onShowHistory = [this] { showItself(); };
+    m_services.menuBar.refreshMenu();
+}
+
+void AppDelegate::showItself() {
+    switch (m_stage) {
+    case Stage::deciding:
+        m_wasCalled = true;
+        break;
+    case Stage::firstStart:
+        m_hooks.presentOnboarding();
+        break;
+    case Stage::ready:
+        m_hooks.showHome(historyTab);
+    }
 }
 
 void AppDelegate::registerLoginItem() {
@@ -54,15 +77,57 @@ void AppDelegate::registerLoginItem() {
         logInfo("Launch at login: registered");
 }
 
-/// The secure store may wait for the user to unlock it, so it is asked beside the start-up, not in its way.
-void AppDelegate::logAccountState() {
-    m_services.background.run([&keychain = m_services.keychain](std::stop_token) {
-        const bool needsLogin = !keychain.load("google_refresh_token").has_value();
-        logInfo("Startup: needsLogin={} needsOnboarding={}", needsLogin, !isOnboarded());
+/// The secure store may wait for the user to unlock it, so it is asked on a worker. Who signed in once is not asked to
+/// do so again because the keyring is silent.
+void AppDelegate::askForAccount() {
+    m_keyringLimit = m_services.mainQueue.postAfter(keyringPatience, [this] { decide(false); });
+    m_services.background.run([this](std::stop_token) {
+        const bool needsLogin = !m_services.keychain.load("google_refresh_token").has_value();
+        m_services.mainQueue.post(m_lifetime.bind([this, needsLogin] { decide(needsLogin); }));
     });
 }
 
+void AppDelegate::decide(bool needsLogin) {
+    if (m_stage != Stage::deciding)
+        return;
+    m_keyringLimit.cancel();
+    const bool needsOnboarding = !OnboardingMarks::isOnboarded();
+    logInfo("Startup: needsLogin={} needsOnboarding={}", needsLogin, needsOnboarding);
+    if (needsLogin || needsOnboarding) {
+        beginFirstStart(needsLogin);
+        return;
+    }
+    setUpApplication();
+    if (m_wasCalled)
+        showItself();
+}
+
+void AppDelegate::beginFirstStart(bool needsLogin) {
+    m_stage = Stage::firstStart;
+    if (needsLogin)
+        logInfo("Not authenticated — showing login");
+    else
+        logInfo("Showing onboarding (already logged in)");
+    OnboardingStart start;
+    start.skipLogin = !needsLogin;
+    start.onLogin = [this](const std::string& name, const std::string& email) {
+        logInfo("Logged in as {}", name);
+        m_hooks.tellLogin(name, email);
+    };
+    start.onFinish = [this] {
+        logInfo("Setup complete");
+        setUpApplication();
+        m_hooks.showWelcome();
+    };
+    start.onClose = [this] {
+        logInfo("Onboarding was closed; it comes again at the next start");
+        setUpApplication();
+    };
+    m_hooks.showOnboarding(std::move(start));
+}
+
 void AppDelegate::setUpApplication() {
+    m_stage = Stage::ready;
     wireSession();
     if (!m_services.recorder.hasEngine()) {
         m_services.recorder.registerDeviceListener();
@@ -86,7 +151,6 @@ void AppDelegate::setUpApplication() {
 
 void AppDelegate::wireSession() {
     DictationSession& session = m_services.session;
-    m_services.menuBar.onQuit = m_hooks.terminate;
     m_services.menuBar.onTryAgain = [&session] { session.tryAgain(); };
     m_services.menuBar.refreshMenu();
     m_services.overlay.onCancel = [&session] { session.cancelProcessing(); };
@@ -108,6 +172,7 @@ void AppDelegate::observeNotifications() {
                        }),
         centre.observe(notification::hotkeyPause, [this](const auto&) { m_hotkey.stop(); }),
         centre.observe(notification::hotkeyResume, [this](const auto&) { m_hotkey.start(); }),
+        centre.observe(notification::userDidSignOut, [this](const auto&) { signedOut(); }),
         centre.observe(notification::inputDeviceChanged, [this](const auto&) { m_services.menuBar.refreshMenu(); }),
     };
     m_services.workspace.onWillSleep(m_lifetime.bind([this] { stopMeeting(); }));
@@ -150,6 +215,24 @@ void AppDelegate::startBackgroundWork() {
         m_services.mainQueue.every(heartbeatInterval, [this] { m_services.background.run(m_hooks.sendHeartbeat); });
     if (!settings.profession.empty())
         m_services.background.run(m_hooks.syncProfile);
+}
+
+/// The settings and the history stay; only the account is left.
+void AppDelegate::signedOut() {
+    m_hotkey.stop();
+    m_hooks.closeHome();
+    m_stage = Stage::firstStart;
+    OnboardingStart start;
+    start.onLogin = [this](const std::string& name, const std::string& email) {
+        logInfo("Re-logged in as {}", name);
+        m_hooks.tellLogin(name, email);
+    };
+    start.onFinish = start.onClose = [this] {
+        m_stage = Stage::ready;
+        m_hotkey.start();
+        m_services.menuBar.refreshMenu();
+    };
+    m_hooks.showOnboarding(std::move(start));
 }
 
 void AppDelegate::stopMeeting() {

@@ -4,6 +4,7 @@
 #include "base/MainQueue.h"
 #include "base/NotificationCenter.h"
 #include "session/HotkeyListener.h"
+#include "session/OnboardingStart.h"
 
 #include <functional>
 #include <memory>
@@ -42,6 +43,19 @@ struct AppServices {
 /// What start-up asks the rest of the program; by default nothing happens. Functions with a stop token run on a worker.
 struct AppHooks {
     std::function<void()> terminate;
+    /// Whether there is a service to sign in to.
+    bool hasAccounts = false;
+    /// Shows the window of the first start, which must call back exactly once: when it has finished or was closed.
+    /// Where there are no windows it counts as finished.
+    std::function<void(OnboardingStart)> showOnboarding = [](const OnboardingStart& start) { start.onFinish(); };
+    /// Brings the window of the first start to the front.
+    std::function<void()> presentOnboarding = [] {};
+    std::function<void()> showWelcome = [] {};
+    /// Opens the home window, or brings it to the front, on the tab with this index.
+    std::function<void(int tab)> showHome = [](int) {};
+    std::function<void()> closeHome = [] {};
+    /// Tells the backend who signed in.
+    std::function<void(const std::string& name, const std::string& email)> tellLogin = [](const auto&, const auto&) {};
     std::function<void(std::stop_token)> prepareLocalEngine = [](std::stop_token) {};
     std::function<void(std::stop_token)> prepareTranscriber = [](std::stop_token) {};
     std::function<void(std::stop_token)> sendHeartbeat = [](std::stop_token) {};
@@ -52,7 +66,8 @@ struct AppHooks {
     std::function<void()> stopMeeting = [] {};
 };
 
-/// Prepares the program for the first dictation, and reacts to sleep and quit.
+/// Decides what the user meets at the start, prepares the program for the first dictation, and reacts to sign-out,
+/// sleep and quit.
 ///
 /// Threads: main thread only.
 class AppDelegate {
@@ -61,7 +76,8 @@ public:
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
 
-    /// To be called first, so that a second copy ends before it shows anything. False when the program must end.
+    /// To be called first, so that a second copy ends before it shows anything. False when the program must end; the
+    /// running copy shows itself then.
     static bool becomeOnlyInstance(Workspace& workspace);
 
     void launch();
@@ -69,9 +85,20 @@ public:
     void willTerminate();
 
 private:
-    void setUpApplication();
+    enum class Stage {
+        deciding, // whether the user has to do something first
+        firstStart,
+        ready,
+    };
+
     void registerLoginItem();
-    void logAccountState();
+    void wireMenu();
+    void showItself();
+    void askForAccount();
+    void decide(bool needsLogin);
+    void beginFirstStart(bool needsLogin);
+    void setUpApplication();
+    void signedOut();
     void wireSession();
     void observeNotifications();
     void checkAccessibility();
@@ -82,7 +109,10 @@ private:
     AppServices m_services;
     AppHooks m_hooks;
     HotkeyListener m_hotkey;
+    Stage m_stage = Stage::deciding;
+    bool m_wasCalled = false; // to show itself, while it was still deciding
     std::vector<NotificationCenter::Observation> m_observations;
+    Timer m_keyringLimit;
     Timer m_accessibilityTimer;
     Timer m_microphoneCheck;
     Timer m_heartbeat;

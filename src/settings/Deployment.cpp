@@ -24,6 +24,7 @@ void takeValues(const nlohmann::json& values, Deployment& deployment) {
     take("gemini_host", deployment.geminiHost);
     take("deepgram_host", deployment.deepgramHost);
     take("xai_host", deployment.xaiHost);
+    take("service_host", deployment.serviceHost);
     take("xai_api_key", deployment.xaiApiKey);
 }
 

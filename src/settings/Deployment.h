@@ -16,7 +16,8 @@ struct Deployment {
     std::string geminiHost = {};        // hosts as above
     std::string deepgramHost = {};
     std::string xaiHost = {};
-    std::string xaiApiKey = {}; // carried for users who have none of their own; empty for none
+    std::string serviceHost = {}; // of the accounts; empty where there is nobody to sign in to
+    std::string xaiApiKey = {};   // carried for users who have none of their own; empty for none
 
     /// Reads the built-in values and the override. A file that cannot be used is logged in one line and left out.
     static Deployment load();

@@ -1,11 +1,13 @@
 #include "session/AppDelegate.h"
 #include "base/Files.h"
 #include "platform/KeyCodes.h"
+#include "session/OnboardingMarks.h"
 #include "settings/Keychain.h"
 #include "support/FakeSecureStore.h"
 #include "support/LogCapture.h"
 #include "support/SessionFixture.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 
@@ -13,8 +15,34 @@ using namespace fenlo;
 
 namespace {
 
+void expectInOrder(const test::LogCapture& logged, const std::vector<std::string>& expected) {
+    std::vector<std::string> found;
+    for (const std::string& line : logged.lines())
+        if (std::ranges::find(expected, line) != expected.end())
+            found.push_back(line);
+    EXPECT_EQ(found, expected);
+}
+
 class Startup : public test::SessionFixture {
 protected:
+    Startup() { mark(true); }
+
+    /// Whether the first start has been gone through.
+    void mark(bool isOnboarded) {
+        std::filesystem::remove(files::dataDirectory() / ".without_account");
+        std::filesystem::remove(files::dataDirectory() / ".onboarded");
+        if (isOnboarded) {
+            ASSERT_TRUE(OnboardingMarks::setOnboarded());
+        }
+    }
+    bool hears() {
+        keys.change(mask::control, key::controlLeft);
+        const bool isRecording = session.isRecording();
+        keys.change(0, key::controlLeft);
+        finish();
+        return isRecording;
+    }
+
     void launch() {
         appHooks.terminate = [] {};
         appHooks.sendHeartbeat = [this](std::stop_token) { ++heartbeats; };
@@ -24,12 +52,21 @@ protected:
         appHooks.isMeetingActive = [this] { return meetingActive; };
         appHooks.recoverTakes = [] { return false; };
         appHooks.stopMeeting = [this] { ++meetingsStopped; };
+        appHooks.showOnboarding = [this](OnboardingStart start) { onboarding = std::move(start); };
+        appHooks.presentOnboarding = [this] { shown.push_back("onboarding"); };
+        appHooks.showWelcome = [this] { shown.push_back("welcome"); };
+        appHooks.showHome = [this](int tab) { shown.push_back("home " + std::to_string(tab)); };
+        appHooks.closeHome = [this] { shown.push_back("no home"); };
+        appHooks.tellLogin = [this](const auto& name, const auto& email) { logins.push_back(name + " " + email); };
         delegate =
             std::make_unique<AppDelegate>(AppServices{config, mainQueue, background, notifications, keys, accessibility,
                                                       workspace, keychain, recorder, overlay, menuBar, session},
                                           std::move(appHooks));
         delegate->launch();
-        background.runAll();
+    }
+    void launchAndWait() {
+        launch();
+        finish();
     }
 
     test::FakeSecureStore store;
@@ -37,18 +74,22 @@ protected:
     AppHooks appHooks;
     int heartbeats = 0, profiles = 0, meetingsStopped = 0;
     std::vector<std::string> prepared;
+    std::optional<OnboardingStart> onboarding;
+    std::vector<std::string> shown, logins;
     std::unique_ptr<AppDelegate> delegate;
 };
 
 } // namespace
 
 TEST_F(Startup, GoesStraightToDictation) {
-    launch();
+    launchAndWait();
     EXPECT_EQ(prepared, std::vector<std::string>{"cloud"});
     EXPECT_EQ(heartbeats, 1);
     EXPECT_EQ(profiles, 0) << "no profession is chosen";
     EXPECT_TRUE(recorder.hasEngine());
     EXPECT_FALSE(pills.isShown());
+    EXPECT_FALSE(onboarding);
+    EXPECT_TRUE(shown.empty());
 
     transcript = "Hello";
     keys.change(mask::control, key::controlLeft);
@@ -64,7 +105,7 @@ TEST_F(Startup, GoesStraightToDictation) {
 
 TEST_F(Startup, SettingsChooseTheEngineAndTheProfile) {
     config.update([](Settings& s) { s.offlineMode = true, s.profession = "doctor"; });
-    launch();
+    launchAndWait();
     EXPECT_EQ(prepared, std::vector<std::string>{"local"});
     EXPECT_EQ(profiles, 1);
 }
@@ -72,7 +113,7 @@ TEST_F(Startup, SettingsChooseTheEngineAndTheProfile) {
 TEST_F(Startup, MissingAccessibilityIsAskedForAndNoticedWhenItComes) {
     accessibility.isTrusted = false;
     keys.eventTapWorks = false;
-    launch();
+    launchAndWait();
     EXPECT_EQ(accessibility.requests, 1);
     mainQueue.advance(6.0);
     accessibility.isTrusted = true;
@@ -84,7 +125,7 @@ TEST_F(Startup, MissingAccessibilityIsAskedForAndNoticedWhenItComes) {
 }
 
 TEST_F(Startup, NotificationsSteerTheHotkey) {
-    launch();
+    launchAndWait();
     notifications.post(notification::hotkeyPause);
     keys.change(mask::control, key::controlLeft);
     EXPECT_FALSE(session.isRecording());
@@ -100,7 +141,7 @@ TEST_F(Startup, NotificationsSteerTheHotkey) {
 }
 
 TEST_F(Startup, SleepAndQuitStopARunningMeetingOnly) {
-    launch();
+    launchAndWait();
     workspace.willSleep();
     EXPECT_EQ(meetingsStopped, 0);
     meetingActive = true;
@@ -113,28 +154,121 @@ TEST_F(Startup, SleepAndQuitStopARunningMeetingOnly) {
 
 TEST_F(Startup, LinesOfTheLog) {
     const test::LogCapture logged;
-    ASSERT_TRUE(files::makePrivateDirectory(files::dataDirectory()));
     workspace.loginError = "disk full";
     accessibility.isTrusted = keys.eventTapWorks = false;
-    launch();
+    launchAndWait();
     mainQueue.advance(0.9);
     EXPECT_FALSE(logged.contains("[Fenlo] Microphone access OK")) << "asked after a second";
     accessibility.isTrusted = keys.eventTapWorks = true;
     mainQueue.advance(3.0);
-    ASSERT_TRUE(files::writeAtomically(files::dataDirectory() / ".onboarded", ""));
     workspace.loginError.reset();
     notifications.post(notification::hotkeyChanged, "hyper");
     workspace.isOnlyInstance = false;
     EXPECT_FALSE(AppDelegate::becomeOnlyInstance(workspace));
-    launch();
+    launchAndWait();
     for (const char* line :
          {"Launch at login: registration failed — disk full", "Launch at login: registered",
-          "Startup: needsLogin=true needsOnboarding=true", "Startup: needsLogin=true needsOnboarding=false",
+          "Startup: needsLogin=false needsOnboarding=false",
           "Hotkey monitors registered: global=true, local=true, eventTap=false",
           "Hotkey monitors registered: global=true, local=true, eventTap=true",
           "Accessibility not granted — requesting...", "Accessibility granted. Hotkey listener active.",
           "Microphone access OK", "Ready.", "Hold [Left Control] to dictate", "Hotkey changed to: hyper",
           "Another instance is already running. Exiting."})
         EXPECT_TRUE(logged.contains("[Fenlo] " + std::string(line))) << line;
-    std::filesystem::remove(files::dataDirectory() / ".onboarded");
+}
+
+TEST_F(Startup, FirstStartComesBeforeTheRestOfTheProgram) {
+    const test::LogCapture logged;
+    mark(false);
+    launchAndWait();
+    ASSERT_TRUE(onboarding);
+    EXPECT_TRUE(onboarding->skipLogin) << "there is nobody to sign in to";
+    EXPECT_FALSE(hears());
+    EXPECT_EQ(heartbeats, 0);
+    workspace.call();
+    statusItem.find("Open Fenlo")->action();
+    EXPECT_EQ(shown, (std::vector<std::string>{"onboarding", "onboarding"}));
+    ASSERT_TRUE(statusItem.find("Quit Fenlo")->action);
+
+    onboarding->onFinish();
+    finish();
+    EXPECT_TRUE(hears());
+    EXPECT_EQ(heartbeats, 1);
+    workspace.call();
+    EXPECT_EQ(shown, (std::vector<std::string>{"onboarding", "onboarding", "welcome", "home 4"}));
+    expectInOrder(logged, {"[Fenlo] Startup: needsLogin=false needsOnboarding=true",
+                           "[Fenlo] Showing onboarding (already logged in)", "[Fenlo] Setup complete", "[Fenlo] Ready.",
+                           "[Fenlo] Hold [Left Control] to dictate"});
+    EXPECT_FALSE(logged.contains("[Fenlo] Not authenticated — showing login"));
+}
+
+TEST_F(Startup, WindowOfTheFirstStartThatIsClosedLeavesAProgramThatDictates) {
+    mark(false);
+    launch();
+    onboarding->onClose();
+    EXPECT_TRUE(hears());
+    EXPECT_TRUE(shown.empty()) << "nobody is welcomed";
+}
+
+TEST_F(Startup, AccountDecidesBeforeTheMarkerDoes) {
+    const test::LogCapture logged;
+    appHooks.hasAccounts = true;
+    launch();
+    workspace.call(); // answered by the window that comes
+    EXPECT_FALSE(onboarding) << "the keyring is asked on a worker";
+    finish();
+    ASSERT_TRUE(onboarding);
+    EXPECT_FALSE(onboarding->skipLogin);
+    onboarding->onLogin("Ada", "ada@example.org");
+    onboarding->onFinish();
+    EXPECT_EQ(logins, std::vector<std::string>{"Ada ada@example.org"});
+    EXPECT_TRUE(hears());
+    expectInOrder(logged,
+                  {"[Fenlo] Startup: needsLogin=true needsOnboarding=false",
+                   "[Fenlo] Not authenticated — showing login", "[Fenlo] Logged in as Ada", "[Fenlo] Setup complete"});
+}
+
+TEST_F(Startup, AccountIsNotAskedForWhereItIsKnownOrUnwanted) {
+    appHooks.hasAccounts = true;
+    store.values["google_refresh_token"] = "token";
+    mark(false);
+    launchAndWait();
+    ASSERT_TRUE(onboarding);
+    EXPECT_TRUE(onboarding->skipLogin);
+
+    store.values.clear();
+    mark(true);
+    ASSERT_TRUE(OnboardingMarks::setWithoutAccount(true));
+    onboarding.reset();
+    appHooks.hasAccounts = true;
+    launchAndWait();
+    EXPECT_FALSE(onboarding);
+    EXPECT_TRUE(hears());
+}
+
+TEST_F(Startup, SilentKeyringHoldsTheStartUpForAWhileOnly) {
+    appHooks.hasAccounts = true;
+    launch();
+    workspace.call();
+    mainQueue.advance(3.0);
+    EXPECT_EQ(shown, std::vector<std::string>{"home 4"}) << "as was asked meanwhile";
+    EXPECT_TRUE(hears()); // and the keyring answers in it, too late to matter
+    EXPECT_FALSE(onboarding);
+}
+
+TEST_F(Startup, SignOutPausesDictationUntilTheLoginEnds) {
+    const test::LogCapture logged;
+    launchAndWait();
+    const Settings before = config.get();
+    notifications.post(notification::userDidSignOut);
+    EXPECT_EQ(shown, std::vector<std::string>{"no home"});
+    ASSERT_TRUE(onboarding);
+    EXPECT_FALSE(onboarding->skipLogin);
+    EXPECT_FALSE(hears());
+    onboarding->onLogin("Ada", "");
+    onboarding->onFinish();
+    EXPECT_TRUE(hears());
+    EXPECT_EQ(shown.size(), 1u) << "nobody is welcomed";
+    EXPECT_TRUE(logged.contains("[Fenlo] Re-logged in as Ada"));
+    EXPECT_EQ(config.get().hotkey, before.hotkey);
 }

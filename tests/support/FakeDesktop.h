@@ -98,6 +98,22 @@ public:
         return front;
     }
     bool becomeOnlyInstance() override { return isOnlyInstance; }
+    bool callOtherInstance() override {
+        ++calls;
+        return true;
+    }
+    void onCalled(std::function<void()> handler) override {
+        m_onCalled = std::move(handler);
+        if (std::exchange(m_isCalled, false))
+            call();
+    }
+    /// As another start of the program does.
+    void call() {
+        isAnswered = static_cast<bool>(m_onCalled);
+        m_isCalled = !isAnswered;
+        if (m_onCalled)
+            m_onCalled();
+    }
     bool isLoginItem() const override { return loginItem; }
     std::optional<std::string> registerLoginItem() override {
         loginItem = !loginError;
@@ -116,12 +132,18 @@ public:
     std::optional<FrontApplication> front;
     std::function<void()> onFront = [] {};
     bool isOnlyInstance = true;
+    int calls = 0; // of the other instance
+    bool isAnswered = false;
     bool loginItem = false;
     std::optional<std::string> loginError;
     std::function<void()> willSleep;
     bool isLocked = false;
     std::function<void()> screenLocked;
     std::vector<std::string> opened;
+
+private:
+    std::function<void()> m_onCalled;
+    bool m_isCalled = false; // and nobody has heard it yet
 };
 
 } // namespace fenlo::test

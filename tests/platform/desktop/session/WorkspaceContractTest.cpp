@@ -7,13 +7,16 @@
 #include "platform/desktop/StubBrowser.h"
 #include "platform/desktop/keys/KeyWindow.h"
 #include "platform/desktop/session/LoginManager.h"
+#include "platform/linux/desktop/session/InstanceDoor.h"
 #include "platform/linux/desktop/session/InstanceLock.h"
 #include "platform/linux/desktop/session/X11Workspace.h"
 #include "support/EnvironmentVariable.h"
 #include "support/FakeDesktop.h"
 #include "support/TemporaryFolder.h"
 
+#include <atomic>
 #include <filesystem>
+#include <thread>
 
 using namespace fenlo;
 using namespace fenlo::test;
@@ -28,6 +31,9 @@ public:
     virtual Workspace& workspace() = 0;
     virtual void showTerminal() = 0;
     virtual void startOtherInstance() = 0;
+    /// Another start of the program asks this one to show itself.
+    virtual void call() = 0;
+    virtual bool isAnswered() = 0;
     virtual void sleep() = 0;
     virtual void lock(bool isLocked) = 0;
     virtual std::vector<std::string> openedUrls() = 0;
@@ -41,6 +47,8 @@ public:
         m_workspace.front = FrontApplication{"XTerm", "xterm.terminal", true, PasteChord::shiftInsert};
     }
     void startOtherInstance() override { m_workspace.isOnlyInstance = false; }
+    void call() override { m_workspace.call(); }
+    bool isAnswered() override { return m_workspace.isAnswered; }
     void sleep() override { m_workspace.willSleep(); }
     void lock(bool isLocked) override {
         m_workspace.isLocked = isLocked;
@@ -65,7 +73,12 @@ public:
     void startOtherInstance() override {
         m_other.emplace(InstanceLock::defaultFile());
         EXPECT_TRUE(m_other->take());
+        m_otherDoor = InstanceDoor::open(InstanceDoor::beside(m_other->file()), [](const auto& answer) { answer(); });
     }
+    void call() override {
+        m_caller = std::jthread([this] { m_isAnswered = X11Workspace(m_callersQueue).callOtherInstance(); });
+    }
+    bool isAnswered() override { return m_isAnswered; }
     void sleep() override {
         EXPECT_TRUE(eventually([this] { return m_loginManager.isInhibited(); }));
         m_loginManager.prepareForSleep(true);
@@ -84,7 +97,11 @@ private:
     PumpedQueue m_queue;
     std::optional<KeyWindow> m_window;
     std::optional<InstanceLock> m_other;
+    std::unique_ptr<InstanceDoor> m_otherDoor;
     std::optional<X11Workspace> m_workspace;
+    PumpedQueue m_callersQueue;
+    std::atomic<bool> m_isAnswered = false;
+    std::jthread m_caller;
 };
 
 class WorkspaceContract : public ::testing::TestWithParam<std::unique_ptr<Rig> (*)()> {
@@ -112,6 +129,19 @@ TEST_P(WorkspaceContract, FirstInstanceIsTheOnlyOne) {
 TEST_P(WorkspaceContract, SecondInstanceIsTold) {
     rig->startOtherInstance();
     EXPECT_FALSE(workspace.becomeOnlyInstance());
+    EXPECT_TRUE(workspace.callOtherInstance());
+}
+
+TEST_P(WorkspaceContract, CallOfAnotherInstanceReachesTheHandlerAlsoOneThatComesLater) {
+    ASSERT_TRUE(workspace.becomeOnlyInstance());
+    rig->call();
+    int calls = 0;
+    workspace.onCalled([&] { ++calls; });
+    EXPECT_TRUE(rig->runUntil([&] { return calls == 1; }));
+    EXPECT_TRUE(rig->runUntil([&] { return rig->isAnswered(); }));
+    workspace.onCalled([&] { calls += 10; });
+    rig->call();
+    EXPECT_TRUE(rig->runUntil([&] { return calls == 11; })) << "an answered call is not told again";
 }
 
 TEST_P(WorkspaceContract, LoginItemLasts) {

@@ -6,6 +6,7 @@
 #include "platform/desktop/keys/KeyWindow.h"
 #include "platform/desktop/session/LoginManager.h"
 #include "platform/linux/desktop/session/ActiveWindow.h"
+#include "platform/linux/desktop/session/InstanceDoor.h"
 #include "platform/linux/desktop/session/InstanceLock.h"
 #include "platform/linux/desktop/session/LoginItem.h"
 #include "platform/linux/desktop/session/ScreenLockWatch.h"
@@ -14,6 +15,8 @@
 #include "support/ChildProcess.h"
 #include "support/EnvironmentVariable.h"
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <unistd.h>
 
@@ -248,6 +251,37 @@ TEST(X11WorkspaceTest, WithoutAServerThereIsNoFrontApplication) {
     X11Workspace workspace(queue);
     EXPECT_FALSE(workspace.isConnected());
     EXPECT_FALSE(workspace.frontApplication());
+}
+
+/// Sockets have room for about a hundred characters of a path.
+TEST(InstanceDoorTest, IsFoundInAFolderWithALongName) {
+    const TemporaryFolder folder;
+    const fs::path file = folder.path / std::string(120, 'x') / "fenlo.socket";
+    fs::create_directories(file.parent_path());
+    std::atomic<int> knocks = 0;
+    {
+        const auto door = InstanceDoor::open(file, [&](const auto& answer) { ++knocks, answer(); });
+        EXPECT_TRUE(InstanceDoor::knock(file, 5));
+    }
+    EXPECT_FALSE(fs::exists(file));
+    EXPECT_EQ(knocks, 1);
+}
+
+TEST(InstanceDoorTest, HungAndVanishedOnesCostTheGivenTime) {
+    const TemporaryFolder folder;
+    const fs::path file = folder.path / "fenlo.socket";
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(InstanceDoor::knock(file, 0.1)) << "no door at all";
+    std::function<void()> answer;
+    {
+        const auto door = InstanceDoor::open(file, [&](auto given) { answer = std::move(given); });
+        EXPECT_FALSE(InstanceDoor::knock(file, 0.1)) << "nobody answers";
+        files::writeAtomically(folder.path / "other.socket", "");
+    }
+    ASSERT_TRUE(answer);
+    answer(); // the caller has gone, which must do no harm
+    EXPECT_TRUE(InstanceDoor::open(folder.path / "other.socket", [](const auto&) {})) << "what lies there is replaced";
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
 } // namespace

@@ -19,6 +19,8 @@ public:
     /// made.
     bool take();
 
+    const std::filesystem::path& file() const { return m_file; }
+
 private:
     const std::filesystem::path m_file;
     int m_descriptor = -1;

@@ -1,17 +1,26 @@
 #include "platform/linux/desktop/session/X11Workspace.h"
 
 #include "base/Log.h"
+#include "base/MainQueue.h"
 #include "base/Text.h"
 #include "platform/linux/desktop/Glib.h"
 #include "platform/linux/desktop/session/ActiveWindow.h"
+#include "platform/linux/desktop/session/InstanceDoor.h"
 #include "platform/linux/desktop/session/LoginItem.h"
 #include "platform/linux/desktop/session/ScreenLockWatch.h"
 #include "platform/linux/desktop/session/SleepWatch.h"
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace fenlo {
+
+namespace {
+
+constexpr double callPatience = 1.0; // seconds for the running instance to answer
+
+} // namespace
 
 X11Workspace::X11Workspace(MainQueue& mainQueue)
     : m_mainQueue(mainQueue), m_desktopFiles(DesktopFiles::sessionFolders()), m_lock(InstanceLock::defaultFile()),
@@ -32,7 +41,32 @@ std::optional<FrontApplication> X11Workspace::frontApplication() {
 }
 
 bool X11Workspace::becomeOnlyInstance() {
-    return m_lock.take();
+    if (!m_lock.take())
+        return false;
+    if (!m_door)
+        m_door = InstanceDoor::open(InstanceDoor::beside(m_lock.file()), [this](std::function<void()> answer) {
+            m_mainQueue.post(m_lifetime.bind([this, answer = std::move(answer)] { called(answer); }));
+        });
+    return true;
+}
+
+bool X11Workspace::callOtherInstance() {
+    return InstanceDoor::knock(InstanceDoor::beside(m_lock.file()), callPatience);
+}
+
+void X11Workspace::onCalled(std::function<void()> handler) {
+    m_onCalled = std::move(handler);
+    for (const auto& answer : std::exchange(m_unanswered, {}))
+        called(answer);
+}
+
+void X11Workspace::called(std::function<void()> answer) {
+    if (!m_onCalled) {
+        m_unanswered.push_back(std::move(answer));
+        return;
+    }
+    m_onCalled();
+    answer();
 }
 
 bool X11Workspace::isLoginItem() const {

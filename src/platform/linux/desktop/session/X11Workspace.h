@@ -1,20 +1,25 @@
 #pragma once
 
+#include "base/Lifetime.h"
 #include "platform/Workspace.h"
 #include "platform/linux/desktop/session/DesktopFiles.h"
 #include "platform/linux/desktop/session/InstanceLock.h"
 
+#include <functional>
 #include <memory>
+#include <vector>
 
 namespace fenlo {
 
 class ActiveWindow;
+class InstanceDoor;
 class MainQueue;
 class ScreenLockWatch;
 class SleepWatch;
 
 /// The session of an X11 desktop: window properties and desktop files name the front application, a lock file marks
-/// the one instance, XDG autostart starts it at login, logind tells of sleep, logind and the screen saver of the lock.
+/// the one instance, at whose socket later starts knock, XDG autostart starts it at login, logind tells of sleep,
+/// logind and the screen saver of the lock.
 ///
 /// Threads: as Workspace.
 /// Errors:  without an X server there is no front application; without logind sleep is never announced;
@@ -29,6 +34,8 @@ public:
 
     std::optional<FrontApplication> frontApplication() override;
     bool becomeOnlyInstance() override;
+    bool callOtherInstance() override;
+    void onCalled(std::function<void()> handler) override;
     /// Also true when the user has switched the entry off, which stays so.
     bool isLoginItem() const override;
     std::optional<std::string> registerLoginItem() override;
@@ -39,12 +46,18 @@ public:
     void openUrl(const std::string& url) override;
 
 private:
+    void called(std::function<void()> answer);
+
     MainQueue& m_mainQueue;
     DesktopFiles m_desktopFiles;
     InstanceLock m_lock;
     std::unique_ptr<ActiveWindow> m_activeWindow;
     std::unique_ptr<SleepWatch> m_sleepWatch;
     std::unique_ptr<ScreenLockWatch> m_screenLockWatch;
+    std::function<void()> m_onCalled;
+    std::vector<std::function<void()>> m_unanswered; // calls that came before there was a handler
+    Lifetime m_lifetime;
+    std::unique_ptr<InstanceDoor> m_door; // dies before the lock, and first of all: its thread calls back
 };
 
 } // namespace fenlo
