@@ -8,7 +8,7 @@ find_package(simdjson REQUIRED)
 find_package(CLI11 REQUIRED)
 find_package(ZLIB REQUIRED)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
-find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets DBus)
+find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets DBus Qml Quick QuickControls2)
 
 pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
 pkg_check_modules(FLAC REQUIRED IMPORTED_TARGET flac)

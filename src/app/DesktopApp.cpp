@@ -7,6 +7,7 @@
 #include "app/ProgramRun.h"
 #include "app/TakeServices.h"
 #include "app/TerminationSignals.h"
+#include "app/Windows.h"
 
 #include "audio/AudioRecorder.h"
 #include "base/Background.h"
@@ -141,6 +142,8 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
                               contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes},
                              sessionHooks(workspace, services));
+    Windows windows(config);
+    menuBar.onShowHistory = [&] { windows.home.open(HomeTab::history); };
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
                          appHooks(mainQueue, services, deployment));

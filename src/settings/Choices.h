@@ -67,6 +67,17 @@ constexpr auto wordsOf(MicMode) {
     return std::to_array<std::string_view>({"studio", "airpods"});
 }
 
+/// How the windows look; an unknown word is taken as `system`.
+enum class ColourScheme {
+    system, // as the desktop
+    light,
+    dark,
+    unknown
+};
+constexpr auto wordsOf(ColourScheme) {
+    return std::to_array<std::string_view>({"system", "light", "dark"});
+}
+
 /// One of these settings. An unknown word is kept, so that the file keeps it too.
 template <typename Enum>
 class Choice {

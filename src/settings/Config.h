@@ -47,6 +47,7 @@ struct Settings {
     Choice<MicMode> micMode = MicMode::studio;
     bool typeShortTexts = false; // instead of pasting them, which leaves a trace in some clipboard histories
     bool keepFailedTakes = true; // or what was not recognised is deleted
+    Choice<ColourScheme> colourScheme = ColourScheme::system;
 };
 
 /// What keeps a file of settings from being used. It is never overwritten.

@@ -1,0 +1,116 @@
+#include "ui/controls/Appearance.h"
+
+#include "settings/Config.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QFontDatabase>
+#include <QFontInfo>
+#include <QGuiApplication>
+#include <QPalette>
+
+namespace fenlo {
+
+namespace {
+
+const QString portal = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString portalSettings = QStringLiteral("org.freedesktop.portal.Settings");
+
+const QString appearanceGroup = QStringLiteral("org.freedesktop.appearance");
+const QString schemeKey = QStringLiteral("color-scheme");
+const QString reducedMotionKey = QStringLiteral("reduced-motion");
+const QString gnomeGroup = QStringLiteral("org.gnome.desktop.interface");
+const QString gnomeAnimationsKey = QStringLiteral("enable-animations");
+const QString kdeGroup = QStringLiteral("org.kde.kdeglobals.KDE");
+const QString kdeAnimationsKey = QStringLiteral("AnimationDurationFactor");
+
+constexpr int darkest = 128; // lightness of a window's ground below which a palette counts as dark
+
+/// The portal wraps its answers in variants, in some versions more than once.
+QVariant unwrapped(QVariant value) {
+    while (value.canConvert<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    return value;
+}
+
+} // namespace
+
+Appearance::Appearance(Config& config) : m_config(config) {
+    QDBusConnection::sessionBus().connect(portal, portalPath, portalSettings, QStringLiteral("SettingChanged"), this,
+                                          SLOT(desktopSettingChanged(QString, QString, QDBusVariant)));
+    ask(appearanceGroup, schemeKey);
+    ask(appearanceGroup, reducedMotionKey);
+    ask(gnomeGroup, gnomeAnimationsKey);
+    ask(kdeGroup, kdeAnimationsKey);
+}
+
+bool Appearance::dark() const {
+    switch (m_config.get().colourScheme) {
+    case ColourScheme::light:
+        return false;
+    case ColourScheme::dark:
+        return true;
+    default:
+        break;
+    }
+    if (m_desktopScheme != 0)
+        return m_desktopScheme == 1;
+    return QGuiApplication::palette().color(QPalette::Window).lightness() < darkest;
+}
+
+bool Appearance::rightToLeft() {
+    return QGuiApplication::layoutDirection() == Qt::RightToLeft;
+}
+
+double Appearance::textSize() {
+    return QFontInfo(QFontDatabase::systemFont(QFontDatabase::GeneralFont)).pixelSize();
+}
+
+QString Appearance::family() {
+    const QString house = QStringLiteral("Inter");
+    return QFontDatabase::hasFamily(house) ? house : QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
+}
+
+QString Appearance::scheme() const {
+    return QString::fromStdString(m_config.get().colourScheme.word());
+}
+
+void Appearance::setScheme(const QString& word) {
+    m_config.update([&](Settings& settings) { settings.colourScheme = Choice<ColourScheme>(word.toStdString()); });
+    Q_EMIT changed();
+}
+
+void Appearance::ask(const QString& group, const QString& key) {
+    auto question = QDBusMessage::createMethodCall(portal, portalPath, portalSettings, QStringLiteral("Read"));
+    question << group << key;
+    auto* answer = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, group, key] {
+        if (const QDBusPendingReply<QDBusVariant> reply = *answer; !reply.isError())
+            take(group, key, reply.value().variant());
+        answer->deleteLater();
+    });
+}
+
+void Appearance::desktopSettingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
+    take(group, key, value.variant());
+}
+
+void Appearance::take(const QString& group, const QString& key, const QVariant& wrapped) {
+    const QVariant value = unwrapped(wrapped);
+    if (group == appearanceGroup && key == schemeKey)
+        m_desktopScheme = value.toUInt();
+    else if (group == appearanceGroup && key == reducedMotionKey)
+        m_still = value.toUInt() == 1;
+    else if (group == gnomeGroup && key == gnomeAnimationsKey)
+        m_still = !value.toBool();
+    else if (group == kdeGroup && key == kdeAnimationsKey)
+        m_still = value.toString().toDouble() == 0;
+    else
+        return;
+    Q_EMIT changed();
+}
+
+} // namespace fenlo

@@ -1,0 +1,44 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+/// A button whose colours its kind chooses.
+Button {
+    id: control
+
+    property color fill: "transparent"
+    property color hoverFill: Theme.hover
+    property color ink: Theme.text
+    property color outline: "transparent"
+
+    implicitHeight: Theme.controlHeight
+    leftPadding: Theme.unit * 2
+    rightPadding: Theme.unit * 2
+    topPadding: 0
+    bottomPadding: 0
+    opacity: enabled ? 1 : 0.45
+    font.family: Theme.family
+    font.pixelSize: Theme.textSize
+    Accessible.name: text
+    Accessible.onPressAction: control.clicked()
+    Keys.onReturnPressed: control.clicked()
+    Keys.onEnterPressed: control.clicked()
+
+    contentItem: Text {
+        text: control.text
+        font: control.font
+        color: control.ink
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        elide: Text.ElideRight
+        Accessible.ignored: true
+    }
+    background: Rectangle {
+        radius: Theme.radius
+        color: control.down || control.hovered ? control.hoverFill : control.fill
+        border.color: control.outline
+        border.width: control.outline.a > 0 ? 1 : 0
+
+        Behavior on color { ColorAnimation { duration: Theme.quick } }
+        FocusRing { visible: control.visualFocus }
+    }
+}

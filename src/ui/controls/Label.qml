@@ -1,0 +1,9 @@
+import QtQuick
+
+/// Text of the normal size.
+Text {
+    font.family: Theme.family
+    font.pixelSize: Theme.textSize
+    color: Theme.text
+    wrapMode: Text.Wrap
+}

@@ -1,0 +1,9 @@
+import QtQuick
+
+/// Small text below or beside something.
+Text {
+    font.family: Theme.family
+    font.pixelSize: Theme.noteSize
+    color: Theme.faint
+    wrapMode: Text.Wrap
+}

@@ -1,0 +1,63 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+
+/// A page that scrolls: a heading and what is below it, in a column of a width that reads well. What has the keyboard
+/// is scrolled into view.
+ScrollView {
+    id: page
+
+    property string heading: ""
+    property string introduction: ""
+    default property alias content: column.data
+
+    readonly property real margin: Theme.unit * 3
+
+    contentWidth: availableWidth
+    contentHeight: column.implicitHeight + 2 * margin
+    Accessible.role: Accessible.Pane
+    Accessible.name: heading
+
+    readonly property Item focused: Window.activeFocusItem
+    onFocusedChanged: {
+        if (!focused || !within(focused))
+            return
+        const flick = page.contentItem as Flickable
+        const top = focused.mapToItem(column, 0, 0).y + margin
+        const bottom = top + focused.height
+        if (top - Theme.unit * 2 < flick.contentY)
+            flick.contentY = Math.max(0, top - Theme.unit * 2)
+        else if (bottom + Theme.unit * 2 > flick.contentY + page.availableHeight)
+            flick.contentY = Math.min(Math.max(0, page.contentHeight - page.availableHeight),
+                                      bottom + Theme.unit * 2 - page.availableHeight)
+    }
+
+    function within(item) {
+        for (let it = item; it; it = it.parent)
+            if (it === column)
+                return true
+        return false
+    }
+
+    ColumnLayout {
+        id: column
+
+        x: Math.max(page.margin, (page.availableWidth - width) / 2)
+        y: page.margin
+        width: Math.min(page.availableWidth - 2 * page.margin, Theme.textSize * 55)
+        spacing: Theme.unit * 3
+
+        Heading {
+            text: page.heading
+            visible: text !== ""
+            Layout.fillWidth: true
+        }
+        Label {
+            text: page.introduction
+            visible: text !== ""
+            color: Theme.faint
+            Layout.fillWidth: true
+            Layout.topMargin: -Theme.unit * 2
+        }
+    }
+}

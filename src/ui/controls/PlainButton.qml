@@ -1,0 +1,6 @@
+import QtQuick
+
+BaseButton {
+    fill: Theme.field
+    outline: Theme.edge
+}

@@ -1,0 +1,9 @@
+import QtQuick
+
+/// The one action that a page is for.
+BaseButton {
+    fill: Theme.accent
+    hoverFill: Qt.darker(Theme.accent, 1.12)
+    ink: Theme.onAccent
+    font.weight: Font.DemiBold
+}

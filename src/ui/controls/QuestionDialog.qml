@@ -1,0 +1,63 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+
+/// Asks before something is destroyed. The title names the act, the button is its verb, Cancel has the keyboard.
+Dialog {
+    id: dialog
+
+    property string explanation: ""
+    property string verb: ""
+
+    parent: Overlay.overlay
+    anchors.centerIn: parent
+    width: parent ? Math.min(parent.width - 4 * Theme.unit, Theme.textSize * 34) : 0
+    modal: true
+    padding: Theme.unit * 3
+    onOpened: cancel.forceActiveFocus(Qt.TabFocusReason)
+
+    background: Rectangle {
+        radius: Theme.cardRadius
+        color: Theme.card
+        border.color: Theme.line
+    }
+    Overlay.modal: Rectangle { color: "#80000000" }
+    header: null
+    contentItem: ColumnLayout {
+        spacing: Theme.unit * 1.5
+        Accessible.role: Accessible.Dialog
+        Accessible.name: dialog.title
+        Accessible.description: dialog.explanation
+
+        Text {
+            text: dialog.title
+            font.family: Theme.family
+            font.pixelSize: Theme.headingSize
+            font.weight: Font.DemiBold
+            color: Theme.text
+            wrapMode: Text.Wrap
+            Layout.fillWidth: true
+        }
+        Label {
+            text: dialog.explanation
+            visible: text !== ""
+            Layout.fillWidth: true
+        }
+        RowLayout {
+            spacing: Theme.unit
+            Layout.alignment: Qt.AlignRight
+            Layout.topMargin: Theme.unit
+
+            PlainButton {
+                id: cancel
+
+                text: "Cancel"
+                onClicked: dialog.reject()
+            }
+            DangerButton {
+                text: dialog.verb
+                onClicked: dialog.accept()
+            }
+        }
+    }
+}

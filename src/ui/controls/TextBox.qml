@@ -1,0 +1,45 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+/// Some lines of text. Tab moves on to the next control.
+ScrollView {
+    id: control
+
+    property alias text: area.text
+    property alias placeholder: area.placeholderText
+    property alias readOnly: area.readOnly
+    property string name: "" // for screen readers
+    /// The user has finished: the keyboard goes elsewhere.
+    signal editingFinished
+
+    implicitHeight: Theme.textSize * 7
+    implicitWidth: Theme.unit * 40
+    clip: true
+
+    background: Rectangle {
+        radius: Theme.radius
+        color: Theme.field
+        border.color: area.activeFocus ? Theme.accent : Theme.edge
+        border.width: area.activeFocus ? 2 : 1
+    }
+
+    TextArea {
+        id: area
+
+        font.family: Theme.family
+        font.pixelSize: Theme.textSize
+        color: Theme.text
+        placeholderTextColor: Theme.faint
+        selectionColor: Theme.accent
+        selectedTextColor: Theme.onAccent
+        selectByMouse: true
+        wrapMode: TextEdit.Wrap
+        padding: Theme.unit
+        background: null
+        Accessible.name: control.name
+        KeyNavigation.priority: KeyNavigation.BeforeItem
+        Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+        Keys.onBacktabPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
+        onEditingFinished: control.editingFinished()
+    }
+}

@@ -1,0 +1,35 @@
+#include "ui/home/HomeWindow.h"
+
+#include "ui/controls/Appearance.h"
+#include "ui/controls/QmlWindow.h"
+
+#include <QQuickWindow>
+
+namespace fenlo {
+
+/// All that exists only while the window does. The adapters outlive the QML that is bound to them.
+struct HomeWindow::Open {
+    Open(const HomeModels& models, std::function<void()> closed)
+        : window("Home/HomeWindow.qml", {{"appearance", QVariant::fromValue(&models.appearance)}}, std::move(closed)) {}
+
+    QmlWindow window;
+};
+
+HomeWindow::HomeWindow(HomeModels models) : m_models(models) {}
+
+HomeWindow::~HomeWindow() = default;
+
+void HomeWindow::open(HomeTab tab) {
+    if (!m_open)
+        m_open = std::make_unique<Open>(m_models, [this] { close(); });
+    if (QQuickWindow* window = m_open->window.window())
+        window->setProperty("tab", static_cast<int>(tab));
+    m_open->window.toFront();
+}
+
+void HomeWindow::close() {
+    m_open.reset();
+    QmlWindow::trimMemory();
+}
+
+} // namespace fenlo

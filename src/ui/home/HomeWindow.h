@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+
+namespace fenlo {
+
+class Appearance;
+
+/// The tabs of the home window, by the numbers that callers know them by.
+enum class HomeTab { dashboard = 0, meeting = 1, history = 4, settings = 5 };
+
+/// What the home window's pages show. All outlive the window.
+struct HomeModels {
+    Appearance& appearance;
+};
+
+/// The one ordinary window of the program: what was dictated, and every setting. It exists while it is open.
+///
+/// Threads: main thread only.
+class HomeWindow {
+public:
+    explicit HomeWindow(HomeModels models);
+    HomeWindow(const HomeWindow&) = delete;
+    HomeWindow& operator=(const HomeWindow&) = delete;
+    ~HomeWindow();
+
+    /// Opens it on this tab, or brings it to the front.
+    void open(HomeTab tab);
+    void close();
+    bool isOpen() const { return m_open != nullptr; }
+
+private:
+    struct Open;
+
+    HomeModels m_models;
+    std::unique_ptr<Open> m_open;
+};
+
+} // namespace fenlo

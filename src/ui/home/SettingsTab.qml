@@ -1,0 +1,88 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Fenlo.Controls
+import Fenlo.Home
+
+/// The sections of the settings: a list of them, and the chosen one.
+FocusScope {
+    id: tab
+
+    required property Appearance appearance
+
+    readonly property var sections: [
+        { title: "Appearance", file: "AppearanceSettings.qml", properties: { appearance: tab.appearance } },
+    ]
+
+    RowLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        ListView {
+            id: list
+
+            model: tab.sections
+            focus: true
+            activeFocusOnTab: true
+            clip: true
+            Layout.preferredWidth: Theme.textSize * 15
+            Layout.fillHeight: true
+            Layout.margins: Theme.unit * 1.5
+            spacing: 2
+            keyNavigationEnabled: true
+            ScrollBar.vertical: ScrollBar {}
+            Accessible.role: Accessible.List
+            Accessible.name: "Sections"
+
+            delegate: ItemDelegate {
+                id: entry
+
+                required property var modelData
+                required property int index
+
+                width: ListView.view.width
+                height: Theme.controlHeight
+                highlighted: ListView.isCurrentItem
+                onClicked: { list.currentIndex = index; list.forceActiveFocus(Qt.MouseFocusReason) }
+                Accessible.role: Accessible.ListItem
+                Accessible.name: modelData.title
+                Accessible.focusable: true
+                Accessible.selected: ListView.isCurrentItem
+                Accessible.focused: ListView.isCurrentItem && list.activeFocus
+                Accessible.onPressAction: entry.clicked()
+
+                contentItem: Text {
+                    text: entry.modelData.title
+                    font.family: Theme.family
+                    font.pixelSize: Theme.textSize
+                    font.weight: entry.highlighted ? Font.DemiBold : Font.Normal
+                    color: entry.highlighted ? Theme.accent : Theme.text
+                    verticalAlignment: Text.AlignVCenter
+                    elide: Text.ElideRight
+                    leftPadding: Theme.half
+                    Accessible.ignored: true
+                }
+                background: Rectangle {
+                    radius: Theme.radius
+                    color: entry.highlighted ? Theme.tint : entry.hovered ? Theme.hover : "transparent"
+
+                    FocusRing { visible: entry.highlighted && list.activeFocus; anchors.margins: 0; around: Theme.half }
+                }
+            }
+        }
+        Rectangle {
+            color: Theme.line
+            implicitWidth: 1
+            Layout.fillHeight: true
+        }
+        Loader {
+            readonly property var wanted: tab.sections[Math.max(0, list.currentIndex)]
+
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            onWantedChanged: setSource(wanted.file, wanted.properties)
+        }
+    }
+}
