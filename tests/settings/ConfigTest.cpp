@@ -36,7 +36,7 @@ TEST_F(ConfigFile, FirstStartWritesACompleteFile) {
     EXPECT_EQ(settings.deviceId.size(), 36u);
     EXPECT_EQ(settings.deviceId, text::upper(settings.deviceId));
     const auto values = onDisk();
-    EXPECT_EQ(values.size(), 32u);
+    EXPECT_EQ(values.size(), 33u);
     EXPECT_EQ(values["device_id"], settings.deviceId);
     EXPECT_EQ(values["sample_rate"], 16000);
     EXPECT_EQ(values["smart_rewrite_model"], "groq");

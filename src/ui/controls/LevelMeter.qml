@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 
 /// How loud it is, 0 to 1.
@@ -11,7 +13,7 @@ Item {
 
     implicitWidth: Theme.unit * 24
     implicitHeight: Math.round(Theme.textSize * 1.4)
-    Accessible.role: Accessible.LevelMeter
+    Accessible.role: Accessible.ProgressBar
     Accessible.name: name
 
     Row {

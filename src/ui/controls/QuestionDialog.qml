@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import QtQuick.Templates as T
 import QtQuick.Layouts
 
 /// Asks before something is destroyed. The title names the act, the button is its verb, Cancel has the keyboard.
@@ -9,19 +10,19 @@ Dialog {
     property string explanation: ""
     property string verb: ""
 
-    parent: Overlay.overlay
+    parent: T.Overlay.overlay
     anchors.centerIn: parent
     width: parent ? Math.min(parent.width - 4 * Theme.unit, Theme.textSize * 34) : 0
     modal: true
     padding: Theme.unit * 3
-    onOpened: cancel.forceActiveFocus(Qt.TabFocusReason)
+    focus: true
 
     background: Rectangle {
         radius: Theme.cardRadius
         color: Theme.card
         border.color: Theme.line
     }
-    Overlay.modal: Rectangle { color: "#80000000" }
+    T.Overlay.modal: Rectangle { color: "#80000000" }
     header: null
     contentItem: ColumnLayout {
         spacing: Theme.unit * 1.5
@@ -49,8 +50,7 @@ Dialog {
             Layout.topMargin: Theme.unit
 
             PlainButton {
-                id: cancel
-
+                focus: true
                 text: "Cancel"
                 onClicked: dialog.reject()
             }

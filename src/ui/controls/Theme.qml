@@ -9,7 +9,7 @@ QtObject {
     property bool dark: false
     property bool still: false // nothing moves
     property real textSize: 13 // pixels, of the desktop's own font
-    property string family: Qt.application.font.family
+    property string family: ""
 
     readonly property color page: dark ? "#141417" : "#FAFAF8"
     readonly property color card: dark ? "#1E1E23" : "#FFFFFF"

@@ -11,7 +11,7 @@ Switch {
 
     checked: value
     padding: 0
-    implicitWidth: track.implicitWidth
+    implicitWidth: indicator.implicitWidth
     implicitHeight: Theme.controlHeight
     opacity: enabled ? 1 : 0.45
     onToggled: decide()
@@ -29,8 +29,6 @@ Switch {
 
     contentItem: null
     indicator: Rectangle {
-        id: track
-
         implicitWidth: Math.round(Theme.textSize * 2.9)
         implicitHeight: Math.round(Theme.textSize * 1.6)
         y: (control.height - height) / 2
@@ -42,15 +40,15 @@ Switch {
         Rectangle {
             readonly property real room: 3
 
-            width: track.height - 2 * room
+            width: parent.height - 2 * room
             height: width
             radius: width / 2
             y: room
-            x: (control.checked !== control.mirrored) ? track.width - width - room : room
+            x: (control.checked !== control.mirrored) ? parent.width - width - room : room
             color: control.checked ? Theme.onAccent : Theme.edge
 
             Behavior on x { NumberAnimation { duration: Theme.quick } }
         }
-        FocusRing { visible: control.visualFocus; around: track.radius }
+        FocusRing { visible: control.visualFocus; around: parent.radius }
     }
 }
