@@ -2,6 +2,7 @@
 
 #include "app/LocalEngine.h"
 #include "app/RoadDiagnosis.h"
+#include "app/TakeServices.h"
 #include "base/Environment.h"
 #include "base/Files.h"
 #include "base/Log.h"
@@ -199,6 +200,7 @@ void examineRoad(std::vector<Diagnosis>& findings, const Settings& settings, Sec
                     std::ref(places)};
     if (const auto installed = findInstalledModel(deployment.offlineModel); installed && !settings.offlineMode)
         facts.rescuer = installed->filename().string();
+    facts.keyring = keyringUse;
     diagnoseRoad(findings, facts);
 }
 

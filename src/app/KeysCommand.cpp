@@ -4,11 +4,10 @@
 
 #include "base/Json.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
-#include "settings/ApiKey.h"
 #include "settings/ServiceKeys.h"
+#include "settings/StoredKeys.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -66,11 +65,9 @@ std::string readKey(const std::string& name) {
     }
     if (::isatty(STDIN_FILENO) != 0)
         std::fputc('\n', stderr);
-    const std::string key = apiKey::clean(typed);
-    const bool isPlain = std::all_of(key.begin(), key.end(), [](char c) { return c > ' ' && c <= '~'; });
-    if (key.empty() || !isPlain)
-        throw std::runtime_error("that is no key: one line without blanks is expected on standard input");
-    return key;
+    if (auto key = checkedKey(typed))
+        return *key;
+    throw std::runtime_error("that is no key: one line without blanks is expected on standard input");
 }
 
 int runKeysList(bool json) {
@@ -95,12 +92,12 @@ int runKeysList(bool json) {
 int runKeysSet(const std::string& name) {
     const ServiceKey& service = serviceKey(name);
     SecretServiceStore store;
-    if (store.load(service.account).status == SecureStore::Status::unavailable)
+    if (placeOf(service, store) == KeyPlace::keyringSilent) // before the user types
         throw std::runtime_error(
             "no keyring answers; install and unlock gnome-keyring or KWallet, or put the key into " +
             std::string(service.variable));
-    if (const auto error = store.save(service.account, readKey(name)))
-        throw std::runtime_error("the keyring did not take the key: " + *error);
+    if (const auto fault = storeKey(service, readKey(name), store))
+        throw std::runtime_error(*fault);
     std::fprintf(stderr, "The key of %s is in the keyring. Fenlo takes it at its next start.\n", service.name);
     return exitStatus::ok;
 }
@@ -108,9 +105,8 @@ int runKeysSet(const std::string& name) {
 int runKeysRemove(const std::string& name) {
     const ServiceKey& service = serviceKey(name);
     SecretServiceStore store;
-    store.remove(service.account);
-    if (store.load(service.account).status != SecureStore::Status::notFound)
-        throw std::runtime_error("the keyring did not remove the key of " + name);
+    if (const auto fault = removeKey(service, store))
+        throw std::runtime_error(*fault);
     std::fprintf(stderr, "The keyring has no key of %s.\n", service.name);
     return exitStatus::ok;
 }

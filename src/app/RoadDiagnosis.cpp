@@ -30,7 +30,8 @@ void diagnoseRecogniser(std::vector<Diagnosis>& findings, const RoadFacts& facts
     findings.push_back(
         {"recogniser key", road.leadsThrough ? State::limited : State::broken,
          std::string(key.variable) + " is not set",
-         exportRemedy(key) + (key.hasSource(KeyUse::speech, KeySource::keyring) ? keyringRemedy(key) : "")});
+         exportRemedy(key) +
+             (key.hasSource(KeyUse::speech, KeySource::keyring, facts.keyring) ? keyringRemedy(key) : "")});
 }
 
 void diagnoseLanguageModel(std::vector<Diagnosis>& findings, const RoadFacts& facts) {

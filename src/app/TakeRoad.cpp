@@ -42,7 +42,7 @@ std::string keySource(CloudService service, KeyUse use, const RoadFacts& facts) 
     const KeyPlace place = facts.placeOf(key);
     if (place == KeyPlace::environment)
         return std::string("key from ") + key.variable;
-    if (place == KeyPlace::keyring && key.hasSource(use, KeySource::keyring))
+    if (place == KeyPlace::keyring && key.hasSource(use, KeySource::keyring, facts.keyring))
         return "key from the keyring";
     return facts.hasCarriedKey && key.hasSource(use, KeySource::program) ? "key of this program" : "";
 }

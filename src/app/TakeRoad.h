@@ -16,6 +16,7 @@ struct RoadFacts {
     std::function<KeyPlace(const ServiceKey&)> placeOf;
     std::string rescuer = {};      // the installed model that takes over where a service fails; empty for none
     std::string provider = "groq"; // as the remote configuration names it
+    KeyringUse keyring = KeyringUse::asListed;
 };
 
 /// The way that a take goes now, in words: who recognises it, who rewrites it, and what happens when they fail.

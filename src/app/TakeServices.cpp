@@ -22,7 +22,7 @@ std::vector<std::string> professionTerms(const std::string& profession) {
 TakeServices::TakeServices(Config& settings, const Deployment& deployment, HttpClient& http, SecureStore& secrets,
                            Clock& clock)
     : config(settings), keptTakes(settings, KeptTakes::defaultFolder(), clock), keychain(secrets),
-      keys(keychain, {}, deployment.xaiApiKey),
+      keys(keychain, {}, deployment.xaiApiKey, keyringUse),
       localTranscriber(deployment.offlineModel, modelsDirectory(), localEngineMaker(deployment, http, clock), clock),
       transcriber(config, deployment, http, keys, localTranscriber, professionTerms, clock),
       smartRewrite(config, deployment, http, keys, clock), statistics(StatisticsStore::defaultFile(), clock),

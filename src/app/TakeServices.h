@@ -20,6 +20,9 @@ class HttpClient;
 class SecureStore;
 struct Deployment;
 
+/// A key that the user keeps in the keyring counts for all that its service does.
+constexpr KeyringUse keyringUse = KeyringUse::forEveryUse;
+
 /// The services that a take passes through on its way from sound to text: one object of each, for the desktop program
 /// and for the command line alike. What is passed in outlives them.
 struct TakeServices {

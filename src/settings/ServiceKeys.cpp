@@ -1,9 +1,8 @@
 #include "settings/ServiceKeys.h"
 
-#include "base/Environment.h"
-#include "platform/SecureStore.h"
 #include "settings/ApiKey.h"
 #include "settings/Keychain.h"
+#include "settings/StoredKeys.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -22,8 +21,8 @@ constexpr Source grokSpeech[] = {Source::environment, Source::keyring, Source::r
 constexpr Source anyRewriting[] = {Source::environment, Source::remote, Source::keyring};
 
 constexpr ServiceKey table[] = {
-    {CloudService::groq, "groq", "Groq", "GROQ_API_KEY", "groq_api_key", "groq_api_key",
-     "speech and rewriting; from the keyring rewriting only", groqSpeech, anyRewriting},
+    {CloudService::groq, "groq", "Groq", "GROQ_API_KEY", "groq_api_key", "groq_api_key", "speech and rewriting",
+     groqSpeech, anyRewriting},
     {CloudService::gemini,
      "gemini",
      "Gemini",
@@ -45,10 +44,6 @@ constexpr ServiceKey table[] = {
     {CloudService::grok, "xai", "Grok", "XAI_API_KEY", "xai_api_key", "xai_api_key", "speech", grokSpeech, {}},
 };
 
-std::string fromEnvironment(const ServiceKey& wanted) {
-    return apiKey::clean(environment(wanted.variable));
-}
-
 std::string fromRemote(const ServiceKey& wanted, const ServiceKeys::Configuration& configuration) {
     const auto found = configuration.find(wanted.remote);
     return found == configuration.end() ? std::string() : apiKey::clean(found->second);
@@ -56,8 +51,10 @@ std::string fromRemote(const ServiceKey& wanted, const ServiceKeys::Configuratio
 
 } // namespace
 
-bool ServiceKey::hasSource(KeyUse use, KeySource source) const {
-    return std::ranges::find(sources(use), source) != sources(use).end();
+bool ServiceKey::hasSource(KeyUse use, KeySource source, KeyringUse keyring) const {
+    const auto listed = sources(use);
+    return std::ranges::find(listed, source) != listed.end() ||
+           (source == Source::keyring && keyring == KeyringUse::forEveryUse && !listed.empty());
 }
 
 std::span<const ServiceKey> serviceKeys() {
@@ -75,66 +72,64 @@ const ServiceKey& serviceKey(std::string_view name) {
     return *found;
 }
 
-std::string describeMissingKey(CloudService service, KeyUse use) {
+std::string describeMissingKey(CloudService service, KeyUse use, KeyringUse keyring) {
     const ServiceKey& missing = serviceKey(service);
     const bool isSpeech = use == KeyUse::speech;
     std::string line = isSpeech ? "no key for the speech service " : "no key for the language models of ";
     line += std::string(missing.label) + "; set the environment variable " + missing.variable;
-    if (isSpeech && missing.hasSource(use, Source::keyring))
+    if (isSpeech && missing.hasSource(use, Source::keyring, keyring))
         line += std::string(", or run `fenlo keys set ") + missing.name + "`";
     return line;
 }
 
-KeyPlace placeOf(const ServiceKey& key, SecureStore& store) {
-    if (!fromEnvironment(key).empty())
-        return KeyPlace::environment;
-    switch (store.load(key.account).status) {
-    case SecureStore::Status::ok:
-        return KeyPlace::keyring;
-    case SecureStore::Status::notFound:
-        return KeyPlace::nowhere;
-    case SecureStore::Status::unavailable:
-        break;
-    }
-    return KeyPlace::keyringSilent;
-}
-
-ServiceKeys::ServiceKeys(Keychain& keychain, RemoteConfiguration remote, std::string_view carriedGrokKey)
-    : m_keychain(keychain), m_remote(std::move(remote)), m_carriedGrokKey(apiKey::clean(carriedGrokKey)) {}
+ServiceKeys::ServiceKeys(Keychain& keychain, RemoteConfiguration remote, std::string_view carriedGrokKey,
+                         KeyringUse keyring)
+    : m_keychain(keychain), m_remote(std::move(remote)), m_carriedGrokKey(apiKey::clean(carriedGrokKey)),
+      m_keyring(keyring) {}
 
 std::optional<std::string> ServiceKeys::find(CloudService service, KeyUse use, std::stop_token stop,
                                              const std::function<void(const Configuration&)>& onRemote) {
     const ServiceKey& wanted = serviceKey(service);
     if (auto known = inMemory(wanted, use))
         return known;
-    const auto ask = [&](KeySource source) -> std::string {
-        switch (source) {
-        case Source::environment:
-            return fromEnvironment(wanted);
-        case Source::keyring:
-            return apiKey::clean(m_keychain.load(wanted.account).value_or(""));
-        case Source::remote: {
-            const Configuration configuration = askRemote(stop);
-            if (onRemote)
-                onRemote(configuration);
-            return fromRemote(wanted, configuration);
-        }
-        case Source::program:
-            return m_carriedGrokKey;
-        }
-        std::abort();
-    };
-    for (const KeySource source : wanted.sources(use))
-        if (const std::string key = ask(source); !key.empty()) {
-            m_held.with([&](auto& held) { held[service].push_back({source, key}); });
+    std::vector<KeySource> sources(wanted.sources(use).begin(), wanted.sources(use).end());
+    if (!wanted.hasSource(use, Source::keyring) && wanted.hasSource(use, Source::keyring, m_keyring))
+        sources.push_back(Source::keyring);
+    for (const KeySource source : sources) {
+        const unsigned before = m_memory.with([](const Memory& memory) { return memory.keyringChanges; });
+        if (const std::string key = ask(wanted, source, stop, onRemote); !key.empty()) {
+            m_memory.with([&](Memory& memory) {
+                if (source != Source::keyring || memory.keyringChanges == before)
+                    memory.held[service].push_back({source, key});
+            });
             return key;
         }
+    }
     return {};
+}
+
+std::string ServiceKeys::ask(const ServiceKey& wanted, KeySource source, std::stop_token stop,
+                             const std::function<void(const Configuration&)>& onRemote) {
+    switch (source) {
+    case Source::environment:
+        return keyInEnvironment(wanted);
+    case Source::keyring:
+        return apiKey::clean(m_keychain.load(wanted.account).value_or(""));
+    case Source::remote: {
+        const Configuration configuration = askRemote(stop);
+        if (onRemote)
+            onRemote(configuration);
+        return fromRemote(wanted, configuration);
+    }
+    case Source::program:
+        return m_carriedGrokKey;
+    }
+    std::abort();
 }
 
 bool ServiceKeys::isKnown(CloudService service, KeyUse use) const {
     const ServiceKey& wanted = serviceKey(service);
-    return inMemory(wanted, use) || !fromEnvironment(wanted).empty();
+    return inMemory(wanted, use) || !keyInEnvironment(wanted).empty();
 }
 
 ServiceKeys::Configuration ServiceKeys::askRemote(std::stop_token stop) const {
@@ -143,14 +138,21 @@ ServiceKeys::Configuration ServiceKeys::askRemote(std::stop_token stop) const {
 
 void ServiceKeys::adopt(CloudService service, const Configuration& configuration) {
     if (const std::string key = fromRemote(serviceKey(service), configuration); !key.empty())
-        m_held.with([&](auto& held) { held[service] = {{Source::remote, key}}; });
+        m_memory.with([&](Memory& memory) { memory.held[service] = {{Source::remote, key}}; });
+}
+
+void ServiceKeys::forgetKeyring(CloudService service) {
+    m_memory.with([&](Memory& memory) {
+        ++memory.keyringChanges;
+        std::erase_if(memory.held[service], [](const Held& held) { return held.source == Source::keyring; });
+    });
 }
 
 std::optional<std::string> ServiceKeys::inMemory(const ServiceKey& wanted, KeyUse use) const {
-    return m_held.with([&](const auto& all) -> std::optional<std::string> {
-        if (const auto held = all.find(wanted.service); held != all.end())
+    return m_memory.with([&](const Memory& memory) -> std::optional<std::string> {
+        if (const auto held = memory.held.find(wanted.service); held != memory.held.end())
             for (const Held& one : held->second)
-                if (wanted.hasSource(use, one.source))
+                if (wanted.hasSource(use, one.source, m_keyring))
                     return one.key;
         return {};
     });

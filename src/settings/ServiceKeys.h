@@ -15,7 +15,6 @@
 namespace fenlo {
 
 class Keychain;
-class SecureStore;
 
 /// The cloud services that want a key of the user's.
 enum class CloudService { groq, gemini, deepgram, grok };
@@ -30,6 +29,9 @@ enum class KeySource {
     program, // a key that comes with the program
 };
 
+/// Whether the keyring is asked, after all sources of a service's own, also for uses that do not list it.
+enum class KeyringUse { asListed, forEveryUse };
+
 /// What the program knows of a service's key.
 struct ServiceKey {
     CloudService service;
@@ -43,7 +45,7 @@ struct ServiceKey {
     std::span<const KeySource> forRewriting;
 
     std::span<const KeySource> sources(KeyUse use) const { return use == KeyUse::speech ? forSpeech : forRewriting; }
-    bool hasSource(KeyUse use, KeySource source) const;
+    bool hasSource(KeyUse use, KeySource source, KeyringUse keyring = KeyringUse::asListed) const;
 };
 
 /// All services.
@@ -53,12 +55,7 @@ const ServiceKey& serviceKey(CloudService service);
 const ServiceKey& serviceKey(std::string_view name);
 
 /// One line for the user: which service lacks its key, and where it may be put.
-std::string describeMissingKey(CloudService service, KeyUse use);
-
-enum class KeyPlace { environment, keyring, nowhere, keyringSilent };
-
-/// Where the user has put a key. Blocks for as long as the store does.
-KeyPlace placeOf(const ServiceKey& key, SecureStore& store);
+std::string describeMissingKey(CloudService service, KeyUse use, KeyringUse keyring = KeyringUse::asListed);
 
 /// The keys of all services: looked up when they are first needed, then held in memory until the program ends. A key
 /// that was not found is looked for again the next time.
@@ -70,12 +67,15 @@ public:
     using Configuration = std::map<std::string, std::string>;
 
     /// `carriedGrokKey` comes with the program, for users who have no key for Grok; it may be empty.
-    ServiceKeys(Keychain& keychain, RemoteConfiguration remote, std::string_view carriedGrokKey);
+    ServiceKeys(Keychain& keychain, RemoteConfiguration remote, std::string_view carriedGrokKey,
+                KeyringUse keyring = KeyringUse::asListed);
 
     /// The key in memory, when it is of a source for this use, or else the first that the sources have.
     /// `onRemote` hears the remote configuration if that is asked.
     std::optional<std::string> find(CloudService service, KeyUse use, std::stop_token stop,
                                     const std::function<void(const Configuration&)>& onRemote = {});
+
+    KeyringUse keyringUse() const { return m_keyring; }
 
     /// Whether find() would give a key without asking anyone.
     bool isKnown(CloudService service, KeyUse use) const;
@@ -84,6 +84,8 @@ public:
     Configuration askRemote(std::stop_token stop) const;
     /// Takes a service's key, if the configuration has one, in the place of those in memory.
     void adopt(CloudService service, const Configuration& configuration);
+    /// The keyring has another key of the service now, or none: what was found there is looked up again.
+    void forgetKeyring(CloudService service);
 
 private:
     struct Held {
@@ -91,12 +93,20 @@ private:
         std::string key;
     };
 
+    struct Memory {
+        std::map<CloudService, std::vector<Held>> held; // in the order of finding
+        unsigned keyringChanges = 0;
+    };
+
     std::optional<std::string> inMemory(const ServiceKey& wanted, KeyUse use) const;
+    std::string ask(const ServiceKey& wanted, KeySource source, std::stop_token stop,
+                    const std::function<void(const Configuration&)>& onRemote);
 
     Keychain& m_keychain;
     const RemoteConfiguration m_remote;
     const std::string m_carriedGrokKey;
-    Guarded<std::map<CloudService, std::vector<Held>>> m_held; // in the order of finding
+    const KeyringUse m_keyring;
+    Guarded<Memory> m_memory;
 };
 
 } // namespace fenlo

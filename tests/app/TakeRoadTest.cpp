@@ -12,6 +12,8 @@ TEST_F(Road, SpeechGoesWhereAKeyOrAModelIs) {
     EXPECT_FALSE(roadOf(facts).leadsThrough);
     keys[CloudService::groq] = KeyPlace::keyring;
     EXPECT_FALSE(roadOf(facts).leadsThrough) << "the recogniser does not look there";
+    facts.keyring = KeyringUse::forEveryUse;
+    EXPECT_EQ(roadOf(facts).speech, "recognised by Groq (key from the keyring)");
     keys[CloudService::groq] = KeyPlace::environment;
     EXPECT_EQ(roadOf(facts).speech, "recognised by Groq (key from GROQ_API_KEY)");
 

@@ -1,5 +1,6 @@
 #include "settings/ServiceKeys.h"
 #include "settings/Keychain.h"
+#include "settings/StoredKeys.h"
 #include "support/EnvironmentVariable.h"
 #include "support/FakeSecureStore.h"
 
@@ -88,6 +89,39 @@ TEST_F(ServiceKeysTest, SpeechTakesNoKeyThatRewritingFoundInTheKeyring) {
     configuration["groq_api_key"] = "remote";
     EXPECT_EQ(keys.find(CloudService::groq, speech, {}), "remote");
     EXPECT_EQ(keys.find(CloudService::groq, rewriting, {}), "stored") << "until the program ends";
+}
+
+TEST_F(ServiceKeysTest, AKeyInTheKeyringCountsForEveryUseWhereThatIsWanted) {
+    ServiceKeys all(keychain, remote, "carried", KeyringUse::forEveryUse);
+    store.values = {{"groq_api_key", "stored"}, {"gemini_api_key", "stored"}};
+    configuration["groq_api_key"] = "remote";
+    EXPECT_EQ(all.find(CloudService::groq, speech, {}), "remote") << "the service's own sources come first";
+    EXPECT_EQ(all.find(CloudService::gemini, speech, {}), std::nullopt) << "it recognises nothing";
+    configuration.clear();
+    ServiceKeys fresh(keychain, remote, "carried", KeyringUse::forEveryUse);
+    EXPECT_EQ(fresh.find(CloudService::groq, rewriting, {}), "stored");
+    EXPECT_TRUE(fresh.isKnown(CloudService::groq, speech));
+}
+
+TEST_F(ServiceKeysTest, AnotherKeyInTheKeyringCountsAtOnce) {
+    const ServiceKey& key = serviceKey("deepgram");
+    EXPECT_EQ(storeKey(key, "first", store), std::nullopt);
+    EXPECT_EQ(keys.find(CloudService::deepgram, speech, {}), "first");
+    EXPECT_EQ(storeKey(key, "second", store), std::nullopt);
+    keys.forgetKeyring(CloudService::deepgram);
+    EXPECT_EQ(keys.find(CloudService::deepgram, speech, {}), "second");
+    EXPECT_EQ(removeKey(key, store), std::nullopt);
+    keys.forgetKeyring(CloudService::deepgram);
+    EXPECT_EQ(keys.find(CloudService::deepgram, speech, {}), std::nullopt);
+
+    // A look-up that began before the change must not bring the old key back.
+    store.values["deepgram_api_key"] = "old";
+    store.onLoad = [&] {
+        store.onLoad = {};
+        keys.forgetKeyring(CloudService::deepgram);
+    };
+    EXPECT_EQ(keys.find(CloudService::deepgram, speech, {}), "old");
+    EXPECT_FALSE(keys.isKnown(CloudService::deepgram, speech));
 }
 
 TEST_F(ServiceKeysTest, AnAdoptedKeyTakesThePlaceOfTheOneInMemory) {

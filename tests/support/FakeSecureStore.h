@@ -2,6 +2,7 @@
 
 #include "platform/SecureStore.h"
 
+#include <functional>
 #include <map>
 
 namespace fenlo::test {
@@ -18,7 +19,10 @@ public:
         if (!isAvailable)
             return {Status::unavailable, {}};
         const auto found = values.find(name);
-        return found == values.end() ? Value{} : Value{Status::ok, found->second};
+        const Value value = found == values.end() ? Value{} : Value{Status::ok, found->second};
+        if (onLoad)
+            onLoad();
+        return value;
     }
     void remove(const std::string& name) override {
         if (isAvailable)
@@ -29,6 +33,7 @@ public:
 
     bool isAvailable = true;
     int askedAgain = 0;
+    std::function<void()> onLoad; // between the look-up and its answer
     std::map<std::string, std::string> values;
 };
 

@@ -120,7 +120,7 @@ std::string LoopbackServices::control(const json& wish) try {
     if (!wish.is_object())
         return "the body must be a JSON object";
     const std::string service = wish.value("service", "speech");
-    if (service != "speech" && service != "gemini" && service != "groq")
+    if (service != "speech" && service != "gemini" && service != "groq" && service != "keys")
         return "unknown service";
     const Behaviour wished = changed({}, wish);
     if (!isServiceMode(wished.mode) && (service != "speech" || wished.mode != "reset"))

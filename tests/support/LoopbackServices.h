@@ -14,8 +14,9 @@
 namespace fenlo::test {
 
 /// A stand-in for the cloud services, on one port: for speech recognition ("speech", with the providers "groq",
-/// "deepgram" and "grok") and for the language models "gemini" and "groq". Each takes requests and answers in the shape
-/// of its original. It understands nothing and says what it is told to.
+/// "deepgram" and "grok"), for the language models "gemini" and "groq", and for what tells whether a key is right
+/// ("keys"). Each takes requests and answers in the shape of its original. It understands nothing and says what it is
+/// told to.
 ///
 /// It can be told over the wire, too: POST /control with {"service": …} and fields of a Behaviour; GET
 /// /control/requests lists what came, oldest first.
@@ -43,7 +44,7 @@ public:
 
     struct Received {
         std::string service;
-        std::string provider; // of a clip
+        std::string provider; // of a clip or a key
         WireRequest wire;
         std::vector<Part> parts; // of a clip
         std::string system;      // the prompts for a language model

@@ -41,6 +41,10 @@ std::string groqAnswer(const std::string& text) {
     return writeJson(json{{"object", "chat.completion"}, {"choices", json::array({choice})}});
 }
 
+std::string keyAccepted(const std::string&) {
+    return "{}";
+}
+
 constexpr const char* spoken = "Hello from the stand-in.";
 constexpr const char* polished = "Polished by the stand-in.";
 
@@ -51,6 +55,10 @@ constexpr ServiceProtocol protocols[] = {
     {"gemini", "", "/v1beta/models/gemini-2.0-flash:generateContent", geminiAnswer, polished,
      "/system_instruction/parts/0/text", "/contents/0/parts/0/text"},
     {"groq", "", "/openai/v1/chat/completions", groqAnswer, polished, "/messages/0/content", "/messages/1/content"},
+    {"keys", "groq", "/openai/v1/models", keyAccepted, "", "", "", "GET"},
+    {"keys", "gemini", "/v1beta/models", keyAccepted, "", "", "", "GET"},
+    {"keys", "deepgram", "/v1/auth/token", keyAccepted, "", "", "", "GET"},
+    {"keys", "grok", "/v1/api-key", keyAccepted, "", "", "", "GET"},
 };
 
 std::vector<LoopbackServices::Part> partsOf(const WireRequest& request) {
@@ -88,7 +96,7 @@ std::string stringAt(const json& body, const char* path) {
 const ServiceProtocol* protocolOf(const WireRequest& request) {
     const std::string_view path = std::string_view(request.target).substr(0, request.target.find('?'));
     const auto* found = std::ranges::find(protocols, path, &ServiceProtocol::path);
-    return request.method == "POST" && found != std::end(protocols) ? found : nullptr;
+    return found != std::end(protocols) && request.method == found->method ? found : nullptr;
 }
 
 LoopbackServices::Received readRequest(const ServiceProtocol& protocol, const WireRequest& request) {

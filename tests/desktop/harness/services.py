@@ -18,12 +18,13 @@ class Services:
         )
         port = wait_for(lambda: port_file.exists() and port_file.read_text().strip(), "the services' port")
         self.address = f"http://127.0.0.1:{port}"
-        self.speech, self.gemini, self.groq = (Service(self.address, name) for name in ("speech", "gemini", "groq"))
+        names = ("speech", "gemini", "groq", "keys")
+        self.speech, self.gemini, self.groq, self.keys = (Service(self.address, name) for name in names)
         wait_for(lambda: self.speech.requests() is not None, "the services")
 
     def forget(self):
         """Leaves out what has come so far."""
-        for service in (self.speech, self.gemini, self.groq):
+        for service in (self.speech, self.gemini, self.groq, self.keys):
             service.forget()
 
     def close(self):
