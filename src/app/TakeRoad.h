@@ -2,6 +2,7 @@
 
 #include "settings/Config.h"
 #include "settings/ServiceKeys.h"
+#include "settings/StoredKeys.h"
 
 #include <functional>
 #include <string>
