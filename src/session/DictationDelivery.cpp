@@ -23,7 +23,6 @@ namespace fenlo {
 namespace {
 
 constexpr double correctionDelay = 0.05; // seconds between selecting the old text and pasting over it
-constexpr double endToneGap = 0.015;
 
 void pressAndRelease(KeyEvents& keys, std::uint16_t keyCode, std::uint64_t flags) {
     keys.post(keyCode, flags, KeyDirection::down);
@@ -103,7 +102,7 @@ void DictationSession::finishDictation(const outcome::Dictation& dictation, doub
     record(dictation.text.empty() ? "(command)" : dictation.text, duration);
     m_services.overlay.hide();
     if (!dictation.rewriteFailed)
-        playEndTones();
+        playEndTones(m_services.tones, m_services.config.get());
     m_services.menuBar.refreshMenu();
 }
 
@@ -134,7 +133,7 @@ void DictationSession::deliverCorrection(const std::string& newText, double dura
     m_lastPasteTime = m_services.clock.now(); // the window opens again, so corrections can be chained
     record("(correction) " + newText, duration);
     m_services.overlay.hide();
-    playEndTones();
+    playEndTones(m_services.tones, m_services.config.get());
     m_services.menuBar.refreshMenu();
 }
 
@@ -147,7 +146,7 @@ void DictationSession::deliverCommandResult(const outcome::CommandAnswer& result
     } else {
         m_services.overlay.showResult(result.answer);
     }
-    playEndTones();
+    playEndTones(m_services.tones, m_services.config.get());
     m_services.menuBar.refreshMenu();
 }
 
@@ -157,27 +156,20 @@ void DictationSession::deliverFailedCommand(const std::string& rawText, double d
     if (m_hooks.isScreenLocked())
         record(rawText, duration);
     m_services.overlay.hide();
-    playEndTones();
+    playEndTones(m_services.tones, m_services.config.get());
 }
 
 void DictationSession::deliverSnippet(const std::string& expansion, double duration) {
     m_services.inserter.insertText(expansion);
     record(expansion, duration);
     m_services.overlay.hide();
-    playEndTones();
+    playEndTones(m_services.tones, m_services.config.get());
     m_services.menuBar.refreshMenu();
 }
 
 void DictationSession::record(const std::string& delivered, double duration) {
     m_hooks.recordDictation(delivered, duration);
     m_hooks.syncStats();
-}
-
-void DictationSession::playEndTones() {
-    const Settings settings = m_services.config.get();
-    const SoundScheme* scheme = SoundScheme::find(settings.soundScheme);
-    if (settings.playSounds && scheme && !scheme->end.empty())
-        m_services.tones.playTones(scheme->end, endToneGap, scheme->endVol);
 }
 
 } // namespace fenlo

@@ -22,7 +22,6 @@ namespace fenlo {
 
 namespace {
 
-constexpr double startToneGap = 0.02;
 constexpr double silenceToneGap = 0.0;
 constexpr double shortestFailure = 0.3; // seconds of holding the key that are meant as a take
 constexpr float silenceToneVolume = 0.06f;
@@ -147,7 +146,7 @@ void DictationSession::recorderBecameReady(bool wasExternalInput, bool isReplaci
         if (m_services.config.get().showOverlay)
             m_services.overlay.showRecording(isReplacing, m_capturedContext ? m_capturedContext->appName : "");
     }
-    playStartTones();
+    playStartTones(m_services.tones, m_services.config.get());
 }
 
 void DictationSession::silenceDetected() {
@@ -210,13 +209,6 @@ void DictationSession::willTerminate() {
     if (!stopRecording().chunks.empty())
         m_services.keptTakes.keep(*m_note);
     m_note.reset();
-}
-
-void DictationSession::playStartTones() {
-    const Settings settings = m_services.config.get();
-    const SoundScheme* scheme = SoundScheme::find(settings.soundScheme);
-    if (settings.playSounds && scheme && !scheme->start.empty())
-        m_services.tones.playTones(scheme->start, startToneGap, scheme->startVol);
 }
 
 void DictationSession::becomeIdle() {

@@ -99,7 +99,6 @@ private:
     void recorderBecameReady(bool wasExternalInput, bool isReplacing);
     void endRecording();
     Take stopRecording();
-    void playStartTones();
     void becomeIdle();
 
     // Space during a take makes it an AI command on the selected text: DictationCommand.cpp.
@@ -137,7 +136,6 @@ private:
     void finishDictation(const outcome::Dictation& dictation, double duration);
     void perform(const std::string& action);
     void record(const std::string& text, double duration);
-    void playEndTones();
 
     SessionServices m_services;
     SessionHooks m_hooks;

@@ -2,6 +2,7 @@
 
 #include "base/Background.h"
 #include "platform/AudioOutput.h"
+#include "settings/Config.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,6 +15,9 @@ namespace {
 
 constexpr std::size_t longestRamp = 882; // samples, 20 ms
 constexpr double decay = 2;              // over a note, as an exponent of e
+
+constexpr double startToneGap = 0.02; // seconds
+constexpr double endToneGap = 0.015;
 
 constexpr ToneNote beepNote{440, 0.15, WaveType::round};
 constexpr float beepVolume = 0.2f;
@@ -99,6 +103,18 @@ void TonePlayer::playTones(std::vector<ToneNote> notes, double gap, float volume
 
 void TonePlayer::beep() {
     playTones({beepNote}, 0, beepVolume);
+}
+
+void playStartTones(TonePlayer& tones, const Settings& settings) {
+    const SoundScheme* scheme = SoundScheme::find(settings.soundScheme);
+    if (settings.playSounds && scheme && !scheme->start.empty())
+        tones.playTones(scheme->start, startToneGap, scheme->startVol);
+}
+
+void playEndTones(TonePlayer& tones, const Settings& settings) {
+    const SoundScheme* scheme = SoundScheme::find(settings.soundScheme);
+    if (settings.playSounds && scheme && !scheme->end.empty())
+        tones.playTones(scheme->end, endToneGap, scheme->endVol);
 }
 
 } // namespace fenlo

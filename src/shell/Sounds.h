@@ -9,6 +9,7 @@ namespace fenlo {
 
 class AudioOutput;
 class Background;
+struct Settings;
 
 enum class WaveType { sine, soft, round };
 
@@ -61,5 +62,9 @@ private:
     std::shared_ptr<Player> m_player;
     Background& m_background;
 };
+
+/// The tones of the chosen scheme around a take, unless they are switched off.
+void playStartTones(TonePlayer& tones, const Settings& settings);
+void playEndTones(TonePlayer& tones, const Settings& settings);
 
 } // namespace fenlo

@@ -60,6 +60,8 @@ public:
     void keyUp();
     /// Leaves without a profile.
     void skip();
+    /// Does not hear the hotkey any more, whatever is under way.
+    void letGoOfKey();
     /// The profile is there, or was skipped. This may be destroyed in it.
     std::function<void(bool learned)> onFinished;
 
@@ -94,7 +96,6 @@ private:
     void built(BuiltProfile result);
     void startOver();
     void finish(bool learned);
-    void letGoOfKey();
 
     Services m_services;
     const std::filesystem::path m_profileFile;
