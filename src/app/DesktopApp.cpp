@@ -121,6 +121,7 @@ AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, const Deployme
 void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     SystemClock clock;
     Config config(Config::defaultFile(), clock);
+    config.tellOn(mainQueue);
     const Deployment deployment = Deployment::load();
     NotificationCenter notifications;
     Platform platform(mainQueue);

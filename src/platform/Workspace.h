@@ -33,9 +33,14 @@ public:
     /// handler is told to the first one.
     virtual void onCalled(std::function<void()> handler) = 0;
 
+    /// Whether it is settled if the session starts this program at login: it does, or the user has switched it off.
     virtual bool isLoginItem() const = 0;
     /// Lets the session start this program at login. Returns an error text, or nothing.
     virtual std::optional<std::string> registerLoginItem() = 0;
+    /// Whether the session will start this program at login.
+    virtual bool opensAtLogin() const = 0;
+    /// The user's decision, which isLoginItem() and registerLoginItem() respect. Returns an error text, or nothing.
+    virtual std::optional<std::string> setOpensAtLogin(bool opens) = 0;
 
     /// Called before the machine sleeps.
     virtual void onWillSleep(std::function<void()> handler) = 0;

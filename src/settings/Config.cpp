@@ -3,6 +3,7 @@
 #include "base/Files.h"
 #include "base/Json.h"
 #include "base/Log.h"
+#include "base/MainQueue.h"
 #include "base/Text.h"
 
 #include <nlohmann/json.hpp>
@@ -182,13 +183,28 @@ Settings Config::get() const {
 }
 
 void Config::save() {
-    std::lock_guard writing(m_writing);
-    const Settings settings = get();
-    Json values;
-    forEachField([&](const auto& field) { values[field.key] = stored(settings.*field.member); });
-    files::makePrivateDirectory(m_file.parent_path());
-    if (makeRoom())
-        files::writeAtomically(m_file, writeJson(values, 2) + "\n");
+    {
+        std::lock_guard writing(m_writing);
+        const Settings settings = get();
+        Json values;
+        forEachField([&](const auto& field) { values[field.key] = stored(settings.*field.member); });
+        files::makePrivateDirectory(m_file.parent_path());
+        m_isSaved = makeRoom() && files::writeAtomically(m_file, writeJson(values, 2) + "\n");
+    }
+    announce();
+}
+
+void Config::tellOn(MainQueue& mainQueue) {
+    m_mainQueue = &mainQueue;
+}
+
+void Config::announce() {
+    if (!m_mainQueue || m_isTelling.exchange(true))
+        return;
+    m_mainQueue->post(m_lifetime.bind([this] {
+        m_isTelling = false; // first: a change from here on is told once more
+        m_changes.tell();
+    }));
 }
 
 /// Whether the file may be replaced. A damaged one is set aside first, an unreadable one stays.

@@ -1,16 +1,22 @@
 #pragma once
 
+#include "base/Changes.h"
 #include "base/Clock.h"
+#include "base/Lifetime.h"
 #include "settings/Choices.h"
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace fenlo {
+
+class MainQueue;
 
 /// The values of all user settings. Values are not checked beyond their type: each user of a choice deals with an
 /// unknown one.
@@ -70,7 +76,8 @@ StoredSettings readSettings(const std::filesystem::path& file);
 
 /// The one record of user settings, kept in `~/.fenlo/config.json` and written back whole after each change.
 ///
-/// Threads: any; get() hands out a copy, update() changes and saves. The file is written outside the lock.
+/// Threads: any; get() hands out a copy, update() changes and saves. The file is written outside the lock. Those who
+///          watch are on the main thread and are told there, soon after a change, once for changes in quick succession.
 /// Errors:  none: a missing or wrong value leaves its default, and a failed save leaves the state in memory. A file
 ///          that does not parse is set aside before the next save replaces it, one that cannot be read stays as it is,
 ///          and the settings are kept in memory only; both are logged.
@@ -93,12 +100,21 @@ public:
 
     void save();
 
+    /// Whether the file has what get() returns, as far as the last save could tell.
+    bool isSaved() const { return m_isSaved; }
+
+    /// Lets changes be told from now on. Call once, before other threads change settings; the queue outlives the
+    /// settings. Without it, as on the command line, nobody is told.
+    void tellOn(MainQueue& mainQueue);
+    [[nodiscard]] Changes::Watch watch(std::function<void()> handler) { return m_changes.watch(std::move(handler)); }
+
     /// `~/.fenlo/config.json`.
     static std::filesystem::path defaultFile();
 
 private:
     void load();
     bool makeRoom();
+    void announce();
 
     const std::filesystem::path m_file;
     const Clock& m_clock;
@@ -106,6 +122,11 @@ private:
     std::mutex m_writing; // orders the writers of the file
     Settings m_settings;
     std::optional<SettingsFault> m_fault; // of the file on the disk
+    std::atomic<bool> m_isSaved = true;
+    MainQueue* m_mainQueue = nullptr;
+    std::atomic<bool> m_isTelling = false; // a task of the main queue is on its way
+    Changes m_changes;
+    Lifetime m_lifetime;
 };
 
 } // namespace fenlo

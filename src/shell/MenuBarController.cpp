@@ -32,6 +32,7 @@ MenuBarController::MenuBarController(Config& config, StatusItem& statusItem, Not
     refreshMenu();
     setFace(IconFace::idle);
     m_hotkeyChanged = notifications.observe(notification::hotkeyChanged, [this](const auto&) { refreshMenu(); });
+    m_settingsChanged = config.watch([this] { refreshMenu(); });
 }
 
 void MenuBarController::refreshMenu() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Changes.h"
 #include "base/NotificationCenter.h"
 #include "platform/StatusItem.h"
 #include "settings/Choices.h"
@@ -79,6 +80,7 @@ private:
     MenuSources m_sources;
     std::string m_trouble;
     NotificationCenter::Observation m_hotkeyChanged;
+    Changes::Watch m_settingsChanged;
 };
 
 } // namespace fenlo

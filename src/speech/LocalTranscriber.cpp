@@ -100,6 +100,10 @@ std::string LocalTranscriber::setupFault() const {
     return m_state.with([](const State& state) { return state.fault; });
 }
 
+bool LocalTranscriber::isSettingUp() const {
+    return m_state.with([](const State& state) { return state.isSettingUp; });
+}
+
 std::string LocalTranscriber::transcribe(const fs::path& audio, const std::string& language,
                                          std::stop_token stop) const {
     const auto engine = m_state.with([](const State& state) { return state.whisperEngine; });

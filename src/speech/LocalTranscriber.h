@@ -55,6 +55,7 @@ public:
     bool isReady() const;
     /// Why the last set-up failed, in one line; empty when it did not.
     std::string setupFault() const;
+    bool isSettingUp() const;
 
     /// `language` is a code or "auto".
     std::string transcribe(const std::filesystem::path& audio, const std::string& language, std::stop_token stop) const;

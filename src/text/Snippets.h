@@ -7,7 +7,7 @@
 namespace fenlo {
 
 /// Texts that the user calls up by saying their trigger. They are kept in a JSON file, an array of objects with
-/// "trigger" and "text", which the user edits by hand.
+/// "trigger" and "text", which the user edits in the settings or by hand.
 ///
 /// Threads: any; each call reads the file.
 /// Errors:  none; a file that cannot be used holds no snippets.

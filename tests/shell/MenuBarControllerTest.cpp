@@ -149,3 +149,15 @@ TEST_F(Menu, HelpOpensAMailDraft) {
     choose("Need help? help@fenlo.example");
     EXPECT_EQ(workspace.opened, Lines{"mailto:help@fenlo.example?subject=Help%20with%20Fenlo%20v1.2.3"});
 }
+
+TEST_F(Menu, ChangesOfTheSettingsShowAtOnce) {
+    test::VirtualMainQueue queue(clock);
+    config.tellOn(queue);
+    config.update([](Settings& settings) { settings.continuousMode = true; });
+    config.update([](Settings& settings) { settings.dictationMode = DictationMode::personal; });
+    const int before = item.menus;
+    queue.runPosted();
+    EXPECT_EQ(item.titles()[0], "Toggle [Left Control] to dictate");
+    EXPECT_NE(item.find("Switch to Professional"), nullptr);
+    EXPECT_EQ(item.menus, before + 1) << "once for what happened together";
+}

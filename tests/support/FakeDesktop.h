@@ -119,6 +119,14 @@ public:
         loginItem = !loginError;
         return loginError;
     }
+    bool opensAtLogin() const override { return loginItem && !loginOff; }
+    std::optional<std::string> setOpensAtLogin(bool opens) override {
+        if (!loginError) {
+            loginItem = true;
+            loginOff = !opens;
+        }
+        return loginError;
+    }
     void onWillSleep(std::function<void()> handler) override { willSleep = std::move(handler); }
     bool isScreenLocked() const override { return isLocked; }
     void onScreenLocked(std::function<void()> handler) override { screenLocked = std::move(handler); }
@@ -135,6 +143,7 @@ public:
     int calls = 0; // of the other instance
     bool isAnswered = false;
     bool loginItem = false;
+    bool loginOff = false; // by the user
     std::optional<std::string> loginError;
     std::function<void()> willSleep;
     bool isLocked = false;

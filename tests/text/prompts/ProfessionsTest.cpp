@@ -4,11 +4,13 @@
 #include "settings/Config.h"
 #include "support/VirtualTime.h"
 #include "text/VoiceCommands.h"
+#include "text/professions/Questions.h"
 
 #include <gmock/gmock.h>
 #include <set>
 
 using namespace fenlo;
+using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
@@ -99,4 +101,61 @@ TEST(Professions, TheScreensNameCommandsThatWork) {
             }
         EXPECT_GE(named, 5) << choice.key;
     }
+}
+
+TEST(ProfessionQuestions, AskWhatTheProfessionOffers) {
+    EXPECT_THAT(professionQuestions(""), IsEmpty());
+    for (const ProfessionChoice& choice : professionChoices())
+        for (const ProfessionQuestion& question : professionQuestions(choice.key)) {
+            EXPECT_FALSE(question.text.empty()) << choice.key;
+            EXPECT_GE(question.options.size(), 4u) << choice.key;
+            for (const ProfessionOption& option : question.options)
+                EXPECT_TRUE(text::startsWithUpper(option.label)) << option.key;
+        }
+    const auto lawyer = professionQuestions("lawyer");
+    ASSERT_EQ(lawyer.size(), 3u);
+    EXPECT_FALSE(lawyer[0].takesSeveral);
+    EXPECT_EQ(lawyer[0].options[3].label, "In-house counsel");
+    EXPECT_EQ(lawyer[1].text, "What areas do you practice?");
+    EXPECT_EQ(lawyer[1].options[4].label, "Family Law");
+}
+
+TEST(ProfessionQuestions, AnswersGoToTheirSettings) {
+    Settings settings;
+    answer(settings, ProfessionTopic::role, "partner", true);
+    answer(settings, ProfessionTopic::role, "solo", true);
+    answer(settings, ProfessionTopic::practiceAreas, "ip", true);
+    answer(settings, ProfessionTopic::practiceAreas, "tax", true);
+    answer(settings, ProfessionTopic::practiceAreas, "ip", false);
+    answer(settings, ProfessionTopic::dictationTypes, "emails", true);
+    EXPECT_EQ(settings.professionRole, "solo");
+    EXPECT_THAT(answers(settings, ProfessionTopic::practiceAreas), ElementsAre("tax"));
+    EXPECT_THAT(settings.dictationTypes, ElementsAre("emails"));
+    answer(settings, ProfessionTopic::role, "solo", false);
+    EXPECT_THAT(answers(settings, ProfessionTopic::role), IsEmpty());
+}
+
+TEST(ProfessionQuestions, AChangeKeepsWhatWasLearnedAndDropsForeignAnswers) {
+    test::VirtualClock clock;
+    const std::filesystem::path file = files::temporaryFile("professions-", ".json");
+    Config config(file, clock);
+    changeProfession(config, "lawyer");
+    config.update([](Settings& settings) {
+        settings.professionVocabulary.push_back("Mercy");
+        settings.professionVocabulary.push_back("docker");
+        settings.professionRole = "partner";
+        settings.lawyerPracticeAreas = {"ip"};
+        settings.dictationTypes = {"contracts", "emails"};
+    });
+    changeProfession(config, "lawyer");
+    EXPECT_EQ(config.get().professionVocabulary.back(), "docker") << "nothing happens";
+    changeProfession(config, "developer");
+    const Settings now = config.get();
+    std::vector<std::string> terms(profile("developer").vocabulary.begin(), profile("developer").vocabulary.end());
+    terms.push_back("Mercy"); // and "Docker" is there already
+    EXPECT_EQ(now.professionVocabulary, terms);
+    EXPECT_EQ(now.professionRole, "");
+    EXPECT_THAT(now.lawyerPracticeAreas, IsEmpty());
+    EXPECT_THAT(now.dictationTypes, ElementsAre("emails"));
+    files::removeQuietly(file);
 }

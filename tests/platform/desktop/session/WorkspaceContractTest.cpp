@@ -148,6 +148,12 @@ TEST_P(WorkspaceContract, LoginItemLasts) {
     EXPECT_FALSE(workspace.isLoginItem());
     EXPECT_EQ(workspace.registerLoginItem(), std::nullopt);
     EXPECT_TRUE(workspace.isLoginItem());
+    EXPECT_TRUE(workspace.opensAtLogin());
+    EXPECT_EQ(workspace.setOpensAtLogin(false), std::nullopt);
+    EXPECT_FALSE(workspace.opensAtLogin());
+    EXPECT_TRUE(workspace.isLoginItem()) << "switched off is settled too";
+    EXPECT_EQ(workspace.setOpensAtLogin(true), std::nullopt);
+    EXPECT_TRUE(workspace.opensAtLogin());
 }
 
 TEST_P(WorkspaceContract, HandlerRunsBeforeSleep) {

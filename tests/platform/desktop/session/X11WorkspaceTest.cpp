@@ -171,6 +171,19 @@ TEST_F(LoginItemTest, EntryThatTheUserSwitchedOffStaysOff) {
     }
 }
 
+TEST_F(LoginItemTest, TheUsersSwitchIsRememberedInTheEntry) {
+    EXPECT_FALSE(item.isOn());
+    EXPECT_EQ(item.set(false), std::nullopt);
+    EXPECT_EQ(item.write(), std::nullopt) << "the next start";
+    EXPECT_FALSE(item.isOn());
+    for (const char* off : {"Hidden=true", "X-GNOME-Autostart-enabled=false"}) {
+        write(std::string("[Desktop Entry]\nType=Application\nExec=/old/fenlo\nX-Mine=1\n") + off + "\n");
+        EXPECT_EQ(item.set(true), std::nullopt);
+        EXPECT_TRUE(item.isOn()) << off;
+        EXPECT_THAT(files::read(file).value(), HasSubstr("X-Mine=1"));
+    }
+}
+
 TEST_F(LoginItemTest, DamagedEntryIsSetAside) {
     write("no desktop file");
     EXPECT_EQ(item.write(), std::nullopt);

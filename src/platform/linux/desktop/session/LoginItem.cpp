@@ -14,6 +14,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char enabledKey[] = "X-GNOME-Autostart-enabled";
+constexpr char hiddenKey[] = "Hidden";
 
 constexpr char freshEntry[] = "[Desktop Entry]\n"
                               "Type=Application\n"
@@ -31,7 +32,7 @@ bool load(GKeyFile* file, const std::string& content) {
 
 bool isSwitchedOff(GKeyFile* file) {
     const bool saysEnabled = g_key_file_has_key(file, G_KEY_FILE_DESKTOP_GROUP, enabledKey, nullptr);
-    return g_key_file_get_boolean(file, G_KEY_FILE_DESKTOP_GROUP, "Hidden", nullptr) ||
+    return g_key_file_get_boolean(file, G_KEY_FILE_DESKTOP_GROUP, hiddenKey, nullptr) ||
            (saysEnabled && !g_key_file_get_boolean(file, G_KEY_FILE_DESKTOP_GROUP, enabledKey, nullptr));
 }
 
@@ -45,18 +46,27 @@ LoginItem LoginItem::ofThisProgram() {
     return {folder / "autostart" / "fenlo.desktop", executable};
 }
 
-bool LoginItem::isDecided() const {
+LoginItem::State LoginItem::state() const {
     const auto content = files::read(m_file);
     const GlibOwned<GKeyFile> file(g_key_file_new());
     if (!content || !load(file.get(), *content))
-        return false;
-    return isSwitchedOff(file.get()) || takeString(g_key_file_get_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, "Exec",
-                                                                         nullptr)) == quoted(m_executable);
+        return State::missing;
+    if (isSwitchedOff(file.get()))
+        return State::off;
+    const std::string program =
+        takeString(g_key_file_get_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, "Exec", nullptr));
+    return program == quoted(m_executable) ? State::on : State::missing;
 }
 
 std::optional<std::string> LoginItem::write() const {
-    if (isDecided())
-        return std::nullopt;
+    return isDecided() ? std::nullopt : save(Switch::leave);
+}
+
+std::optional<std::string> LoginItem::set(bool on) const {
+    return isOn() == on && isDecided() ? std::nullopt : save(on ? Switch::on : Switch::off);
+}
+
+std::optional<std::string> LoginItem::save(Switch position) const {
     const GlibOwned<GKeyFile> file(g_key_file_new());
     const auto content = files::read(m_file);
     if (content && !load(file.get(), *content))
@@ -64,6 +74,12 @@ std::optional<std::string> LoginItem::write() const {
     if (!g_key_file_has_group(file.get(), G_KEY_FILE_DESKTOP_GROUP))
         load(file.get(), freshEntry);
     g_key_file_set_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, "Exec", quoted(m_executable).c_str());
+    if (position == Switch::on) {
+        g_key_file_remove_key(file.get(), G_KEY_FILE_DESKTOP_GROUP, hiddenKey, nullptr);
+        g_key_file_set_boolean(file.get(), G_KEY_FILE_DESKTOP_GROUP, enabledKey, true);
+    } else if (position == Switch::off) {
+        g_key_file_set_boolean(file.get(), G_KEY_FILE_DESKTOP_GROUP, hiddenKey, true);
+    }
     std::error_code failed;
     fs::create_directories(m_file.parent_path(), failed);
     if (failed || !files::writeAtomically(m_file, takeString(g_key_file_to_data(file.get(), nullptr, nullptr))))

@@ -16,15 +16,27 @@ public:
     static LoginItem ofThisProgram();
 
     /// Whether the entry starts this very program, or the user has switched it off.
-    bool isDecided() const;
+    bool isDecided() const { return state() != State::missing; }
 
     /// Writes the entry unless isDecided(). What the user has added to it stays. Returns an error text, or nothing.
     std::optional<std::string> write() const;
+
+    /// Whether the session starts this program.
+    bool isOn() const { return state() == State::on; }
+    /// Writes the entry so that it does, or so that it is switched off for good: an entry that is there and hidden,
+    /// since a missing one would be written anew. Returns an error text, or nothing.
+    std::optional<std::string> set(bool on) const;
 
     /// The program as a command line of a desktop file.
     static std::string quoted(const std::filesystem::path& program);
 
 private:
+    enum class State { missing, on, off };
+    State state() const;
+
+    enum class Switch { leave, on, off };
+    std::optional<std::string> save(Switch position) const;
+
     std::filesystem::path m_file;
     std::filesystem::path m_executable;
 };

@@ -77,6 +77,14 @@ std::optional<std::string> X11Workspace::registerLoginItem() {
     return LoginItem::ofThisProgram().write();
 }
 
+bool X11Workspace::opensAtLogin() const {
+    return LoginItem::ofThisProgram().isOn();
+}
+
+std::optional<std::string> X11Workspace::setOpensAtLogin(bool opens) {
+    return LoginItem::ofThisProgram().set(opens);
+}
+
 void X11Workspace::onWillSleep(std::function<void()> handler) {
     m_sleepWatch.reset();
     if (handler)

@@ -39,6 +39,8 @@ public:
     /// Also true when the user has switched the entry off, which stays so.
     bool isLoginItem() const override;
     std::optional<std::string> registerLoginItem() override;
+    bool opensAtLogin() const override;
+    std::optional<std::string> setOpensAtLogin(bool opens) override;
     void onWillSleep(std::function<void()> handler) override;
     bool isScreenLocked() const override;
     void onScreenLocked(std::function<void()> handler) override;
