@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <mutex>
 #include <unicode/datefmt.h>
@@ -139,6 +140,14 @@ std::optional<seconds> takeTime(std::string_view& text) {
     return hours(*hour) + minutes(*minute) + seconds(*second60);
 }
 
+std::tm localTime(Moment moment) {
+    const std::time_t time = system_clock::to_time_t(moment);
+    std::tm local{};
+    ::tzset(); // the zone may have changed
+    ::localtime_r(&time, &local);
+    return local;
+}
+
 } // namespace
 
 std::string localDay(Moment moment) {
@@ -147,6 +156,17 @@ std::string localDay(Moment moment) {
     std::snprintf(day.data(), day.size(), "%04d-%02d-%02d", calendar.get(UCAL_YEAR), calendar.get(UCAL_MONTH) + 1,
                   calendar.get(UCAL_DATE));
     return day.data();
+}
+
+int localHour(Moment moment) {
+    return localTime(moment).tm_hour;
+}
+
+std::string localMinute(Moment moment) {
+    const std::tm local = localTime(moment);
+    std::array<char, 32> shown{};
+    std::strftime(shown.data(), shown.size(), "%Y-%m-%d %H:%M", &local);
+    return shown.data();
 }
 
 std::string isoTimestamp(Moment moment) {

@@ -15,6 +15,12 @@ using Moment = std::chrono::system_clock::time_point;
 /// "2026-11-15", the local calendar day.
 std::string localDay(Moment moment);
 
+// Cheap enough for thousands of moments:
+/// 0 to 23, the hour of the local day.
+int localHour(Moment moment);
+/// "2026-11-15 09:30", the local time, as spreadsheets read it.
+std::string localMinute(Moment moment);
+
 /// "2026-11-15T09:30:00Z".
 std::string isoTimestamp(Moment moment);
 

@@ -9,7 +9,7 @@ namespace fenlo {
 /// its owner.
 ///
 /// Threads: one at a time.
-/// Errors:  isOpen() and commit() tell; errno holds the reason.
+/// Errors:  isOpen() and commit() tell; errno holds the reason, also after its end.
 class NeighbourFile {
 public:
     /// Makes "<place>.XXXXXX" with six random characters, for the user only.

@@ -35,6 +35,7 @@ inline constexpr char hotkeyPause[] = "FenloHotkeyPause";
 inline constexpr char hotkeyResume[] = "FenloHotkeyResume";
 inline constexpr char userDidSignOut[] = "FenloUserDidSignOut";
 inline constexpr char micModeChanged[] = "FenloMicModeChanged";
+inline constexpr char statisticsChanged[] = "FenloStatisticsChanged"; // after a session was recorded or taken out
 inline constexpr char inputDeviceChanged[] = "FenloInputDeviceChanged";
 } // namespace notification
 

@@ -64,6 +64,8 @@ std::optional<HistoryEntry> HistoryReader::readEntry(std::string_view text) {
             take(value, entry.duration);
         else if (key == "text_preview")
             take(value, entry.textPreview);
+        else if (key == "entry_id")
+            take(value, entry.entryId);
         else if (key == "full_text")
             hasFullText = take(value, entry.fullText);
     });

@@ -26,6 +26,10 @@ std::string minutesText(double minutes) {
 
 } // namespace
 
+bool isSameEntry(const HistoryEntry& one, const HistoryEntry& other) {
+    return one.entryId == other.entryId && one.ts == other.ts && one.fullText == other.fullText;
+}
+
 std::int64_t wordCount(const std::string& text) {
     const auto pieces = text::split(text::trimWhitespace(text), ' ');
     return std::ranges::count_if(pieces, [](const std::string& piece) { return !piece.empty(); });

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <map>
 #include <string>
 
 namespace fenlo {
@@ -22,13 +24,23 @@ struct AllTimeStats {
 
 /// One past dictation or meeting.
 struct HistoryEntry {
-    std::string id; // made when the entry is read; not the one that the backend knows
-    std::string ts; // ISO 8601
+    std::string id;      // made when the entry is read
+    std::string entryId; // the one in the file, which stays; empty with entries of old
+    std::string ts;      // ISO 8601
     std::int64_t words = 0;
     double wpm = 0;      // words per minute
     double duration = 0; // seconds
     std::string textPreview;
     std::string fullText;
+};
+
+/// Whether both were read from the same entry of the file, as far as that can be told without an id in it.
+bool isSameEntry(const HistoryEntry& one, const HistoryEntry& other);
+
+/// When somebody dictates.
+struct Activity {
+    std::map<std::string, std::int64_t> wordsByDay; // by local date, "2026-11-15"; days without any have no place
+    std::array<std::int64_t, 24> wordsByHour{};     // of the local day, of all that is still in the history
 };
 
 /// The number of pieces between blanks, of the text without the whitespace around it.

@@ -37,6 +37,9 @@ public:
     /// Replaces the file; readable by its owner only. False when that fails, which leaves the old file.
     bool save(const std::filesystem::path& path, std::chrono::system_clock::time_point now) const;
 
+    /// There was a file, but not one to be read as statistics.
+    bool isDamaged() const { return m_isDamaged; }
+
     /// The texts that `days` and `history` point to live as long as this object.
     std::string_view keep(std::string text);
 

@@ -11,6 +11,7 @@
 #include "shell/StatisticsFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -86,12 +87,13 @@ StatisticsStore::StatisticsStore(std::filesystem::path file, const Clock& clock)
 
 void StatisticsStore::recordDictation(const std::string& text, double duration) {
     const std::string repaired = text::repairUtf8(text);
-    record({repaired, wordCount(repaired), duration, nullptr, {}});
+    record({files::makeUuid(), repaired, wordCount(repaired), duration, nullptr, {}});
 }
 
 void StatisticsStore::recordMeeting(const std::string& transcript, std::int64_t segments, double duration) {
     const std::int64_t words = wordCount(transcript);
-    record({"Meeting " + std::to_string(segments) + " segments, " + std::to_string(words) + " words",
+    record({files::makeUuid(),
+            "Meeting " + std::to_string(segments) + " segments, " + std::to_string(words) + " words",
             words,
             duration,
             "meeting",
@@ -104,19 +106,35 @@ void StatisticsStore::record(Session session) {
         session.duration = 0;
     std::lock_guard writing(m_writing);
     m_unwritten.push_back(std::move(session));
-    StatisticsFile file = StatisticsFile::load(m_file);
-    for (const Session& unwritten : m_unwritten)
-        add(unwritten, file);
-    if (file.save(m_file, m_clock.wallTime()))
-        m_unwritten.clear();
-    else
+    const StatisticsFile file = loadForChange();
+    if (const std::string fault = save(file); !fault.empty())
         logError("{} cannot be written; free some space: what was dictated is stored there with the next dictation",
                  m_file.string());
 }
 
+StatisticsFile StatisticsStore::loadForChange() const {
+    StatisticsFile file = StatisticsFile::load(m_file);
+    addUnwritten(file);
+    return file;
+}
+
+void StatisticsStore::addUnwritten(StatisticsFile& file) const {
+    for (const Session& unwritten : m_unwritten)
+        add(unwritten, file);
+}
+
+/// Of a file that has what was unwritten. The fault; empty when it is stored.
+std::string StatisticsStore::save(const StatisticsFile& file) {
+    errno = 0;
+    if (!file.save(m_file, m_clock.wallTime()))
+        return files::writeFault(errno == 0 ? EACCES : errno);
+    m_unwritten.clear();
+    return {};
+}
+
 void StatisticsStore::add(const Session& session, StatisticsFile& file) {
     const double wpm = session.duration > 0 ? static_cast<double>(session.words) / session.duration * 60.0 : 0;
-    OrderedJson entry = {{"entry_id", files::makeUuid()},
+    OrderedJson entry = {{"entry_id", session.entryId},
                          {"ts", dates::isoTimestamp(session.end)},
                          {"words", session.words},
                          {"wpm", rounded(wpm, 1)},
@@ -155,6 +173,72 @@ AllTimeStats StatisticsStore::allTimeStats() const {
 
 std::vector<HistoryEntry> StatisticsStore::historyEntries() const {
     return readNewestFirst(StatisticsFile::load(m_file).history);
+}
+
+/// Without the lock while the file is read, because the main thread records under it. A session that is written just
+/// then may be missing; whoever shows the history looks again after each change.
+StatisticsFile StatisticsStore::loadToShow() const {
+    StatisticsFile file = StatisticsFile::load(m_file);
+    std::lock_guard writing(m_writing);
+    addUnwritten(file);
+    return file;
+}
+
+StatisticsStore::Past StatisticsStore::past() const {
+    const StatisticsFile file = loadToShow();
+    return {readNewestFirst(file.history), !file.isDamaged()};
+}
+
+Activity StatisticsStore::activity() const {
+    const StatisticsFile file = loadToShow();
+    Activity activity;
+    for (const StatisticsFile::Day& day : file.days)
+        activity.wordsByDay[day.date] = todayStatsOf(parseJson(day.text)).words;
+    HistoryReader reader;
+    for (const std::string_view text : file.history) {
+        const auto entry = reader.readEntry(text);
+        if (const auto moment = entry ? dates::parseIso(entry->ts) : std::nullopt) {
+            std::int64_t& words = activity.wordsByHour.at(static_cast<std::size_t>(dates::localHour(*moment)));
+            words = sum(words, entry->words);
+        }
+    }
+    return activity;
+}
+
+StatisticsStore::Removal StatisticsStore::removeEntry(const HistoryEntry& entry) {
+    std::lock_guard writing(m_writing);
+    StatisticsFile file = loadForChange();
+    HistoryReader reader;
+    const auto isIt = [&](std::string_view text) {
+        const auto found = reader.readEntry(text);
+        return found && isSameEntry(*found, entry);
+    };
+    // Newest first, since those are the ones that people look at.
+    const auto found = std::find_if(file.history.rbegin(), file.history.rend(), isIt);
+    if (found == file.history.rend())
+        return {};
+    const auto place = std::prev(found.base());
+    const RemovedEntry removed{std::string(*place), static_cast<std::size_t>(place - file.history.begin())};
+    file.history.erase(place);
+    const std::string fault = save(file);
+    return fault.empty() ? Removal{{}, removed} : Removal{fault, {}};
+}
+
+std::string StatisticsStore::restoreEntry(const RemovedEntry& entry) {
+    std::lock_guard writing(m_writing);
+    StatisticsFile file = loadForChange();
+    const std::size_t place = std::min(entry.place, file.history.size());
+    file.history.insert(file.history.begin() + static_cast<std::ptrdiff_t>(place), file.keep(entry.text));
+    return save(file);
+}
+
+std::string StatisticsStore::removeAllEntries() {
+    std::lock_guard writing(m_writing);
+    StatisticsFile file = loadForChange();
+    if (file.history.empty())
+        return {};
+    file.history.clear();
+    return save(file);
 }
 
 TodayStats StatisticsStore::shownTodayStats() const {

@@ -22,7 +22,8 @@ class StatisticsFile;
 /// Everything that the user dictated, and the counters, in `~/.fenlo/stats.json`. Every call reads the file again, and
 /// a change replaces it.
 ///
-/// Threads: any. Changes come one after the other; a reader never waits, and finds the file as it is before or after a
+/// Threads: any. Changes come one after the other; a reader never waits for long, and finds the file as it is before or
+/// after a
 ///          change. A change and reading the history cost a pass over the whole file, reading the counters far less.
 /// Errors:  none. A session that cannot be written is logged, and written with the next one; a damaged file counts as
 ///          empty and is set aside before it is replaced.
@@ -39,6 +40,33 @@ public:
     TodayStats todayStats() const;
     AllTimeStats allTimeStats() const;
     std::vector<HistoryEntry> historyEntries() const; // newest first
+
+    /// The history as a person looks at it, newest first: with what could not be written yet.
+    struct Past {
+        std::vector<HistoryEntry> entries;
+        bool isReadable = true; // false: there is a file, but it cannot be read as a history
+    };
+    Past past() const;
+    /// From the file and what could not be written yet.
+    Activity activity() const;
+
+    // Changes that the user makes to the history. They take words away, never what was counted: totals and days stay.
+    // All or nothing: a change that cannot be written leaves the file and what is in memory.
+
+    /// An entry that was taken out, to be put back.
+    struct RemovedEntry {
+        std::string text;      // its JSON text
+        std::size_t place = 0; // in the history, oldest first
+    };
+    struct Removal {
+        std::string fault;                 // for a person, such as "the disk is full"; empty when the entry is gone
+        std::optional<RemovedEntry> entry; // none when it was gone already
+    };
+    Removal removeEntry(const HistoryEntry& entry);
+    /// The fault; empty when it is back.
+    std::string restoreEntry(const RemovedEntry& entry);
+    /// The fault; empty when no entry is left.
+    std::string removeAllEntries();
 
     // What to show: the server's numbers where there are any, the file's otherwise.
     TodayStats shownTodayStats() const;
@@ -62,6 +90,7 @@ public:
 
 private:
     struct Session {
+        std::string entryId;
         std::string text;
         std::int64_t words;
         double duration;  // seconds
@@ -76,11 +105,15 @@ private:
     };
 
     void record(Session session);
+    std::string save(const StatisticsFile& file);
+    StatisticsFile loadForChange() const; // with the lock held
+    StatisticsFile loadToShow() const;
+    void addUnwritten(StatisticsFile& file) const;
     static void add(const Session& session, StatisticsFile& file);
 
     const std::filesystem::path m_file;
     const Clock& m_clock;
-    std::mutex m_writing;             // orders those who change the file
+    mutable std::mutex m_writing;     // orders those who change the file
     std::vector<Session> m_unwritten; // oldest first; none while the disk takes them
     Guarded<std::optional<ServerView>> m_serverView;
 };

@@ -269,6 +269,78 @@ TEST_F(Statistics, AFailedWriteLeavesTheFileAndTheNextOneMakesUpForIt) {
     EXPECT_EQ(nowhere.recallContext("what was that", 30), std::nullopt);
 }
 
+TEST_F(Statistics, AnEntryIsTakenOutAndPutBackByteForByte) {
+    write(R"({"total_words": 9, "history": [
+        {"entry_id": "A", "ts": "2020-01-01T00:00:00Z",  "stars": 5, "full_text": "first"}, 17,
+        {"ts": "2020-01-02T00:00:00Z", "full_text": "of old"}, {"ts": "2020-01-02T00:00:00Z", "full_text": "of old"}]})");
+    store.recordDictation("the last", 2);
+    const std::string before = content();
+    const json counted = onDisk();
+    for (const std::size_t chosen : {0u, 1u, 2u, 3u}) {
+        const auto entries = store.past().entries;
+        ASSERT_EQ(entries.size(), 4u);
+        const auto removal = store.removeEntry(entries[chosen]);
+        EXPECT_EQ(removal.fault, "");
+        ASSERT_TRUE(removal.entry.has_value());
+        const auto left = store.past().entries;
+        ASSERT_EQ(left.size(), 3u);
+        for (const auto& entry : left)
+            EXPECT_TRUE(entry.fullText != entries[chosen].fullText || entry.fullText == "of old");
+        for (const char* counter : {"total_words", "total_sessions", "total_duration_secs", "daily"})
+            EXPECT_EQ(onDisk()[counter], counted[counter]) << "what was counted stays";
+        EXPECT_EQ(store.restoreEntry(*removal.entry), "");
+        EXPECT_EQ(content(), before);
+    }
+    const auto gone = store.past().entries[3];
+    store.removeEntry(gone);
+    const auto again = store.removeEntry(gone);
+    EXPECT_EQ(again.fault, "");
+    EXPECT_FALSE(again.entry.has_value());
+
+    EXPECT_EQ(store.removeAllEntries(), "");
+    EXPECT_TRUE(onDisk()["history"].empty());
+    EXPECT_EQ(store.allTimeStats().totalWords, 11);
+    EXPECT_EQ(store.todayStats().words, 2);
+}
+
+TEST_F(Statistics, WhatIsNotWrittenYetIsShownAndTakenOutToo) {
+    goTo("2026-11-14T19:10:00Z"); // forty minutes past midnight
+    store.recordDictation("on the disk", 1);
+    const std::string before = content();
+    {
+        const test::ScarceDisk full(16);
+        store.recordDictation("only in memory", 1);
+        store.recordDictation("this one too", 1);
+        const auto entries = store.past().entries;
+        ASSERT_EQ(entries.size(), 3u);
+        EXPECT_EQ(entries[0].fullText, "this one too");
+        EXPECT_EQ(entries[0].entryId, store.past().entries[0].entryId) << "the same at each look";
+        EXPECT_EQ(store.activity().wordsByDay.at("2026-11-15"), 9);
+        EXPECT_EQ(store.activity().wordsByHour[0], 9);
+
+        for (const auto& entry : entries) {
+            const auto removal = store.removeEntry(entry);
+            EXPECT_NE(removal.fault, "");
+            EXPECT_FALSE(removal.entry.has_value());
+        }
+        EXPECT_NE(store.removeAllEntries(), "");
+        EXPECT_EQ(store.past().entries.size(), 3u) << "nothing is lost";
+        EXPECT_EQ(content(), before);
+    }
+    EXPECT_EQ(store.removeEntry(store.past().entries[1]).fault, "");
+    EXPECT_EQ(onDisk()["history"].size(), 2u);
+    EXPECT_EQ(onDisk()["history"][1]["full_text"], "this one too");
+    EXPECT_EQ(store.allTimeStats().totalWords, 9) << "counted, though its text is gone";
+    EXPECT_EQ(store.past().entries.size(), 2u) << "not written twice";
+
+    write("no history");
+    EXPECT_FALSE(store.past().isReadable);
+    EXPECT_EQ(store.removeAllEntries(), "");
+    EXPECT_EQ(content(), "no history");
+    fs::remove(file);
+    EXPECT_TRUE(store.past().isReadable) << "nothing was dictated yet";
+}
+
 TEST_F(Statistics, ALongHistoryStaysCorrect) {
     constexpr int entries = 20000;
     json history = json::array();
