@@ -72,26 +72,6 @@ bool writeAtomically(const fs::path& file, std::string_view content) {
            ::fchmod(neighbour.descriptor(), mode) == 0 && neighbour.commit();
 }
 
-std::string writeFault(int error) {
-    switch (error) {
-    case ENOSPC:
-    case EDQUOT:
-        return "the disk is full";
-    case EROFS:
-        return "the disk is read-only";
-    case EACCES:
-    case EPERM:
-        return "you may not write there";
-    case ENOENT:
-    case ENOTDIR:
-        return "the folder does not exist";
-    case EISDIR:
-        return "a folder has this name";
-    default:
-        return std::generic_category().message(error);
-    }
-}
-
 namespace {
 
 constexpr const char* asideMark = ".damaged-";

@@ -26,12 +26,8 @@ bool makePrivateDirectory(const std::filesystem::path& directory);
 /// The whole file, or nothing when it cannot be read.
 std::optional<std::string> read(const std::filesystem::path& file);
 
-/// Why a file could not be written, for a person, from the number in errno: "the disk is full".
-std::string writeFault(int error);
-
 /// Replaces the file whole or not at all: writes a neighbour and renames it over the file a symbolic link leads to.
-/// Keeps the permissions of an existing file; a new one is 0600. False when that fails, with the reason
-/// in errno.
+/// Keeps the permissions of an existing file; a new one is 0600.
 bool writeAtomically(const std::filesystem::path& file, std::string_view content);
 
 /// Renames a file that does not parse to "<name>.damaged-<date>", followed by a number when that name is taken, so that

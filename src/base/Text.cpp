@@ -3,12 +3,9 @@
 #include <array>
 #include <charconv>
 #include <unicode/brkiter.h>
-#include <unicode/bytestream.h>
-#include <unicode/normalizer2.h>
 #include <unicode/regex.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
-#include <unicode/uscript.h>
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
 #include <utility>
@@ -112,30 +109,6 @@ std::string trim(std::string_view text, Matches matches) {
 constexpr UChar32 escape = 0x1B;
 constexpr UChar32 sequenceIntroducer = 0x9B; // what ESC [ is in one
 constexpr UChar32 nextLine = 0x85;
-
-using Normalizer = const icu::Normalizer2* (*)(UErrorCode&);
-
-std::string normalized(Normalizer get, std::string_view text) {
-    UErrorCode status = U_ZERO_ERROR;
-    const icu::Normalizer2* normalizer = get(status);
-    std::string out;
-    icu::StringByteSink<std::string> sink(&out);
-    if (U_SUCCESS(status))
-        normalizer->normalizeUTF8(0, {text.data(), static_cast<int32_t>(text.size())}, sink, nullptr, status);
-    return U_SUCCESS(status) ? out : std::string(text);
-}
-
-constexpr UChar32 dotlessI = 0x131;
-
-/// Of a letter that has been taken apart. Marks that belong to one script are letters to its readers, but for the
-/// points of Hebrew, which few write; voiced kana are letters too.
-bool isAccent(UChar32 c) {
-    if (c < 0x300 || u_charType(c) != U_NON_SPACING_MARK || c == 0x3099 || c == 0x309A)
-        return false;
-    UErrorCode status = U_ZERO_ERROR;
-    const UScriptCode script = uscript_getScript(c, &status);
-    return script == USCRIPT_INHERITED || script == USCRIPT_HEBREW;
-}
 
 /// The part of a control sequence after its introducer: parameters, intermediates and one final byte.
 std::size_t sequenceLength(std::string_view text) {
@@ -258,27 +231,6 @@ std::string lower(std::string_view text) {
 
 std::string upper(std::string_view text) {
     return toUtf8(toUnicode(text).toUpper(icu::Locale::getRoot()));
-}
-
-std::string searchKey(std::string_view text) {
-    std::string key;
-    if (isAscii(text)) {
-        key.reserve(text.size());
-        for (const char c : text)
-            key += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        return key;
-    }
-    const std::string folded = normalized(icu::Normalizer2::getNFKCCasefoldInstance, text);
-    const std::string letters = normalized(icu::Normalizer2::getNFDInstance, folded);
-    key.reserve(letters.size());
-    for (std::string_view rest = letters; !rest.empty();) {
-        const CodePoint c = takeCodePoint(rest);
-        if (c.value == dotlessI)
-            key += 'i';
-        else if (!isAccent(c.value))
-            key += c.bytes;
-    }
-    return key;
 }
 
 bool startsWithUpper(std::string_view text) {

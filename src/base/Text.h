@@ -34,10 +34,6 @@ std::string trimPunctuation(std::string_view text);
 
 std::string lower(std::string_view text);
 std::string upper(std::string_view text);
-/// The text as a search compares it: without case, accents, width and what is not seen. Letters of scripts whose vowels
-/// are marks keep them.
-std::string searchKey(std::string_view text);
-
 bool startsWithUpper(std::string_view text);
 bool startsWithLetter(std::string_view text);
 

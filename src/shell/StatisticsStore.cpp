@@ -6,6 +6,7 @@
 #include "base/Json.h"
 #include "base/Log.h"
 #include "base/Text.h"
+#include "base/WriteFault.h"
 #include "shell/HistoryReader.h"
 #include "shell/HistoryRecall.h"
 #include "shell/StatisticsFile.h"

@@ -67,27 +67,6 @@ TEST(Text, FoldsCaseInEveryScript) {
     }
 }
 
-TEST(Text, SearchKeyLeavesLettersOnly_AsTheReadersOfAScriptSeeThem) {
-    const std::pair<const char*, const char*> same[] = {
-        {"Crème BRÛLÉE", "creme brulee"},
-        {"İSTANBUL ılık", "istanbul ilik"},
-        {"Straße", "STRASSE"},
-        {"ΣΊΣΥΦΟΣ", "σισυφος"},
-        {"ｆｕｌｌ ①", "Full 1"},
-        {"e\xCC\x81t\xC3\xA9", "ETE"},
-        {"مُحَمَّد", "محمد"},
-        {"שָׁלוֹם", "שלום"},
-        {"soft\xC2\xADhyphen", "softhyphen"},
-        {"Ёлка й", "ёлка Й"},
-    };
-    for (const auto& [one, other] : same)
-        EXPECT_EQ(text::searchKey(one), text::searchKey(other)) << one;
-    const std::pair<const char*, const char*> different[] = {{"कल", "कुल"}, {"か", "が"}, {"o", "ø"}};
-    for (const auto& [one, other] : different)
-        EXPECT_NE(text::searchKey(one), text::searchKey(other)) << one;
-    EXPECT_EQ(text::searchKey("\xFF A"), text::searchKey("\uFFFD a"));
-}
-
 TEST(Text, SplitsWordsAndPieces) {
     EXPECT_EQ(text::words(" one\ttwo\n\u3000three "), (std::vector<std::string>{"one", "two", "three"}));
     EXPECT_EQ(text::split("a  b ", ' '), (std::vector<std::string>{"a", "", "b", ""}));

@@ -2,6 +2,7 @@
 
 #include "base/Background.h"
 #include "base/Log.h"
+#include "base/Url.h"
 
 #include <algorithm>
 #include <utility>
@@ -22,6 +23,10 @@ AboutModel::AboutModel(AboutServices services) : m_services(std::move(services))
 
 std::string AboutModel::logFile() const {
     return fenlo::logFile().string();
+}
+
+void AboutModel::showLog() {
+    m_services.openUrl("file://" + url::percentEncode(logFile(), "/-._~"));
 }
 
 void AboutModel::examine() {

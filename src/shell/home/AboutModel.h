@@ -24,6 +24,7 @@ struct AboutServices {
     /// Looks at everything a dictation needs, on a worker; takes seconds. Nothing when that is not possible.
     std::function<std::optional<std::vector<Diagnosis>>(std::stop_token)> examine;
     std::function<void(const std::string&)> copyToClipboard;
+    std::function<void(const std::string&)> openUrl;
 };
 
 /// The program's version, its log, and what works on this desktop.
@@ -38,6 +39,7 @@ public:
     std::string version() const { return m_services.version; }
     std::string system() const { return m_services.system; }
     std::string logFile() const;
+    void showLog();
 
     /// Begins to look, unless that is under way. What was found before stays until it is known anew.
     void examine();

@@ -3,7 +3,9 @@
 #include "base/Dates.h"
 #include "base/Files.h"
 #include "base/Json.h"
+#include "base/SearchKey.h"
 #include "base/Text.h"
+#include "base/WriteFault.h"
 
 #include <cerrno>
 #include <nlohmann/json.hpp>

@@ -84,7 +84,8 @@ void HistoryModel::close() {
     if (m_abandon)
         *m_abandon = true;
     m_isLoading = m_isStale = m_isSlow = false;
-    m_slowTimer = m_copiedTimer = m_noticeTimer = m_agingTimer = Timer();
+    for (Timer* timer : {&m_slowTimer, &m_copiedTimer, &m_noticeTimer, &m_agingTimer})
+        timer->cancel();
     m_entries.reset();
     m_rows = HistoryRows();
     m_whole.clear();
@@ -342,6 +343,19 @@ void HistoryModel::finishExport(const std::filesystem::path& file, std::size_t c
         tell({Notice::Kind::good, entriesText(count) + " exported to " + name});
     else
         tell({Notice::Kind::error, name + " could not be written, because " + fault + "; your history is as it was."});
+}
+
+std::string HistoryModel::noticeAction() const {
+    if (m_notice.kind == Notice::Kind::deleted)
+        return "Undo";
+    return m_notice.kind == Notice::Kind::error ? "Close" : "";
+}
+
+void HistoryModel::answerNotice() {
+    if (m_notice.kind == Notice::Kind::deleted)
+        undo();
+    else
+        tell({});
 }
 
 void HistoryModel::tell(Notice notice) {

@@ -105,7 +105,10 @@ public:
     bool isExporting() const { return m_isExporting; }
 
     const Notice& notice() const { return m_notice; }
-    void dismissNotice() { tell({}); }
+    /// Caption of the notice's button; empty when it goes by itself.
+    std::string noticeAction() const;
+    /// What that button does: undo, or put the notice away.
+    void answerNotice();
 
     [[nodiscard]] Changes::Watch watch(std::function<void()> handler) { return m_changes.watch(std::move(handler)); }
     /// One list at a time follows the rows.

@@ -1,5 +1,6 @@
 #include "shell/home/HistorySearch.h"
 
+#include "base/SearchKey.h"
 #include "base/Text.h"
 
 #include <algorithm>

@@ -13,7 +13,7 @@ TEST(AboutModel, FindingsAreToldInASentenceAndCopiedAsAReport) {
     std::string copied;
     std::optional<std::vector<Diagnosis>> answer;
     AboutModel about({"1.2", "Some System", queue, background, [&](auto) { return answer; },
-                      [&](const std::string& text) { copied = text; }});
+                      [&](const std::string& text) { copied = text; }, [](const std::string&) {}});
     const auto examine = [&] {
         about.examine();
         about.examine(); // once is enough

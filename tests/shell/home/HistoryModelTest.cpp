@@ -250,7 +250,8 @@ TEST_F(History, WhatTheDiskRefusesIsToldAndStays) {
     EXPECT_THAT(model.notice().text, ::testing::StartsWith("out.txt could not be written, because "));
     EXPECT_EQ(model.rowCount(), 3u);
     EXPECT_EQ(onDisk(), 3u);
-    model.dismissNotice();
+    EXPECT_EQ(model.noticeAction(), "Close");
+    model.answerNotice();
     EXPECT_EQ(model.notice().text, "");
 }
 
