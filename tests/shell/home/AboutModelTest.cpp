@@ -6,7 +6,7 @@
 using namespace fenlo;
 
 TEST(AboutModel, FindingsAreToldInASentenceAndCopiedAsAReport) {
-    using State = Diagnosis::State;
+    using Found = Diagnosis::State;
     test::VirtualClock clock;
     test::VirtualMainQueue queue(clock);
     test::ManualBackground background;
@@ -24,13 +24,13 @@ TEST(AboutModel, FindingsAreToldInASentenceAndCopiedAsAReport) {
     };
     examine();
     EXPECT_EQ(about.check(), AboutModel::Check::failed);
-    answer = {{"display", State::works, "X display :0", ""}};
+    answer = {{"display", Found::works, "X display :0", ""}};
     examine();
     EXPECT_EQ(about.summary(), "Everything works.");
-    answer->push_back({"system tray", State::limited, "no \"panel\"", "add one"});
+    answer->push_back({"system tray", Found::limited, "no \"panel\"", "add one"});
     examine();
     EXPECT_EQ(about.summary(), "1 of 2 checks is limited; dictation works.");
-    answer->push_back({"microphone", State::broken, "none", "plug one in"});
+    answer->push_back({"microphone", Found::broken, "none", "plug one in"});
     examine();
     EXPECT_EQ(about.summary(), "1 of 3 checks is broken: no dictation works until that is mended.");
 

@@ -15,8 +15,7 @@ using ::testing::ElementsAre;
 
 namespace {
 
-using State = HistoryModel::State;
-using Kind = HistoryModel::RowEdit::Kind;
+using EditKind = HistoryModel::RowEdit::Kind;
 
 class History : public ::testing::Test {
 protected:
@@ -24,13 +23,13 @@ protected:
         model.setOnRows([this](const HistoryModel::RowEdit& edit) {
             edits.push_back(edit.kind);
             switch (edit.kind) { // a list that follows must end up with the model's count
-            case Kind::inserted:
+            case EditKind::inserted:
                 listed += edit.count;
                 break;
-            case Kind::removed:
+            case EditKind::removed:
                 listed -= edit.count;
                 break;
-            case Kind::reset:
+            case EditKind::reset:
                 listed = edit.count;
                 break;
             default:
@@ -76,7 +75,7 @@ protected:
     const std::filesystem::path file = folder / "stats.json";
     StatisticsStore store{file, clock};
     std::vector<std::string> copied;
-    std::vector<Kind> edits;
+    std::vector<EditKind> edits;
     std::size_t listed = 0;
     HistoryModel model{
         {store, clock, queue, background, notifications, [this](const std::string& text) { copied.push_back(text); }}};
@@ -85,21 +84,21 @@ protected:
 } // namespace
 
 TEST_F(History, ShowsTheNewestFirstAndFollowsWhatIsRecorded) {
-    EXPECT_EQ(model.state(), State::loading);
+    EXPECT_EQ(model.state(), HistoryModel::State::loading);
     model.open();
     EXPECT_FALSE(model.isSlow());
     queue.advance(0.31);
     EXPECT_TRUE(model.isSlow());
     settle();
     EXPECT_FALSE(model.isSlow());
-    EXPECT_EQ(model.state(), State::empty);
+    EXPECT_EQ(model.state(), HistoryModel::State::empty);
     EXPECT_EQ(model.emptyTitle(), "No transcriptions yet");
     EXPECT_EQ(model.emptyText(), "Your dictation history will appear here.");
 
     record("the first of them");
     record("पहला वाक्य"); // while the first is being read
     settle();
-    EXPECT_EQ(model.state(), State::ready);
+    EXPECT_EQ(model.state(), HistoryModel::State::ready);
     EXPECT_THAT(texts(), ElementsAre("पहला वाक्य", "the first of them"));
     const auto row = model.row(1);
     EXPECT_EQ(row.when, "Just now");
@@ -110,10 +109,10 @@ TEST_F(History, ShowsTheNewestFirstAndFollowsWhatIsRecorded) {
     edits.clear();
     record("the third");
     settle();
-    EXPECT_THAT(edits, ElementsAre(Kind::inserted)) << "the place in the list stays";
+    EXPECT_THAT(edits, ElementsAre(EditKind::inserted)) << "the place in the list stays";
     EXPECT_EQ(model.row(2).key, row.key);
     queue.advance(120);
-    EXPECT_EQ(edits.back(), Kind::updated);
+    EXPECT_EQ(edits.back(), EditKind::updated);
     EXPECT_EQ(model.row(0).when, "2 minutes ago");
 
     model.close();
@@ -129,7 +128,7 @@ TEST_F(History, ShowsTheNewestFirstAndFollowsWhatIsRecorded) {
     ASSERT_TRUE(files::writeAtomically(file, "{\"history\": 5}"));
     model.open();
     settle();
-    EXPECT_EQ(model.state(), State::failed);
+    EXPECT_EQ(model.state(), HistoryModel::State::failed);
 }
 
 TEST_F(History, TheNewestQueryWins) {
@@ -153,7 +152,7 @@ TEST_F(History, TheNewestQueryWins) {
 
     model.search("zebra");
     settle();
-    EXPECT_EQ(model.state(), State::noMatch);
+    EXPECT_EQ(model.state(), HistoryModel::State::noMatch);
     EXPECT_EQ(model.emptyTitle(), "Nothing found for “zebra”");
     record("a zebra at last");
     settle();
@@ -213,7 +212,7 @@ TEST_F(History, DeletingTakesTheRowOutAtOnce_UndoPutsItBack) {
     EXPECT_EQ(model.removeAllVerb(), "Delete 3 Entries");
     model.removeAll();
     settle();
-    EXPECT_EQ(model.state(), State::empty);
+    EXPECT_EQ(model.state(), HistoryModel::State::empty);
     EXPECT_EQ(onDisk(), 0u);
     EXPECT_EQ(model.notice().text, "3 entries deleted");
 }
