@@ -19,9 +19,7 @@ namespace fenlo {
 namespace {
 
 constexpr double setupElsewherePoll = 0.5; // seconds
-constexpr double startToneGap = 0.02;      // seconds
-constexpr double endToneGap = 0.015;       // seconds
-constexpr double betweenTones = 0.5;       // seconds from the last start tone to the first end tone
+constexpr double betweenTones = 0.8;       // seconds from the start tones to the end tones
 constexpr double firstProgress = 0.1;
 constexpr double lastProgress = 0.95; // of the steps that a set-up tells
 constexpr char setupFailedLine[] = "Setup failed. Please try again.";
@@ -86,22 +84,12 @@ LocalTranscriber::Steps telling(const std::function<void(double)>& progress, Mai
     };
 }
 
-double length(const std::vector<ToneNote>& notes, double gap) {
-    double seconds = 0;
-    for (const ToneNote& note : notes)
-        seconds += note.duration + gap;
-    return seconds;
-}
-
 } // namespace
 
 HomeViewModel::HomeViewModel(HomeServices services)
     : engineRunsHere(services.engineRunsHere), m_services(std::move(services)) {
     readSettings();
-    m_settingsChanged = m_services.config.watch([this] {
-        readSettings();
-        m_changes.tell();
-    });
+    m_settingsChanged = m_services.config.watch([this] { followSettings(); });
 }
 
 HomeViewModel::~HomeViewModel() {
@@ -113,6 +101,11 @@ void HomeViewModel::readSettings() {
     forEachMirror([&](const auto& mirror) { this->*mirror.field = m_shown.*mirror.setting; });
     customVocabularyText = joinVocabulary(m_shown.customVocabulary);
     professionVocabularyText = joinVocabulary(m_shown.professionVocabulary);
+}
+
+void HomeViewModel::followSettings() {
+    readSettings();
+    m_changes.tell();
 }
 
 void HomeViewModel::applySettings() {
@@ -133,6 +126,32 @@ void HomeViewModel::applySettings() {
     if (!isSame(micMode, before.micMode))
         m_services.notifications.post(notification::micModeChanged);
     m_changes.tell();
+}
+
+void HomeViewModel::editCustomVocabulary(const std::string& text, const std::string& given) {
+    editTerms(&Settings::customVocabulary, text, given);
+}
+
+void HomeViewModel::editProfessionVocabulary(const std::string& text, const std::string& given) {
+    editTerms(&Settings::professionVocabulary, text, given);
+}
+
+void HomeViewModel::editTerms(std::vector<std::string> Settings::*list, const std::string& text,
+                              const std::string& given) {
+    m_services.config.update([&](Settings& settings) {
+        settings.*list = editedVocabulary(text, parseVocabulary(given, settings.*list), settings.*list);
+    });
+    followSettings();
+}
+
+void HomeViewModel::selectProfession(const std::string& key) {
+    changeProfession(m_services.config, key);
+    followSettings();
+}
+
+void HomeViewModel::chooseAnswer(ProfessionTopic topic, const std::string& key, bool isChosen) {
+    m_services.config.update([&](Settings& settings) { answer(settings, topic, key, isChosen); });
+    followSettings();
 }
 
 void HomeViewModel::setOfflineMode(bool on) {
@@ -235,13 +254,11 @@ void HomeViewModel::chooseSoundScheme(const std::string& id) {
 
 void HomeViewModel::playSoundScheme() {
     m_endTones.cancel();
-    const SoundScheme* scheme = SoundScheme::find(soundScheme);
-    if (!scheme || scheme->start.empty())
-        return;
-    m_services.tones.playTones(scheme->start, startToneGap, scheme->startVol);
-    m_endTones = m_services.mainQueue.postAfter(length(scheme->start, startToneGap) + betweenTones, [this, scheme] {
-        m_services.tones.playTones(scheme->end, endToneGap, scheme->endVol);
-    });
+    Settings audible = m_services.config.get();
+    audible.playSounds = true;
+    playStartTones(m_services.tones, audible);
+    m_endTones =
+        m_services.mainQueue.postAfter(betweenTones, [this, audible] { playEndTones(m_services.tones, audible); });
 }
 
 bool HomeViewModel::opensAtLogin() const {
@@ -259,8 +276,7 @@ void HomeViewModel::importGlossary(const std::filesystem::path& file) {
     m_changes.tell();
     const std::function<void(GlossaryOutcome)> tell = m_lifetime.bind([this](GlossaryOutcome outcome) {
         m_glossary = std::move(outcome);
-        readSettings();
-        m_changes.tell();
+        followSettings();
     });
     m_services.background.run(
         [tell, file, &config = m_services.config, &queue = m_services.mainQueue](std::stop_token) {

@@ -5,11 +5,13 @@
 #include "base/MainQueue.h"
 #include "settings/Config.h"
 #include "shell/home/GlossaryImport.h"
+#include "text/professions/Questions.h"
 
 #include <filesystem>
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <vector>
 
 namespace fenlo {
 
@@ -80,6 +82,16 @@ public:
     /// the settings meanwhile: a take may have learned a word.
     void applySettings();
 
+    /// The user has made `text` of the text `given`. Terms that came meanwhile stay.
+    void editCustomVocabulary(const std::string& text, const std::string& given);
+    void editProfessionVocabulary(const std::string& text, const std::string& given);
+
+    /// Changes the profession; what was learned stays.
+    void selectProfession(const std::string& key);
+    /// The answers to the questions of the profession, as the settings have them.
+    std::vector<std::string> answersTo(ProfessionTopic topic) const { return answers(m_shown, topic); }
+    void chooseAnswer(ProfessionTopic topic, const std::string& key, bool isChosen);
+
     /// On: startOfflineSetup(). Off: the setting alone.
     void setOfflineMode(bool on);
     /// Makes the on-device engine ready, then turns offline mode on with English and plain transcription. Ignored
@@ -120,6 +132,8 @@ public:
 
 private:
     void readSettings();
+    void followSettings();
+    void editTerms(std::vector<std::string> Settings::*list, const std::string& text, const std::string& given);
     void offlineSetupEnded();
     void offlineSetupSucceeded();
     void offlineSetupFailed(const std::string& status);

@@ -90,9 +90,26 @@ void SnippetsModel::removeRow(std::size_t row) {
     const Entry entry = m_entries[row];
     if (entry.stored)
         m_isWritten = replaceStored(entry, nullptr);
-    if (m_isWritten || !entry.stored)
+    if (m_isWritten || !entry.stored) {
         m_entries.erase(m_entries.begin() + std::ptrdiff_t(row));
+        const bool isBlank = entry.shown.trigger.value_or("").empty() && entry.shown.text.value_or("").empty();
+        m_removed = isBlank ? std::nullopt : std::optional(entry.shown);
+    }
     reload();
+}
+
+std::string SnippetsModel::removedLine() const {
+    if (!m_removed)
+        return {};
+    const std::string trigger = m_removed->trigger.value_or("");
+    return trigger.empty() ? "The snippet was removed." : "“" + trigger + "” was removed.";
+}
+
+void SnippetsModel::undoRemove() {
+    if (!m_removed)
+        return;
+    m_entries.push_back({*std::exchange(m_removed, std::nullopt), {}});
+    save(m_entries.size() - 1);
 }
 
 void SnippetsModel::save(std::size_t row) {

@@ -48,6 +48,9 @@ public:
     void setTrigger(std::size_t row, const std::string& trigger);
     void setText(std::size_t row, const std::string& text);
     void removeRow(std::size_t row);
+    /// What removeRow() removed last, as a sentence; empty when there is nothing to bring back.
+    std::string removedLine() const;
+    void undoRemove();
 
     [[nodiscard]] Changes::Watch watch(std::function<void()> handler) { return m_changes.watch(std::move(handler)); }
 
@@ -67,6 +70,7 @@ private:
     std::vector<Entry> m_entries;
     StoredSnippets::Fault m_fault = StoredSnippets::Fault::none;
     bool m_isWritten = true;
+    std::optional<Snippet> m_removed;
     std::vector<Row> m_rows;
     Changes m_changes;
 };

@@ -1,81 +1,8 @@
 #include "shell/onboarding/ProfessionForm.h"
 
-#include "text/professions/Professions.h"
-
 #include <algorithm>
-#include <span>
 
 namespace fenlo {
-
-namespace {
-
-using Keys = std::span<const std::string_view>;
-using Topic = ProfessionForm::Topic;
-
-std::string textOf(Topic topic, std::string_view profession) {
-    switch (topic) {
-    case Topic::role:
-        return "What's your role?";
-    case Topic::practiceAreas:
-        return "What areas do you practice?";
-    case Topic::dictationTypes:
-        return "What do you mainly dictate?";
-    case Topic::specialties:
-        break;
-    }
-    if (profession == "doctor")
-        return "What's your specialty?";
-    if (profession == "developer")
-        return "What languages do you use?";
-    if (profession == "pm")
-        return "What tools do you use most?";
-    return profession == "designer" ? "What kind of design?" : "What's your focus area?";
-}
-
-Keys keysOf(Topic topic, std::string_view profession) {
-    switch (topic) {
-    case Topic::role:
-        return roleChoices(profession);
-    case Topic::practiceAreas:
-        return practiceAreaChoices(profession);
-    case Topic::specialties:
-        return specialtyChoices(profession);
-    case Topic::dictationTypes:
-        break;
-    }
-    return dictationTypeChoices(profession);
-}
-
-std::string displayed(Topic topic, std::string_view key) {
-    if (topic == Topic::role)
-        return roleDisplay(key);
-    if (topic == Topic::dictationTypes)
-        return dictationTypeDisplay(key);
-    return specialtyDisplay(key);
-}
-
-/// As the beginning of a line: some display forms are words of a sentence.
-std::string capitalised(std::string label) {
-    if (!label.empty() && label[0] >= 'a' && label[0] <= 'z')
-        label[0] = static_cast<char>(label[0] - 'a' + 'A');
-    return label;
-}
-
-/// The list of the settings that answers a question; the role is a single word.
-auto& listOf(Topic topic, auto& settings) {
-    if (topic == Topic::practiceAreas)
-        return settings.lawyerPracticeAreas;
-    return topic == Topic::specialties ? settings.professionSpecialties : settings.dictationTypes;
-}
-
-bool isChosenIn(const Settings& settings, Topic topic, std::string_view key) {
-    if (topic == Topic::role)
-        return settings.professionRole == key;
-    const auto& list = listOf(topic, settings);
-    return std::ranges::find(list, key) != list.end();
-}
-
-} // namespace
 
 ProfessionForm::ProfessionForm(Config& config) : m_config(config), m_draft(config.get()) {}
 
@@ -106,25 +33,20 @@ void ProfessionForm::skip() {
 
 std::vector<ProfessionForm::Question> ProfessionForm::questions() const {
     std::vector<Question> questions;
-    if (!isChosen())
-        return questions;
-    for (const Topic topic : {Topic::role, Topic::practiceAreas, Topic::specialties, Topic::dictationTypes}) {
-        Question question{topic, textOf(topic, m_draft.profession), topic != Topic::role, {}};
-        for (const std::string_view key : keysOf(topic, m_draft.profession))
+    for (const ProfessionQuestion& asked : professionQuestions(m_draft.profession)) {
+        const std::vector<std::string> chosen = answers(m_draft, asked.topic);
+        Question question{asked.topic, std::string(asked.text), asked.takesSeveral, {}};
+        for (const ProfessionOption& option : asked.options)
             question.options.push_back(
-                {std::string(key), capitalised(displayed(topic, key)), isChosenIn(m_draft, topic, key)});
-        if (!question.options.empty())
-            questions.push_back(std::move(question));
+                {option.key, option.label, std::ranges::find(chosen, option.key) != chosen.end()});
+        questions.push_back(std::move(question));
     }
     return questions;
 }
 
 void ProfessionForm::toggle(Topic topic, const std::string& key) {
-    if (topic == Topic::role) {
-        m_draft.professionRole = m_draft.professionRole == key ? "" : key;
-    } else if (auto& chosen = listOf(topic, m_draft); std::erase(chosen, key) == 0) {
-        chosen.push_back(key);
-    }
+    const std::vector<std::string> chosen = answers(m_draft, topic);
+    answer(m_draft, topic, key, std::ranges::find(chosen, key) == chosen.end());
     m_changes.tell();
 }
 
@@ -134,8 +56,8 @@ void ProfessionForm::setMode(DictationMode mode) {
 }
 
 void ProfessionForm::store() {
-    if (isChosen() && m_draft.profession != m_config.get().profession)
-        selectProfession(m_config, m_draft.profession);
+    if (isChosen())
+        changeProfession(m_config, m_draft.profession);
     m_config.update([this](Settings& settings) {
         settings.dictationMode = m_draft.dictationMode;
         settings.professionRole = m_draft.professionRole;

@@ -2,6 +2,7 @@
 
 #include "base/Changes.h"
 #include "settings/Config.h"
+#include "text/professions/Questions.h"
 
 #include <string>
 #include <string_view>
@@ -20,7 +21,7 @@ public:
         std::string label;
         bool isChosen = false;
     };
-    enum class Topic { role, practiceAreas, specialties, dictationTypes };
+    using Topic = ProfessionTopic;
     struct Question {
         Topic topic;
         std::string text;
@@ -46,7 +47,7 @@ public:
     DictationMode mode() const { return m_draft.dictationMode; }
     void setMode(DictationMode mode);
 
-    /// Writes it into the settings. What was learned for a profession stays unless another one was chosen.
+    /// Writes it into the settings. What was learned stays.
     void store();
 
     [[nodiscard]] Changes::Watch watch(std::function<void()> handler) { return m_changes.watch(std::move(handler)); }

@@ -135,6 +135,17 @@ TEST_F(SettingsModel, ChangesOfOthersMeanwhileAreKeptAndShown) {
     EXPECT_EQ(told, 2) << "told once for what happened together";
 }
 
+TEST_F(SettingsModel, AWordLearnedWhileTheUserTypesStays) {
+    model.customVocabularyText = "One";
+    model.applySettings();
+    config.update([](Settings& settings) { settings.customVocabulary.push_back("Learned"); });
+    queue.runPosted(); // the window knows it, the text under the user's fingers does not
+    model.editCustomVocabulary("One, Two", "One");
+    EXPECT_EQ(model.customVocabularyText, "One, Two, Learned");
+    model.editCustomVocabulary("Two", "One, Two, Learned");
+    EXPECT_EQ(stored().customVocabulary, std::vector<std::string>{"Two"});
+}
+
 TEST_F(SettingsModel, TermsThatHoldACommaStayWhole) {
     config.update([](Settings& settings) { settings.customVocabulary = {"Smith, Jones & Co", "Fenlo"}; });
     queue.runPosted();
@@ -219,7 +230,7 @@ TEST_F(SettingsModel, AChosenSoundSchemeIsHeard) {
     model.chooseSoundScheme("harp");
     background.runAll();
     ASSERT_EQ(output.played.size(), 1u);
-    queue.advance(2);
+    queue.advance(1);
     background.runAll();
     ASSERT_EQ(output.played.size(), 2u);
     const SoundScheme& harp = *SoundScheme::find(SoundSchemeId::harp);

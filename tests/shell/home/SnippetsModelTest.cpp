@@ -54,6 +54,10 @@ TEST_F(SnippetTable, WhatIsTypedCanBeSaid) {
     table.removeRow(row);
     EXPECT_EQ(table.state(), State::empty);
     EXPECT_EQ(say("my sig"), std::nullopt);
+    EXPECT_EQ(table.removedLine(), "“my sig” was removed.");
+    table.undoRemove();
+    EXPECT_EQ(say("my sig"), "Yours");
+    EXPECT_EQ(table.removedLine(), "");
 }
 
 TEST_F(SnippetTable, EntriesKeepWhatThisVersionDoesNotKnow) {
