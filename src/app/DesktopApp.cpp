@@ -143,7 +143,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
                               contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes},
                              sessionHooks(workspace, services));
-    Windows windows(config);
+    Windows windows({config, clock, mainQueue, background, notifications, platform.audioInput, platform.keys});
     menuBar.onShowHistory = [&] { windows.home.open(HomeTab::history); };
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},

@@ -91,7 +91,7 @@ std::string VoiceProfileModel::made() const {
     if (error || m_state != State::ready)
         return "";
     const auto moment = std::chrono::file_clock::to_sys(time);
-    return dates::mediumText(std::chrono::time_point_cast<dates::Moment::duration>(moment));
+    return "Made " + dates::mediumText(std::chrono::time_point_cast<dates::Moment::duration>(moment));
 }
 
 std::string VoiceProfileModel::limits() const {
@@ -107,6 +107,15 @@ std::string VoiceProfileModel::limits() const {
 
 std::string VoiceProfileModel::makeCaption() const {
     return m_state == State::none ? "Set Up Voice Profile" : "Re-record";
+}
+
+bool VoiceProfileModel::isolation() const {
+    return m_services.config.get().voiceIsolation;
+}
+
+void VoiceProfileModel::setIsolation(bool on) {
+    m_services.config.update([on](Settings& settings) { settings.voiceIsolation = on; });
+    m_changes.tell();
 }
 
 VoiceProfileModel::Question VoiceProfileModel::removalQuestion() {
@@ -126,7 +135,7 @@ void VoiceProfileModel::remove() {
         m_changes.tell();
         return;
     }
-    m_services.config.update([](Settings& settings) { settings.voiceIsolation = false; });
+    setIsolation(false);
     refresh();
 }
 

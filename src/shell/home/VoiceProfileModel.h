@@ -49,12 +49,15 @@ public:
     State state() const { return m_state; }
     /// "A low voice of about 102 Hz, mostly 94 to 116 Hz"; or why there is none.
     std::string description() const;
-    /// When it was made; empty without one.
+    /// "Made Nov 15, 2026, 9:30 AM"; empty without one.
     std::string made() const;
     /// What it can and cannot tell apart; empty without one.
     std::string limits() const;
     /// The caption of what begins a reading.
     std::string makeCaption() const;
+
+    bool isolation() const;
+    void setIsolation(bool on);
 
     struct Question {
         std::string title, text, verb;

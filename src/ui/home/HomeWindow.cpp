@@ -2,6 +2,7 @@
 
 #include "ui/controls/Appearance.h"
 #include "ui/controls/QmlWindow.h"
+#include "ui/home/VoiceProfileAdapter.h"
 
 #include <QQuickWindow>
 
@@ -10,8 +11,12 @@ namespace fenlo {
 /// All that exists only while the window does. The adapters outlive the QML that is bound to them.
 struct HomeWindow::Open {
     Open(const HomeModels& models, std::function<void()> closed)
-        : window("Home/HomeWindow.qml", {{"appearance", QVariant::fromValue(&models.appearance)}}, std::move(closed)) {}
+        : voice(models.voice, models.readPassage),
+          window("Home/HomeWindow.qml",
+                 {{"appearance", QVariant::fromValue(&models.appearance)}, {"voice", QVariant::fromValue(&voice)}},
+                 std::move(closed)) {}
 
+    VoiceProfileAdapter voice;
     QmlWindow window;
 };
 

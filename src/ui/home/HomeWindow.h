@@ -1,10 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 namespace fenlo {
 
 class Appearance;
+class VoiceProfileModel;
 
 /// The tabs of the home window, by the numbers that callers know them by.
 enum class HomeTab { dashboard = 0, meeting = 1, history = 4, settings = 5 };
@@ -12,6 +14,8 @@ enum class HomeTab { dashboard = 0, meeting = 1, history = 4, settings = 5 };
 /// What the home window's pages show. All outlive the window.
 struct HomeModels {
     Appearance& appearance;
+    VoiceProfileModel& voice;
+    std::function<void()> readPassage; // which becomes the voice profile
 };
 
 /// The one ordinary window of the program: what was dictated, and every setting. It exists while it is open.

@@ -10,10 +10,11 @@ ApplicationWindow {
     id: window
 
     required property Appearance appearance
+    required property VoiceProfileAdapter voice
     property int tab: 0 // of the tabs below, by its number
 
     readonly property var tabs: [
-        { number: 5, title: "Settings", file: "SettingsTab.qml", properties: { appearance: window.appearance } },
+        { number: 5, title: "Settings", file: "SettingsTab.qml", properties: { appearance: window.appearance, voice: window.voice } },
     ]
     readonly property int place: Math.max(0, tabs.findIndex(it => it.number === tab))
 

@@ -11,9 +11,11 @@ FocusScope {
     id: tab
 
     required property Appearance appearance
+    required property VoiceProfileAdapter voice
 
     readonly property var sections: [
         { title: "Appearance", file: "AppearanceSettings.qml", properties: { appearance: tab.appearance } },
+        { title: "Voice", file: "VoiceSettings.qml", properties: { voice: tab.voice } },
     ]
 
     RowLayout {
