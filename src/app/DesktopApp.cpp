@@ -107,10 +107,12 @@ SessionHooks sessionHooks(Workspace& workspace, TakeServices& services) {
     return hooks;
 }
 
-AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, const Deployment& deployment) {
+AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, const Deployment& deployment, HomeWindow& home) {
     AppHooks hooks;
     hooks.hasAccounts = !deployment.serviceHost.empty();
     hooks.terminate = [&] { mainQueue.quit(); };
+    hooks.showHome = [&](int tab) { home.open(static_cast<HomeTab>(tab)); };
+    hooks.closeHome = [&] { home.close(); };
     hooks.prepareLocalEngine = [&](std::stop_token stop) { services.localTranscriber.setup({}, stop); };
     hooks.prepareTranscriber = [&](std::stop_token stop) { services.transcriber.setup(stop); };
     hooks.recoverTakes = [&] { return services.keptTakes.recover(); };
@@ -144,10 +146,9 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
                               contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes},
                              sessionHooks(workspace, services));
     Windows windows({config, clock, mainQueue, background, notifications, platform.audioInput, platform.keys});
-    menuBar.onShowHistory = [&] { windows.home.open(HomeTab::history); };
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
-                         appHooks(mainQueue, services, deployment));
+                         appHooks(mainQueue, services, deployment, windows.home));
 
     runProgram({.launch = [&] { delegate.launch(); },
                 .loop = [&] { mainQueue.run(); },

@@ -4,6 +4,6 @@ import QtQuick
 BaseButton {
     fill: Theme.danger
     hoverFill: Qt.darker(Theme.danger, 1.12)
-    ink: Theme.onDanger
+    ink: Theme.dangerInk
     font.weight: Font.DemiBold
 }

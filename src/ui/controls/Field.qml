@@ -19,7 +19,7 @@ TextField {
     color: Theme.text
     placeholderTextColor: Theme.faint
     selectionColor: Theme.accent
-    selectedTextColor: Theme.onAccent
+    selectedTextColor: Theme.accentInk
     selectByMouse: true
     Accessible.name: name
 

@@ -28,7 +28,7 @@ Rectangle {
         font.family: Theme.family
         font.pixelSize: Theme.textSize
         font.weight: Font.Medium
-        color: parent.pressed ? Theme.onAccent : Theme.text
+        color: parent.pressed ? Theme.accentInk : Theme.text
         Accessible.ignored: true
     }
 }

@@ -6,4 +6,6 @@ Text {
     font.pixelSize: Theme.textSize
     color: Theme.text
     wrapMode: Text.Wrap
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
 }

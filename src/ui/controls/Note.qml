@@ -6,4 +6,6 @@ Text {
     font.pixelSize: Theme.noteSize
     color: Theme.faint
     wrapMode: Text.Wrap
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
 }

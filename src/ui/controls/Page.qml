@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
+import Fenlo.Controls // after the toolkit's, which has a Label too
 
 /// A page that scrolls: a heading and what is below it, in a column of a width that reads well. What has the keyboard
 /// is scrolled into view.

@@ -4,6 +4,6 @@ import QtQuick
 BaseButton {
     fill: Theme.accent
     hoverFill: Qt.darker(Theme.accent, 1.12)
-    ink: Theme.onAccent
+    ink: Theme.accentInk
     font.weight: Font.DemiBold
 }

@@ -13,8 +13,12 @@ namespace fenlo {
 
 QmlWindow::QmlWindow(const std::string& file, const QVariantMap& properties, std::function<void()> closed)
     : m_closed(std::move(closed)) {
-    // Forms and lists are drawn faster and in a third of the memory by the processor, and on every machine.
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    // Forms and lists are drawn faster and in a third of the memory by the processor, and on every machine. The toolkit
+    // wants to hear it once, before the first window.
+    [[maybe_unused]] static const bool isSaid = [] {
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+        return true;
+    }();
 
     m_engine = std::make_unique<QQmlApplicationEngine>();
     m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));

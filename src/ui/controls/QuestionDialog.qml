@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Templates as T
 import QtQuick.Layouts
+import Fenlo.Controls // after the toolkit's, which has a Label too
 
 /// Asks before something is destroyed. The title names the act, the button is its verb, Cancel has the keyboard.
 Dialog {

@@ -31,7 +31,7 @@ ScrollView {
         color: Theme.text
         placeholderTextColor: Theme.faint
         selectionColor: Theme.accent
-        selectedTextColor: Theme.onAccent
+        selectedTextColor: Theme.accentInk
         selectByMouse: true
         wrapMode: TextEdit.Wrap
         padding: Theme.unit

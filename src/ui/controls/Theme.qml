@@ -20,10 +20,10 @@ QtObject {
     readonly property color edge: dark ? "#75757D" : "#84848B" // of controls
     readonly property color hover: dark ? "#2A2A30" : "#F1F1EF"
     readonly property color accent: dark ? "#A685FF" : "#6A3FE0"
-    readonly property color onAccent: dark ? "#17121F" : "#FFFFFF"
+    readonly property color accentInk: dark ? "#17121F" : "#FFFFFF"
     readonly property color tint: dark ? "#2B2440" : "#EFEAFC" // behind what is chosen
     readonly property color danger: dark ? "#FF7A7A" : "#C42B2B"
-    readonly property color onDanger: dark ? "#1B1012" : "#FFFFFF"
+    readonly property color dangerInk: dark ? "#1B1012" : "#FFFFFF"
     readonly property color works: dark ? "#FFB847" : "#946000"
     readonly property color good: dark ? "#66CF88" : "#1E7A3E"
 

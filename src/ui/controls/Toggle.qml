@@ -45,7 +45,7 @@ Switch {
             radius: width / 2
             y: room
             x: (control.checked !== control.mirrored) ? parent.width - width - room : room
-            color: control.checked ? Theme.onAccent : Theme.edge
+            color: control.checked ? Theme.accentInk : Theme.edge
 
             Behavior on x { NumberAnimation { duration: Theme.quick } }
         }

@@ -33,7 +33,7 @@ Page {
                 text: page.voice.makeCaption
                 fill: page.voice.isReady ? Theme.field : Theme.accent
                 hoverFill: page.voice.isReady ? Theme.hover : Qt.darker(Theme.accent, 1.12)
-                ink: page.voice.isReady ? Theme.text : Theme.onAccent
+                ink: page.voice.isReady ? Theme.text : Theme.accentInk
                 outline: page.voice.isReady ? Theme.edge : "transparent"
                 onClicked: page.voice.readPassage()
             }

@@ -8,6 +8,7 @@ import os
 import re
 import signal
 import wave
+import zlib
 from pathlib import Path
 
 from . import processes
@@ -79,7 +80,8 @@ class Clip:
     """A spoken sentence as an audio file."""
 
     def __init__(self, words, folder, voice="en"):
-        self.file = Path(folder) / (re.sub(r"\W+", "-", words + voice) + ".wav")
+        name = f"{words[:40]}-{zlib.crc32(words.encode())}-{voice}"  # file names have a limit
+        self.file = Path(folder) / (re.sub(r"\W+", "-", name) + ".wav")
         if not self.file.exists():
             processes.output(["espeak-ng", "-v", voice, "-s", "160", "-w", str(self.file), words])
         self._measure()
