@@ -10,6 +10,7 @@
 #include "app/Windows.h"
 
 #include "audio/AudioRecorder.h"
+#include "audio/ChosenInput.h"
 #include "base/Background.h"
 #include "base/Clock.h"
 #include "base/Environment.h"
@@ -130,7 +131,8 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     ThreadBackground background;
     TakeServices services(config, deployment, platform.http, platform.secrets, clock);
 
-    AudioRecorder recorder(platform.audioInput, clock, mainQueue, config, notifications);
+    ChosenInput microphone(platform.audioInput, config, notifications);
+    AudioRecorder recorder(microphone, clock, mainQueue, config, notifications);
     TakePipeline pipeline(config, services.steps());
 
     ContextReader contextReader(workspace, platform.accessibility, platform.pasteboard, clock);

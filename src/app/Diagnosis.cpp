@@ -3,6 +3,7 @@
 #include "app/LocalEngine.h"
 #include "app/RoadDiagnosis.h"
 #include "app/TakeServices.h"
+#include "audio/ChosenInput.h"
 #include "base/Environment.h"
 #include "base/Files.h"
 #include "base/Log.h"
@@ -105,10 +106,10 @@ void examineTray(std::vector<Diagnosis>& findings) {
         findings.push_back({"system tray", State::works, "a panel shows the icon", ""});
 }
 
-void examineSound(std::vector<Diagnosis>& findings) {
+void examineSound(std::vector<Diagnosis>& findings, const Settings& settings) {
     RunLoop loop; // nothing is posted to it that matters here
     const PulseAudioInput input(loop);
-    if (const auto device = input.defaultDevice())
+    if (const auto device = chosenDevice(settings, input))
         findings.push_back({"microphone", State::works, device->name + (device->isBuiltIn ? "" : " (external)"), ""});
     else
         findings.push_back(
@@ -227,7 +228,7 @@ std::vector<Diagnosis> examine() {
     examineAccessibility(findings, keys, clock);
     if (keys.isConnected())
         examineTray(findings);
-    examineSound(findings);
+    examineSound(findings, stored.settings);
     SecretServiceStore store(keyringPatience);
     examineSecrets(findings, store);
     examineSettings(findings, stored);

@@ -22,7 +22,6 @@ constexpr double settleDelay = 0.3;
 constexpr double idleStopDelay = 60.0;
 constexpr double tailOfLastWord = 0.25;
 constexpr double shortestLiveTake = 0.5; // after which a working microphone has delivered sound
-constexpr float fullScaleRms = 0.15F;    // what the level display shows as 1
 
 std::string kilobytes(const std::vector<std::filesystem::path>& files) {
     std::uintmax_t total = 0;
@@ -263,7 +262,7 @@ void AudioRecorder::setOnAudioBuffer(BufferHandler handler) {
 
 void AudioRecorder::receive(std::span<const float> samples) {
     const float level = rms(samples);
-    m_currentRms = std::min(level / fullScaleRms, 1.0F);
+    m_currentRms = displayLevel(level);
     if (const auto handler = m_onAudioBuffer.with([](const auto& current) { return current; }))
         (*handler)(samples);
 

@@ -7,13 +7,16 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace fenlo {
 
 struct InputDevice {
     std::uint32_t id = 0; // never 0 for a device
-    std::string name;
+    std::string name;     // for people
     bool isBuiltIn = true;
+    bool isWireless = false; // opening it takes a while, and changes what its headset plays
+    std::string key = {};    // what settings remember it by; the same after a restart and when it is plugged in again
 };
 
 struct InputFormat {
@@ -21,7 +24,7 @@ struct InputFormat {
     unsigned channels = 0;
 };
 
-/// Captures from the device that was the default when the engine was made. When the device or the sound server goes
+/// Captures from the device that it was made for. When the device or the sound server goes
 /// away while the engine runs, the adapter goes on as soon as it is back.
 ///
 /// Threads: call on the main thread; the tap runs on the audio thread and must neither block nor allocate needlessly.
@@ -50,12 +53,20 @@ class AudioInput {
 public:
     virtual ~AudioInput() = default;
 
+    /// For the device that is the default now.
     virtual std::unique_ptr<CaptureEngine> makeEngine() = 0;
+    /// For a device by its key. Without such a device the engine has no format and refuses to start.
+    virtual std::unique_ptr<CaptureEngine> makeEngineOf(const std::string& key) = 0;
     virtual std::optional<InputDevice> defaultDevice() const = 0;
+    /// What is plugged in, in the sound system's order. What the machine itself plays is an input only where it is the
+    /// default.
+    virtual std::vector<InputDevice> devices() const = 0;
     /// Whether there is a sound system; it may have no input.
     virtual bool isConnected() const = 0;
     /// Adds a listener; called whenever the default input device may have changed.
     virtual void onDefaultDeviceChanged(std::function<void()> handler) = 0;
+    /// Adds a listener; called whenever devices() or the default may have changed.
+    virtual void onDevicesChanged(std::function<void()> handler) = 0;
 };
 
 } // namespace fenlo

@@ -43,8 +43,8 @@ constexpr auto fields = std::make_tuple(
     Field{"profession_specialties", &Settings::professionSpecialties},
     Field{"dictation_types", &Settings::dictationTypes},
     Field{"meeting_email_recipients", &Settings::meetingEmailRecipients}, Field{"mic_mode", &Settings::micMode},
-    Field{"type_short_texts", &Settings::typeShortTexts}, Field{"keep_failed_takes", &Settings::keepFailedTakes},
-    Field{"colour_scheme", &Settings::colourScheme});
+    Field{"mic_device", &Settings::micDevice}, Field{"type_short_texts", &Settings::typeShortTexts},
+    Field{"keep_failed_takes", &Settings::keepFailedTakes}, Field{"colour_scheme", &Settings::colourScheme});
 
 void take(const Json& value, std::string& field) {
     if (value.is_string())

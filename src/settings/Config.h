@@ -51,6 +51,7 @@ struct Settings {
     std::vector<std::string> dictationTypes;
     std::vector<std::string> meetingEmailRecipients;
     Choice<MicMode> micMode = MicMode::studio;
+    std::string micDevice; // key of an InputDevice; empty for the desktop's default
     bool typeShortTexts = false; // instead of pasting them, which leaves a trace in some clipboard histories
     bool keepFailedTakes = true; // or what was not recognised is deleted
     Choice<ColourScheme> colourScheme = ColourScheme::system;

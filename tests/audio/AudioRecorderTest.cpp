@@ -23,7 +23,7 @@ namespace {
 constexpr double rate = 16000;           // of the fake microphone: samples come back unchanged in the files
 constexpr std::size_t bufferSize = 4096; // what the recorder asks its tap for
 
-const InputDevice headset{8, "Headset", false};
+const InputDevice headset{8, "Headset", false, true, "headset"};
 
 class Recorder : public ::testing::Test {
 protected:

@@ -13,7 +13,7 @@ namespace fenlo::test {
 
 /// The sound hardware behind the fakes: what is plugged in, and what its engines did.
 struct FakeMicrophone {
-    std::optional<InputDevice> device = InputDevice{7, "Fake microphone", true};
+    std::optional<InputDevice> device = InputDevice{7, "Fake microphone", true, false, "fake"};
     InputFormat format{16000, 1};
     std::vector<std::string> startErrors; // of the next starts; "" for one that succeeds
     int enginesMade = 0;
@@ -84,16 +84,33 @@ private:
 
 class FakeAudioInput final : public AudioInput {
 public:
-    std::unique_ptr<CaptureEngine> makeEngine() override { return std::make_unique<FakeCaptureEngine>(microphone); }
+    std::unique_ptr<CaptureEngine> makeEngine() override { return makeFor(microphone.device); }
+    std::unique_ptr<CaptureEngine> makeEngineOf(const std::string& key) override {
+        const auto all = devices();
+        const auto found = std::ranges::find(all, key, &InputDevice::key);
+        return makeFor(found == all.end() ? std::nullopt : std::optional(*found));
+    }
     std::optional<InputDevice> defaultDevice() const override { return microphone.device; }
+    std::vector<InputDevice> devices() const override {
+        std::vector<InputDevice> all = others;
+        if (microphone.device)
+            all.insert(all.begin(), *microphone.device);
+        return all;
+    }
     bool isConnected() const override { return hasServer; }
     void onDefaultDeviceChanged(std::function<void()> handler) override { handlers.push_back(std::move(handler)); }
+    void onDevicesChanged(std::function<void()> handler) override { listHandlers.push_back(std::move(handler)); }
 
     /// Plugs in another device, or unplugs all, and tells the handlers.
     void change(std::optional<InputDevice> device) {
         microphone.device = std::move(device);
-        for (const auto& handler : std::vector(handlers))
-            handler();
+        tell(handlers);
+        tell(listHandlers);
+    }
+    /// Plugs in devices beside the default one, in the place of those before.
+    void plugInBeside(std::vector<InputDevice> devices) {
+        others = std::move(devices);
+        tell(listHandlers);
     }
     /// The running engine records these samples.
     void hear(std::span<const float> samples) {
@@ -103,7 +120,23 @@ public:
 
     FakeMicrophone microphone;
     bool hasServer = true;
+    std::vector<InputDevice> others; // beside the default one
+    std::string openedKey;           // of the device of the newest engine; empty for none
     std::vector<std::function<void()>> handlers;
+    std::vector<std::function<void()>> listHandlers;
+
+private:
+    std::unique_ptr<CaptureEngine> makeFor(const std::optional<InputDevice>& device) {
+        openedKey = device ? device->key : "";
+        auto hardware = std::exchange(microphone.format, device ? microphone.format : InputFormat());
+        auto engine = std::make_unique<FakeCaptureEngine>(microphone);
+        microphone.format = hardware;
+        return engine;
+    }
+    static void tell(const std::vector<std::function<void()>>& listeners) {
+        for (const auto& listener : std::vector(listeners))
+            listener();
+    }
 };
 
 /// Remembers what is played, and which sound plays now.

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <gtest/gtest.h>
+#include <set>
 
 using namespace fenlo;
 using namespace fenlo::test;
@@ -96,6 +97,38 @@ TEST_P(AudioContract, ChangeOfTheDefaultDevice_IsToldAndLeavesARunningEngineAlon
     next->installTap(480, [&](std::span<const float>) { ++nextBuffers; });
     EXPECT_FALSE(next->start());
     EXPECT_TRUE(world->passUntil([&] { return nextBuffers > 2; }));
+}
+
+TEST_P(AudioContract, DevicesBesideTheDefault_AreListedAndOpenedByTheirKey) {
+    AudioInput& input = world->input();
+    const auto keys = [&] {
+        std::set<std::string> all;
+        for (const InputDevice& device : input.devices())
+            all.insert(device.key);
+        return all;
+    };
+    const auto usual = keys();
+    EXPECT_EQ(usual, std::set{input.defaultDevice()->key}) << "what a speaker plays is no microphone";
+    int told = 0;
+    int toldOfDefault = 0;
+    input.onDevicesChanged([&] { ++told; });
+    input.onDefaultDeviceChanged([&] { ++toldOfDefault; });
+    world->plugInBeside();
+    EXPECT_TRUE(world->passUntil([&] { return told > 0 && keys().contains("beside"); }));
+    EXPECT_EQ(input.devices().size(), 2u);
+    EXPECT_EQ(toldOfDefault, 0);
+
+    const auto engine = input.makeEngineOf("beside");
+    std::atomic<int> buffers = 0;
+    engine->installTap(480, [&](std::span<const float>) { ++buffers; });
+    EXPECT_FALSE(engine->start());
+    EXPECT_TRUE(world->passUntil([&] { return buffers > 2; }));
+    engine->stop();
+    world->unplugBeside();
+    EXPECT_TRUE(world->passUntil([&] { return keys() == usual; }));
+    const auto none = input.makeEngineOf("beside");
+    EXPECT_EQ(none->format().channels, 0u);
+    EXPECT_TRUE(none->start());
 }
 
 TEST_P(AudioContract, WithoutAnyDevice_AnEngineHasNoFormatAndRefuses) {

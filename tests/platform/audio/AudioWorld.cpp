@@ -17,7 +17,9 @@ public:
             m_input.hear(moment);
         return condition();
     }
-    void plugInHeadset() override { m_input.change(InputDevice{8, "Headset", false}); }
+    void plugInHeadset() override { m_input.change(InputDevice{8, "Headset", false, true, "headset"}); }
+    void plugInBeside() override { m_input.plugInBeside({{9, "Beside", true, false, "beside"}}); }
+    void unplugBeside() override { m_input.plugInBeside({}); }
     void unplugEverything() override {
         m_input.microphone.format = {};
         m_input.change({});
@@ -51,6 +53,11 @@ public:
                          "source_properties=device.bus=bluetooth");
         m_server.control("set-default-source headset");
     }
+    void plugInBeside() override {
+        m_beside = m_server.control("load-module module-remap-source master=micfeed.monitor source_name=beside "
+                                    "source_properties=device.description=Beside");
+    }
+    void unplugBeside() override { m_server.control("unload-module " + m_beside); }
     void unplugEverything() override {
         m_server.control("unload-module module-remap-source");
         m_server.control("unload-module module-null-sink");
@@ -59,6 +66,7 @@ public:
 
 private:
     SoundServer m_server;
+    std::string m_beside;
     PumpedQueue m_queue;
     std::optional<PulseAudioInput> m_input;
     std::optional<PulseAudioOutput> m_output;

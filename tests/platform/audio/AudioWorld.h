@@ -19,6 +19,9 @@ public:
     /// Lets time pass until the condition holds.
     virtual bool passUntil(const std::function<bool()>& condition) = 0;
     virtual void plugInHeadset() = 0;
+    /// A device with the key "beside", which does not become the default.
+    virtual void plugInBeside() = 0;
+    virtual void unplugBeside() = 0;
     virtual void unplugEverything() = 0;
     /// The frequency of what sounds now in hertz; 0 for silence.
     virtual double soundingFrequency() = 0;

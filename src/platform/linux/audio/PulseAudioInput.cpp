@@ -3,7 +3,7 @@
 #include "base/MainQueue.h"
 #include "platform/linux/audio/PulseCaptureEngine.h"
 #include "platform/linux/audio/PulseConnection.h"
-#include "platform/linux/audio/PulseDefaultSource.h"
+#include "platform/linux/audio/PulseSources.h"
 
 #include <utility>
 
@@ -15,20 +15,36 @@ constexpr double firstAnswerLimit = 1.0; // seconds
 
 PulseAudioInput::PulseAudioInput(MainQueue& queue)
     : m_queue(queue), m_connection(std::make_shared<PulseConnection>()),
-      m_source(std::make_unique<PulseDefaultSource>(
-          *m_connection, [this] { m_queue.post(m_lifetime.bind([this] { tellHandlers(); })); })) {
-    m_source->awaitFirstAnswer(firstAnswerLimit);
+      m_sources(std::make_unique<PulseSources>(*m_connection, [this](PulseSources::Change change) {
+          m_queue.post(m_lifetime.bind([this, change] {
+              if (change == PulseSources::Change::defaultSource)
+                  tell(m_defaultHandlers);
+              tell(m_listHandlers);
+          }));
+      })) {
+    m_sources->awaitFirstAnswer(firstAnswerLimit);
 }
 
 PulseAudioInput::~PulseAudioInput() = default;
 
 std::unique_ptr<CaptureEngine> PulseAudioInput::makeEngine() {
-    return std::make_unique<PulseCaptureEngine>(m_connection, m_source->current());
+    return std::make_unique<PulseCaptureEngine>(m_connection, m_sources->current());
+}
+
+std::unique_ptr<CaptureEngine> PulseAudioInput::makeEngineOf(const std::string& key) {
+    return std::make_unique<PulseCaptureEngine>(m_connection, m_sources->named(key));
 }
 
 std::optional<InputDevice> PulseAudioInput::defaultDevice() const {
-    const auto source = m_source->current();
+    const auto source = m_sources->current();
     return source ? std::optional(source->device) : std::nullopt;
+}
+
+std::vector<InputDevice> PulseAudioInput::devices() const {
+    std::vector<InputDevice> devices;
+    for (PulseSource& source : m_sources->all())
+        devices.push_back(std::move(source.device));
+    return devices;
 }
 
 bool PulseAudioInput::isConnected() const {
@@ -37,12 +53,16 @@ bool PulseAudioInput::isConnected() const {
 }
 
 void PulseAudioInput::onDefaultDeviceChanged(std::function<void()> handler) {
-    m_handlers.push_back(std::move(handler));
+    m_defaultHandlers.push_back(std::move(handler));
 }
 
-void PulseAudioInput::tellHandlers() {
-    const auto handlers = m_handlers; // a handler may add another
-    for (const auto& handler : handlers)
+void PulseAudioInput::onDevicesChanged(std::function<void()> handler) {
+    m_listHandlers.push_back(std::move(handler));
+}
+
+void PulseAudioInput::tell(const Handlers& handlers) {
+    const Handlers now = handlers; // a handler may add another
+    for (const auto& handler : now)
         handler();
 }
 

@@ -12,7 +12,7 @@ namespace fenlo {
 
 class MainQueue;
 class PulseConnection;
-class PulseDefaultSource;
+class PulseSources;
 
 /// The inputs of a PulseAudio server (or PipeWire's). Without a server there is no device; one that comes later is
 /// noticed within a second.
@@ -25,18 +25,24 @@ public:
     ~PulseAudioInput() override;
 
     std::unique_ptr<CaptureEngine> makeEngine() override;
+    std::unique_ptr<CaptureEngine> makeEngineOf(const std::string& key) override;
     std::optional<InputDevice> defaultDevice() const override;
+    std::vector<InputDevice> devices() const override;
     bool isConnected() const override;
     void onDefaultDeviceChanged(std::function<void()> handler) override;
+    void onDevicesChanged(std::function<void()> handler) override;
 
 private:
-    void tellHandlers();
+    using Handlers = std::vector<std::function<void()>>;
+
+    static void tell(const Handlers& handlers);
 
     MainQueue& m_queue;
-    std::vector<std::function<void()>> m_handlers;
+    Handlers m_defaultHandlers;
+    Handlers m_listHandlers;
     std::shared_ptr<PulseConnection> m_connection;
     Lifetime m_lifetime;
-    std::unique_ptr<PulseDefaultSource> m_source; // dies first: it calls back from the connection's thread
+    std::unique_ptr<PulseSources> m_sources; // dies first: it calls back from the connection's thread
 };
 
 } // namespace fenlo

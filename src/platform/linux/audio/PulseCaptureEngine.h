@@ -2,7 +2,7 @@
 
 #include "platform/AudioInput.h"
 #include "platform/linux/audio/PulseConnection.h"
-#include "platform/linux/audio/PulseDefaultSource.h"
+#include "platform/linux/audio/PulseSources.h"
 
 #include <memory>
 #include <optional>

@@ -10,6 +10,7 @@
 #include <pulse/introspect.h>
 #include <pulse/sample.h>
 #include <string>
+#include <vector>
 
 namespace fenlo {
 
@@ -18,19 +19,25 @@ struct PulseSource {
     InputDevice device;
     pa_sample_spec format{}; // its own; engines record 32-bit floats at its rate and channels
     pa_channel_map channels{};
+    bool isMonitor = false; // it records what a speaker plays
 };
 
-/// Follows the default source of the server.
-class PulseDefaultSource {
+/// Follows the sources of the server, and which of them is the default.
+class PulseSources {
 public:
-    /// `changed` is called on the connection's thread.
-    PulseDefaultSource(PulseConnection& connection, std::function<void()> changed);
-    ~PulseDefaultSource();
-    PulseDefaultSource(const PulseDefaultSource&) = delete;
-    PulseDefaultSource& operator=(const PulseDefaultSource&) = delete;
+    enum class Change { list, defaultSource };
 
-    /// Any thread.
+    /// `changed` is called on the connection's thread.
+    PulseSources(PulseConnection& connection, std::function<void(Change)> changed);
+    ~PulseSources();
+    PulseSources(const PulseSources&) = delete;
+    PulseSources& operator=(const PulseSources&) = delete;
+
+    /// The default one. This and the next two on any thread.
     std::optional<PulseSource> current() const;
+    /// Those that record something, and the default one whatever it is.
+    std::vector<PulseSource> all() const;
+    std::optional<PulseSource> named(const std::string& name) const;
     /// Waits until the server has been asked once, or turned out to be absent.
     void awaitFirstAnswer(double seconds);
 
@@ -40,13 +47,18 @@ private:
     void refresh();
     void serverAnswered(const pa_server_info* info);
     void sourceAnswered(const pa_source_info* info, int end);
-    void finish(std::optional<PulseSource> source);
+    void finish();
     void endOperation();
 
+    struct Known {
+        std::vector<PulseSource> sources;
+        std::string defaultName; // of one of them; empty for none
+    };
+
     PulseConnection& m_connection;
-    const std::function<void()> m_changed;
-    Guarded<std::optional<PulseSource>> m_current;
-    std::optional<PulseSource> m_found;
+    const std::function<void(Change)> m_changed;
+    Guarded<Known> m_known;
+    Known m_found;
     pa_operation* m_operation = nullptr;
     bool m_refreshAgain = false;
     bool m_hasAnswer = false;
