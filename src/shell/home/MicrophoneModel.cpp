@@ -96,7 +96,7 @@ Note MicrophoneModel::note() const {
 std::shared_ptr<void> MicrophoneModel::listen() {
     if (auto listening = m_listening.lock())
         return listening;
-    std::shared_ptr<void> listening(nullptr, m_lifetime.bind([this](std::nullptr_t) {
+    std::shared_ptr<void> listening(this, m_lifetime.bind([this](void*) {
         m_ticks.cancel();
         close();
         m_level = 0;

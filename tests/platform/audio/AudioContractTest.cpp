@@ -109,6 +109,7 @@ TEST_P(AudioContract, DevicesBesideTheDefault_AreListedAndOpenedByTheirKey) {
     };
     const auto usual = keys();
     EXPECT_EQ(usual, std::set{input.defaultDevice()->key}) << "what a speaker plays is no microphone";
+    world->passUntil([looks = 0]() mutable { return ++looks > 3; }); // what was on its way from the start has arrived
     int told = 0;
     int toldOfDefault = 0;
     input.onDevicesChanged([&] { ++told; });
