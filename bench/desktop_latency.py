@@ -1,6 +1,6 @@
 """Measures how fast and how heavy the program is on the virtual desktop. To be run by hand, on a machine at rest:
 
-    scripts/virtual-desktop python3 bench/desktop_latency.py PROGRAM SERVICES
+    scripts/virtual-desktop /usr/bin/python3 bench/desktop_latency.py PROGRAM SERVICES
 """
 
 import os

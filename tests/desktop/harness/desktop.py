@@ -16,6 +16,11 @@ def press(*keys):
     processes.output(["xdotool", "key", *keys])
 
 
+def type_text(text):
+    """Types the text key by key."""
+    processes.output(["xdotool", "type", "--delay", "5", "--", text], patience=60.0)
+
+
 def key_down(key):
     processes.output(["xdotool", "keydown", key])
 

@@ -3,7 +3,7 @@
 import json
 import os
 
-from . import desktop, processes
+from . import desktop, processes, screen
 from .waiting import wait_for
 
 HOTKEY = "Control_L"
@@ -37,6 +37,7 @@ class Fenlo:
             "GROQ_API_KEY": "gsk_of_the_desktop_tests",
             "HF_ENDPOINT": "http://127.0.0.1:9",  # nobody answers there
             "TMPDIR": str(self.temporary),
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",  # as where a screen reader runs
             **(environment or {}),
         }
         for name in [name for name, value in self.environment.items() if value is None]:
@@ -102,6 +103,12 @@ class Fenlo:
         """Another start of the program by the same user; returns its exit code."""
         second = processes.start([self._program], env=self.environment, stdout=self._errors, stderr=self._errors)
         return second.wait(15)
+
+    def open_home(self):
+        """Opens the home window as a second start of the program does, and returns it."""
+        if self.start_second() != 0:
+            raise AssertionError(f"the second start failed: {self.errors()}")
+        return screen.window(self.process.pid)
 
     def is_running(self):
         return self.process.poll() is None

@@ -1,0 +1,176 @@
+"""The program's own windows as a screen reader sees them, and the keys that a user presses in them."""
+
+import gi
+
+from . import desktop
+from .waiting import wait_for
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402
+
+
+class Node:
+    """A control of a window."""
+
+    def __init__(self, accessible):
+        self._it = accessible
+
+    @property
+    def role(self):
+        return _ask(self._it.get_role_name, "")
+
+    @property
+    def name(self):
+        return _ask(self._it.get_name, "")
+
+    @property
+    def description(self):
+        return _ask(self._it.get_description, "")
+
+    @property
+    def text(self):
+        """What an entry or a label holds."""
+
+        def content():
+            text = self._it.get_text_iface()
+            return text.get_text(0, text.get_character_count()) if text else self._it.get_name()
+
+        return _ask(content, "")
+
+    @property
+    def value(self):
+        """Of a slider or a progress bar."""
+        return _ask(lambda: self._it.get_value_iface().get_current_value(), None)
+
+    @property
+    def place(self):
+        """Left, top, width and height in pixels of the screen."""
+        rectangle = self._it.get_component_iface().get_extents(Atspi.CoordType.SCREEN)
+        return rectangle.x, rectangle.y, rectangle.width, rectangle.height
+
+    def has(self, state):
+        """Whether it has a state of this name, such as "checked", "focused", "enabled", "selected" or "showing"."""
+        return _ask(lambda: self._it.get_state_set().contains(getattr(Atspi.StateType, state.upper())), False)
+
+    def press(self):
+        """Its action, as a screen reader carries it out."""
+        action = self._it.get_action_iface()
+        names = [action.get_action_name(index) for index in range(action.get_n_actions())]
+        wanted = next((name for name in ("Press", "Toggle") if name in names), None)
+        if wanted is None:
+            raise AssertionError(f"{self.role} {self.name!r} has no action to press, only {names}")
+        action.do_action(names.index(wanted))
+
+    def click(self):
+        left, top, width, height = self.place
+        desktop.click(left + width // 2, top + height // 2)
+
+    def focus(self):
+        """Gives it the keyboard."""
+        self._it.get_component_iface().grab_focus()
+        wait_for(lambda: self.has("focused"), f"the keyboard at {self.role} {self.name!r}")
+
+    def nodes(self):
+        """All controls inside that are on the screen, in their order."""
+        for index in range(_ask(self._it.get_child_count, 0)):
+            child = _ask(lambda index=index: self._it.get_child_at_index(index), None)
+            if child is None:
+                continue
+            node = Node(child)
+            if node.has("showing"):
+                yield node
+            yield from node.nodes()
+
+    def all(self, role=None, name=None):
+        """The controls inside of this role and this name, or whose name begins as `name` does before its "…"."""
+        return [node for node in self.nodes() if _fits(node, role, name)]
+
+    def find(self, role, name=None, patience=15.0):
+        """The first such control, once there is one."""
+        return wait_for(lambda: next(iter(self.all(role, name)), None), f"{role} {name!r} in {self}", patience)
+
+    def wait_gone(self, role, name=None):
+        wait_for(lambda: not self.all(role, name), f"{role} {name!r} to go")
+
+    def press_button(self, name):
+        self.find("push button", name).press()
+
+    def choose(self, name, label):
+        """Chooses the entry with this label in the combo box of this name, with the keyboard."""
+        box = self.find("combo box", name)
+        box.focus()
+        desktop.press("space")
+        # An open list lies beside the page, so it is looked for in the whole window.
+        entry = window_of(self).find("list item", label)
+        entry.press()
+
+    def fill(self, name, text, role="text"):
+        """Types the text in place of what the entry of this name holds."""
+        entry = self.find(role, name)
+        entry.focus()
+        desktop.shortcut("a")
+        desktop.type_text(text)
+        return entry
+
+    def outline(self):
+        """What is on the screen, a line each, for messages of failed tests."""
+        return "\n".join(f"{node.role}: {node.name or node.text!r}" for node in self.nodes())
+
+    def __str__(self):
+        return f"{self.role} {self.name!r} with\n{self.outline()}"
+
+
+def window(pid, title="Fenlo", patience=15.0):
+    """The program's window of this title, in front and with the keyboard."""
+
+    def opened():
+        application = _application(pid)
+        return application and next(iter(application.all("frame", title)), None)
+
+    found = wait_for(opened, f"the window {title!r}", patience)
+    handle = wait_for(lambda: next(iter(desktop.windows_named(title)), None), f"the window {title!r} on the screen")
+    desktop.activate(handle)
+    return found
+
+
+def is_open(pid, title="Fenlo"):
+    application = _application(pid)
+    return bool(application and application.all("frame", title))
+
+
+def window_of(node):
+    accessible = node._it
+    while accessible.get_role_name() != "frame":
+        accessible = accessible.get_parent()
+    return Node(accessible)
+
+
+def focused(window_node):
+    """The control that has the keyboard."""
+    return next((node for node in window_node.nodes() if node.has("focused")), None)
+
+
+def _application(pid):
+    tree = Atspi.get_desktop(0)
+    for index in range(_ask(tree.get_child_count, 0)):
+        application = _ask(lambda index=index: tree.get_child_at_index(index), None)
+        if application is not None and _ask(application.get_process_id, None) == pid:
+            application.set_cache_mask(Atspi.Cache.NONE)  # every question goes to the program
+            return Node(application)
+    return None
+
+
+def _fits(node, role, name):
+    if role is not None and node.role != role:
+        return False
+    if name is None:
+        return True
+    return node.name.startswith(name[:-1]) if name.endswith("…") else node.name == name
+
+
+def _ask(question, otherwise):
+    """The answer, or `otherwise` from a control that has gone in the meantime."""
+    try:
+        return question()
+    except GLib.GError:
+        return otherwise
