@@ -33,6 +33,11 @@ ComboBox {
         control.currentIndex = Qt.binding(() => control.place(control.options, control.value))
     }
 
+    // Qt 6.4 crashes when a box is destroyed that still holds the entries of its list.
+    readonly property bool isSeen: Window.visibility !== Window.Hidden
+    onIsSeenChanged: if (!isSeen) popup.close()
+    Component.onDestruction: popup.close()
+
     function place(from, wanted) {
         return from.findIndex(option => option.value === wanted)
     }
@@ -64,15 +69,19 @@ ComboBox {
     delegate: ItemDelegate {
         id: entry
 
-        required property var model
+        required property var modelData
         required property int index
 
         width: ListView.view.width
         height: Theme.controlHeight
         highlighted: control.highlightedIndex === index
-        Accessible.name: entry.model.label
+        Accessible.name: entry.modelData.label
+        Accessible.onPressAction: {
+            control.activated(entry.index)
+            control.popup.close()
+        }
         contentItem: Text {
-            text: entry.model.label
+            text: entry.modelData.label
             font.family: Theme.family
             font.pixelSize: Theme.textSize
             font.weight: control.currentIndex === entry.index ? Font.DemiBold : Font.Normal
@@ -94,7 +103,7 @@ ComboBox {
         contentItem: ListView {
             clip: true
             implicitHeight: contentHeight
-            model: control.delegateModel
+            model: control.popup.visible ? control.delegateModel : null // as below
             currentIndex: control.highlightedIndex
             ScrollBar.vertical: ScrollBar {}
         }

@@ -32,20 +32,21 @@ class Node:
         """What an entry or a label holds."""
 
         def content():
-            text = self._it.get_text_iface()
-            return text.get_text(0, text.get_character_count()) if text else self._it.get_name()
+            if "Text" not in self._it.get_interfaces():
+                return self._it.get_name()
+            return Atspi.Text.get_text(self._it, 0, Atspi.Text.get_character_count(self._it))
 
         return _ask(content, "")
 
     @property
     def value(self):
         """Of a slider or a progress bar."""
-        return _ask(lambda: self._it.get_value_iface().get_current_value(), None)
+        return _ask(lambda: Atspi.Value.get_current_value(self._it), None)
 
     @property
     def place(self):
         """Left, top, width and height in pixels of the screen."""
-        rectangle = self._it.get_component_iface().get_extents(Atspi.CoordType.SCREEN)
+        rectangle = Atspi.Component.get_extents(self._it, Atspi.CoordType.SCREEN)
         return rectangle.x, rectangle.y, rectangle.width, rectangle.height
 
     def has(self, state):
@@ -54,12 +55,11 @@ class Node:
 
     def press(self):
         """Its action, as a screen reader carries it out."""
-        action = self._it.get_action_iface()
-        names = [action.get_action_name(index) for index in range(action.get_n_actions())]
+        names = [Atspi.Action.get_action_name(self._it, index) for index in range(Atspi.Action.get_n_actions(self._it))]
         wanted = next((name for name in ("Press", "Toggle") if name in names), None)
         if wanted is None:
             raise AssertionError(f"{self.role} {self.name!r} has no action to press, only {names}")
-        action.do_action(names.index(wanted))
+        Atspi.Action.do_action(self._it, names.index(wanted))
 
     def click(self):
         left, top, width, height = self.place
@@ -67,7 +67,7 @@ class Node:
 
     def focus(self):
         """Gives it the keyboard."""
-        self._it.get_component_iface().grab_focus()
+        Atspi.Component.grab_focus(self._it)
         wait_for(lambda: self.has("focused"), f"the keyboard at {self.role} {self.name!r}")
 
     def nodes(self):
