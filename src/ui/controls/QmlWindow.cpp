@@ -13,18 +13,9 @@ namespace fenlo {
 
 QmlWindow::QmlWindow(const std::string& file, const QVariantMap& properties, std::function<void()> closed)
     : m_closed(std::move(closed)) {
-<<<<<<< HEAD
-    // Forms and lists are drawn faster and in a third of the memory by the processor, and on every machine. The toolkit
-    // wants to hear it once, before the first window.
-    [[maybe_unused]] static const bool isSaid = [] {
-        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-        return true;
-    }();
-=======
     // Forms and lists are drawn faster and in a third of the memory by the processor, and on every machine.
     if (QQuickWindow::graphicsApi() != QSGRendererInterface::Software)
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
->>>>>>> 7872995 (ui: a combo box's list goes before the box; a test of the home window by its controls)
 
     m_engine = std::make_unique<QQmlApplicationEngine>();
     m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
