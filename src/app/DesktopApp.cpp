@@ -97,13 +97,14 @@ void prepareToolkit() {
     QApplication::setQuitOnLastWindowClosed(false);
 }
 
-SessionHooks sessionHooks(Workspace& workspace, TakeServices& services) {
+SessionHooks sessionHooks(Workspace& workspace, TakeServices& services, NotificationCenter& notifications) {
     SessionHooks hooks;
     hooks.isScreenLocked = [&] { return workspace.isScreenLocked(); };
     hooks.warmConnection = [&] { services.warmConnections(); };
     hooks.askKeyringAgain = [&] { services.keychain.askAgain(); };
     hooks.recordDictation = [&](const std::string& text, double duration) {
         services.statistics.recordDictation(text, duration);
+        notifications.post(notification::statisticsChanged);
     };
     return hooks;
 }
@@ -146,8 +147,17 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
                               menuSources(recorder, services.statistics, services.keptTakes));
     DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
                               contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes},
-                             sessionHooks(workspace, services));
-    Windows windows({config, clock, mainQueue, background, notifications, platform.audioInput, platform.keys});
+                             sessionHooks(workspace, services, notifications));
+    Windows windows({.config = config,
+                     .clock = clock,
+                     .mainQueue = mainQueue,
+                     .background = background,
+                     .notifications = notifications,
+                     .audioInput = platform.audioInput,
+                     .keys = platform.keys,
+                     .workspace = workspace,
+                     .statistics = services.statistics,
+                     .copyToClipboard = [&](const std::string& text) { inserter.copyToClipboard(text); }});
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
                          appHooks(mainQueue, services, deployment, windows.home));

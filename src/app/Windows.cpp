@@ -1,18 +1,49 @@
 #include "app/Windows.h"
 
+#include "Version.h"
+#include "app/DoctorProcess.h"
 #include "audio/voice/VoiceProfile.h"
+#include "base/Environment.h"
+#include "platform/Workspace.h"
+
+#include <QSysInfo>
 
 namespace fenlo {
 
-Windows::Windows(WindowServices services)
-    : appearance(services.config), voice({services.audioInput, services.clock, services.mainQueue, services.background,
-                                          services.config, services.notifications},
-                                         voiceProfileFile()),
+namespace {
+
+/// What somebody who helps wants to know: "Debian GNU/Linux 12 (bookworm), GNOME on x11".
+std::string systemName() {
+    return QSysInfo::prettyProductName().toStdString() + ", " + environment("XDG_CURRENT_DESKTOP", "no known desktop") +
+           " on " + environment("XDG_SESSION_TYPE", "X11");
+}
+
+AboutServices aboutServices(const WindowServices& services) {
+    return {version,
+            systemName(),
+            services.mainQueue,
+            services.background,
+            examineApart,
+            services.copyToClipboard,
+            [&workspace = services.workspace](const std::string& url) { workspace.openUrl(url); }};
+}
+
+} // namespace
+
+Windows::Windows(const WindowServices& services)
+    : appearance(services.config),
+      dashboard({services.statistics, services.clock, services.mainQueue, services.background, services.notifications}),
+      history({services.statistics, services.clock, services.mainQueue, services.background, services.notifications,
+               services.copyToClipboard}),
+      voice({services.audioInput, services.clock, services.mainQueue, services.background, services.config,
+             services.notifications},
+            voiceProfileFile()),
       voiceReading(appearance,
                    {services.audioInput, services.clock, services.mainQueue, services.background, services.config,
                     services.notifications, services.keys},
                    voiceProfileFile()),
-      home({appearance, voice, [this] { voiceReading.open(); }}) {
+      about(aboutServices(services)),
+      home({appearance, dashboard, history, voice, [this] { voiceReading.open(); }, about}) {
     voiceReading.onClosed = [this] { voice.refresh(); };
 }
 

@@ -1,11 +1,27 @@
 #pragma once
 
+#include "shell/home/AboutModel.h"
+#include "shell/home/DashboardModel.h"
+#include "shell/home/HistoryModel.h"
 #include "shell/home/VoiceProfileModel.h"
 #include "ui/controls/Appearance.h"
 #include "ui/home/HomeWindow.h"
 #include "ui/onboarding/VoiceReadingWindow.h"
 
+#include <functional>
+#include <string>
+
 namespace fenlo {
+
+class AudioInput;
+class Background;
+class Clock;
+class Config;
+class KeyEvents;
+class MainQueue;
+class NotificationCenter;
+class StatisticsStore;
+class Workspace;
 
 /// What the windows' models work with. All outlive the windows.
 struct WindowServices {
@@ -16,17 +32,23 @@ struct WindowServices {
     NotificationCenter& notifications;
     AudioInput& audioInput;
     KeyEvents& keys;
+    Workspace& workspace;
+    StatisticsStore& statistics;
+    std::function<void(const std::string&)> copyToClipboard;
 };
 
 /// The windows of the desktop program, and the models that live as long as it does.
 struct Windows {
-    explicit Windows(WindowServices services);
+    explicit Windows(const WindowServices& services);
     Windows(const Windows&) = delete;
     Windows& operator=(const Windows&) = delete;
 
     Appearance appearance;
+    DashboardModel dashboard;
+    HistoryModel history;
     VoiceProfileModel voice;
     VoiceReadingWindow voiceReading;
+    AboutModel about;
     HomeWindow home;
 };
 

@@ -21,6 +21,7 @@ ColumnLayout {
         color: Theme.text
         horizontalAlignment: Text.AlignHCenter
         wrapMode: Text.Wrap
+        textFormat: Text.PlainText
         Layout.fillWidth: true
     }
     Label {

@@ -6,6 +6,7 @@ Text {
     font.pixelSize: Theme.textSize
     color: Theme.text
     wrapMode: Text.Wrap
+    textFormat: Text.PlainText // what people and services wrote is never taken for markup
     Accessible.role: Accessible.StaticText
     Accessible.name: text
 }

@@ -8,7 +8,7 @@ import Fenlo.Home
 Page {
     id: page
 
-    required property About about
+    required property AboutAdapter about
 
     heading: "About"
 

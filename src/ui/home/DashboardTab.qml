@@ -7,7 +7,7 @@ import Fenlo.Home
 FocusScope {
     id: tab
 
-    required property Dashboard dashboard
+    required property DashboardAdapter dashboard
 
     Component.onCompleted: dashboard.open()
     Component.onDestruction: dashboard.close()

@@ -2,7 +2,6 @@
 
 #include <QFileDialog>
 #include <QStandardPaths>
-#include <QWindow>
 
 namespace fenlo {
 
@@ -90,7 +89,7 @@ QVariant HistoryList::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> HistoryList::roleNames() const {
-    return {{when, "when"},           {words, "words"}, {speed, "speed"},       {length, "length"},
+    return {{when, "when"},           {words, "words"}, {speed, "speed"},      {length, "length"},
             {entryText, "entryText"}, {more, "more"},   {isCopied, "isCopied"}};
 }
 

@@ -4,9 +4,8 @@
 
 #include <QAbstractListModel>
 #include <QString>
+#include <QWindow>
 #include <QtQml/qqmlregistration.h>
-
-class QWindow;
 
 namespace fenlo {
 

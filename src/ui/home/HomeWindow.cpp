@@ -2,6 +2,9 @@
 
 #include "ui/controls/Appearance.h"
 #include "ui/controls/QmlWindow.h"
+#include "ui/home/AboutAdapter.h"
+#include "ui/home/DashboardAdapter.h"
+#include "ui/home/HistoryList.h"
 #include "ui/home/VoiceProfileAdapter.h"
 
 #include <QQuickWindow>
@@ -11,12 +14,19 @@ namespace fenlo {
 /// All that exists only while the window does. The adapters outlive the QML that is bound to them.
 struct HomeWindow::Open {
     Open(const HomeModels& models, std::function<void()> closed)
-        : voice(models.voice, models.readPassage),
-          window("Home/HomeWindow.qml",
-                 {{"appearance", QVariant::fromValue(&models.appearance)}, {"voice", QVariant::fromValue(&voice)}},
-                 std::move(closed)) {}
+        : dashboard(models.dashboard), history(models.history), voice(models.voice, models.readPassage),
+          about(models.about), window("Home/HomeWindow.qml",
+                                      {{"appearance", QVariant::fromValue(&models.appearance)},
+                                       {"dashboard", QVariant::fromValue(&dashboard)},
+                                       {"history", QVariant::fromValue(&history)},
+                                       {"voice", QVariant::fromValue(&voice)},
+                                       {"about", QVariant::fromValue(&about)}},
+                                      std::move(closed)) {}
 
+    DashboardAdapter dashboard;
+    HistoryList history;
     VoiceProfileAdapter voice;
+    AboutAdapter about;
     QmlWindow window;
 };
 

@@ -5,7 +5,10 @@
 
 namespace fenlo {
 
+class AboutModel;
 class Appearance;
+class DashboardModel;
+class HistoryModel;
 class VoiceProfileModel;
 
 /// The tabs of the home window, by the numbers that callers know them by.
@@ -14,8 +17,11 @@ enum class HomeTab { dashboard = 0, meeting = 1, history = 4, settings = 5 };
 /// What the home window's pages show. All outlive the window.
 struct HomeModels {
     Appearance& appearance;
+    DashboardModel& dashboard;
+    HistoryModel& history;
     VoiceProfileModel& voice;
     std::function<void()> readPassage; // which becomes the voice profile
+    AboutModel& about;
 };
 
 /// The one ordinary window of the program: what was dictated, and every setting. It exists while it is open.

@@ -10,11 +10,23 @@ ApplicationWindow {
     id: window
 
     required property Appearance appearance
+    required property DashboardAdapter dashboard
+    required property HistoryList history
     required property VoiceProfileAdapter voice
+    required property AboutAdapter about
     property int tab: 0 // of the tabs below, by its number
 
     readonly property var tabs: [
-        { number: 5, title: "Settings", file: "SettingsTab.qml", properties: { appearance: window.appearance, voice: window.voice } },
+        { number: 0, title: "Dashboard", file: "DashboardTab.qml", properties: { dashboard: window.dashboard } },
+        { number: 4, title: "History", file: "HistoryTab.qml", properties: { history: window.history } },
+        {
+            number: 5, title: "Settings", file: "SettingsTab.qml",
+            properties: {
+                appearance: window.appearance,
+                voice: window.voice,
+                about: window.about,
+            }
+        },
     ]
     readonly property int place: Math.max(0, tabs.findIndex(it => it.number === tab))
 

@@ -12,10 +12,12 @@ FocusScope {
 
     required property Appearance appearance
     required property VoiceProfileAdapter voice
+    required property AboutAdapter about
 
     readonly property var sections: [
         { title: "Appearance", file: "AppearanceSettings.qml", properties: { appearance: tab.appearance } },
         { title: "Voice", file: "VoiceSettings.qml", properties: { voice: tab.voice } },
+        { title: "About", file: "AboutSettings.qml", properties: { about: tab.about } },
     ]
 
     RowLayout {

@@ -1,4 +1,4 @@
-#include "ui/home/Dashboard.h"
+#include "ui/home/DashboardAdapter.h"
 
 namespace fenlo {
 
@@ -25,41 +25,42 @@ QVariantList listOf(const DashboardModel::Chart& chart) {
 
 } // namespace
 
-Dashboard::Dashboard(DashboardModel& model) : m_model(model), m_watch(model.watch([this] { Q_EMIT changed(); })) {}
+DashboardAdapter::DashboardAdapter(DashboardModel& model)
+    : m_model(model), m_watch(model.watch([this] { Q_EMIT changed(); })) {}
 
-Dashboard::~Dashboard() {
+DashboardAdapter::~DashboardAdapter() {
     m_model.close();
 }
 
-QVariantList Dashboard::today() const {
+QVariantList DashboardAdapter::today() const {
     return listOf(m_model.today());
 }
 
-QVariantList Dashboard::allTime() const {
+QVariantList DashboardAdapter::allTime() const {
     return listOf(m_model.allTime());
 }
 
-QVariantList Dashboard::days() const {
+QVariantList DashboardAdapter::days() const {
     return listOf(m_model.days());
 }
 
-QString Dashboard::daysSentence() const {
+QString DashboardAdapter::daysSentence() const {
     return QString::fromStdString(m_model.days().sentence);
 }
 
-QString Dashboard::daysHighest() const {
+QString DashboardAdapter::daysHighest() const {
     return QString::fromStdString(m_model.days().highest);
 }
 
-QVariantList Dashboard::hours() const {
+QVariantList DashboardAdapter::hours() const {
     return listOf(m_model.hours());
 }
 
-QString Dashboard::hoursSentence() const {
+QString DashboardAdapter::hoursSentence() const {
     return QString::fromStdString(m_model.hours().sentence);
 }
 
-QString Dashboard::hoursHighest() const {
+QString DashboardAdapter::hoursHighest() const {
     return QString::fromStdString(m_model.hours().highest);
 }
 

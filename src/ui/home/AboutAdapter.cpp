@@ -1,4 +1,4 @@
-#include "ui/home/About.h"
+#include "ui/home/AboutAdapter.h"
 
 #include "shell/home/Libraries.h"
 
@@ -21,32 +21,32 @@ const char* kindOf(Diagnosis::State state) {
 
 } // namespace
 
-About::About(AboutModel& model) : m_model(model), m_watch(model.watch([this] { Q_EMIT changed(); })) {}
+AboutAdapter::AboutAdapter(AboutModel& model) : m_model(model), m_watch(model.watch([this] { Q_EMIT changed(); })) {}
 
-QString About::version() const {
+QString AboutAdapter::version() const {
     return QString::fromStdString(m_model.version());
 }
 
-QString About::system() const {
+QString AboutAdapter::system() const {
     return QString::fromStdString(m_model.system());
 }
 
-QString About::logFile() const {
+QString AboutAdapter::logFile() const {
     return QString::fromStdString(m_model.logFile());
 }
 
-QVariantList About::libraries() {
+QVariantList AboutAdapter::libraries() {
     QVariantList list;
     for (const Library& library : fenlo::libraries())
         list.append(QVariantMap{{"name", library.name}, {"licence", library.licence}, {"purpose", library.purpose}});
     return list;
 }
 
-QString About::summary() const {
+QString AboutAdapter::summary() const {
     return QString::fromStdString(m_model.summary());
 }
 
-QVariantList About::findings() const {
+QVariantList AboutAdapter::findings() const {
     QVariantList list;
     for (const Diagnosis& found : m_model.findings())
         list.append(QVariantMap{{"subject", QString::fromStdString(found.subject)},

@@ -10,7 +10,7 @@
 namespace fenlo {
 
 /// The numbers and pictures of the dashboard.
-class Dashboard final : public QObject {
+class DashboardAdapter final : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("given to the home window")
@@ -26,8 +26,8 @@ class Dashboard final : public QObject {
     Q_PROPERTY(QString hoursHighest READ hoursHighest NOTIFY changed)
 
 public:
-    explicit Dashboard(DashboardModel& model);
-    ~Dashboard() override;
+    explicit DashboardAdapter(DashboardModel& model);
+    ~DashboardAdapter() override;
 
     bool loading() const { return m_model.state() == DashboardModel::State::loading; }
     bool empty() const { return m_model.state() == DashboardModel::State::empty; }

@@ -10,7 +10,7 @@
 namespace fenlo {
 
 /// The page "About".
-class About final : public QObject {
+class AboutAdapter final : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("given to the home window")
@@ -24,7 +24,7 @@ class About final : public QObject {
     Q_PROPERTY(bool copied READ copied NOTIFY changed)
 
 public:
-    explicit About(AboutModel& model);
+    explicit AboutAdapter(AboutModel& model);
 
     QString version() const;
     QString system() const;
