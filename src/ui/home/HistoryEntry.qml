@@ -26,8 +26,11 @@ ItemDelegate {
     signal chosen
 
     width: ListView.view ? ListView.view.width : 0
-    implicitHeight: column.implicitHeight + Theme.unit * 3
-    padding: 0
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
+    leftPadding: Theme.unit * 2
+    rightPadding: Theme.unit * 2
+    topPadding: Theme.unit * 1.5
+    bottomPadding: Theme.unit * 1.5
     focusPolicy: Qt.NoFocus
     onClicked: chosen()
     Accessible.role: Accessible.ListItem
@@ -50,58 +53,51 @@ ItemDelegate {
         }
         FocusRing { visible: entry.hasKeyboard; anchors.margins: 1; around: Theme.half }
     }
-    contentItem: Item {
-        ColumnLayout {
-            id: column
+    contentItem: ColumnLayout {
+        spacing: Theme.half
 
-            x: Theme.unit * 2
-            y: Theme.unit * 1.5
-            width: parent.width - 2 * x
-            spacing: Theme.half
+        RowLayout {
+            spacing: Theme.unit * 1.5
+            Layout.fillWidth: true
 
-            RowLayout {
-                spacing: Theme.unit * 1.5
-                Layout.fillWidth: true
-
-                Note { text: entry.when; color: Theme.text; font.weight: Font.DemiBold; wrapMode: Text.NoWrap; Accessible.ignored: true }
-                Note { text: entry.words; wrapMode: Text.NoWrap; Accessible.ignored: true }
-                Note { text: entry.speed; wrapMode: Text.NoWrap; Accessible.ignored: true }
-                Note { text: entry.length; wrapMode: Text.NoWrap; Accessible.ignored: true }
-                Item { Layout.fillWidth: true }
-                LinkButton {
-                    text: entry.isCopied ? "Copied" : "Copy"
-                    ink: entry.isCopied ? Theme.good : Theme.accent
-                    opacity: entry.isActive || entry.isCopied ? 1 : 0
-                    focusPolicy: Qt.NoFocus
-                    onClicked: entry.copied()
-                }
-                LinkButton {
-                    text: "Delete"
-                    ink: Theme.faint
-                    opacity: entry.isActive ? 1 : 0
-                    focusPolicy: Qt.NoFocus
-                    onClicked: entry.removed()
-                }
-            }
-            Text {
-                text: entry.entryText
-                textFormat: Text.PlainText
-                font.family: Theme.family
-                font.pixelSize: Theme.textSize
-                color: Theme.text
-                lineHeight: 1.2
-                wrapMode: Text.Wrap
-                Layout.fillWidth: true
-                Layout.maximumWidth: Theme.textSize * 48
-                Accessible.ignored: true
+            Note { text: entry.when; color: Theme.text; font.weight: Font.DemiBold; wrapMode: Text.NoWrap; Accessible.ignored: true }
+            Note { text: entry.words; wrapMode: Text.NoWrap; Accessible.ignored: true }
+            Note { text: entry.speed; wrapMode: Text.NoWrap; Accessible.ignored: true }
+            Note { text: entry.length; wrapMode: Text.NoWrap; Accessible.ignored: true }
+            Item { Layout.fillWidth: true }
+            LinkButton {
+                text: entry.isCopied ? "Copied" : "Copy"
+                ink: entry.isCopied ? Theme.good : Theme.accent
+                opacity: entry.isActive || entry.isCopied ? 1 : 0
+                focusPolicy: Qt.NoFocus
+                onClicked: entry.copied()
             }
             LinkButton {
-                text: entry.more
-                visible: text !== ""
+                text: "Delete"
+                ink: Theme.faint
+                opacity: entry.isActive ? 1 : 0
                 focusPolicy: Qt.NoFocus
-                Layout.leftMargin: -Theme.half
-                onClicked: entry.toggled()
+                onClicked: entry.removed()
             }
+        }
+        Text {
+            text: entry.entryText
+            textFormat: Text.PlainText
+            font.family: Theme.family
+            font.pixelSize: Theme.textSize
+            color: Theme.text
+            lineHeight: 1.2
+            wrapMode: Text.Wrap
+            Layout.fillWidth: true
+            Layout.maximumWidth: Theme.textSize * 48
+            Accessible.ignored: true
+        }
+        LinkButton {
+            text: entry.more
+            visible: text !== ""
+            focusPolicy: Qt.NoFocus
+            Layout.leftMargin: -Theme.half
+            onClicked: entry.toggled()
         }
     }
 }
