@@ -156,6 +156,9 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
                      .audioInput = platform.audioInput,
                      .keys = platform.keys,
                      .workspace = workspace,
+                     .keychain = services.keychain,
+                     .localTranscriber = services.localTranscriber,
+                     .tones = tones,
                      .statistics = services.statistics,
                      .copyToClipboard = [&](const std::string& text) { inserter.copyToClipboard(text); }});
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
