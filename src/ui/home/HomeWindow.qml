@@ -90,6 +90,8 @@ ApplicationWindow {
                     font.weight: checked ? Font.DemiBold : Font.Normal
                     onClicked: window.tab = modelData.number
                     Accessible.name: text
+                    Accessible.selectable: true
+                    Accessible.selected: checked
                     Accessible.onPressAction: button.clicked()
 
                     contentItem: Text {
