@@ -1,6 +1,5 @@
-"""The hotkey among the other keys: chords, its twin, another hotkey."""
+"""The hotkey among the other keys: chords, another hotkey."""
 
-import time
 import unittest
 
 from harness import desktop, pill
@@ -22,19 +21,6 @@ class Keys(DesktopCase):
         wait_for(lambda: pill.dot() is None, "the pill to go")
         self.dictate_into(editor)
         self.assertEqual(len(self.recogniser.requests()), 1)
-
-    def test_right_control_is_another_key(self):
-        fenlo = self.start_fenlo()
-        self.open_editor()
-        with desktop.held(desktop.RIGHT_CONTROL):
-            time.sleep(0.3)
-        self.assertFalse(fenlo.lines("[Fenlo] Hotkey pressed"))
-        with desktop.held(HOTKEY):
-            fenlo.wait_for("[Fenlo] Hotkey pressed")
-            desktop.press(desktop.RIGHT_CONTROL)
-            time.sleep(0.3)
-            self.assertFalse(fenlo.lines("[Fenlo] Hotkey released"), "the twin's release ended the take")
-        fenlo.wait_for("[Fenlo] Hotkey released")
 
     def test_fn_where_the_keyboard_sends_it(self):
         with desktop.key_named("XF86Fn", SPARE_KEYCODE) as key:

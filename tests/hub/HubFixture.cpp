@@ -57,7 +57,7 @@ hub::HubError HubFixture::failure(const std::vector<std::string>& globs, std::st
 void HubFixture::interruptAfter(std::uint64_t bytes) {
     hub.hit({.mode = "drop", .after = bytes, .times = 1});
     std::stop_source stop;
-    clock.onSleep = [&] { stop.request_stop(); }; // in the pause after the break
+    clock.onSleep = [&](double) { stop.request_stop(); }; // in the pause after the break
     EXPECT_EQ(failure(onlyLarge, stop.get_token()).kind, Kind::cancelled);
     clock.onSleep = {};
     EXPECT_EQ(kept(), bytes);

@@ -1,32 +1,15 @@
 #pragma once
 
-#include "base/Clock.h"
 #include "base/Files.h"
 #include "hub/HubClient.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "support/LoopbackHub.h"
 #include "support/TemporaryFolder.h"
+#include "support/VirtualTime.h"
 
-#include <atomic>
 #include <gmock/gmock.h>
 
 namespace fenlo::test {
-
-/// Virtual time that several threads sleep on side by side.
-class SharedVirtualClock final : public Clock {
-public:
-    double now() const override { return m_now; }
-    std::chrono::system_clock::time_point wallTime() const override { return {}; }
-    void sleep(double seconds) override {
-        m_now += seconds;
-        if (onSleep)
-            onSleep();
-    }
-    std::function<void()> onSleep;
-
-private:
-    std::atomic<double> m_now = 1000;
-};
 
 /// A hub with one repository, a real client of it, and an empty folder to download into.
 class HubFixture : public ::testing::Test {
@@ -66,7 +49,7 @@ protected:
     const std::string& large; // the content of `weights`, 2,500,000 random bytes
     const std::string small = "{\"kind\": \"whisper\"}\n";
     LoopbackHub hub{root / "served"};
-    SharedVirtualClock clock;
+    VirtualClock clock;
     CurlHttpClient http;
     hub::HubSettings settings;
     std::vector<hub::DownloadProgress> told;

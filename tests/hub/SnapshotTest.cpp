@@ -76,7 +76,7 @@ TEST_F(SnapshotTest, AHalfDoneUpdateIsNotComplete) {
     publish(weights, large + "more");
     hub.hit({.mode = "drop", .after = 1000, .times = 99}); // the small file arrives first
     std::stop_source stop;
-    clock.onSleep = [&] {
+    clock.onSleep = [&](double) {
         EXPECT_TRUE(waitUntil(60, [&] { return there("config.json") == "{}"; }));
         stop.request_stop();
     };
@@ -130,7 +130,7 @@ TEST_F(SnapshotTest, ASecondDownloadWaitsForTheFirst) {
     fs::create_directories(folder);
     auto first = std::make_unique<FolderLock>(folder, clock, std::stop_token());
     int asked = 0;
-    clock.onSleep = [&] {
+    clock.onSleep = [&](double) {
         if (++asked == 3)
             first.reset();
     };
@@ -142,7 +142,7 @@ TEST_F(SnapshotTest, ASecondDownloadWaitsForTheFirst) {
 
     first = std::make_unique<FolderLock>(folder, clock, std::stop_token());
     std::stop_source stop;
-    clock.onSleep = [&] { stop.request_stop(); };
+    clock.onSleep = [&](double) { stop.request_stop(); };
     EXPECT_EQ(failure({}, stop.get_token()).kind, Kind::cancelled);
 }
 

@@ -78,11 +78,6 @@ TEST(PostProcess, TidiesProse) {
     EXPECT_EQ(text::repairUtf8(tidy("caf\xE9 ol\xFF")), tidy("caf\xE9 ol\xFF"));
 }
 
-TEST(PostProcess, DeveloperToolsGetCommands) {
-    EXPECT_EQ(postProcess("Get status.", {.isDevTool = true, .autoCapitalize = true}), "git status");
-    EXPECT_EQ(postProcess("<|en|>Echo quote hello quote.", {.isDevTool = true}), "echo \"hello\"");
-}
-
 TEST(CollapseRepeats, KeepsOneOfThreeOrMoreCopies) {
     const std::pair<const char*, const char*> cases[] = {
         {"I think that I think that I think that", "I think that"},

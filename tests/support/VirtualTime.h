@@ -4,11 +4,13 @@
 #include "base/Clock.h"
 #include "base/DueTimers.h"
 
+#include <atomic>
 #include <deque>
 
 namespace fenlo::test {
 
-/// Clock, main queue and background with a common virtual time; everything runs on the thread of the test.
+/// Clock, main queue and background with a common virtual time; everything runs on the thread of the test. Other
+/// threads may read the clock and sleep on it.
 ///
 /// sleep() advances the time at once without running timers, as a blocked main thread would; onSleep, when set, is
 /// called in the middle of it, so that a test can do other threads' work meanwhile.
@@ -20,10 +22,10 @@ public:
     void advance(double seconds) { m_now += seconds; }
 
     std::function<void(double seconds)> onSleep;
-    double slept = 0;
+    std::atomic<double> slept = 0;
 
 private:
-    double m_now = 1000;
+    std::atomic<double> m_now = 1000;
 };
 
 class VirtualMainQueue final : public MainQueue {

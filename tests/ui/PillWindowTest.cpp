@@ -117,13 +117,6 @@ TEST_F(Pill, StaysAboveWindowsThatAreRaisedAndOnEveryDesktop) {
     test::outputOf({"xdotool", "set_desktop", "0"});
 }
 
-TEST_F(Pill, IsGoneAtOnceWhenDropped) {
-    show(98);
-    pill.reset();
-    test::pump();
-    EXPECT_TRUE(pumpUntil([&] { return isGround(left(98) + 49, 65); }, 1));
-}
-
 TEST_F(Pill, FollowsTheScreen) {
     show(98);
     const double before = screen::widthInPoints();

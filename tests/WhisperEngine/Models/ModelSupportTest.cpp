@@ -1,7 +1,6 @@
 #include "WhisperEngine/Models/ModelSupport.h"
 
 #include "WhisperEngine/WhisperError.h"
-#include "base/Files.h"
 
 #include <gmock/gmock.h>
 
@@ -65,11 +64,4 @@ TEST(ModelSupport, SurvivesJson) {
           R"({"name": "n", "version": "1", "device_support": [{"identifiers": [], "models": {"default": "a"}}]})",
           R"({"name": "n", "version": "1", "device_support": [{"identifiers": "Mac", "models": {}}]})"})
         EXPECT_THROW(ModelSupportConfig::parse(broken), WhisperError) << broken;
-}
-
-TEST(ModelSupport, NamesTheMachine) {
-    const auto file = files::temporaryFile("product-", ".txt");
-    ASSERT_TRUE(files::writeAtomically(file, " Some Laptop 5 \n"));
-    EXPECT_EQ(hardwareIdentifier(file), "Some Laptop 5");
-    EXPECT_FALSE(hardwareIdentifier("/nowhere").empty());
 }

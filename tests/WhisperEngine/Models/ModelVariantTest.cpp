@@ -31,10 +31,3 @@ TEST(ModelVariant, IsDetectedFromSizes) {
     EXPECT_FALSE(isMultilingual(51864));
     EXPECT_TRUE(isMultilingual(51866));
 }
-
-TEST(ModelVariant, HasATextAndATokenizer) {
-    EXPECT_EQ(textOf(ModelVariant::tinyEn), "tiny.en");
-    EXPECT_EQ(textOf(ModelVariant::largev3), "large-v3");
-    EXPECT_EQ(tokenizerRepository(ModelVariant::mediumEn), "openai/whisper-medium.en");
-    EXPECT_EQ(tokenizerRepository(ModelVariant::largev2), "openai/whisper-large-v2");
-}

@@ -75,10 +75,4 @@ Decoding::Decoding(const TextDecoderModel& model, const AudioEmbeddings& embeddi
     : inputs(DecodingInputs::forModel(model, model.kvCacheMaxSequenceLength().value(), true)),
       stepper(model, embeddings, inputs), logits(static_cast<std::size_t>(model.logitsSize().value())) {}
 
-std::span<const float> Decoding::alignment() const {
-    const std::size_t frames = inputs.alignmentWeights.size() / static_cast<std::size_t>(inputs.positions());
-    return std::span(inputs.alignmentWeights)
-        .subspan(static_cast<std::size_t>(inputs.cacheLength - 1) * frames, frames);
-}
-
 } // namespace fenlo::test

@@ -33,7 +33,6 @@ struct Decoding {
     Decoding(const whisper::TextDecoderModel& model, const whisper::AudioEmbeddings& embeddings);
 
     void step(int token) { stepper.step(token, logits); }
-    std::span<const float> alignment() const; // of the last step
 
     whisper::DecodingInputs inputs;
     whisper::CacheStepper stepper;

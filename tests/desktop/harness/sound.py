@@ -44,10 +44,13 @@ class Listener:
     """Records what the loudspeaker plays."""
 
     RATE = 8000  # samples a second
-    _BLOCK = RATE // 20
+    # A tone lasts a tenth of a second, and a busy machine tears gaps into it: it must not depend on where a block begins.
+    _BLOCK = RATE // 40
+    _STEP = _BLOCK // 2
 
     def __init__(self, folder):
         self._file = Path(folder) / "loudspeaker.raw"
+        self._searched = {}  # samples of the recording that do not hold the frequency
         self._process = processes.start(
             ["parec", "--device=speaker.monitor", f"--rate={self.RATE}", "--channels=1", "--format=s16le",
              "--latency-msec=50", self._file]
@@ -56,9 +59,14 @@ class Listener:
 
     def has_heard(self, frequency):
         """Whether a tone of this frequency, in hertz, has sounded so far."""
-        samples = array.array("h", self._file.read_bytes()[: self._file.stat().st_size // 2 * 2])
-        blocks = (samples[start : start + self._BLOCK] for start in range(0, len(samples), self._BLOCK))
-        return any(_is_tone(block, frequency / self.RATE) for block in blocks)
+        recording = self._file.read_bytes()
+        samples = array.array("h", recording[: len(recording) // 2 * 2])
+        start = self._searched.get(frequency, 0)
+        while start + self._BLOCK <= len(samples):
+            if _is_tone(samples[start : start + self._BLOCK], frequency / self.RATE):
+                return True
+            start = self._searched[frequency] = start + self._STEP
+        return False
 
     def close(self):
         processes.end(self._process)

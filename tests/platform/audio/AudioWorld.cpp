@@ -1,8 +1,5 @@
 #include "AudioWorld.h"
 
-#include <cmath>
-#include <numbers>
-
 namespace fenlo::test {
 
 namespace {
@@ -12,7 +9,7 @@ public:
     AudioInput& input() override { return m_input; }
     AudioOutput& output() override { return m_output; }
     bool passUntil(const std::function<bool()>& condition) override {
-        const auto moment = tone(440, 0.01, m_input.microphone.format.sampleRate);
+        const auto moment = sine(0.5F, 0.01, m_input.microphone.format.sampleRate, 440);
         for (int step = 0; step < 200 && !condition(); ++step)
             m_input.hear(moment);
         return condition();
@@ -116,14 +113,6 @@ double frequencyOf(std::span<const float> samples, double sampleRate) {
         }
     }
     return static_cast<double>(rises) * sampleRate / static_cast<double>(samples.size());
-}
-
-std::vector<float> tone(double frequency, double seconds, double sampleRate, float amplitude) {
-    std::vector<float> samples(static_cast<std::size_t>(seconds * sampleRate));
-    for (std::size_t i = 0; i < samples.size(); ++i)
-        samples[i] = amplitude * static_cast<float>(
-                                     std::sin(2 * std::numbers::pi * frequency * static_cast<double>(i) / sampleRate));
-    return samples;
 }
 
 } // namespace fenlo::test

@@ -5,6 +5,7 @@
 #include "platform/linux/audio/PulseAudioInput.h"
 #include "platform/linux/audio/PulseAudioOutput.h"
 #include "support/FakeAudio.h"
+#include "support/Signals.h"
 
 #include <functional>
 
@@ -32,6 +33,5 @@ std::unique_ptr<AudioWorld> makePulseWorld();
 
 /// By counting where the signal rises through zero.
 double frequencyOf(std::span<const float> samples, double sampleRate);
-std::vector<float> tone(double frequency, double seconds, double sampleRate, float amplitude = 0.5F);
 
 } // namespace fenlo::test

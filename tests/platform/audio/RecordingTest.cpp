@@ -61,7 +61,7 @@ protected:
 TEST_F(RecordingTest, HoldsWhatSoundsFromKeyDownOn) {
     PulseAudioOutput voice;
     EXPECT_TRUE(queue.runUntil([&] { // until the output is connected
-        voice.play(tone(440, 60, 44100), 44100);
+        voice.play(sine(0.5F, 60, 44100, 440), 44100);
         return server.control("list short sink-inputs").find("float32le") != std::string::npos;
     }));
     bool ready = false;

@@ -8,8 +8,6 @@
 
 #include <atspi/atspi-constants.h>
 #include <chrono>
-#include <csignal>
-#include <fstream>
 #include <gmock/gmock.h>
 
 using namespace fenlo;
@@ -163,26 +161,6 @@ TEST_F(AtspiAccessibilityTest, RequestAnnouncesAssistiveTechnology) {
                          "org.freedesktop.DBus.Properties.Get", "string:org.a11y.Status", "string:IsEnabled"})
                    .find("boolean true") != std::string::npos;
     }));
-}
-
-TEST_F(AtspiAccessibilityTest, RealEditorTellsItsTextAndMayFreeze) {
-    const std::string file = std::string(std::getenv("TMPDIR")) + "/letter.txt";
-    std::ofstream(file) << "Dear editor";
-    const ChildProcess editor({"mousepad", "--disable-server", file});
-    std::optional<FocusedElement> element;
-    ASSERT_TRUE(eventually(
-        [&] {
-            return (element = service.focusedElement(0.5)) && element->value.value_or("").starts_with("Dear editor");
-        },
-        20));
-    EXPECT_EQ(element->role, "AXTextArea");
-    outputOf({"xdotool", "key", "ctrl+a"});
-    EXPECT_TRUE(eventually(
-        [&] { return (element = service.focusedElement(0.5)) && element->selectedText.starts_with("Dear editor"); }));
-    editor.signal(SIGSTOP);
-    EXPECT_LT(secondsOf([&] { EXPECT_FALSE(service.focusedElement(0.15)); }), 0.25);
-    editor.signal(SIGCONT);
-    EXPECT_TRUE(eventually([&] { return service.focusedElement(0.5).has_value(); }));
 }
 
 TEST(AtspiAccessibilityWithoutBus, HasNoElementAndLogsTheReasonOnce) {

@@ -60,6 +60,10 @@ TEST_F(PasteIntoProgramsTest, EditorGetsTypedTextInEveryLayoutThatHasTheCharacte
         })) << layout
             << ": " << element.value_or(FocusedElement{}).value.value_or("nothing");
     }
+    outputOf({"xdotool", "key", "ctrl+a"});
+    EXPECT_TRUE(eventually([&] {
+        return (element = accessibility.focusedElement(0.5)) && element->selectedText == expected;
+    })) << "what is selected in a real program";
 }
 
 TEST_F(PasteIntoProgramsTest, TerminalGetsTheTextUnderALayoutWithoutLatinLetters) {

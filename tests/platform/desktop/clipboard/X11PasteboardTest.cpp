@@ -146,14 +146,6 @@ TEST_F(X11PasteboardTest, ReadsFromOtherProgramsWholeOrInPieces) {
     EXPECT_THAT(pasteboard.string(1).text, Optional(Eq("a\xEF\xBF\xBDz")));
 }
 
-TEST_F(X11PasteboardTest, ReadsWhatARealProgramCopied) {
-    const std::string text = longText(1'000'000);
-    const ChildProcess copier({"xclip", "-i", "-quiet", "-selection", "clipboard"}, text);
-    EXPECT_TRUE(eventually([&] { return pasteboard.string(1).text == text; }));
-    pasteboard.clear();
-    EXPECT_TRUE(eventually([] { return pasted().empty(); }));
-}
-
 TEST_F(X11PasteboardTest, OwnerWithoutAnAnswerCostsTheLimitOnly) {
     for (const Manner manner : {Manner::silent, Manner::stops, Manner::dribbles}) {
         const SelectionOwner owner(manner, longText(1'000'000));

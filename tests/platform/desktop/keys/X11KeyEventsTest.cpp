@@ -197,13 +197,6 @@ TEST_F(X11KeyEventsTest, KeyHeldSinceBeforeTheStart_IsNotReportedAsPressed) {
     EXPECT_THAT(heard, ElementsAre(0, mask::control));
 }
 
-TEST_F(X11KeyEventsTest, KeysOfOtherProgramsCountAsTheUsers) {
-    outputOf({"xdotool", "keydown", "Control_L", "key", "space", "keyup", "Control_L"});
-    ASSERT_TRUE(runUntilFlags(2));
-    EXPECT_THAT(flags, ElementsAre(mask::control, 0));
-    EXPECT_THAT(downs, ElementsAre(key::space));
-}
-
 TEST_F(X11KeyEventsTest, KeysAreHeardWhileAnotherProgramGrabsTheKeyboard) {
     ASSERT_EQ(XGrabKeyboard(display->get(), DefaultRootWindow(display->get()), False, GrabModeAsync, GrabModeAsync,
                             CurrentTime),
