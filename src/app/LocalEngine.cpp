@@ -99,6 +99,12 @@ fs::path installedModel(const std::string& name, const Deployment& deployment, H
     return whisper::installModel(config, http, clock, {}, stop);
 }
 
+bool removeModel(const std::string& name) {
+    if (whisper::isModelName(name))
+        whisper::removeCached(modelsDirectory() / name);
+    return whisper::removeLocalModel(modelsDirectory(), name);
+}
+
 void tellSteps(whisper::WhisperEngineConfig& config, const LocalTranscriber::Steps& steps) {
     config.downloadProgress = [steps](const hub::DownloadProgress& step) {
         steps({SetupStep::Kind::downloading, step.received, step.total});

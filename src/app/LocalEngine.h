@@ -45,6 +45,9 @@ std::optional<std::filesystem::path> findInstalledModel(const std::string& name)
 std::filesystem::path installedModel(const std::string& name, const Deployment& deployment, HttpClient& http,
                                      Clock& clock, std::stop_token stop);
 
+/// Removes an installed model with what was compiled of it. False when there is none; throws WhisperError.
+bool removeModel(const std::string& name);
+
 /// Has an engine that is made of the configuration tell how far its download and its preparation are.
 void tellSteps(whisper::WhisperEngineConfig& config, const LocalTranscriber::Steps& steps);
 

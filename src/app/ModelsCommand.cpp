@@ -5,7 +5,6 @@
 #include "WhisperEngine/Models/ModelRepository.h"
 #include "WhisperEngine/WhisperEngine.h"
 #include "WhisperEngine/WhisperError.h"
-#include "WhisperEngine/network/CheckpointFiles.h"
 #include "app/CommandServices.h"
 #include "app/ExitStatus.h"
 #include "app/LocalEngine.h"
@@ -21,7 +20,6 @@
 #include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <system_error>
 
 namespace fenlo {
 
@@ -32,22 +30,6 @@ namespace {
 using whisper::LocalModel;
 
 constexpr const char* bundledNote = "comes with Fenlo for demonstration: synthetic English, a toy vocabulary";
-
-std::vector<std::string> bundledModels() {
-    std::vector<std::string> names;
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(bundledModelsDirectory(), error))
-        if (!whisper::checkpointFault(entry.path()))
-            names.push_back(entry.path().filename().string());
-    std::ranges::sort(names);
-    return names;
-}
-
-/// Names with further parts ("_626MB") tell how a checkpoint was packed for other runtimes. Of the publishers' models
-/// they all mean the plain one.
-bool isPlain(const std::string& name) {
-    return std::ranges::count(name, '_') == 1;
-}
 
 std::string stateOf(const LocalModel& model) {
     if (model.fault)
@@ -95,13 +77,14 @@ ModelList findModels() {
     const Deployment deployment = Deployment::load();
     CurlHttpClient http;
     SystemClock clock;
-    ModelList models{whisper::listLocalModels(modelsDirectory()), {}, bundledModels()};
+    ModelList models{
+        whisper::listLocalModels(modelsDirectory()), {}, whisper::listBundledModels(bundledModelsDirectory())};
     std::ranges::copy_if(models.bundled, std::back_inserter(models.available),
                          [&](const auto& name) { return !models.isInstalled(name); });
     hub::HubClient hub(http, hub::HubSettings::fromEnvironment(), clock);
     try {
-        for (std::string& name : whisper::fetchAvailableModels(hub, {deployment.modelRepository}, {}, {}))
-            if (!models.isInstalled(name) && (!deployment.modelRepository.empty() || isPlain(name)))
+        for (std::string& name : whisper::fetchDistinctModels(hub, {deployment.modelRepository}, {}))
+            if (!models.isInstalled(name))
                 models.available.push_back(std::move(name));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "fenlo: cannot ask for the models to download: %s\n", error.what());
@@ -173,9 +156,7 @@ int runModelsRepair(const std::string& name) {
 }
 
 int runModelsRemove(const std::string& name) {
-    if (whisper::isModelName(name))
-        whisper::removeCached(modelsDirectory() / name);
-    if (whisper::removeLocalModel(modelsDirectory(), name))
+    if (removeModel(name))
         return exitStatus::ok;
     std::fprintf(stderr, "fenlo: there is no model \"%s\" in %s; `fenlo models list` shows the names\n", name.c_str(),
                  modelsDirectory().c_str());

@@ -73,6 +73,20 @@ std::vector<LocalModel> listLocalModels(const fs::path& downloadBase) {
     return models;
 }
 
+std::uint64_t bytesOfPartialDownload(const fs::path& downloadBase, const std::string& name) {
+    return isModelName(name) ? bytesIn(partialDownload(downloadBase, name)) : 0;
+}
+
+std::vector<std::string> listBundledModels(const fs::path& folder) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder, error))
+        if (!checkpointFault(entry.path()))
+            names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 bool removeLocalModel(const fs::path& downloadBase, const std::string& name) {
     if (!isModelName(name))
         throw WhisperError(WhisperError::Kind::modelsUnavailable,

@@ -30,6 +30,12 @@ bool removeLocalModel(const std::filesystem::path& downloadBase, const std::stri
 /// Whether a model's folder can have this name: one path component, not hidden.
 bool isModelName(std::string_view name);
 
+/// The bytes of a download that was not finished.
+std::uint64_t bytesOfPartialDownload(const std::filesystem::path& downloadBase, const std::string& name);
+
+/// The names of complete models in a folder that is only read; sorted.
+std::vector<std::string> listBundledModels(const std::filesystem::path& folder);
+
 /// Where the files of a model are collected until all have been downloaded; never listed.
 std::filesystem::path partialDownload(const std::filesystem::path& downloadBase, const std::string& name);
 

@@ -217,6 +217,25 @@ std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRe
     return names;
 }
 
+std::vector<std::string> fetchDistinctModels(hub::HubClient& hub, const ModelRepository& repository,
+                                             std::stop_token stop) {
+    auto names = fetchAvailableModels(hub, repository, {}, stop);
+    // Names with further parts ("_626MB") tell how a checkpoint was packed for other runtimes. Of the publishers'
+    // models they all mean the plain one.
+    if (repository.isStock())
+        std::erase_if(names, [](const std::string& name) { return std::ranges::count(name, '_') != 1; });
+    return names;
+}
+
+std::uint64_t fetchDownloadSize(const ModelDownloads& from, const std::string& variant, std::stop_token stop) try {
+    std::uint64_t bytes = 0;
+    for (const hub::RepoFile& file : Gathering(from, variant).neededFromHub(stop))
+        bytes += file.size;
+    return bytes;
+} catch (const hub::HubError& error) {
+    throw ofHub(error);
+}
+
 ModelSupportConfig fetchModelSupportConfig(const ModelDownloads& from, const Logging& log, std::stop_token stop) {
     const std::string& repo = from.repository.name;
     if (from.repository.isStock())

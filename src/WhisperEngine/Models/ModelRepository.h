@@ -4,6 +4,7 @@
 #include "WhisperEngine/Models/ModelSupport.h"
 #include "hub/HubClient.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <stop_token>
@@ -41,6 +42,13 @@ struct ModelDownloads {
 /// The available variants, the plainest names first. `matching` are globs; without any, all variants.
 std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRepository& repository,
                                               const std::vector<std::string>& matching, std::stop_token stop);
+
+/// fetchAvailableModels() without the names that mean the same checkpoint as another.
+std::vector<std::string> fetchDistinctModels(hub::HubClient& hub, const ModelRepository& repository,
+                                             std::stop_token stop);
+
+/// The bytes that a download of the variant takes in all.
+std::uint64_t fetchDownloadSize(const ModelDownloads& from, const std::string& variant, std::stop_token stop);
 
 /// The repository's own table of devices and models, or the built-in one. Fails only on a stop request. The file is
 /// kept below the base.
