@@ -68,6 +68,7 @@ struct OfflineModels::Running {
 struct OfflineModels::Found {
     std::vector<ModelWork::Installed> installed;
     std::vector<ModelWork::Fetchable> fetchable;
+    bool hasAskedHub = false;
     Note note;
 };
 
@@ -156,13 +157,14 @@ void OfflineModels::refresh() {
             if (!looking.stop_requested())
                 queue.post([show, found] { show(found); });
         };
-        Found found{work.installed(), {}, {}};
+        Found found{work.installed(), {}, false, {}};
         tell(found); // the hub may take its time
         try {
             found.fetchable = work.fetchable(either.get_token());
         } catch (const std::exception& error) {
             found.note = {Note::Kind::warning, sentence("The models to download cannot be listed", error)};
         }
+        found.hasAskedHub = true;
         tell(found);
         for (const ModelWork::Fetchable& model : found.fetchable) {
             if (either.stop_requested())
@@ -203,11 +205,17 @@ void OfflineModels::show(const Found& found) {
         row.isInstalled = false;
         row.partial = model.received;
     }
+    // Until the hub has answered, what it offered before stays.
+    if (!found.hasAskedHub)
+        std::ranges::copy_if(m_rows, std::back_inserter(rows), [&](const OfflineModelRow& row) {
+            return !row.isInstalled && std::ranges::find(rows, row.name, &OfflineModelRow::name) == rows.end();
+        });
     std::ranges::stable_sort(rows, [](const OfflineModelRow& a, const OfflineModelRow& b) {
         return std::pair(a.isInstalled, a.isUsed) > std::pair(b.isInstalled, b.isUsed);
     });
     m_rows = std::move(rows);
-    m_note = found.note;
+    if (found.hasAskedHub)
+        m_note = found.note;
     m_state = State::ready;
     m_changes.tell();
 }
