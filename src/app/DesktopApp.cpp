@@ -11,6 +11,7 @@
 
 #include "audio/AudioRecorder.h"
 #include "audio/ChosenInput.h"
+#include "audio/voice/VoiceProfile.h"
 #include "base/Background.h"
 #include "base/Clock.h"
 #include "base/Environment.h"
@@ -42,6 +43,7 @@
 
 #include <QApplication>
 #include <cstdio>
+#include <random>
 
 namespace fenlo {
 
@@ -109,12 +111,56 @@ SessionHooks sessionHooks(Workspace& workspace, TakeServices& services, Notifica
     return hooks;
 }
 
-AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, const Deployment& deployment, HomeWindow& home) {
+/// What the first start knows of this desktop and can do about it.
+SystemChecks::Desktop desktopChecks(Platform& platform, const AudioInput& microphone, Workspace& workspace,
+                                    TextInserter& inserter) {
+    return {
+        .microphone =
+            [&] {
+                const auto device = microphone.defaultDevice();
+                return device ? std::optional(device->name) : std::nullopt;
+            },
+        .hearsKeys = [&] { return platform.keys.hasXInput2(); },
+        .postsKeys = [&] { return platform.keys.canPost(); },
+        .hasAccessibility = [&] { return platform.accessibility.isAvailable(); },
+        .hasTray = [&] { return platform.statusItem.isShown(); },
+        .keyringAnswers =
+            [&] { return platform.secrets.load("google_refresh_token").status != SecureStore::Status::unavailable; },
+        .enableAccessibility = [&] { platform.accessibility.request(); },
+        .openSoundSettings = [&] { return workspace.openSoundSettings(); },
+        .askKeyringAgain = [&] { platform.secrets.askAgain(); },
+        .copy = [&](const std::string& text) { inserter.copyToClipboard(text); },
+    };
+}
+
+Practice::Steps practiceSteps(TakeServices& services) {
+    return {
+        .prepare =
+            [&](std::stop_token stop) {
+                if (services.config.get().offlineMode)
+                    services.localTranscriber.setup({}, stop);
+                else
+                    services.transcriber.setup(stop);
+            },
+        .transcribe = [&](const TranscribeRequest& request,
+                          std::stop_token stop) { return services.transcriber.transcribe(request, stop); },
+        .draw =
+            [](std::size_t count) {
+                std::random_device source;
+                return std::uniform_int_distribution<std::size_t>(0, count - 1)(source);
+            },
+    };
+}
+
+AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, Windows& windows, const Deployment& deployment) {
     AppHooks hooks;
+    hooks.showOnboarding = [&](OnboardingStart start) { windows.onboarding.show(std::move(start)); };
+    hooks.presentOnboarding = [&] { windows.onboarding.toFront(); };
+    hooks.showWelcome = [&] { windows.welcome.show(); };
+    hooks.showHome = [&](int tab) { windows.home.open(static_cast<HomeTab>(tab)); };
+    hooks.closeHome = [&] { windows.home.close(); };
     hooks.hasAccounts = !deployment.serviceHost.empty();
     hooks.terminate = [&] { mainQueue.quit(); };
-    hooks.showHome = [&](int tab) { home.open(static_cast<HomeTab>(tab)); };
-    hooks.closeHome = [&] { home.close(); };
     hooks.prepareLocalEngine = [&](std::stop_token stop) { services.localTranscriber.setup({}, stop); };
     hooks.prepareTranscriber = [&](std::stop_token stop) { services.transcriber.setup(stop); };
     hooks.recoverTakes = [&] { return services.keptTakes.recover(); };
@@ -156,14 +202,18 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
                      .audioInput = platform.audioInput,
                      .keys = platform.keys,
                      .workspace = workspace,
-                     .keychain = services.keychain,
-                     .localTranscriber = services.localTranscriber,
-                     .tones = tones,
                      .statistics = services.statistics,
-                     .copyToClipboard = [&](const std::string& text) { inserter.copyToClipboard(text); }});
+                     .copyToClipboard = [&](const std::string& text) { inserter.copyToClipboard(text); },
+                     .firstStart = {{microphone, clock, mainQueue, background, config, notifications, platform.keys,
+                                     tones, overlay},
+                                    menuBar,
+                                    practiceSteps(services),
+                                    desktopChecks(platform, microphone, workspace, inserter),
+                                    SignIn(),
+                                    voiceProfileFile()}});
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
-                         appHooks(mainQueue, services, deployment, windows.home));
+                         appHooks(mainQueue, services, windows, deployment));
 
     runProgram({.launch = [&] { delegate.launch(); },
                 .loop = [&] { mainQueue.run(); },

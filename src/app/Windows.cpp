@@ -5,7 +5,7 @@
 #include "audio/voice/VoiceProfile.h"
 #include "base/Environment.h"
 #include "platform/Workspace.h"
-#include "text/Snippets.h"
+#include "session/HotkeyListener.h"
 
 #include <QSysInfo>
 
@@ -32,16 +32,7 @@ AboutServices aboutServices(const WindowServices& services) {
 } // namespace
 
 Windows::Windows(const WindowServices& services)
-    : appearance(services.config), settings({.config = services.config,
-                                             .mainQueue = services.mainQueue,
-                                             .background = services.background,
-                                             .notifications = services.notifications,
-                                             .keychain = services.keychain,
-                                             .localTranscriber = services.localTranscriber,
-                                             .tones = services.tones,
-                                             .workspace = services.workspace}),
-      hotkeyTest(services.config, services.keys, services.notifications, services.mainQueue),
-      snippets(Snippets::defaultFile(), services.clock),
+    : appearance(services.config),
       dashboard({services.statistics, services.clock, services.mainQueue, services.background, services.notifications}),
       history({services.statistics, services.clock, services.mainQueue, services.background, services.notifications,
                services.copyToClipboard}),
@@ -52,15 +43,11 @@ Windows::Windows(const WindowServices& services)
                    {services.audioInput, services.clock, services.mainQueue, services.background, services.config,
                     services.notifications, services.keys},
                    voiceProfileFile()),
-      about(aboutServices(services)), home({.appearance = appearance,
-                                            .dashboard = dashboard,
-                                            .history = history,
-                                            .settings = settings,
-                                            .hotkeyTest = hotkeyTest,
-                                            .snippets = snippets,
-                                            .voice = voice,
-                                            .readPassage = [this] { voiceReading.open(); },
-                                            .about = about}) {
+      about(aboutServices(services)),
+      home({appearance, dashboard, history, voice, [this] { voiceReading.open(); }, about}),
+      onboarding(appearance, services.firstStart), welcome(appearance, services.mainQueue, [&config = services.config] {
+          return hotkeyLabel(config.get().hotkey);
+      }) {
     voiceReading.onClosed = [this] { voice.refresh(); };
 }
 

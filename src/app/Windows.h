@@ -3,13 +3,12 @@
 #include "shell/home/AboutModel.h"
 #include "shell/home/DashboardModel.h"
 #include "shell/home/HistoryModel.h"
-#include "shell/home/HomeViewModel.h"
-#include "shell/home/HotkeyTest.h"
-#include "shell/home/SnippetsModel.h"
 #include "shell/home/VoiceProfileModel.h"
 #include "ui/controls/Appearance.h"
 #include "ui/home/HomeWindow.h"
+#include "ui/onboarding/OnboardingWindow.h"
 #include "ui/onboarding/VoiceReadingWindow.h"
+#include "ui/onboarding/WelcomeWindow.h"
 
 #include <functional>
 #include <string>
@@ -36,11 +35,9 @@ struct WindowServices {
     AudioInput& audioInput;
     KeyEvents& keys;
     Workspace& workspace;
-    Keychain& keychain;
-    LocalTranscriber& localTranscriber;
-    TonePlayer& tones;
     StatisticsStore& statistics;
     std::function<void(const std::string&)> copyToClipboard;
+    OnboardingServices firstStart;
 };
 
 /// The windows of the desktop program, and the models that live as long as it does.
@@ -50,15 +47,14 @@ struct Windows {
     Windows& operator=(const Windows&) = delete;
 
     Appearance appearance;
-    HomeViewModel settings;
-    HotkeyTest hotkeyTest;
-    SnippetsModel snippets;
     DashboardModel dashboard;
     HistoryModel history;
     VoiceProfileModel voice;
     VoiceReadingWindow voiceReading;
     AboutModel about;
     HomeWindow home;
+    OnboardingWindow onboarding;
+    WelcomeWindow welcome;
 };
 
 } // namespace fenlo

@@ -51,6 +51,8 @@ public:
     virtual void onScreenLocked(std::function<void()> handler) = 0;
 
     virtual void openUrl(const std::string& url) = 0;
+    /// Opens the desktop's page for microphones. False when it has no program for that.
+    virtual bool openSoundSettings() = 0;
 };
 
 } // namespace fenlo

@@ -63,6 +63,8 @@ public:
         m_busMenu.setItems(std::move(items));
     }
 
+    bool isShown() const { return m_notifier || m_embedded; }
+
 private:
     void useHost(TrayHost host) {
         m_notifier.reset();
@@ -110,6 +112,10 @@ void QtStatusItem::setFace(IconFace face) {
 
 void QtStatusItem::setMenu(std::vector<MenuItem> items) {
     m_private->setMenu(std::move(items));
+}
+
+bool QtStatusItem::isShown() const {
+    return m_private->isShown();
 }
 
 } // namespace fenlo

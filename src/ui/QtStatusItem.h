@@ -15,6 +15,8 @@ public:
 
     void setFace(IconFace face) override;
     void setMenu(std::vector<MenuItem> items) override;
+    /// Whether a panel shows it.
+    bool isShown() const;
 
 private:
     class Private;

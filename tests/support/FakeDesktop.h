@@ -136,6 +136,10 @@ public:
             screenLocked();
     }
     void openUrl(const std::string& url) override { opened.push_back(url); }
+    bool openSoundSettings() override {
+        opened.push_back("sound settings");
+        return true;
+    }
 
     std::optional<FrontApplication> front;
     std::function<void()> onFront = [] {};

@@ -1,21 +1,15 @@
 #pragma once
 
-#include "base/Changes.h"
-#include "base/Lifetime.h"
-#include "base/MainQueue.h"
 #include "settings/Choices.h"
+#include "shell/home/MicrophoneModel.h"
 
-#include <atomic>
-#include <functional>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace fenlo {
 
-class AudioInput;
-class CaptureEngine;
 class Config;
 class MenuBarController;
 
@@ -31,8 +25,7 @@ public:
         const char* text;
     };
 
-    MicrophoneForm(AudioInput& input, MainQueue& mainQueue, Config& config, MenuBarController& menuBar);
-    ~MicrophoneForm();
+    MicrophoneForm(MicrophoneModel::Services services, MenuBarController& menuBar);
     MicrophoneForm(const MicrophoneForm&) = delete;
     MicrophoneForm& operator=(const MicrophoneForm&) = delete;
 
@@ -41,27 +34,18 @@ public:
     MicMode chosen() const;
     void choose(MicMode mode);
 
-    void begin();
-    void end();
-    /// Of the input in use; none without a microphone.
-    std::optional<std::string> inputName() const;
-    float level() const { return m_shownLevel; } // 0 to 1
+    void begin() { m_listening = devices.listen(); }
+    void end() { m_listening.reset(); }
+
+    MicrophoneModel devices;
 
     [[nodiscard]] Changes::Watch watch(std::function<void()> handler) { return m_changes.watch(std::move(handler)); }
 
 private:
-    void listen();
-
-    AudioInput& m_input;
-    MainQueue& m_mainQueue;
     Config& m_config;
     MenuBarController& m_menuBar;
-    std::atomic<float> m_level = 0; // written by the audio thread
-    float m_shownLevel = 0;
-    Timer m_timer;
-    Changes m_changes;
-    Lifetime m_lifetime;
-    std::unique_ptr<CaptureEngine> m_engine; // destroyed first, so that no tap call comes afterwards
+    std::shared_ptr<void> m_listening;
+    Changes m_changes; // of the mode
 };
 
 } // namespace fenlo

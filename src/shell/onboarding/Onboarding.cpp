@@ -1,5 +1,9 @@
 #include "shell/onboarding/Onboarding.h"
 
+#include "session/HotkeyListener.h"
+#include "settings/Config.h"
+#include "text/professions/Professions.h"
+
 #include <utility>
 
 namespace fenlo {
@@ -7,7 +11,9 @@ namespace fenlo {
 Onboarding::Onboarding(const OnboardingServices& services, OnboardingStart start)
     : login(services.signIn), profession(services.take.config),
       checks(services.desktop, services.take.queue, services.take.background),
-      microphone(services.take.input, services.take.queue, services.take.config, services.menuBar),
+      microphone({services.take.input, services.take.config, services.take.notifications, services.take.queue,
+                  [] { return std::nullopt; }},
+                 services.menuBar),
       practice(services.take, services.steps, state), flow(state, std::move(start)), m_services(services.take),
       m_voiceProfile(services.voiceProfile) {
     login.onSignedIn = [this](const std::string& name, const std::string& email) { flow.signedIn(name, email); };
@@ -21,10 +27,24 @@ void Onboarding::begin() {
                 .onLeave = [this](OnboardingScreen screen, auto leaving) { leave(screen, leaving); }});
 }
 
+std::string Onboarding::hotkey() const {
+    return hotkeyLabel(m_services.config.get().hotkey);
+}
+
+std::string Onboarding::sample() const {
+    return std::string(profile(m_services.config.get().profession).sample);
+}
+
+std::vector<Feature> Onboarding::features() const {
+    return featureList(m_services.config.get().profession, hotkey());
+}
+
 bool Onboarding::isWanted(OnboardingScreen screen) const {
     switch (screen) {
     case OnboardingScreen::professionDetails:
         return profession.isChosen();
+    case OnboardingScreen::recogniser:
+        return false;
     case OnboardingScreen::email:
         return login.lacksEmail();
     default:

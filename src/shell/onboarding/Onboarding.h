@@ -1,5 +1,6 @@
 #pragma once
 
+#include "shell/onboarding/FeatureList.h"
 #include "shell/onboarding/LoginForm.h"
 #include "shell/onboarding/MicrophoneForm.h"
 #include "shell/onboarding/OnboardingFlow.h"
@@ -44,6 +45,10 @@ public:
     MicrophoneForm microphone;
     Practice practice;
     OnboardingFlow flow;
+
+    std::string hotkey() const; // its label
+    std::string sample() const; // a sentence to practise with, for the user's profession
+    std::vector<Feature> features() const;
 
     /// Of the screen with the voice profile; null before it is entered. Another one each time.
     VoiceReading* reading() const { return m_reading.get(); }

@@ -17,6 +17,20 @@ constexpr char copyAction[] = "Copy Command";
 SystemChecks::SystemChecks(Desktop desktop, MainQueue& mainQueue, Background& background)
     : m_desktop(std::move(desktop)), m_mainQueue(mainQueue), m_background(background) {}
 
+const char* SystemChecks::labelOf(State state) {
+    switch (state) {
+    case State::checking:
+        return "Checking";
+    case State::works:
+        return "Ready";
+    case State::limited:
+        return "Limited";
+    case State::broken:
+        break;
+    }
+    return "Missing";
+}
+
 void SystemChecks::begin() {
     m_timer = m_mainQueue.every(interval, [this] { look(); });
     look();

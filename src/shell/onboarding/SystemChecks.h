@@ -61,6 +61,7 @@ public:
     void end();
 
     const std::vector<Row>& rows() const { return m_rows; }
+    static const char* labelOf(State state);
     /// Carries the row's remedy out. Where that changes nothing, the row offers the command to run instead.
     void act(Subject subject);
 

@@ -17,14 +17,28 @@ QUIET = {"play_sounds": False, "smart_rewrite": False}
 class Fenlo:
     """Runs the program, against stand-in services where there are some, and reads its log and its files."""
 
-    def __init__(self, program, folder, services, settings=None, environment=None, deployment=None, history=None):
+    def __init__(
+        self,
+        program,
+        folder,
+        services,
+        settings=None,
+        environment=None,
+        deployment=None,
+        history=None,
+        onboarded=True,
+    ):
+        """A home that is not `onboarded` is bare: no settings, and the window of the first start comes."""
         self._program = program
         self.home = folder / "home"
         self.temporary = folder / "temporary"
         self.temporary.mkdir(exist_ok=True)
         self.log_file = self.home / ".local/state/fenlo/Fenlo.log"
         self._errors = open(folder / "fenlo.stderr", "a+")
-        self._prepare_home(settings or {}, history or [])
+        if onboarded:
+            self._prepare_home(settings or {}, history or [])
+        else:
+            self.home.mkdir(exist_ok=True)
         deployment_file = folder / "deployment.json"
         values = {"offline_model": OFFLINE_MODEL}
         if services:
@@ -44,7 +58,7 @@ class Fenlo:
             del self.environment[name]
         self._earlier_lines = len(self._whole_log())
         self.process = self._start()
-        self.wait_for("[Fenlo] Ready.")
+        self.wait_for("[Fenlo] Ready." if onboarded else "[Fenlo] Showing onboarding")
 
     def forget(self):
         """Leaves out what the log has so far."""

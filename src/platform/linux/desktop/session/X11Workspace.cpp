@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/session/X11Workspace.h"
 
+#include "base/Environment.h"
 #include "base/Log.h"
 #include "base/MainQueue.h"
 #include "base/Text.h"
@@ -17,6 +18,31 @@
 namespace fenlo {
 
 namespace {
+
+/// What opens the page for microphones on a desktop.
+struct SettingsProgram {
+    const char* desktop; // a part of XDG_CURRENT_DESKTOP; empty for any
+    const char* program;
+    const char* argument;
+};
+
+constexpr std::array soundSettings{
+    SettingsProgram{"gnome", "gnome-control-center", "sound"},
+    SettingsProgram{"kde", "systemsettings", "kcm_pulseaudio"},
+    SettingsProgram{"kde", "systemsettings5", "kcm_pulseaudio"},
+    SettingsProgram{"cinnamon", "cinnamon-settings", "sound"},
+    SettingsProgram{"mate", "mate-volume-control", "--page=input"},
+    SettingsProgram{"", "pavucontrol", "--tab=4"},
+};
+
+/// Starts a program that runs on by itself. False when it is not installed.
+bool start(std::string program, std::string argument) {
+    std::array<char*, 3> command{program.data(), argument.data(), nullptr};
+    constexpr auto flags =
+        static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
+    // GLib starts it as a grandchild, so there is no child to wait for.
+    return g_spawn_async(nullptr, command.data(), nullptr, flags, nullptr, nullptr, nullptr, nullptr);
+}
 
 constexpr double callPatience = 1.0; // seconds for the running instance to answer
 
@@ -108,13 +134,17 @@ void X11Workspace::openUrl(const std::string& url) {
         logError("Not an address to open");
         return;
     }
-    std::string program = "xdg-open", argument = url;
-    std::array<char*, 3> command{program.data(), argument.data(), nullptr};
-    constexpr auto flags =
-        static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
-    // GLib starts it as a grandchild, so there is no child to wait for.
-    if (!g_spawn_async(nullptr, command.data(), nullptr, flags, nullptr, nullptr, nullptr, nullptr))
+    if (!start("xdg-open", url))
         logError("Cannot open an address: is xdg-open installed?");
+}
+
+bool X11Workspace::openSoundSettings() {
+    const auto isOn = [desktops = text::lower(environment("XDG_CURRENT_DESKTOP"))](const SettingsProgram& page) {
+        return desktops.find(page.desktop) != std::string::npos;
+    };
+    // A program of another desktop may be installed, and be of no use here.
+    return std::ranges::any_of(soundSettings,
+                               [&](const auto& page) { return isOn(page) && start(page.program, page.argument); });
 }
 
 } // namespace fenlo

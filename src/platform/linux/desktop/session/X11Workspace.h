@@ -46,6 +46,7 @@ public:
     void onScreenLocked(std::function<void()> handler) override;
     /// Opens http, https, mailto and file addresses only.
     void openUrl(const std::string& url) override;
+    bool openSoundSettings() override;
 
 private:
     void called(std::function<void()> answer);

@@ -1,0 +1,29 @@
+import QtQuick
+import QtQuick.Layouts
+import Fenlo.Controls
+import Fenlo.Onboarding
+
+StepPage {
+    id: step
+
+    heading: "Where does mail reach you?"
+    introduction: "Your sign-in gave no address. Fenlo uses it for the meeting notes that you ask for, and for nothing else."
+    canContinue: step.start.isEmail(address.text)
+    skipCaption: "Skip for now"
+    first: address
+
+    function proceed() {
+        step.start.giveEmail(address.text)
+        step.start.next()
+    }
+
+    Field {
+        id: address
+
+        name: "E-mail address"
+        placeholderText: "name@example.org"
+        inputMethodHints: Qt.ImhEmailCharactersOnly
+        Layout.fillWidth: true
+        onAccepted: if (step.canContinue) step.proceed()
+    }
+}

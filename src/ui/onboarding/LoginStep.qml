@@ -1,0 +1,83 @@
+import QtQuick
+import QtQuick.Layouts
+import Fenlo.Controls
+
+StepPage {
+    id: step
+
+    nextCaption: ""
+    first: step.start.offersSignIn ? google : without
+
+    ColumnLayout {
+        spacing: Theme.unit * 2
+        Layout.fillWidth: true
+        Layout.topMargin: Theme.unit * 3
+
+        Repeater {
+            model: ["Talk more.", "Type less."]
+
+            Text {
+                required property string modelData
+
+                text: modelData
+                font.family: Theme.family
+                font.pixelSize: Theme.figureSize
+                font.weight: Font.Bold
+                color: Theme.text
+                horizontalAlignment: Text.AlignHCenter
+                Layout.fillWidth: true
+                Layout.bottomMargin: -Theme.unit * 1.5
+                Accessible.role: Accessible.Heading
+                Accessible.name: text
+            }
+        }
+        Label {
+            text: "You speak at 150 wpm. You type at 40.\nFenlo gives you that time back."
+            color: Theme.faint
+            horizontalAlignment: Text.AlignHCenter
+            Layout.fillWidth: true
+            Layout.topMargin: Theme.unit * 2
+            Layout.bottomMargin: Theme.unit * 2
+        }
+        PrimaryButton {
+            id: google
+
+            text: "Continue with Google"
+            visible: step.start.offersSignIn
+            enabled: !step.start.isSigningIn
+            Layout.alignment: Qt.AlignHCenter
+            Layout.preferredWidth: Theme.textSize * 22
+            onClicked: step.start.signInWithGoogle()
+        }
+        PlainButton {
+            text: "Continue with Apple"
+            visible: step.start.offersSignIn
+            enabled: !step.start.isSigningIn
+            Layout.alignment: Qt.AlignHCenter
+            Layout.preferredWidth: Theme.textSize * 22
+            onClicked: step.start.signInWithApple()
+        }
+        RowLayout {
+            visible: step.start.waitsForApple
+            spacing: Theme.unit
+            Layout.alignment: Qt.AlignHCenter
+
+            Label { text: "Waiting for Apple sign-in..." }
+            LinkButton {
+                text: "Cancel"
+                onClicked: step.start.cancelSignIn()
+            }
+        }
+        Notice {
+            kind: "error"
+            text: step.start.loginError
+        }
+        LinkButton {
+            id: without
+
+            text: "Continue without an account"
+            Layout.alignment: Qt.AlignHCenter
+            onClicked: step.start.continueWithoutAccount()
+        }
+    }
+}
