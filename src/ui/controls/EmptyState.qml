@@ -23,6 +23,8 @@ ColumnLayout {
         wrapMode: Text.Wrap
         textFormat: Text.PlainText
         Layout.fillWidth: true
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
     }
     Label {
         text: empty.text

@@ -36,10 +36,12 @@ Rectangle {
             implicitHeight: Theme.unit
             radius: width / 2
             color: notice.tone
-            Layout.alignment: Qt.AlignTop
-            Layout.topMargin: Theme.textSize * 0.35
+            Layout.alignment: caption.lineCount > 1 ? Qt.AlignTop : Qt.AlignVCenter
+            Layout.topMargin: caption.lineCount > 1 ? Theme.textSize * 0.35 : 0
         }
         Label {
+            id: caption
+
             text: notice.text
             Layout.fillWidth: true
             Accessible.ignored: true

@@ -33,6 +33,20 @@ ScrollView {
                                       bottom + Theme.unit * 2 - page.availableHeight)
     }
 
+    // What no control has use for scrolls the page.
+    Keys.onPressed: event => {
+        const lines = { [Qt.Key_Up]: -3, [Qt.Key_Down]: 3 }[event.key] ?? 0
+        const pages = { [Qt.Key_PageUp]: -0.9, [Qt.Key_PageDown]: 0.9, [Qt.Key_Home]: -1000, [Qt.Key_End]: 1000 }[event.key] ?? 0
+        event.accepted = event.modifiers === Qt.NoModifier && (lines !== 0 || pages !== 0)
+        if (event.accepted)
+            scroll(lines * Theme.textSize + pages * availableHeight)
+    }
+
+    function scroll(distance) {
+        const flick = page.contentItem as Flickable
+        flick.contentY = Math.max(0, Math.min(page.contentHeight - page.availableHeight, flick.contentY + distance))
+    }
+
     function within(item) {
         for (let it = item; it; it = it.parent)
             if (it === column)

@@ -26,7 +26,10 @@ Rectangle {
     Accessible.role: Accessible.Chart
     Accessible.name: title
     Accessible.description: sentence
+    Accessible.focusable: true
+    activeFocusOnTab: true
 
+    FocusRing { visible: chart.activeFocus; around: Theme.cardRadius }
     ColumnLayout {
         id: column
 

@@ -15,7 +15,6 @@ FocusScope {
     Page {
         anchors.fill: parent
         focus: true
-        activeFocusOnTab: true
         visible: !tab.dashboard.empty && !tab.dashboard.loading
         heading: "Your dictation"
 

@@ -33,6 +33,9 @@ ItemDelegate {
     bottomPadding: Theme.unit * 1.5
     focusPolicy: Qt.NoFocus
     onClicked: chosen()
+    // A row that waits for another use would still be read out.
+    ListView.onPooled: visible = false
+    ListView.onReused: visible = true
     Accessible.role: Accessible.ListItem
     Accessible.name: when + ", " + words + ": " + entryText
     Accessible.description: speed + ", " + length

@@ -50,12 +50,12 @@ FocusScope {
                 enabled: tab.history.state === HistoryList.Ready && !tab.history.exporting
                 onClicked: formats.popup(this, 0, height)
 
-                Menu {
+                ActionMenu {
                     id: formats
 
-                    MenuItem { text: "Text…"; onTriggered: tab.exportAs("txt"); Accessible.onPressAction: triggered() }
-                    MenuItem { text: "Table (CSV)…"; onTriggered: tab.exportAs("csv"); Accessible.onPressAction: triggered() }
-                    MenuItem { text: "JSON…"; onTriggered: tab.exportAs("json"); Accessible.onPressAction: triggered() }
+                    ActionItem { text: "Text…"; onTriggered: tab.exportAs("txt") }
+                    ActionItem { text: "Table (CSV)…"; onTriggered: tab.exportAs("csv") }
+                    ActionItem { text: "JSON…"; onTriggered: tab.exportAs("json") }
                 }
             }
             PlainButton {
@@ -71,14 +71,6 @@ FocusScope {
             Layout.leftMargin: Theme.half
             Accessible.role: Accessible.StaticText
             Accessible.name: text
-        }
-        Notice {
-            id: notice
-
-            kind: tab.history.noticeKind
-            text: tab.history.noticeText
-            action: tab.history.noticeAction
-            onActed: tab.history.answerNotice()
         }
         Item {
             Layout.fillWidth: true
@@ -131,6 +123,15 @@ FocusScope {
                         event.accepted = false
                 }
 
+                // Who looks at the newest sees the next one come.
+                Connections {
+                    target: tab.history
+                    function onRowsInserted(parent, first, last) {
+                        if (first === 0 && list.atYBeginning)
+                            Qt.callLater(list.positionViewAtBeginning)
+                    }
+                }
+
                 delegate: HistoryEntry {
                     onChosen: { list.currentIndex = index; list.forceActiveFocus(Qt.MouseFocusReason) }
                     onCopied: tab.history.copy(index)
@@ -143,12 +144,12 @@ FocusScope {
                     }
                 }
 
-                Menu {
+                ActionMenu {
                     id: actions
 
-                    MenuItem { text: "Copy"; onTriggered: tab.history.copy(list.currentIndex); Accessible.onPressAction: triggered() }
-                    MenuItem { text: "Show More or Less"; onTriggered: tab.history.toggle(list.currentIndex); Accessible.onPressAction: triggered() }
-                    MenuItem { text: "Delete"; onTriggered: tab.history.remove(list.currentIndex); Accessible.onPressAction: triggered() }
+                    ActionItem { text: "Copy"; onTriggered: tab.history.copy(list.currentIndex) }
+                    ActionItem { text: "Show More or Less"; onTriggered: tab.history.toggle(list.currentIndex) }
+                    ActionItem { text: "Delete"; ink: Theme.danger; onTriggered: tab.history.remove(list.currentIndex) }
                 }
             }
             EmptyState {
@@ -160,6 +161,18 @@ FocusScope {
                 action: tab.history.state === HistoryList.NoMatch ? "Clear Search" : ""
                 onActed: { tab.history.query = ""; search.forceActiveFocus(Qt.TabFocusReason) }
             }
+        }
+        Notice {
+            id: notice
+
+            kind: tab.history.noticeKind
+            text: tab.history.noticeText
+            action: tab.history.noticeAction
+            onActed: {
+                tab.history.answerNotice()
+                list.forceActiveFocus(Qt.TabFocusReason)
+            }
+            Layout.bottomMargin: visible ? Theme.unit * 2 : 0
         }
     }
     QuestionDialog {
