@@ -40,6 +40,10 @@ void HistoryList::follow(const HistoryModel::RowEdit& edit) {
         beginInsertRows({}, first, first + count - 1);
         m_count += count;
         endInsertRows();
+        if (first == 0) {
+            ++m_arrivals;
+            Q_EMIT arrived();
+        }
         break;
     case HistoryModel::RowEdit::Kind::removed:
         beginRemoveRows({}, first, first + count - 1);

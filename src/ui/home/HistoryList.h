@@ -15,6 +15,7 @@ class HistoryList final : public QAbstractListModel {
     QML_ELEMENT
     QML_UNCREATABLE("given to the home window")
     Q_PROPERTY(State state READ state NOTIFY changed)
+    Q_PROPERTY(int arrivals READ arrivals NOTIFY arrived) // how often rows came above all others
     Q_PROPERTY(bool slow READ slow NOTIFY changed)
     Q_PROPERTY(QString countText READ countText NOTIFY changed)
     Q_PROPERTY(QString emptyTitle READ emptyTitle NOTIFY changed)
@@ -40,6 +41,7 @@ public:
     QHash<int, QByteArray> roleNames() const override;
 
     State state() const;
+    int arrivals() const { return m_arrivals; }
     bool slow() const { return m_model.isSlow(); }
     QString countText() const;
     QString emptyTitle() const;
@@ -67,6 +69,7 @@ public:
 
 Q_SIGNALS:
     void changed();
+    void arrived();
 
 private:
     void follow(const HistoryModel::RowEdit& edit);
@@ -74,6 +77,7 @@ private:
 
     HistoryModel& m_model;
     int m_count = 0; // rows that the list knows of
+    int m_arrivals = 0;
     Changes::Watch m_watch;
 };
 

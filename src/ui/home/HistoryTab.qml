@@ -79,6 +79,15 @@ FocusScope {
             ListView {
                 id: list
 
+                // Who looks at the newest sees the next one come.
+                readonly property int arrivals: tab.history.arrivals
+                onArrivalsChanged: {
+                    if (!atYBeginning)
+                        return
+                    forceLayout()
+                    positionViewAtBeginning()
+                }
+
                 readonly property int page: Math.max(1, Math.floor(height / (Theme.textSize * 6)))
 
                 anchors.fill: parent
@@ -121,15 +130,6 @@ FocusScope {
                         tab.openMenu()
                     else
                         event.accepted = false
-                }
-
-                // Who looks at the newest sees the next one come.
-                Connections {
-                    target: tab.history
-                    function onRowsInserted(parent, first, last) {
-                        if (first === 0 && list.atYBeginning)
-                            Qt.callLater(list.positionViewAtBeginning)
-                    }
                 }
 
                 delegate: HistoryEntry {

@@ -1,0 +1,85 @@
+#!/usr/bin/env python3
+"""usage: scripts/virtual-desktop /usr/bin/python3 bench/home_window.py PROGRAM [ENTRIES]
+
+Opens the home window of PROGRAM with a long history (20000) six times, and prints how long each opening, the list, a search,
+End and Home take, and the program's memory (PSS) before, with and after.
+"""
+
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+PROJECT = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(PROJECT / "tests/desktop"))
+
+from harness import desktop, screen  # noqa: E402
+from harness.fenlo import Fenlo  # noqa: E402
+from harness.waiting import wait_for  # noqa: E402
+
+OPENINGS = 6
+
+
+def memory(pid):
+    """Megabytes."""
+    lines = Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines()
+    return int(next(line for line in lines if line.startswith("Pss:")).split()[1]) / 1024
+
+
+def processor(pid):
+    """Seconds that the program has computed so far."""
+    fields = Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
+    return (int(fields[11]) + int(fields[12])) / 100
+
+
+def timed(what, pid, act):
+    start, busy = time.monotonic(), processor(pid)
+    result = act()
+    print(f"  {what:<34}{1000 * (time.monotonic() - start):6.0f} ms, computed {1000 * (processor(pid) - busy):5.0f} ms")
+    return result
+
+
+def walk(fenlo, entries):
+    """One opening, with the keys of a person in it."""
+    pid = fenlo.process.pid
+    timed("second start to mapped window", pid, lambda: (fenlo.start_second(), wait_for(lambda: desktop.windows_of(pid), "it")))
+    home = screen.window(pid)
+    timed("History: first rows", pid, lambda: (home.find("page tab", "History").press(), home.find("label", f"{entries} entries")))
+    history = home.find("list", "History")
+    history.focus()
+    timed("End", pid, lambda: (desktop.press("End"), _wait_focus(history)))
+    timed("30 times Page Up", pid, lambda: (desktop.press(*["Prior"] * 30), _wait_focus(history)))
+    timed("Home", pid, lambda: (desktop.press("Home"), _wait_focus(history)))
+    desktop.shortcut("f")
+    timed("search as one types 'brulee'", pid, lambda: (desktop.type_text("brulee"), home.find("label", f"{len(range(69, entries, 115)) + 0} of {entries} entries")))
+    timed("Dashboard", pid, lambda: (home.find("page tab", "Dashboard").press(), home.find("chart", "Words a day")))
+    print(f"  memory with the window: {memory(pid):.1f} MB")
+    desktop.shortcut("w")
+    wait_for(lambda: not screen.is_open(pid), "the window to close")
+    time.sleep(1)  # until the memory is given back
+    print(f"  memory after: {memory(pid):.1f} MB")
+
+
+def _wait_focus(history):
+    wait_for(lambda: any(node.has("focused") for node in history.all("list item")), "the keyboard at an entry")
+
+
+def main(program, entries):
+    with tempfile.TemporaryDirectory() as folder:
+        file = Path(folder) / "home/.fenlo/stats.json"
+        subprocess.run([sys.executable, PROJECT / "bench/make_history.py", file, str(entries)], check=True)
+        print(f"{entries} entries, {file.stat().st_size / 1e6:.1f} MB")
+        fenlo = Fenlo(program, Path(folder), None)
+        time.sleep(2)
+        print(f"memory before: {memory(fenlo.process.pid):.1f} MB")
+        for opening in range(1, OPENINGS + 1):
+            print(f"opening {opening}")
+            walk(fenlo, entries)
+        fenlo.close()
+
+
+if __name__ == "__main__":
+    if len(sys.argv) not in (2, 3):
+        sys.exit(__doc__.strip())
+    main(sys.argv[1], int(sys.argv[2]) if len(sys.argv) == 3 else 20000)
