@@ -6,6 +6,7 @@
 #include "base/Environment.h"
 #include "platform/Workspace.h"
 #include "session/HotkeyListener.h"
+#include "text/Snippets.h"
 
 #include <QSysInfo>
 
@@ -32,7 +33,16 @@ AboutServices aboutServices(const WindowServices& services) {
 } // namespace
 
 Windows::Windows(const WindowServices& services)
-    : appearance(services.config),
+    : appearance(services.config), settings({.config = services.config,
+                                             .mainQueue = services.mainQueue,
+                                             .background = services.background,
+                                             .notifications = services.notifications,
+                                             .keychain = services.keychain,
+                                             .localTranscriber = services.localTranscriber,
+                                             .tones = services.tones,
+                                             .workspace = services.workspace}),
+      hotkeyTest(services.config, services.keys, services.notifications, services.mainQueue),
+      snippets(Snippets::defaultFile(), services.clock),
       dashboard({services.statistics, services.clock, services.mainQueue, services.background, services.notifications}),
       history({services.statistics, services.clock, services.mainQueue, services.background, services.notifications,
                services.copyToClipboard}),
@@ -43,8 +53,15 @@ Windows::Windows(const WindowServices& services)
                    {services.audioInput, services.clock, services.mainQueue, services.background, services.config,
                     services.notifications, services.keys},
                    voiceProfileFile()),
-      about(aboutServices(services)),
-      home({appearance, dashboard, history, voice, [this] { voiceReading.open(); }, about}),
+      about(aboutServices(services)), home({.appearance = appearance,
+                                            .dashboard = dashboard,
+                                            .history = history,
+                                            .settings = settings,
+                                            .hotkeyTest = hotkeyTest,
+                                            .snippets = snippets,
+                                            .voice = voice,
+                                            .readPassage = [this] { voiceReading.open(); },
+                                            .about = about}),
       onboarding(appearance, services.firstStart), welcome(appearance, services.mainQueue, [&config = services.config] {
           return hotkeyLabel(config.get().hotkey);
       }) {

@@ -3,6 +3,9 @@
 #include "shell/home/AboutModel.h"
 #include "shell/home/DashboardModel.h"
 #include "shell/home/HistoryModel.h"
+#include "shell/home/HomeViewModel.h"
+#include "shell/home/HotkeyTest.h"
+#include "shell/home/SnippetsModel.h"
 #include "shell/home/VoiceProfileModel.h"
 #include "ui/controls/Appearance.h"
 #include "ui/home/HomeWindow.h"
@@ -35,6 +38,9 @@ struct WindowServices {
     AudioInput& audioInput;
     KeyEvents& keys;
     Workspace& workspace;
+    Keychain& keychain;
+    LocalTranscriber& localTranscriber;
+    TonePlayer& tones;
     StatisticsStore& statistics;
     std::function<void(const std::string&)> copyToClipboard;
     OnboardingServices firstStart;
@@ -47,6 +53,9 @@ struct Windows {
     Windows& operator=(const Windows&) = delete;
 
     Appearance appearance;
+    HomeViewModel settings;
+    HotkeyTest hotkeyTest;
+    SnippetsModel snippets;
     DashboardModel dashboard;
     HistoryModel history;
     VoiceProfileModel voice;

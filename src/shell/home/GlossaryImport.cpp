@@ -48,6 +48,11 @@ std::string glossaryText(GlossaryCounts counts) {
            " duplicates skipped).";
 }
 
+std::string unreadGlossaryText(const std::filesystem::path& file) {
+    return text::repairUtf8(file.filename().string()) +
+           " could not be read as text of at most 1 MB. Nothing was added.";
+}
+
 Terms glossaryTerms(std::string_view text, std::string_view extension) {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (text.starts_with(byteOrderMark))

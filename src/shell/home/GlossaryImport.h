@@ -30,6 +30,9 @@ inline constexpr char glossaryTitle[] = "Glossary Imported";
 /// "Added 2 new terms (1 duplicates skipped)."
 std::string glossaryText(GlossaryCounts counts);
 
+/// What a screen says when importGlossaryFile() gives nothing.
+std::string unreadGlossaryText(const std::filesystem::path& file);
+
 /// The terms of a text in the form that the extension names ("json", "csv", "txt", in any case); anything else is read
 /// as one term a line. JSON of another form has none.
 std::vector<std::string> glossaryTerms(std::string_view text, std::string_view extension);

@@ -8,6 +8,7 @@ ScrollView {
     property alias text: area.text
     property alias placeholder: area.placeholderText
     property alias readOnly: area.readOnly
+    readonly property bool hasKeyboard: area.activeFocus
     property string name: "" // for screen readers
     /// The user has finished: the keyboard goes elsewhere.
     signal editingFinished

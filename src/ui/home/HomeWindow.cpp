@@ -5,6 +5,8 @@
 #include "ui/home/AboutAdapter.h"
 #include "ui/home/DashboardAdapter.h"
 #include "ui/home/HistoryList.h"
+#include "ui/home/SettingsAdapter.h"
+#include "ui/home/SnippetList.h"
 #include "ui/home/VoiceProfileAdapter.h"
 
 #include <QQuickWindow>
@@ -14,17 +16,22 @@ namespace fenlo {
 /// All that exists only while the window does. The adapters outlive the QML that is bound to them.
 struct HomeWindow::Open {
     Open(const HomeModels& models, std::function<void()> closed)
-        : dashboard(models.dashboard), history(models.history), voice(models.voice, models.readPassage),
-          about(models.about), window("Home/HomeWindow.qml",
-                                      {{"appearance", QVariant::fromValue(&models.appearance)},
-                                       {"dashboard", QVariant::fromValue(&dashboard)},
-                                       {"history", QVariant::fromValue(&history)},
-                                       {"voice", QVariant::fromValue(&voice)},
-                                       {"about", QVariant::fromValue(&about)}},
-                                      std::move(closed)) {}
+        : dashboard(models.dashboard), history(models.history), settings(models.settings, models.hotkeyTest),
+          snippets(models.snippets), voice(models.voice, models.readPassage), about(models.about),
+          window("Home/HomeWindow.qml",
+                 {{"appearance", QVariant::fromValue(&models.appearance)},
+                  {"dashboard", QVariant::fromValue(&dashboard)},
+                  {"history", QVariant::fromValue(&history)},
+                  {"settings", QVariant::fromValue(&settings)},
+                  {"snippets", QVariant::fromValue(&snippets)},
+                  {"voice", QVariant::fromValue(&voice)},
+                  {"about", QVariant::fromValue(&about)}},
+                 std::move(closed)) {}
 
     DashboardAdapter dashboard;
     HistoryList history;
+    SettingsAdapter settings;
+    SnippetList snippets;
     VoiceProfileAdapter voice;
     AboutAdapter about;
     QmlWindow window;

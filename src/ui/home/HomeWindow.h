@@ -9,6 +9,9 @@ class AboutModel;
 class Appearance;
 class DashboardModel;
 class HistoryModel;
+class HomeViewModel;
+class HotkeyTest;
+class SnippetsModel;
 class VoiceProfileModel;
 
 /// The tabs of the home window, by the numbers that callers know them by.
@@ -19,6 +22,9 @@ struct HomeModels {
     Appearance& appearance;
     DashboardModel& dashboard;
     HistoryModel& history;
+    HomeViewModel& settings;
+    HotkeyTest& hotkeyTest;
+    SnippetsModel& snippets;
     VoiceProfileModel& voice;
     std::function<void()> readPassage; // which becomes the voice profile
     AboutModel& about;

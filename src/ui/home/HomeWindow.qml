@@ -12,6 +12,8 @@ ApplicationWindow {
     required property Appearance appearance
     required property DashboardAdapter dashboard
     required property HistoryList history
+    required property SettingsAdapter settings
+    required property SnippetList snippets
     required property VoiceProfileAdapter voice
     required property AboutAdapter about
     property int tab: 0 // of the tabs below, by its number
@@ -22,6 +24,8 @@ ApplicationWindow {
         {
             number: 5, title: "Settings", file: "SettingsTab.qml",
             properties: {
+                settings: window.settings,
+                snippets: window.snippets,
                 appearance: window.appearance,
                 voice: window.voice,
                 about: window.about,
@@ -86,6 +90,8 @@ ApplicationWindow {
                     font.weight: checked ? Font.DemiBold : Font.Normal
                     onClicked: window.tab = modelData.number
                     Accessible.name: text
+                    Accessible.selectable: true
+                    Accessible.selected: checked
                     Accessible.onPressAction: button.clicked()
 
                     contentItem: Text {

@@ -11,10 +11,19 @@ FocusScope {
     id: tab
 
     required property Appearance appearance
+    required property SettingsAdapter settings
+    required property SnippetList snippets
     required property VoiceProfileAdapter voice
     required property AboutAdapter about
 
     readonly property var sections: [
+        { title: "General", file: "GeneralSettings.qml", properties: { settings: tab.settings } },
+        { title: "Dictation", file: "DictationSettings.qml", properties: { settings: tab.settings } },
+        { title: "Language and text", file: "LanguageSettings.qml", properties: { settings: tab.settings } },
+        { title: "Profession", file: "ProfessionSettings.qml", properties: { settings: tab.settings } },
+        { title: "Words", file: "WordsSettings.qml", properties: { settings: tab.settings } },
+        { title: "Snippets", file: "SnippetSettings.qml", properties: { snippets: tab.snippets } },
+        { title: "Sounds", file: "SoundSettings.qml", properties: { settings: tab.settings } },
         { title: "Appearance", file: "AppearanceSettings.qml", properties: { appearance: tab.appearance } },
         { title: "Voice", file: "VoiceSettings.qml", properties: { voice: tab.voice } },
         { title: "About", file: "AboutSettings.qml", properties: { about: tab.about } },
@@ -81,12 +90,23 @@ FocusScope {
             implicitWidth: 1
             Layout.fillHeight: true
         }
-        Loader {
-            readonly property var wanted: tab.sections[Math.max(0, list.currentIndex)]
+        ColumnLayout {
+            spacing: 0
 
-            Layout.fillWidth: true
-            Layout.fillHeight: true
-            onWantedChanged: setSource(wanted.file, wanted.properties)
+            Notice {
+                kind: "error"
+                text: tab.settings.storageLine
+                action: "Try Again"
+                onActed: tab.settings.saveAgain()
+                Layout.margins: visible ? Theme.unit * 2 : 0
+            }
+            Loader {
+                readonly property var wanted: tab.sections[Math.max(0, list.currentIndex)]
+
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                onWantedChanged: setSource(wanted.file, wanted.properties)
+            }
         }
     }
 }

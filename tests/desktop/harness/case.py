@@ -61,6 +61,9 @@ class DesktopCase(unittest.TestCase):
         self.fenlo = None
 
     def tearDown(self):
+        if self.fenlo:
+            complaints = [line for line in self.fenlo.errors().splitlines() if "qrc:/" in line]
+            self.assertFalse(complaints, "the screens' own complaints")
         if self.fenlo and self._faults() > self._faults_before:
             self._tell_what_happened()
             self._end_program()

@@ -59,6 +59,12 @@ def succeeds(command, patience=15.0, **options):
     return result.returncode == 0
 
 
+def memory(pid):
+    """What the process holds for itself, and its part of what it shares, in megabytes."""
+    rollup = Path(f"/proc/{pid}/smaps_rollup").read_text()
+    return int(re.search(r"\nPss:\s+(\d+)", rollup).group(1)) // 1024
+
+
 def peak_memory(pid):
     """The most memory that the process has held so far, in megabytes."""
     return int(re.search(r"VmHWM:\s+(\d+)", Path(f"/proc/{pid}/status").read_text()).group(1)) // 1024

@@ -150,6 +150,19 @@ def focused(window_node):
     return next((node for node in window_node.nodes() if node.has("focused")), None)
 
 
+def pages(home):
+    """Turns to each page of the home window, and tells the page's name when it is there."""
+    for tab in home.all("page tab"):
+        tab.press()
+        wait_for(lambda tab=tab: tab.has("selected"), f"the tab {tab.name}")
+        yield tab.name.lower()
+        sections = home.all("list", "Sections")
+        for section in sections and sections[0].all("list item"):
+            section.press()
+            wait_for(lambda section=section: section.has("selected"), f"the section {section.name}")
+            yield f"{tab.name}-{section.name}".lower().replace(" ", "-")
+
+
 def _application(pid):
     tree = Atspi.get_desktop(0)
     for index in range(_ask(tree.get_child_count, 0)):

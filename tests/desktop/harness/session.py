@@ -21,7 +21,8 @@ _ENABLE_ACCESSIBILITY = [
 class Session:
     """Sets this process's environment to a fresh desktop; end() takes the desktop down."""
 
-    def __init__(self):
+    def __init__(self, screen=SCREEN):
+        self._size = screen
         processes.adopt_orphans()
         self.folder = Path(tempfile.mkdtemp(prefix="virtual-desktop-"))
         self._log = open(self.folder / "session.log", "w")
@@ -63,7 +64,7 @@ class Session:
 
     def _start_screen(self):
         # Without -noreset the server starts over when its last client leaves, and shuts out one that is just coming.
-        screen = ("-screen", "0", SCREEN, "-noreset", "-nolisten", "tcp")
+        screen = ("-screen", "0", self._size, "-noreset", "-nolisten", "tcp")
         number = self._start_and_read("Xvfb", "-displayfd", "{fd}", *screen)
         os.environ["DISPLAY"] = f":{number}"
 

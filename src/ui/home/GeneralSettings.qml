@@ -1,0 +1,98 @@
+import QtQuick
+import Fenlo.Controls
+import Fenlo.Home
+
+Page {
+    id: page
+
+    required property SettingsAdapter settings
+
+    heading: "General"
+
+    FormGroup {
+        FormRow {
+            title: "Open at login"
+            hint: page.settings.hint("openAtLogin")
+
+            Toggle {
+                value: page.settings.opensAtLogin
+                onChosen: on => page.settings.opensAtLogin = on
+                Accessible.name: "Open at login"
+                Accessible.description: page.settings.hint("openAtLogin")
+            }
+        }
+        FormRow {
+            visible: page.settings.loginFault !== ""
+            stacked: true
+
+            Notice {
+                kind: "error"
+                text: page.settings.loginFault
+            }
+        }
+    }
+    FormGroup {
+        title: "While you speak"
+
+        FormRow {
+            title: "Status pill"
+            hint: page.settings.hint("showOverlay")
+
+            Toggle {
+                value: page.settings.showOverlay
+                onChosen: on => page.settings.showOverlay = on
+                Accessible.name: "Status pill"
+                Accessible.description: page.settings.hint("showOverlay")
+            }
+        }
+        FormRow {
+            title: "App in the pill"
+            hint: page.settings.hint("showAppInPill")
+            enabled: page.settings.showOverlay
+
+            Toggle {
+                value: page.settings.showAppInPill
+                onChosen: on => page.settings.showAppInPill = on
+                Accessible.name: "App in the pill"
+                Accessible.description: page.settings.hint("showAppInPill")
+            }
+        }
+        FormRow {
+            title: "Silence nudge"
+            hint: page.settings.hint("silenceNotification")
+
+            Toggle {
+                value: page.settings.silenceNotification
+                onChosen: on => page.settings.silenceNotification = on
+                Accessible.name: "Silence nudge"
+                Accessible.description: page.settings.hint("silenceNotification")
+            }
+        }
+    }
+    FormGroup {
+        title: "Afterwards"
+
+        FormRow {
+            title: "Keep failed takes"
+            hint: page.settings.hint("keepFailedTakes")
+
+            Toggle {
+                value: page.settings.keepFailedTakes
+                onChosen: on => page.settings.keepFailedTakes = on
+                Accessible.name: "Keep failed takes"
+                Accessible.description: page.settings.hint("keepFailedTakes")
+            }
+        }
+        FormRow {
+            title: "Type short texts instead of pasting"
+            hint: page.settings.hint("typeShortTexts")
+
+            Toggle {
+                value: page.settings.typeShortTexts
+                onChosen: on => page.settings.typeShortTexts = on
+                Accessible.name: "Type short texts instead of pasting"
+                Accessible.description: page.settings.hint("typeShortTexts")
+            }
+        }
+    }
+}
