@@ -11,7 +11,8 @@ namespace fenlo {
 
 namespace {
 
-const QString houseFont = QStringLiteral("Avenir Next");
+/// The first that is installed is used.
+const QStringList houseFonts{QStringLiteral("Avenir Next"), QStringLiteral("Inter")};
 const QString digits = QStringLiteral("0123456789");
 
 /// The widest digit, or 0 when all are equal.
@@ -41,8 +42,9 @@ double walkCells(const QString& text, const QFontMetricsF& metrics, double digit
 } // namespace
 
 QFont interfaceFont(double size, QFont::Weight weight) {
-    static const bool hasHouseFont = QFontDatabase::families().contains(houseFont);
-    QFont font = hasHouseFont ? QFont(houseFont) : QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+    static const auto house =
+        std::ranges::find_if(houseFonts, [](const auto& name) { return QFontDatabase::hasFamily(name); });
+    QFont font = house != houseFonts.end() ? QFont(*house) : QFontDatabase::systemFont(QFontDatabase::GeneralFont);
     font.setPixelSize(static_cast<int>(size)); // a point of the design is a pixel before scaling
     font.setWeight(weight);
     return font;
