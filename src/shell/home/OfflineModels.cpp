@@ -15,7 +15,7 @@ namespace {
 
 using Job = OfflineModelRow::Job;
 
-constexpr double tickSeconds = 0.2;
+constexpr double progressInterval = 0.2;
 constexpr double slowSentence = 4;    // seconds
 constexpr double preparedShare = 0.5; // of the checkpoint: what is made of it for this machine
 constexpr double memoryShare = 0.6;   // of the checkpoint, while the model is used
@@ -251,7 +251,7 @@ void OfflineModels::begin(const std::string& name, Job job, std::function<Note(R
         }
         queue.post([done, note] { done(note); });
     });
-    m_ticks = m_services.queue.every(tickSeconds, [this] { tick(); });
+    m_ticks = m_services.queue.every(progressInterval, [this] { tick(); });
     m_changes.tell();
 }
 
