@@ -66,12 +66,10 @@ std::string professionDisplay(std::string_view key) {
     return std::string(profession ? profession->display : key);
 }
 
-void selectProfession(Config& config, std::string_view key) {
+void selectProfession(Settings& settings, std::string_view key) {
     const auto vocabulary = profile(key).vocabulary;
-    config.update([&](Settings& settings) {
-        settings.profession = key;
-        settings.professionVocabulary.assign(vocabulary.begin(), vocabulary.end());
-    });
+    settings.profession = key;
+    settings.professionVocabulary.assign(vocabulary.begin(), vocabulary.end());
 }
 
 } // namespace fenlo

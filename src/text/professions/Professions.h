@@ -9,10 +9,10 @@
 /// The professions, what can be chosen for each, and how the choices read. The settings hold the keys; an unknown key
 /// reads as itself.
 ///
-/// Threads: any; selectProfession() changes the settings on the caller's thread.
+/// Threads: any; pure but for selectProfession(), which changes the settings it is given.
 namespace fenlo {
 
-class Config;
+struct Settings;
 
 /// A choice of the profession lists.
 struct ProfessionChoice {
@@ -43,6 +43,6 @@ std::span<const std::string_view> specialtyChoices(std::string_view profession);
 std::span<const std::string_view> dictationTypeChoices(std::string_view profession);
 
 /// Makes it the user's profession; its vocabulary replaces the terms that were learned before.
-void selectProfession(Config& config, std::string_view key);
+void selectProfession(Settings& settings, std::string_view key);
 
 } // namespace fenlo

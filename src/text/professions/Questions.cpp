@@ -147,11 +147,9 @@ void answer(Settings& settings, ProfessionTopic topic, std::string_view key, boo
 void changeProfession(Config& config, std::string_view key) {
     if (config.get().profession == key)
         return;
-    const auto vocabulary = profile(key).vocabulary;
     config.update([&](Settings& settings) {
         const std::vector<std::string> learned = learnedTerms(settings);
-        settings.profession = key;
-        settings.professionVocabulary.assign(vocabulary.begin(), vocabulary.end());
+        selectProfession(settings, key);
         appendNew(settings.professionVocabulary, learned);
         dropForeignAnswers(settings);
     });

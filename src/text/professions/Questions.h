@@ -11,7 +11,7 @@
 /// Threads: any; pure but for changeProfession(), which changes the settings on the caller's thread.
 namespace fenlo {
 
-struct Settings;
+class Config;
 
 /// The setting that an answer goes to.
 enum class ProfessionTopic { role, practiceAreas, specialties, dictationTypes };

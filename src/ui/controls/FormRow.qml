@@ -35,6 +35,7 @@ Item {
 
         ColumnLayout {
             visible: row.title !== "" || row.hint !== ""
+            opacity: row.enabled ? 1 : 0.55
             spacing: 2
             Layout.fillWidth: true
 

@@ -76,7 +76,7 @@ TEST(Professions, SelectingOneReplacesWhatWasLearned) {
     Config config(file, clock);
     const auto select = [&](std::string_view key) {
         config.update([](Settings& s) { s.professionVocabulary.push_back("Ramipril"); });
-        selectProfession(config, key);
+        config.update([&](Settings& settings) { selectProfession(settings, key); });
         const Settings saved = Config(file, clock).get();
         EXPECT_EQ(saved.profession, key);
         return saved.professionVocabulary;
