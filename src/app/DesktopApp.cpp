@@ -40,6 +40,7 @@
 #include "ui/QtPillWindow.h"
 #include "ui/QtResultCard.h"
 #include "ui/QtStatusItem.h"
+#include "ui/controls/QmlWindow.h"
 
 #include <QApplication>
 #include <cstdio>
@@ -97,6 +98,7 @@ void prepareToolkit() {
     QApplication::setApplicationVersion(version);
     QApplication::setDesktopFileName("fenlo");
     QApplication::setQuitOnLastWindowClosed(false);
+    QmlWindow::drawBySoftware();
 }
 
 SessionHooks sessionHooks(Workspace& workspace, TakeServices& services, NotificationCenter& notifications) {

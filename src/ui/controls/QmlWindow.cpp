@@ -13,10 +13,6 @@ namespace fenlo {
 
 QmlWindow::QmlWindow(const std::string& file, const QVariantMap& properties, std::function<void()> closed)
     : m_closed(std::move(closed)) {
-    // Forms and lists are drawn faster and in a third of the memory by the processor, and on every machine.
-    if (QQuickWindow::graphicsApi() != QSGRendererInterface::Software)
-        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-
     m_engine = std::make_unique<QQmlApplicationEngine>();
     m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
     m_engine->setInitialProperties(properties);
@@ -42,6 +38,10 @@ QmlWindow::QmlWindow(const std::string& file, const QVariantMap& properties, std
 }
 
 QmlWindow::~QmlWindow() = default;
+
+void QmlWindow::drawBySoftware() {
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+}
 
 void QmlWindow::toFront() {
     if (!m_window)
