@@ -25,7 +25,7 @@ const std::map<std::string, std::set<std::string>> allowed{
     {"audio", {"base", "platform", "media", "settings"}},
     {"text", {"base", "platform", "settings"}},
     {"speech", {"base", "platform", "settings", "audio", "hub", "WhisperEngine"}},
-    {"shell", {"base", "platform", "settings", "audio", "speech", "text", "hub", "WhisperEngine"}},
+    {"shell", {"base", "platform", "settings", "text"}},
     {"account", {"base", "platform", "settings"}},
     {"session", {"base", "platform", "settings", "audio", "speech", "text", "shell", "account"}},
     {"shell/home",
