@@ -35,8 +35,8 @@ ApplicationWindow {
     readonly property int place: Math.max(0, tabs.findIndex(it => it.number === tab))
 
     title: "Fenlo"
-    width: Math.round(Theme.textSize * 74)
-    height: Math.round(Theme.textSize * 52)
+    width: Math.min(Math.round(Theme.textSize * 74), Screen.desktopAvailableWidth)
+    height: Math.min(Math.round(Theme.textSize * 52), Screen.desktopAvailableHeight - Theme.controlHeight)
     minimumWidth: Math.round(Theme.textSize * 36)
     minimumHeight: Math.round(Theme.textSize * 28)
     color: Theme.page
