@@ -2,10 +2,13 @@
 
 #include "Version.h"
 #include "app/DoctorProcess.h"
+#include "app/ModelWork.h"
 #include "audio/voice/VoiceProfile.h"
 #include "base/Environment.h"
 #include "platform/Workspace.h"
 #include "session/HotkeyListener.h"
+#include "settings/Config.h"
+#include "settings/Deployment.h"
 #include "text/Snippets.h"
 
 #include <QSysInfo>
@@ -53,15 +56,25 @@ Windows::Windows(const WindowServices& services)
                    {services.audioInput, services.clock, services.mainQueue, services.background, services.config,
                     services.notifications, services.keys},
                    voiceProfileFile()),
-      about(aboutServices(services)), home({.appearance = appearance,
-                                            .dashboard = dashboard,
-                                            .history = history,
-                                            .settings = settings,
-                                            .hotkeyTest = hotkeyTest,
-                                            .snippets = snippets,
-                                            .voice = voice,
-                                            .readPassage = [this] { voiceReading.open(); },
-                                            .about = about}),
+      about(aboutServices(services)), serviceKeys({services.secrets, services.serviceKeys, services.deployment,
+                                                   services.http, services.mainQueue, services.background}),
+      offlineModels({modelWork(services.deployment, services.http, services.clock), services.mainQueue,
+                     services.background, services.deployment.offlineModel,
+                     [&config = services.config] { return config.get().offlineMode; }, machineMemory()}),
+      microphone(
+          {services.audioInput, services.config, services.notifications, services.mainQueue, services.takeLevel}),
+      home({.appearance = appearance,
+            .dashboard = dashboard,
+            .history = history,
+            .settings = settings,
+            .hotkeyTest = hotkeyTest,
+            .snippets = snippets,
+            .voice = voice,
+            .readPassage = [this] { voiceReading.open(); },
+            .about = about,
+            .serviceKeys = serviceKeys,
+            .offlineModels = offlineModels,
+            .microphone = microphone}),
       onboarding(appearance, services.firstStart), welcome(appearance, services.mainQueue, [&config = services.config] {
           return hotkeyLabel(config.get().hotkey);
       }) {

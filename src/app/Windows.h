@@ -5,6 +5,9 @@
 #include "shell/home/HistoryModel.h"
 #include "shell/home/HomeViewModel.h"
 #include "shell/home/HotkeyTest.h"
+#include "shell/home/MicrophoneModel.h"
+#include "shell/home/OfflineModels.h"
+#include "shell/home/ServiceKeysModel.h"
 #include "shell/home/SnippetsModel.h"
 #include "shell/home/VoiceProfileModel.h"
 #include "ui/controls/Appearance.h"
@@ -14,6 +17,7 @@
 #include "ui/onboarding/WelcomeWindow.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace fenlo {
@@ -44,6 +48,11 @@ struct WindowServices {
     StatisticsStore& statistics;
     std::function<void(const std::string&)> copyToClipboard;
     OnboardingServices firstStart;
+    const Deployment& deployment;
+    HttpClient& http;
+    SecureStore& secrets;
+    ServiceKeys& serviceKeys;
+    std::function<std::optional<float>()> takeLevel; // 0 to 1; nothing while no take is recorded
 };
 
 /// The windows of the desktop program, and the models that live as long as it does.
@@ -61,6 +70,9 @@ struct Windows {
     VoiceProfileModel voice;
     VoiceReadingWindow voiceReading;
     AboutModel about;
+    ServiceKeysModel serviceKeys;
+    OfflineModels offlineModels;
+    MicrophoneModel microphone;
     HomeWindow home;
     OnboardingWindow onboarding;
     WelcomeWindow welcome;

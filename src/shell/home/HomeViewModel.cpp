@@ -246,6 +246,10 @@ std::string HomeViewModel::offlineLine() const {
                : "The on-device model is not loaded, so the cloud service is used";
 }
 
+std::string HomeViewModel::offlineFault() const {
+    return offlineSetupStatus == setupFailedLine ? m_services.localTranscriber.setupFault() : "";
+}
+
 void HomeViewModel::chooseSoundScheme(const std::string& id) {
     soundScheme = Choice<SoundSchemeId>(id);
     applySettings();

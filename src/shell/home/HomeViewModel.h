@@ -101,6 +101,8 @@ public:
     void cancelOfflineSetup();
     /// The line below the switch of offline mode.
     std::string offlineLine() const;
+    /// Why the last set-up failed, in one sentence; empty when it did not.
+    std::string offlineFault() const;
 
     /// Chooses a scheme and plays its tones.
     void chooseSoundScheme(const std::string& id);

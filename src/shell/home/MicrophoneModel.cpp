@@ -63,9 +63,20 @@ std::string MicrophoneModel::chosen() const {
 }
 
 void MicrophoneModel::choose(const std::string& key) {
-    if (key == chosen())
-        return;
-    m_services.config.update([&](Settings& settings) { settings.micDevice = key; });
+    if (key != chosen())
+        change([&](Settings& settings) { settings.micDevice = key; });
+}
+
+bool MicrophoneModel::prefersBuiltIn() const {
+    return m_services.config.get().micMode != MicMode::airpods;
+}
+
+void MicrophoneModel::preferBuiltIn(bool prefers) {
+    change([&](Settings& settings) { settings.micMode = prefers ? MicMode::studio : MicMode::airpods; });
+}
+
+void MicrophoneModel::change(const std::function<void(Settings&)>& edit) {
+    m_services.config.update(edit);
     m_services.notifications.post(notification::micModeChanged);
     m_changes.tell();
 }

@@ -17,6 +17,7 @@ namespace fenlo {
 
 class Config;
 class NotificationCenter;
+struct Settings;
 
 /// The microphones, which of them is chosen, and how loud it is now.
 ///
@@ -46,6 +47,9 @@ public:
     std::string chosen() const; // a row's key
     /// Counts from the next take on.
     void choose(const std::string& key);
+    /// Whether a built-in one takes the place of a wireless headset's, where none is chosen.
+    bool prefersBuiltIn() const;
+    void preferBuiltIn(bool prefers);
     /// The name of the one that takes are recorded from now; empty for none.
     std::string inUse() const;
     /// What is wrong and what helps; none when all is well.
@@ -69,6 +73,7 @@ private:
     void open();
     void close();
     void showLevel(float level);
+    void change(const std::function<void(Settings&)>& edit);
     void setProblem(Note problem);
     bool isChosenAbsent() const;
 

@@ -80,6 +80,10 @@ std::string ServiceKeyRow::status() const {
     std::abort();
 }
 
+std::string ServiceKeyRow::hint() const {
+    return purpose + ". Get a key at " + site;
+}
+
 ServiceKeysModel::ServiceKeysModel(Services services) : m_services(services) {
     for (const ServicePage& page : pages)
         m_rows.push_back({page.service, serviceKey(page.service).label, page.purpose, page.site});

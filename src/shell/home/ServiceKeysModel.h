@@ -35,6 +35,7 @@ struct ServiceKeyRow {
     bool hasKey() const { return state == State::environment || state == State::keyring; }
     bool canRemove() const { return state == State::keyring && work == Work::none; }
     std::string status() const; // one line
+    std::string hint() const;   // what the service is for, and where a key comes from
 };
 
 /// The keys of the services: where each is, entered, tried out with its service and removed.

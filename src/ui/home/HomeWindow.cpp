@@ -8,6 +8,10 @@
 #include "ui/home/SettingsAdapter.h"
 #include "ui/home/SnippetList.h"
 #include "ui/home/VoiceProfileAdapter.h"
+#include "ui/parts/MicrophoneChoice.h"
+#include "ui/parts/ModelList.h"
+#include "ui/parts/OfflineMode.h"
+#include "ui/parts/ServiceKeyList.h"
 
 #include <QQuickWindow>
 
@@ -18,15 +22,20 @@ struct HomeWindow::Open {
     Open(const HomeModels& models, std::function<void()> closed)
         : dashboard(models.dashboard), history(models.history), settings(models.settings, models.hotkeyTest),
           snippets(models.snippets), voice(models.voice, models.readPassage), about(models.about),
-          window("Home/HomeWindow.qml",
-                 {{"appearance", QVariant::fromValue(&models.appearance)},
-                  {"dashboard", QVariant::fromValue(&dashboard)},
-                  {"history", QVariant::fromValue(&history)},
-                  {"settings", QVariant::fromValue(&settings)},
-                  {"snippets", QVariant::fromValue(&snippets)},
-                  {"voice", QVariant::fromValue(&voice)},
-                  {"about", QVariant::fromValue(&about)}},
-                 std::move(closed)) {}
+          serviceKeys(models.serviceKeys), offline(models.settings), offlineModels(models.offlineModels),
+          microphone(models.microphone), window("Home/HomeWindow.qml",
+                                                {{"appearance", QVariant::fromValue(&models.appearance)},
+                                                 {"dashboard", QVariant::fromValue(&dashboard)},
+                                                 {"history", QVariant::fromValue(&history)},
+                                                 {"settings", QVariant::fromValue(&settings)},
+                                                 {"snippets", QVariant::fromValue(&snippets)},
+                                                 {"voice", QVariant::fromValue(&voice)},
+                                                 {"about", QVariant::fromValue(&about)},
+                                                 {"serviceKeys", QVariant::fromValue(&serviceKeys)},
+                                                 {"offline", QVariant::fromValue(&offline)},
+                                                 {"offlineModels", QVariant::fromValue(&offlineModels)},
+                                                 {"microphone", QVariant::fromValue(&microphone)}},
+                                                std::move(closed)) {}
 
     DashboardAdapter dashboard;
     HistoryList history;
@@ -34,6 +43,10 @@ struct HomeWindow::Open {
     SnippetList snippets;
     VoiceProfileAdapter voice;
     AboutAdapter about;
+    ServiceKeyList serviceKeys;
+    OfflineMode offline;
+    ModelList offlineModels;
+    MicrophoneChoice microphone;
     QmlWindow window;
 };
 

@@ -11,6 +11,9 @@ class DashboardModel;
 class HistoryModel;
 class HomeViewModel;
 class HotkeyTest;
+class MicrophoneModel;
+class OfflineModels;
+class ServiceKeysModel;
 class SnippetsModel;
 class VoiceProfileModel;
 
@@ -28,6 +31,9 @@ struct HomeModels {
     VoiceProfileModel& voice;
     std::function<void()> readPassage; // which becomes the voice profile
     AboutModel& about;
+    ServiceKeysModel& serviceKeys;
+    OfflineModels& offlineModels;
+    MicrophoneModel& microphone;
 };
 
 /// The one ordinary window of the program: what was dictated, and every setting. It exists while it is open.

@@ -5,6 +5,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Fenlo.Controls
 import Fenlo.Home
+import Fenlo.Parts
 
 ApplicationWindow {
     id: window
@@ -16,6 +17,10 @@ ApplicationWindow {
     required property SnippetList snippets
     required property VoiceProfileAdapter voice
     required property AboutAdapter about
+    required property ServiceKeyList serviceKeys
+    required property OfflineMode offline
+    required property ModelList offlineModels
+    required property MicrophoneChoice microphone
     property int tab: 0 // of the tabs below, by its number
 
     readonly property var tabs: [
@@ -29,6 +34,10 @@ ApplicationWindow {
                 appearance: window.appearance,
                 voice: window.voice,
                 about: window.about,
+                serviceKeys: window.serviceKeys,
+                offline: window.offline,
+                offlineModels: window.offlineModels,
+                microphone: window.microphone,
             }
         },
     ]

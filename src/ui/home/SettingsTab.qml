@@ -5,6 +5,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Fenlo.Controls
 import Fenlo.Home
+import Fenlo.Parts
 
 /// The sections of the settings: a list of them, and the chosen one.
 FocusScope {
@@ -15,6 +16,10 @@ FocusScope {
     required property SnippetList snippets
     required property VoiceProfileAdapter voice
     required property AboutAdapter about
+    required property ServiceKeyList serviceKeys
+    required property OfflineMode offline
+    required property ModelList offlineModels
+    required property MicrophoneChoice microphone
 
     readonly property var sections: [
         { title: "General", file: "GeneralSettings.qml", properties: { settings: tab.settings } },
@@ -23,6 +28,9 @@ FocusScope {
         { title: "Profession", file: "ProfessionSettings.qml", properties: { settings: tab.settings } },
         { title: "Words", file: "WordsSettings.qml", properties: { settings: tab.settings } },
         { title: "Snippets", file: "SnippetSettings.qml", properties: { snippets: tab.snippets } },
+        { title: "Microphone", file: "MicrophoneSettings.qml", properties: { microphone: tab.microphone } },
+        { title: "Services", file: "ServiceSettings.qml", properties: { keys: tab.serviceKeys } },
+        { title: "Offline", file: "OfflineSettings.qml", properties: { offline: tab.offline, models: tab.offlineModels } },
         { title: "Sounds", file: "SoundSettings.qml", properties: { settings: tab.settings } },
         { title: "Appearance", file: "AppearanceSettings.qml", properties: { appearance: tab.appearance } },
         { title: "Voice", file: "VoiceSettings.qml", properties: { voice: tab.voice } },

@@ -1,0 +1,14 @@
+import QtQuick
+import Fenlo.Controls
+import Fenlo.Home
+import Fenlo.Parts
+
+Page {
+    id: page
+
+    required property MicrophoneChoice microphone
+
+    heading: "Microphone"
+
+    MicrophoneRows { microphone: page.microphone }
+}
