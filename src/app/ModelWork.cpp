@@ -21,10 +21,14 @@ namespace {
 
 constexpr int measuredRuns = 2;
 
+bool isBundled(const std::string& name) {
+    return !whisper::checkpointFault(bundledModelsDirectory() / name);
+}
+
 std::vector<ModelWork::Installed> installedModels() {
     std::vector<ModelWork::Installed> models;
     for (const whisper::LocalModel& model : whisper::listLocalModels(modelsDirectory()))
-        models.push_back({model.name, model.bytes, model.isComplete(), model.compiled});
+        models.push_back({model.name, model.bytes, model.isComplete(), model.compiled, isBundled(model.name)});
     return models;
 }
 
@@ -38,16 +42,15 @@ std::vector<ModelWork::Fetchable> fetchableModels(const Deployment& deployment, 
     std::vector<ModelWork::Fetchable> models;
     for (const std::string& name : names)
         if (std::ranges::none_of(installed, [&](const auto& model) { return model.isWhole && model.name == name; }))
-            models.push_back({name, whisper::bytesOfPartialDownload(modelsDirectory(), name)});
+            models.push_back({name, whisper::bytesOfPartialDownload(modelsDirectory(), name), isBundled(name)});
     return models;
 }
 
 std::uint64_t downloadSize(const std::string& name, const Deployment& deployment, HttpClient& http, Clock& clock,
                            std::stop_token stop) {
-    const fs::path bundled = bundledModelsDirectory() / name;
-    if (!whisper::checkpointFault(bundled)) {
+    if (isBundled(name)) {
         std::uint64_t bytes = 0;
-        for (const auto& entry : fs::directory_iterator(bundled))
+        for (const auto& entry : fs::directory_iterator(bundledModelsDirectory() / name))
             bytes += entry.is_regular_file() ? entry.file_size() : 0;
         return bytes;
     }

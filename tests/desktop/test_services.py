@@ -51,14 +51,16 @@ class Keys(Section):
         self.wait_for_line(home, "No key")
 
         self.services.keys.misbehave("401")
-        field = home.fill("Key of Groq", WRONG, role="password text")
+        field = home.find("panel", "Groq").find("password text")
+        self.assertEqual(field.description, "Key of Groq")
+        self.type_key(field, WRONG)
         self.wait_enabled(home, "Save and test the key of Groq").press()
         self.wait_for_line(home, "Groq refuses this key.")
         self.assertNotIn(WRONG, field.text)
         self.assertEqual(self.services.keys.requests()[-1]["authorization"], f"Bearer {WRONG}")
 
         self.services.keys.answer("")
-        home.fill("Key of Groq", RIGHT, role="password text")
+        self.type_key(field, RIGHT)
         desktop.press("Return")
         self.wait_for_line(home, "Groq accepts this key.")
         wait_for(lambda: not field.text, "the field to be empty")
@@ -79,6 +81,13 @@ class Keys(Section):
         mark = fenlo.dictate(self.clip)
         fenlo.wait_for("[Fenlo] ERROR: ", mark)
         self.assertEqual(len(self.recogniser.requests()), heard, "the removed key was used")
+
+
+    @staticmethod
+    def type_key(field, key):
+        field.focus()
+        desktop.shortcut("a")
+        desktop.type_text(key)
 
 
 class Models(Section):

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdio>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 namespace fenlo {
@@ -24,7 +25,10 @@ constexpr std::uint64_t programMemory = 400'000'000;
 
 std::string labelOf(const std::string& name) {
     constexpr std::string_view maker = "openai_whisper-";
+    constexpr std::string_view distilled = "distil-whisper_distil-";
     constexpr std::string_view english = ".en";
+    if (name.starts_with(distilled))
+        return "Distilled Whisper " + name.substr(distilled.size());
     if (!name.starts_with(maker))
         return name;
     std::string size = name.substr(maker.size());
@@ -32,6 +36,14 @@ std::string labelOf(const std::string& name) {
     if (isEnglish)
         size.erase(size.size() - english.size());
     return "Whisper " + size + (isEnglish ? ", English only" : "");
+}
+
+/// By size, as far as a name tells it.
+std::size_t rankOf(const std::string& name) {
+    constexpr std::string_view sizes[] = {"tiny", "base", "small", "medium", "large"};
+    return static_cast<std::size_t>(
+        std::ranges::find_if(sizes, [&](std::string_view size) { return name.find(size) != std::string::npos; }) -
+        std::begin(sizes));
 }
 
 std::string sentence(const char* head, const std::exception& error) {
@@ -182,17 +194,17 @@ void OfflineModels::refresh() {
 /// Keeps what is known of a row from before.
 void OfflineModels::show(const Found& found) {
     std::vector<OfflineModelRow> rows;
-    const auto add = [&](const std::string& name) -> OfflineModelRow& {
+    const auto add = [&](const std::string& name, bool isDemonstration) -> OfflineModelRow& {
         const OfflineModelRow* before = find(name);
         rows.push_back(before ? *before : OfflineModelRow{});
         OfflineModelRow& row = rows.back();
         row.name = name;
-        row.label = labelOf(name);
+        row.label = isDemonstration ? "Demonstration, knows synthetic voices only" : labelOf(name);
         row.isUsed = isOfflineModel(name);
         return row;
     };
     for (const ModelWork::Installed& model : found.installed) {
-        OfflineModelRow& row = add(model.name);
+        OfflineModelRow& row = add(model.name, model.isDemonstration);
         row.isInstalled = model.isWhole;
         row.bytes = model.bytes;
         row.partial = model.isWhole ? 0 : model.bytes;
@@ -200,7 +212,7 @@ void OfflineModels::show(const Found& found) {
     for (const ModelWork::Fetchable& model : found.fetchable) {
         if (std::ranges::find(rows, model.name, &OfflineModelRow::name) != rows.end())
             continue;
-        OfflineModelRow& row = add(model.name);
+        OfflineModelRow& row = add(model.name, model.isDemonstration);
         row.bytes = row.isInstalled ? 0 : row.bytes; // it was the size on the disk
         row.isInstalled = false;
         row.partial = model.received;
@@ -211,7 +223,8 @@ void OfflineModels::show(const Found& found) {
             return !row.isInstalled && std::ranges::find(rows, row.name, &OfflineModelRow::name) == rows.end();
         });
     std::ranges::stable_sort(rows, [](const OfflineModelRow& a, const OfflineModelRow& b) {
-        return std::pair(a.isInstalled, a.isUsed) > std::pair(b.isInstalled, b.isUsed);
+        return std::tuple(!a.isInstalled, !a.isUsed, rankOf(a.name)) <
+               std::tuple(!b.isInstalled, !b.isUsed, rankOf(b.name));
     });
     m_rows = std::move(rows);
     if (found.hasAskedHub)

@@ -25,15 +25,17 @@ struct ModelWork {
         std::string name;
         std::uint64_t bytes = 0; // on the disk
         bool isWhole = true;
-        bool isReady = false; // prepared for its first use
+        bool isReady = false;         // prepared for its first use
+        bool isDemonstration = false; // comes with the program
     };
     struct Fetchable {
         std::string name;
         std::uint64_t received = 0; // bytes of a download that was not finished
+        bool isDemonstration = false;
     };
 
     std::function<std::vector<Installed>()> installed;
-    /// Asks the hub. Those that come with the program first.
+    /// Asks the hub.
     std::function<std::vector<Fetchable>(std::stop_token)> fetchable;
     std::function<std::uint64_t(const std::string& name, std::stop_token)> downloadSize; // bytes
     /// Downloads and prepares it, from where an earlier download ended.

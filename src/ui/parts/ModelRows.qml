@@ -21,6 +21,7 @@ FormGroup {
         ColumnLayout {
             id: entry
 
+            required property int index
             required property string name
             required property string label
             required property string status
@@ -34,6 +35,12 @@ FormGroup {
             spacing: 0
             Layout.fillWidth: true
 
+            Rectangle {
+                visible: entry.index > 0
+                color: Theme.line
+                implicitHeight: 1
+                Layout.fillWidth: true
+            }
             FormRow {
                 title: entry.label
                 hint: entry.status

@@ -58,11 +58,11 @@ ColumnLayout {
                     id: field
 
                     name: "Key of " + card.label
-                    placeholderText: card.hasKey ? "Another key" : "Paste a key"
+                    // Of a field for secrets a screen reader is told this, and no name.
+                    placeholderText: (card.hasKey ? "Another key of " : "Key of ") + card.label
                     echoMode: TextInput.Password
                     inputMethodHints: Qt.ImhSensitiveData | Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase
                     Layout.fillWidth: true
-                    Accessible.passwordEdit: true
                     onAccepted: keep()
 
                     function keep() {
