@@ -44,6 +44,7 @@
 
 #include <QApplication>
 #include <cstdio>
+#include <malloc.h>
 #include <random>
 
 namespace fenlo {
@@ -240,6 +241,9 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
 } // namespace
 
 int runDesktopApp(int argc, char** argv) {
+    // One heap for all threads. Each worker that reads a long history would otherwise leave as much memory in a heap of
+    // its own, which malloc_trim() does not give back; no thread allocates so often that it waits for another.
+    ::mallopt(M_ARENA_MAX, 1);
     TerminationSignals::block();
     // The toolkit would end the process without a word of help.
     if (!XcbConnection::open()) {

@@ -13,9 +13,18 @@
 #include "ui/parts/OfflineMode.h"
 #include "ui/parts/ServiceKeyList.h"
 
+#include <QCoreApplication>
 #include <QQuickWindow>
+#include <QTimer>
+#include <chrono>
 
 namespace fenlo {
+
+namespace {
+
+constexpr std::chrono::seconds lastWorkers{3};
+
+} // namespace
 
 /// All that exists only while the window does. The adapters outlive the QML that is bound to them.
 struct HomeWindow::Open {
@@ -65,6 +74,8 @@ void HomeWindow::open(HomeTab tab) {
 void HomeWindow::close() {
     m_open.reset();
     QmlWindow::trimMemory();
+    // Workers may still hold what they were reading for it.
+    QTimer::singleShot(lastWorkers, QCoreApplication::instance(), &QmlWindow::trimMemory);
 }
 
 } // namespace fenlo
