@@ -88,7 +88,8 @@ public:
 
     /// Changes the profession; what was learned stays.
     void selectProfession(const std::string& key);
-    /// The answers to the questions of the profession, as the settings have them.
+    std::vector<ProfessionQuestion> questions() const { return professionQuestions(profession); }
+    /// The answers to them, as the settings have them.
     std::vector<std::string> answersTo(ProfessionTopic topic) const { return answers(m_shown, topic); }
     void chooseAnswer(ProfessionTopic topic, const std::string& key, bool isChosen);
 

@@ -2,7 +2,6 @@
 
 #include "shell/home/HotkeyTest.h"
 #include "shell/home/SettingChoices.h"
-#include "text/professions/Questions.h"
 
 #include <QVariantMap>
 #include <utility>
@@ -138,7 +137,7 @@ QVariantList SettingsAdapter::professions() const {
 
 QVariantList SettingsAdapter::questions() const {
     QVariantList list;
-    for (const ProfessionQuestion& question : professionQuestions(m_model.profession)) {
+    for (const ProfessionQuestion& question : m_model.questions()) {
         QVariantList options;
         for (const ProfessionOption& option : question.options)
             options.append(QVariantMap{{"id", answerId(question.topic, option.key)},
@@ -154,7 +153,7 @@ QVariantList SettingsAdapter::questions() const {
 
 QStringList SettingsAdapter::answers() const {
     QStringList ids;
-    for (const ProfessionQuestion& question : professionQuestions(m_model.profession))
+    for (const ProfessionQuestion& question : m_model.questions())
         for (const std::string& key : m_model.answersTo(question.topic))
             ids.append(answerId(question.topic, key));
     return ids;
