@@ -72,6 +72,17 @@ class History(DesktopCase):
         self.assertEqual(self._ids(), [])
         self.assertIn("1 sessions", self._menu_line("Total:"))
 
+    def test_what_doctor_finds_is_copied_for_a_report(self):
+        self.start_fenlo()
+        home = self._open("Settings")
+        home.find("list", "Sections").find("list item", "About").press()
+        home.press_button("Check Now")
+        home.find("push button", "Copy Report", patience=60)
+        home.find("label", "paste keys")
+        home.press_button("Copy Report")
+        wait_for(lambda: re.search(r"^Fenlo \d.*^ok +paste keys", desktop.clipboard() or "", re.DOTALL | re.MULTILINE), "it")
+        self.assertNotIn("gsk_of_the_desktop_tests", desktop.clipboard())
+
     def test_a_disk_that_takes_nothing_is_told_and_loses_nothing(self):
         fenlo = self.start_fenlo(history=OLD, fresh=True)
         fenlo.close()
