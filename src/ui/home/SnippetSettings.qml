@@ -1,7 +1,6 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Layouts
 import Fenlo.Controls
 import Fenlo.Home
 
@@ -28,62 +27,7 @@ Page {
 
             model: page.snippets
 
-            FormRow {
-                id: row
-
-                required property int index
-                required property string trigger
-                required property string entryText
-                required property string problem
-
-                stacked: true
-
-                function takeKeyboard() { words.forceActiveFocus(Qt.TabFocusReason) }
-
-                GridLayout {
-                    columns: 3
-                    columnSpacing: Theme.unit
-                    rowSpacing: Theme.half
-                    Layout.fillWidth: true
-
-                    Field {
-                        id: words
-
-                        name: "Words to say, " + (row.index + 1)
-                        placeholderText: "Words to say"
-                        text: row.trigger
-                        onEditingFinished: page.snippets.setTrigger(row.index, text)
-                        Component.onDestruction: if (text !== row.trigger) page.snippets.setTrigger(row.index, text)
-                        Layout.preferredWidth: Theme.textSize * 13
-                        Layout.alignment: Qt.AlignTop
-                    }
-                    TextBox {
-                        id: inserted
-
-                        name: "Text to insert, " + (row.index + 1)
-                        placeholder: "Text to insert"
-                        text: row.entryText
-                        onEditingFinished: page.snippets.setText(row.index, text)
-                        implicitHeight: Theme.textSize * 4.5
-                        Layout.fillWidth: true
-                    }
-                    IconButton {
-                        name: "Remove snippet " + (row.index + 1)
-                        sign: "×"
-                        onClicked: page.snippets.remove(row.index)
-                        Layout.alignment: Qt.AlignTop
-                    }
-                    Note {
-                        text: row.problem
-                        visible: text !== ""
-                        color: Theme.works
-                        Layout.columnSpan: 3
-                        Layout.fillWidth: true
-                        Accessible.role: Accessible.AlertMessage
-                        Accessible.name: text
-                    }
-                }
-            }
+            SnippetRow { snippets: page.snippets }
         }
         FormRow {
             title: page.snippets.isEmpty ? "No snippets yet" : ""
@@ -93,7 +37,7 @@ Page {
                 text: "Add Snippet"
                 onClicked: {
                     const place = page.snippets.add()
-                    Qt.callLater(() => (rows.itemAt(place) as FormRow)?.takeKeyboard())
+                    Qt.callLater(() => (rows.itemAt(place) as SnippetRow)?.takeKeyboard())
                 }
             }
         }
