@@ -75,9 +75,9 @@ Windows::Windows(const WindowServices& services)
             .serviceKeys = serviceKeys,
             .offlineModels = offlineModels,
             .microphone = microphone}),
-      onboarding(appearance, services.firstStart), welcome(appearance, services.mainQueue, [&config = services.config] {
-          return hotkeyLabel(config.get().hotkey);
-      }) {
+      onboarding({appearance, settings, serviceKeys}, services.firstStart),
+      welcome(appearance, services.mainQueue,
+              [&config = services.config] { return hotkeyLabel(config.get().hotkey); }) {
     voiceReading.onClosed = [this] { voice.refresh(); };
 }
 

@@ -43,8 +43,6 @@ bool Onboarding::isWanted(OnboardingScreen screen) const {
     switch (screen) {
     case OnboardingScreen::professionDetails:
         return profession.isChosen();
-    case OnboardingScreen::recogniser:
-        return false;
     case OnboardingScreen::email:
         return login.lacksEmail();
     default:

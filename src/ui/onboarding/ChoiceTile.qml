@@ -4,12 +4,17 @@ import QtQuick.Layouts
 import Fenlo.Controls
 
 /// One of some choices: a word, and perhaps a line below it. Arrows lead to its neighbours.
-AbstractButton {
+RadioButton {
     id: tile
 
     property string note: ""
-    property bool isChosen: false
-    property bool isOneOfSeveral: false // more than one may be chosen
+    property bool isChosen: false // what the model says
+    /// The user wants this one.
+    signal chosen
+
+    checked: isChosen
+    autoExclusive: false // the model knows the others
+    indicator: null
 
     implicitWidth: Math.max(Theme.textSize * 4, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: Math.max(Theme.controlHeight, implicitContentHeight + topPadding + bottomPadding)
@@ -18,20 +23,23 @@ AbstractButton {
     topPadding: Theme.unit
     bottomPadding: Theme.unit
     focusPolicy: Qt.StrongFocus
-    Accessible.role: isOneOfSeveral ? Accessible.CheckBox : Accessible.RadioButton
     Accessible.name: text
     Accessible.description: note
-    Accessible.checkable: true
-    Accessible.checked: isChosen
-    Accessible.onPressAction: tile.clicked()
-    Accessible.onToggleAction: tile.clicked()
-    Keys.onReturnPressed: tile.clicked()
-    Keys.onEnterPressed: tile.clicked()
+    onClicked: decide()
+    Accessible.onPressAction: decide()
+    Accessible.onToggleAction: decide()
+    Keys.onReturnPressed: decide()
+    Keys.onEnterPressed: decide()
     Keys.onRightPressed: tile.move(true)
     Keys.onDownPressed: tile.move(true)
     Keys.onLeftPressed: tile.move(false)
     Keys.onUpPressed: tile.move(false)
 
+    // The model may refuse: what is shown is then its value again.
+    function decide() {
+        tile.chosen()
+        tile.checked = Qt.binding(() => tile.isChosen)
+    }
     function move(forward) {
         tile.nextItemInFocusChain(forward).forceActiveFocus(Qt.TabFocusReason)
     }

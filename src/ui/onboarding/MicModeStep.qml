@@ -34,7 +34,7 @@ StepPage {
                 Layout.fillWidth: true
                 Layout.fillHeight: true
                 Layout.preferredWidth: 1
-                onClicked: step.start.microphone.choose(index)
+                onChosen: step.start.microphone.choose(index)
             }
         }
     }

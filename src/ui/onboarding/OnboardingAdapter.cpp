@@ -4,10 +4,10 @@
 
 namespace fenlo {
 
-OnboardingAdapter::OnboardingAdapter(Onboarding& onboarding)
+OnboardingAdapter::OnboardingAdapter(Onboarding& onboarding, HomeViewModel& settings, ServiceKeysModel& keys)
     : m_onboarding(onboarding), m_profession(onboarding.profession), m_checks(onboarding.checks),
-      m_microphone(onboarding.microphone), m_practice(onboarding.practice, onboarding.state),
-      m_watch(onboarding.state.changes.watch([this] { follow(); })),
+      m_microphone(onboarding.microphone), m_offline(settings), m_keys(keys),
+      m_practice(onboarding.practice, onboarding.state), m_watch(onboarding.state.changes.watch([this] { follow(); })),
       m_loginWatch(onboarding.login.watch([this] { Q_EMIT changed(); })) {
     static_assert(static_cast<int>(Screen::done) == static_cast<int>(OnboardingScreen::done));
     follow();

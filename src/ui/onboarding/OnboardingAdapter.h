@@ -6,6 +6,8 @@
 #include "ui/onboarding/ProfessionAdapter.h"
 #include "ui/onboarding/SystemChecksAdapter.h"
 #include "ui/onboarding/VoiceReadingAdapter.h"
+#include "ui/parts/OfflineMode.h"
+#include "ui/parts/ServiceKeyList.h"
 
 #include <QObject>
 #include <QString>
@@ -33,6 +35,8 @@ class OnboardingAdapter final : public QObject {
     Q_PROPERTY(fenlo::ProfessionAdapter* profession READ profession CONSTANT)
     Q_PROPERTY(fenlo::SystemChecksAdapter* checks READ checks CONSTANT)
     Q_PROPERTY(fenlo::MicrophoneAdapter* microphone READ microphone CONSTANT)
+    Q_PROPERTY(fenlo::OfflineMode* offline READ offline CONSTANT)
+    Q_PROPERTY(fenlo::ServiceKeyList* keys READ keys CONSTANT)
     Q_PROPERTY(fenlo::PracticeAdapter* practice READ practice CONSTANT)
     Q_PROPERTY(fenlo::VoiceReadingAdapter* reading READ reading NOTIFY changed) // on its screen only
 
@@ -54,7 +58,7 @@ public:
     };
     Q_ENUM(Screen)
 
-    explicit OnboardingAdapter(Onboarding& onboarding);
+    OnboardingAdapter(Onboarding& onboarding, HomeViewModel& settings, ServiceKeysModel& keys);
 
     Screen screen() const { return static_cast<Screen>(m_onboarding.flow.screen()); }
     double progress() const { return m_onboarding.state.progress(); }
@@ -69,6 +73,8 @@ public:
     ProfessionAdapter* profession() { return &m_profession; }
     SystemChecksAdapter* checks() { return &m_checks; }
     MicrophoneAdapter* microphone() { return &m_microphone; }
+    OfflineMode* offline() { return &m_offline; }
+    ServiceKeyList* keys() { return &m_keys; }
     PracticeAdapter* practice() { return &m_practice; }
     VoiceReadingAdapter* reading() const { return m_reading.get(); }
 
@@ -91,6 +97,8 @@ private:
     ProfessionAdapter m_profession;
     SystemChecksAdapter m_checks;
     MicrophoneAdapter m_microphone;
+    OfflineMode m_offline;
+    ServiceKeyList m_keys;
     PracticeAdapter m_practice;
     const VoiceReading* m_shownReading = nullptr;
     std::unique_ptr<VoiceReadingAdapter> m_reading;

@@ -11,10 +11,10 @@ namespace fenlo {
 
 /// All that exists only while the window does. The adapter outlives the QML that is bound to it.
 struct OnboardingWindow::Open {
-    Open(Appearance& appearance, const OnboardingServices& services, OnboardingStart start)
-        : onboarding(services, std::move(start)), adapter(begun(onboarding)),
+    Open(const OnboardingModels& models, const OnboardingServices& services, OnboardingStart start)
+        : onboarding(services, std::move(start)), adapter(begun(onboarding), models.settings, models.keys),
           window("Onboarding/OnboardingWindow.qml",
-                 {{"appearance", QVariant::fromValue(&appearance)}, {"start", QVariant::fromValue(&adapter)}},
+                 {{"appearance", QVariant::fromValue(&models.appearance)}, {"start", QVariant::fromValue(&adapter)}},
                  [this] { onboarding.flow.close(); }) {}
 
     static Onboarding& begun(Onboarding& onboarding) {
@@ -27,8 +27,8 @@ struct OnboardingWindow::Open {
     QmlWindow window;
 };
 
-OnboardingWindow::OnboardingWindow(Appearance& appearance, OnboardingServices services)
-    : m_appearance(appearance), m_services(std::move(services)) {}
+OnboardingWindow::OnboardingWindow(OnboardingModels models, OnboardingServices services)
+    : m_models(models), m_services(std::move(services)) {}
 
 OnboardingWindow::~OnboardingWindow() = default;
 
@@ -36,7 +36,7 @@ void OnboardingWindow::show(OnboardingStart start) {
     m_open.reset();
     start.onFinish = afterClosing(std::move(start.onFinish));
     start.onClose = afterClosing(std::move(start.onClose));
-    m_open = std::make_unique<Open>(m_appearance, m_services, std::move(start));
+    m_open = std::make_unique<Open>(m_models, m_services, std::move(start));
     m_open->window.toFront();
 }
 

@@ -8,13 +8,22 @@
 namespace fenlo {
 
 class Appearance;
+class HomeViewModel;
+class ServiceKeysModel;
+
+/// What the first start shows of the settings. All outlive the window.
+struct OnboardingModels {
+    Appearance& appearance;
+    HomeViewModel& settings;
+    ServiceKeysModel& keys;
+};
 
 /// The window of the first start. It exists while it is shown.
 ///
 /// Threads: main thread only.
 class OnboardingWindow {
 public:
-    OnboardingWindow(Appearance& appearance, OnboardingServices services);
+    OnboardingWindow(OnboardingModels models, OnboardingServices services);
     OnboardingWindow(const OnboardingWindow&) = delete;
     OnboardingWindow& operator=(const OnboardingWindow&) = delete;
     ~OnboardingWindow();
@@ -29,7 +38,7 @@ private:
 
     std::function<void()> afterClosing(std::function<void()> tell);
 
-    Appearance& m_appearance;
+    const OnboardingModels m_models;
     const OnboardingServices m_services;
     std::unique_ptr<Open> m_open;
     Lifetime m_lifetime;

@@ -37,14 +37,13 @@ StepPage {
                 Repeater {
                     model: group.question.options.length
 
-                    ChoiceTile {
+                    Chip {
                         required property int index
                         readonly property var option: group.question.options[index]
 
                         text: option.label
-                        isChosen: option.isChosen
-                        isOneOfSeveral: group.question.takesSeveral
-                        onClicked: step.start.profession.toggle(group.question.topic, option.key)
+                        value: option.isChosen
+                        onChosen: step.start.profession.toggle(group.question.topic, option.key)
                     }
                 }
             }

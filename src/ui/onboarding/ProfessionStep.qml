@@ -38,7 +38,7 @@ StepPage {
                 isChosen: option.isChosen
                 Layout.fillWidth: true
                 Layout.preferredWidth: 1
-                onClicked: step.start.profession.choose(option.key)
+                onChosen: step.start.profession.choose(option.key)
             }
         }
     }

@@ -26,7 +26,7 @@ StepPage {
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.preferredWidth: 1
-            onClicked: step.start.profession.setPersonal(false)
+            onChosen: step.start.profession.setPersonal(false)
         }
         ChoiceTile {
             text: "Personal"
@@ -38,7 +38,7 @@ StepPage {
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.preferredWidth: 1
-            onClicked: step.start.profession.setPersonal(true)
+            onChosen: step.start.profession.setPersonal(true)
         }
     }
 }

@@ -14,7 +14,7 @@ Window {
     required property real margin // for the shadow
     property bool isLeaving: false
 
-    title: "Fenlo"
+    title: "Fenlo is ready"
     flags: Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
     width: 380 + 2 * margin
     height: 320 + 2 * margin
