@@ -15,15 +15,15 @@ namespace fenlo {
 
 namespace {
 
-constexpr int patience = 60'000;      // milliseconds
-constexpr int betweenLooks = 200;     // at the stop
-constexpr std::size_t most = 1 << 20; // bytes of a report
+constexpr int doctorPatience = 60'000; // milliseconds
+constexpr int betweenLooks = 200;      // at the stop
+constexpr std::size_t most = 1 << 20;  // bytes of a report
 
 /// What comes until the other end is closed; nothing when it takes too long, is too much, or is to stop.
 std::optional<std::string> readToEnd(int descriptor, const std::stop_token& stop) {
     std::string text;
     std::array<char, 4096> piece{};
-    for (int waited = 0; waited < patience && text.size() < most && !stop.stop_requested();) {
+    for (int waited = 0; waited < doctorPatience && text.size() < most && !stop.stop_requested();) {
         pollfd waiting{descriptor, POLLIN, 0};
         if (::poll(&waiting, 1, betweenLooks) == 0) {
             waited += betweenLooks;

@@ -11,7 +11,7 @@ namespace fenlo {
 
 namespace {
 
-constexpr double copiedFor = 2.0; // seconds
+constexpr double reportCopiedFor = 2.0; // seconds
 
 std::string things(std::size_t count, std::size_t all, const char* what) {
     return std::to_string(count) + " of " + std::to_string(all) + (count == 1 ? " checks is " : " checks are ") + what;
@@ -70,7 +70,7 @@ std::string AboutModel::report() const {
 
 void AboutModel::copyReport() {
     m_services.copyToClipboard(report());
-    m_copiedTimer = m_services.queue.postAfter(copiedFor, [this] {
+    m_copiedTimer = m_services.queue.postAfter(reportCopiedFor, [this] {
         m_copiedTimer = Timer();
         m_changes.tell();
     });
