@@ -2,6 +2,7 @@
 
 #include "base/Background.h"
 #include "base/NotificationCenter.h"
+#include "base/Text.h"
 #include "platform/Workspace.h"
 #include "settings/Keychain.h"
 #include "shell/Sounds.h"
@@ -247,7 +248,8 @@ std::string HomeViewModel::offlineLine() const {
 }
 
 std::string HomeViewModel::offlineFault() const {
-    return offlineSetupStatus == setupFailedLine ? m_services.localTranscriber.setupFault() : "";
+    const bool failed = offlineSetupStatus == setupFailedLine;
+    return failed ? text::join(text::words(m_services.localTranscriber.setupFault()), " ") : "";
 }
 
 void HomeViewModel::chooseSoundScheme(const std::string& id) {

@@ -128,7 +128,7 @@ std::string OfflineModelRow::status() const {
     }
     if (isInstalled)
         return (bytes > 0 ? sizeText(bytes) + " on the disk" : "On the disk") +
-               std::string(isUsed ? ", used by offline mode" : "");
+               std::string(isUsed ? ", the model of offline mode" : "");
     if (partial > 0)
         return sizeText(partial) + (bytes > 0 ? " of " + sizeText(bytes) : "") + " downloaded";
     return bytes > 0 ? "Download of " + sizeText(bytes) : "";

@@ -81,7 +81,7 @@ std::string ServiceKeyRow::status() const {
 }
 
 std::string ServiceKeyRow::hint() const {
-    return purpose + ". Get a key at " + site;
+    return hasKey() ? purpose : purpose + ". Get a key at " + site;
 }
 
 ServiceKeysModel::ServiceKeysModel(Services services) : m_services(services) {

@@ -35,11 +35,9 @@ FormGroup {
             spacing: 0
             Layout.fillWidth: true
 
-            Rectangle {
+            Item { // a row below something draws a line above itself
                 visible: entry.index > 0
-                color: Theme.line
                 implicitHeight: 1
-                Layout.fillWidth: true
             }
             FormRow {
                 title: entry.label

@@ -115,7 +115,7 @@ TEST_F(OfflineModelsTest, ADownloadShowsItsBytesAndGoesOnAfterACancel) {
     EXPECT_EQ(row(smallName).downloadVerb(), "Resume");
     model().download(smallName);
     settle();
-    EXPECT_EQ(row(smallName).status(), "1.3 GB on the disk, used by offline mode");
+    EXPECT_EQ(row(smallName).status(), "1.3 GB on the disk, the model of offline mode");
     EXPECT_EQ(row(smallName).note.kind, Note::Kind::good);
 }
 
