@@ -52,10 +52,6 @@ Windows::Windows(const WindowServices& services)
       voice({services.audioInput, services.clock, services.mainQueue, services.background, services.config,
              services.notifications},
             voiceProfileFile()),
-      voiceReading(appearance,
-                   {services.audioInput, services.clock, services.mainQueue, services.background, services.config,
-                    services.notifications, services.keys},
-                   voiceProfileFile()),
       about(aboutServices(services)), serviceKeys({services.secrets, services.serviceKeys, services.deployment,
                                                    services.http, services.mainQueue, services.background}),
       offlineModels({modelWork(services.deployment, services.http, services.clock), services.mainQueue,
@@ -70,15 +66,22 @@ Windows::Windows(const WindowServices& services)
             .hotkeyTest = hotkeyTest,
             .snippets = snippets,
             .voice = voice,
-            .readPassage = [this] { voiceReading.open(); },
+            .readPassage = [this] { readPassage(); },
             .about = about,
             .serviceKeys = serviceKeys,
             .offlineModels = offlineModels,
             .microphone = microphone}),
       onboarding({appearance, settings, serviceKeys}, services.firstStart),
       welcome(appearance, services.mainQueue,
-              [&config = services.config] { return hotkeyLabel(config.get().hotkey); }) {
-    voiceReading.onClosed = [this] { voice.refresh(); };
+              [&config = services.config] { return hotkeyLabel(config.get().hotkey); }) {}
+
+/// Step 6 of the first start alone; a first start that is open has the step itself.
+void Windows::readPassage() {
+    const auto refresh = [this] { voice.refresh(); };
+    if (onboarding.isOpen())
+        onboarding.toFront();
+    else
+        onboarding.show({.voiceProfileOnly = true, .onFinish = refresh, .onClose = refresh});
 }
 
 } // namespace fenlo

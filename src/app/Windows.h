@@ -13,7 +13,6 @@
 #include "ui/controls/Appearance.h"
 #include "ui/home/HomeWindow.h"
 #include "ui/onboarding/OnboardingWindow.h"
-#include "ui/onboarding/VoiceReadingWindow.h"
 #include "ui/onboarding/WelcomeWindow.h"
 
 #include <functional>
@@ -68,7 +67,6 @@ struct Windows {
     DashboardModel dashboard;
     HistoryModel history;
     VoiceProfileModel voice;
-    VoiceReadingWindow voiceReading;
     AboutModel about;
     ServiceKeysModel serviceKeys;
     OfflineModels offlineModels;
@@ -76,6 +74,9 @@ struct Windows {
     HomeWindow home;
     OnboardingWindow onboarding;
     WelcomeWindow welcome;
+
+private:
+    void readPassage();
 };
 
 } // namespace fenlo

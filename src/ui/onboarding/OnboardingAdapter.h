@@ -23,6 +23,7 @@ class OnboardingAdapter final : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("given to the window")
     Q_PROPERTY(Screen screen READ screen NOTIFY changed)
+    Q_PROPERTY(bool voiceProfileOnly READ voiceProfileOnly CONSTANT)
     Q_PROPERTY(double progress READ progress NOTIFY changed)
     Q_PROPERTY(bool canGoBack READ canGoBack NOTIFY changed)
     Q_PROPERTY(QString hotkey READ hotkey NOTIFY changed)          // its label
@@ -61,6 +62,7 @@ public:
     OnboardingAdapter(Onboarding& onboarding, HomeViewModel& settings, ServiceKeysModel& keys);
 
     Screen screen() const { return static_cast<Screen>(m_onboarding.flow.screen()); }
+    bool voiceProfileOnly() const { return m_onboarding.state.voiceProfileOnly; }
     double progress() const { return m_onboarding.state.progress(); }
     bool canGoBack() const { return m_onboarding.flow.canGoBack(); }
     QString hotkey() const { return QString::fromStdString(m_onboarding.hotkey()); }

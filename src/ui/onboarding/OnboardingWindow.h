@@ -18,7 +18,7 @@ struct OnboardingModels {
     ServiceKeysModel& keys;
 };
 
-/// The window of the first start. It exists while it is shown.
+/// The window of the first start, or of the reading of the passage alone. It exists while it is shown.
 ///
 /// Threads: main thread only.
 class OnboardingWindow {

@@ -15,8 +15,8 @@ ApplicationWindow {
         "VoiceStep.qml", "FeaturesStep.qml", "EmailCollectionStep.qml", "DoneStep.qml"]
     readonly property var page: content.item // a StepPage
 
-    title: "Welcome to Fenlo"
-    width: Math.min(Math.round(Theme.textSize * 64), Screen.desktopAvailableWidth)
+    title: start.voiceProfileOnly ? "Voice Profile" : "Welcome to Fenlo"
+    width: Math.min(Math.round(Theme.textSize * (start.voiceProfileOnly ? 50 : 64)), Screen.desktopAvailableWidth)
     height: Math.min(Math.round(Theme.textSize * 46), Screen.desktopAvailableHeight - 2 * Theme.controlHeight)
     minimumWidth: Math.round(Theme.textSize * 30)
     minimumHeight: Math.round(Theme.textSize * 22)
@@ -32,6 +32,7 @@ ApplicationWindow {
     Binding { target: Theme; property: "family"; value: window.appearance.family }
 
     Shortcut { sequences: ["Ctrl+W"]; onActivated: window.close() }
+    Shortcut { sequences: ["Escape"]; enabled: window.start.voiceProfileOnly; onActivated: window.close() }
     Shortcut { sequences: ["Alt+Left"]; onActivated: window.start.back() }
 
     ColumnLayout {
@@ -41,6 +42,7 @@ ApplicationWindow {
         Progress {
             value: window.start.progress
             name: "Progress"
+            visible: !window.start.voiceProfileOnly
             Layout.fillWidth: true
         }
         Loader {

@@ -14,7 +14,7 @@ StepPage {
         id: reading
 
         reading: step.start.reading
-        skipCaption: "Skip for now"
+        skipCaption: step.start.voiceProfileOnly ? "Cancel" : "Skip for now"
         focus: true
         Layout.fillWidth: true
         Layout.preferredHeight: Math.max(Theme.textSize * 27, step.availableHeight - 2 * step.margin)
