@@ -16,7 +16,7 @@ namespace {
 constexpr double dayPeriod = 20; // seconds between looks at the date
 constexpr double secondsPerMinute = 60;
 
-DashboardModel::Card card(std::string value, std::string label) {
+DashboardModel::Card card(const std::string& value, const std::string& label) {
     return {value, label, value + " " + label};
 }
 
