@@ -90,13 +90,15 @@ endfunction()
 add_library(fenlo_generated_options INTERFACE)
 target_compile_options(fenlo_generated_options INTERFACE -Wno-shadow -Wno-subobject-linkage)
 
-# fenlo_screens(NAME MODULE SOURCES … FILES … LINKS …): one folder of src/ui as the QML module Fenlo.MODULE, with the QML files and
-# the C++ classes that they use. A program links NAME and NAMEplugin.
+# fenlo_screens(NAME MODULE SOURCES … FILES … LINKS … [MODULES …]): one folder of src/ui as the QML module Fenlo.MODULE, with the QML
+# files and the C++ classes that they use. A program links NAME and NAMEplugin. MODULES are those whose types the classes have as
+# properties.
 function(fenlo_screens name module)
-    cmake_parse_arguments(ARG "" "" "SOURCES;FILES;LINKS" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;FILES;LINKS;MODULES" ${ARGN})
     set(CMAKE_AUTOMOC ON)
     qt_add_qml_module(${name} STATIC URI Fenlo.${module} VERSION 1.0 RESOURCE_PREFIX /qt/qml
-        OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/qml/Fenlo/${module} SOURCES ${ARG_SOURCES} QML_FILES ${ARG_FILES})
+        OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/qml/Fenlo/${module} SOURCES ${ARG_SOURCES} QML_FILES ${ARG_FILES}
+        DEPENDENCIES QtQuick ${ARG_MODULES})
     # What Qt generates names its types without their folder.
     target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC fenlo_options ${ARG_LINKS} Qt6::Quick PRIVATE fenlo_generated_options)

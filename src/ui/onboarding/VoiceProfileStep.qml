@@ -42,7 +42,7 @@ FocusScope {
             Layout.fillHeight: true
             Layout.minimumHeight: Theme.textSize * 9
             Accessible.role: Accessible.StaticText
-            Accessible.name: step.reading.passage.join(" ")
+            Accessible.name: step.reading.wholePassage
 
             ListView {
                 id: lines

@@ -15,6 +15,7 @@ class VoiceReadingAdapter final : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("given to the window")
     Q_PROPERTY(QStringList passage READ passage CONSTANT)
+    Q_PROPERTY(QString wholePassage READ wholePassage CONSTANT)
     Q_PROPERTY(QString keyLabel READ keyLabel CONSTANT)
     Q_PROPERTY(int line READ line NOTIFY changed)
     Q_PROPERTY(double progress READ progress NOTIFY changed)
@@ -30,6 +31,7 @@ public:
     explicit VoiceReadingAdapter(VoiceReading& reading);
 
     static QStringList passage();
+    static QString wholePassage() { return passage().join(QLatin1Char(' ')); }
     QString keyLabel() const;
     int line() const { return static_cast<int>(m_reading.line()); }
     double progress() const { return m_reading.progress(); }

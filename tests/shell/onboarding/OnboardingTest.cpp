@@ -26,8 +26,8 @@ protected:
 
 TEST_F(FirstStartFlow, WalksThroughTheStepsAndLeavesTheMarker) {
     start();
-    EXPECT_EQ(walk(),
-              (std::vector<std::string>{"1:0", "2:0", "2:0", "3:125", "4:250", "4:250", "5:375", "6:500", "7:625", "9:1000"}))
+    EXPECT_EQ(walk(), (std::vector<std::string>{"1:0", "2:0", "2:0", "3:125", "4:250", "4:250", "5:375", "6:500",
+                                                "7:625", "9:1000"}))
         << "no profession has no questions, and nobody signed in";
     EXPECT_FALSE(OnboardingMarks::isOnboarded());
     onboarding->flow.next();
