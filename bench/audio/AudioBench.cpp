@@ -44,9 +44,12 @@ private:
 class HandOperatedInput final : public AudioInput {
 public:
     std::unique_ptr<CaptureEngine> makeEngine() override { return std::make_unique<HandOperatedEngine>(tap); }
+    std::unique_ptr<CaptureEngine> makeEngineOf(const std::string&) override { return makeEngine(); }
     std::optional<InputDevice> defaultDevice() const override { return InputDevice{1, "Bench", true}; }
+    std::vector<InputDevice> devices() const override { return {*defaultDevice()}; }
     bool isConnected() const override { return true; }
     void onDefaultDeviceChanged(std::function<void()>) override {}
+    void onDevicesChanged(std::function<void()>) override {}
 
     CaptureEngine::Tap tap;
 };
