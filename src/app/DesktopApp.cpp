@@ -170,6 +170,19 @@ AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, Windows& windo
     return hooks;
 }
 
+void runUntilQuit(AppDelegate& delegate, QtMainQueue& mainQueue, SecretServiceStore& secrets,
+                  ThreadBackground& background) {
+    runProgram({.launch = [&] { delegate.launch(); },
+                .loop = [&] { mainQueue.run(); },
+                .terminate = [&] { delegate.willTerminate(); },
+                .release =
+                    [&] {
+                        mainQueue.end();
+                        secrets.close();
+                    }},
+               background);
+}
+
 /// Makes all services, in the order in which one needs the other, and runs until the user quits.
 void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     SystemClock clock;
@@ -227,15 +240,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
                           workspace, services.keychain, recorder, overlay, menuBar, session},
                          appHooks(mainQueue, services, windows, deployment));
 
-    runProgram({.launch = [&] { delegate.launch(); },
-                .loop = [&] { mainQueue.run(); },
-                .terminate = [&] { delegate.willTerminate(); },
-                .release =
-                    [&] {
-                        mainQueue.end();
-                        platform.secrets.close();
-                    }},
-               background);
+    runUntilQuit(delegate, mainQueue, platform.secrets, background);
 }
 
 } // namespace
