@@ -194,6 +194,11 @@ void Config::save() {
     announce();
 }
 
+std::optional<std::filesystem::path> Config::setAside() const {
+    std::lock_guard lock(m_mutex);
+    return m_setAside;
+}
+
 void Config::tellOn(MainQueue& mainQueue) {
     m_mainQueue = &mainQueue;
 }
@@ -219,6 +224,8 @@ bool Config::makeRoom() {
         return false;
     if (kept)
         logInfo("The damaged settings are kept as {}", kept->string());
+    std::lock_guard lock(m_mutex);
+    m_setAside = kept;
     m_fault.reset();
     return true;
 }

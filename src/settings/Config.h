@@ -51,7 +51,7 @@ struct Settings {
     std::vector<std::string> dictationTypes;
     std::vector<std::string> meetingEmailRecipients;
     Choice<MicMode> micMode = MicMode::studio;
-    std::string micDevice; // key of an InputDevice; empty for the desktop's default
+    std::string micDevice;       // key of an InputDevice; empty for the desktop's default
     bool typeShortTexts = false; // instead of pasting them, which leaves a trace in some clipboard histories
     bool keepFailedTakes = true; // or what was not recognised is deleted
     Choice<ColourScheme> colourScheme = ColourScheme::system;
@@ -104,6 +104,9 @@ public:
     /// Whether the file has what get() returns, as far as the last save could tell.
     bool isSaved() const { return m_isSaved; }
 
+    /// Where the file of the last run lies that could not be used, so that the settings began at their defaults.
+    std::optional<std::filesystem::path> setAside() const;
+
     /// Lets changes be told from now on. Call once, before other threads change settings; the queue outlives the
     /// settings. Without it, as on the command line, nobody is told.
     void tellOn(MainQueue& mainQueue);
@@ -123,6 +126,7 @@ private:
     std::mutex m_writing; // orders the writers of the file
     Settings m_settings;
     std::optional<SettingsFault> m_fault; // of the file on the disk
+    std::optional<std::filesystem::path> m_setAside;
     std::atomic<bool> m_isSaved = true;
     MainQueue* m_mainQueue = nullptr;
     std::atomic<bool> m_isTelling = false; // a task of the main queue is on its way

@@ -307,9 +307,13 @@ void HomeViewModel::signOut() {
 }
 
 std::string HomeViewModel::storageLine() const {
-    return m_services.config.isSaved() ? ""
-                                       : "Your settings could not be written to " + Config::defaultFile().string() +
-                                             ". They hold until Fenlo ends.";
+    if (canSaveAgain())
+        return "Your settings could not be written to " + Config::defaultFile().string() +
+               ". They hold until Fenlo ends.";
+    if (const auto kept = m_services.config.setAside())
+        return "Your settings file was damaged, so Fenlo began with its own choices. The file is kept as " +
+               kept->string() + ".";
+    return {};
 }
 
 } // namespace fenlo

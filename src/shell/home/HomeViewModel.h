@@ -127,8 +127,9 @@ public:
     /// Forgets the account's secrets; "FenloUserDidSignOut" follows when they are gone.
     void signOut();
 
-    /// One sentence when the settings are not in their file; empty when they are.
+    /// A sentence when the settings are not in their file, or the file could not be used at the start; else empty.
     std::string storageLine() const;
+    bool canSaveAgain() const { return !m_services.config.isSaved(); }
     void saveAgain() { m_services.config.save(); }
 
     [[nodiscard]] Changes::Watch watch(std::function<void()> handler) { return m_changes.watch(std::move(handler)); }

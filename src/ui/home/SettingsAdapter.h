@@ -34,6 +34,7 @@ class SettingsAdapter final : public QObject {
     Q_PROPERTY(bool opensAtLogin READ opensAtLogin WRITE setOpensAtLogin NOTIFY changed)
     Q_PROPERTY(QString loginFault READ loginFault NOTIFY changed)
     Q_PROPERTY(QString storageLine READ storageLine NOTIFY changed)
+    Q_PROPERTY(bool canSaveAgain READ canSaveAgain NOTIFY changed)
 
     Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY changed)
     Q_PROPERTY(QString languageHint READ languageHint NOTIFY changed)
@@ -114,6 +115,7 @@ public:
     void setOpensAtLogin(bool opens) { m_model.setOpensAtLogin(opens); }
     QString loginFault() const { return QString::fromStdString(m_model.loginFault); }
     QString storageLine() const { return QString::fromStdString(m_model.storageLine()); }
+    bool canSaveAgain() const { return m_model.canSaveAgain(); }
 
     QString language() const { return QString::fromStdString(m_model.language); }
     void setLanguage(const QString& code) { set(m_model.language, code.toStdString()); }

@@ -104,7 +104,7 @@ FocusScope {
             Notice {
                 kind: "error"
                 text: tab.settings.storageLine
-                action: "Try Again"
+                action: tab.settings.canSaveAgain ? "Try Again" : ""
                 onActed: tab.settings.saveAgain()
                 Layout.margins: visible ? Theme.unit * 2 : 0
             }
