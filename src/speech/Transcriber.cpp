@@ -142,7 +142,8 @@ std::string Transcriber::transcribeInCloud(const TranscribeRequest& request, con
     const CloudService service = chosenService(settings);
     const auto key = keyOf(service, stop);
     if (!key)
-        throw TranscriberError(TranscriberError::Kind::noAPIKey, describeMissingKey(service, KeyUse::speech, m_keys.keyringUse()));
+        throw TranscriberError(TranscriberError::Kind::noAPIKey,
+                               describeMissingKey(service, KeyUse::speech, m_keys.keyringUse()));
     const ServiceAccess access{m_http, m_clock, hostOf(service), *key};
     ProviderResult result;
     switch (service) {

@@ -23,7 +23,7 @@ struct GlossaryCounts {
 };
 
 /// Larger files are no glossaries: the settings are copied often, and each term goes to the language model.
-inline constexpr std::uintmax_t largestGlossary = 1024 * 1024; // bytes
+inline constexpr std::uintmax_t largestGlossary = std::uintmax_t{1024} * 1024; // bytes
 
 inline constexpr char glossaryDialogMessage[] = "Select a glossary file (.txt, .csv, or .json)";
 inline constexpr char glossaryTitle[] = "Glossary Imported";

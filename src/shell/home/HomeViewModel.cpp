@@ -87,8 +87,8 @@ LocalTranscriber::Steps telling(const std::function<void(double)>& progress, Mai
 
 } // namespace
 
-HomeViewModel::HomeViewModel(HomeServices services)
-    : engineRunsHere(services.engineRunsHere), m_services(std::move(services)) {
+HomeViewModel::HomeViewModel(const HomeServices& services)
+    : engineRunsHere(services.engineRunsHere), m_services(services) {
     readSettings();
     m_settingsChanged = m_services.config.watch([this] { followSettings(); });
 }

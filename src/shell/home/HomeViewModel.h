@@ -42,7 +42,7 @@ struct HomeServices {
 /// Errors:  none; what failed is told in the fields, in words for people.
 class HomeViewModel {
 public:
-    explicit HomeViewModel(HomeServices services);
+    explicit HomeViewModel(const HomeServices& services);
     ~HomeViewModel();
     HomeViewModel(const HomeViewModel&) = delete;
     HomeViewModel& operator=(const HomeViewModel&) = delete;

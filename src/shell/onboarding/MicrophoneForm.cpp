@@ -24,7 +24,7 @@ constexpr std::array modeReasons{
 
 } // namespace
 
-MicrophoneForm::MicrophoneForm(MicrophoneModel::Services services, MenuBarController& menuBar)
+MicrophoneForm::MicrophoneForm(const MicrophoneModel::Services& services, MenuBarController& menuBar)
     : devices(services), m_config(services.config), m_menuBar(menuBar) {}
 
 std::span<const MicrophoneForm::Choice> MicrophoneForm::choices() {

@@ -25,7 +25,7 @@ public:
         const char* text;
     };
 
-    MicrophoneForm(MicrophoneModel::Services services, MenuBarController& menuBar);
+    MicrophoneForm(const MicrophoneModel::Services& services, MenuBarController& menuBar);
     MicrophoneForm(const MicrophoneForm&) = delete;
     MicrophoneForm& operator=(const MicrophoneForm&) = delete;
 

@@ -61,7 +61,8 @@ void PulseAudioInput::onDevicesChanged(std::function<void()> handler) {
 }
 
 void PulseAudioInput::tell(const Handlers& handlers) {
-    const Handlers now = handlers; // a handler may add another
+    // A handler may add another.
+    const Handlers now = handlers; // NOLINT(performance-unnecessary-copy-initialization)
     for (const auto& handler : now)
         handler();
 }

@@ -11,7 +11,7 @@ namespace {
 constexpr char service[] = "org.gnome.GPaste";
 constexpr char path[] = "/org/gnome/GPaste";
 constexpr char interface[] = "org.gnome.GPaste2";
-constexpr auto callLimit = std::chrono::seconds(2);
+constexpr auto managerLimit = std::chrono::seconds(2);
 constexpr auto staysUnwanted = std::chrono::minutes(1);
 
 /// The manager has an option to cut blanks at the ends.
@@ -61,7 +61,7 @@ void ClipboardHistory::cleanUp() {
     if (m_unwanted.empty())
         return;
     const DBusConnection::Object manager{service, path};
-    const auto history = m_bus->call(manager, {interface, "GetHistory", nullptr, "(a(ss))"}, now + callLimit);
+    const auto history = m_bus->call(manager, {interface, "GetHistory", nullptr, "(a(ss))"}, now + managerLimit);
     if (!history)
         return;
     const GlibOwned<GVariant> entries(g_variant_get_child_value(history.get(), 0));
@@ -70,7 +70,7 @@ void ClipboardHistory::cleanUp() {
         const GlibOwned<GVariant> entry(g_variant_get_child_value(entries.get(), i));
         g_variant_get(entry.get(), "(&s&s)", &id, &text);
         if (std::erase_if(m_unwanted, [&](const Unwanted& each) { return isSame(text, each.text); }) > 0)
-            m_bus->call(manager, {interface, "Delete", g_variant_new("(s)", id)}, now + callLimit);
+            m_bus->call(manager, {interface, "Delete", g_variant_new("(s)", id)}, now + managerLimit);
     }
 }
 

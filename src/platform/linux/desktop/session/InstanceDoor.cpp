@@ -19,7 +19,7 @@ namespace fenlo {
 namespace {
 
 constexpr char answerByte = '+';
-constexpr int retryPause = 20; // milliseconds
+constexpr int knockPause = 20; // milliseconds
 constexpr int waitingCallers = 8;
 
 /// A socket and its address. The address goes through the open folder: those of sockets have room for short paths only.
@@ -110,7 +110,7 @@ bool InstanceDoor::knock(const std::filesystem::path& file, double patience) {
         if (Deadline::clock::now() >= until)
             return false;
         // The other process has the lock, and is about to open its door.
-        ::poll(nullptr, 0, retryPause);
+        ::poll(nullptr, 0, knockPause);
     }
 }
 

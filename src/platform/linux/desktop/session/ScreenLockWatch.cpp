@@ -11,14 +11,14 @@ constexpr char loginManager[] = "org.freedesktop.login1";
 constexpr char loginPath[] = "/org/freedesktop/login1";
 constexpr char managerInterface[] = "org.freedesktop.login1.Manager";
 constexpr char sessionInterface[] = "org.freedesktop.login1.Session";
-constexpr auto callLimit = std::chrono::seconds(2);
+constexpr auto questionLimit = std::chrono::seconds(2);
 
 /// The screen savers of the desktops; interface and path are named alike.
 constexpr const char* screenSavers[] = {"org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver",
                                         "org.cinnamon.ScreenSaver", "org.mate.ScreenSaver", "org.xfce.ScreenSaver"};
 
 DBusConnection::Clock::time_point soon() {
-    return DBusConnection::Clock::now() + callLimit;
+    return DBusConnection::Clock::now() + questionLimit;
 }
 
 bool isTrue(GVariant* value) {
