@@ -15,6 +15,7 @@
 
 #include <QCoreApplication>
 #include <QQuickWindow>
+#include <utility>
 #include <QTimer>
 #include <chrono>
 
@@ -59,7 +60,7 @@ struct HomeWindow::Open {
     QmlWindow window;
 };
 
-HomeWindow::HomeWindow(HomeModels models) : m_models(models) {}
+HomeWindow::HomeWindow(HomeModels models) : m_models(std::move(models)) {}
 
 HomeWindow::~HomeWindow() = default;
 
