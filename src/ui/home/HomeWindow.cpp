@@ -15,9 +15,9 @@
 
 #include <QCoreApplication>
 #include <QQuickWindow>
-#include <utility>
 #include <QTimer>
 #include <chrono>
+#include <utility>
 
 namespace fenlo {
 
