@@ -28,16 +28,17 @@ const std::map<std::string, std::set<std::string>> allowed{
     {"shell", {"base", "platform", "settings", "text"}},
     {"account", {"base", "platform", "settings"}},
     {"session", {"base", "platform", "settings", "audio", "speech", "text", "shell", "account"}},
+    {"meeting", {"base", "platform", "media", "settings", "audio", "speech", "text", "shell", "account", "session"}},
     {"shell/home",
      {"base", "platform", "media", "hub", "WhisperEngine", "settings", "audio", "speech", "text", "shell", "account",
       "session"}},
     {"shell/onboarding",
      {"base", "platform", "media", "hub", "WhisperEngine", "settings", "audio", "speech", "text", "shell", "shell/home",
       "account", "session"}},
-    {"ui", {"base", "platform", "settings", "shell", "shell/home", "shell/onboarding"}},
+    {"ui", {"base", "platform", "settings", "shell", "shell/home", "shell/onboarding", "meeting"}},
     {"app",
      {"base", "platform", "media", "hub", "WhisperEngine", "settings", "audio", "speech", "text", "shell", "shell/home",
-      "shell/onboarding", "account", "session", "ui"}},
+      "shell/onboarding", "account", "session", "meeting", "ui"}},
 };
 
 /// The line of the table that counts for a path below src/; empty when there is none.
