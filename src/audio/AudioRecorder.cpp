@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::size_t tapFrames = 4096;
 constexpr double missingInputRetry = 0.5; // seconds, like all delays here
+constexpr double moveRetry = 0.5;
 constexpr double settleDelay = 0.3;
 constexpr double idleStopDelay = 60.0;
 constexpr double tailOfLastWord = 0.25;
@@ -58,15 +59,19 @@ void AudioRecorder::warmUp() {
     m_rebuild.cancel(); // a later rebuild would replace this engine during a take
     m_toldMissingInput = false;
     m_engine.reset();
-    m_sampleRate = format.sampleRate;
-    m_take.setSampleRate(m_sampleRate);
-    m_inputDeviceId = defaultDeviceId();
-    m_engine = std::move(engine);
-    m_engine->installTap(tapFrames, [this](std::span<const float> samples) { receive(samples); });
+    m_take.setSampleRate(format.sampleRate);
+    adopt(std::move(engine));
     if (const auto error = m_engine->start())
         logInfo("Audio engine warmup skipped for this device: {}", *error);
     stopEngine();
     logInfo("Audio engine prepared at {:.0f}Hz, {}ch, device={}", format.sampleRate, format.channels, m_inputDeviceId);
+}
+
+void AudioRecorder::adopt(std::unique_ptr<CaptureEngine> engine) {
+    m_sampleRate = engine->format().sampleRate;
+    m_inputDeviceId = defaultDeviceId();
+    m_engine = std::move(engine);
+    m_engine->installTap(tapFrames, [this](std::span<const float> samples) { receive(samples); });
 }
 
 void AudioRecorder::registerDeviceListener() {
@@ -77,7 +82,7 @@ void AudioRecorder::openMicrophone() {
     runEngine();
 }
 
-void AudioRecorder::startRecording() {
+void AudioRecorder::startRecording(TakeKind kind) {
     m_fault.reset();
     if (!runEngine()) {
         m_fault = startFault();
@@ -85,9 +90,32 @@ void AudioRecorder::startRecording() {
     }
     ++m_takeNumber;
     m_silence.with([](SilenceWatch& watch) { watch = {}; });
-    m_take.begin();
+    m_takeKind = kind;
+    m_toldFailedMove = false;
+    m_take.begin(kind);
     m_startTime = m_clock.now();
     logInfo("Recording at {:.0f}Hz, device={}", m_sampleRate, m_inputDeviceId);
+}
+
+TakenSamples AudioRecorder::takeSamples() {
+    TakenSamples taken = m_take.takeSamples();
+    if (taken.samples.empty())
+        m_currentRms = 0; // a device that is gone has no level
+    return taken;
+}
+
+void AudioRecorder::endWithoutSpeechTest() {
+    m_move.cancel();
+    if (!m_engine)
+        return;
+    const TakeBuffer::Taken taken = m_take.end();
+    for (const auto& file : taken.chunkFiles)
+        files::removeQuietly(file);
+    m_runningCopy = taken.runningCopy;
+    dropRunningCopy();
+    stopEngine();
+    if (taken.deviceChanged)
+        rebuildEngine(Rebuild::delayed);
 }
 
 AudioRecorder::Fault AudioRecorder::startFault() const {
@@ -236,8 +264,29 @@ void AudioRecorder::inputDeviceChanged() {
     }
     m_wasExternal = external;
     m_notifications.post(notification::inputDeviceChanged);
-    if (!m_take.markDeviceChanged())
+    if (isRecording() && m_takeKind == TakeKind::inPieces)
+        moveTake();
+    else if (!m_take.markDeviceChanged())
         rebuildEngine(Rebuild::delayed);
+}
+
+/// The new engine delivers nothing before the old one is silent, so no moment is recorded twice.
+void AudioRecorder::moveTake() {
+    const std::uint32_t device = defaultDeviceId();
+    if (!isRecording() || device == 0 || device == m_inputDeviceId)
+        return;
+    auto engine = m_input.makeEngine();
+    if (const auto error = engine->start()) {
+        if (!std::exchange(m_toldFailedMove, true))
+            logError("The take stays on its input device, the new one does not start: {}", *error);
+        m_move = m_queue.postAfter(moveRetry, [this] { moveTake(); });
+        return;
+    }
+    m_toldFailedMove = false;
+    discardEngine();
+    m_take.changeSampleRate(engine->format().sampleRate);
+    adopt(std::move(engine));
+    logInfo("The take goes on at {:.0f}Hz, device={}", m_sampleRate, m_inputDeviceId);
 }
 
 bool AudioRecorder::isExternalInputActive() const {
@@ -267,7 +316,7 @@ void AudioRecorder::receive(std::span<const float> samples) {
         (*handler)(samples);
 
     const TakeBuffer::Place place = m_take.append(samples);
-    if (place == TakeBuffer::Place::beforeTake)
+    if (place == TakeBuffer::Place::beforeTake || place == TakeBuffer::Place::inPieces)
         return;
     // The handlers are looked up on the main thread, where they are set; what one take
     // posts never reaches the handler of the next.

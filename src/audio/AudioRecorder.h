@@ -28,6 +28,9 @@ class NotificationCenter;
 /// With a built-in input the engine runs during takes only. With an external input (headset, USB) it keeps running for
 /// a minute after a take, because reconnecting the device would cost the beginning of the next take.
 ///
+/// A whole take stays on the engine on which it began. A take in pieces, which may last for hours, moves to a new
+/// engine when the default input changes; until that one starts, the old one goes on.
+///
 /// Threads: call on the main thread. onReady and onSilence are called there, onAudioBuffer on the audio thread.
 ///          currentRMS() and isRecording() may be asked on any thread.
 /// Errors:  failures are logged and told by fault(); isRecording() stays false when a take could not start.
@@ -50,7 +53,13 @@ public:
     /// Gets the engine running ahead of startRecording(), which must follow: what is said in between goes before the
     /// take's first samples, up to 0.3 seconds of it.
     void openMicrophone();
-    void startRecording();
+    /// A take in pieces tells neither onReady nor onSilence nor onFiles: their listeners belong to dictation.
+    void startRecording(TakeKind kind = TakeKind::whole);
+    /// Moves the samples of a take in pieces out of it, without ending it and without waiting for a disk. They come at
+    /// the input's own rate, which changes with the device. Nothing while no such take runs.
+    TakenSamples takeSamples();
+    /// Ends a take at once: no quarter of a second, no files, and the engine stops. What was not taken is lost.
+    void endWithoutSpeechTest();
     /// Ends the take. Blocks for a quarter of a second, so that the tail of the last word is in it.
     /// Returns the take's WAV files (mono, 16 kHz, 32-bit float) in order; they are the caller's to delete. Empty when
     /// nothing is worth transcribing.
@@ -91,6 +100,8 @@ private:
 
     bool runEngine();
     bool startEngine();
+    void adopt(std::unique_ptr<CaptureEngine> engine);
+    void moveTake();
     void stopEngine();
     void discardEngine();
     void engineAfterTake(bool deviceChanged);
@@ -111,8 +122,10 @@ private:
     double m_sampleRate = 44100; // hertz, of the input
     std::optional<std::filesystem::path> m_runningCopy;
     std::uint32_t m_inputDeviceId = 0;
+    TakeKind m_takeKind = TakeKind::whole;
     bool m_wasExternal;
     bool m_toldMissingInput = false;
+    bool m_toldFailedMove = false;
     std::optional<double> m_startTime; // seconds of Clock::now()
     float m_speechRatio = 1;
     std::optional<Fault> m_fault;
@@ -128,6 +141,7 @@ private:
 
     Timer m_idleStop;
     Timer m_rebuild;
+    Timer m_move;
     Lifetime m_lifetime;
     std::unique_ptr<CaptureEngine> m_engine; // destroyed first, so that no tap call comes afterwards
 };

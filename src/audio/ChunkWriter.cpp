@@ -33,7 +33,11 @@ bool writeTo(const std::filesystem::path& file, std::span<const float> chunk) {
 std::vector<float> resampleForChunk(std::span<const float> samples, double sampleRate) {
     if (std::abs(sampleRate - speechRate) <= 1.0)
         return {samples.begin(), samples.end()};
-    const double ratio = speechRate / sampleRate;
+    return resampleLinearly(samples, sampleRate, speechRate);
+}
+
+std::vector<float> resampleLinearly(std::span<const float> samples, double fromRate, double toRate) {
+    const double ratio = toRate / fromRate;
     std::vector<float> resampled(static_cast<std::size_t>(ratio * static_cast<double>(samples.size())));
     for (std::size_t i = 0; i < resampled.size(); ++i) {
         const double position = static_cast<double>(i) / ratio;

@@ -15,6 +15,9 @@ std::optional<std::filesystem::path> writeChunk(std::span<const float> samples, 
 /// `~/.fenlo/takes`: recordings that wait to be recognised.
 std::filesystem::path keptTakesFolder();
 
+/// Linear interpolation.
+std::vector<float> resampleLinearly(std::span<const float> samples, double fromRate, double toRate);
+
 /// Brings samples to 16 kHz by linear interpolation; at 16 kHz within one hertz they come back as they are.
 std::vector<float> resampleForChunk(std::span<const float> samples, double sampleRate);
 

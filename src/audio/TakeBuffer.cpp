@@ -1,5 +1,6 @@
 #include "audio/TakeBuffer.h"
 
+#include "audio/ChunkWriter.h"
 #include "audio/RunningCopy.h"
 #include "audio/TakeChunks.h"
 #include "base/Files.h"
@@ -15,11 +16,12 @@ namespace {
 
 constexpr double preRollDuration = 0.3; // seconds
 constexpr double spareDuration = 10.0;  // room for what a cut carries over
+constexpr double pieceDuration = 30.0;  // pieces are shorter, as long as they are asked for in time
 
-/// Room for a whole chunk; memory that is not touched costs nothing.
-std::vector<float> emptyTake(double sampleRate) {
+/// Memory that is not touched costs nothing.
+std::vector<float> roomFor(double seconds, double sampleRate) {
     std::vector<float> samples;
-    samples.reserve(static_cast<std::size_t>(sampleRate * (chunkDuration + spareDuration)));
+    samples.reserve(static_cast<std::size_t>(sampleRate * seconds));
     return samples;
 }
 
@@ -39,6 +41,10 @@ TakeBuffer::~TakeBuffer() = default;
 
 void TakeBuffer::setSampleRate(double hertz) {
     std::lock_guard lock(m_mutex);
+    setRate(hertz);
+}
+
+void TakeBuffer::setRate(double hertz) {
     m_sampleRate = hertz;
     m_chunkLimit = static_cast<std::size_t>(hertz * chunkDuration);
     m_preRollLimit = static_cast<std::size_t>(hertz * preRollDuration);
@@ -52,9 +58,10 @@ void TakeBuffer::setOnFiles(FilesHandler handler) {
     m_onFiles = std::move(handler);
 }
 
-void TakeBuffer::begin() {
-    std::vector<float> samples = emptyTake(m_sampleRate);
-    std::vector<float> spare = emptyTake(m_sampleRate);
+void TakeBuffer::begin(TakeKind kind) {
+    const bool isWhole = kind == TakeKind::whole;
+    std::vector<float> samples = roomFor(isWhole ? chunkDuration + spareDuration : pieceDuration, m_sampleRate);
+    std::vector<float> spare = roomFor(isWhole ? chunkDuration + spareDuration : 0, m_sampleRate);
     std::vector<std::filesystem::path> chunkFiles;
     std::unique_lock lock(m_mutex);
     m_workChanged.wait(lock, [this] { return isIdle(); });
@@ -64,6 +71,7 @@ void TakeBuffer::begin() {
     m_copy = std::make_unique<RunningCopy>(m_sampleRate);
     m_copied = 0;
     m_didPrependPreRoll = false;
+    m_kind = kind;
     m_isRecording = true;
     m_deviceChanged = false;
 }
@@ -80,6 +88,8 @@ TakeBuffer::Place TakeBuffer::append(std::span<const float> samples) {
         m_preRoll.clear();
     }
     m_current.insert(m_current.end(), samples.begin(), samples.end());
+    if (m_kind == TakeKind::inPieces)
+        return Place::inPieces;
     if (!m_isFlushing && m_current.size() >= m_chunkLimit) {
         m_flushing.swap(m_current);
         m_current.swap(m_spare);
@@ -113,6 +123,23 @@ TakeBuffer::Taken TakeBuffer::end() {
         taken.runningCopy = copy->file();
     taken.deviceChanged = std::exchange(m_deviceChanged, false);
     return taken;
+}
+
+TakenSamples TakeBuffer::takeSamples() {
+    std::vector<float> samples = roomFor(pieceDuration, m_sampleRate);
+    std::lock_guard lock(m_mutex);
+    if (!m_isRecording || m_kind == TakeKind::whole)
+        return {{}, m_sampleRate};
+    m_current.swap(samples);
+    return {std::move(samples), m_sampleRate};
+}
+
+void TakeBuffer::changeSampleRate(double hertz) {
+    const auto [samples, before] = takeSamples();
+    const std::vector<float> changed = resampleLinearly(samples, before, hertz);
+    std::lock_guard lock(m_mutex);
+    setRate(hertz);
+    m_current.insert(m_current.begin(), changed.begin(), changed.end());
 }
 
 void TakeBuffer::forgetPreRoll() {

@@ -16,6 +16,17 @@ namespace fenlo {
 
 class RunningCopy;
 
+/// How a take is handed on.
+enum class TakeKind {
+    whole,    // as files, at its end
+    inPieces, // as samples, again and again while it runs
+};
+
+struct TakenSamples {
+    std::vector<float> samples;
+    double sampleRate = 0; // hertz
+};
+
 /// The samples of the running take, and the last moments before it.
 ///
 /// A take that grows beyond four minutes is cut at a quiet spot, and what lies before the cut goes into a chunk file.
@@ -24,8 +35,11 @@ class RunningCopy;
 /// front. When the file cannot be written all samples return, and the next append() tries again. Every second the same
 /// thread copies what is in memory only to a file of its own, in case of a crash.
 ///
+/// A take in pieces writes no file, however late it is asked for its samples: each of them is handed out by
+/// takeSamples() exactly once, and a take that nobody asks grows in memory.
+///
 /// Threads: append() on the audio thread, where it neither allocates nor waits for the disk; isRecording() on any; the
-///          rest on the main thread. begin() and end() wait for a file that is being written.
+///          rest on the main thread. begin() and end() wait for a file that is being written, takeSamples() never.
 /// Units:   samples at the input's own rate.
 class TakeBuffer {
 public:
@@ -35,7 +49,7 @@ public:
         std::optional<std::filesystem::path> runningCopy; // of the samples; the caller's to delete
         bool deviceChanged = false;
     };
-    enum class Place { beforeTake, firstOfTake, inTake };
+    enum class Place { beforeTake, firstOfTake, inTake, inPieces };
     using FilesHandler = std::function<void(const std::vector<std::filesystem::path>& files)>;
 
     TakeBuffer();
@@ -47,10 +61,15 @@ public:
     /// Told which files hold the take so far, whenever they change; on the thread that writes. Set it between takes.
     void setOnFiles(FilesHandler handler);
 
-    void begin();
+    void begin(TakeKind kind = TakeKind::whole);
     /// Adds samples to the take or, between takes, to the moments before the next one.
     Place append(std::span<const float> samples);
     Taken end();
+
+    /// Moves out what has come since the last call. Nothing between takes and in a whole take.
+    TakenSamples takeSamples();
+    /// Goes on at another rate, to which it brings the samples that it has. In a take in pieces, while no tap runs.
+    void changeSampleRate(double hertz);
 
     void forgetPreRoll();
     /// Notes for end() that the input device changed during the take. False without a take.
@@ -65,6 +84,7 @@ private:
     void copy(std::unique_lock<std::mutex>& lock);
     void tellFiles(const std::vector<std::filesystem::path>& files) const;
     bool isIdle() const;
+    void setRate(double hertz);
 
     double m_sampleRate = 44100; // hertz
     std::size_t m_chunkLimit = 0;
@@ -76,6 +96,7 @@ private:
     std::vector<float> m_preRoll;
     std::vector<std::filesystem::path> m_chunkFiles;
     bool m_isRecording = false;
+    TakeKind m_kind = TakeKind::whole;
     bool m_didPrependPreRoll = false;
     bool m_deviceChanged = false;
     std::size_t m_copied = 0;            // of m_current

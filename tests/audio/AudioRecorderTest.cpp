@@ -351,6 +351,103 @@ TEST_F(WarmRecorder, ATakeThatRunsIsOnTheDiskButForItsLastSecond) {
     EXPECT_FALSE(fs::exists(running[0]));
 }
 
+TEST_F(WarmRecorder, TakeInPieces_IsHandedOutWhileItRunsAndEndsAtOnce) {
+    bool disturbed = false;
+    recorder.setOnReady([&] { disturbed = true; });
+    recorder.setOnSilence([&] { disturbed = true; });
+    recorder.setOnFiles([&](const auto&) { disturbed = true; });
+    recorder.startRecording(TakeKind::inPieces);
+    hearBuffers(0.1F, 10);
+    const TakenSamples first = recorder.takeSamples();
+    EXPECT_EQ(first.samples, constant(0.1F, 10 * bufferSize));
+    EXPECT_EQ(first.sampleRate, rate);
+    EXPECT_GT(recorder.currentRMS(), 0.5F);
+    EXPECT_TRUE(recorder.takeSamples().samples.empty());
+    EXPECT_EQ(recorder.currentRMS(), 0);
+    hear(constant(0, 5 * 16000));
+    EXPECT_EQ(recorder.takeSamples().samples.size(), 19 * bufferSize) << "silence too";
+
+    hearBuffers(0.2F, 3);
+    recorder.endWithoutSpeechTest();
+    EXPECT_FALSE(recorder.isRecording());
+    EXPECT_FALSE(runs());
+    EXPECT_EQ(clock.slept, 0);
+    EXPECT_TRUE(recorder.takeSamples().samples.empty());
+    queue.runPosted();
+    EXPECT_FALSE(disturbed);
+
+    recorder.startRecording();
+    hear(sine(0.3F, 1.5, rate));
+    EXPECT_TRUE(recorder.takeSamples().samples.empty()) << "those of a dictation stay in it";
+    const auto files = stop();
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(sizeOf(files[0]), 5 * bufferSize) << "and nothing of the take before";
+}
+
+TEST_F(WarmRecorder, WholeTakeEndedWithoutTheSpeechTest_LeavesNoFile) {
+    std::vector<fs::path> running;
+    recorder.setOnFiles([&](const auto& files) { running = files; });
+    recorder.startRecording();
+    hearBuffers(0.2F, 938);
+    ASSERT_TRUE(waitUntil(60, [&] { return log.containsPrefix("[Fenlo] Flushed chunk 1"); }));
+    hearBuffers(0.2F, 10);
+    input.change(headset);
+    recorder.endWithoutSpeechTest();
+    ASSERT_FALSE(running.empty());
+    for (const fs::path& file : running)
+        EXPECT_FALSE(fs::exists(file)) << file;
+    queue.advance(0.3);
+    EXPECT_TRUE(recorder.hasEngine());
+    EXPECT_EQ(recorder.defaultInputDeviceName(), "Headset");
+}
+
+TEST_F(WarmRecorder, TakeInPieces_MovesToTheNewDeviceWithoutALoss) {
+    recorder.startRecording(TakeKind::inPieces);
+    hearBuffers(0.25F, 2);
+    input.microphone.format = {48000, 2};
+    input.change(headset);
+    EXPECT_TRUE(runs());
+    hearBuffers(0.5F, 3);
+    const TakenSamples taken = recorder.takeSamples();
+    EXPECT_EQ(taken.sampleRate, 48000);
+    EXPECT_EQ(taken.samples, constant(0.25F, 6 * bufferSize) + constant(0.5F, 3 * bufferSize));
+    recorder.endWithoutSpeechTest();
+    const int made = enginesMade();
+    queue.advance(10);
+    recorder.startRecording();
+    EXPECT_EQ(enginesMade(), made) << "the engine is that of the new device already";
+    stop();
+}
+
+TEST_F(WarmRecorder, TakeInPieces_StaysWhereItIsUntilTheNewDeviceStarts) {
+    recorder.startRecording(TakeKind::inPieces);
+    FakeCaptureEngine* const old = input.microphone.engine;
+    input.change({}); // unplugged; the engine itself waits for its device
+    EXPECT_TRUE(old->isRunning());
+    input.microphone.startErrors = {"busy", "busy", ""};
+    input.change(headset);
+    queue.advance(0.6);
+    old->hear(constant(0.1F, bufferSize));
+    EXPECT_TRUE(recorder.isRecording());
+    queue.advance(0.5);
+    hearBuffers(0.2F, 1);
+    EXPECT_EQ(recorder.takeSamples().samples, constant(0.1F, bufferSize) + constant(0.2F, bufferSize));
+    const auto lines = log.lines();
+    EXPECT_EQ(std::ranges::count_if(lines, [](const auto& line) { return line.find("busy") != line.npos; }), 1);
+
+    const int made = enginesMade();
+    input.microphone.startErrors = {"busy"};
+    input.change(InputDevice{9, "Another headset", false, false, "another"});
+    input.change(headset);
+    queue.advance(2);
+    EXPECT_EQ(enginesMade(), made + 1) << "nothing to move to any more";
+    input.microphone.startErrors = {"busy"};
+    input.change(InputDevice{9, "Another headset", false, false, "another"});
+    recorder.endWithoutSpeechTest();
+    queue.advance(2);
+    EXPECT_FALSE(input.microphone.engine && runs());
+}
+
 TEST_F(WarmRecorder, LongTake_IsCutAtItsLastQuietSpot) {
     recorder.startRecording();
     // 240 seconds fill the chunk at the 938th buffer; within its last ten seconds, one second is quiet.

@@ -64,6 +64,65 @@ TEST(TakeBuffer, AppendNeverAllocatesNotEvenAfterACut) {
         fs::remove(file);
 }
 
+TEST(TakeBuffer, InPieces_EachSampleIsHandedOutOnce) {
+    constexpr std::size_t buffers = 2500; // more than two chunks
+    TakeBuffer take;
+    take.setSampleRate(hertz);
+    EXPECT_TRUE(take.takeSamples().samples.empty());
+    take.begin(TakeKind::inPieces);
+    std::atomic<bool> done = false;
+    std::thread audio([&] {
+        std::vector<float> buffer(tapSize);
+        float next = 0; // exact up to 2^24
+        for (std::size_t i = 0; i < buffers; ++i) {
+            for (float& sample : buffer)
+                sample = next++;
+            take.append(buffer);
+        }
+        done = true;
+    });
+    float expected = 0;
+    bool isInOrder = true;
+    const auto check = [&](const std::vector<float>& samples) {
+        for (const float sample : samples)
+            isInOrder = isInOrder && sample == expected++;
+    };
+    while (!done)
+        check(take.takeSamples().samples);
+    audio.join();
+    check(take.takeSamples().samples);
+    EXPECT_TRUE(isInOrder);
+    EXPECT_EQ(expected, static_cast<float>(buffers * tapSize));
+    EXPECT_TRUE(take.end().samples.empty());
+}
+
+TEST(TakeBuffer, InPieces_ALateTakerFindsAllInMemory) {
+    TakeBuffer take;
+    take.setSampleRate(hertz);
+    bool hasFiles = false;
+    take.setOnFiles([&](const auto&) { hasFiles = true; });
+    take.begin(TakeKind::inPieces);
+    const auto buffer = constant(0.2F, tapSize);
+    const auto hear = [&](double seconds) {
+        const std::size_t before = allocations;
+        for (double heard = 0; heard < seconds; heard += tapSize / hertz)
+            take.append(buffer);
+        return allocations - before;
+    };
+    for (int piece = 0; piece < 3; ++piece) {
+        EXPECT_EQ(hear(10), 0u);
+        EXPECT_EQ(take.takeSamples().samples.size(), 40 * tapSize);
+    }
+    hear(300);
+    EXPECT_EQ(take.takeSamples().samples.size(), 1172 * tapSize);
+    EXPECT_EQ(hear(10), 0u) << "a new buffer has room again";
+    const TakeBuffer::Taken rest = take.end();
+    EXPECT_EQ(rest.samples.size(), 40 * tapSize);
+    EXPECT_TRUE(rest.chunkFiles.empty());
+    EXPECT_FALSE(rest.runningCopy);
+    EXPECT_FALSE(hasFiles);
+}
+
 TEST(TakeBuffer, AudioThreadMainThreadAndFlusher_LoseNothing) {
     constexpr std::size_t buffers = 2500; // more than two chunks
     TakeBuffer take;
