@@ -1,0 +1,204 @@
+#pragma once
+
+#include "base/Changes.h"
+#include "base/Lifetime.h"
+#include "base/MainQueue.h"
+#include "meeting/Meeting.h"
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace fenlo {
+
+class AudioRecorder;
+class Background;
+class Clock;
+class Config;
+
+/// The one model of meeting mode, which all its screens watch: the present session, from the choice of its mode to its
+/// notes and its mail, and the meetings of the archive.
+///
+/// Being idle has two looks: nothing yet (no segments), and ended (segments, which stay until the next start or
+/// newSession()).
+///
+/// Threads: main thread only. Operations with a `done` return at once and call it on the main thread, exactly once,
+///          unless the controller dies before.
+/// Errors:  none are thrown. What fails is logged, and left as it was; what the user must know is told by trouble().
+class MeetingModeController {
+public:
+    /// All references outlive the controller.
+    struct Services {
+        Config& config;
+        Clock& clock;
+        MainQueue& mainQueue;
+        Background& background;
+    };
+    using NotesDone = std::function<void(std::optional<EnhancedMeetingNotes>)>;
+    using SendDone = std::function<void(bool accepted)>;
+
+    explicit MeetingModeController(Services services);
+    ~MeetingModeController();
+    MeetingModeController(const MeetingModeController&) = delete;
+    MeetingModeController& operator=(const MeetingModeController&) = delete;
+
+    // The session.
+
+    /// Begins a session on the recorder, which it borrows until stopMeeting(). Ignored while one runs.
+    void startMeeting(AudioRecorder& recorder);
+    /// Ends the session. Its file is written at once; what is still being transcribed is added to it later. Ignored
+    /// while none runs.
+    void stopMeeting();
+    /// Leaves an ended session: stops its countdown and empties the screen for the next one.
+    void newSession();
+
+    bool isActive() const { return m_isActive; }
+    const std::vector<TranscriptSegment>& segments() const { return m_segments; } // in the order of their completion
+    double elapsedTime() const { return m_elapsedTime; }                          // seconds
+    std::string elapsedFormatted() const;                                         // "75:00"
+    float audioLevel() const { return m_audioLevel; }                             // 0 to 1
+    /// Chunks that are still to be transcribed, with those that failed and are tried again.
+    int pendingChunks() const { return m_pendingChunks; }
+    /// Chunks whose words will be missing.
+    int lostChunks() const { return m_lostChunks; }
+    /// What hampers the session, in one line: no microphone, a service that does not answer. Empty when all is well.
+    const std::string& trouble() const { return m_trouble; }
+    /// The archive file of the session; nothing before one is written.
+    std::optional<std::filesystem::path> sessionFile() const;
+
+    /// Chosen before the start, and kept for the next session.
+    MeetingMode meetingMode() const { return m_meetingMode; }
+    void setMeetingMode(MeetingMode mode);
+    MeetingTemplate meetingTemplate() const { return m_meetingTemplate; }
+    void setMeetingTemplate(MeetingTemplate kind);
+    const std::string& subject() const { return m_subject; }
+    void setSubject(const std::string& subject);
+    bool captureSystemAudio() const { return m_captureSystemAudio; }
+    void setCaptureSystemAudio(bool capture);
+
+    /// Typed during the session.
+    const std::string& userNotes() const { return m_userNotes; }
+    void setUserNotes(const std::string& notes);
+    const std::map<int, std::string>& speakerNames() const { return m_speakerNames; } // by id of the speaker
+    /// An empty name, or blanks, gives the speaker the label again.
+    void nameSpeaker(int speakerId, const std::string& name);
+    /// The user's name for the speaker, or the label.
+    std::string speakerDisplayName(const Speaker& speaker) const;
+    const std::set<int>& bookmarks() const { return m_bookmarks; } // indices of segments
+    void toggleBookmark(int segmentIndex);
+
+    /// Subject and segments in the order of their indices, a paragraph each: for notes, mail and the clipboard.
+    std::string transcriptText() const;
+
+    // Notes.
+
+    const std::optional<EnhancedMeetingNotes>& enhancedNotes() const { return m_enhancedNotes; }
+    void setEnhancedNotes(std::optional<EnhancedMeetingNotes> notes);
+    bool isEnhancing() const { return m_isEnhancing; }
+    /// Has the session's notes made, after segments that are still coming have come; they go into its file, and the
+    /// countdown to their mail begins.
+    void summarize();
+    /// `transcript` is the source of truth; without it that of the session. Nothing on failure. The caller stores the
+    /// result.
+    void refineNotes(const EnhancedMeetingNotes& notes, const std::string& instruction,
+                     const std::optional<std::string>& transcript, NotesDone done);
+    /// Notes for a meeting of the archive, from its whole file. Nothing on failure. The caller stores them.
+    void summarizePastMeeting(const std::string& content, std::optional<MeetingTemplate> kind, NotesDone done);
+
+    // The archive.
+
+    const std::vector<PastMeeting>& pastMeetings() const { return m_pastMeetings; } // newest first
+    const std::string& searchQuery() const { return m_searchQuery; }
+    void setSearchQuery(const std::string& query);
+    /// Those that hold what is searched for, in the order of the list. They live until the list changes.
+    std::vector<const PastMeeting*> filteredPastMeetings() const;
+    /// The first line of the transcript with what is searched for, shortened; nothing without a search or such a line.
+    std::optional<std::string> searchSnippet(const PastMeeting& meeting) const;
+
+    /// The session as Markdown, as its file has it but for the metadata.
+    std::string buildMarkdown() const;
+    /// Writes the session's file, when it has segments.
+    void saveTranscript();
+    /// Writes the file of a running session again, with its notes.
+    void resaveWithNotes();
+    /// Reads the archive anew. The list comes a little later, and watchArchive() tells.
+    void loadPastMeetings();
+    void deletePastMeeting(const std::string& id);
+    void saveNotesToPastMeeting(const std::string& id, const EnhancedMeetingNotes& notes);
+
+    // Mail.
+
+    /// Of who is signed in; empty without one.
+    const std::string& primaryRecipient() const { return m_primaryRecipient; }
+    const std::vector<std::string>& additionalRecipients() const { return m_additionalRecipients; }
+    /// False when it is no address, or one that is there already. Blanks at its ends do not count.
+    bool addRecipient(const std::string& address);
+    void removeRecipient(const std::string& address);
+    /// Every later session begins with the present recipients.
+    void saveRecipientsAsDefaults();
+
+    int autoSendCountdown() const { return m_autoSendCountdown; } // seconds; 0 when none runs
+    bool autoSendCancelled() const { return m_autoSendCancelled; }
+    bool autoSendCompleted() const { return m_autoSendCompleted; }
+    /// Sends the notes in a minute, unless nobody is signed in or it is cancelled.
+    void startAutoSend();
+    void cancelAutoSend();
+
+    /// The present notes of the session, to the primary and the additional recipients.
+    void sendEnhancedNotesEmail(SendDone done);
+    /// A transcript with a fresh summary: of the session, or the file of a past meeting.
+    void sendMeetingEmail(const std::string& transcript, const std::string& subject,
+                          const std::vector<std::string>& additionalRecipients, SendDone done);
+    /// The session of transcription mode.
+    void sendTranscriptionEmail(SendDone done);
+
+    /// Told of every change but those of elapsedTime(), audioLevel() and the archive.
+    [[nodiscard]] Changes::Watch watch(std::function<void()> handler) { return m_changes.watch(std::move(handler)); }
+    /// Told 30 times a second while a session runs: elapsedTime() and audioLevel().
+    [[nodiscard]] Changes::Watch watchLevel(std::function<void()> handler) {
+        return m_levelChanges.watch(std::move(handler));
+    }
+    /// Told when pastMeetings() or the search changed.
+    [[nodiscard]] Changes::Watch watchArchive(std::function<void()> handler) {
+        return m_archiveChanges.watch(std::move(handler));
+    }
+
+private:
+    Services m_services;
+
+    bool m_isActive = false;
+    std::vector<TranscriptSegment> m_segments;
+    double m_elapsedTime = 0;
+    float m_audioLevel = 0;
+    int m_pendingChunks = 0;
+    int m_lostChunks = 0;
+    std::string m_trouble;
+    std::string m_subject;
+    std::vector<PastMeeting> m_pastMeetings;
+    std::string m_userNotes;
+    MeetingMode m_meetingMode = MeetingMode::meeting;
+    MeetingTemplate m_meetingTemplate = MeetingTemplate::general;
+    std::map<int, std::string> m_speakerNames;
+    std::set<int> m_bookmarks;
+    std::optional<EnhancedMeetingNotes> m_enhancedNotes;
+    bool m_isEnhancing = false;
+    int m_autoSendCountdown = 0;
+    bool m_autoSendCancelled = false;
+    bool m_autoSendCompleted = false;
+    std::string m_primaryRecipient;
+    std::vector<std::string> m_additionalRecipients;
+    bool m_captureSystemAudio = false;
+    std::string m_searchQuery;
+
+    Changes m_changes;
+    Changes m_levelChanges;
+    Changes m_archiveChanges;
+    Lifetime m_lifetime;
+};
+
+} // namespace fenlo

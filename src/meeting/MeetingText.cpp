@@ -1,0 +1,116 @@
+#include "meeting/MeetingText.h"
+
+#include "base/Text.h"
+
+#include <algorithm>
+#include <array>
+
+namespace fenlo {
+
+namespace {
+
+constexpr std::size_t shortestText = 3; // characters
+
+struct FillerRule {
+    text::Regex pattern;
+    std::string_view replacement;
+};
+
+const auto& fillerRules() {
+    static const std::array<FillerRule, 8> rules{{
+        {text::Regex(R"(\b[Uu]h,?\s*)"), ""},
+        {text::Regex(R"(\b[Uu]m,?\s*)"), ""},
+        {text::Regex(R"(\b[Aa]h,?\s*)"), ""},
+        {text::Regex(R"(\b[Hh]mm,?\s*)"), ""},
+        {text::Regex(R"(,\s*you know,?\s*)"), ""},
+        {text::Regex(R"(,\s*like,?\s*(?=\w))"), ""},
+        {text::Regex(R"(\s{2,})"), " "},
+        {text::Regex(R"(^[,\s]+)"), ""},
+    }};
+    return rules;
+}
+
+constexpr std::string_view lowValueTexts[] = {"thank you",
+                                              "thanks",
+                                              "thank you.",
+                                              "thanks.",
+                                              "thank you for watching",
+                                              "thanks for watching",
+                                              "bye",
+                                              "bye.",
+                                              "goodbye",
+                                              "goodbye.",
+                                              "okay",
+                                              "okay.",
+                                              "ok",
+                                              "ok.",
+                                              "right",
+                                              "right.",
+                                              "yeah",
+                                              "yeah.",
+                                              "yes",
+                                              "yes.",
+                                              "no",
+                                              "no.",
+                                              "hmm",
+                                              "hmm.",
+                                              "hm",
+                                              "uh",
+                                              "um",
+                                              "uh.",
+                                              "um.",
+                                              "you",
+                                              "you.",
+                                              "so",
+                                              "so.",
+                                              "and",
+                                              "the",
+                                              "i",
+                                              "a",
+                                              ".",
+                                              "..",
+                                              "...",
+                                              ",",
+                                              " ",
+                                              "thank you so much",
+                                              "subscribe",
+                                              "like and subscribe",
+                                              "see you next time",
+                                              "please subscribe",
+                                              "thanks for listening",
+                                              "amen",
+                                              "amen.",
+                                              "got it",
+                                              "got it."};
+static_assert(std::size(lowValueTexts) == 52);
+
+bool isListed(std::string_view text) {
+    return std::ranges::find(lowValueTexts, text) != std::end(lowValueTexts);
+}
+
+/// Without whitespace and punctuation at the ends, in whatever order they stand there.
+std::string trimAll(std::string text) {
+    for (std::string before; before != text;) {
+        before = text;
+        text = text::trimPunctuation(text::trimWhitespaceAndNewlines(text));
+    }
+    return text;
+}
+
+} // namespace
+
+std::string stripFillers(std::string_view text) {
+    std::string result(text);
+    for (const FillerRule& rule : fillerRules())
+        result = rule.pattern.replaceAllWithLiteral(result, rule.replacement);
+    return text::trimWhitespaceAndNewlines(result);
+}
+
+bool isLowValue(std::string_view text) {
+    const std::string lowered = text::lower(text);
+    const std::string bare = trimAll(lowered);
+    return text::characterCount(bare) < shortestText || isListed(bare) ||
+           isListed(text::trimWhitespaceAndNewlines(lowered));
+}
+
+} // namespace fenlo
