@@ -15,39 +15,6 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Noise between -0.5 and 0.5, exact in 32-bit floats; reference.py makes the same.
-class Noise {
-public:
-    float next() {
-        m_state = m_state * 1664525 + 1013904223;
-        return static_cast<float>(m_state >> 8) / 16777216.0F - 0.5F;
-    }
-
-private:
-    std::uint32_t m_state = 1;
-};
-
-std::vector<float> noise(std::size_t count, float gain = 1) {
-    Noise source;
-    std::vector<float> samples(count);
-    for (float& sample : samples)
-        sample = gain * source.next();
-    return samples;
-}
-
-/// The signal of reference.py.
-std::vector<float> referenceSignal() {
-    Noise source;
-    std::vector<float> samples(8192);
-    float last = 0;
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const float sample = source.next();
-        samples[i] = (i % 4096 >= 2048 ? 0x1p-8F : 0.5F) * (i < 4096 ? sample + last : sample - last);
-        last = sample;
-    }
-    return samples;
-}
-
 /// The pitches of the voiced frames, by plain sums.
 std::vector<double> plainPitchTrack(std::span<const float> samples) {
     std::vector<double> pitches;

@@ -87,4 +87,5 @@ def main():
         print("squares", round(sum(w * w for row in rows for w in row), 4))
 
 
-main()
+if __name__ == "__main__":
+    main()
