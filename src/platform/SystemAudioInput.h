@@ -7,11 +7,14 @@
 
 namespace fenlo {
 
+inline constexpr double systemAudioRate = 48000; // hertz
+
 /// What the computer plays, as it is captured. It follows the user to another output by itself and never turns to a
 /// microphone.
 ///
-/// Threads:  call on the main thread; the tap runs on the audio thread and must not block.
-/// Lifetime: destroying it ends the capture; when that returns, no call of the tap is running.
+/// Threads:  the tap runs on the audio thread and must not block.
+/// Lifetime: destroying it ends the capture, on any thread but that one and without waiting for the sound system. When
+///           that returns, no call of the tap is running.
 class SystemAudioStream {
 public:
     virtual ~SystemAudioStream() = default;
@@ -22,7 +25,7 @@ public:
 /// Threads: open() on a worker; it blocks until sound may come or the sound system has refused, three seconds at most.
 class SystemAudioInput {
 public:
-    /// Mono samples at 48,000 hertz, 32-bit floats in [-1, 1]. Time in which the output changes comes as silence of
+    /// Mono samples at systemAudioRate, 32-bit floats in [-1, 1]. Time in which the output changes comes as silence of
     /// that length, so that the samples stay in step with the clock.
     using Tap = std::function<void(std::span<const float> samples)>;
 
