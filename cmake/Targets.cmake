@@ -91,8 +91,8 @@ add_library(fenlo_generated_options INTERFACE)
 target_compile_options(fenlo_generated_options INTERFACE -Wno-shadow -Wno-subobject-linkage)
 
 # fenlo_screens(NAME MODULE SOURCES … FILES … LINKS … [MODULES …]): one folder of src/ui as the QML module Fenlo.MODULE, with the QML
-# files and the C++ classes that they use. A program links NAME and NAMEplugin. MODULES are those whose types the classes have as
-# properties.
+# files and the C++ classes that they use. The module of the windows (src/ui/screens) links NAME and NAMEplugin. What the classes
+# use of this program is no link of theirs: the program has it. MODULES are those whose types the classes have as properties.
 function(fenlo_screens name module)
     cmake_parse_arguments(ARG "" "" "SOURCES;FILES;LINKS;MODULES" ${ARGN})
     set(CMAKE_AUTOMOC ON)

@@ -40,7 +40,6 @@
 #include "ui/QtPillWindow.h"
 #include "ui/QtResultCard.h"
 #include "ui/QtStatusItem.h"
-#include "ui/controls/QmlWindow.h"
 
 #include <QApplication>
 #include <cstdio>
@@ -99,7 +98,6 @@ void prepareToolkit() {
     QApplication::setApplicationVersion(version);
     QApplication::setDesktopFileName("fenlo");
     QApplication::setQuitOnLastWindowClosed(false);
-    QmlWindow::drawBySoftware();
 }
 
 SessionHooks sessionHooks(Workspace& workspace, TakeServices& services, NotificationCenter& notifications) {
@@ -157,11 +155,11 @@ Practice::Steps practiceSteps(TakeServices& services) {
 
 AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, Windows& windows, const Deployment& deployment) {
     AppHooks hooks;
-    hooks.showOnboarding = [&](OnboardingStart start) { windows.onboarding.show(std::move(start)); };
-    hooks.presentOnboarding = [&] { windows.onboarding.toFront(); };
-    hooks.showWelcome = [&] { windows.welcome.show(); };
-    hooks.showHome = [&](int tab) { windows.home.open(static_cast<HomeTab>(tab)); };
-    hooks.closeHome = [&] { windows.home.close(); };
+    hooks.showOnboarding = [&](OnboardingStart start) { windows.showOnboarding(std::move(start)); };
+    hooks.presentOnboarding = [&] { windows.presentOnboarding(); };
+    hooks.showWelcome = [&] { windows.showWelcome(); };
+    hooks.showHome = [&](int tab) { windows.showHome(tab); };
+    hooks.closeHome = [&] { windows.closeHome(); };
     hooks.hasAccounts = !deployment.serviceHost.empty();
     hooks.terminate = [&] { mainQueue.quit(); };
     hooks.prepareLocalEngine = [&](std::stop_token stop) { services.localTranscriber.setup({}, stop); };

@@ -11,6 +11,7 @@
 #include "settings/Deployment.h"
 #include "text/Snippets.h"
 
+#include <QString>
 #include <QSysInfo>
 
 namespace fenlo {
@@ -36,14 +37,14 @@ AboutServices aboutServices(const WindowServices& services) {
 } // namespace
 
 Windows::Windows(const WindowServices& services)
-    : appearance(services.config), settings({.config = services.config,
-                                             .mainQueue = services.mainQueue,
-                                             .background = services.background,
-                                             .notifications = services.notifications,
-                                             .keychain = services.keychain,
-                                             .localTranscriber = services.localTranscriber,
-                                             .tones = services.tones,
-                                             .workspace = services.workspace}),
+    : settings({.config = services.config,
+                .mainQueue = services.mainQueue,
+                .background = services.background,
+                .notifications = services.notifications,
+                .keychain = services.keychain,
+                .localTranscriber = services.localTranscriber,
+                .tones = services.tones,
+                .workspace = services.workspace}),
       hotkeyTest(services.config, services.keys, services.notifications, services.mainQueue),
       snippets(Snippets::defaultFile(), services.clock),
       dashboard({services.statistics, services.clock, services.mainQueue, services.background, services.notifications}),
@@ -59,29 +60,53 @@ Windows::Windows(const WindowServices& services)
                      [&config = services.config] { return config.get().offlineMode; }, machineMemory()}),
       microphone(
           {services.audioInput, services.config, services.notifications, services.mainQueue, services.takeLevel}),
-      home({.appearance = appearance,
-            .dashboard = dashboard,
-            .history = history,
-            .settings = settings,
-            .hotkeyTest = hotkeyTest,
-            .snippets = snippets,
-            .voice = voice,
-            .readPassage = [this] { readPassage(); },
-            .about = about,
-            .serviceKeys = serviceKeys,
-            .offlineModels = offlineModels,
-            .microphone = microphone}),
-      onboarding({appearance, settings, serviceKeys}, services.firstStart),
-      welcome(appearance, services.mainQueue,
-              [&config = services.config] { return hotkeyLabel(config.get().hotkey); }) {}
+      m_models{.config = services.config,
+               .mainQueue = services.mainQueue,
+               .home = {.dashboard = dashboard,
+                        .history = history,
+                        .settings = settings,
+                        .hotkeyTest = hotkeyTest,
+                        .snippets = snippets,
+                        .voice = voice,
+                        .about = about,
+                        .serviceKeys = serviceKeys,
+                        .offlineModels = offlineModels,
+                        .microphone = microphone},
+               .firstStart = services.firstStart,
+               .hotkey = [&config = services.config] { return hotkeyLabel(config.get().hotkey); }} {}
 
-/// Step 6 of the first start alone; a first start that is open has the step itself.
-void Windows::readPassage() {
-    const auto refresh = [this] { voice.refresh(); };
-    if (onboarding.isOpen())
-        onboarding.toFront();
+Screens* Windows::screens() {
+    if (!m_screens)
+        m_screens = m_module.load(m_models);
+    return m_screens.get();
+}
+
+void Windows::showHome(int tab) {
+    if (Screens* const all = screens())
+        all->showHome(static_cast<HomeTab>(tab));
+}
+
+void Windows::closeHome() {
+    if (m_screens)
+        m_screens->closeHome();
+}
+
+/// Without windows the first start counts as finished, so that the user can dictate.
+void Windows::showOnboarding(OnboardingStart start) {
+    if (Screens* const all = screens())
+        all->showOnboarding(std::move(start));
     else
-        onboarding.show({.voiceProfileOnly = true, .onFinish = refresh, .onClose = refresh});
+        start.onFinish();
+}
+
+void Windows::presentOnboarding() {
+    if (m_screens)
+        m_screens->presentOnboarding();
+}
+
+void Windows::showWelcome() {
+    if (Screens* const all = screens())
+        all->showWelcome();
 }
 
 } // namespace fenlo

@@ -10,12 +10,10 @@
 #include "shell/home/ServiceKeysModel.h"
 #include "shell/home/SnippetsModel.h"
 #include "shell/home/VoiceProfileModel.h"
-#include "ui/controls/Appearance.h"
-#include "ui/home/HomeWindow.h"
-#include "ui/onboarding/OnboardingWindow.h"
-#include "ui/onboarding/WelcomeWindow.h"
+#include "ui/screens/Screens.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -54,13 +52,13 @@ struct WindowServices {
     std::function<std::optional<float>()> takeLevel; // 0 to 1; nothing while no take is recorded
 };
 
-/// The windows of the desktop program, and the models that live as long as it does.
+/// The windows of the desktop program, and the models that live as long as it does. The windows are loaded when the
+/// first is asked for.
 struct Windows {
     explicit Windows(const WindowServices& services);
     Windows(const Windows&) = delete;
     Windows& operator=(const Windows&) = delete;
 
-    Appearance appearance;
     HomeViewModel settings;
     HotkeyTest hotkeyTest;
     SnippetsModel snippets;
@@ -71,12 +69,20 @@ struct Windows {
     ServiceKeysModel serviceKeys;
     OfflineModels offlineModels;
     MicrophoneModel microphone;
-    HomeWindow home;
-    OnboardingWindow onboarding;
-    WelcomeWindow welcome;
+
+    void showHome(int tab);
+    void closeHome();
+    void showOnboarding(OnboardingStart start);
+    void presentOnboarding();
+    void showWelcome();
 
 private:
-    void readPassage();
+    /// Null where they cannot be loaded.
+    Screens* screens();
+
+    const ScreenModels m_models;
+    const ScreensModule m_module;
+    std::unique_ptr<Screens> m_screens;
 };
 
 } // namespace fenlo

@@ -1,7 +1,12 @@
 """The home window: opened and closed, by keyboard alone, every page of it."""
 
+import os
+import shutil
+from pathlib import Path
+
 from harness import desktop, processes, screen
 from harness.case import DesktopCase
+from harness.fenlo import Fenlo
 from harness.waiting import wait_for
 
 CONTROLS = ("push button", "check box", "combo box", "text", "slider", "list item", "page tab", "progress bar")
@@ -46,3 +51,34 @@ class HomeWindow(DesktopCase):
             after.append(processes.memory(fenlo.process.pid))
         self.assertLess(after[-1], before + 40, "megabytes that stay")
         self.assertLess(after[-1], after[1] + 4, "megabytes that each opening leaves")
+
+
+class ModuleOfTheWindows(DesktopCase):
+    def installed(self):
+        """A copy of the program, to be changed."""
+        program = Path(os.environ["FENLO_PROGRAM"])
+        copy = self.folder / "bin"
+        copy.mkdir()
+        for file in (program, *program.parent.glob("*.so")):
+            shutil.copy(file, copy)
+        return copy / program.name, next(copy.glob("*.so"))
+
+    def start(self, program, **options):
+        fenlo = Fenlo(program, self.folder, self.services, **options)
+        self.addCleanup(fenlo.close)
+        return fenlo
+
+    def test_an_update_under_the_running_program_leaves_it_its_windows(self):
+        program, module = self.installed()
+        fenlo = self.start(program)
+        module.unlink()
+        module.write_bytes(b"of another version")
+        fenlo.open_home().find("page tab", "Settings")
+
+    def test_without_its_module_the_program_dictates(self):
+        program, module = self.installed()
+        module.unlink()
+        fenlo = self.start(program, onboarded=False)
+        fenlo.wait_for("[Fenlo] Ready.")
+        complaints = fenlo.lines("[Fenlo] ERROR: The windows cannot be shown")
+        self.assertTrue(complaints and all("install Fenlo again" in line for line in complaints), complaints)

@@ -29,12 +29,13 @@ constexpr std::chrono::seconds lastWorkers{3};
 
 /// All that exists only while the window does. The adapters outlive the QML that is bound to them.
 struct HomeWindow::Open {
-    Open(const HomeModels& models, std::function<void()> closed)
+    Open(const HomeModels& models, Appearance& appearance, const std::function<void()>& readPassage,
+         std::function<void()> closed)
         : dashboard(models.dashboard), history(models.history), settings(models.settings, models.hotkeyTest),
-          snippets(models.snippets), voice(models.voice, models.readPassage), about(models.about),
+          snippets(models.snippets), voice(models.voice, readPassage), about(models.about),
           serviceKeys(models.serviceKeys), offline(models.settings), offlineModels(models.offlineModels),
           microphone(models.microphone), window("Home/HomeWindow.qml",
-                                                {{"appearance", QVariant::fromValue(&models.appearance)},
+                                                {{"appearance", QVariant::fromValue(&appearance)},
                                                  {"dashboard", QVariant::fromValue(&dashboard)},
                                                  {"history", QVariant::fromValue(&history)},
                                                  {"settings", QVariant::fromValue(&settings)},
@@ -60,13 +61,14 @@ struct HomeWindow::Open {
     QmlWindow window;
 };
 
-HomeWindow::HomeWindow(HomeModels models) : m_models(std::move(models)) {}
+HomeWindow::HomeWindow(HomeModels models, Appearance& appearance, std::function<void()> readPassage)
+    : m_models(models), m_appearance(appearance), m_readPassage(std::move(readPassage)) {}
 
 HomeWindow::~HomeWindow() = default;
 
 void HomeWindow::open(HomeTab tab) {
     if (!m_open)
-        m_open = std::make_unique<Open>(m_models, [this] { close(); });
+        m_open = std::make_unique<Open>(m_models, m_appearance, m_readPassage, [this] { close(); });
     if (QQuickWindow* window = m_open->window.window())
         window->setProperty("tab", static_cast<int>(tab));
     m_open->window.toFront();

@@ -22,14 +22,12 @@ enum class HomeTab { dashboard = 0, meeting = 1, history = 4, settings = 5 };
 
 /// What the home window's pages show. All outlive the window.
 struct HomeModels {
-    Appearance& appearance;
     DashboardModel& dashboard;
     HistoryModel& history;
     HomeViewModel& settings;
     HotkeyTest& hotkeyTest;
     SnippetsModel& snippets;
     VoiceProfileModel& voice;
-    std::function<void()> readPassage; // which becomes the voice profile
     AboutModel& about;
     ServiceKeysModel& serviceKeys;
     OfflineModels& offlineModels;
@@ -41,7 +39,8 @@ struct HomeModels {
 /// Threads: main thread only.
 class HomeWindow {
 public:
-    explicit HomeWindow(HomeModels models);
+    /// `readPassage` opens the reading that becomes the voice profile. The appearance outlives the window.
+    HomeWindow(HomeModels models, Appearance& appearance, std::function<void()> readPassage);
     HomeWindow(const HomeWindow&) = delete;
     HomeWindow& operator=(const HomeWindow&) = delete;
     ~HomeWindow();
@@ -54,7 +53,9 @@ public:
 private:
     struct Open;
 
-    HomeModels m_models;
+    const HomeModels m_models;
+    Appearance& m_appearance;
+    const std::function<void()> m_readPassage;
     std::unique_ptr<Open> m_open;
 };
 
