@@ -233,6 +233,10 @@ std::string upper(std::string_view text) {
     return toUtf8(toUnicode(text).toUpper(icu::Locale::getRoot()));
 }
 
+std::string capitalised(std::string_view text) {
+    return toUtf8(toUnicode(text).toTitle(nullptr, icu::Locale::getRoot()));
+}
+
 bool startsWithUpper(std::string_view text) {
     const UChar32 first = firstCodePoint(text);
     return first >= 0 && u_isUUppercase(first);

@@ -34,6 +34,8 @@ std::string trimPunctuation(std::string_view text);
 
 std::string lower(std::string_view text);
 std::string upper(std::string_view text);
+/// Lower-cased, with a capital at the start of each word: "Next Steps".
+std::string capitalised(std::string_view text);
 bool startsWithUpper(std::string_view text);
 bool startsWithLetter(std::string_view text);
 

@@ -18,7 +18,6 @@ constexpr std::size_t maxReplyBytes = 4u << 20u;
 constexpr std::size_t shownReplyBytes = 20; // enough to tell a web page from a reply that broke off
 
 constexpr double temperature = 0.3;
-constexpr int maxAnswerTokens = 4096;
 
 std::string dump(const ordered_json& body) {
     return writeJson(body);
@@ -69,7 +68,7 @@ std::string composeBody(const ModelPrompt& prompt) {
     ordered_json body;
     body["system_instruction"] = {{"parts", parts(prompt.system)}};
     body["contents"] = ordered_json::array({ordered_json::object({{"role", "user"}, {"parts", parts(prompt.user)}})});
-    body["generationConfig"] = {{"temperature", temperature}, {"maxOutputTokens", maxAnswerTokens}};
+    body["generationConfig"] = {{"temperature", temperature}, {"maxOutputTokens", prompt.maxAnswerTokens}};
     return dump(body);
 }
 
@@ -91,7 +90,7 @@ std::string composeBody(const ModelPrompt& prompt) {
     body["model"] = "llama-3.3-70b-versatile";
     body["messages"] = ordered_json::array({message("system", prompt.system), message("user", prompt.user)});
     body["temperature"] = temperature;
-    body["max_tokens"] = maxAnswerTokens;
+    body["max_tokens"] = prompt.maxAnswerTokens;
     return dump(body);
 }
 

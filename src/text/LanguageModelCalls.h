@@ -14,6 +14,7 @@ namespace fenlo {
 struct ModelPrompt {
     std::string system;
     std::string user;
+    int maxAnswerTokens = 4096; // a longer answer is cut off
 };
 
 /// Where a model is called, and with which key.
