@@ -16,6 +16,8 @@ namespace fenlo {
 /// Units:   mono samples in [-1, 1]; pitch and centroid are measured as of 16000 hertz.
 class SpeakerIdentifier {
 public:
+    explicit SpeakerIdentifier(double matchThreshold = defaultMatchThreshold) : m_speakers(matchThreshold) {}
+
     Speaker identify(std::span<const float> samples, double sampleRate);
     /// Forgets all speakers.
     void clear() { m_speakers.clear(); }

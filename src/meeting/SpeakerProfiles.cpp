@@ -13,7 +13,6 @@ constexpr double mfccWeight = 0.25;
 constexpr double pitchRange = 200.0;     // hertz
 constexpr double centroidRange = 2000.0; // hertz
 constexpr double bandRange = 5.0;        // of the logarithms
-constexpr double matchThreshold = 0.5;   // a distance from here on opens a new speaker
 
 double bandTerm(const BandProfile& one, const BandProfile& other) {
     float squares = 0;
@@ -43,7 +42,7 @@ Speaker SpeakerProfiles::matchSpeaker(const VoiceTraits& chunk) {
             bestDistance = d;
             best = &profile;
         }
-    if (!(bestDistance < matchThreshold))
+    if (!(bestDistance < m_matchThreshold))
         return createSpeaker(chunk);
     for (std::size_t band = 0; band < chunk.bands.size(); ++band)
         move(best->voice.bands[band], chunk.bands[band]);

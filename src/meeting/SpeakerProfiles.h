@@ -14,9 +14,14 @@ struct VoiceTraits {
     BandProfile bands{};
 };
 
+inline constexpr double defaultMatchThreshold = 0.5;
+
 /// The speakers of a meeting by their voices.
 class SpeakerProfiles {
 public:
+    /// A voice whose distance from all profiles is `matchThreshold` or more is a new speaker's.
+    explicit SpeakerProfiles(double matchThreshold = defaultMatchThreshold) : m_matchThreshold(matchThreshold) {}
+
     /// The speaker whose voice is nearest, and whose profile moves a little towards the chunk; a new one where no voice
     /// is near.
     Speaker matchSpeaker(const VoiceTraits& chunk);
@@ -33,6 +38,7 @@ private:
 
     Speaker createSpeaker(const VoiceTraits& voice);
 
+    double m_matchThreshold;
     std::vector<SpeakerProfile> m_speakerProfiles; // in the order in which the speakers came
 };
 
