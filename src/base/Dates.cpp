@@ -129,11 +129,11 @@ std::optional<sys_days> takeDate(std::string_view& text) {
     return sys_days(date);
 }
 
-std::optional<seconds> takeTime(std::string_view& text) {
+std::optional<seconds> takeTime(std::string_view& text, char separator = ':') {
     const auto hour = takeDigits(text, 2);
-    const bool first = take(text, ':');
+    const bool first = take(text, separator);
     const auto minute = takeDigits(text, 2);
-    const bool second = take(text, ':');
+    const bool second = take(text, separator);
     const auto second60 = takeDigits(text, 2);
     if (!hour || !first || !minute || !second || !second60 || *hour > 23 || *minute > 59 || *second60 > 59)
         return {};
@@ -146,6 +146,27 @@ std::tm localTime(Moment moment) {
     ::tzset(); // the zone may have changed
     ::localtime_r(&time, &local);
     return local;
+}
+
+/// The moment at which local clocks show this time: summer time before standard time, where both show it.
+Moment momentOf(sys_days day, seconds time) {
+    const year_month_day date(day);
+    std::tm shown{};
+    shown.tm_year = static_cast<int>(date.year()) - 1900;
+    shown.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+    shown.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
+    shown.tm_hour = static_cast<int>(duration_cast<hours>(time).count());
+    shown.tm_min = static_cast<int>(duration_cast<minutes>(time).count() % 60);
+    shown.tm_sec = static_cast<int>(time.count() % 60);
+    for (const int summer : {1, 0}) {
+        std::tm local = shown;
+        local.tm_isdst = summer;
+        const std::time_t moment = ::mktime(&local);
+        if (local.tm_isdst == summer && local.tm_hour == shown.tm_hour)
+            return system_clock::from_time_t(moment);
+    }
+    shown.tm_isdst = -1; // a time that clocks skipped
+    return system_clock::from_time_t(::mktime(&shown));
 }
 
 } // namespace
@@ -167,6 +188,22 @@ std::string localMinute(Moment moment) {
     std::array<char, 32> shown{};
     std::strftime(shown.data(), shown.size(), "%Y-%m-%d %H:%M", &local);
     return shown.data();
+}
+
+std::string localStamp(Moment moment) {
+    const std::tm local = localTime(moment);
+    std::array<char, 32> shown{};
+    std::strftime(shown.data(), shown.size(), "%Y-%m-%d_%H-%M-%S", &local);
+    return shown.data();
+}
+
+std::optional<Moment> parseLocalStamp(std::string_view stamp) {
+    const auto day = takeDate(stamp);
+    const bool separated = take(stamp, '_');
+    const auto time = takeTime(stamp, '-');
+    if (!day || !separated || !time || !stamp.empty())
+        return {};
+    return momentOf(*day, *time);
 }
 
 std::string isoTimestamp(Moment moment) {
@@ -211,19 +248,33 @@ Moment monthsBefore(Moment moment, int months) {
     return calendar.moment();
 }
 
-std::string mediumText(Moment moment) {
-    const std::unique_ptr<icu::DateFormat> format(
-        icu::DateFormat::createDateTimeInstance(icu::DateFormat::kMedium, icu::DateFormat::kShort, userLocale()));
-    if (!format)
+struct MediumTexts::Format {
+    std::unique_ptr<icu::DateFormat> format;
+};
+
+MediumTexts::MediumTexts()
+    : m_format(new Format{std::unique_ptr<icu::DateFormat>(
+          icu::DateFormat::createDateTimeInstance(icu::DateFormat::kMedium, icu::DateFormat::kShort, userLocale()))}) {
+    if (m_format->format)
+        m_format->format->adoptTimeZone(currentZone().release());
+}
+
+MediumTexts::~MediumTexts() = default;
+
+std::string MediumTexts::of(Moment moment) const {
+    if (!m_format->format)
         return isoTimestamp(moment);
-    format->adoptTimeZone(currentZone().release());
     icu::UnicodeString shown;
-    format->format(toIcu(moment), shown);
+    m_format->format->format(toIcu(moment), shown);
     // Newer locale data put a narrow no-break space before "AM"; programs read the text too.
     shown.findAndReplace(icu::UnicodeString(static_cast<UChar32>(0x202F)), icu::UnicodeString(u' '));
     std::string text;
     shown.toUTF8String(text);
     return text;
+}
+
+std::string mediumText(Moment moment) {
+    return MediumTexts().of(moment);
 }
 
 } // namespace fenlo::dates

@@ -9,8 +9,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
-#include <fstream>
-#include <iterator>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -46,16 +44,24 @@ bool makePrivateDirectory(const fs::path& directory) {
 }
 
 std::optional<std::string> read(const fs::path& file) {
-    std::error_code error;
-    if (fs::is_directory(file, error))
+    const Descriptor opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status {};
+    if (!opened.isOpen() || ::fstat(opened.number(), &status) != 0)
         return {};
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream)
-        return {};
-    std::string content{std::istreambuf_iterator<char>(stream), {}};
-    if (stream.bad())
-        return {};
-    return content;
+    // One byte more than the file has, which finds its end; a pipe does not tell its size.
+    std::string content(static_cast<std::size_t>(status.st_size) + 1, '\0');
+    for (std::size_t length = 0;;) {
+        if (length == content.size())
+            content.resize(2 * length + 4096);
+        const ssize_t count = ::read(opened.number(), content.data() + length, content.size() - length);
+        if (count < 0 && errno != EINTR)
+            return {};
+        length += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        if (count == 0) {
+            content.resize(length);
+            return content;
+        }
+    }
 }
 
 bool writeAtomically(const fs::path& file, std::string_view content) {
@@ -72,19 +78,16 @@ bool writeAtomically(const fs::path& file, std::string_view content) {
            ::fchmod(neighbour.descriptor(), mode) == 0 && neighbour.commit();
 }
 
+bool writeNew(const fs::path& file, std::string_view content) {
+    NeighbourFile neighbour(file);
+    return neighbour.isOpen() && writeAll(neighbour.descriptor(), content) &&
+           neighbour.commit(NeighbourFile::Existing::keep);
+}
+
 namespace {
 
 constexpr const char* asideMark = ".damaged-";
 constexpr int mostAside = 1000; // files of one second
-
-/// False when a file of the new name exists already; it stays.
-bool renameToFreeName(const fs::path& file, const fs::path& name) {
-    if (::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE) == 0)
-        return true;
-    // Some file systems lack the flag.
-    std::error_code error;
-    return errno == EINVAL && !fs::exists(fs::symlink_status(name, error)) && ::rename(file.c_str(), name.c_str()) == 0;
-}
 
 } // namespace
 
@@ -99,7 +102,7 @@ std::optional<fs::path> setAside(const fs::path& file, std::chrono::system_clock
         const fs::path place = number == 1 ? name : name + "-" + std::to_string(number);
         if (renameToFreeName(file, place))
             return place;
-        if (errno != EEXIST && errno != EINVAL)
+        if (errno != EEXIST)
             break;
     }
     return {};

@@ -30,6 +30,9 @@ std::optional<std::string> read(const std::filesystem::path& file);
 /// Keeps the permissions of an existing file; a new one is 0600.
 bool writeAtomically(const std::filesystem::path& file, std::string_view content);
 
+/// The same for a file that must not be there yet, not even as a link. False with errno, EEXIST when it is.
+bool writeNew(const std::filesystem::path& file, std::string_view content);
+
 /// Renames a file that does not parse to "<name>.damaged-<date>", followed by a number when that name is taken, so that
 /// nothing of the user's is overwritten. Its new path; nothing when it could not be renamed.
 std::optional<std::filesystem::path> setAside(const std::filesystem::path& file,

@@ -5,6 +5,9 @@
 
 namespace fenlo {
 
+/// Gives the file another name. False with errno, EEXIST when there is something of the new name; it stays.
+bool renameToFreeName(const std::filesystem::path& file, const std::filesystem::path& name);
+
 /// A file that is written beside its place and moved there when it is whole. Unless it was moved, it is removed with
 /// its owner.
 ///
@@ -21,9 +24,10 @@ public:
     bool isOpen() const { return m_descriptor >= 0; }
     int descriptor() const { return m_descriptor; }
 
+    enum class Existing { replace, keep };
     /// Brings everything to the disk, which also tells what the disk refused late, and takes the place of an older
-    /// file.
-    bool commit();
+    /// file, or ends with EEXIST where that is to be kept.
+    bool commit(Existing existing = Existing::replace);
 
 private:
     const std::filesystem::path m_place;

@@ -1,0 +1,100 @@
+#pragma once
+
+#include "base/Guarded.h"
+#include "base/LockedFile.h"
+#include "meeting/MeetingRecord.h"
+
+#include <filesystem>
+#include <memory>
+#include <span>
+
+namespace fenlo {
+
+class Background;
+class StateFile;
+
+/// A piece of the recording whose words are not known yet.
+struct KeptChunk {
+    int number = 0;             // the `index` of its segment
+    double timestamp = 0;       // seconds from the start of the meeting to its end
+    int speaker = 0;            // id
+    int failures = 0;           // how often its transcription failed
+    std::filesystem::path file; // WAV, mono, 16 kHz; set by keepChunk()
+};
+
+/// What a meeting that is not in the archive yet has so far, in a folder of its own beside the archived files: when the
+/// program is killed, only what was not yet cut is lost, and the next start takes the meeting up.
+///
+/// The folder has a journal of one JSON line for each event, which is only appended to; a line that was torn at its
+/// end is passed over. `state.json` has what the user can change, and a WAV file each chunk without words. The journal
+/// is locked while this object lives, so that another process leaves the meeting alone.
+///
+/// Threads: any; no lock is held while a file is written. keepChunk() writes a chunk's samples, complete() deletes
+///          files: call both on a worker. The others append a short line, and noteState() writes on a worker of its
+///          own, so the main thread may call them.
+/// Errors:  none are thrown. What cannot be written is told by the result and by trouble(), and the meeting goes on.
+/// Lifetime: the folder stays until complete().
+class RunningMeeting {
+public:
+    /// Makes the folder. The background must live as long as its tasks.
+    RunningMeeting(const std::filesystem::path& archive, const MeetingRecord& record, Background& background);
+    ~RunningMeeting();
+    RunningMeeting(const RunningMeeting&) = delete;
+    RunningMeeting& operator=(const RunningMeeting&) = delete;
+
+    /// The meetings that earlier runs of the program left behind in the archive's folder, oldest first. Those in use
+    /// are left out, and folders without any words, sound or notes are removed.
+    static std::vector<std::unique_ptr<RunningMeeting>> findUnfinished(const std::filesystem::path& archive,
+                                                                       Background& background);
+
+    /// Writes the samples as a file, at 16 kHz: in the folder, or in the temporary folder when it cannot be written
+    /// there. Nothing when both fail.
+    std::optional<std::filesystem::path> keepChunk(const KeptChunk& chunk, std::span<const float> samples);
+    /// The chunk's words are known, or it has none; its file goes. False when that could not be written down: the file
+    /// stays then, so that a next start would ask again.
+    bool finishChunk(const TranscriptSegment& segment);
+    bool finishChunk(int number);
+    /// Its file stays for another try.
+    void failChunk(int number);
+    /// The chunks without words in the order of their numbers, those under way included.
+    std::vector<KeptChunk> waiting() const;
+
+    /// All but the segments, and not the notes of the language model. Only the latest counts when they come fast.
+    void noteState(const MeetingRecord& record);
+    /// The meeting has its file in the archive, which late segments are still to join. A next start writes it again
+    /// instead of another.
+    bool noteSaved(const std::string& id, const std::string& elapsedFormatted);
+    std::optional<std::string> savedAs() const;
+
+    /// The meeting as far as it is known here. One that was never stopped lasts until its last cut.
+    MeetingRecord record() const;
+
+    /// Why the latest write failed, to follow "cannot be kept: "; empty when all is well.
+    std::string trouble() const;
+
+    /// Everything is in the archive: the folder goes. False when it is still there.
+    bool complete();
+
+    const std::filesystem::path& folder() const { return m_folder; }
+
+private:
+    struct Contents {
+        MeetingRecord record;
+        std::map<int, KeptChunk> chunks; // without words, by number
+        std::optional<std::string> savedAs;
+        std::string trouble;
+    };
+
+    RunningMeeting(std::filesystem::path folder, LockedFile journal, Background& background);
+
+    bool finish(int number, const std::string& line);
+    bool append(const std::string& line);
+    void setTrouble(std::string reason);
+
+    std::filesystem::path m_folder;
+    std::optional<LockedFile> m_journal;
+    Guarded<Contents> m_contents;
+    std::shared_ptr<StateFile> m_state;
+};
+
+} // namespace fenlo
