@@ -58,16 +58,12 @@ public:
     MailOutcome sendTranscriptionEmail(const TranscriptionMail& mail, std::stop_token stop);
 
 private:
-    /// How the log names a mail.
-    struct Names {
-        const char* mail;    // "Enhanced notes"
-        const char* failure; // what has no user to send for
-        bool tellsAll;       // recipients, not just the user
-    };
+    struct Kind; // of a mail
 
     bool hasRoad(const std::string& user) const;
-    MailOutcome send(MeetingMail mail, const std::filesystem::path& file, const Names& names, std::stop_token stop);
-    MailOutcome openInMailProgram(const MeetingMail& mail, const std::filesystem::path& file, const Names& names,
+    /// `file` is the saved meeting; empty for none.
+    MailOutcome send(MeetingMail mail, const std::filesystem::path& file, const Kind& kind, std::stop_token stop);
+    MailOutcome openInMailProgram(const MeetingMail& mail, const std::filesystem::path& file, const Kind& kind,
                                   std::stop_token stop);
 
     Services m_services;

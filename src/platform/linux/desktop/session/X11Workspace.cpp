@@ -4,12 +4,12 @@
 #include "base/Log.h"
 #include "base/MainQueue.h"
 #include "base/Text.h"
-#include "platform/linux/desktop/Glib.h"
 #include "platform/linux/desktop/session/ActiveWindow.h"
 #include "platform/linux/desktop/session/InstanceDoor.h"
 #include "platform/linux/desktop/session/LoginItem.h"
 #include "platform/linux/desktop/session/ScreenLockWatch.h"
 #include "platform/linux/desktop/session/SleepWatch.h"
+#include "platform/linux/desktop/session/StartProgram.h"
 
 #include <algorithm>
 #include <array>
@@ -34,15 +34,6 @@ constexpr std::array soundSettings{
     SettingsProgram{"mate", "mate-volume-control", "--page=input"},
     SettingsProgram{"", "pavucontrol", "--tab=4"},
 };
-
-/// Starts a program that runs on by itself. False when it is not installed.
-bool start(std::string program, std::string argument) {
-    std::array<char*, 3> command{program.data(), argument.data(), nullptr};
-    constexpr auto flags =
-        static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
-    // GLib starts it as a grandchild, so there is no child to wait for.
-    return g_spawn_async(nullptr, command.data(), nullptr, flags, nullptr, nullptr, nullptr, nullptr);
-}
 
 constexpr double callPatience = 1.0; // seconds for the running instance to answer
 
@@ -134,7 +125,7 @@ void X11Workspace::openUrl(const std::string& url) {
         logError("Not an address to open");
         return;
     }
-    if (!start("xdg-open", url))
+    if (!startProgram("xdg-open", url))
         logError("Cannot open an address: is xdg-open installed?");
 }
 
@@ -143,8 +134,8 @@ bool X11Workspace::openSoundSettings() {
         return desktops.find(page.desktop) != std::string::npos;
     };
     // A program of another desktop may be installed, and be of no use here.
-    return std::ranges::any_of(soundSettings,
-                               [&](const auto& page) { return isOn(page) && start(page.program, page.argument); });
+    return std::ranges::any_of(
+        soundSettings, [&](const auto& page) { return isOn(page) && startProgram(page.program, page.argument); });
 }
 
 } // namespace fenlo

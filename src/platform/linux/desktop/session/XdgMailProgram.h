@@ -1,0 +1,31 @@
+#pragma once
+
+#include "base/Guarded.h"
+#include "platform/MailProgram.h"
+
+#include <sys/types.h>
+#include <vector>
+
+namespace fenlo {
+
+/// Opens the desktop's mail program by `xdg-email`, and shows files by the file manager's interface on the session bus,
+/// or where no file manager offers that opens their folder.
+///
+/// The draft is a `mailto:` address, all of whose special bytes are encoded, so nothing in it is an option or reaches a
+/// shell. As any argument it is for a moment seen by other users of the machine who list its processes.
+class XdgMailProgram final : public MailProgram {
+public:
+    ~XdgMailProgram() override;
+
+    std::optional<std::string> open(const MailDraft& draft, std::stop_token stop) override;
+
+private:
+    using Processes = std::vector<pid_t>;
+
+    /// Some mail programs run on as the process that was started: those that have ended are let go.
+    static void reap(Processes& running);
+
+    Guarded<Processes> m_running;
+};
+
+} // namespace fenlo
