@@ -58,6 +58,43 @@ protected:
 
 } // namespace
 
+TEST_F(RecordingTest, ATakeInPieces_GoesOnThroughChangesOfTheDeviceAndOfTheServer) {
+    recorder->startRecording(TakeKind::inPieces);
+    double lastRate = 0;
+    const auto hears = [&](double frequency) {
+        return queue.runUntil([&] {
+            const auto [samples, sampleRate] = recorder->takeSamples();
+            lastRate = samples.empty() ? lastRate : sampleRate;
+            return !samples.empty() && std::abs(frequencyOf(samples, sampleRate) - frequency) < 30;
+        });
+    };
+    server.play(0.5F, 0.5F, 440);
+    EXPECT_TRUE(hears(440));
+    EXPECT_EQ(lastRate, 48000);
+
+    server.control("load-module module-null-sink sink_name=far rate=16000 norewinds=1");
+    server.play(0.5F, 0.5F, 600, "far");
+    const std::string headset =
+        server.control("load-module module-remap-source master=far.monitor source_name=headset rate=16000 "
+                       "source_properties=device.bus=bluetooth");
+    server.control("set-default-source headset");
+    EXPECT_TRUE(hears(600));
+    EXPECT_EQ(lastRate, 16000);
+    server.control("unload-module " + headset); // switched off
+    server.control("set-default-source virtmic");
+    EXPECT_TRUE(hears(440));
+    EXPECT_EQ(lastRate, 48000);
+
+    server.kill();
+    EXPECT_TRUE(queue.runUntil([&] { return !input->isConnected(); }));
+    server.start();
+    server.play(0.5F, 0.5F, 800);
+    EXPECT_TRUE(hears(800));
+    EXPECT_TRUE(recorder->isRecording());
+    recorder->endWithoutSpeechTest();
+    EXPECT_EQ(server.control("list source-outputs").find("Dictation"), std::string::npos);
+}
+
 TEST_F(RecordingTest, HoldsWhatSoundsFromKeyDownOn) {
     PulseAudioOutput voice;
     EXPECT_TRUE(queue.runUntil([&] { // until the output is connected

@@ -1,11 +1,13 @@
 #include "SoundServer.h"
 
+#include "support/Signals.h"
 #include "support/WaitUntil.h"
 
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace fenlo::test {
@@ -28,6 +30,13 @@ void SoundServer::start() {
             "module-remap-source master=micfeed.monitor source_name=virtmic "
             "source_properties=device.description=Microphone"});
     control("set-default-source virtmic");
+}
+
+void SoundServer::startWithSpeakers() {
+    launch({"module-null-sink sink_name=speakers rate=44100 norewinds=1",
+            "module-null-sink sink_name=headset norewinds=1", "module-sine-source source_name=room frequency=1000"});
+    control("set-default-sink speakers");
+    control("set-default-source room");
 }
 
 void SoundServer::startWithoutDevices() {
@@ -75,9 +84,18 @@ std::string SoundServer::control(const std::string& arguments) {
     return output;
 }
 
-void SoundServer::playRaw(const std::filesystem::path& file) {
+void SoundServer::play(float left, float right, double frequency, const std::string& sink) {
+    std::vector<float> frames;
+    for (const float sample : sine(1, 20, 48000, frequency)) {
+        frames.push_back(left * sample);
+        frames.push_back(right * sample);
+    }
+    const std::filesystem::path file = m_folder / (std::to_string(++m_played) + ".raw");
+    std::ofstream(file, std::ios::binary)
+        .write(reinterpret_cast<const char*>(frames.data()),
+               static_cast<std::streamsize>(frames.size() * sizeof(float)));
     // The shell ends at once, the player with its file or the server.
-    const std::string command = "paplay --raw --format=float32le --rate=48000 --channels=2 --device=micfeed '" +
+    const std::string command = "paplay --raw --format=float32le --rate=48000 --channels=2 --device=" + sink + " '" +
                                 file.string() + "' >/dev/null 2>&1 &";
     EXPECT_EQ(std::system(command.c_str()), 0);
 }

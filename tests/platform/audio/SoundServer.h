@@ -19,6 +19,9 @@ public:
     /// Starts with speaker and microphone, and waits until it answers.
     void start();
     void startWithoutDevices();
+    /// Starts with two speakers, "speakers", which is the default, and "headset", and a microphone "room" of no
+    /// speaker, in which 1,000 Hz sound.
+    void startWithSpeakers();
     /// As if it crashed.
     void kill();
     void freeze();
@@ -26,13 +29,14 @@ public:
 
     /// Runs `pactl` and hands back its output.
     std::string control(const std::string& arguments);
-    /// Plays a raw stereo file of 48 kHz floats in the background.
-    void playRaw(const std::filesystem::path& file);
+    /// Plays a sine of these amplitudes for twenty seconds, in the background.
+    void play(float left, float right, double frequency, const std::string& sink = "micfeed");
 
 private:
     void launch(const std::vector<std::string>& modules);
 
     std::filesystem::path m_folder;
+    int m_played = 0;
     ChildProcess m_process;
 };
 

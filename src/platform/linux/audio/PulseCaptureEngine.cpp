@@ -1,7 +1,6 @@
 #include "platform/linux/audio/PulseCaptureEngine.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <pulse/error.h>
 #include <pulse/timeval.h>
 #include <utility>
@@ -13,17 +12,6 @@ namespace {
 constexpr double startLimit = 0.5; // seconds
 constexpr double retryDelay = 0.5;
 constexpr pa_usec_t fragmentLength = 10 * PA_USEC_PER_MSEC;
-
-pa_buffer_attr smallFragments(const pa_sample_spec& format) {
-    constexpr auto serversChoice = static_cast<std::uint32_t>(-1);
-    pa_buffer_attr attributes{};
-    attributes.maxlength = serversChoice;
-    attributes.tlength = serversChoice;
-    attributes.prebuf = serversChoice;
-    attributes.minreq = serversChoice;
-    attributes.fragsize = static_cast<std::uint32_t>(::pa_usec_to_bytes(fragmentLength, &format));
-    return attributes;
-}
 
 } // namespace
 
@@ -93,45 +81,40 @@ void PulseCaptureEngine::open(Target target) {
         return;
     m_target = target;
     m_hasDelivered = false;
-    m_stream = ::pa_stream_new(context, "Dictation", &m_source->format, &m_source->channels);
+    m_stream.reset(::pa_stream_new(context, "Dictation", &m_source->format, &m_source->channels));
     if (!m_stream)
         return;
+    pa_stream* const stream = m_stream.get();
     ::pa_stream_set_state_callback(
-        m_stream,
+        stream,
         [](pa_stream*, void* self) {
             callFromPulse([self] { static_cast<PulseCaptureEngine*>(self)->streamChanged(); });
         },
         this);
     ::pa_stream_set_read_callback(
-        m_stream,
+        stream,
         [](pa_stream*, std::size_t, void* self) {
             callFromPulse([self] { static_cast<PulseCaptureEngine*>(self)->read(); });
         },
         this);
-    const pa_buffer_attr attributes = smallFragments(m_source->format);
+    const pa_buffer_attr attributes = recordBuffer(m_source->format, fragmentLength);
     const char* const device = target == Target::ownSource ? m_source->name.c_str() : nullptr;
-    pa_stream* const stream = m_stream;
-    if (::pa_stream_connect_record(stream, device, &attributes, PA_STREAM_ADJUST_LATENCY) < 0 && stream == m_stream)
+    if (::pa_stream_connect_record(stream, device, &attributes, PA_STREAM_ADJUST_LATENCY) < 0 &&
+        stream == m_stream.get())
         streamFailed();
 }
 
 void PulseCaptureEngine::close() {
     m_retry.reset();
-    pa_stream* const stream = std::exchange(m_stream, nullptr);
-    if (!stream)
-        return;
-    ::pa_stream_set_state_callback(stream, nullptr, nullptr);
-    ::pa_stream_set_read_callback(stream, nullptr, nullptr);
-    ::pa_stream_disconnect(stream);
-    ::pa_stream_unref(stream);
+    m_stream.reset();
 }
 
 bool PulseCaptureEngine::isOpening() const {
-    return m_stream && ::pa_stream_get_state(m_stream) == PA_STREAM_CREATING;
+    return m_stream && ::pa_stream_get_state(m_stream.get()) == PA_STREAM_CREATING;
 }
 
 void PulseCaptureEngine::streamChanged() {
-    const pa_stream_state_t state = ::pa_stream_get_state(m_stream);
+    const pa_stream_state_t state = ::pa_stream_get_state(m_stream.get());
     if (state == PA_STREAM_FAILED || state == PA_STREAM_TERMINATED)
         streamFailed();
     m_connection->signal();
@@ -139,7 +122,7 @@ void PulseCaptureEngine::streamChanged() {
 
 /// The device refused, or it went away under a stream that had worked.
 void PulseCaptureEngine::streamFailed() {
-    m_error = ::pa_strerror(::pa_context_errno(::pa_stream_get_context(m_stream)));
+    m_error = ::pa_strerror(::pa_context_errno(::pa_stream_get_context(m_stream.get())));
     const bool hadWorked = m_hasDelivered;
     close();
     if (m_isStarting)
@@ -160,12 +143,12 @@ void PulseCaptureEngine::connectionLost() {
 void PulseCaptureEngine::read() {
     const void* data = nullptr;
     std::size_t bytes = 0;
-    while (m_stream && ::pa_stream_readable_size(m_stream) > 0 && ::pa_stream_peek(m_stream, &data, &bytes) == 0 &&
-           bytes > 0) {
+    while (m_stream && ::pa_stream_readable_size(m_stream.get()) > 0 &&
+           ::pa_stream_peek(m_stream.get(), &data, &bytes) == 0 && bytes > 0) {
         m_hasDelivered = true;
         if (data) // null for a hole in the stream
             gather(static_cast<const float*>(data), bytes / ::pa_frame_size(&m_source->format));
-        ::pa_stream_drop(m_stream);
+        ::pa_stream_drop(m_stream.get());
     }
 }
 

@@ -2,11 +2,11 @@
 
 #include "platform/AudioInput.h"
 #include "platform/linux/audio/PulseConnection.h"
+#include "platform/linux/audio/PulseHandles.h"
 #include "platform/linux/audio/PulseSources.h"
 
 #include <memory>
 #include <optional>
-#include <pulse/stream.h>
 #include <string>
 #include <vector>
 
@@ -50,7 +50,7 @@ private:
     Tap m_tap;
     std::size_t m_tapFrames = 0;
     std::vector<float> m_gathered;
-    pa_stream* m_stream = nullptr;
+    PulseStream m_stream;
     Target m_target = Target::ownSource;
     bool m_hasDelivered = false;
     std::string m_error;

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "platform/linux/audio/PulseConnection.h"
+#include "platform/linux/audio/PulseHandles.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <pulse/stream.h>
 #include <vector>
 
 namespace fenlo {
@@ -27,8 +27,8 @@ private:
     PulseConnection& m_connection;
     std::vector<float> m_samples;
     std::size_t m_written = 0; // samples
-    pa_stream* m_stream = nullptr;
-    pa_operation* m_drain = nullptr;
+    PulseStream m_stream;
+    PulseOperation m_drain;
     PulseConnection::Subscription m_subscription;
 };
 

@@ -3,7 +3,6 @@
 #include "base/Text.h"
 
 #include <algorithm>
-#include <pulse/operation.h>
 #include <pulse/proplist.h>
 #include <pulse/subscribe.h>
 #include <string_view>
@@ -73,7 +72,7 @@ PulseSources::PulseSources(PulseConnection& connection, std::function<void(Chang
 PulseSources::~PulseSources() {
     PulseLock lock(m_connection);
     m_subscription.reset();
-    endOperation();
+    m_operation.reset();
     if (pa_context* context = m_connection.context())
         ::pa_context_set_subscribe_callback(context, nullptr, nullptr);
 }
@@ -111,7 +110,7 @@ void PulseSources::connected() {
 }
 
 void PulseSources::disconnected() {
-    endOperation();
+    m_operation.reset();
     m_refreshAgain = false;
     m_found = {};
     finish();
@@ -123,26 +122,26 @@ void PulseSources::refresh() {
         m_refreshAgain = true;
         return;
     }
-    m_operation = ::pa_context_get_server_info(
+    m_operation.reset(::pa_context_get_server_info(
         m_connection.context(),
         [](pa_context*, const pa_server_info* info, void* self) {
             callFromPulse([=] { static_cast<PulseSources*>(self)->serverAnswered(info); });
         },
-        this);
+        this));
 }
 
 void PulseSources::serverAnswered(const pa_server_info* info) {
-    endOperation();
+    m_operation.reset();
     m_found = {};
     if (info && info->default_source_name)
         m_found.defaultName = info->default_source_name;
     if (info)
-        m_operation = ::pa_context_get_source_info_list(
+        m_operation.reset(::pa_context_get_source_info_list(
             m_connection.context(),
             [](pa_context*, const pa_source_info* source, int end, void* self) {
                 callFromPulse([=] { static_cast<PulseSources*>(self)->sourceAnswered(source, end); });
             },
-            this);
+            this));
     if (!m_operation)
         finish();
 }
@@ -153,7 +152,7 @@ void PulseSources::sourceAnswered(const pa_source_info* info, int end) {
         m_found.sources.push_back(describe(*info));
         return;
     }
-    endOperation();
+    m_operation.reset();
     std::erase_if(m_found.sources,
                   [this](const PulseSource& source) { return source.isMonitor && source.name != m_found.defaultName; });
     finish();
@@ -175,13 +174,6 @@ void PulseSources::finish() {
     m_connection.signal();
     if (std::exchange(m_refreshAgain, false))
         refresh();
-}
-
-void PulseSources::endOperation() {
-    if (pa_operation* operation = std::exchange(m_operation, nullptr)) {
-        ::pa_operation_cancel(operation);
-        ::pa_operation_unref(operation);
-    }
 }
 
 } // namespace fenlo

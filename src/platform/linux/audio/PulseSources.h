@@ -3,6 +3,7 @@
 #include "base/Guarded.h"
 #include "platform/AudioInput.h"
 #include "platform/linux/audio/PulseConnection.h"
+#include "platform/linux/audio/PulseHandles.h"
 
 #include <functional>
 #include <optional>
@@ -48,7 +49,6 @@ private:
     void serverAnswered(const pa_server_info* info);
     void sourceAnswered(const pa_source_info* info, int end);
     void finish();
-    void endOperation();
 
     struct Known {
         std::vector<PulseSource> sources;
@@ -59,7 +59,7 @@ private:
     const std::function<void(Change)> m_changed;
     Guarded<Known> m_known;
     Known m_found;
-    pa_operation* m_operation = nullptr;
+    PulseOperation m_operation;
     bool m_refreshAgain = false;
     bool m_hasAnswer = false;
     PulseConnection::Subscription m_subscription;
