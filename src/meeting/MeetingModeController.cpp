@@ -4,14 +4,38 @@
 
 #include "base/Text.h"
 #include "meeting/MeetingSearch.h"
+#include "meeting/MeetingText.h"
+#include "meeting/SystemAudioCapture.h"
 #include "settings/Config.h"
 #include "shell/ElapsedText.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace fenlo {
 
-MeetingModeController::MeetingModeController(Services services) : m_services(services) {}
+namespace {
+
+constexpr std::size_t mostAtOnce = 4; // requests to a service
+
+} // namespace
+
+MeetingModeController::MeetingModeController(Services services)
+    : m_services(std::move(services)),
+      m_autoSend(
+          m_services.mainQueue,
+          [this](AutoSend::Done done) {
+              sendEnhancedNotesEmail([done = std::move(done)](const MailOutcome& outcome) { done(outcome.isSent()); });
+          },
+          [this] { m_changes.tell(); }),
+      m_work(m_services.background),
+      m_queue({m_services.clock, m_services.mainQueue, m_services.background,
+               // On this machine one decoding uses all cores.
+               [&config = m_services.config] { return config.get().offlineMode ? 1 : mostAtOnce; },
+               m_services.isRecogniserReady}) {
+    m_queue.onTrouble = [this] { m_changes.tell(); };
+    loadPastMeetings();
+    askForAddress();
+}
 
 MeetingModeController::~MeetingModeController() = default;
 
@@ -31,7 +55,7 @@ void MeetingModeController::setMeetingTemplate(MeetingTemplate kind) {
 
 void MeetingModeController::setSubject(const std::string& subject) {
     if (std::exchange(m_subject, subject) != subject)
-        m_changes.tell();
+        noteState();
 }
 
 void MeetingModeController::setCaptureSystemAudio(bool capture) {
@@ -41,7 +65,7 @@ void MeetingModeController::setCaptureSystemAudio(bool capture) {
 
 void MeetingModeController::setUserNotes(const std::string& notes) {
     if (std::exchange(m_userNotes, notes) != notes)
-        m_changes.tell();
+        noteState();
 }
 
 void MeetingModeController::nameSpeaker(int speakerId, const std::string& name) {
@@ -50,37 +74,21 @@ void MeetingModeController::nameSpeaker(int speakerId, const std::string& name) 
         m_speakerNames.erase(speakerId);
     else
         m_speakerNames[speakerId] = trimmed;
-    m_changes.tell();
+    noteState();
 }
 
 std::string MeetingModeController::speakerDisplayName(const Speaker& speaker) const {
-    const auto name = m_speakerNames.find(speaker.id);
-    return name == m_speakerNames.end() ? speaker.label : name->second;
+    return fenlo::speakerDisplayName(m_speakerNames, speaker);
 }
 
 void MeetingModeController::toggleBookmark(int segmentIndex) {
     if (m_bookmarks.erase(segmentIndex) == 0)
         m_bookmarks.insert(segmentIndex);
-    m_changes.tell();
+    noteState();
 }
 
 std::string MeetingModeController::transcriptText() const {
-    std::vector<const TranscriptSegment*> ordered;
-    for (const TranscriptSegment& segment : m_segments)
-        ordered.push_back(&segment);
-    std::ranges::stable_sort(ordered, {}, &TranscriptSegment::index);
-    std::vector<std::string> paragraphs;
-    if (!m_subject.empty())
-        paragraphs.push_back("Subject: " + m_subject);
-    for (const TranscriptSegment* segment : ordered)
-        paragraphs.push_back("[" + elapsedText(segment->timestamp) + "] " + speakerDisplayName(segment->speaker) +
-                             ": " + segment->text);
-    return text::join(paragraphs, "\n\n");
-}
-
-void MeetingModeController::setEnhancedNotes(std::optional<EnhancedMeetingNotes> notes) {
-    m_enhancedNotes = std::move(notes);
-    m_changes.tell();
+    return fenlo::transcriptText(record());
 }
 
 void MeetingModeController::setSearchQuery(const std::string& query) {
@@ -99,26 +107,6 @@ std::vector<const PastMeeting*> MeetingModeController::filteredPastMeetings() co
 
 std::optional<std::string> MeetingModeController::searchSnippet(const PastMeeting& meeting) const {
     return snippetOf(meeting, meetingSearchText(m_searchQuery));
-}
-
-bool MeetingModeController::addRecipient(const std::string& address) {
-    const std::string trimmed = text::trimWhitespace(address);
-    const bool isAddress = trimmed.find('@') != std::string::npos && trimmed.find('.') != std::string::npos;
-    if (!isAddress || trimmed == m_primaryRecipient ||
-        std::ranges::find(m_additionalRecipients, trimmed) != m_additionalRecipients.end())
-        return false;
-    m_additionalRecipients.push_back(trimmed);
-    m_changes.tell();
-    return true;
-}
-
-void MeetingModeController::removeRecipient(const std::string& address) {
-    if (std::erase(m_additionalRecipients, address) > 0)
-        m_changes.tell();
-}
-
-void MeetingModeController::saveRecipientsAsDefaults() {
-    m_services.config.update([this](Settings& settings) { settings.meetingEmailRecipients = m_additionalRecipients; });
 }
 
 } // namespace fenlo

@@ -3,7 +3,14 @@
 #include "base/Changes.h"
 #include "base/Lifetime.h"
 #include "base/MainQueue.h"
-#include "meeting/Meeting.h"
+#include "meeting/AutoSend.h"
+#include "meeting/ChunkQueue.h"
+#include "meeting/ChunkRule.h"
+#include "meeting/MeetingDelivery.h"
+#include "meeting/MeetingNotesWriter.h"
+#include "meeting/MeetingRecord.h"
+#include "meeting/MeetingRun.h"
+#include "meeting/OrderedWork.h"
 
 #include <filesystem>
 #include <functional>
@@ -20,6 +27,9 @@ class AudioRecorder;
 class Background;
 class Clock;
 class Config;
+class MeetingArchive;
+class SystemAudioCapture;
+class SystemAudioInput;
 
 /// The one model of meeting mode, which all its screens watch: the present session, from the choice of its mode to its
 /// notes and its mail, and the meetings of the archive.
@@ -38,9 +48,19 @@ public:
         Clock& clock;
         MainQueue& mainQueue;
         Background& background;
+        SystemAudioInput& systemAudio;
+        MeetingArchive& archive;
+        MeetingNotesWriter& notesWriter;
+        MeetingDelivery& delivery;
+        std::function<std::string(const TranscribeRequest&, std::stop_token)> transcribe; // on a worker; throws
+        std::function<bool()> isRecogniserReady = [] { return true; }; // false while the engine is being loaded
+        std::function<void(const std::string& transcript, std::int64_t segments, double duration)> recordMeeting =
+            [](auto&&...) {};
+        std::function<void()> syncStats = [] {}; // returns at once
     };
-    using NotesDone = std::function<void(std::optional<EnhancedMeetingNotes>)>;
-    using SendDone = std::function<void(bool accepted)>;
+    /// Without notes, `fault` says why in one sentence.
+    using NotesDone = std::function<void(std::optional<EnhancedMeetingNotes> notes, const std::string& fault)>;
+    using MailDone = std::function<void(const MailOutcome& outcome)>;
 
     explicit MeetingModeController(Services services);
     ~MeetingModeController();
@@ -54,6 +74,8 @@ public:
     /// Ends the session. Its file is written at once; what is still being transcribed is added to it later. Ignored
     /// while none runs.
     void stopMeeting();
+    /// Tells why a start was refused, by trouble() until the next start.
+    void refuse(const std::string& reason);
     /// Leaves an ended session: stops its countdown and empties the screen for the next one.
     void newSession();
 
@@ -63,11 +85,11 @@ public:
     std::string elapsedFormatted() const;                                         // "75:00"
     float audioLevel() const { return m_audioLevel; }                             // 0 to 1
     /// Chunks that are still to be transcribed, with those that failed and are tried again.
-    int pendingChunks() const { return m_pendingChunks; }
-    /// Chunks whose words will be missing.
-    int lostChunks() const { return m_lostChunks; }
+    int pendingChunks() const;
+    /// Chunks whose words are missing.
+    int lostChunks() const;
     /// What hampers the session, in one line: no microphone, a service that does not answer. Empty when all is well.
-    const std::string& trouble() const { return m_trouble; }
+    std::string trouble() const;
     /// The archive file of the session; nothing before one is written.
     std::optional<std::filesystem::path> sessionFile() const;
 
@@ -100,7 +122,11 @@ public:
     const std::optional<EnhancedMeetingNotes>& enhancedNotes() const { return m_enhancedNotes; }
     void setEnhancedNotes(std::optional<EnhancedMeetingNotes> notes);
     bool isEnhancing() const { return m_isEnhancing; }
-    /// Has the session's notes made, after segments that are still coming have come; they go into its file, and the
+    /// Why the session has no notes although they were asked for, in one sentence; else empty.
+    const std::string& notesFault() const { return m_notesFault; }
+    /// Whether there is, or may still come, something that notes could be made of.
+    bool hasWords() const { return !m_segments.empty() || pendingChunks() > 0; }
+    /// Has the session's notes made, once the segments that are still coming have come; they go into its file, and the
     /// countdown to their mail begins.
     void summarize();
     /// `transcript` is the source of truth; without it that of the session. Nothing on failure. The caller stores the
@@ -129,6 +155,9 @@ public:
     /// Reads the archive anew. The list comes a little later, and watchArchive() tells.
     void loadPastMeetings();
     void deletePastMeeting(const std::string& id);
+    /// Takes up the meetings that an earlier process left behind; onRecovered is told of each that is in the archive.
+    void recoverMeetings();
+    std::function<void()> onRecovered = [] {};
     void saveNotesToPastMeeting(const std::string& id, const EnhancedMeetingNotes& notes);
 
     // Mail.
@@ -142,20 +171,22 @@ public:
     /// Every later session begins with the present recipients.
     void saveRecipientsAsDefaults();
 
-    int autoSendCountdown() const { return m_autoSendCountdown; } // seconds; 0 when none runs
-    bool autoSendCancelled() const { return m_autoSendCancelled; }
-    bool autoSendCompleted() const { return m_autoSendCompleted; }
+    int autoSendCountdown() const { return m_autoSend.countdown(); } // seconds; 0 when none runs
+    bool autoSendCancelled() const { return m_autoSend.isCancelled(); }
+    bool autoSendCompleted() const { return m_autoSend.isCompleted(); }
     /// Sends the notes in a minute, unless nobody is signed in or it is cancelled.
     void startAutoSend();
-    void cancelAutoSend();
+    void cancelAutoSend() { m_autoSend.cancel(); }
 
     /// The present notes of the session, to the primary and the additional recipients.
-    void sendEnhancedNotesEmail(SendDone done);
-    /// A transcript with a fresh summary: of the session, or the file of a past meeting.
-    void sendMeetingEmail(const std::string& transcript, const std::string& subject,
-                          const std::vector<std::string>& additionalRecipients, SendDone done);
+    void sendEnhancedNotesEmail(MailDone done);
+    /// The transcript of the session, with a fresh summary.
+    void sendMeetingEmail(MailDone done);
+    /// The file of a past meeting, with a fresh summary.
+    void sendPastMeetingEmail(const PastMeeting& meeting, const std::vector<std::string>& additionalRecipients,
+                              MailDone done);
     /// The session of transcription mode.
-    void sendTranscriptionEmail(SendDone done);
+    void sendTranscriptionEmail(MailDone done);
 
     /// Told of every change but those of elapsedTime(), audioLevel() and the archive.
     [[nodiscard]] Changes::Watch watch(std::function<void()> handler) { return m_changes.watch(std::move(handler)); }
@@ -169,15 +200,47 @@ public:
     }
 
 private:
+    // The running session: MeetingModeSession.cpp.
+    enum class Chunk { next, final };
+    void clearSession();
+    void startSystemCapture();
+    void systemCaptureFailed(const SystemAudioCapture* capture, const std::string& error);
+    void tick();
+    void takeChunk(Chunk which);
+    void hearMicrophone(bool isSilent);
+    /// Beyond the fields of the session: what has changed goes into its folder, and into its file when it has one.
+    void noteState();
+    MeetingRecord record() const;
+
+    // Sessions on the way to their files, by their number: MeetingModeRuns.cpp.
+    MeetingRun* run() const { return runOf(m_session); }
+    MeetingRun* runOf(int number) const;
+    MeetingRun::Services runServices();
+    MeetingRun::Listener listenerOf(int number);
+    int addRun(std::function<std::unique_ptr<MeetingRun>(int number)> make);
+    void runChanged(int number);
+    void dropFinishedRuns();
+    void takeUp(std::unique_ptr<RunningMeeting> folder);
+
+    // Notes: MeetingModeNotes.cpp.
+    Timer wordsLimit(int number);
+    void makeNotes(int number);
+    void notesMade(int number, const MeetingNotesWriter::Result& result);
+    void keepNotes(int number, const EnhancedMeetingNotes& notes);
+    template <typename Work>
+    void askWriter(Work work, std::function<void(MeetingNotesWriter::Result)> done);
+
+    // Mail: MeetingModeMail.cpp.
+    template <typename Mail>
+    void send(MailOutcome (MeetingDelivery::*operation)(const Mail&, std::stop_token), Mail mail, MailDone done);
+    void askForAddress();
+
     Services m_services;
 
     bool m_isActive = false;
     std::vector<TranscriptSegment> m_segments;
     double m_elapsedTime = 0;
     float m_audioLevel = 0;
-    int m_pendingChunks = 0;
-    int m_lostChunks = 0;
-    std::string m_trouble;
     std::string m_subject;
     std::vector<PastMeeting> m_pastMeetings;
     std::string m_userNotes;
@@ -187,13 +250,31 @@ private:
     std::set<int> m_bookmarks;
     std::optional<EnhancedMeetingNotes> m_enhancedNotes;
     bool m_isEnhancing = false;
-    int m_autoSendCountdown = 0;
-    bool m_autoSendCancelled = false;
-    bool m_autoSendCompleted = false;
+    std::string m_notesFault;
+    AutoSend m_autoSend;
     std::string m_primaryRecipient;
     std::vector<std::string> m_additionalRecipients;
     bool m_captureSystemAudio = false;
     std::string m_searchQuery;
+
+    std::shared_ptr<SystemAudioCapture> m_systemCapture;
+    std::string m_systemFault;
+    std::string m_refusal;               // of the last start
+    AudioRecorder* m_recorder = nullptr; // of the running session
+    std::optional<double> m_startTime;   // seconds of Clock::now(); of the running session
+    MeetingRecord m_head;                // date, mode and kind, as the session began
+    std::optional<ChunkRule> m_rule;
+    bool m_isMicrophoneSilent = false;
+    Timer m_elapsedTimer;
+
+    OrderedWork m_work;
+    ChunkQueue m_queue;
+    int m_session = 0; // the number of the session that is shown; 0 for none
+    int m_lastNumber = 0;
+    std::map<int, std::unique_ptr<MeetingRun>> m_runs;
+    std::map<int, Timer> m_awaitedNotes; // a session's notes are to be made; until when words are waited for
+    std::set<int> m_summarized;          // a language model is at work on them
+    std::set<int> m_recovered;           // the user has not been told of them yet
 
     Changes m_changes;
     Changes m_levelChanges;

@@ -2,50 +2,186 @@
 
 #include "meeting/MeetingModeController.h"
 
+#include "audio/AudioRecorder.h"
+#include "base/Background.h"
+#include "base/Clock.h"
+#include "base/Log.h"
+#include "meeting/ChunkSound.h"
+#include "meeting/MeetingArchive.h"
+#include "meeting/SystemAudioCapture.h"
+#include "session/FaultOf.h"
+#include "settings/Config.h"
+
+#include <utility>
+
 namespace fenlo {
 
-void MeetingModeController::startMeeting(AudioRecorder&) {}
-void MeetingModeController::stopMeeting() {}
+void MeetingModeController::startMeeting(AudioRecorder& recorder) {
+    if (m_isActive)
+        return;
+    m_recorder = &recorder;
+    clearSession();
+    m_startTime = m_services.clock.now();
+    m_head.date = m_services.clock.wallTime();
+    m_head.kind = m_meetingTemplate;
+    m_head.mode = m_meetingMode;
+    m_isActive = true;
+    m_additionalRecipients = m_services.config.get().meetingEmailRecipients;
+    recorder.startRecording(TakeKind::inPieces);
+    m_rule.emplace(m_meetingMode, m_services.clock.now());
+    m_session = addRun(
+        [this](int number) { return std::make_unique<MeetingRun>(runServices(), listenerOf(number), record()); });
+    if (m_captureSystemAudio)
+        startSystemCapture();
+    m_elapsedTimer = m_services.mainQueue.every(meetingTick, [this] { tick(); });
+    logInfo("{} mode started{}", m_meetingMode == MeetingMode::meeting ? "Meeting" : "Transcription",
+            m_captureSystemAudio ? " (with system audio)" : "");
+    askForAddress();
+    m_changes.tell();
+}
+
+/// What was shown of the session before goes its own way to its file.
+void MeetingModeController::clearSession() {
+    m_session = 0;
+    m_segments.clear();
+    m_elapsedTime = 0;
+    m_userNotes.clear();
+    m_speakerNames.clear();
+    m_bookmarks.clear();
+    m_enhancedNotes.reset();
+    m_isEnhancing = false;
+    m_notesFault.clear();
+    m_systemFault.clear();
+    m_refusal.clear();
+    m_isMicrophoneSilent = false;
+    m_autoSend.reset();
+    dropFinishedRuns();
+}
+
+void MeetingModeController::startSystemCapture() {
+    m_systemCapture = std::make_shared<SystemAudioCapture>(m_services.systemAudio);
+    m_services.background.run([capture = m_systemCapture, &queue = m_services.mainQueue,
+                               failed = m_lifetime.bind([this](const auto* which, const std::string& error) {
+                                   systemCaptureFailed(which, error);
+                               })](std::stop_token) mutable {
+        const auto error = capture->start();
+        if (!error)
+            return;
+        logError("System audio capture failed: {}", *error);
+        queue.post(
+            [failed = std::move(failed), which = capture.get(), text = *error]() mutable { failed(which, text); });
+    });
+}
+
+void MeetingModeController::systemCaptureFailed(const SystemAudioCapture* capture, const std::string& error) {
+    if (m_systemCapture.get() != capture)
+        return;
+    m_captureSystemAudio = false;
+    m_systemFault = "The computer's sound is not recorded: " + error;
+    m_changes.tell();
+}
+
+/// Thirty times a second, so it compares and no more, unless a chunk closes.
+void MeetingModeController::tick() {
+    const double now = m_services.clock.now();
+    m_elapsedTime = now - *m_startTime;
+    m_audioLevel = m_recorder->currentRMS();
+    if (const auto cut = m_rule->tick(m_audioLevel, now)) {
+        logInfo("Meeting chunk triggered ({}, {:.1f}s)", cut->reason, cut->length);
+        takeChunk(Chunk::next);
+    }
+    m_levelChanges.tell();
+}
+
+/// Sound that is not recorded any more must not hold up what the computer plays: that is then taken alone.
+void MeetingModeController::takeChunk(Chunk which) {
+    MeetingCut cut{.microphone = m_recorder->takeSamples()};
+    const bool isEmpty = cut.microphone.samples.empty();
+    const bool takesSystem = m_systemCapture && (!isEmpty || m_isMicrophoneSilent);
+    if (takesSystem)
+        cut.system = m_systemCapture->take();
+    if (which == Chunk::next)
+        hearMicrophone(isEmpty);
+    if (isEmpty && cut.system.empty()) {
+        if (which == Chunk::final)
+            logInfo("Final chunk was empty, skipping");
+        return;
+    }
+    cut.timestamp = m_startTime ? m_services.clock.now() - *m_startTime : 0;
+    run()->cut(std::move(cut));
+}
+
+/// A microphone that could not be opened, as without a sound server, is tried again at every cut.
+void MeetingModeController::hearMicrophone(bool isSilent) {
+    if (isSilent && !m_recorder->isRecording())
+        m_recorder->startRecording(TakeKind::inPieces);
+    if (std::exchange(m_isMicrophoneSilent, isSilent) != isSilent)
+        m_changes.tell();
+}
+
+void MeetingModeController::stopMeeting() {
+    if (!m_isActive)
+        return;
+    m_isActive = false;
+    m_elapsedTimer.cancel();
+    takeChunk(Chunk::final);
+    m_recorder->endWithoutSpeechTest();
+    m_recorder = nullptr;
+    if (m_systemCapture)
+        std::exchange(m_systemCapture, nullptr)->stop();
+    saveTranscript();
+    const double duration = m_startTime ? m_services.clock.now() - *m_startTime : 0;
+    m_services.recordMeeting(transcriptText(), static_cast<std::int64_t>(m_segments.size()), duration);
+    m_services.syncStats();
+    m_startTime.reset();
+    run()->stop();
+    loadPastMeetings();
+    logInfo("Meeting mode stopped — {} segments, {}", m_segments.size(), elapsedFormatted());
+    m_changes.tell();
+}
+
+void MeetingModeController::refuse(const std::string& reason) {
+    m_refusal = reason;
+    m_changes.tell();
+}
 
 void MeetingModeController::newSession() {
-    cancelAutoSend();
-    m_segments.clear();
+    if (m_isActive)
+        return;
+    m_autoSend.cancel();
+    clearSession();
     m_subject.clear();
-    m_userNotes.clear();
-    m_enhancedNotes.reset();
     m_changes.tell();
 }
 
-std::optional<std::filesystem::path> MeetingModeController::sessionFile() const {
-    return std::nullopt;
+MeetingRecord MeetingModeController::record() const {
+    MeetingRecord record = m_head;
+    record.subject = m_subject;
+    record.elapsedFormatted = elapsedFormatted();
+    record.segments = m_segments;
+    record.speakerNames = m_speakerNames;
+    record.bookmarks = m_bookmarks;
+    record.userNotes = m_userNotes;
+    record.notes = m_enhancedNotes;
+    return record;
 }
 
-void MeetingModeController::summarize() {}
-void MeetingModeController::refineNotes(const EnhancedMeetingNotes&, const std::string&,
-                                        const std::optional<std::string>&, NotesDone) {}
-void MeetingModeController::summarizePastMeeting(const std::string&, std::optional<MeetingTemplate>, NotesDone) {}
-
-std::string MeetingModeController::buildMarkdown() const {
-    return transcriptText();
-}
-
-void MeetingModeController::saveTranscript() {}
-void MeetingModeController::resaveWithNotes() {}
-void MeetingModeController::loadPastMeetings() {}
-void MeetingModeController::deletePastMeeting(const std::string&) {}
-void MeetingModeController::saveNotesToPastMeeting(const std::string&, const EnhancedMeetingNotes&) {}
-
-void MeetingModeController::startAutoSend() {}
-
-void MeetingModeController::cancelAutoSend() {
-    m_autoSendCountdown = 0;
-    m_autoSendCancelled = true;
+void MeetingModeController::noteState() {
+    if (MeetingRun* current = run())
+        current->noteState(record());
     m_changes.tell();
 }
 
-void MeetingModeController::sendEnhancedNotesEmail(SendDone) {}
-void MeetingModeController::sendMeetingEmail(const std::string&, const std::string&, const std::vector<std::string>&,
-                                             SendDone) {}
-void MeetingModeController::sendTranscriptionEmail(SendDone) {}
+std::string MeetingModeController::trouble() const {
+    if (m_recorder && m_recorder->fault())
+        return std::string(describe(faultOf(*m_recorder->fault())));
+    if (m_isActive && m_isMicrophoneSilent)
+        return std::string(describe(TakeFault::microphoneSilent));
+    if (const MeetingRun* current = run(); current && !current->trouble().empty())
+        return current->trouble();
+    if (pendingChunks() > 0 && !m_queue.trouble().empty())
+        return m_queue.trouble();
+    return m_isActive ? m_systemFault : m_refusal;
+}
 
 } // namespace fenlo

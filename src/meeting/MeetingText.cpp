@@ -1,6 +1,8 @@
 #include "meeting/MeetingText.h"
 
 #include "base/Text.h"
+#include "meeting/MeetingRecord.h"
+#include "shell/ElapsedText.h"
 
 #include <algorithm>
 #include <array>
@@ -111,6 +113,20 @@ bool isLowValue(std::string_view text) {
     const std::string bare = trimAll(lowered);
     return text::characterCount(bare) < shortestText || isListed(bare) ||
            isListed(text::trimWhitespaceAndNewlines(lowered));
+}
+
+std::string transcriptText(const MeetingRecord& record) {
+    std::vector<const TranscriptSegment*> ordered;
+    for (const TranscriptSegment& segment : record.segments)
+        ordered.push_back(&segment);
+    std::ranges::stable_sort(ordered, {}, &TranscriptSegment::index);
+    std::vector<std::string> paragraphs;
+    if (!record.subject.empty())
+        paragraphs.push_back("Subject: " + record.subject);
+    for (const TranscriptSegment* segment : ordered)
+        paragraphs.push_back("[" + elapsedText(segment->timestamp) + "] " +
+                             speakerDisplayName(record.speakerNames, segment->speaker) + ": " + segment->text);
+    return text::join(paragraphs, "\n\n");
 }
 
 } // namespace fenlo

@@ -3,10 +3,12 @@
 #include <string>
 #include <string_view>
 
-/// What becomes of the words of a chunk.
+/// What becomes of the words of a meeting.
 ///
 /// Threads: pure.
 namespace fenlo {
+
+struct MeetingRecord;
 
 /// Takes away "uh", "um", "you know" and their like, and blanks that are too many.
 std::string stripFillers(std::string_view text);
@@ -14,5 +16,8 @@ std::string stripFillers(std::string_view text);
 /// Whether the text is nothing, or one of the short phrases that recognisers invent in silence. In a meeting a real
 /// "yes" is rarer than an invented one, so it counts too.
 bool isLowValue(std::string_view text);
+
+/// Subject and segments in the order of their indices, a paragraph each: "[2:05] Ann: Good morning."
+std::string transcriptText(const MeetingRecord& record);
 
 } // namespace fenlo

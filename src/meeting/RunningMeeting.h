@@ -15,11 +15,11 @@ class StateFile;
 
 /// A piece of the recording whose words are not known yet.
 struct KeptChunk {
-    int number = 0;             // the `index` of its segment
-    double timestamp = 0;       // seconds from the start of the meeting to its end
-    int speaker = 0;            // id
-    int failures = 0;           // how often its transcription failed
-    std::filesystem::path file; // WAV, mono, 16 kHz; set by keepChunk()
+    int number = 0;                  // the `index` of its segment
+    double timestamp = 0;            // seconds from the start of the meeting to its end
+    int speaker = 0;                 // id
+    int failures = 0;                // how often its transcription failed
+    std::filesystem::path file = {}; // WAV, mono, 16 kHz; set by keepChunk()
 };
 
 /// What a meeting that is not in the archive yet has so far, in a folder of its own beside the archived files: when the

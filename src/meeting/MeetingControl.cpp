@@ -1,0 +1,103 @@
+#include "meeting/MeetingControl.h"
+
+#include "audio/AudioRecorder.h"
+#include "base/Log.h"
+#include "meeting/MeetingModeController.h"
+#include "session/DictationSession.h"
+#include "settings/Config.h"
+#include "shell/OverlayWindow.h"
+
+namespace fenlo {
+
+namespace {
+
+constexpr double pillInterval = 1; // seconds
+constexpr int menuInterval = 5;    // seconds; an open menu would be rebuilt under the pointer too often
+constexpr double noticeLength = 2; // seconds, of the pill's
+
+constexpr char dictationRunning[] = "A dictation is under way; start the meeting when it has ended";
+constexpr char meetingRunning[] = "No dictation in a meeting";
+constexpr char recovered[] = "Interrupted meeting recovered";
+
+} // namespace
+
+bool MeetingControl::isActive() const {
+    return m_services.meetings.isActive();
+}
+
+void MeetingControl::start() {
+    if (isActive())
+        return;
+    if (m_services.dictation.isRecording() || m_services.dictation.isProcessing()) {
+        logInfo("Meeting refused: a dictation is under way");
+        m_services.meetings.refuse(dictationRunning);
+        return;
+    }
+    m_services.meetings.startMeeting(m_services.recorder);
+    m_services.menuBar.setFace(IconFace::recording);
+    m_services.menuBar.refreshMenu();
+    showPill();
+    m_seconds = 0;
+    m_pillTimer = m_services.mainQueue.every(pillInterval, [this] { everySecond(); });
+    logInfo("Meeting mode started");
+}
+
+void MeetingControl::stop() {
+    if (!isActive())
+        return;
+    m_services.meetings.stopMeeting();
+    m_services.menuBar.setFace(IconFace::idle);
+    m_services.menuBar.refreshMenu();
+    m_services.overlay.hide();
+    m_pillTimer.cancel();
+    m_pillAgain.cancel();
+    if (m_services.meetings.hasWords() && m_services.meetings.meetingMode() != MeetingMode::transcription)
+        m_services.meetings.summarize();
+    logInfo("Meeting mode stopped");
+}
+
+void MeetingControl::clearEnded() {
+    MeetingModeController& meetings = m_services.meetings;
+    const bool isAtWork = meetings.isEnhancing() || meetings.autoSendCountdown() > 0 || meetings.pendingChunks() > 0;
+    if (!isActive() && !isAtWork)
+        meetings.newSession();
+}
+
+void MeetingControl::showPill() {
+    if (!m_services.config.get().showOverlay)
+        return;
+    m_services.overlay.showMeeting();
+    m_services.overlay.updateMeetingTime(m_services.meetings.elapsedTime());
+}
+
+void MeetingControl::everySecond() {
+    m_services.overlay.updateMeetingTime(m_services.meetings.elapsedTime());
+    if (++m_seconds % menuInterval == 0)
+        m_services.menuBar.refreshMenu();
+}
+
+void MeetingControl::refuseDictation() {
+    notice(meetingRunning);
+}
+
+void MeetingControl::tellRecovered() {
+    if (!m_services.dictation.isRecording() && !m_services.dictation.isProcessing())
+        notice(recovered);
+}
+
+/// The pill of a running meeting comes back after the notice.
+void MeetingControl::notice(const char* line) {
+    if (!m_services.config.get().showOverlay)
+        return;
+    m_services.overlay.showNotice({line});
+    if (isActive())
+        m_pillAgain = m_services.mainQueue.postAfter(noticeLength, [this] { showPill(); });
+}
+
+std::optional<MeetingStatus> MeetingControl::status() const {
+    if (!isActive())
+        return std::nullopt;
+    return MeetingStatus{m_services.meetings.elapsedTime(), static_cast<int>(m_services.meetings.segments().size())};
+}
+
+} // namespace fenlo

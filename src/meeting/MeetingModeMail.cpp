@@ -1,0 +1,125 @@
+// Mail.
+
+#include "meeting/MeetingModeController.h"
+
+#include "base/Background.h"
+#include "base/Clock.h"
+#include "meeting/MeetingArchive.h"
+#include "meeting/MeetingText.h"
+#include "meeting/Recipients.h"
+#include "meeting/SystemAudioCapture.h"
+#include "settings/Config.h"
+
+#include <algorithm>
+
+namespace fenlo {
+
+/// The secure store may wait for the user, so it is asked on a worker.
+void MeetingModeController::askForAddress() {
+    m_services.background.run([&delivery = m_services.delivery, &queue = m_services.mainQueue,
+                               known = m_lifetime.bind([this](std::string address) {
+                                   m_primaryRecipient = std::move(address);
+                                   m_changes.tell();
+                               })](std::stop_token) mutable {
+        queue.post([known = std::move(known), address = delivery.userAddress()]() mutable { known(address); });
+    });
+}
+
+bool MeetingModeController::addRecipient(const std::string& address) {
+    const auto added = addressToAdd(address, m_additionalRecipients, m_primaryRecipient);
+    if (!added)
+        return false;
+    m_additionalRecipients.push_back(*added);
+    m_changes.tell();
+    return true;
+}
+
+void MeetingModeController::removeRecipient(const std::string& address) {
+    if (std::erase(m_additionalRecipients, address) > 0)
+        m_changes.tell();
+}
+
+void MeetingModeController::saveRecipientsAsDefaults() {
+    m_services.config.update([this](Settings& settings) { settings.meetingEmailRecipients = m_additionalRecipients; });
+}
+
+void MeetingModeController::startAutoSend() {
+    m_services.background.run([&delivery = m_services.delivery, &queue = m_services.mainQueue,
+                               start = m_lifetime.bind([this, session = m_session] {
+                                   if (session == m_session)
+                                       m_autoSend.start();
+                               })](std::stop_token) mutable {
+        if (delivery.sendsByItself())
+            queue.post(std::move(start));
+    });
+}
+
+template <typename Mail>
+void MeetingModeController::send(MailOutcome (MeetingDelivery::*operation)(const Mail&, std::stop_token), Mail mail,
+                                 MailDone done) {
+    m_services.background.run([operation, mail = std::move(mail), &delivery = m_services.delivery,
+                               &queue = m_services.mainQueue,
+                               done = m_lifetime.bind(std::move(done))](std::stop_token stop) mutable {
+        queue.post([done = std::move(done), outcome = (delivery.*operation)(mail, stop)]() mutable { done(outcome); });
+    });
+}
+
+void MeetingModeController::sendEnhancedNotesEmail(MailDone done) {
+    if (!m_enhancedNotes) {
+        done({});
+        return;
+    }
+    send(&MeetingDelivery::sendEnhancedNotesEmail,
+         NotesMail{.notes = *m_enhancedNotes,
+                   .title = m_subject,
+                   .userNotes = m_userNotes,
+                   .date = m_head.date,
+                   .duration = elapsedFormatted(),
+                   .transcript = transcriptText(),
+                   .additionalRecipients = m_additionalRecipients,
+                   .file = sessionFile().value_or("")},
+         std::move(done));
+}
+
+void MeetingModeController::sendMeetingEmail(MailDone done) {
+    send(&MeetingDelivery::sendMeetingEmail,
+         TranscriptMail{.transcript = transcriptText(),
+                        .subject = m_subject,
+                        .additionalRecipients = m_additionalRecipients,
+                        .date = m_head.date,
+                        .duration = elapsedFormatted(),
+                        .file = sessionFile().value_or("")},
+         std::move(done));
+}
+
+void MeetingModeController::sendPastMeetingEmail(const PastMeeting& meeting,
+                                                 const std::vector<std::string>& additionalRecipients, MailDone done) {
+    send(&MeetingDelivery::sendMeetingEmail,
+         TranscriptMail{.transcript = meeting.content,
+                        .subject = meeting.subject,
+                        .additionalRecipients = additionalRecipients,
+                        .date = meeting.date,
+                        .duration = meeting.duration,
+                        .file = m_services.archive.fileOf(meeting.id)},
+         std::move(done));
+}
+
+void MeetingModeController::sendTranscriptionEmail(MailDone done) {
+    std::set<int> speakers;
+    for (const TranscriptSegment& segment : m_segments)
+        speakers.insert(segment.speaker.id);
+    MeetingRecord lines = record();
+    lines.subject.clear();
+    send(&MeetingDelivery::sendTranscriptionEmail,
+         TranscriptionMail{.subject = m_subject,
+                           .transcript = fenlo::transcriptText(lines),
+                           .segmentCount = static_cast<int>(m_segments.size()),
+                           .speakerCount = static_cast<int>(speakers.size()),
+                           .date = m_head.date,
+                           .duration = elapsedFormatted(),
+                           .additionalRecipients = m_additionalRecipients,
+                           .file = sessionFile().value_or("")},
+         std::move(done));
+}
+
+} // namespace fenlo

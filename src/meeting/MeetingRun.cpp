@@ -1,0 +1,325 @@
+#include "meeting/MeetingRun.h"
+
+#include "audio/ChunkWriter.h"
+#include "base/Clock.h"
+#include "base/Files.h"
+#include "base/Log.h"
+#include "base/LogThrown.h"
+#include "base/Text.h"
+#include "media/SpeechRate.h"
+#include "meeting/ChunkSound.h"
+#include "meeting/MeetingText.h"
+#include "meeting/OrderedWork.h"
+#include "meeting/SpeakerIdentifier.h"
+#include "session/FaultOf.h"
+
+#include <exception>
+#include <utility>
+
+namespace fenlo {
+
+namespace {
+
+constexpr double patience = 600;         // seconds after the end in which words may still come
+constexpr double filingRetry = 30;       // seconds
+constexpr double filingDelay = 1;        // seconds in which changes are gathered
+constexpr std::chrono::days oldAge{7};   // after which sound is not tried again
+constexpr std::size_t loggedLength = 80; // characters of a segment
+
+/// Beside the archive's files, for sound that nobody could recognise.
+std::filesystem::path keepUnrecognised(const MeetingArchive& archive, const KeptChunk& chunk) {
+    const auto folder = archive.folder() / "unrecognised";
+    files::makePrivateDirectory(folder);
+    const auto place = folder / chunk.file.filename();
+    std::error_code error;
+    std::filesystem::rename(chunk.file, place, error);
+    return error ? chunk.file : place;
+}
+
+/// Brings the record into the archive, where it then has an id. A file that the user deleted stays away.
+bool write(const MeetingArchive& archive, const MeetingRecord& record, std::optional<std::string>& id) {
+    if (id)
+        return archive.rewrite(*id, record) != MeetingArchive::Outcome::failed;
+    if (const auto file = archive.saveNew(record)) {
+        id = file->filename();
+        return true;
+    }
+    return record.segments.empty() && record.userNotes.empty();
+}
+
+} // namespace
+
+/// Threads: prepare() on one worker at a time, hear() on any.
+struct MeetingRun::Hearing {
+    explicit Hearing(std::unique_ptr<RunningMeeting> meeting, MeetingMode chosenMode)
+        : folder(std::move(meeting)), mode(chosenMode) {}
+
+    std::optional<KeptChunk> prepare(int number, const MeetingCut& cut) {
+        std::vector<float> samples = soundOf(cut);
+        const int speaker = mode == MeetingMode::meeting ? identifier.identify(samples, speechRate).id : 0;
+        normalise(samples);
+        KeptChunk chunk{.number = number, .timestamp = cut.timestamp, .speaker = speaker};
+        const auto file = folder->keepChunk(chunk, samples);
+        if (!file) {
+            logInfo("Meeting chunk {} WAV export failed", number);
+            return std::nullopt;
+        }
+        chunk.file = *file;
+        return chunk;
+    }
+
+    ChunkQueue::Attempt hear(const KeptChunk& chunk, const Services& services, const std::stop_token& stop) const {
+        using Kind = ChunkQueue::Attempt::Kind;
+        std::error_code error;
+        if (!stop.stop_requested() && !std::filesystem::exists(chunk.file, error)) {
+            logError("Meeting chunk {} has lost its sound", chunk.number);
+            folder->finishChunk(chunk.number);
+            return {};
+        }
+        try {
+            if (stop.stop_requested())
+                return {.kind = Kind::stopped};
+            return understand(chunk, services.transcribe({.audio = chunk.file}, stop));
+        } catch (...) {
+            if (stop.stop_requested())
+                return {.kind = Kind::stopped};
+            logError("Meeting chunk {} transcription failed: {}", chunk.number, messageOf(std::current_exception()));
+            folder->failChunk(chunk.number);
+            return {.kind = Kind::failed, .fault = std::string(describe(faultOf(std::current_exception())))};
+        }
+    }
+
+    ChunkQueue::Attempt understand(const KeptChunk& chunk, const std::string& text) const {
+        const std::string cleaned = stripFillers(text::trimWhitespaceAndNewlines(text));
+        if (isLowValue(cleaned)) {
+            logInfo("Meeting chunk {} was silent/hallucination, skipping", chunk.number);
+            folder->finishChunk(chunk.number);
+            return {};
+        }
+        const TranscriptSegment segment{files::makeUuid(), chunk.number, chunk.timestamp, cleaned,
+                                        speakerAt(chunk.speaker)};
+        folder->finishChunk(segment);
+        logInfo("Meeting segment {} [{}]: '{}'", segment.index, segment.speaker.label,
+                text::firstCharacters(cleaned, loggedLength));
+        return {.segment = segment};
+    }
+
+    const std::unique_ptr<RunningMeeting> folder;
+    const MeetingMode mode;
+    SpeakerIdentifier identifier;
+};
+
+MeetingRun::MeetingRun(Services services, Listener listener, MeetingRecord record)
+    : m_services(std::move(services)), m_listener(std::move(listener)), m_record(std::move(record)),
+      m_hearing(std::make_shared<Hearing>(
+          std::make_unique<RunningMeeting>(m_services.archive.folder(), m_record, m_services.background),
+          m_record.mode)) {}
+
+MeetingRun::MeetingRun(Services services, Listener listener, std::unique_ptr<RunningMeeting> folder)
+    : m_services(std::move(services)), m_listener(std::move(listener)), m_record(folder->record()),
+      m_hearing(std::make_shared<Hearing>(std::move(folder), m_record.mode)), m_hasChanged(true) {
+    m_id = m_hearing->folder->savedAs();
+    for (KeptChunk& chunk : m_hearing->folder->waiting())
+        enqueue(std::move(chunk), ChunkQueue::Urgency::later);
+    // Its words so far can be read before the rest comes.
+    m_services.mainQueue.post(m_lifetime.bind([this] { file(); }));
+    stop();
+}
+
+MeetingRun::~MeetingRun() {
+    m_services.queue.withdraw(this);
+}
+
+std::string MeetingRun::trouble() const {
+    if (!m_fault.empty())
+        return m_fault;
+    const std::string reason = m_hearing->folder->trouble();
+    return reason.empty() ? "" : "The meeting cannot be kept: " + reason;
+}
+
+void MeetingRun::cut(MeetingCut sound) {
+    ++m_beingPrepared;
+    m_services.work.add(
+        [hearing = m_hearing, number = m_nextNumber++, sound = std::move(sound), &queue = m_services.mainQueue,
+         prepared = m_lifetime.bind([this](std::optional<KeptChunk> chunk) { this->prepared(std::move(chunk)); })](
+            std::stop_token) mutable {
+            std::optional<KeptChunk> chunk;
+            logThrown("a chunk of a meeting is lost", [&] { chunk = hearing->prepare(number, sound); });
+            queue.post(
+                [prepared = std::move(prepared), chunk = std::move(chunk)]() mutable { prepared(std::move(chunk)); });
+        });
+    m_listener.onChange();
+}
+
+void MeetingRun::prepared(std::optional<KeptChunk> chunk) {
+    --m_beingPrepared;
+    if (m_isDiscarded)
+        return;
+    if (chunk)
+        enqueue(std::move(*chunk), ChunkQueue::Urgency::now);
+    else
+        ++m_lost;
+    settle();
+}
+
+void MeetingRun::enqueue(KeptChunk chunk, ChunkQueue::Urgency urgency) {
+    const int number = chunk.number;
+    m_waiting[number] = chunk;
+    m_services.queue.add(
+        {.owner = this,
+         .urgency = urgency,
+         .attempt = [hearing = m_hearing, chunk = std::move(chunk),
+                     services = m_services](std::stop_token stop) { return hearing->hear(chunk, services, stop); },
+         .done = m_lifetime.bind([this, number](ChunkQueue::Attempt attempt) { heard(number, std::move(attempt)); })});
+}
+
+void MeetingRun::heard(int number, ChunkQueue::Attempt attempt) {
+    if (m_isDiscarded)
+        return;
+    if (attempt.kind == ChunkQueue::Attempt::Kind::failed) {
+        lose(number);
+    } else {
+        m_waiting.erase(number);
+        if (m_isStopped)
+            beginPatience();
+    }
+    if (attempt.segment) {
+        m_record.segments.push_back(*attempt.segment);
+        noteChange();
+        m_listener.onSegment(*attempt.segment);
+    }
+    settle();
+}
+
+void MeetingRun::noteChange() {
+    m_hasChanged = true;
+    if (m_isDone)
+        m_nextFiling = m_services.mainQueue.postAfter(filingDelay, [this] { file(); });
+}
+
+void MeetingRun::beginPatience() {
+    m_patience = m_services.mainQueue.postAfter(patience, [this] { losePatience(); });
+}
+
+/// The words of the chunk will be missing; its sound stays.
+void MeetingRun::lose(int number) {
+    const auto chunk = m_waiting.extract(number);
+    if (chunk.empty())
+        return;
+    ++m_lost;
+    m_services.work.add([hearing = m_hearing, kept = chunk.mapped(), &archive = m_services.archive](std::stop_token) {
+        const auto place = keepUnrecognised(archive, kept);
+        hearing->folder->finishChunk(kept.number);
+        logError("Meeting chunk {} was not recognised; its sound is kept as {}", kept.number, place.string());
+    });
+}
+
+void MeetingRun::noteState(MeetingRecord record) {
+    if (m_isDiscarded)
+        return;
+    record.segments = std::move(m_record.segments);
+    record.notes = std::move(m_record.notes);
+    m_record = std::move(record);
+    noteChange();
+    if (!m_isDone)
+        m_hearing->folder->noteState(m_record);
+}
+
+void MeetingRun::noteNotes(const EnhancedMeetingNotes& notes) {
+    m_record.notes = notes;
+    if (!m_id)
+        noteChange();
+}
+
+void MeetingRun::save() {
+    if (m_record.segments.empty())
+        return;
+    if (const auto file = m_services.archive.saveNew(m_record)) {
+        m_id = file->filename();
+        m_hasChanged = false;
+        m_hearing->folder->noteSaved(*m_id, m_record.elapsedFormatted);
+    } else {
+        m_hasChanged = true;
+    }
+}
+
+void MeetingRun::stop() {
+    m_isStopped = true;
+    beginPatience();
+    m_services.mainQueue.post(m_lifetime.bind([this] { settle(); }));
+}
+
+void MeetingRun::losePatience() {
+    m_services.queue.withdraw(this);
+    const bool isOld = m_services.clock.wallTime() - m_record.date > oldAge;
+    for (const auto& [number, chunk] : std::map(m_waiting))
+        if (isOld)
+            lose(number);
+        else
+            logError("Meeting chunk {} is not recognised yet; the next start tries it again", number);
+    m_isLeft = !m_waiting.empty();
+    m_lost += static_cast<int>(m_waiting.size());
+    m_waiting.clear();
+    settle();
+}
+
+void MeetingRun::discard() {
+    m_isDiscarded = true;
+    m_isDone = true;
+    m_services.queue.withdraw(this);
+    m_waiting.clear();
+    m_nextFiling.cancel();
+    m_services.work.add([hearing = m_hearing](std::stop_token) { hearing->folder->complete(); });
+    m_listener.onChange();
+}
+
+void MeetingRun::settle() {
+    if (isSettled() && !m_isDone && !m_isFiling)
+        file();
+    m_listener.onChange();
+}
+
+/// Writes what has come since the file was written, and then the folder can go.
+void MeetingRun::file() {
+    if (m_isFiling)
+        return;
+    m_isFiling = true;
+    m_services.work.add(
+        [hearing = m_hearing, record = m_record, id = m_id, isNeeded = m_hasChanged,
+         keepsFolder = m_isLeft || m_isDone || !isSettled(), &archive = m_services.archive,
+         &queue = m_services.mainQueue,
+         filed = m_lifetime.bind([this, wasSettled = isSettled()](std::optional<std::string> place, bool isWritten) {
+             this->filed(std::move(place), isWritten, wasSettled);
+         })](std::stop_token) mutable {
+            const bool isWritten = !isNeeded || write(archive, record, id);
+            if (isWritten && !keepsFolder)
+                hearing->folder->complete();
+            queue.post([filed = std::move(filed), id = std::move(id), isWritten]() mutable {
+                filed(std::move(id), isWritten);
+            });
+        });
+    m_hasChanged = false;
+}
+
+void MeetingRun::filed(std::optional<std::string> id, bool isWritten, bool wasSettled) {
+    m_isFiling = false;
+    if (m_isDiscarded)
+        return;
+    m_id = std::move(id);
+    m_isDone = isWritten && wasSettled;
+    m_fault = isWritten ? "" : "The meeting could not be written; it is kept, and tried again";
+    if (!isWritten) {
+        m_hasChanged = true;
+        m_nextFiling = m_services.mainQueue.postAfter(filingRetry, [this] { file(); });
+    } else if (m_isDone) {
+        m_patience.cancel();
+        if (m_hasChanged)
+            noteChange();
+    } else if (isSettled()) {
+        file();
+    }
+    m_listener.onFiled();
+    m_listener.onChange();
+}
+
+} // namespace fenlo
