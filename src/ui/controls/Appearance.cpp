@@ -6,6 +6,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QGuiApplication>
@@ -36,15 +37,23 @@ QVariant unwrapped(QVariant value) {
     return value;
 }
 
+bool isZero(const QString& number) {
+    bool isNumber = false;
+    return number.toDouble(&isNumber) == 0 && isNumber;
+}
+
 } // namespace
 
 Appearance::Appearance(Config& config) : m_config(config) {
+    // Qt looks the slot's types up by name, and nothing else has made this one known by now.
+    qRegisterMetaType<QDBusVariant>();
     QDBusConnection::sessionBus().connect(portal, portalPath, portalSettings, QStringLiteral("SettingChanged"), this,
                                           SLOT(desktopSettingChanged(QString, QString, QDBusVariant)));
-    ask(appearanceGroup, schemeKey);
-    ask(appearanceGroup, reducedMotionKey);
-    ask(gnomeGroup, gnomeAnimationsKey);
-    ask(kdeGroup, kdeAnimationsKey);
+    // At login the portal may start after this program.
+    auto* coming =
+        new QDBusServiceWatcher(portal, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForRegistration, this);
+    connect(coming, &QDBusServiceWatcher::serviceRegistered, this, [this] { askAll(); });
+    askAll();
 }
 
 bool Appearance::dark() const {
@@ -83,6 +92,13 @@ void Appearance::setScheme(const QString& word) {
     Q_EMIT changed();
 }
 
+void Appearance::askAll() {
+    ask(appearanceGroup, schemeKey);
+    ask(appearanceGroup, reducedMotionKey);
+    ask(gnomeGroup, gnomeAnimationsKey);
+    ask(kdeGroup, kdeAnimationsKey);
+}
+
 void Appearance::ask(const QString& group, const QString& key) {
     auto question = QDBusMessage::createMethodCall(portal, portalPath, portalSettings, QStringLiteral("Read"));
     question << group << key;
@@ -103,11 +119,11 @@ void Appearance::take(const QString& group, const QString& key, const QVariant& 
     if (group == appearanceGroup && key == schemeKey)
         m_desktopScheme = value.toUInt();
     else if (group == appearanceGroup && key == reducedMotionKey)
-        m_still = value.toUInt() == 1;
+        m_reducesMotion = value.toUInt() == 1;
     else if (group == gnomeGroup && key == gnomeAnimationsKey)
-        m_still = !value.toBool();
+        m_isStillInGnome = !value.toBool();
     else if (group == kdeGroup && key == kdeAnimationsKey)
-        m_still = value.toString().toDouble() == 0;
+        m_isStillInKde = isZero(value.toString());
     else
         return;
     Q_EMIT changed();

@@ -28,7 +28,7 @@ public:
     explicit Appearance(Config& config);
 
     bool dark() const;
-    bool still() const { return m_still; }
+    bool still() const { return m_reducesMotion || m_isStillInGnome || m_isStillInKde; }
     static bool rightToLeft();
     static double textSize(); // pixels
     static QString family();
@@ -43,12 +43,16 @@ private Q_SLOTS:
     void desktopSettingChanged(const QString& group, const QString& key, const QDBusVariant& value);
 
 private:
+    void askAll();
     void ask(const QString& group, const QString& key);
     void take(const QString& group, const QString& key, const QVariant& value);
 
     Config& m_config;
     unsigned m_desktopScheme = 0; // of the desktop's portal: 1 is dark, 2 is light, 0 no preference
-    bool m_still = false;
+    // A portal may answer for several desktops, with the defaults of those that do not run.
+    bool m_reducesMotion = false;
+    bool m_isStillInGnome = false;
+    bool m_isStillInKde = false;
 };
 
 } // namespace fenlo

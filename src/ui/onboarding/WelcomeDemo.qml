@@ -13,8 +13,11 @@ Rectangle {
         { place: "Notes", words: "Friday: ask Tom about the budget, and book the small room." },
         { place: "Mail", words: "Thank you for the draft. I have two small remarks on page three." }
     ]
-    property int example: Theme.still ? examples.length - 1 : 0
-    property int phase: Theme.still ? 3 : 0 // waits, key held, key released, words are there
+    property int step: 0 // four for each example: waits, key held, key released, words are there
+    readonly property int lastStep: 4 * examples.length - 1
+    readonly property int shownStep: Theme.still ? lastStep : step
+    readonly property int example: Math.floor(shownStep / 4)
+    readonly property int phase: shownStep % 4
 
     implicitHeight: Theme.textSize * 21
     implicitWidth: Theme.textSize * 34
@@ -25,14 +28,10 @@ Rectangle {
     Accessible.name: "While " + hotkey + " is held, Fenlo listens. When it is released, what was said stands at the cursor."
 
     Timer {
-        running: !Theme.still && !(demo.phase === 3 && demo.example === demo.examples.length - 1)
+        running: demo.shownStep < demo.lastStep
         repeat: true
         interval: [900, 1500, 700, 2600][demo.phase]
-        onTriggered: {
-            if (demo.phase === 3)
-                demo.example += 1
-            demo.phase = (demo.phase + 1) % 4
-        }
+        onTriggered: demo.step += 1
     }
 
     Rectangle { // the pill

@@ -3,7 +3,7 @@
 import gi
 
 from . import desktop
-from .waiting import wait_for
+from .waiting import WaitedInVain, wait_for
 
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
@@ -87,7 +87,14 @@ class Node:
 
     def find(self, role, name=None, patience=15.0):
         """The first such control, once there is one."""
-        return wait_for(lambda: next(iter(self.all(role, name)), None), f"{role} {name!r} in {self}", patience)
+
+        def first():
+            return next((node for node in self.nodes() if _fits(node, role, name)), None)
+
+        try:
+            return wait_for(first, f"{role} {name!r}", patience)
+        except WaitedInVain as fault:
+            raise WaitedInVain(f"{fault} in {self}") from None
 
     def wait_gone(self, role, name=None):
         wait_for(lambda: not self.all(role, name), f"{role} {name!r} to go")
@@ -100,9 +107,16 @@ class Node:
         box = self.find("combo box", name)
         box.focus()
         desktop.press("space")
-        # An open list lies beside the page, so it is looked for in the whole window.
-        entry = window_of(self).find("list item", label)
-        entry.press()
+        # An open list lies beside the page, so it is looked for in the whole window. A long one holds what is in sight.
+        whole = window_of(self)
+        wait_for(lambda: whole.all("dialog"), f"the list of {name!r}")
+        for edge in ("Home", "End"):
+            desktop.press(edge)
+            try:
+                return whole.find("list item", label, patience=5).press()
+            except WaitedInVain:
+                continue
+        raise AssertionError(f"no {label!r} in the list of {name!r}")
 
     def fill(self, name, text, role="text"):
         """Types the text in place of what the entry of this name holds."""
