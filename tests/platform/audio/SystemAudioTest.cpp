@@ -234,8 +234,9 @@ TEST_F(PulseSystem, LostOutput_NeverTurnsToTheMicrophone) {
     server.play(0.5F, 0.5F, 600, "headset");
     open();
     EXPECT_TRUE(ear.hears(440));
-    const std::string sinks = server.control("list short modules");
-    server.control("unload-module " + sinks.substr(sinks.rfind('\n', sinks.find("sink_name=speakers")) + 1, 1));
+    const std::string modules = server.control("list short modules");
+    const std::size_t line = modules.rfind('\n', modules.find("sink_name=speakers")) + 1; // also for the first
+    server.control("unload-module " + modules.substr(line, modules.find('\t', line) - line));
     EXPECT_TRUE(ear.hears(600)) << "the next default";
     server.control("unload-module module-null-sink");
     const std::size_t heard = ear.count();
@@ -244,6 +245,19 @@ TEST_F(PulseSystem, LostOutput_NeverTurnsToTheMicrophone) {
     server.play(0.5F, 0.5F, 800, "late");
     EXPECT_TRUE(ear.hears(800));
     expectInStepWithTheClock();
+    EXPECT_EQ(ear.tenthsOf(roomFrequency), 0);
+}
+
+TEST_F(PulseSystem, StreamPushedToTheMicrophone_DoesNotRecordIt) {
+    server.startWithSpeakers();
+    server.play(0.5F, 0.5F, 440, "speakers");
+    open();
+    EXPECT_TRUE(ear.hears(440));
+    const std::string list = server.control("list short source-outputs");
+    server.control("move-source-output " + list.substr(0, list.find('\t')) + " room");
+    const std::size_t heard = ear.count();
+    EXPECT_TRUE(waitUntil(10, [&] { return ear.count() > heard + 48000; }));
+    EXPECT_TRUE(ear.hears(440));
     EXPECT_EQ(ear.tenthsOf(roomFrequency), 0);
 }
 
