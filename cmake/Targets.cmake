@@ -145,3 +145,10 @@ function(fenlo_test name)
     set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300
         ENVIRONMENT "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp")
 endfunction()
+
+# fenlo_approved(NAME): the test compares texts with those in the folder approved/ beside it (tests/support/Approved.h).
+function(fenlo_approved name)
+    target_compile_definitions(${name} PRIVATE
+        APPROVED_FOLDER="${CMAKE_CURRENT_SOURCE_DIR}/approved"
+        RECEIVED_FOLDER="${CMAKE_CURRENT_BINARY_DIR}/received")
+endfunction()

@@ -1,11 +1,11 @@
 #include "meeting/MeetingMail.h"
 
 #include "base/Text.h"
+#include "shell/ElapsedText.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <fmt/format.h>
 
 namespace fenlo {
 
@@ -17,9 +17,8 @@ std::string countOf(int count, const std::string& thing) {
     return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-std::string durationOf(dates::Moment start, dates::Moment end) {
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(end - start).count();
-    return fmt::format("{}:{:02}", seconds / 60, seconds % 60);
+double secondsSince(const std::optional<dates::Moment>& start, dates::Moment now) {
+    return start ? std::chrono::duration<double>(now - *start).count() : 0;
 }
 
 /// Takes the lines of a transcript, or of a meeting's file, that a reader of the mail is to see.
@@ -80,7 +79,7 @@ MeetingMail composeMail(const TranscriptMail& mail, const std::optional<BasicSum
                                 {"action_items", "Action Items", summary->actionItems}};
     }
     composed.meetingDate = dates::mediumText(mail.date.value_or(now));
-    composed.duration = mail.duration.empty() ? durationOf(mail.startTime.value_or(now), now) : mail.duration;
+    composed.duration = mail.duration.empty() ? elapsedText(secondsSince(mail.startTime, now)) : mail.duration;
     composed.transcript = cleanTranscript(mail.transcript);
     composed.additionalRecipients = mail.additionalRecipients;
     return composed;

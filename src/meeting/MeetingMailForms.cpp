@@ -144,7 +144,7 @@ ReadableMail readableMail(const MeetingMail& mail, const std::string& file) {
         whole.isWhole = cut.isWhole;
     }
     if (!whole.isWhole)
-        whole.text += lineOnRest(file);
+        whole.text = text::trimWhitespaceAndNewlines(whole.text) + lineOnRest(file);
     return whole;
 }
 

@@ -1,7 +1,7 @@
 // The prompts as whole texts under approved/, and cases that need no whole text.
 
 #include "text/DictationPrompt.h"
-#include "base/Files.h"
+#include "support/Approved.h"
 #include "text/ApplicationTables.h"
 #include "text/UserProfile.h"
 #include "text/professions/Professions.h"
@@ -12,6 +12,7 @@
 #include <set>
 
 using namespace fenlo;
+using fenlo::test::expectApproved;
 
 namespace {
 
@@ -39,19 +40,6 @@ FocusContext in(std::string appName, std::string appBundleId, std::string existi
     context.existingText = std::move(existingText);
     context.selectedText = std::move(selectedText);
     return context;
-}
-
-/// Compares a text with approved/NAME.txt beside the tests, a file that somebody has read and approved. A text that
-/// differs is written to received/NAME.txt in the build folder; whoever agrees with it copies it over by hand.
-void expectApproved(const std::string& name, const std::string& text) {
-    const std::filesystem::path received = std::filesystem::path(RECEIVED_FOLDER) / (name + ".txt");
-    files::removeQuietly(received);
-    const std::string approved = files::read(std::filesystem::path(APPROVED_FOLDER) / (name + ".txt")).value_or("");
-    if (approved == text)
-        return;
-    std::filesystem::create_directories(received.parent_path());
-    files::writeAtomically(received, text);
-    EXPECT_EQ(approved, text) << "see " << received;
 }
 
 /// The settings after the profession was chosen.
