@@ -14,8 +14,9 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace fenlo {
 
@@ -65,7 +66,7 @@ enum class Ending { ended, goesOn };
 
 /// Waits until the process has ended, which leaves it to be reaped, at most so many seconds.
 Ending waitForEnd(pid_t process, double limit, std::stop_token stop) {
-    const Descriptor handle(::pidfd_open(process, 0));
+    const Descriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
     Wakeup wakeup;
     const std::stop_callback onStop(stop, [&] { wakeup.wake(); });
     const Deadline deadline = deadlineAfter(limit);
