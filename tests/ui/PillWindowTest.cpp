@@ -153,7 +153,7 @@ TEST_F(PillWithCompositor, GrowsStepByStep) {
     show(98);
     // A compositor that has just started announces itself before it paints.
     ASSERT_TRUE(pumpUntil([&] { return isGround(left(180) + 3, 65); }));
-    pill->setWidth(180, 1); // long enough for a busy machine to look in between
+    pill->setWidth(180, 3); // long enough for a busy machine to look in between
     test::pump();
     EXPECT_TRUE(isGround(left(180) + 3, 65)) << "not at once: " << screen::at(left(180) + 3, 65).name().toStdString();
     EXPECT_TRUE(pumpUntil([&] { return showsDot(180) && !isGround(left(180) + 177, 65); }));
