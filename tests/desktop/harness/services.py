@@ -6,6 +6,34 @@ import urllib.request
 from . import processes
 from .waiting import wait_for
 
+# What language models are asked when they are to write notes, to change them, and to sum up for a mail.
+NOTES_PROMPT = "meeting notes assistant. Given a meeting transcript"
+REFINE_PROMPT = "wants to refine them"
+SUMMARY_PROMPT = "produce a structured summary"
+
+# As a language model writes notes.
+NOTES = """TITLE: Plans for the spring sale
+
+SUMMARY:
+The team met about the spring sale.
+It starts in March.
+
+KEY DECISIONS:
+- Offer ten per cent
+
+ACTION ITEMS:
+- Ann asks the printers
+- Bob writes the letter
+
+DISCUSSION POINTS:
+- Price: too high for some
+
+FOLLOW-UPS:
+- None
+
+OPEN QUESTIONS:
+- Who pays for the post?"""
+
 
 class Services:
     """One program that stands for the recognisers and the language models; the parts are told apart by name."""
@@ -43,9 +71,10 @@ class Service:
     def forget(self):
         self._earlier += len(self.requests() or [])
 
-    def answer(self, text, delay=0):
-        """Answers with this text from now on, after `delay` seconds."""
-        self._control(mode="ok", text=text, delay=delay)
+    def answer(self, text, delay=0, prompts=None):
+        """Answers with this text from now on, after `delay` seconds. `prompts` has other texts for requests whose prompts
+        hold its keys, such as NOTES_PROMPT."""
+        self._control(mode="ok", text=text, delay=delay, answers=list((prompts or {}).items()))
 
     def misbehave(self, mode):
         """From now on "hang", "close", "garbage" and the like, or the status of an error."""
