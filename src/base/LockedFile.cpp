@@ -1,5 +1,6 @@
 #include "base/LockedFile.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -33,7 +34,10 @@ LockedFile::~LockedFile() {
 }
 
 bool LockedFile::append(std::string_view bytes) const {
-    return ::write(m_descriptor, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+    const ssize_t written = ::write(m_descriptor, bytes.data(), bytes.size());
+    if (written >= 0 && written != static_cast<ssize_t>(bytes.size()))
+        errno = ENOSPC; // a file takes a part only when there is no room for the rest
+    return written == static_cast<ssize_t>(bytes.size());
 }
 
 } // namespace fenlo

@@ -24,7 +24,7 @@ public:
     LockedFile& operator=(LockedFile&&) = delete;
     ~LockedFile();
 
-    /// Adds to the end of the file. False unless all of it was written.
+    /// Adds to the end of the file. False with errno unless all of it was written.
     bool append(std::string_view bytes) const;
 
 private:

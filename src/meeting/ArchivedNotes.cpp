@@ -30,7 +30,7 @@ std::string headingLine(const EnhancedMeetingNotes::Section& section) {
 }
 
 /// Goes through the lines of a file and collects the notes. Headings among the user's own notes are the user's.
-class NotesReader {
+class SectionReader {
 public:
     void read(std::string_view line) {
         if (line.starts_with("# ") && !m_areUsers)
@@ -85,8 +85,8 @@ private:
     std::vector<std::string>* m_items = nullptr; // of the current section
 };
 
-/// The file without the sections of its notes. In the transcript nothing is taken for notes; it begins with its first
-/// segment where somebody removed its heading.
+/// The file without the sections of its notes. In the transcript nothing is taken for notes; where somebody removed its
+/// heading, a segment ends them.
 std::vector<std::string_view> withoutNotes(std::string_view content) {
     const std::vector<std::string_view> lines = split(content);
     const bool hasHeading = std::ranges::any_of(
@@ -96,8 +96,8 @@ std::vector<std::string_view> withoutNotes(std::string_view content) {
     bool isTranscript = false;
     for (const std::string_view line : lines) {
         const std::string_view text = trimmed(line);
-        isTranscript |= text.starts_with(hasHeading ? transcript : segmentStart);
-        if (isTranscript || endsNotes(text))
+        isTranscript |= text.starts_with(transcript);
+        if (isTranscript || endsNotes(text) || (!hasHeading && text.starts_with(segmentStart)))
             isDropping = false;
         else if (beginsNotes(text))
             isDropping = true;
@@ -141,7 +141,7 @@ std::optional<EnhancedMeetingNotes> notesInSections(std::string_view content) {
     const std::vector<std::string_view> lines = split(content);
     if (std::ranges::none_of(lines, beginsNotes, trimmed))
         return {};
-    NotesReader reader;
+    SectionReader reader;
     for (const std::string_view line : lines)
         reader.read(trimmed(line));
     return reader.notes();

@@ -86,14 +86,16 @@ std::vector<fs::path> foldersIn(const fs::path& archive, std::string_view prefix
     return found;
 }
 
+/// Why the samples could not be written; empty when they were.
 std::string failureOf(const fs::path& file, std::span<const float> samples) {
     try {
         files::removeQuietly(file); // of an earlier try
-        errno = 0;
         writeWav(file, samples, sampleRate, WavEncoding::float32);
         return {};
     } catch (const AudioFileError& error) {
-        return errno == 0 ? error.what() : files::writeFault(errno);
+        std::error_code unknown;
+        const fs::space_info space = fs::space(file.parent_path(), unknown);
+        return !unknown && space.available <= samples.size_bytes() ? files::writeFault(ENOSPC) : error.what();
     }
 }
 
@@ -168,7 +170,7 @@ std::optional<fs::path> RunningMeeting::keepChunk(const KeptChunk& chunk, std::s
             return kept.file;
         }
         files::removeQuietly(kept.file);
-        if (!failure.empty())
+        if (isNoted)
             setTrouble(std::move(failure));
     }
     kept.file = files::temporaryFile("", ".wav");
@@ -276,7 +278,7 @@ void RunningMeeting::setTrouble(std::string reason) {
         return differs;
     });
     if (isNew && !reason.empty())
-        logError("the running meeting cannot be kept in {}: {}", m_folder.string(), reason);
+        logError("the running meeting cannot be kept: {}", reason);
 }
 
 } // namespace fenlo

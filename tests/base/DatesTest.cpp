@@ -96,6 +96,34 @@ TEST(Dates, GoBackByDaysAndMonthsOfTheCalendar) {
     EXPECT_EQ(dates::isoTimestamp(dates::monthsBefore(at("2026-01-15T10:00:00Z"), 1)), "2025-12-15T10:00:00Z");
 }
 
+TEST(Dates, NameFilesByTheLocalClock) {
+    const struct {
+        const char* zone;
+        const char* moment;
+        const char* stamp;
+        const char* read = nullptr; // where it differs
+    } cases[] = {
+        {"UTC", "2026-11-15T09:30:05Z", "2026-11-15_09-30-05"},
+        {"Asia/Kolkata", "2026-11-14T18:30:00Z", "2026-11-15_00-00-00"},
+        {"Europe/Berlin", "2026-03-29T00:59:59Z", "2026-03-29_01-59-59"},
+        {"Europe/Berlin", "2026-03-29T01:00:00Z", "2026-03-29_03-00-00"},
+        {"Europe/Berlin", "2026-10-25T00:30:00Z", "2026-10-25_02-30-00"},
+        {"Europe/Berlin", "2026-10-25T01:30:00Z", "2026-10-25_02-30-00", "2026-10-25T00:30:00Z"},
+        {"America/New_York", "2026-07-04T04:00:00Z", "2026-07-04_00-00-00"},
+    };
+    for (const auto& [zone, moment, stamp, read] : cases) {
+        const EnvironmentVariable variable("TZ", zone);
+        EXPECT_EQ(dates::localStamp(at(moment)), stamp) << zone;
+        EXPECT_EQ(dates::parseLocalStamp(stamp), at(read ? read : moment)) << zone << ' ' << stamp;
+    }
+    const EnvironmentVariable variable("TZ", "Europe/Berlin");
+    EXPECT_TRUE(dates::parseLocalStamp("2026-03-29_02-30-00"))
+        << "a time that clocks skipped, in a name from elsewhere";
+    for (const char* other : {"", "2026-02-30_09-30-05", "2026-11-15_24-00-00", "2026-11-15_09-30-05x",
+                              "2026-11-15_9-30-05", "2026-11-15_09:30:05", "2026-11-15"})
+        EXPECT_FALSE(dates::parseLocalStamp(other)) << other;
+}
+
 TEST(Dates, AreShownInTheUsersLocale) {
     const EnvironmentVariable zone("TZ", "America/New_York");
     const char* english = "Nov 15, 2026, 9:30 AM";

@@ -48,6 +48,17 @@ TEST_F(Files, FailedWriteLeavesNothingBehind) {
     EXPECT_FALSE(files::read(folder / "absent").has_value());
 }
 
+TEST_F(Files, ANewFileTakesNobodysPlace) {
+    EXPECT_TRUE(files::writeNew(folder / "new", "one"));
+    EXPECT_FALSE(files::writeNew(folder / "new", "two"));
+    EXPECT_EQ(errno, EEXIST);
+    fs::create_symlink("nowhere", folder / "link");
+    EXPECT_FALSE(files::writeNew(folder / "link", "three"));
+    EXPECT_EQ(files::read(folder / "new"), "one");
+    EXPECT_EQ(entries(), 2u);
+    EXPECT_TRUE(files::read("/proc/self/status").value().starts_with("Name:")) << "a file that does not tell its size";
+}
+
 TEST_F(Files, DamagedFilesAreSetAsideUnderADatedNameEachItsOwn) {
     const fs::path file = folder / "config.json";
     const std::chrono::system_clock::time_point date(std::chrono::seconds(1'700'000'000));

@@ -1,0 +1,100 @@
+// What the list of past meetings costs: all files are read whole each time. The argument is the length of each of the
+// 500 meetings in minutes. And what a chunk of ten seconds costs on its way to the disk.
+
+#include "base/Background.h"
+#include "base/Files.h"
+#include "meeting/MeetingArchive.h"
+#include "meeting/RunningMeeting.h"
+
+#include <benchmark/benchmark.h>
+
+using namespace fenlo;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int meetings = 500;
+constexpr int segmentsPerMinute = 8;
+
+MeetingRecord meetingOf(int number, int minutes) {
+    MeetingRecord record;
+    record.date = std::chrono::system_clock::time_point(std::chrono::hours(24 * 20000 + number));
+    record.subject = "Meeting " + std::to_string(number);
+    record.elapsedFormatted = std::to_string(minutes) + ":00";
+    record.userNotes = "ask about the größe\nsend the plan";
+    record.speakerNames = {{0, "Ann"}, {1, "Bob"}};
+    record.notes.emplace();
+    record.notes->summary = "They met and spoke. They will meet again.";
+    record.notes->actionItems = {"Ann writes", "Bob tests"};
+    for (int i = 0; i < minutes * segmentsPerMinute; ++i) {
+        std::string text;
+        for (int word = 0; word < 19; ++word)
+            text += (word ? " " : "") + std::string(word % 7 ? "spoken" : "groß") + std::to_string((i + word) % 97);
+        record.segments.push_back({"", i, i * 60.0 / segmentsPerMinute, text, speakerAt(i % 3)});
+    }
+    return record;
+}
+
+class Folder {
+public:
+    Folder() { fs::create_directories(path); }
+    ~Folder() { fs::remove_all(path); }
+    const fs::path path = files::temporaryFile("bench-", "");
+};
+
+void loadOf500(benchmark::State& state) {
+    const Folder folder;
+    const MeetingArchive archive(folder.path);
+    for (int i = 0; i < meetings; ++i) {
+        const MeetingRecord record = meetingOf(i, static_cast<int>(state.range(0)));
+        const std::string content = buildMarkdown(record) + metadataBlock(record);
+        if (!files::writeAtomically(archive.fileOf(meetingFileName(record.date)), content))
+            state.SkipWithError("the disk");
+        state.counters["KB"] = static_cast<double>(content.size()) / 1024;
+    }
+    for (auto step : state)
+        if (archive.load().size() != meetings)
+            state.SkipWithError("not all were read");
+}
+BENCHMARK(loadOf500)->Arg(15)->Arg(30)->Arg(60)->Unit(benchmark::kMillisecond);
+
+void notesIntoAnHour(benchmark::State& state) {
+    const Folder folder;
+    const MeetingArchive archive(folder.path);
+    const MeetingRecord record = meetingOf(0, 60);
+    const std::string id = archive.save(record).value().filename();
+    for (auto step : state)
+        archive.saveNotes(id, *record.notes);
+}
+BENCHMARK(notesIntoAnHour)->Unit(benchmark::kMillisecond);
+
+void chunkKeptAndFinished(benchmark::State& state) {
+    const Folder folder;
+    ThreadBackground background;
+    RunningMeeting meeting(folder.path, meetingOf(0, 0), background);
+    const std::vector<float> samples(160000, 0.25F);
+    int number = 0;
+    for (auto step : state) {
+        meeting.keepChunk({number, number * 10.0, 0, 0, {}}, samples);
+        meeting.finishChunk(number++);
+    }
+}
+BENCHMARK(chunkKeptAndFinished)->Unit(benchmark::kMillisecond);
+
+/// What the main thread pays when the user types a letter into notes of a page.
+void stateNoted(benchmark::State& state) {
+    const Folder folder;
+    ThreadBackground background;
+    MeetingRecord record = meetingOf(0, 0);
+    RunningMeeting meeting(folder.path, record, background);
+    record.userNotes.assign(3000, 'x');
+    for (auto step : state) {
+        record.userNotes += 'x';
+        meeting.noteState(record);
+    }
+}
+BENCHMARK(stateNoted)->Unit(benchmark::kMicrosecond)->Iterations(1000);
+
+} // namespace
+
+BENCHMARK_MAIN();
