@@ -7,6 +7,7 @@
 #include "meeting/RunningMeeting.h"
 
 #include <benchmark/benchmark.h>
+#include <fstream>
 
 using namespace fenlo;
 namespace fs = std::filesystem;
@@ -48,8 +49,7 @@ void loadOf500(benchmark::State& state) {
     for (int i = 0; i < meetings; ++i) {
         const MeetingRecord record = meetingOf(i, static_cast<int>(state.range(0)));
         const std::string content = buildMarkdown(record) + metadataBlock(record);
-        if (!files::writeAtomically(archive.fileOf(meetingFileName(record.date)), content))
-            state.SkipWithError("the disk");
+        std::ofstream(archive.fileOf(meetingFileName(record.date))) << content;
         state.counters["KB"] = static_cast<double>(content.size()) / 1024;
     }
     for (auto step : state)

@@ -148,7 +148,7 @@ std::tm localTime(Moment moment) {
     return local;
 }
 
-/// The moment at which local clocks show this time: summer time before standard time, where both show it.
+/// The moment at which local clocks show this time, the first where they show it twice, an hour apart.
 Moment momentOf(sys_days day, seconds time) {
     const year_month_day date(day);
     std::tm shown{};
@@ -158,15 +158,10 @@ Moment momentOf(sys_days day, seconds time) {
     shown.tm_hour = static_cast<int>(duration_cast<hours>(time).count());
     shown.tm_min = static_cast<int>(duration_cast<minutes>(time).count() % 60);
     shown.tm_sec = static_cast<int>(time.count() % 60);
-    for (const int summer : {1, 0}) {
-        std::tm local = shown;
-        local.tm_isdst = summer;
-        const std::time_t moment = ::mktime(&local);
-        if (local.tm_isdst == summer && local.tm_hour == shown.tm_hour)
-            return system_clock::from_time_t(moment);
-    }
-    shown.tm_isdst = -1; // a time that clocks skipped
-    return system_clock::from_time_t(::mktime(&shown));
+    shown.tm_isdst = -1;
+    const Moment found = system_clock::from_time_t(::mktime(&shown));
+    const std::tm earlier = localTime(found - hours(1));
+    return earlier.tm_hour == shown.tm_hour && earlier.tm_min == shown.tm_min ? found - hours(1) : found;
 }
 
 } // namespace

@@ -33,11 +33,13 @@ std::string headingLine(const EnhancedMeetingNotes::Section& section) {
 class SectionReader {
 public:
     void read(std::string_view line) {
+        if (line.empty())
+            return;
         if (line.starts_with("# ") && !m_areUsers)
             m_notes.title = line.substr(2);
         else if (line.starts_with("## ") || line.starts_with(metadataStart))
             enter(line);
-        else if (!line.empty() && m_isSummary)
+        else if (m_isSummary)
             addToSummary(line);
         else if (m_items && line.starts_with("- "))
             m_items->emplace_back(line.substr(m_areTasks && line.starts_with("- [ ] ") ? 6 : 2));
@@ -138,13 +140,14 @@ std::string notesAsSections(const EnhancedMeetingNotes& notes, NotesSections sec
 }
 
 std::optional<EnhancedMeetingNotes> notesInSections(std::string_view content) {
-    const std::vector<std::string_view> lines = split(content);
-    if (std::ranges::none_of(lines, beginsNotes, trimmed))
-        return {};
     SectionReader reader;
-    for (const std::string_view line : lines)
-        reader.read(trimmed(line));
-    return reader.notes();
+    bool hasHeading = false;
+    forEachLine(content, [&](std::string_view line) {
+        line = trimmed(line);
+        hasHeading = hasHeading || beginsNotes(line);
+        reader.read(line);
+    });
+    return hasHeading ? reader.notes() : std::nullopt;
 }
 
 std::string withNotes(std::string_view content, const EnhancedMeetingNotes& notes) {

@@ -101,8 +101,9 @@ std::vector<PastMeeting> MeetingArchive::load() const {
     const dates::MediumTexts texts;
     std::vector<PastMeeting> meetings;
     for (const fs::path& file : meetingFilesIn(m_folder))
-        if (const auto content = files::read(file)) {
-            PastMeeting& meeting = meetings.emplace_back(parsePastMeeting(file.filename().string(), *content));
+        if (auto content = files::read(file)) {
+            PastMeeting& meeting =
+                meetings.emplace_back(parsePastMeeting(file.filename().string(), std::move(*content)));
             if (meeting.date)
                 meeting.displayDate = texts.of(*meeting.date);
         }

@@ -6,18 +6,8 @@ namespace fenlo::meetingLines {
 
 std::vector<std::string_view> split(std::string_view text) {
     std::vector<std::string_view> lines;
-    for (std::size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
-        lines.push_back(text.substr(0, end));
-        text.remove_prefix(end + 1);
-    }
-    lines.push_back(text);
+    forEachLine(text, [&](std::string_view line) { lines.push_back(line); });
     return lines;
-}
-
-std::string_view trimmed(std::string_view line) {
-    constexpr std::string_view blanks = " \t";
-    line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
-    return line.substr(0, line.find_last_not_of(blanks) + 1);
 }
 
 std::string oneLine(std::string text) {

@@ -19,10 +19,25 @@ inline constexpr std::string_view metadataEnd = "FENLO_META -->";
 inline constexpr std::string_view segmentStart = "**[";
 inline constexpr std::string_view bookmarkMark = " \u2B50";
 
-/// Between line feeds, as parts of the text; there is always one more than there are line feeds.
+/// Calls `use` with each line, as parts of the text; there is always one more than there are line feeds.
+template <typename Use>
+void forEachLine(std::string_view text, Use use) {
+    for (std::size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+        use(text.substr(0, end));
+        text.remove_prefix(end + 1);
+    }
+    use(text);
+}
 std::vector<std::string_view> split(std::string_view text);
 /// Without blanks and tabs at both ends.
-std::string_view trimmed(std::string_view line);
+inline std::string_view trimmed(std::string_view line) {
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t'; };
+    while (!line.empty() && isBlank(line.front()))
+        line.remove_prefix(1);
+    while (!line.empty() && isBlank(line.back()))
+        line.remove_suffix(1);
+    return line;
+}
 /// With blanks in place of line feeds.
 std::string oneLine(std::string text);
 

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
+#include <simdjson.h>
 
 namespace fenlo {
 
@@ -39,40 +39,60 @@ std::string removed(std::string_view line, std::string_view mark) {
 /// Gives each label its number, in the order of their first appearance.
 class SegmentReader {
 public:
-    /// Nothing for a line without a segment.
+    /// Nothing for a line without a segment; it has no id yet.
     std::optional<PastMeetingSegment> segmentIn(std::string_view line) {
         if (!line.starts_with(segmentStart) && !line.starts_with('['))
             return {};
-        const std::string plain = removed(withoutBold(line), bookmarkMark);
+        const std::string_view plain = plainOf(line);
         const std::size_t close = plain.find(']');
-        if (close == std::string::npos)
+        if (close == std::string_view::npos)
             return {};
-        PastMeetingSegment segment;
-        segment.timestamp = plain.substr(1, close - 1);
-        const std::string_view rest = trimmed(std::string_view(plain).substr(close + 1));
+        std::optional<PastMeetingSegment> segment(std::in_place);
+        segment->timestamp = plain.substr(1, close - 1);
+        const std::string_view rest = trimmed(plain.substr(close + 1));
         const std::size_t separator = rest.find(": ");
         if (separator == std::string_view::npos) {
-            segment.speakerLabel = "Speaker 1";
-            segment.text = rest;
+            segment->speakerLabel = "Speaker 1";
+            segment->text = rest;
             return segment;
         }
-        segment.speakerLabel = rest.substr(0, separator);
-        segment.speakerIndex = m_indices.try_emplace(segment.speakerLabel, m_indices.size()).first->second;
-        segment.text = rest.substr(separator + 2);
+        segment->speakerLabel = rest.substr(0, separator);
+        segment->speakerIndex = m_indices.try_emplace(segment->speakerLabel, m_indices.size()).first->second;
+        segment->text = rest.substr(separator + 2);
         return segment;
     }
 
 private:
-    static std::string withoutBold(std::string_view line) {
-        if (!line.starts_with(segmentStart))
-            return std::string(line);
-        std::string plain(line.substr(2));
-        if (const std::size_t end = plain.find(":**"); end != std::string::npos)
-            plain.erase(end + 1, 2);
-        return plain;
+    /// Without what makes it bold and without the mark of a bookmark; valid until the next call.
+    std::string_view plainOf(std::string_view line) {
+        if (line.starts_with(segmentStart)) {
+            line.remove_prefix(2);
+            if (const std::size_t end = line.find(":**"); end != std::string_view::npos) {
+                m_plain.assign(line.substr(0, end + 1)).append(line.substr(end + 3));
+                line = m_plain;
+            }
+        }
+        return line.find(bookmarkMark) == std::string_view::npos ? line : m_plain = removed(line, bookmarkMark);
     }
 
     std::map<std::string, int, std::less<>> m_indices;
+    std::string m_plain;
+};
+
+/// Ids that differ, numbered from one random id: a system call for each of a hundred thousand segments takes too long.
+class NumberedIds {
+public:
+    std::string next() {
+        std::string id = m_first;
+        unsigned number = m_count++;
+        for (std::size_t at = id.size(); number != 0 && at-- > 0; number /= 16)
+            id[at] = "0123456789ABCDEF"[number % 16];
+        return id;
+    }
+
+private:
+    const std::string m_first = files::makeUuid().substr(0, 28) + "00000000";
+    unsigned m_count = 0;
 };
 
 /// Of a file with a heading for it, the transcript is what follows: what the user typed above may look like a segment.
@@ -89,18 +109,15 @@ std::string_view transcriptIn(std::string_view content) {
 }
 
 std::vector<PastMeetingSegment> segmentsIn(std::string_view content) {
-    // Numbered from one random id: a system call for each of a hundred thousand segments takes too long.
-    const std::string id = files::makeUuid();
-    constexpr std::size_t numberLength = 8;
     std::vector<PastMeetingSegment> segments;
     SegmentReader reader;
-    for (const std::string_view line : split(content))
+    NumberedIds ids;
+    forEachLine(content, [&](std::string_view line) {
         if (auto segment = reader.segmentIn(trimmed(line))) {
-            std::array<char, numberLength + 1> number{};
-            std::snprintf(number.data(), number.size(), "%08X", static_cast<unsigned>(segments.size()));
-            segment->id = id.substr(0, id.size() - numberLength) + number.data();
+            segment->id = ids.next();
             segments.push_back(std::move(*segment));
         }
+    });
     return segments;
 }
 
@@ -157,8 +174,7 @@ void readMarkdown(std::string_view content, PastMeeting& meeting) {
     meeting.kind = MeetingTemplate::general;
     meeting.mode = MeetingMode::meeting;
     if (const std::string_view metadata = metadataIn(content); !metadata.empty()) {
-        for (const std::string_view line : split(metadata))
-            readMetadataLine(trimmed(line), meeting);
+        forEachLine(metadata, [&](std::string_view line) { readMetadataLine(trimmed(line), meeting); });
         return;
     }
     const auto lines = split(content);
@@ -207,11 +223,11 @@ std::string meetingFileName(std::chrono::system_clock::time_point start) {
     return std::string(namePrefix) + dates::localStamp(start) + std::string(markdownExtension);
 }
 
-PastMeeting parsePastMeeting(std::string_view name, std::string_view content) {
+PastMeeting parsePastMeeting(std::string_view name, std::string content) {
     PastMeeting meeting;
     meeting.id = name;
     meeting.date = dateIn(name);
-    meeting.content = text::repairUtf8(content);
+    meeting.content = simdjson::validate_utf8(content) ? std::move(content) : text::repairUtf8(content);
     meeting.isMarkdown = name.ends_with(markdownExtension);
     if (meeting.isMarkdown)
         readMarkdown(meeting.content, meeting);

@@ -16,6 +16,6 @@ std::string meetingFileName(std::chrono::system_clock::time_point start);
 /// display date is left empty; formatting it is a matter of whole lists.
 ///
 /// Threads: pure.
-PastMeeting parsePastMeeting(std::string_view name, std::string_view content);
+PastMeeting parsePastMeeting(std::string_view name, std::string content);
 
 } // namespace fenlo
