@@ -56,7 +56,7 @@ public:
         std::string fault; // why there are none
     };
 
-    explicit MeetingNotesWriter(Services services, OfflineNotes offline = OfflineNotes::byServices)
+    explicit MeetingNotesWriter(Services services, OfflineNotes offline = OfflineNotes::none)
         : m_services(services), m_offline(offline) {}
 
     /// The notes of a meeting that has just ended.

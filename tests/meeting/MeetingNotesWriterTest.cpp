@@ -60,7 +60,7 @@ protected:
     Keychain keychain{store};
     std::map<std::string, std::string> configuration{{"gemini_api_key", "SECRET-G"}, {"groq_api_key", "SECRET-Q"}};
     ServiceKeys keys{keychain, [this](std::stop_token) { return configuration; }, ""};
-    MeetingNotesWriter writer{{config, deployment, http, keys}, OfflineNotes::none};
+    MeetingNotesWriter writer{{config, deployment, http, keys}};
     const MeetingNotesWriter::Meeting meeting{"[0:01] Ann: Hello.", "typed", MeetingTemplate::standup, "The subject"};
     std::stop_source stop;
     LogCapture log;
@@ -156,7 +156,7 @@ TEST_F(MeetingNotesWriterTest, OfflineModeKeepsTheMeetingHere) {
     EXPECT_FALSE(writer.basicSummary("said", {}));
     EXPECT_THAT(asked(), IsEmpty());
     EXPECT_THAT(log.lines(), Not(::testing::Contains(HasSubstr("ERROR"))));
-    MeetingNotesWriter byServices({config, deployment, http, keys});
+    MeetingNotesWriter byServices({config, deployment, http, keys}, OfflineNotes::byServices);
     EXPECT_TRUE(byServices.summarize(meeting, {}).notes) << "unless that is asked for";
 }
 
