@@ -122,6 +122,7 @@ void PulseMonitorStream::tryAgain() {
 /// Asks what the stream is on.
 void PulseMonitorStream::check() {
     m_isMonitor = false;
+    m_gaps.interrupt();
     const char* const source = ::pa_stream_get_device_name(m_stream.get());
     m_question.reset(::pa_context_get_source_info_by_name(
         m_connection.context(), source ? source : m_monitor.c_str(),
