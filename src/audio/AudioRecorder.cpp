@@ -75,7 +75,8 @@ void AudioRecorder::adopt(std::unique_ptr<CaptureEngine> engine) {
 }
 
 void AudioRecorder::registerDeviceListener() {
-    m_input.onDefaultDeviceChanged(m_lifetime.bind([this] { inputDeviceChanged(); }));
+    m_listening = {};
+    m_input.onDefaultDeviceChanged(m_listening.bind([this] { inputDeviceChanged(); }));
 }
 
 void AudioRecorder::openMicrophone() {

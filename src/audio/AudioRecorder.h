@@ -47,7 +47,7 @@ public:
 
     /// Makes the engine, and starts and stops it once, so that the first take starts quickly.
     void warmUp();
-    /// Follows the default input device from now on.
+    /// Follows the default input device from now on. Another call takes the place of the one before.
     void registerDeviceListener();
 
     /// Gets the engine running ahead of startRecording(), which must follow: what is said in between goes before the
@@ -143,6 +143,7 @@ private:
     Timer m_rebuild;
     Timer m_move;
     Lifetime m_lifetime;
+    Lifetime m_listening;                    // of the newest registration
     std::unique_ptr<CaptureEngine> m_engine; // destroyed first, so that no tap call comes afterwards
 };
 

@@ -290,6 +290,24 @@ TEST_F(WarmRecorder, DeviceChange_RebuildsAfterItSettled) {
     EXPECT_EQ(recorder.defaultInputDeviceName(), "Headset");
 }
 
+TEST_F(Recorder, StartsThatAreRepeatedWithoutAnInput_HearOfADeviceOnce) {
+    input.microphone.format = {};
+    input.microphone.device.reset();
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        recorder.startRecording(TakeKind::inPieces);
+        queue.advance(10);
+    }
+    int told = 0;
+    const auto observation = notifications.observe(notification::inputDeviceChanged, [&](const auto&) { ++told; });
+    input.microphone.format = {rate, 1};
+    input.change(headset);
+    EXPECT_EQ(told, 1);
+    queue.advance(1);
+    recorder.startRecording(TakeKind::inPieces);
+    hearBuffers(0.1F, 1);
+    EXPECT_EQ(recorder.takeSamples().samples.size(), bufferSize);
+}
+
 TEST_F(WarmRecorder, TakeBeforeTheDeviceSettled_KeepsItsOwnEngine) {
     input.change(headset);
     recorder.startRecording();

@@ -44,14 +44,14 @@ protected:
     LogCapture log;
 };
 
-std::vector<float> silence(double seconds) {
+std::vector<float> quiet(double seconds) {
     return constant(0, static_cast<std::size_t>(seconds * 16000));
 }
 
 } // namespace
 
 TEST_F(Clips, ShortClip_IsConvertedAndNotTrimmed) {
-    prepare(silence(1) + sine(0.5F, 0.9, 16000) + silence(1));
+    prepare(quiet(1) + sine(0.5F, 0.9, 16000) + quiet(1));
     ASSERT_FALSE(isUnchanged());
     EXPECT_EQ(result().size(), 46400u);
     EXPECT_TRUE(prepared.filename().string().starts_with("fenlo_pre_"));
@@ -67,24 +67,24 @@ TEST_F(Clips, ShortClip_IsConvertedAndNotTrimmed) {
 
 TEST_F(Clips, ClipOfThreeSeconds_IsTrimmedToItsSpeech) {
     // The speech fills the frames 60 to 79; 15 frames are kept to either side.
-    prepare(silence(1.2) + sine(0.5F, 0.4, 16000) + silence(1.4));
+    prepare(quiet(1.2) + sine(0.5F, 0.4, 16000) + quiet(1.4));
     ASSERT_FALSE(isUnchanged());
     EXPECT_EQ(result().size(), (15u + 20 + 15) * 320);
     EXPECT_TRUE(log.contains("[Fenlo] Preprocess: 187KB → 31KB (16kHz mono, VAD-trimmed)"));
 }
 
 TEST_F(Clips, NothingStandsOut_TheClipStaysAsItIs) {
-    EXPECT_EQ(prepare(silence(4)), clip);
+    EXPECT_EQ(prepare(quiet(4)), clip);
     EXPECT_EQ(prepare(sine(0.5F, 4, 16000)), clip) << "speech from end to end raises the noise floor";
     EXPECT_EQ(prepare({}), clip);
 }
 
 TEST(SpeechRange, StaysWithinTheClip) {
     const auto loud = sine(0.5F, 1, 16000);
-    const auto atStart = speechRange(loud + silence(3));
+    const auto atStart = speechRange(loud + quiet(3));
     EXPECT_EQ(atStart->start, 0u);
     EXPECT_EQ(atStart->end, 16000u + 15 * 320);
-    const auto atEnd = speechRange(silence(3.01) + loud);
+    const auto atEnd = speechRange(quiet(3.01) + loud);
     EXPECT_EQ(atEnd->end, 48160u + 16000);
     EXPECT_EQ(atEnd->start, (150u - 15) * 320);
 }
