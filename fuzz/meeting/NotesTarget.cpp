@@ -51,6 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const EnhancedMeetingNotes notes = parseNotes(answer, "subject");
     checkNotes(notes);
     checkNotes(parseNotes(notesAsText(notes), notes.title));
+    checkNotes(parseNotes(withoutMarkdown(answer), ""));
     checkMail(notes, answer);
     return 0;
 }

@@ -98,6 +98,19 @@ private:
     Items EnhancedMeetingNotes::*m_list = nullptr;
 };
 
+/// A line that Markdown makes bold or a heading, as plain text.
+std::string plainLineOf(const std::string& line) {
+    std::string plain = text::trimWhitespace(text::replaceAll(line, "**", ""));
+    for (const std::string_view mark : {"* ", "• "})
+        if (plain.starts_with(mark))
+            return "- " + plain.substr(mark.size());
+    plain = text::trimWhitespace(plain.substr(std::min(plain.find_first_not_of('#'), plain.size())));
+    if (const std::string upper = text::upper(plain); upper.starts_with(titleMark))
+        return std::string(titleMark) + plain.substr(titleMark.size());
+    const std::string heading = text::upper(plain) + (plain.ends_with(':') ? "" : ":");
+    return std::ranges::find(notesHeadings, heading, &NotesHeading::line) == notesHeadings.end() ? plain : heading;
+}
+
 std::string itemLines(const Items& items) {
     return items.empty() ? "" : std::string(itemMark) + text::join(items, "\n- ");
 }
@@ -109,6 +122,13 @@ EnhancedMeetingNotes parseNotes(std::string_view answer, const std::string& subj
     for (const std::string& line : text::split(answer, '\n'))
         reader.take(text::trimWhitespace(line));
     return reader.finish(subject);
+}
+
+std::string withoutMarkdown(std::string_view answer) {
+    std::vector<std::string> lines;
+    for (const std::string& line : text::split(answer, '\n'))
+        lines.push_back(plainLineOf(text::trimWhitespace(line)));
+    return text::join(lines, "\n");
 }
 
 bool isEmpty(const EnhancedMeetingNotes& notes) {

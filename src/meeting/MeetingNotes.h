@@ -15,6 +15,10 @@ namespace fenlo {
 /// title. `subject` is the title where the model wrote none.
 EnhancedMeetingNotes parseNotes(std::string_view answer, const std::string& subject);
 
+/// The answer of a model that wrote Markdown all the same, in the form that parseNotes() reads: "## Key decisions" and
+/// "**Key Decisions:**" are headings, "* " and "• " begin items.
+std::string withoutMarkdown(std::string_view answer);
+
 /// Whether there is nothing in them but a title.
 bool isEmpty(const EnhancedMeetingNotes& notes);
 

@@ -53,10 +53,17 @@ std::string meaningOf(int status) {
     }
 }
 
+/// Notes without content are none: they would take the place of those that the user has.
 MeetingNotesWriter::Result resultOf(const auto& answer, const std::string& subject) {
-    if (answer.text)
-        return {parseNotes(*answer.text, subject), {}};
-    return {{}, answer.fault};
+    if (!answer.text)
+        return {{}, answer.fault};
+    EnhancedMeetingNotes notes = parseNotes(*answer.text, subject);
+    if (isEmpty(notes))
+        notes = parseNotes(withoutMarkdown(*answer.text), subject);
+    if (!isEmpty(notes))
+        return {std::move(notes), {}};
+    logError("A language model's answer held no notes");
+    return {{}, "The language model wrote something else than notes; try again."};
 }
 
 constexpr const char* noKeyLine =

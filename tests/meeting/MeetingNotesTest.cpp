@@ -86,6 +86,16 @@ TEST(MeetingNotes, HeadingsStandAlone) {
     EXPECT_TRUE(isEmpty(parseNotes("# In another form", "Subject")));
 }
 
+TEST(MeetingNotes, AreFoundInMarkdownToo) {
+    const auto notes =
+        parseNotes(withoutMarkdown("# Title: The *sale*\n```\n## Summary\nWe **met**.\n\n**Key Decisions:**\n"
+                                   "* Offer\n • **Ask**: Bob\n### Follow-ups\n- Call\n####\n#\n"
+                                   "NEXT STEPS:\n- One"),
+                   "");
+    EXPECT_EQ(onOneLine(notes), "The *sale*|We met.|decisions: Offer, Ask: Bob|Next Steps: One");
+    EXPECT_THAT(notes.followUps, ElementsAre("Call"));
+}
+
 TEST(BasicSummary, IsReadByItsHeadings) {
     const BasicSummary expected{"We met. It was - well - good.", {"One", "**Two**"}, {"Call Bob"}};
     EXPECT_EQ(

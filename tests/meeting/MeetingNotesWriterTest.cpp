@@ -32,7 +32,7 @@ class MeetingNotesWriterTest : public ::testing::Test {
 protected:
     MeetingNotesWriterTest() {
         for (const char* service : {"gemini", "groq"})
-            services.behave(service, {.text = std::string("TITLE: By ") + service});
+            services.behave(service, {.text = std::string("TITLE: By ") + service + "\nSUMMARY:\nWe met."});
     }
 
     /// Who was asked, in order.
@@ -140,6 +140,15 @@ TEST_F(MeetingNotesWriterTest, AFailureIsToldInOneSentence) {
                 ElementsAre(failed, failed, failed, failed, "[Fenlo] ERROR: Enhanced summarize for past meeting failed",
                             "[Fenlo] ERROR: Refine summary failed",
                             "[Fenlo] ERROR: Meeting summary failed: no API keys or both APIs failed"));
+}
+
+TEST_F(MeetingNotesWriterTest, AnAnswerWithoutNotesTakesNoOnesPlace) {
+    services.behave("gemini", {.text = "TITLE: Sale\nI am sorry."});
+    const auto result = writer.refine({parseNotes("", "Old"), "shorter", "", ""}, {});
+    EXPECT_FALSE(result.notes);
+    EXPECT_THAT(result.fault, HasSubstr("try again"));
+    services.behave("gemini", {.text = "## Summary\nWe met."});
+    EXPECT_EQ(summarize().notes->summary, "We met.") << "Markdown is understood where nothing else is";
 }
 
 TEST_F(MeetingNotesWriterTest, WithoutKeysNobodyIsAsked) {
