@@ -4,7 +4,7 @@ import csv
 import json
 import re
 
-from harness import desktop, processes
+from harness import desktop, disk, processes
 from harness.case import DesktopCase
 from harness.waiting import wait_for
 
@@ -87,19 +87,11 @@ class History(DesktopCase):
         fenlo = self.start_fenlo(history=OLD, fresh=True)
         fenlo.close()
         small = fenlo.home / ".fenlo"
-        if not processes.succeeds(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", small]):
-            self.skipTest("only root may mount a small disk")
-        self.addCleanup(processes.succeeds, ["umount", "-l", small])
+        disk.mount_small(self, small, "64k")
         fenlo = self.start_fenlo(history=OLD)
         home = self._open("History")
         entries = home.find("list", "History")
-        filler = small / "filler"
-        with open(filler, "wb", buffering=0) as file:
-            try:
-                while file.write(bytes(4096)):
-                    pass
-            except OSError:
-                pass
+        filler = disk.fill(small)
         self._dictate("Only in memory")
         wait_for(lambda: self._texts(entries)[0] == "Only in memory", "what the disk refused")
         self._press_at(entries, "Home", "Delete")

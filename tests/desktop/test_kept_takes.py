@@ -4,7 +4,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from harness import desktop, pill, processes
+from harness import desktop, disk, pill
 from harness.case import ANSWER, DesktopCase
 from harness.fenlo import HOTKEY, OFFLINE_MODEL, PASTED
 from harness.waiting import wait_for
@@ -103,11 +103,8 @@ class KeptTakes(DesktopCase):
 
     def test_a_full_temporary_folder_loses_nothing(self):
         full = self.folder / "full"
-        full.mkdir()
-        if not processes.succeeds(["mount", "-t", "tmpfs", "-o", "size=4k", "tmpfs", full]):
-            self.skipTest("only root may mount a small disk")
-        self.addCleanup(processes.succeeds, ["umount", full])
-        (full / "filler").write_bytes(bytes(4096))
+        disk.mount_small(self, full, "4k")
+        disk.fill(full)
         fenlo = self.start_fenlo(environment={"TMPDIR": str(full)})
         self.dictate_into(self.open_editor())
         wait_for(lambda: not self._kept(), "the recording to go")

@@ -5,7 +5,7 @@ import subprocess
 import time
 from pathlib import Path
 
-from harness import desktop, pill, processes
+from harness import desktop, disk, pill, processes
 from harness.case import DesktopCase
 from harness.fenlo import HOTKEY
 from harness.hub import REPOSITORY, Hub
@@ -15,6 +15,7 @@ from harness.waiting import wait_for
 
 WRONG, RIGHT = "gsk-wrong-4711", "gsk-right-4712"
 MODEL = Path(__file__).parents[2] / "resources/models/micro-whisper-espeak.en"
+NAME = "openai_whisper-small"
 WORDS = "The quick brown fox jumps over the lazy dog near the riverbank"
 
 
@@ -92,30 +93,19 @@ class Keys(Section):
 
 class Models(Section):
     def test_a_model_is_fetched_in_two_pieces_measured_and_dictated_with(self):
-        name = "openai_whisper-small"
-        hub = Hub(os.environ["FENLO_HUB"], self.folder, MODEL, name, stall_after=6_000_000)
-        self.addCleanup(hub.close)
-        fenlo = self.start_fenlo(
-            environment={"HF_ENDPOINT": hub.address},
-            deployment={"offline_model": "small", "model_repository": REPOSITORY},
-            fresh=True,
-        )
-        models = fenlo.home / ".fenlo/models"
+        hub, models = self.start_with_hub()
         home = self.open_section("Offline")
         self.wait_for_line(home, "Download of 19 MB")
         self.full_disk(home, models)
 
-        self.wait_enabled(home, "Download Whisper small").press()
-        self.wait_for_line(home, "of 19 MB")
-        wait_for(lambda: sum(file.stat().st_size for file in models.rglob("*") if file.is_file()) > 5e6, "the bytes")
+        self.begin_download(home, models)
         home.find("push button", "Cancel Whisper small").press()
         resume = self.wait_enabled(home, "Resume Whisper small")
-        kept = sum(file.stat().st_size for file in models.rglob("*") if file.is_file())
-        self.assertGreater(kept, 5e6, "what was downloaded is kept")
+        self.assertGreater(self.received(models), 5e6, "what was downloaded is kept")
         hub.resume()
         resume.press()
         self.wait_for_line(home, "It is ready to use.", patience=60)
-        self.assertTrue((models / name / "TextDecoder").exists())
+        self.assertTrue((models / NAME / "TextDecoder").exists())
 
         self.wait_enabled(home, "Measure how fast Whisper small is").press()
         self.wait_for_line(home, "A short sentence takes", patience=60)
@@ -124,6 +114,7 @@ class Models(Section):
         switch.focus()
         desktop.press("space")
         self.wait_for_line(home, "Using on-device transcription", patience=60)
+        fenlo = self.fenlo
         settings = fenlo.settings()
         self.assertEqual((settings["offline_mode"], settings["language"]), (True, "en"))
         editor = self.open_editor()
@@ -138,7 +129,49 @@ class Models(Section):
         self.wait_enabled(home, "Remove Whisper small").press()
         home.find("push button", "Remove Model").press()
         self.wait_for_line(home, "Turn offline mode off first.")
-        self.assertTrue((models / name).exists())
+        self.assertTrue((models / NAME).exists())
+
+    def test_a_disk_that_fills_on_the_way_is_told_and_the_download_goes_on_later(self):
+        hub, models = self.start_with_hub()
+        disk.mount_small(self, models, "200m")
+        home = self.open_section("Offline")
+        self.begin_download(home, models)
+        filler = disk.fill(models)
+        hub.resume()
+        self.wait_for_line(home, "The disk is full: 11 MB more are needed; free some space and press Resume")
+        self.assertEqual([node.name for node in home.all("push button", "Measure how fast Whisper small is")], [])
+        for file in MODEL.iterdir():  # what has its name is whole
+            fetched = models / NAME / file.name
+            self.assertTrue(not fetched.exists() or fetched.read_bytes() == file.read_bytes(), file.name)
+
+        kept = self.received(models) - filler.stat().st_size
+        self.assertGreater(kept, 5e6, "what was downloaded is kept")
+        filler.unlink()
+        self.wait_enabled(home, "Resume Whisper small").press()
+        self.wait_for_line(home, "It is ready to use.", patience=60)
+        for name in ("model.safetensors", "tokenizer.json"):
+            self.assertEqual((models / NAME / name).read_bytes(), (MODEL / name).read_bytes())
+
+    def start_with_hub(self):
+        """The program with a hub that stalls in the middle of a model. Returns the hub and the folder of models."""
+        hub = Hub(os.environ["FENLO_HUB"], self.folder, MODEL, NAME, stall_after=6_000_000)
+        self.addCleanup(hub.close)
+        fenlo = self.start_fenlo(
+            environment={"HF_ENDPOINT": hub.address},
+            deployment={"offline_model": "small", "model_repository": REPOSITORY},
+            fresh=True,
+        )
+        return hub, fenlo.home / ".fenlo/models"
+
+    def begin_download(self, home, models):
+        """Returns when the hub stalls."""
+        self.wait_enabled(home, "Download Whisper small").press()
+        self.wait_for_line(home, "of 19 MB")
+        wait_for(lambda: self.received(models) > 5e6, "the bytes")
+
+    @staticmethod
+    def received(models):
+        return sum(file.stat().st_size for file in models.rglob("*") if file.is_file())
 
     def full_disk(self, home, models):
         """Where a small disk can be made, a download is refused in one sentence and nothing is written."""

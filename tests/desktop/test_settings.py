@@ -3,8 +3,8 @@
 import json
 import unittest
 
-from harness import desktop
-from harness.case import DesktopCase
+from harness import desktop, disk, pill
+from harness.case import ANSWER, DesktopCase
 from harness.sound import Listener
 from harness.waiting import wait_for
 
@@ -91,6 +91,41 @@ class Settings(DesktopCase):
         editor.activate()
         self._say("My sig.")
         editor.wait_for_text("Best regards, Anna")
+
+    def test_a_home_that_cannot_be_written_is_told_and_loses_nothing(self):
+        fenlo = self.start_fenlo(fresh=True)
+        editor = self.open_editor()
+        make_writable = disk.make_read_only(self, fenlo.home)
+        self.home = fenlo.open_home()
+        self.home.find("page tab", "Settings").press()
+        self._section("General")
+        self.home.find("check box", "Status pill").press()
+        fault = self.home.find("alert", "Your settings could not be written to…")
+        self.assertTrue(fenlo.settings()["show_overlay"])
+        self._section("Snippets")
+        self.home.press_button("Add Snippet")
+        self.home.fill("Words to say, 1", "my sig")
+        self.home.fill("Text to insert, 1", "Best regards, Ann")
+        desktop.press("Tab")
+        self.home.find("alert", "The snippets could not be written to…")
+
+        editor.activate()
+        with desktop.held("Control_L"):
+            self.clip.speak()
+            self.assertEqual(pill.width(), 0, "the change does not hold")
+        wait_for(lambda: "Clipboard set to:" in fenlo.errors(), "the paste")  # the log has no file now
+        editor.wait_for_text(ANSWER)
+
+        make_writable()
+        desktop.activate(desktop.windows_named("Fenlo")[0])
+        self.home.press_button("Try Again")
+        self._wait_for_setting("show_overlay", False)
+        wait_for(lambda: not fault.has("showing"), "the fault to go")
+        self.home.find("text", "Text to insert, 1").focus()
+        desktop.press(f"{desktop.RIGHT_CONTROL}+End", "a")
+        expected = [{"trigger": "my sig", "text": "Best regards, Anna"}]
+        file = fenlo.home / ".fenlo/snippets.json"
+        wait_for(lambda: file.exists() and json.loads(file.read_text()) == expected, "the snippet in the file")
 
     def _section(self, name):
         self.home.find("list item", name).press()

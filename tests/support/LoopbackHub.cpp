@@ -49,6 +49,7 @@ struct Sending {
     std::ifstream file;
     std::uint64_t left;
     LoopbackHub::Fault fault;
+    std::stop_token goingOn; // ends a stall
     std::uint64_t sent = 0;
 
     std::string next(std::stop_token stop) {
@@ -68,9 +69,15 @@ struct Sending {
     }
 
     /// How many bytes to send when the fault hits; 0 ends the body.
-    std::uint64_t slow(std::stop_token stop) const {
-        if (fault.mode == "stall")
-            hang(stop);
+    std::uint64_t slow(std::stop_token stop) {
+        if (fault.mode == "stall") {
+            std::stop_source either;
+            const std::stop_callback onStop(stop, [&] { either.request_stop(); });
+            const std::stop_callback onGoingOn(goingOn, [&] { either.request_stop(); });
+            hang(either.get_token());
+            fault.mode.clear();
+            return stop.stop_requested() ? 0 : std::min<std::uint64_t>(left, pieceSize);
+        }
         if (fault.mode != "trickle" || stop.stop_requested())
             return 0;
         pause(trickleRest, stop);
@@ -118,6 +125,11 @@ std::size_t LoopbackHub::note(const WireRequest& request, bool atStorage) {
         state.requests.push_back({request, atStorage, 0});
         return state.requests.size() - 1;
     });
+}
+
+void LoopbackHub::goOn() {
+    hit({.mode = "", .times = 0});
+    m_goingOn.request_stop();
 }
 
 LoopbackHub::Fault LoopbackHub::takeFault(bool inListing) {
@@ -237,8 +249,8 @@ WireAnswer LoopbackHub::send(const WireRequest& request, const std::string& targ
     if (isPart)
         head += "Content-Range: bytes " + std::to_string(first) + "-" + std::to_string(file->size - 1) + "/" +
                 std::to_string(file->size) + "\r\n";
-    const auto sending =
-        std::make_shared<Sending>(Sending{std::ifstream(file->place, std::ios::binary), file->size - first, fault});
+    const auto sending = std::make_shared<Sending>(
+        Sending{std::ifstream(file->place, std::ios::binary), file->size - first, fault, m_goingOn.get_token()});
     sending->file.seekg(static_cast<std::streamoff>(first));
     const bool closes = fault.mode == "drop" || fault.mode == "stall";
     return {"HTTP/1.1 " + std::string(isPart ? "206 Part" : "200 Whole") + "\r\n" + head + "\r\n", closes,

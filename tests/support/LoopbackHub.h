@@ -42,6 +42,7 @@ public:
     explicit LoopbackHub(std::filesystem::path folder);
 
     void hit(Fault fault); // replaces an earlier one
+    void goOn();           // no faults any more, and what has stalled goes on; once
     void setToken(std::string token);
     void setPageSize(std::size_t size);
     void setListing(std::string body); // instead of the true one; empty for the true one
@@ -69,6 +70,7 @@ private:
 
     const std::filesystem::path m_folder;
     Guarded<State> m_state;
+    std::stop_source m_goingOn;
     LoopbackServer m_storage; // last, as m_server: their threads use the rest
     LoopbackServer m_server;
 };

@@ -75,6 +75,15 @@ struct OfflineModels::Running {
         done = step.done;
         total = step.total;
     }
+
+    /// Why a download that failed cannot have gone on, where the disk has filled meanwhile; empty otherwise.
+    std::string missingRoom(std::uint64_t freeDisk) const {
+        const std::uint64_t left = total - std::min(total.load(), done.load());
+        if (job != Job::downloading || freeDisk > left)
+            return {};
+        return "The disk is full: " + sizeText(left) +
+               " more are needed; free some space and press Resume, what was downloaded is kept.";
+    }
 };
 
 struct OfflineModels::Found {
@@ -301,8 +310,14 @@ void OfflineModels::download(const std::string& name) {
                   !obstacle.empty())
                   return Note{Note::Kind::error, obstacle};
               running.take({SetupStep::Kind::downloading, received, bytes});
-              work.download(
-                  name, [&running](const SetupStep& step) { running.take(step); }, stop);
+              try {
+                  work.download(
+                      name, [&running](const SetupStep& step) { running.take(step); }, stop);
+              } catch (const std::exception&) {
+                  if (const std::string room = running.missingRoom(work.freeDisk()); !room.empty())
+                      return Note{Note::Kind::error, room};
+                  throw;
+              }
               return Note{Note::Kind::good, "It is ready to use."};
           });
 }

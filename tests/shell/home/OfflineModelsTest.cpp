@@ -134,6 +134,15 @@ TEST_F(OfflineModelsTest, WhatKeepsAModelFromBeingFetchedIsOneSentence) {
     model().download(smallName);
     settle();
     EXPECT_EQ(row(smallName).note.text, "It failed: no space left on the device.");
+    onDownload = [&](const LocalTranscriber::Steps& steps, auto) {
+        steps({SetupStep::Kind::downloading, 250'000'000, gigabyte});
+        freeDisk = 4096;
+        throw std::runtime_error("a text for the command line");
+    };
+    model().download(smallName);
+    settle();
+    EXPECT_EQ(row(smallName).note.text, "The disk is full: 750 MB more are needed; free some space and press Resume, "
+                                        "what was downloaded is kept.");
 }
 
 TEST_F(OfflineModelsTest, AnInstalledModelIsMeasuredAndRemoved) {

@@ -13,7 +13,7 @@ using namespace fenlo::test;
 int main(int argc, char** argv) {
     CLI::App app(
         "A stand-in for the model hub on the loopback address: serves the folders \"publisher/name\" of FOLDER as "
-        "repositories.\nOn SIGUSR1 downloads stall no longer.");
+        "repositories.\nOn SIGUSR1 downloads go on.");
     std::string folder;
     std::string portFile;
     std::uint64_t stallAfter = 0;
@@ -37,6 +37,6 @@ int main(int argc, char** argv) {
     }
     int received = 0;
     while (sigwait(&signals, &received) == 0 && received == SIGUSR1)
-        hub.hit({"", false, 0, 0});
+        hub.goOn();
     return 0;
 }
