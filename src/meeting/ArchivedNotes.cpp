@@ -11,9 +11,35 @@ namespace {
 
 using namespace meetingLines;
 
-/// Whether a trimmed line would be read as something of the file itself, or would hide what follows from viewers.
+/// What a backslash shelters; those that are there already do not count.
+std::string_view withoutBackslashes(std::string_view line) {
+    return line.substr(std::min(line.find_first_not_of('\\'), line.size()));
+}
+
+/// Whether a trimmed line of the user's would be read as a part of the file itself, or would hide what follows from
+/// viewers.
 bool looksLikeStructure(std::string_view line) {
+    line = withoutBackslashes(line);
     return line.starts_with("<!--") || beginsNotes(line) || endsNotes(line);
+}
+
+/// The same for a summary, which has no headings.
+bool looksLikeHeading(std::string_view line) {
+    line = withoutBackslashes(line);
+    return line.starts_with("<!--") || line.starts_with('#');
+}
+
+/// With a backslash before the lines that need one.
+template <typename Needs>
+std::string shelteredWhere(std::string_view typed, Needs needs) {
+    std::string text;
+    forEachLine(typed, [&](std::string_view line) {
+        const std::size_t indentation = std::min(line.find_first_not_of(" \t"), line.size());
+        text.append(line.substr(0, indentation)).append(needs(trimmed(line)) ? "\\" : "");
+        text.append(line.substr(indentation)).append("\n");
+    });
+    text.pop_back();
+    return text;
 }
 
 std::string listOf(const std::vector<std::string>& items, std::string_view mark) {
@@ -73,7 +99,7 @@ private:
     }
 
     void addToSummary(std::string_view line) {
-        if (line.starts_with('\\') && looksLikeStructure(line.substr(1)))
+        if (line.starts_with('\\') && looksLikeHeading(line))
             line.remove_prefix(1);
         if (!m_notes.summary.empty())
             m_notes.summary += ' ';
@@ -112,14 +138,7 @@ std::vector<std::string_view> withoutNotes(std::string_view content) {
 } // namespace
 
 std::string sheltered(std::string_view typed) {
-    std::string text;
-    for (const std::string_view line : split(typed)) {
-        const std::size_t indentation = std::min(line.find_first_not_of(" \t"), line.size());
-        text.append(line.substr(0, indentation)).append(looksLikeStructure(trimmed(line)) ? "\\" : "");
-        text.append(line.substr(indentation)).append("\n");
-    }
-    text.pop_back();
-    return text;
+    return shelteredWhere(typed, looksLikeStructure);
 }
 
 std::string notesAsSections(const EnhancedMeetingNotes& notes, NotesSections sections) {
@@ -128,7 +147,7 @@ std::string notesAsSections(const EnhancedMeetingNotes& notes, NotesSections sec
         if (!content.empty())
             text.append(headings[static_cast<std::size_t>(heading)]).append("\n\n").append(content).append("\n");
     };
-    add(Heading::summary, notes.summary.empty() ? "" : sheltered(notes.summary) + "\n");
+    add(Heading::summary, notes.summary.empty() ? "" : shelteredWhere(notes.summary, looksLikeHeading) + "\n");
     add(Heading::keyDecisions, listOf(notes.keyDecisions, "- "));
     add(Heading::actionItems, listOf(notes.actionItems, "- [ ] "));
     add(Heading::discussionPoints, listOf(notes.discussionPoints, "- "));

@@ -29,8 +29,10 @@ constexpr const char* journalName = "journal";
 constexpr const char* stateName = "state.json";
 constexpr int sampleRate = 16000;
 
+/// Named after the meeting too: sound that nobody could recognise outlives the folder.
 fs::path chunkFile(const fs::path& folder, int number) {
-    return folder / ("chunk-" + std::to_string(number) + ".wav");
+    const std::string meeting = folder.filename().string().substr(runningPrefix.size());
+    return folder / (meeting + "_chunk-" + std::to_string(number) + ".wav");
 }
 
 struct NewFolder {
@@ -84,6 +86,18 @@ std::vector<fs::path> foldersIn(const fs::path& archive, std::string_view prefix
     }
     std::ranges::sort(found);
     return found;
+}
+
+/// All but the segments, which may be thousands, and the notes.
+void copyState(const MeetingRecord& from, MeetingRecord& to) {
+    to.date = from.date;
+    to.subject = from.subject;
+    to.elapsedFormatted = from.elapsedFormatted;
+    to.speakerNames = from.speakerNames;
+    to.bookmarks = from.bookmarks;
+    to.userNotes = from.userNotes;
+    to.kind = from.kind;
+    to.mode = from.mode;
 }
 
 /// Why the samples could not be written; empty when they were.
@@ -218,11 +232,7 @@ std::vector<KeptChunk> RunningMeeting::waiting() const {
 }
 
 void RunningMeeting::noteState(const MeetingRecord& record) {
-    m_contents.with([&](Contents& contents) {
-        std::vector<TranscriptSegment> segments = std::move(contents.record.segments);
-        contents.record = record;
-        contents.record.segments = std::move(segments);
-    });
+    m_contents.with([&](Contents& contents) { copyState(record, contents.record); });
     if (m_state)
         m_state->write(runningJournal::stateOf(record));
 }
@@ -244,22 +254,30 @@ MeetingRecord RunningMeeting::record() const {
 }
 
 std::string RunningMeeting::trouble() const {
-    std::string reason = m_contents.with([](const Contents& contents) { return contents.trouble; });
-    return reason.empty() && m_state ? m_state->trouble() : reason;
+    const auto reason = m_contents.with([](const Contents& contents) -> std::optional<std::string> {
+        if (contents.isComplete)
+            return ""; // a write that came too late found no folder
+        return contents.trouble.empty() ? std::nullopt : std::optional(contents.trouble);
+    });
+    return reason.value_or(m_state ? m_state->trouble() : "");
 }
 
 bool RunningMeeting::complete() {
-    for (const KeptChunk& chunk : waiting())
-        files::removeQuietly(chunk.file);
-    if (!m_journal)
-        return true;
-    // Under its new name the folder is not taken up again, whatever happens to its files.
-    const fs::path done = m_folder.parent_path() / (std::string(completePrefix) + files::makeUuid());
-    if (!renameToFreeName(m_folder, done)) {
-        setTrouble(files::writeFault(errno));
-        return false;
+    const std::vector<KeptChunk> chunks = waiting();
+    if (m_journal) {
+        // Under its new name the folder is not taken up again, whatever happens to its files.
+        const fs::path done = m_folder.parent_path() / (std::string(completePrefix) + files::makeUuid());
+        m_contents.with([](Contents& contents) { contents.isComplete = true; });
+        if (!renameToFreeName(m_folder, done)) {
+            const int reason = errno;
+            m_contents.with([](Contents& contents) { contents.isComplete = false; });
+            setTrouble(files::writeFault(reason));
+            return false;
+        }
+        removeFolder(done);
     }
-    removeFolder(done);
+    for (const KeptChunk& chunk : chunks) // those in the temporary folder
+        files::removeQuietly(chunk.file);
     return true;
 }
 

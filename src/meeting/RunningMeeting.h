@@ -83,6 +83,7 @@ private:
         std::map<int, KeptChunk> chunks; // without words, by number
         std::optional<std::string> savedAs;
         std::string trouble;
+        bool isComplete = false;
     };
 
     RunningMeeting(std::filesystem::path folder, LockedFile journal, Background& background);

@@ -194,7 +194,7 @@ TEST_F(Archive, NotesOfALanguageModelCannotTakeTheFilesHeadings) {
     ASSERT_TRUE(archive.save(someMeeting()));
     EnhancedMeetingNotes notes;
     notes.title = "Release plan";
-    notes.summary = "## Transcript";
+    notes.summary = "## Overview \\ We met";
     notes.actionItems = {"two\nlines"};
     notes.additionalSections = {{"Transcript", {"**[0:01] Eve:** x"}}, {"My Notes On It", {"y"}}};
     for (int i = 0; i < 2; ++i) {

@@ -181,7 +181,11 @@ TEST_F(Running, AMeetingInUseIsLeftAloneAndACompleteOneGoes) {
     ASSERT_EQ(left.size(), 1u);
     EXPECT_EQ(left[0]->folder(), place);
     EXPECT_TRUE(left[0]->complete());
+    record.userNotes = "typed at the last moment";
+    second->noteState(record);
     EXPECT_TRUE(second->complete());
+    background.runAll();
+    EXPECT_EQ(second->trouble(), "") << "a write that comes too late harms nothing";
     fs::create_directories(folder / "complete_X" / "chunk-1.wav"); // a process was killed while it removed its folder
     fs::create_directories(folder / "running_2026-01-01_00-00-00");
     EXPECT_TRUE(RunningMeeting::findUnfinished(folder.path, background).empty());
