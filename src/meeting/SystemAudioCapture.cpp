@@ -1,8 +1,8 @@
 #include "meeting/SystemAudioCapture.h"
 
+#include "audio/Level.h"
 #include "base/Log.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace fenlo {
@@ -46,6 +46,7 @@ void SystemAudioCapture::stop() {
     if (!stream)
         return;
     stream.reset();
+    m_currentRms = 0;
     logInfo("System audio capture stopped");
 }
 
@@ -63,12 +64,13 @@ std::vector<float> SystemAudioCapture::take() {
 }
 
 void SystemAudioCapture::hear(std::span<const float> samples) {
-    const bool hasSound = std::ranges::any_of(samples, [](float sample) { return sample != 0; });
+    const float level = rms(samples);
     m_heard.with([&](Heard& heard) {
         if (heard.state != State::capturing)
             return;
+        m_currentRms = displayLevel(level);
         heard.buffer.insert(heard.buffer.end(), samples.begin(), samples.end());
-        heard.hasSound = heard.hasSound || hasSound;
+        heard.hasSound = heard.hasSound || level > 0;
     });
 }
 

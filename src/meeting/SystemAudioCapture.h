@@ -3,6 +3,7 @@
 #include "base/Guarded.h"
 #include "platform/SystemAudioInput.h"
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <span>
@@ -29,6 +30,8 @@ public:
     /// Ends the capture, and what was not taken is forgotten.
     void stop();
     bool isCapturing() const;
+    /// How loud the computer is, on the recorder's scale; on any thread.
+    float currentRMS() const { return m_currentRms; }
 
     /// Moves out what has come since the last call. Empty also when it was nothing but digital silence, so that a
     /// computer that plays nothing is like one that is not captured.
@@ -47,6 +50,7 @@ private:
     void hear(std::span<const float> samples);
 
     SystemAudioInput& m_input;
+    std::atomic<float> m_currentRms = 0;
     Guarded<Heard> m_heard;
 };
 

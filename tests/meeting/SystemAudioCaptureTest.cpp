@@ -29,9 +29,11 @@ TEST_F(SystemCapture, WhatIsPlayed_IsTakenOnce) {
     EXPECT_EQ(computer.opened, 1);
     EXPECT_TRUE(capture.isCapturing());
     computer.hear(constant(0, 100));
-    computer.hear(constant(0.5F, 100));
+    computer.hear(constant(0.015F, 100));
+    EXPECT_NEAR(capture.currentRMS(), 0.1, 1e-3);
     computer.hear(constant(0, 50));
-    EXPECT_EQ(capture.take(), constant(0, 100) + constant(0.5F, 100) + constant(0, 50));
+    EXPECT_EQ(capture.currentRMS(), 0);
+    EXPECT_EQ(capture.take(), constant(0, 100) + constant(0.015F, 100) + constant(0, 50));
     computer.hear(constant(0, 100));
     EXPECT_TRUE(capture.take().empty()) << "nothing played";
     computer.hear(constant(0.5F, 10));
@@ -46,6 +48,7 @@ TEST_F(SystemCapture, Stop_ForgetsWhatWasNotTaken) {
     computer.hear(constant(0.5F, 100));
     capture.stop();
     EXPECT_TRUE(capture.take().empty());
+    EXPECT_EQ(capture.currentRMS(), 0);
     EXPECT_FALSE(computer.isOpen());
     EXPECT_FALSE(capture.isCapturing());
     EXPECT_EQ(log.lines().back(), "[Fenlo] System audio capture stopped");

@@ -107,13 +107,13 @@ class Clip:
         joined._measure()
         return joined
 
-    def speak(self, latency=30):
-        """Speaks into the virtual microphone; returns when the last word is said.
+    def speak(self, latency=30, sink="micfeed"):
+        """Speaks into the virtual microphone, or plays on another sink; returns when the last word is said.
 
         `latency` is how many milliseconds the sound server holds. With few, a busy machine tears gaps of some hundredths
         of a second into the words; with many, a take that begins meanwhile hears its first words late.
         """
-        processes.output(["paplay", "--device=micfeed", f"--latency-msec={latency}", str(self.file)], patience=60)
+        processes.output(["paplay", f"--device={sink}", f"--latency-msec={latency}", str(self.file)], patience=60)
 
     def _measure(self):
         with wave.open(str(self.file)) as recording:
