@@ -40,11 +40,15 @@ std::string MeetingDelivery::userAddress() const {
 }
 
 bool MeetingDelivery::sendsByItself() const {
-    return m_services.serviceMail && !userAddress().empty();
+    return isService(userAddress());
+}
+
+bool MeetingDelivery::isService(const std::string& user) const {
+    return m_services.serviceMail && !user.empty();
 }
 
 bool MeetingDelivery::hasRoad(const std::string& user) const {
-    return m_services.mailProgram || (m_services.serviceMail && !user.empty());
+    return isService(user) || m_services.mailProgram;
 }
 
 MailOutcome MeetingDelivery::sendEnhancedNotesEmail(const NotesMail& mail, std::stop_token stop) {
@@ -52,9 +56,13 @@ MailOutcome MeetingDelivery::sendEnhancedNotesEmail(const NotesMail& mail, std::
 }
 
 MailOutcome MeetingDelivery::sendMeetingEmail(const TranscriptMail& mail, std::stop_token stop) {
+    const std::string user = userAddress();
+    const std::string clean = cleanTranscript(mail.transcript);
+    // A file that begins with its notes needs no second summary in a text that the user reads over.
+    const bool isSummedUp = !isService(user) && clean.starts_with("## ");
     std::optional<BasicSummary> summary;
-    if (hasRoad(userAddress()))
-        summary = m_services.writer.basicSummary(cleanTranscript(mail.transcript), stop);
+    if (hasRoad(user) && !isSummedUp)
+        summary = m_services.writer.basicSummary(clean, stop);
     return send(composeMail(mail, summary, m_services.clock.wallTime()), mail.file,
                 {"Meeting email", "Meeting email", false}, stop);
 }
@@ -72,7 +80,7 @@ MailOutcome MeetingDelivery::send(MeetingMail mail, const std::filesystem::path&
         return {MailOutcome::Kind::failed,
                 "Nobody is signed in to send the mail; sign in, or copy the text into a mail."};
     }
-    if (!m_services.serviceMail || mail.email.empty())
+    if (!isService(mail.email))
         return openInMailProgram(mail, file, kind, stop);
     const bool isAccepted = m_services.serviceMail(mail, stop);
     const std::string recipients = text::join(allRecipients(mail), ", ");

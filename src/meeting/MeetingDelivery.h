@@ -60,6 +60,8 @@ public:
 private:
     struct Kind; // of a mail
 
+    /// Whether the service sends this user's mails, rather than the mail program.
+    bool isService(const std::string& user) const;
     bool hasRoad(const std::string& user) const;
     /// `file` is the saved meeting; empty for none.
     MailOutcome send(MeetingMail mail, const std::filesystem::path& file, const Kind& kind, std::stop_token stop);

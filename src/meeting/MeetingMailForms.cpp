@@ -69,10 +69,15 @@ std::string plainLine(std::string line) {
     return line;
 }
 
-std::string plainLines(const std::string& text) {
-    std::vector<std::string> lines = text::split(text, '\n');
+/// What was said under a heading of its own; the notes that a meeting's file has come before it under theirs.
+std::string readableTranscript(const std::string& transcript) {
+    if (transcript.empty())
+        return {};
+    std::vector<std::string> lines = text::split(transcript, '\n');
     std::ranges::transform(lines, lines.begin(), plainLine);
-    return text::join(lines, "\n");
+    const auto said = std::ranges::find_if(lines, [](const std::string& line) { return line.starts_with('['); });
+    lines.insert(said, "\nTranscript");
+    return text::join(lines, "\n") + "\n";
 }
 
 /// How long the text is in the address that a mail program is given, where a line ends in two signs.
@@ -134,13 +139,13 @@ ordered_json requestBody(const MeetingMail& mail) {
 }
 
 ReadableMail readableMail(const MeetingMail& mail, const std::string& file) {
-    constexpr std::size_t framing = 1000; // for the heading and the line on the rest
+    constexpr std::size_t framing = 1000; // for the line on the rest
     const bool hasNotes = mail.notes.additionalSections.has_value();
-    const std::string transcript = hasNotes ? "" : plainLines(mail.transcript);
+    const std::string transcript = hasNotes ? "" : readableTranscript(mail.transcript);
     ReadableMail whole = cutAt(readableNotes(mail), maxMailText - maxTranscript - framing);
-    if (whole.isWhole && !transcript.empty()) {
+    if (whole.isWhole) {
         const ReadableMail cut = cutAt(transcript, maxTranscript);
-        whole.text += paragraph("Transcript", cut.text);
+        whole.text += cut.text;
         whole.isWhole = cut.isWhole;
     }
     if (!whole.isWhole)

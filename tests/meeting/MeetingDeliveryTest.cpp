@@ -183,6 +183,18 @@ TEST_F(MeetingDeliveryTest, ALongTranscriptIsCutAtALine) {
     EXPECT_THAT(text, EndsWith("Zoë: Wörter und Wörter\n\n[Cut here: the whole text is in the file meeting_1.md]\n"));
 }
 
+TEST_F(MeetingDeliveryTest, AFileWithNotesIsNotSummedUpAgain) {
+    const std::string file = "# Sale\n\n**Date:** x  \n\n## Summary\n\nWe met.\n\n## Action Items\n\n- [ ] Call\n\n"
+                             "## Transcript\n\n**[0:01] Ann:** \u2B50 Hello: you.\n\n";
+    delivery(false).sendMeetingEmail({file, "Sale", {}, {}, clock.wallTime(), "1:00"}, {});
+    EXPECT_EQ(program.drafts.at(0).text, "Sale\n" + dates::mediumText(clock.wallTime()) +
+                                             " · 1:00\n\nSummary\nWe met.\n\nAction Items\n- Call\n\nTranscript\n"
+                                             "[0:01] Ann: \u2B50 Hello: you.\n");
+    EXPECT_THAT(http.requests, IsEmpty());
+    delivery().sendMeetingEmail({file, "Sale", {}}, {});
+    EXPECT_EQ(http.requests.size(), 1u) << "the service's mail always has one";
+}
+
 TEST(ReadableMail, IsNeverTooLongForAMailProgram) {
     const std::string family = "\U0001F468\u200D\U0001F469\u200D\U0001F467";
     for (const std::string& typed :
