@@ -4,6 +4,7 @@
 
 #include "Version.h"
 #include "app/ExitStatus.h"
+#include "app/Meetings.h"
 #include "app/ProgramRun.h"
 #include "app/TakeServices.h"
 #include "app/TerminationSignals.h"
@@ -16,6 +17,7 @@
 #include "base/Clock.h"
 #include "base/Environment.h"
 #include "base/NotificationCenter.h"
+#include "meeting/MeetingControl.h"
 #include "platform/linux/audio/PulseAudioInput.h"
 #include "platform/linux/audio/PulseAudioOutput.h"
 #include "platform/linux/desktop/XDisplay.h"
@@ -71,14 +73,16 @@ std::string displayName() {
     return name.empty() ? "" : " at " + name;
 }
 
-MenuSources menuSources(const AudioRecorder& recorder, const StatisticsStore& statistics, const KeptTakes& takes) {
+MenuSources menuSources(const AudioRecorder& recorder, const TakeServices& services,
+                        const MeetingModeController& meetings) {
     MenuSources sources;
     sources.version = version;
     sources.hotkeyLabel = hotkeyLabel;
     sources.inputDeviceName = [&] { return recorder.defaultInputDeviceName(); };
-    sources.todayStats = [&] { return statistics.shownTodayStats(); };
-    sources.allTimeStats = [&] { return statistics.shownAllTimeStats(); };
-    sources.hasKeptTake = [&] { return !takes.isEmpty(); };
+    sources.todayStats = [&] { return services.statistics.shownTodayStats(); };
+    sources.allTimeStats = [&] { return services.statistics.shownAllTimeStats(); };
+    sources.meetingStatus = [&] { return meetings.status(); };
+    sources.hasKeptTake = [&] { return !services.keptTakes.isEmpty(); };
     return sources;
 }
 
@@ -100,8 +104,10 @@ void prepareToolkit() {
     QApplication::setQuitOnLastWindowClosed(false);
 }
 
-SessionHooks sessionHooks(Workspace& workspace, TakeServices& services, NotificationCenter& notifications) {
+SessionHooks sessionHooks(Workspace& workspace, TakeServices& services, NotificationCenter& notifications,
+                          const MeetingModeController& meetings) {
     SessionHooks hooks;
+    hooks.isMeetingActive = [&] { return meetings.isActive(); };
     hooks.isScreenLocked = [&] { return workspace.isScreenLocked(); };
     hooks.warmConnection = [&] { services.warmConnections(); };
     hooks.askKeyringAgain = [&] { services.keychain.askAgain(); };
@@ -153,6 +159,15 @@ Practice::Steps practiceSteps(TakeServices& services) {
     };
 }
 
+void addMeetings(MeetingModeController& meetings, MeetingControl& control, AppHooks& hooks) {
+    meetings.onRecovered = [&] { control.tellRecovered(); };
+    hooks.isMeetingActive = [&] { return meetings.isActive(); };
+    hooks.stopMeeting = [&] { control.stop(); };
+    hooks.clearMeeting = [&] { control.clearEnded(); };
+    hooks.refuseDictation = [&] { control.refuseDictation(); };
+    hooks.recoverMeetings = [&] { meetings.recoverMeetings(); };
+}
+
 AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, Windows& windows, const Deployment& deployment) {
     AppHooks hooks;
     hooks.showOnboarding = [&](OnboardingStart start) { windows.showOnboarding(std::move(start)); };
@@ -200,14 +215,17 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     TextInserter inserter(platform.pasteboard, platform.keys, platform.accessibility, workspace, clock, mainQueue,
                           {.returning = TextInserter::Returning::everything,
                            .typesShortTexts = [&] { return config.get().typeShortTexts; }});
-    TonePlayer tones(platform.audioOutput, background);
+    Meetings meetings(
+        {services, deployment, platform.http, platform.audioOutput, clock, mainQueue, background, notifications});
+    TonePlayer tones(meetings.sounds, background);
     OverlayWindow overlay({config, clock, mainQueue, platform.pills, platform.cards, platform.keys, workspace,
                            [&](const std::string& text) { inserter.copyToClipboard(text); }});
     MenuBarController menuBar(config, platform.statusItem, notifications, workspace, deployment,
-                              menuSources(recorder, services.statistics, services.keptTakes));
+                              menuSources(recorder, services, meetings.controller));
     DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
                               contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes},
-                             sessionHooks(workspace, services, notifications));
+                             sessionHooks(workspace, services, notifications, meetings.controller));
+    MeetingControl meetingControl({config, mainQueue, recorder, session, overlay, menuBar, meetings.controller});
     Windows windows(
         {.config = config,
          .clock = clock,
@@ -234,9 +252,11 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
          .secrets = platform.secrets,
          .serviceKeys = services.keys,
          .takeLevel = [&] { return recorder.isRecording() ? std::optional(recorder.currentRMS()) : std::nullopt; }});
+    AppHooks hooks = appHooks(mainQueue, services, windows, deployment);
+    addMeetings(meetings.controller, meetingControl, hooks);
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
-                         appHooks(mainQueue, services, windows, deployment));
+                         std::move(hooks));
 
     runUntilQuit(delegate, mainQueue, platform.secrets, background);
 }

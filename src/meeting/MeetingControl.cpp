@@ -5,15 +5,16 @@
 #include "meeting/MeetingModeController.h"
 #include "session/DictationSession.h"
 #include "settings/Config.h"
+#include "shell/MenuBarController.h"
 #include "shell/OverlayWindow.h"
 
 namespace fenlo {
 
 namespace {
 
-constexpr double pillInterval = 1; // seconds
-constexpr int menuInterval = 5;    // seconds; an open menu would be rebuilt under the pointer too often
-constexpr double noticeLength = 2; // seconds, of the pill's
+constexpr double pillInterval = 0.25; // seconds
+constexpr int menuInterval = 20;      // of the pill's; an open menu must not be rebuilt under the pointer all the time
+constexpr double noticeLength = 2;    // seconds, of the pill's
 
 constexpr char dictationRunning[] = "A dictation is under way; start the meeting when it has ended";
 constexpr char meetingRunning[] = "No dictation in a meeting";
@@ -37,8 +38,8 @@ void MeetingControl::start() {
     m_services.menuBar.setFace(IconFace::recording);
     m_services.menuBar.refreshMenu();
     showPill();
-    m_seconds = 0;
-    m_pillTimer = m_services.mainQueue.every(pillInterval, [this] { everySecond(); });
+    m_ticks = 0;
+    m_pillTimer = m_services.mainQueue.every(pillInterval, [this] { showTime(); });
     logInfo("Meeting mode started");
 }
 
@@ -70,9 +71,9 @@ void MeetingControl::showPill() {
     m_services.overlay.updateMeetingTime(m_services.meetings.elapsedTime());
 }
 
-void MeetingControl::everySecond() {
+void MeetingControl::showTime() {
     m_services.overlay.updateMeetingTime(m_services.meetings.elapsedTime());
-    if (++m_seconds % menuInterval == 0)
+    if (++m_ticks % menuInterval == 0)
         m_services.menuBar.refreshMenu();
 }
 
@@ -92,12 +93,6 @@ void MeetingControl::notice(const char* line) {
     m_services.overlay.showNotice({line});
     if (isActive())
         m_pillAgain = m_services.mainQueue.postAfter(noticeLength, [this] { showPill(); });
-}
-
-std::optional<MeetingStatus> MeetingControl::status() const {
-    if (!isActive())
-        return std::nullopt;
-    return MeetingStatus{m_services.meetings.elapsedTime(), static_cast<int>(m_services.meetings.segments().size())};
 }
 
 } // namespace fenlo

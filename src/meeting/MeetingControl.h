@@ -1,9 +1,6 @@
 #pragma once
 
 #include "base/MainQueue.h"
-#include "shell/MenuBarController.h"
-
-#include <optional>
 
 namespace fenlo {
 
@@ -11,6 +8,7 @@ class AudioRecorder;
 class Config;
 class DictationSession;
 class MeetingModeController;
+class MenuBarController;
 class OverlayWindow;
 
 /// Begins and ends meetings as the user asks, which never run beside a dictation, and shows them in tray, menu and
@@ -46,18 +44,15 @@ public:
     /// An interrupted meeting is in the archive now.
     void tellRecovered();
 
-    /// Of a running meeting.
-    std::optional<MeetingStatus> status() const;
-
 private:
     void showPill();
-    void everySecond();
+    void showTime();
     void notice(const char* line);
 
     Services m_services;
     Timer m_pillTimer;
     Timer m_pillAgain;
-    int m_seconds = 0;
+    int m_ticks = 0;
 };
 
 } // namespace fenlo

@@ -43,6 +43,12 @@ std::string MeetingModeController::elapsedFormatted() const {
     return elapsedText(m_elapsedTime);
 }
 
+std::optional<MeetingStatus> MeetingModeController::status() const {
+    if (!m_isActive)
+        return std::nullopt;
+    return MeetingStatus{m_elapsedTime, static_cast<int>(m_segments.size())};
+}
+
 void MeetingModeController::setMeetingMode(MeetingMode mode) {
     if (std::exchange(m_meetingMode, mode) != mode)
         m_changes.tell();

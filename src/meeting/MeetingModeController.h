@@ -11,6 +11,7 @@
 #include "meeting/MeetingRecord.h"
 #include "meeting/MeetingRun.h"
 #include "meeting/OrderedWork.h"
+#include "shell/MenuBarController.h"
 
 #include <filesystem>
 #include <functional>
@@ -90,6 +91,8 @@ public:
     int lostChunks() const;
     /// What hampers the session, in one line: no microphone, a service that does not answer. Empty when all is well.
     std::string trouble() const;
+    /// Of a running session, for the menu.
+    std::optional<MeetingStatus> status() const;
     /// The archive file of the session; nothing before one is written.
     std::optional<std::filesystem::path> sessionFile() const;
 

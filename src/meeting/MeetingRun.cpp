@@ -27,10 +27,11 @@ constexpr std::chrono::days oldAge{7};   // after which sound is not tried again
 constexpr std::size_t loggedLength = 80; // characters of a segment
 
 /// Beside the archive's files, for sound that nobody could recognise.
-std::filesystem::path keepUnrecognised(const MeetingArchive& archive, const KeptChunk& chunk) {
+std::filesystem::path keepUnrecognised(const MeetingArchive& archive, const std::string& meeting,
+                                       const KeptChunk& chunk) {
     const auto folder = archive.folder() / "unrecognised";
     files::makePrivateDirectory(folder);
-    const auto place = folder / chunk.file.filename();
+    const auto place = folder / (meeting + "-" + std::to_string(chunk.number) + ".wav");
     std::error_code error;
     std::filesystem::rename(chunk.file, place, error);
     return error ? chunk.file : place;
@@ -90,7 +91,7 @@ struct MeetingRun::Hearing {
     }
 
     ChunkQueue::Attempt understand(const KeptChunk& chunk, const std::string& text) const {
-        const std::string cleaned = stripFillers(text::trimWhitespaceAndNewlines(text));
+        const std::string cleaned = stripFillers(text::trimWhitespaceAndNewlines(text), Fillers::wholeWords);
         if (isLowValue(cleaned)) {
             logInfo("Meeting chunk {} was silent/hallucination, skipping", chunk.number);
             folder->finishChunk(chunk.number);
@@ -208,7 +209,7 @@ void MeetingRun::lose(int number) {
         return;
     ++m_lost;
     m_services.work.add([hearing = m_hearing, kept = chunk.mapped(), &archive = m_services.archive](std::stop_token) {
-        const auto place = keepUnrecognised(archive, kept);
+        const auto place = keepUnrecognised(archive, hearing->folder->folder().filename(), kept);
         hearing->folder->finishChunk(kept.number);
         logError("Meeting chunk {} was not recognised; its sound is kept as {}", kept.number, place.string());
     });

@@ -18,14 +18,30 @@ struct FillerRule {
     std::string_view replacement;
 };
 
-const auto& fillerRules() {
-    static const std::array<FillerRule, 8> rules{{
+using FillerRules = std::array<FillerRule, 8>;
+
+const FillerRules& prefixRules() {
+    static const FillerRules rules{{
         {text::Regex(R"(\b[Uu]h,?\s*)"), ""},
         {text::Regex(R"(\b[Uu]m,?\s*)"), ""},
         {text::Regex(R"(\b[Aa]h,?\s*)"), ""},
         {text::Regex(R"(\b[Hh]mm,?\s*)"), ""},
         {text::Regex(R"(,\s*you know,?\s*)"), ""},
         {text::Regex(R"(,\s*like,?\s*(?=\w))"), ""},
+        {text::Regex(R"(\s{2,})"), " "},
+        {text::Regex(R"(^[,\s]+)"), ""},
+    }};
+    return rules;
+}
+
+const FillerRules& wholeWordRules() {
+    static const FillerRules rules{{
+        {text::Regex(R"(\b[Uu]h\b,?\s*)"), ""},
+        {text::Regex(R"(\b[Uu]m\b,?\s*)"), ""},
+        {text::Regex(R"(\b[Aa]h\b,?\s*)"), ""},
+        {text::Regex(R"(\b[Hh]mm\b,?\s*)"), ""},
+        {text::Regex(R"(,\s*you know\b,?\s*)"), " "},
+        {text::Regex(R"(,\s*like\b,?\s*(?=\w))"), " "},
         {text::Regex(R"(\s{2,})"), " "},
         {text::Regex(R"(^[,\s]+)"), ""},
     }};
@@ -101,9 +117,9 @@ std::string trimAll(std::string text) {
 
 } // namespace
 
-std::string stripFillers(std::string_view text) {
+std::string stripFillers(std::string_view text, Fillers fillers) {
     std::string result(text);
-    for (const FillerRule& rule : fillerRules())
+    for (const FillerRule& rule : fillers == Fillers::asPrefixes ? prefixRules() : wholeWordRules())
         result = rule.pattern.replaceAllWithLiteral(result, rule.replacement);
     return text::trimWhitespaceAndNewlines(result);
 }

@@ -10,8 +10,15 @@ namespace fenlo {
 
 struct MeetingRecord;
 
+/// What counts as a filler.
+enum class Fillers {
+    asPrefixes, // also the beginning of a longer word: "umbrella" becomes "brella", and what follows may stick to a
+                // word
+    wholeWords,
+};
+
 /// Takes away "uh", "um", "you know" and their like, and blanks that are too many.
-std::string stripFillers(std::string_view text);
+std::string stripFillers(std::string_view text, Fillers fillers = Fillers::asPrefixes);
 
 /// Whether the text is nothing, or one of the short phrases that recognisers invent in silence. In a meeting a real
 /// "yes" is rarer than an invented one, so it counts too.

@@ -22,7 +22,8 @@ constexpr double accessibilityPoll = 3.0;    // seconds
 constexpr double microphoneCheckDelay = 1.0; // seconds after set-up
 constexpr double heartbeatInterval = 21600;  // seconds
 constexpr double keyringPatience = 3.0;      // seconds that the start waits for the keyring
-constexpr int historyTab = 4;                // of the home window
+constexpr int meetingTab = 1;                // of the home window, as the next
+constexpr int historyTab = 4;
 
 } // namespace
 
@@ -152,10 +153,15 @@ void AppDelegate::setUpApplication() {
 void AppDelegate::wireSession() {
     DictationSession& session = m_services.session;
     m_services.menuBar.onTryAgain = [&session] { session.tryAgain(); };
+    m_services.menuBar.onToggleMeeting = [this] { toggleMeeting(); };
     m_services.menuBar.refreshMenu();
     m_services.overlay.onCancel = [&session] { session.cancelProcessing(); };
     m_services.recorder.setOnSilence([&session] { session.silenceDetected(); });
-    m_hotkey.onPress = [&session] { session.hotkeyPressed(); };
+    m_hotkey.onPress = [this, &session] {
+        session.hotkeyPressed();
+        if (m_hooks.isMeetingActive())
+            m_hooks.refuseDictation();
+    };
     m_hotkey.onRelease = [&session] { session.hotkeyReleased(); };
     m_hotkey.onCommandRelease = [&session] { session.hotkeyReleased(); };
     m_hotkey.onCommandActivated = [&session] { session.commandActivated(); };
@@ -210,6 +216,7 @@ void AppDelegate::startBackgroundWork() {
         const bool foundAny = m_hooks.recoverTakes();
         m_services.mainQueue.call([this, foundAny] { m_services.session.takesRecovered(foundAny); });
     });
+    m_hooks.recoverMeetings();
     m_services.background.run(m_hooks.sendHeartbeat);
     m_heartbeat =
         m_services.mainQueue.every(heartbeatInterval, [this] { m_services.background.run(m_hooks.sendHeartbeat); });
@@ -233,6 +240,16 @@ void AppDelegate::signedOut() {
         m_services.menuBar.refreshMenu();
     };
     m_hooks.showOnboarding(std::move(start));
+}
+
+/// A new meeting is started in its tab, where the user chooses what kind it is.
+void AppDelegate::toggleMeeting() {
+    if (m_hooks.isMeetingActive()) {
+        m_hooks.stopMeeting();
+        return;
+    }
+    m_hooks.clearMeeting();
+    m_hooks.showHome(meetingTab);
 }
 
 void AppDelegate::stopMeeting() {

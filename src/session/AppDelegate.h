@@ -64,6 +64,12 @@ struct AppHooks {
     std::function<bool()> recoverTakes = [] { return false; };
     std::function<bool()> isMeetingActive = [] { return false; };
     std::function<void()> stopMeeting = [] {};
+    /// Makes room for a new meeting on the tab of the home window.
+    std::function<void()> clearMeeting = [] {};
+    /// Tells the user why the hotkey does nothing.
+    std::function<void()> refuseDictation = [] {};
+    /// Takes up the meetings that an earlier process could not finish; returns at once.
+    std::function<void()> recoverMeetings = [] {};
 };
 
 /// Decides what the user meets at the start, prepares the program for the first dictation, and reacts to sign-out,
@@ -104,6 +110,7 @@ private:
     void checkAccessibility();
     void checkMicrophone();
     void startBackgroundWork();
+    void toggleMeeting();
     void stopMeeting();
 
     AppServices m_services;

@@ -1,0 +1,52 @@
+#include "app/Meetings.h"
+
+#include "app/TakeServices.h"
+#include "base/NotificationCenter.h"
+#include "settings/Config.h"
+
+namespace fenlo {
+
+namespace {
+
+/// Until the engine is there, or cannot be, a chunk of offline mode would go to a service.
+bool isRecogniserReady(const TakeServices& services) {
+    const LocalTranscriber& engine = services.localTranscriber;
+    return !services.config.get().offlineMode || engine.isReady() ||
+           (!engine.isSettingUp() && !engine.setupFault().empty());
+}
+
+MeetingModeController::Services controllerServices(const Meetings::Surroundings& around, Meetings& meetings) {
+    return {.config = around.services.config,
+            .clock = around.clock,
+            .mainQueue = around.mainQueue,
+            .background = around.background,
+            .systemAudio = meetings.systemAudio,
+            .archive = meetings.archive,
+            .notesWriter = meetings.writer,
+            .delivery = meetings.delivery,
+            .transcribe =
+                [&services = around.services](const TranscribeRequest& request, std::stop_token stop) {
+                    return services.transcriber.transcribe(request, stop);
+                },
+            .isRecogniserReady = [&services = around.services] { return isRecogniserReady(services); },
+            .recordMeeting =
+                [&statistics = around.services.statistics, &notifications = around.notifications](
+                    const std::string& transcript, std::int64_t segments, double duration) {
+                    statistics.recordMeeting(transcript, segments, duration);
+                    notifications.post(notification::statisticsChanged);
+                }};
+}
+
+} // namespace
+
+Meetings::Meetings(const Surroundings& around)
+    : sounds(around.audioOutput, around.clock), systemAudio(computer, sounds),
+      writer({around.services.config, around.deployment, around.http, around.services.keys}),
+      delivery({.keychain = around.services.keychain,
+                .writer = writer,
+                .clock = around.clock,
+                .serviceMail = {},
+                .mailProgram = &mailProgram}),
+      controller(controllerServices(around, *this)) {}
+
+} // namespace fenlo

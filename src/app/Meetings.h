@@ -1,0 +1,43 @@
+#pragma once
+
+#include "audio/OwnSounds.h"
+#include "meeting/MeetingArchive.h"
+#include "meeting/MeetingDelivery.h"
+#include "meeting/MeetingModeController.h"
+#include "meeting/MeetingNotesWriter.h"
+#include "platform/linux/audio/PulseSystemAudio.h"
+#include "platform/linux/desktop/session/XdgMailProgram.h"
+
+namespace fenlo {
+
+class NotificationCenter;
+struct TakeServices;
+
+/// What a meeting passes through on its way from sound to mail: one object of each. What is passed in outlives them.
+struct Meetings {
+    struct Surroundings {
+        TakeServices& services;
+        const Deployment& deployment;
+        HttpClient& http;
+        AudioOutput& audioOutput;
+        Clock& clock;
+        MainQueue& mainQueue;
+        Background& background;
+        NotificationCenter& notifications;
+    };
+
+    explicit Meetings(const Surroundings& around);
+    Meetings(const Meetings&) = delete;
+    Meetings& operator=(const Meetings&) = delete;
+
+    OwnSounds sounds; // the program plays through it, so that no meeting records what it plays
+    PulseSystemAudio computer;
+    WithoutOwnSounds systemAudio;
+    MeetingArchive archive;
+    MeetingNotesWriter writer;
+    XdgMailProgram mailProgram;
+    MeetingDelivery delivery;
+    MeetingModeController controller;
+};
+
+} // namespace fenlo
