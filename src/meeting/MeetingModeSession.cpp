@@ -12,6 +12,7 @@
 #include "session/FaultOf.h"
 #include "settings/Config.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace fenlo {
@@ -86,7 +87,9 @@ void MeetingModeController::tick() {
     const double now = m_services.clock.now();
     m_elapsedTime = now - *m_startTime;
     m_audioLevel = m_recorder->currentRMS();
-    if (const auto cut = m_rule->tick(m_audioLevel, now)) {
+    // Who listens is quiet: the far side's words must not be cut there.
+    const float farLevel = m_systemCapture ? m_systemCapture->currentRMS() : 0;
+    if (const auto cut = m_rule->tick(std::max(m_audioLevel, farLevel), now)) {
         logInfo("Meeting chunk triggered ({}, {:.1f}s)", cut->reason, cut->length);
         takeChunk(Chunk::next);
     }

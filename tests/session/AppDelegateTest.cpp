@@ -52,6 +52,9 @@ protected:
         appHooks.isMeetingActive = [this] { return meetingActive; };
         appHooks.recoverTakes = [] { return false; };
         appHooks.stopMeeting = [this] { ++meetingsStopped; };
+        appHooks.clearMeeting = [this] { shown.push_back("no meeting"); };
+        appHooks.refuseDictation = [this] { shown.push_back("refusal"); };
+        appHooks.recoverMeetings = [this] { ++meetingsRecovered; };
         appHooks.showOnboarding = [this](OnboardingStart start) { onboarding = std::move(start); };
         appHooks.presentOnboarding = [this] { shown.push_back("onboarding"); };
         appHooks.showWelcome = [this] { shown.push_back("welcome"); };
@@ -72,7 +75,7 @@ protected:
     test::FakeSecureStore store;
     Keychain keychain{store};
     AppHooks appHooks;
-    int heartbeats = 0, profiles = 0, meetingsStopped = 0;
+    int heartbeats = 0, profiles = 0, meetingsStopped = 0, meetingsRecovered = 0;
     std::vector<std::string> prepared;
     std::optional<OnboardingStart> onboarding;
     std::vector<std::string> shown, logins;
@@ -138,6 +141,20 @@ TEST_F(Startup, NotificationsSteerTheHotkey) {
     EXPECT_TRUE(session.isRecording());
     workspace.lockScreen();
     EXPECT_FALSE(session.isRecording());
+}
+
+TEST_F(Startup, MenuAndHotkeyFollowTheMeeting) {
+    launchAndWait();
+    EXPECT_EQ(meetingsRecovered, 1);
+    shown.clear();
+    menuBar.onToggleMeeting();
+    EXPECT_EQ(shown, (std::vector<std::string>{"no meeting", "home 1"}));
+    meetingActive = true;
+    menuBar.onToggleMeeting();
+    EXPECT_EQ(meetingsStopped, 1);
+    shown.clear();
+    EXPECT_FALSE(hears());
+    EXPECT_EQ(shown, (std::vector<std::string>{"refusal"}));
 }
 
 TEST_F(Startup, SleepAndQuitStopARunningMeetingOnly) {
