@@ -8,6 +8,7 @@
 #include "base/NeighbourFile.h"
 #include "base/WriteFault.h"
 #include "media/AudioFileError.h"
+#include "media/SpeechRate.h"
 #include "meeting/RunningJournal.h"
 #include "meeting/StateFile.h"
 #include "shell/ElapsedText.h"
@@ -27,7 +28,6 @@ constexpr std::string_view runningPrefix = "running_";
 constexpr std::string_view completePrefix = "complete_";
 constexpr const char* journalName = "journal";
 constexpr const char* stateName = "state.json";
-constexpr int sampleRate = 16000;
 
 /// Named after the meeting too: sound that nobody could recognise outlives the folder.
 fs::path chunkFile(const fs::path& folder, int number) {
@@ -104,7 +104,7 @@ void copyState(const MeetingRecord& from, MeetingRecord& to) {
 std::string failureOf(const fs::path& file, std::span<const float> samples) {
     try {
         files::removeQuietly(file); // of an earlier try
-        writeWav(file, samples, sampleRate, WavEncoding::float32);
+        writeWav(file, samples, speechRate, WavEncoding::float32);
         return {};
     } catch (const AudioFileError& error) {
         std::error_code unknown;
