@@ -20,9 +20,9 @@ namespace {
 using AddCommand = Command (*)(CLI::App&);
 
 /// In the order of --help.
-constexpr AddCommand contents[] = {addDictateCommand,     addTranscribeCommand,   addModelsCommand,
-                                   addKeysCommand,        addVoiceProfileCommand, addBenchCommand,
-                                   addEngineCheckCommand, addDoctorCommand};
+constexpr AddCommand contents[] = {addDictateCommand, addTranscribeCommand,  addMeetingCommand,
+                                   addModelsCommand,  addKeysCommand,        addVoiceProfileCommand,
+                                   addBenchCommand,   addEngineCheckCommand, addDoctorCommand};
 
 std::string footer() {
     return std::string("Settings are in ~/.fenlo/config.json. Speech and text go to Groq with the key in ") +

@@ -107,7 +107,7 @@ struct MeetingRun::Hearing {
 
     const std::unique_ptr<RunningMeeting> folder;
     const MeetingMode mode;
-    SpeakerIdentifier identifier;
+    SpeakerIdentifier identifier{keenMatchThreshold};
 };
 
 MeetingRun::MeetingRun(Services services, Listener listener, MeetingRecord record)

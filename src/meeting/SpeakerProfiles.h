@@ -15,6 +15,8 @@ struct VoiceTraits {
 };
 
 inline constexpr double defaultMatchThreshold = 0.5;
+/// Between what two sentences of one person differ by and what a man and a woman differ by; see docs/speakers.md.
+inline constexpr double keenMatchThreshold = 0.2;
 
 /// The speakers of a meeting by their voices.
 class SpeakerProfiles {

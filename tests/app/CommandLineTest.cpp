@@ -33,7 +33,8 @@ TEST(CommandLine, HelpNamesTheCommandsInTheirOrder) {
     EXPECT_EQ(help.status, exitStatus::ok);
     EXPECT_EQ(help.err, "");
     std::size_t last = 0;
-    for (const char* name : {"dictate", "transcribe", "models", "keys", "voice-profile", "bench", "doctor"}) {
+    for (const char* name :
+         {"dictate", "transcribe", "meeting", "models", "keys", "voice-profile", "bench", "doctor"}) {
         const std::size_t at = help.out.find(std::string("\n  ") + name + " ");
         ASSERT_NE(at, help.out.npos) << name;
         EXPECT_GT(at, last) << name;
@@ -64,6 +65,8 @@ TEST(CommandLine, WrongArgumentsAreRefusedBeforeAnythingIsDone) {
           Case{{"transcribe", "--output", "srt,json", "x.wav"}, "several forms do not fit into one stream"},
           Case{{"transcribe", "--output", "srt", "a.wav", "b.wav"}, "several recordings in one stream"},
           Case{{"transcribe", "--max-line-count", "2", "x.wav"}, "--max-line-count requires --max-line-width"},
+          Case{{"meeting"}, "fenlo: which recording? "}, Case{{"meeting", "--name", "Ann", "x.wav"}, "names nobody"},
+          Case{{"meeting", "-o", "a.md", "--output-dir", "b", "x.wav"}, "--output excludes --output-dir"},
           Case{{"transcribe", "--resume", "a.wav"}, "--resume requires --output-dir"}}) {
         const Outcome refused = run(test.arguments);
         EXPECT_EQ(refused.status, exitStatus::usage) << test.complaint;
