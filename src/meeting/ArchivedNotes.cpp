@@ -95,7 +95,13 @@ private:
         else if (is(Heading::followUps))
             m_items = &m_notes.followUps;
         else if (!m_isSummary && !m_areUsers && line != transcript && !line.starts_with(metadataStart))
-            m_items = &m_notes.additionalSections.emplace_back(std::string(trimmed(line.substr(3)))).items;
+            m_items = &begin(trimmed(line.substr(3))).items;
+    }
+
+    EnhancedMeetingNotes::Section& begin(std::string_view heading) {
+        EnhancedMeetingNotes::Section& section = m_notes.additionalSections.emplace_back();
+        section.heading = heading;
+        return section;
     }
 
     void addToSummary(std::string_view line) {
