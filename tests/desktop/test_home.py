@@ -24,6 +24,11 @@ class HomeWindow(DesktopCase):
         sections.find("list item", "Appearance").press()
         home.choose("Colours", "Dark")
         wait_for(lambda: fenlo.settings()["colour_scheme"] == "dark", "the setting in the file")
+        sections.find("list item", "Sounds").press()
+        tones = home.find("combo box", "Tones")
+        self.assertFalse(tones.is_usable, "sounds are off")
+        tones.press()
+        self.assertEqual(home.all("dialog"), [], "what is disabled did as a screen reader said")
         desktop.shortcut("w")
         self.wait_closed()
 

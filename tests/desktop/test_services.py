@@ -38,7 +38,7 @@ class Section(DesktopCase):
     @staticmethod
     def wait_enabled(home, name):
         return wait_for(
-            lambda: next((node for node in home.all("push button", name) if node.has("enabled")), None),
+            lambda: next((node for node in home.all("push button", name) if node.is_usable), None),
             f"the button {name!r} in {home}",
         )
 

@@ -26,7 +26,7 @@ struct ServicePage {
 constexpr ServicePage pages[] = {
     {CloudService::groq, "Turns speech into text, and polishes it", "console.groq.com/keys"},
     {CloudService::gemini, "Polishes text and answers questions", "aistudio.google.com/apikey"},
-    {CloudService::deepgram, "Turns speech into text", "console.deepgram.com"},
+    {CloudService::deepgram, "Turns speech into text where Fenlo's own service chooses it", "console.deepgram.com"},
     {CloudService::grok, "Turns speech into text, with \"Algo 8.1\"", "console.x.ai"},
 };
 

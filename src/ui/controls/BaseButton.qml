@@ -19,7 +19,9 @@ Button {
     font.family: Theme.family
     font.pixelSize: Theme.textSize
     Accessible.name: text
-    Accessible.onPressAction: control.clicked()
+    // This Qt tells screen readers of no control that it is disabled, and hands their actions on all the same.
+    Accessible.description: enabled ? "" : "Not available now"
+    Accessible.onPressAction: if (control.enabled) control.clicked()
     Keys.onReturnPressed: control.clicked()
     Keys.onEnterPressed: control.clicked()
 

@@ -16,11 +16,18 @@ CheckBox {
     implicitHeight: Math.round(Theme.textSize * 2.2)
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     onToggled: decide()
-    Keys.onReturnPressed: { control.toggle(); control.decide() }
+    Keys.onReturnPressed: act()
     Accessible.name: text
-    Accessible.onPressAction: { control.toggle(); control.decide() }
-    Accessible.onToggleAction: { control.toggle(); control.decide() }
+    Accessible.onPressAction: act()
+    Accessible.onToggleAction: act()
 
+    // Screen readers' actions come to disabled controls too.
+    function act() {
+        if (!control.enabled)
+            return
+        control.toggle()
+        control.decide()
+    }
     // The model may refuse: what is shown is then its value again.
     function decide() {
         const wanted = control.checked

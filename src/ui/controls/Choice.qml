@@ -25,8 +25,8 @@ ComboBox {
     font.pixelSize: Theme.textSize
     leftPadding: Theme.unit * 1.5
     Accessible.name: name
-    Accessible.description: displayText
-    Accessible.onPressAction: control.popup.open()
+    Accessible.description: enabled ? displayText : displayText + ", not available now"
+    Accessible.onPressAction: if (control.enabled) control.popup.open()
     Keys.onReturnPressed: control.popup.open()
     onActivated: index => {
         control.chosen(String(control.valueAt(index)))

@@ -16,10 +16,17 @@ Switch {
     opacity: enabled ? 1 : 0.45
     onToggled: decide()
     onValueChanged: checked = value
-    Accessible.onToggleAction: { control.toggle(); control.decide() }
-    Accessible.onPressAction: { control.toggle(); control.decide() }
-    Keys.onReturnPressed: { control.toggle(); control.decide() }
+    Accessible.onToggleAction: act()
+    Accessible.onPressAction: act()
+    Keys.onReturnPressed: act()
 
+    // Screen readers' actions come to disabled controls too.
+    function act() {
+        if (!control.enabled)
+            return
+        control.toggle()
+        control.decide()
+    }
     // The model may refuse: what is shown is then its value again.
     function decide() {
         const wanted = control.checked

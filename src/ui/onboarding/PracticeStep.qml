@@ -19,10 +19,21 @@ StepPage {
         spacing: Theme.unit * 2
         Layout.fillWidth: true
 
-        KeyCap {
-            text: step.start.hotkey
-            pressed: step.practice.isKeyPressed
+        RowLayout { // one row, so that a small screen has room for the words
+            spacing: Theme.unit * 2
             Layout.alignment: Qt.AlignHCenter
+
+            KeyCap {
+                text: step.start.hotkey
+                pressed: step.practice.isKeyPressed
+            }
+            LinkButton {
+                id: withoutKey
+
+                text: step.practice.isKeyPressed ? "Stop" : "Start Without the Key"
+                enabled: !step.practice.isProcessing
+                onClicked: step.practice.toggle()
+            }
         }
         LevelMeter {
             level: step.practice.level
@@ -65,14 +76,6 @@ StepPage {
         Notice {
             kind: "warning"
             text: step.practice.reason
-        }
-        LinkButton {
-            id: withoutKey
-
-            text: step.practice.isKeyPressed ? "Stop" : "Start Without the Key"
-            enabled: !step.practice.isProcessing
-            Layout.alignment: Qt.AlignHCenter
-            onClicked: step.practice.toggle()
         }
     }
 }

@@ -50,8 +50,13 @@ class Node:
         return rectangle.x, rectangle.y, rectangle.width, rectangle.height
 
     def has(self, state):
-        """Whether it has a state of this name, such as "checked", "focused", "enabled", "selected" or "showing"."""
+        """Whether it has a state of this name, such as "checked", "focused", "selected" or "showing"."""
         return _ask(lambda: self._it.get_state_set().contains(getattr(Atspi.StateType, state.upper())), False)
+
+    @property
+    def is_usable(self):
+        """Whether it can be pressed now. The state "enabled" does not tell, so the description does."""
+        return not self.description.lower().endswith("not available now")
 
     def press(self):
         """Its action, as a screen reader carries it out."""
@@ -100,7 +105,9 @@ class Node:
         wait_for(lambda: not self.all(role, name), f"{role} {name!r} to go")
 
     def press_button(self, name):
-        self.find("push button", name).press()
+        button = self.find("push button", name)
+        wait_for(lambda: button.is_usable, f"the button {name!r}")
+        button.press()
 
     def choose(self, name, label):
         """Chooses the entry with this label in the combo box of this name, with the keyboard."""
