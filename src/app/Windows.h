@@ -1,5 +1,6 @@
 #pragma once
 
+#include "meeting/MeetingTab.h"
 #include "shell/home/AboutModel.h"
 #include "shell/home/DashboardModel.h"
 #include "shell/home/HistoryModel.h"
@@ -49,6 +50,9 @@ struct WindowServices {
     HttpClient& http;
     SecureStore& secrets;
     ServiceKeys& serviceKeys;
+    MeetingModeController& meetings;
+    std::function<void()> startMeeting; // may refuse
+    std::function<void()> stopMeeting;
     std::function<std::optional<float>()> takeLevel; // 0 to 1; nothing while no take is recorded
 };
 
@@ -63,6 +67,7 @@ struct Windows {
     HotkeyTest hotkeyTest;
     SnippetsModel snippets;
     DashboardModel dashboard;
+    MeetingTab meeting;
     HistoryModel history;
     VoiceProfileModel voice;
     AboutModel about;

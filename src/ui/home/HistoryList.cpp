@@ -1,7 +1,6 @@
 #include "ui/home/HistoryList.h"
 
-#include <QFileDialog>
-#include <QStandardPaths>
+#include "ui/parts/SaveDialog.h"
 
 namespace fenlo {
 
@@ -184,20 +183,8 @@ void HistoryList::answerNotice() {
 }
 
 void HistoryList::exportAs(const QString& ending, QWindow* above) {
-    auto* dialog = new QFileDialog(nullptr, "Export the History",
-                                   QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setAcceptMode(QFileDialog::AcceptSave);
-    dialog->setNameFilter(filterOf(ending));
-    dialog->setDefaultSuffix(ending);
-    dialog->selectFile(shown(m_model.exportName(ending.toStdString())));
-    dialog->winId(); // makes its window
-    dialog->windowHandle()->setTransientParent(above);
-    connect(dialog, &QFileDialog::fileSelected, this,
-            [this](const QString& file) { m_model.exportTo(file.toStdString()); });
-    connect(this, &QObject::destroyed, dialog, &QWidget::close);
-    dialog->setModal(true);
-    dialog->show();
+    askWhereToSave({"Export the History", filterOf(ending), ending, shown(m_model.exportName(ending.toStdString()))},
+                   above, this, [this](const std::string& file) { m_model.exportTo(file); });
 }
 
 } // namespace fenlo

@@ -8,6 +8,7 @@
 #include "ui/home/SettingsAdapter.h"
 #include "ui/home/SnippetList.h"
 #include "ui/home/VoiceProfileAdapter.h"
+#include "ui/meeting/MeetingAdapter.h"
 #include "ui/parts/MicrophoneChoice.h"
 #include "ui/parts/ModelList.h"
 #include "ui/parts/OfflineMode.h"
@@ -31,24 +32,27 @@ constexpr std::chrono::seconds lastWorkers{3};
 struct HomeWindow::Open {
     Open(const HomeModels& models, Appearance& appearance, const std::function<void()>& readPassage,
          std::function<void()> closed)
-        : dashboard(models.dashboard), history(models.history), settings(models.settings, models.hotkeyTest),
-          snippets(models.snippets), voice(models.voice, readPassage), about(models.about),
-          serviceKeys(models.serviceKeys), offline(models.settings), offlineModels(models.offlineModels),
-          microphone(models.microphone), window("Home/HomeWindow.qml",
-                                                {{"appearance", QVariant::fromValue(&appearance)},
-                                                 {"dashboard", QVariant::fromValue(&dashboard)},
-                                                 {"history", QVariant::fromValue(&history)},
-                                                 {"settings", QVariant::fromValue(&settings)},
-                                                 {"snippets", QVariant::fromValue(&snippets)},
-                                                 {"voice", QVariant::fromValue(&voice)},
-                                                 {"about", QVariant::fromValue(&about)},
-                                                 {"serviceKeys", QVariant::fromValue(&serviceKeys)},
-                                                 {"offline", QVariant::fromValue(&offline)},
-                                                 {"offlineModels", QVariant::fromValue(&offlineModels)},
-                                                 {"microphone", QVariant::fromValue(&microphone)}},
-                                                std::move(closed)) {}
+        : dashboard(models.dashboard), meeting(models.meeting), history(models.history),
+          settings(models.settings, models.hotkeyTest), snippets(models.snippets), voice(models.voice, readPassage),
+          about(models.about), serviceKeys(models.serviceKeys), offline(models.settings),
+          offlineModels(models.offlineModels), microphone(models.microphone),
+          window("Home/HomeWindow.qml",
+                 {{"appearance", QVariant::fromValue(&appearance)},
+                  {"dashboard", QVariant::fromValue(&dashboard)},
+                  {"meeting", QVariant::fromValue(&meeting)},
+                  {"history", QVariant::fromValue(&history)},
+                  {"settings", QVariant::fromValue(&settings)},
+                  {"snippets", QVariant::fromValue(&snippets)},
+                  {"voice", QVariant::fromValue(&voice)},
+                  {"about", QVariant::fromValue(&about)},
+                  {"serviceKeys", QVariant::fromValue(&serviceKeys)},
+                  {"offline", QVariant::fromValue(&offline)},
+                  {"offlineModels", QVariant::fromValue(&offlineModels)},
+                  {"microphone", QVariant::fromValue(&microphone)}},
+                 std::move(closed)) {}
 
     DashboardAdapter dashboard;
+    MeetingAdapter meeting;
     HistoryList history;
     SettingsAdapter settings;
     SnippetList snippets;

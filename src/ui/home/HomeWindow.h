@@ -11,6 +11,7 @@ class DashboardModel;
 class HistoryModel;
 class HomeViewModel;
 class HotkeyTest;
+class MeetingTab;
 class MicrophoneModel;
 class OfflineModels;
 class ServiceKeysModel;
@@ -23,6 +24,7 @@ enum class HomeTab { dashboard = 0, meeting = 1, history = 4, settings = 5 };
 /// What the home window's pages show. All outlive the window.
 struct HomeModels {
     DashboardModel& dashboard;
+    MeetingTab& meeting;
     HistoryModel& history;
     HomeViewModel& settings;
     HotkeyTest& hotkeyTest;

@@ -5,6 +5,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Fenlo.Controls
 import Fenlo.Home
+import Fenlo.Meeting
 import Fenlo.Parts
 
 ApplicationWindow {
@@ -12,6 +13,7 @@ ApplicationWindow {
 
     required property Appearance appearance
     required property DashboardAdapter dashboard
+    required property MeetingAdapter meeting
     required property HistoryList history
     required property SettingsAdapter settings
     required property SnippetList snippets
@@ -25,6 +27,7 @@ ApplicationWindow {
 
     readonly property var tabs: [
         { number: 0, title: "Dashboard", file: "DashboardTab.qml", properties: { dashboard: window.dashboard } },
+        { number: 1, title: "Meeting", file: "../Meeting/MeetingTab.qml", properties: { meeting: window.meeting } },
         { number: 4, title: "History", file: "HistoryTab.qml", properties: { history: window.history } },
         {
             number: 5, title: "Settings", file: "SettingsTab.qml",
@@ -134,6 +137,17 @@ ApplicationWindow {
             Layout.fillHeight: true
             focus: true
             onWantedChanged: setSource(wanted.file, wanted.properties)
+        }
+        Connections {
+            target: content.item
+            ignoreUnknownSignals: true
+
+            function onSettingsWanted(section) {
+                window.tab = 5
+                const settings = content.item as SettingsTab
+                if (settings)
+                    settings.show(section)
+            }
         }
     }
 }

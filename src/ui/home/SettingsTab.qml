@@ -37,6 +37,10 @@ FocusScope {
         { title: "About", file: "AboutSettings.qml", properties: { about: tab.about } },
     ]
 
+    function show(title) {
+        list.currentIndex = Math.max(0, sections.findIndex(section => section.title === title))
+    }
+
     RowLayout {
         anchors.fill: parent
         spacing: 0

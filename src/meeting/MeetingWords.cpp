@@ -1,0 +1,21 @@
+#include "meeting/MeetingWords.h"
+
+namespace fenlo {
+
+std::string counted(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string meetingTitle(const PastMeeting& meeting) {
+    if (!meeting.subject.empty())
+        return meeting.subject;
+    if (meeting.enhancedNotes && !meeting.enhancedNotes->title.empty())
+        return meeting.enhancedNotes->title;
+    return meeting.mode == MeetingMode::transcription ? "Transcription" : "Meeting";
+}
+
+std::string fullTranscriptTitle(std::size_t segments) {
+    return "Full Transcript (" + counted(segments, "segment") + ")";
+}
+
+} // namespace fenlo

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "meeting/Meeting.h"
+
+#include <string>
+
+/// What the meeting screens say in more than one place.
+namespace fenlo {
+
+/// "12 segments", "1 speaker".
+std::string counted(std::size_t count, const std::string& noun);
+
+/// The subject; where there is none the title of the notes, or a word for it.
+std::string meetingTitle(const PastMeeting& meeting);
+
+/// "Full Transcript (12 segments)".
+std::string fullTranscriptTitle(std::size_t segments);
+
+} // namespace fenlo

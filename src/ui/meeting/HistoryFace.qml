@@ -1,0 +1,147 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Fenlo.Controls
+import Fenlo.Meeting
+
+/// All meetings of the archive: to look through, search, open and delete.
+FocusScope {
+    id: face
+
+    required property MeetingAdapter meeting
+
+    property string doomed: "" // the meeting that the question is about
+
+    Shortcut { sequences: ["Ctrl+F"]; onActivated: search.forceActiveFocus(Qt.ShortcutFocusReason) }
+    Keys.onEscapePressed: face.meeting.showMeetingHistory = false
+
+    function ask(id) {
+        doomed = id
+        question.open()
+    }
+
+    ColumnLayout {
+        anchors { top: parent.top; bottom: parent.bottom; horizontalCenter: parent.horizontalCenter; topMargin: Theme.unit * 2 }
+        width: Math.min(parent.width - 4 * Theme.unit, Theme.textSize * 55)
+        spacing: Theme.unit * 1.5
+
+        RowLayout {
+            spacing: Theme.unit
+            Layout.fillWidth: true
+
+            IconButton {
+                name: "Back"
+                sign: "‹"
+                font.pixelSize: Theme.titleSize
+                onClicked: face.meeting.showMeetingHistory = false
+            }
+            Heading {
+                text: "Meeting History"
+                Layout.fillWidth: true
+            }
+        }
+        RowLayout {
+            visible: list.count > 0 || face.meeting.searchQuery !== ""
+            spacing: Theme.unit
+            Layout.fillWidth: true
+
+            Field {
+                id: search
+
+                name: "Search meetings"
+                placeholderText: "Search meetings..."
+                text: face.meeting.searchQuery
+                Layout.fillWidth: true
+                onTextEdited: face.meeting.searchQuery = text
+                Keys.onEscapePressed: event => {
+                    event.accepted = text !== ""
+                    face.meeting.searchQuery = ""
+                }
+                Keys.onDownPressed: list.forceActiveFocus(Qt.TabFocusReason)
+                Keys.onReturnPressed: list.forceActiveFocus(Qt.TabFocusReason)
+            }
+            IconButton {
+                name: "Clear the search"
+                sign: "✕"
+                visible: face.meeting.searchQuery !== ""
+                onClicked: {
+                    face.meeting.searchQuery = ""
+                    search.forceActiveFocus(Qt.TabFocusReason)
+                }
+            }
+        }
+        Item {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+
+            ListView {
+                id: list
+
+                readonly property int page: Math.max(1, Math.floor(height / (Theme.textSize * 4)))
+
+                anchors.fill: parent
+                model: face.meeting.history
+                clip: true
+                reuseItems: true
+                focus: true
+                activeFocusOnTab: true
+                keyNavigationEnabled: true
+                boundsBehavior: Flickable.StopAtBounds
+                highlightMoveDuration: 0
+                ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+                Accessible.role: Accessible.List
+                Accessible.name: "Meetings"
+
+                function go(row) {
+                    currentIndex = Math.max(0, Math.min(count - 1, row))
+                    positionViewAtIndex(currentIndex, ListView.Contain)
+                }
+
+                Keys.onPressed: event => {
+                    const it = currentItem as MeetingRow
+                    event.accepted = true
+                    if (event.key === Qt.Key_Home)
+                        go(0)
+                    else if (event.key === Qt.Key_End)
+                        go(count - 1)
+                    else if (event.key === Qt.Key_PageUp)
+                        go(currentIndex - page)
+                    else if (event.key === Qt.Key_PageDown)
+                        go(currentIndex + page)
+                    else if (it && (event.key === Qt.Key_Return || event.key === Qt.Key_Enter || event.key === Qt.Key_Space))
+                        face.meeting.select(it.meetingId)
+                    else if (it && event.key === Qt.Key_Delete)
+                        face.ask(it.meetingId)
+                    else
+                        event.accepted = false
+                }
+
+                delegate: MeetingRow {
+                    canDelete: true
+                    onPicked: face.meeting.select(meetingId)
+                    onDeleteWanted: {
+                        list.currentIndex = index
+                        face.ask(meetingId)
+                    }
+                }
+            }
+            EmptyState {
+                anchors.centerIn: parent
+                visible: list.count === 0
+                title: face.meeting.historyTitle
+                text: face.meeting.historyText
+            }
+        }
+    }
+    QuestionDialog {
+        id: question
+
+        title: "Delete this meeting?"
+        explanation: face.doomed === "" ? "" : face.meeting.deletionText(face.doomed)
+        verb: "Delete Meeting"
+        onAccepted: face.meeting.deletePastMeeting(face.doomed)
+        onClosed: list.forceActiveFocus(Qt.PopupFocusReason)
+    }
+}

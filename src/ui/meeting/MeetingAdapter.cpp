@@ -1,0 +1,200 @@
+#include "ui/meeting/MeetingAdapter.h"
+
+#include "ui/meeting/MarkdownDialog.h"
+
+namespace fenlo {
+
+namespace {
+
+QString meetingText(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+} // namespace
+
+MeetingAdapter::MeetingAdapter(MeetingTab& tab)
+    : m_tab(tab), m_past(tab), m_recent(tab.controller(), [&tab] { return tab.recentMeetings(); }),
+      m_history(tab.controller(), [&tab] { return tab.controller().filteredPastMeetings(); }),
+      m_tabChanged(tab.watch([this] { follow(); })),
+      m_levelChanged(tab.controller().watchLevel([this] { Q_EMIT ticked(); })) {
+    m_transcript.show(&tab.transcript());
+    follow();
+}
+
+/// Rows that are as they were keep their place and the keyboard.
+void MeetingAdapter::follow() {
+    QVariantList troubles;
+    for (const MeetingNotice& trouble : m_tab.troubles())
+        troubles.append(shownNotice(trouble));
+    const QVariantList notes = shownSections(m_tab.notes());
+    const QStringList recipients = shownTexts(m_tab.controller().additionalRecipients());
+    if (troubles != m_troubles || notes != m_notes || recipients != m_recipients) {
+        m_troubles = troubles;
+        m_notes = notes;
+        m_recipients = recipients;
+        Q_EMIT listed();
+    }
+    Q_EMIT changed();
+}
+
+MeetingAdapter::Face MeetingAdapter::face() const {
+    switch (m_tab.face()) {
+    case MeetingTab::Face::history:
+        return Face::History;
+    case MeetingTab::Face::active:
+        return Face::Active;
+    case MeetingTab::Face::ended:
+        return Face::Ended;
+    case MeetingTab::Face::pastMeeting:
+        return Face::PastMeeting;
+    case MeetingTab::Face::setUp:
+        break;
+    }
+    return Face::SetUp;
+}
+
+void MeetingAdapter::setTranscription(bool on) {
+    m_tab.controller().setMeetingMode(on ? MeetingMode::transcription : MeetingMode::meeting);
+}
+
+QString MeetingAdapter::subject() const {
+    return meetingText(m_tab.controller().subject());
+}
+
+void MeetingAdapter::setSubject(const QString& subject) {
+    m_tab.controller().setSubject(subject.toStdString());
+}
+
+QVariantList MeetingAdapter::templates() {
+    QVariantList all;
+    for (const MeetingTemplate kind : meetingTemplates)
+        all.append(QVariantMap{{"value", meetingText(rawValue(kind))}, {"label", meetingText(displayName(kind))}});
+    return all;
+}
+
+QString MeetingAdapter::meetingTemplate() const {
+    return meetingText(rawValue(m_tab.controller().meetingTemplate()));
+}
+
+void MeetingAdapter::setMeetingTemplate(const QString& word) {
+    if (const auto kind = meetingTemplateOf(word.toStdString()))
+        m_tab.controller().setMeetingTemplate(*kind);
+}
+
+QString MeetingAdapter::startCaption() const {
+    return meetingText(m_tab.startCaption());
+}
+
+QString MeetingAdapter::stopCaption() const {
+    return meetingText(m_tab.stopCaption());
+}
+
+QString MeetingAdapter::languageModelHint() const {
+    return meetingText(m_tab.languageModelHint());
+}
+
+QString MeetingAdapter::searchQuery() const {
+    return meetingText(m_tab.controller().searchQuery());
+}
+
+void MeetingAdapter::setSearchQuery(const QString& query) {
+    m_tab.controller().setSearchQuery(query.toStdString());
+}
+
+QString MeetingAdapter::historyTitle() const {
+    return meetingText(m_tab.historyTitle());
+}
+
+QString MeetingAdapter::historyText() const {
+    return meetingText(m_tab.historyText());
+}
+
+QString MeetingAdapter::activeTitle() const {
+    return meetingText(m_tab.activeTitle());
+}
+
+QString MeetingAdapter::elapsed() const {
+    return meetingText(m_tab.controller().elapsedFormatted());
+}
+
+QString MeetingAdapter::countText() const {
+    return meetingText(m_tab.countText());
+}
+
+QString MeetingAdapter::hint() const {
+    return meetingText(m_tab.hint());
+}
+
+QString MeetingAdapter::userNotes() const {
+    return meetingText(m_tab.controller().userNotes());
+}
+
+void MeetingAdapter::setUserNotes(const QString& notes) {
+    m_tab.controller().setUserNotes(notes.toStdString());
+}
+
+QString MeetingAdapter::endedTitle() const {
+    return meetingText(m_tab.endedTitle());
+}
+
+QString MeetingAdapter::notesTitle() const {
+    return meetingText(m_tab.notesTitle());
+}
+
+QString MeetingAdapter::transcriptTitle() const {
+    return meetingText(m_tab.transcriptTitle());
+}
+
+QString MeetingAdapter::refinePrompt() const {
+    return meetingText(m_tab.refinePrompt());
+}
+
+QString MeetingAdapter::autoSendText() const {
+    return meetingText(m_tab.autoSendText());
+}
+
+QString MeetingAdapter::emailCaption() const {
+    return meetingText(fenlo::emailCaption(m_tab.reviewEmailStatus(), isTranscription() ? "Email" : "Email Now"));
+}
+
+QString MeetingAdapter::primaryRecipient() const {
+    return meetingText(m_tab.controller().primaryRecipient());
+}
+
+QString MeetingAdapter::recipientsText() const {
+    return meetingText(
+        fenlo::recipientsText(m_tab.controller().primaryRecipient(), m_tab.controller().additionalRecipients().size()));
+}
+
+QString MeetingAdapter::newRecipient() const {
+    return meetingText(m_tab.newRecipient());
+}
+
+QString MeetingAdapter::deletionText(const QString& id) const {
+    return meetingText(m_tab.deletionText(id.toStdString()));
+}
+
+void MeetingAdapter::editSpeaker(int row) {
+    if (row >= 0)
+        m_tab.editSpeaker(static_cast<std::size_t>(row));
+}
+
+void MeetingAdapter::nameSpeaker(const QString& name) {
+    m_tab.setEditingSpeakerName(name.toStdString());
+    m_tab.commitSpeakerName();
+}
+
+void MeetingAdapter::toggleStar(int row) {
+    if (row >= 0)
+        m_tab.toggleStar(static_cast<std::size_t>(row));
+}
+
+void MeetingAdapter::exportTo(QWindow* above) {
+    askForMarkdown(above, this, [this](const std::string& file) { m_tab.exportTo(file); });
+}
+
+void MeetingAdapter::removeRecipient(const QString& address) {
+    m_tab.controller().removeRecipient(address.toStdString());
+}
+
+} // namespace fenlo

@@ -1,0 +1,172 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import Fenlo.Controls
+import Fenlo.Meeting
+
+/// A meeting of the archive: its notes, its transcript, and what can be done with them.
+Page {
+    id: face
+
+    required property MeetingAdapter meeting
+    signal settingsWanted(string section)
+
+    readonly property PastMeetingAdapter past: meeting.past
+
+    Keys.onEscapePressed: face.past.back()
+
+    RowLayout {
+        spacing: Theme.unit
+        Layout.fillWidth: true
+
+        IconButton {
+            name: "Back"
+            sign: "‹"
+            font.pixelSize: Theme.titleSize
+            focus: true
+            Layout.alignment: Qt.AlignTop
+            onClicked: face.past.back()
+        }
+        ColumnLayout {
+            spacing: 2
+            Layout.fillWidth: true
+
+            Heading {
+                text: face.past.title
+                textFormat: Text.PlainText
+                Layout.fillWidth: true
+            }
+            Note {
+                text: face.past.details
+                Layout.fillWidth: true
+            }
+        }
+    }
+    Notice {
+        kind: face.past.notice.kind
+        text: face.past.notice.text
+    }
+    ColumnLayout {
+        spacing: Theme.unit
+        Layout.fillWidth: true
+
+        Flow {
+            spacing: Theme.unit
+            Layout.fillWidth: true
+
+            PlainButton {
+                text: face.past.emailCaption
+                enabled: !face.past.isSending
+                onClicked: face.past.email()
+            }
+            PlainButton {
+                text: "Export .md"
+                onClicked: face.past.exportTo(face.Window.window)
+            }
+            PlainButton {
+                text: "Delete…"
+                ink: Theme.danger
+                Accessible.name: "Delete meeting"
+                onClicked: question.open()
+            }
+        }
+        RecipientsView {
+            caption: face.past.recipientsText
+            primary: face.meeting.primaryRecipient
+            addresses: face.past.extraRecipients
+            typed: face.past.newRecipient
+            isOpen: face.past.showRecipients
+            onToggled: face.past.showRecipients = !face.past.showRecipients
+            onEdited: text => face.past.newRecipient = text
+            onAdded: face.past.addRecipient()
+            onRemoved: address => face.past.removeRecipient(address)
+        }
+    }
+    FormGroup {
+        visible: face.past.canSummarize
+
+        FormRow {
+            title: face.past.showSummarizePrompt ? "Anything specific to focus on?" : "Summarize Meeting"
+            hint: face.past.showSummarizePrompt ? "" : "AI will generate key decisions, action items, and more"
+            stacked: face.past.showSummarizePrompt
+
+            PrimaryButton {
+                text: "Summarize Meeting"
+                visible: !face.past.showSummarizePrompt
+                onClicked: {
+                    face.past.showSummarizePrompt = true
+                    focusField.forceActiveFocus(Qt.TabFocusReason)
+                }
+            }
+            Flow {
+                visible: face.past.showSummarizePrompt
+                spacing: Theme.unit
+                Layout.fillWidth: true
+
+                Field {
+                    id: focusField
+
+                    name: "Anything specific to focus on?"
+                    placeholderText: "e.g. \"action items only\", \"client feedback\""
+                    text: face.past.focusInstruction
+                    width: Math.min(parent.width, Theme.textSize * 26)
+                    onTextEdited: face.past.focusInstruction = text
+                    onAccepted: face.past.summarize()
+                    Keys.onEscapePressed: face.past.showSummarizePrompt = false
+                }
+                PrimaryButton {
+                    text: face.past.summarizeCaption
+                    onClicked: face.past.summarize()
+                }
+                PlainButton {
+                    text: "Cancel"
+                    onClicked: face.past.showSummarizePrompt = false
+                }
+            }
+        }
+    }
+    Notice {
+        text: face.past.canSummarize ? face.meeting.languageModelHint : ""
+        action: "Open Settings"
+        onActed: face.settingsWanted("Services")
+    }
+    Busy {
+        text: face.past.isGenerating ? "Generating summary..." : ""
+    }
+    Rectangle {
+        visible: face.past.notes.length > 0
+        color: Theme.card
+        radius: Theme.cardRadius
+        border.color: Theme.line
+        implicitHeight: notes.implicitHeight + Theme.unit * 5
+        Layout.fillWidth: true
+
+        NotesView {
+            id: notes
+
+            x: Theme.unit * 2.5
+            y: Theme.unit * 2.5
+            width: parent.width - 2 * x
+            title: face.past.notesTitle
+            sections: face.past.notes
+        }
+    }
+    UserNotesView {
+        notes: face.past.userNotes
+    }
+    TranscriptFold {
+        transcript: face.past.transcript
+        title: face.past.transcriptTitle
+        isOpen: face.past.showTranscript
+        onToggled: face.past.showTranscript = !face.past.showTranscript
+    }
+    QuestionDialog {
+        id: question
+
+        title: "Delete this meeting?"
+        explanation: face.meeting.deletionText(face.past.meetingId)
+        verb: "Delete Meeting"
+        onAccepted: face.past.remove()
+    }
+}
