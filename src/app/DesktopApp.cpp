@@ -159,8 +159,11 @@ Practice::Steps practiceSteps(TakeServices& services) {
     };
 }
 
-void addMeetings(MeetingModeController& meetings, MeetingControl& control, AppHooks& hooks) {
-    meetings.onRecovered = [&] { control.tellRecovered(); };
+void addMeetings(MeetingModeController& meetings, MeetingControl& control, MeetingTab& tab, AppHooks& hooks) {
+    meetings.onRecovered = [&] {
+        control.tellRecovered();
+        tab.tellRecovered();
+    };
     hooks.isMeetingActive = [&] { return meetings.isActive(); };
     hooks.stopMeeting = [&] { control.stop(); };
     hooks.clearMeeting = [&] { control.clearEnded(); };
@@ -251,9 +254,12 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
          .http = platform.http,
          .secrets = platform.secrets,
          .serviceKeys = services.keys,
+         .meetings = meetings.controller,
+         .startMeeting = [&] { meetingControl.start(); },
+         .stopMeeting = [&] { meetingControl.stop(); },
          .takeLevel = [&] { return recorder.isRecording() ? std::optional(recorder.currentRMS()) : std::nullopt; }});
     AppHooks hooks = appHooks(mainQueue, services, windows, deployment);
-    addMeetings(meetings.controller, meetingControl, hooks);
+    addMeetings(meetings.controller, meetingControl, windows.meeting, hooks);
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
                          std::move(hooks));
