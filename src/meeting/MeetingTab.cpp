@@ -258,10 +258,13 @@ std::vector<NotesSection> MeetingTab::notes() const {
 MeetingTab::Notice MeetingTab::missingNotes() const {
     if (m_controller.enhancedNotes() || m_controller.isEnhancing() || m_controller.notesFault().empty())
         return {};
-    const std::string action = !m_hasLanguageModel.value_or(true) ? "Open Settings"
-                               : m_controller.sessionFile()       ? "Open Meeting"
-                                                                  : "";
+    const bool asksForSettings = m_controller.notesFault().find("Settings, ") != std::string::npos;
+    const std::string action = asksForSettings ? "Open Settings" : m_controller.sessionFile() ? "Open Meeting" : "";
     return {Notice::Kind::warning, m_controller.notesFault(), action};
+}
+
+std::string MeetingTab::settingsSection() const {
+    return m_controller.notesFault().find("Settings, Offline") == std::string::npos ? "Services" : "Offline";
 }
 
 void MeetingTab::openSession() {

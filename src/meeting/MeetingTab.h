@@ -109,6 +109,8 @@ public:
     std::vector<NotesSection> notes() const;
     /// Why an ended meeting has no notes; empty while they may still come.
     Notice missingNotes() const;
+    /// The section of the settings that would help.
+    std::string settingsSection() const;
     bool showTranscript() const { return m_showTranscript; }
     void setShowTranscript(bool show);
     std::string transcriptTitle() const; // "Full Transcript (12 segments)"

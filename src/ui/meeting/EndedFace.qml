@@ -82,7 +82,7 @@ Page {
         kind: face.meeting.missingNotes.kind
         text: face.meeting.missingNotes.text
         action: face.meeting.missingNotes.action
-        onActed: action === "Open Settings" ? face.settingsWanted("Services") : face.meeting.openSession()
+        onActed: action === "Open Settings" ? face.settingsWanted(face.meeting.settingsSection) : face.meeting.openSession()
     }
     Busy {
         text: face.meeting.isEnhancing ? "Generating meeting notes..." : ""

@@ -137,6 +137,10 @@ QString MeetingAdapter::endedTitle() const {
     return meetingText(m_tab.endedTitle());
 }
 
+QString MeetingAdapter::settingsSection() const {
+    return meetingText(m_tab.settingsSection());
+}
+
 QString MeetingAdapter::notesTitle() const {
     return meetingText(m_tab.notesTitle());
 }

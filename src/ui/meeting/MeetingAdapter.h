@@ -50,6 +50,7 @@ class MeetingAdapter final : public QObject {
     Q_PROPERTY(QString endedTitle READ endedTitle NOTIFY changed)
     Q_PROPERTY(bool isEnhancing READ isEnhancing NOTIFY changed)
     Q_PROPERTY(QVariantMap missingNotes READ missingNotes NOTIFY changed)
+    Q_PROPERTY(QString settingsSection READ settingsSection NOTIFY changed)
     Q_PROPERTY(QString notesTitle READ notesTitle NOTIFY changed)
     Q_PROPERTY(bool hasNotes READ hasNotes NOTIFY changed)
     Q_PROPERTY(QVariantList notes READ notes NOTIFY listed)
@@ -112,6 +113,7 @@ public:
     QString endedTitle() const;
     bool isEnhancing() const { return m_tab.controller().isEnhancing(); }
     QVariantMap missingNotes() const { return shownNotice(m_tab.missingNotes()); }
+    QString settingsSection() const;
     QString notesTitle() const;
     bool hasNotes() const { return m_tab.controller().enhancedNotes().has_value(); }
     QVariantList notes() const { return m_notes; }
