@@ -292,7 +292,10 @@ void MeetingRun::file() {
          filed = m_lifetime.bind([this, wasSettled = isSettled()](std::optional<std::string> place, bool isWritten) {
              this->filed(std::move(place), isWritten, wasSettled);
          })](std::stop_token) mutable {
+            const bool wasFiled = id.has_value();
             const bool isWritten = !isNeeded || write(archive, record, id);
+            if (!wasFiled && id) // where the folder stays, a next start must not file the meeting once more
+                hearing->folder->noteSaved(*id, record.elapsedFormatted);
             if (isWritten && !keepsFolder)
                 hearing->folder->complete();
             queue.post([filed = std::move(filed), id = std::move(id), isWritten]() mutable {

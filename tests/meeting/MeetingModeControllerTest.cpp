@@ -251,6 +251,24 @@ TEST_F(MeetingSession, QuitKeepsTheLastChunkForTheNextStart) {
     EXPECT_TRUE(contains(text, "Late words of 1"));
 }
 
+TEST_F(MeetingSession, RecoveryThatIsCutShortFilesTheMeetingOnce) {
+    start();
+    sentence();
+    fail({1});
+    sentence();
+    restart();
+    meetings->recoverMeetings();
+    work();
+    EXPECT_TRUE(contains(filed(), "chunk 0"));
+    EXPECT_EQ(unfinished(), 1U);
+    restart();
+    failing.clear();
+    meetings->recoverMeetings();
+    work();
+    EXPECT_TRUE(contains(filed(), "chunk 1"));
+    EXPECT_EQ(unfinished(), 0U);
+}
+
 TEST_F(MeetingSession, SecondMeetingLeavesTheFirstItsLateWords) {
     fail({1});
     meetings->setSubject("First");

@@ -10,6 +10,7 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <thread>
 
 using namespace fenlo;
 namespace fs = std::filesystem;
@@ -220,6 +221,38 @@ TEST_F(Running, AStartFinishesWhatWasLeftBehindInTheSameFile) {
     EXPECT_EQ(meetings[0].segments.size(), 2u);
     EXPECT_EQ(meetings[0].duration, "1:30");
     EXPECT_EQ(meetings[0].enhancedNotes->keyDecisions, (std::vector<std::string>{"Kept"}));
+}
+
+TEST_F(Running, WorkersAndTheMainThreadWriteAtTheSameTime) {
+    constexpr int workers = 4, chunks = 25;
+    {
+        ThreadBackground threads;
+        RunningMeeting meeting(folder.path, record, threads);
+        std::vector<std::jthread> running;
+        for (int worker = 0; worker < workers; ++worker)
+            running.emplace_back([&meeting, worker] {
+                for (int i = worker * chunks; i < (worker + 1) * chunks; ++i) {
+                    meeting.keepChunk(cut(i, i), sound(50));
+                    meeting.failChunk(i);
+                    if (i % 5 != 0)
+                        meeting.finishChunk(words(i, i, std::string(200, 'x')));
+                }
+            });
+        for (int i = 0; i < 50; ++i) {
+            record.userNotes += "word ";
+            meeting.noteState(record);
+            meeting.waiting();
+        }
+        running.clear();
+        threads.stop();
+        EXPECT_EQ(meeting.trouble(), "");
+    }
+    const Meetings left = afterKill();
+    ASSERT_EQ(left.size(), 1u);
+    EXPECT_EQ(left[0]->record().segments.size(), 80u);
+    EXPECT_EQ(left[0]->waiting().size(), 20u);
+    EXPECT_EQ(left[0]->waiting().back().failures, 1);
+    EXPECT_EQ(left[0]->record().userNotes, record.userNotes) << "the latest";
 }
 
 TEST_F(Running, AFullDiskIsToldAndTheMeetingGoesOn) {
