@@ -51,6 +51,8 @@ class LoginManager:
 
     def close(self):
         self._end(self._process)
+        self._process.stdin.close()
+        self._process.stdout.close()
 
     def _order(self, word):
         self._process.stdin.write(word + "\n")
