@@ -26,7 +26,7 @@ bool isName(const std::string& id) {
 }
 
 std::vector<fs::path> meetingFilesIn(const fs::path& folder) {
-    constexpr std::uintmax_t largest = 64 * 1024 * 1024; // no meeting has so many words; a wrong file may
+    constexpr std::uintmax_t largest = 64 << 20; // no meeting has so many words; a wrong file may
     std::vector<fs::path> found;
     std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
