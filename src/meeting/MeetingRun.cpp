@@ -45,7 +45,7 @@ bool write(const MeetingArchive& archive, const MeetingRecord& record, std::opti
         id = file->filename();
         return true;
     }
-    return record.segments.empty() && record.userNotes.empty();
+    return record.segments.empty() && text::trimWhitespaceAndNewlines(record.userNotes).empty();
 }
 
 } // namespace

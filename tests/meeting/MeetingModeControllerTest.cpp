@@ -2,8 +2,12 @@
 #include "MeetingFixture.h"
 #include "speech/Transcription.h"
 
+#include "support/ScarceDisk.h"
+
+#include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 using namespace fenlo;
 
@@ -35,6 +39,12 @@ protected:
     bool isDown = false;
     std::vector<int> asked;
 };
+
+std::size_t residentKilobytes() {
+    std::size_t whole = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> whole >> resident;
+    return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)) / 1024;
+}
 
 bool contains(const std::string& text, const std::string& what) {
     return text.find(what) != std::string::npos;
@@ -442,4 +452,47 @@ TEST_F(MeetingSession, EngineThatIsBeingLoadedIsWaitedFor) {
     isReady = true;
     pass(2);
     EXPECT_EQ(texts().size(), 1U);
+}
+
+TEST_F(MeetingSession, FullDiskIsToldAndTheMeetingWrittenWhenThereIsRoom) {
+    start();
+    sentence();
+    {
+        const test::ScarceDisk none(0);
+        sentence();
+        EXPECT_GT(meetings->lostChunks(), 0);
+        EXPECT_FALSE(meetings->trouble().empty());
+        control->stop();
+        work();
+        EXPECT_TRUE(archive.load().empty());
+        EXPECT_FALSE(meetings->trouble().empty());
+        EXPECT_EQ(unfinished(), 1U);
+    }
+    pass(40);
+    EXPECT_TRUE(contains(filed(), "Words of chunk 0"));
+    EXPECT_EQ(meetings->trouble(), "");
+    EXPECT_EQ(unfinished(), 0U);
+}
+
+TEST_F(MeetingSession, MemoryIsFlatOverEightHours) {
+    // One buffer of sound for each chunk: what comes of it is the same, and the test stays short.
+    std::vector<float> sound(4096, 0.1F);
+    config.update([](Settings& settings) { settings.showOverlay = false; });
+    start();
+    std::size_t afterAnHour = 0;
+    for (int chunk = 0; chunk < 8 * 360; ++chunk) {
+        audioInput.hear(sound);
+        mainQueue.advance(10.04);
+        work();
+        if (chunk == 360)
+            afterAnHour = residentKilobytes();
+    }
+    EXPECT_NEAR(meetings->elapsedTime(), 8 * 3600, 300);
+    EXPECT_GT(meetings->segments().size(), 2800U);
+    EXPECT_EQ(meetings->pendingChunks(), 0);
+    const std::size_t grown = residentKilobytes() - afterAnHour;
+    RecordProperty("grown_kilobytes", static_cast<int>(grown));
+    EXPECT_LT(grown, 8000U);
+    control->stop();
+    EXPECT_GT(archive.load().at(0).segments.size(), 2800U);
 }
