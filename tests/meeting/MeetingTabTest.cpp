@@ -81,9 +81,9 @@ protected:
             all.push_back(row.speaker + ": " + row.text + (row.isStarred ? " *" : ""));
         return all;
     }
-    std::vector<std::string> headings(const std::vector<NotesSection>& sections) const {
+    std::vector<std::string> headings(const std::vector<NotesSection>& shown) const {
         std::vector<std::string> all;
-        for (const auto& section : sections)
+        for (const auto& section : shown)
             all.push_back(section.heading);
         return all;
     }
