@@ -70,7 +70,7 @@ class SoundOfAMeeting(DesktopCase):
         saved = archived.read_text()
         self.assertEqual(saved.count("update"), 3, saved)
         self.assertEqual(saved.count("fox"), 2, saved)
-        self.assertEqual(sound.recorders(), set())
+        wait_for(lambda: not sound.recorders(), "both recordings to end")
         manager.wake()
 
         home.press_button("New Meeting")

@@ -60,11 +60,15 @@ class Node:
 
     def press(self):
         """Its action, as a screen reader carries it out."""
-        names = [Atspi.Action.get_action_name(self._it, index) for index in range(Atspi.Action.get_n_actions(self._it))]
+        names = wait_for(lambda: _ask(self._actions, None), f"what can be done with {self.role} {self.name!r}")
         wanted = next((name for name in ("Press", "Toggle") if name in names), None)
         if wanted is None:
             raise AssertionError(f"{self.role} {self.name!r} has no action to press, only {names}")
-        Atspi.Action.do_action(self._it, names.index(wanted))
+        # On a busy machine the answer may come too late; what it does is waited for by whoever pressed it.
+        _ask(lambda: Atspi.Action.do_action(self._it, names.index(wanted)), None)
+
+    def _actions(self):
+        return [Atspi.Action.get_action_name(self._it, index) for index in range(Atspi.Action.get_n_actions(self._it))]
 
     def click(self):
         left, top, width, height = self.place
