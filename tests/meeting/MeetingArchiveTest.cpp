@@ -15,9 +15,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const auto start = dates::parseIso("2026-11-15T09:30:05Z").value();
+const auto meetingStart = dates::parseIso("2026-11-15T09:30:05Z").value();
 
-TranscriptSegment segment(int index, double timestamp, int speaker, const std::string& text) {
+TranscriptSegment segmentOf(int index, double timestamp, int speaker, const std::string& text) {
     return {files::makeUuid(), index, timestamp, text, speakerAt(speaker)};
 }
 
@@ -36,11 +36,11 @@ EnhancedMeetingNotes someNotes() {
 /// Two speakers, whose chunks came back out of order.
 MeetingRecord someMeeting() {
     MeetingRecord record;
-    record.date = start;
+    record.date = meetingStart;
     record.subject = "Weekly";
     record.elapsedFormatted = "75:09";
-    record.segments = {segment(3, 4509.9, 0, "Bye: all done."), segment(0, 2.0, 1, "Hello."),
-                       segment(1, 125.9, 0, "We ship on Friday.")};
+    record.segments = {segmentOf(3, 4509.9, 0, "Bye: all done."), segmentOf(0, 2.0, 1, "Hello."),
+                       segmentOf(1, 125.9, 0, "We ship on Friday.")};
     record.speakerNames = {{0, "Ann"}, {1, "Bob"}};
     record.bookmarks = {3, 0};
     record.userNotes = "\nbuy milk\n[ ] call\n\n## Transcript\n";
@@ -49,33 +49,33 @@ MeetingRecord someMeeting() {
     return record;
 }
 
-constexpr const char* header = "**Date:** Nov 15, 2026, 9:30 AM  \n"
-                               "**Duration:** 75:09  \n"
-                               "**Attendees:** Ann, Bob  \n"
-                               "**Template:** Sprint Planning  \n"
-                               "\n";
-constexpr const char* sections = "## Summary\n\nWe ship on Friday. Bob tests.\n\n"
-                                 "## Key Decisions\n\n- Ship on Friday\n\n"
-                                 "## Action Items\n\n- [ ] Bob tests\n- [ ] Ann writes\n\n"
-                                 "## Discussion Points\n\n- Risk: the date\n\n"
-                                 "## Follow-ups\n\n- Ask the client\n\n";
-constexpr const char* additionalSection = "## Post Changes\n\n- Fewer words\n\n";
-constexpr const char* typed = "## My Notes\n\nbuy milk\n[ ] call\n\n\\## Transcript\n\n";
-constexpr const char* spoken = "## Transcript\n\n"
-                               "**[0:02] Bob:** \u2B50 Hello.\n\n"
-                               "**[2:05] Ann:** We ship on Friday.\n\n"
-                               "**[75:09] Ann:** \u2B50 Bye: all done.\n\n";
-constexpr const char* metadata = "\n\n<!-- FENLO_META\n"
-                                 "subject: Weekly\n"
-                                 "duration: 75:09\n"
-                                 "segments: 3\n"
-                                 "speakers: 2\n"
-                                 "template: sprintPlanning\n"
-                                 "mode: meeting\n"
-                                 "speakerNames: Speaker 1=Ann|Speaker 2=Bob\n"
-                                 "bookmarks: 0,3\n"
-                                 "userNotes: buy milk\\n[ ] call\\n\\n## Transcript\n"
-                                 "FENLO_META -->\n";
+constexpr const char* goldenHeader = "**Date:** Nov 15, 2026, 9:30 AM  \n"
+                                     "**Duration:** 75:09  \n"
+                                     "**Attendees:** Ann, Bob  \n"
+                                     "**Template:** Sprint Planning  \n"
+                                     "\n";
+constexpr const char* goldenSections = "## Summary\n\nWe ship on Friday. Bob tests.\n\n"
+                                       "## Key Decisions\n\n- Ship on Friday\n\n"
+                                       "## Action Items\n\n- [ ] Bob tests\n- [ ] Ann writes\n\n"
+                                       "## Discussion Points\n\n- Risk: the date\n\n"
+                                       "## Follow-ups\n\n- Ask the client\n\n";
+constexpr const char* goldenSection = "## Post Changes\n\n- Fewer words\n\n";
+constexpr const char* goldenNotes = "## My Notes\n\nbuy milk\n[ ] call\n\n\\## Transcript\n\n";
+constexpr const char* goldenTranscript = "## Transcript\n\n"
+                                         "**[0:02] Bob:** \u2B50 Hello.\n\n"
+                                         "**[2:05] Ann:** We ship on Friday.\n\n"
+                                         "**[75:09] Ann:** \u2B50 Bye: all done.\n\n";
+constexpr const char* goldenMetadata = "\n\n<!-- FENLO_META\n"
+                                       "subject: Weekly\n"
+                                       "duration: 75:09\n"
+                                       "segments: 3\n"
+                                       "speakers: 2\n"
+                                       "template: sprintPlanning\n"
+                                       "mode: meeting\n"
+                                       "speakerNames: Speaker 1=Ann|Speaker 2=Bob\n"
+                                       "bookmarks: 0,3\n"
+                                       "userNotes: buy milk\\n[ ] call\\n\\n## Transcript\n"
+                                       "FENLO_META -->\n";
 
 std::vector<std::string> textsOf(const PastMeeting& meeting) {
     std::vector<std::string> texts;
@@ -107,13 +107,14 @@ protected:
 TEST_F(Archive, AFileIsWrittenByteForByteAndReadAgain) {
     const auto file = archive.save(someMeeting());
     ASSERT_EQ(file, archive.fileOf(name));
-    EXPECT_EQ(files::read(*file), std::string("# Release plan\n\n") + header + sections + typed + spoken + metadata);
+    EXPECT_EQ(files::read(*file), std::string("# Release plan\n\n") + goldenHeader + goldenSections + goldenNotes +
+                                      goldenTranscript + goldenMetadata);
     EXPECT_EQ(fs::status(*file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(fs::status(archive.folder()).permissions(), fs::perms::owner_all);
 
     const PastMeeting read = only();
     EXPECT_EQ(read.id, name);
-    EXPECT_EQ(read.date, start);
+    EXPECT_EQ(read.date, meetingStart);
     EXPECT_EQ(read.displayDate, "Nov 15, 2026, 9:30 AM");
     EXPECT_EQ(read.subject, "Weekly");
     EXPECT_EQ(read.duration, "75:09");
@@ -137,13 +138,13 @@ TEST_F(Archive, AFileIsWrittenByteForByteAndReadAgain) {
 
 TEST_F(Archive, WhatAMeetingLacksIsNotWritten) {
     MeetingRecord record;
-    record.date = start;
+    record.date = meetingStart;
     record.elapsedFormatted = "0:05";
     record.mode = MeetingMode::transcription;
     EXPECT_FALSE(archive.save(record));
     EXPECT_FALSE(fs::exists(archive.folder()));
 
-    record.segments = {segment(0, 5, 0, "Hello.")};
+    record.segments = {segmentOf(0, 5, 0, "Hello.")};
     ASSERT_TRUE(archive.save(record));
     EXPECT_EQ(
         files::read(archive.fileOf(name)),
@@ -160,11 +161,12 @@ TEST_F(Archive, NotesAreReplacedAndTheRestStays) {
     MeetingRecord record = someMeeting();
     record.notes.reset();
     ASSERT_TRUE(archive.save(record));
-    const std::string after = std::string("\n") + typed + spoken + metadata; // the update leaves one empty line more
+    const std::string after =
+        std::string("\n") + goldenNotes + goldenTranscript + goldenMetadata; // the update leaves one empty line more
 
     ASSERT_EQ(archive.saveNotes(name, someNotes()), MeetingArchive::Outcome::written);
     EXPECT_EQ(files::read(archive.fileOf(name)),
-              std::string("# Weekly\n\n") + header + sections + additionalSection + after);
+              std::string("# Weekly\n\n") + goldenHeader + goldenSections + goldenSection + after);
     EXPECT_EQ(only().enhancedNotes->additionalSections, someNotes().additionalSections);
     EXPECT_EQ(only().enhancedNotes->title, "Weekly") << "the title line is the meeting's";
 
@@ -173,11 +175,11 @@ TEST_F(Archive, NotesAreReplacedAndTheRestStays) {
     ASSERT_EQ(archive.saveNotes(name, fewer), MeetingArchive::Outcome::written);
     ASSERT_EQ(archive.saveNotes(name, fewer), MeetingArchive::Outcome::written);
     EXPECT_EQ(files::read(archive.fileOf(name)),
-              std::string("# Weekly\n\n") + header + "## Key Decisions\n\n- Wait\n\n" + after);
+              std::string("# Weekly\n\n") + goldenHeader + "## Key Decisions\n\n- Wait\n\n" + after);
 
     // Late segments: the file is written again with the notes that it has.
     ASSERT_EQ(archive.saveNotes(name, someNotes()), MeetingArchive::Outcome::written);
-    record.segments.push_back(segment(2, 130, 1, "A late word."));
+    record.segments.push_back(segmentOf(2, 130, 1, "A late word."));
     ASSERT_EQ(archive.rewrite(name, record), MeetingArchive::Outcome::written);
     EXPECT_EQ(only().segments.size(), 4u);
     EXPECT_EQ(only().enhancedNotes->followUps, someNotes().followUps);
@@ -203,7 +205,7 @@ TEST_F(Archive, NotesOfALanguageModelCannotTakeTheFilesHeadings) {
         notes.actionItems = {"two lines"};
         EXPECT_EQ(read.enhancedNotes, notes);
         EXPECT_EQ(read.segments.size(), 3u);
-        EXPECT_NE(read.content.find(std::string(typed) + spoken + metadata), std::string::npos);
+        EXPECT_NE(read.content.find(std::string(goldenNotes) + goldenTranscript + goldenMetadata), std::string::npos);
     }
 }
 
@@ -227,7 +229,7 @@ TEST_F(Archive, HostileTextLosesNoWords) {
         record.subject = subject;
         record.speakerNames[1] = speaker;
         record.userNotes = notes;
-        record.segments = {segment(0, 1, 1, text), segment(1, 2, 0, "The end.")};
+        record.segments = {segmentOf(0, 1, 1, text), segmentOf(1, 2, 0, "The end.")};
         ASSERT_TRUE(archive.save(record));
         for (int update = 0; update < 3; ++update) {
             const PastMeeting read = only();
@@ -317,14 +319,14 @@ TEST_F(Archive, MeetingsOfTheSameSecondBothStay) {
     EXPECT_EQ(archive.saveNew(second), archive.fileOf("meeting_2026-11-15_09-30-06.md"));
     ASSERT_EQ(archive.load().size(), 2u);
     EXPECT_EQ(archive.load()[0].subject, "Another");
-    EXPECT_TRUE(archive.holds(start));
+    EXPECT_TRUE(archive.holds(meetingStart));
     EXPECT_EQ(archive.load()[0].enhancedNotes->additionalSections, someNotes().additionalSections);
 
     EXPECT_EQ(archive.save(second), archive.fileOf(name));
     EXPECT_EQ(archive.load()[1].subject, "Another") << "save() writes over it";
 
     MeetingRecord onlyTyped;
-    onlyTyped.date = start;
+    onlyTyped.date = meetingStart;
     onlyTyped.userNotes = "mine";
     EXPECT_FALSE(archive.save(onlyTyped));
     ASSERT_TRUE(archive.saveNew(onlyTyped));
