@@ -14,6 +14,7 @@ struct FrontApplication {
     std::string id;   // what the substring tables work on, such as "com.microsoft.vscode"
     bool isTerminal = false;
     PasteChord paste = PasteChord::controlV;
+    bool isOwn = false; // a window of this program, which answers nobody while its main thread waits
 };
 
 /// The desktop session: the front application, other copies of this program, login, sleep, the locked screen.

@@ -30,11 +30,13 @@ ContextReader::ContextReader(Workspace& workspace, Accessibility& accessibility,
 ContextReader::Context ContextReader::read() {
     const double deadline = m_clock.now() + timeLimit;
     Context context;
-    if (const auto application = m_workspace.frontApplication()) {
+    const auto application = m_workspace.frontApplication();
+    if (application) {
         context.appName = application->name;
         context.appBundleId = application->id;
     }
-    if (const auto element = m_accessibility.focusedElement(accessibilityShare)) {
+    const bool isOwn = application && application->isOwn; // would only cost the time
+    if (const auto element = isOwn ? std::nullopt : m_accessibility.focusedElement(accessibilityShare)) {
         context.hasTextField = element->value.has_value() || takesText(element->role);
         // The end is kept because the cursor is usually there.
         context.existingText = text::lastCharacters(element->value.value_or(""), textLimit);

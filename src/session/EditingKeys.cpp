@@ -86,7 +86,7 @@ void EditingKeys::command(std::uint16_t letter) {
 
 PasteChord EditingKeys::pasteChord() {
     const auto application = m_workspace.frontApplication();
-    if (application && application->paste != PasteChord::controlV)
+    if (application && (application->isOwn || application->paste != PasteChord::controlV))
         return application->paste;
     const auto element = m_accessibility.focusedElement(focusLimit);
     return element && element->isTerminal ? PasteChord::controlShiftV : PasteChord::controlV;

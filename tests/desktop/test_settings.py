@@ -67,7 +67,8 @@ class Settings(DesktopCase):
         self.home.find("page tab", "Settings").press()
 
         self._section("Words")
-        self.home.fill("Your words", "Anna, PostgreSQL")
+        self.home.fill("Your words", "Anna, ")
+        self._say("PostgreSQL")  # into Fenlo's own field
         self._wait_for_setting("custom_vocabulary", ["Anna", "PostgreSQL"])
         for name, (content, told) in GLOSSARIES.items():
             with self.subTest(name=name):

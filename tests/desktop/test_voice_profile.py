@@ -49,6 +49,14 @@ class VoiceProfile(DesktopCase):
         fenlo.wait_for_paste(mark)
         editor.wait_for_text(ANSWER)
         self.assertIn("(voice-isolated)", fenlo.lines("[Fenlo] Transcribing chunk", mark)[-1])
+        isolation = home.find("check box", "Voice isolation")
+        isolation.press()
+        wait_for(lambda: not fenlo.settings()["voice_isolation"], "voice isolation to be off")
+        mark = fenlo.dictate(sentence)
+        fenlo.wait_for_paste(mark)
+        self.assertNotIn("(voice-isolated)", fenlo.lines("[Fenlo] Transcribing chunk", mark)[-1])
+        isolation.press()
+        wait_for(lambda: fenlo.settings()["voice_isolation"], "voice isolation to be on")
 
         home = screen.window(fenlo.process.pid)
         for clip, verdict in ((sentence, "your voice."), (other, "somebody else's voice.")):

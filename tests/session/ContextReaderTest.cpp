@@ -70,6 +70,14 @@ TEST_F(Context, NamesAndSelectionComeAsTheyAre) {
     EXPECT_EQ(context.selectedText.size(), 5000u);
 }
 
+TEST_F(Context, AWindowOfThisProgramIsNotAsked) {
+    workspace.front = FrontApplication{"Fenlo", "fenlo"};
+    workspace.front->isOwn = true;
+    accessibility.element = FocusedElement{"abc", "AXTextArea", ""};
+    EXPECT_EQ(read().appName, "Fenlo");
+    EXPECT_TRUE(accessibility.limits.empty()) << "it cannot answer while it waits for itself";
+}
+
 TEST_F(Context, AllWaitsTogetherStayWithinTheLimit) {
     read();
     EXPECT_LE(accessibility.limits.at(0) + pasteboard.limits.at(0),

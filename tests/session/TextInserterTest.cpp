@@ -170,6 +170,12 @@ TEST_F(Insertion, TerminalInsideAnEditorGetsTheTerminalsKeys) {
     keys.posted.clear();
     inserter.keys().command(key::a);
     EXPECT_TRUE(keys.posted.empty());
+
+    accessibility.limits.clear();
+    workspace.front->isOwn = true;
+    inserter.insertText("x");
+    EXPECT_EQ(keys.posted.at(0).flags, mask::command) << "this program has no terminal";
+    EXPECT_TRUE(accessibility.limits.empty()) << "and cannot answer while it waits for itself";
 }
 
 TEST_F(Insertion, KeyboardWithoutLatinLettersMayPastePrimary) {

@@ -49,7 +49,7 @@ std::string describeShare(KeptShare share) {
 
 } // namespace
 
-VoiceProfileModel::VoiceProfileModel(Services services, fs::path profileFile)
+VoiceProfileModel::VoiceProfileModel(RecordingServices services, fs::path profileFile)
     : m_services(services), m_profileFile(std::move(profileFile)) {
     refresh();
 }

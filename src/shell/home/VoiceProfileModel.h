@@ -1,5 +1,6 @@
 #pragma once
 
+#include "audio/RecordingServices.h"
 #include "audio/voice/VoiceMatch.h"
 #include "base/Changes.h"
 #include "base/Lifetime.h"
@@ -13,12 +14,7 @@
 
 namespace fenlo {
 
-class AudioInput;
 class AudioRecorder;
-class Background;
-class Clock;
-class Config;
-class NotificationCenter;
 
 /// What the settings show of the voice profile, how well it works, and its removal. VoiceReading makes it.
 ///
@@ -26,19 +22,11 @@ class NotificationCenter;
 /// Errors:  message() says what failed.
 class VoiceProfileModel {
 public:
-    struct Services {
-        AudioInput& input;
-        Clock& clock;
-        MainQueue& queue;
-        Background& background;
-        Config& config;
-        NotificationCenter& notifications;
-    };
     enum class State { none, damaged, ready };
     /// Somebody speaks for a few seconds, and it is shown how much of it the profile would keep.
     enum class Trial { none, listening, comparing, done };
 
-    VoiceProfileModel(Services services, std::filesystem::path profileFile);
+    VoiceProfileModel(RecordingServices services, std::filesystem::path profileFile);
     ~VoiceProfileModel();
     VoiceProfileModel(const VoiceProfileModel&) = delete;
     VoiceProfileModel& operator=(const VoiceProfileModel&) = delete;
@@ -85,7 +73,7 @@ private:
     void compare();
     void become(Trial trial);
 
-    Services m_services;
+    RecordingServices m_services;
     const std::filesystem::path m_profileFile;
     State m_state = State::none;
     VoiceProfileData m_profile; // when it is ready

@@ -9,10 +9,10 @@
 namespace fenlo {
 
 Onboarding::Onboarding(const OnboardingServices& services, OnboardingStart start)
-    : login(services.signIn), profession(services.take.config),
-      checks(services.desktop, services.take.queue, services.take.background),
-      microphone({services.take.input, services.take.config, services.take.notifications, services.take.queue,
-                  [] { return std::nullopt; }},
+    : login(services.signIn), profession(services.take.recording.config),
+      checks(services.desktop, services.take.recording.queue, services.take.recording.background),
+      microphone({services.take.recording.input, services.take.recording.config, services.take.recording.notifications,
+                  services.take.recording.queue, [] { return std::nullopt; }},
                  services.menuBar),
       practice(services.take, services.steps, state), flow(state, std::move(start)), m_services(services.take),
       m_voiceProfile(services.voiceProfile) {
@@ -28,15 +28,15 @@ void Onboarding::begin() {
 }
 
 std::string Onboarding::hotkey() const {
-    return hotkeyLabel(m_services.config.get().hotkey);
+    return hotkeyLabel(m_services.recording.config.get().hotkey);
 }
 
 std::string Onboarding::sample() const {
-    return std::string(profile(m_services.config.get().profession).sample);
+    return std::string(profile(m_services.recording.config.get().profession).sample);
 }
 
 std::vector<Feature> Onboarding::features() const {
-    return featureList(m_services.config.get().profession, hotkey());
+    return featureList(m_services.recording.config.get().profession, hotkey());
 }
 
 bool Onboarding::isWanted(OnboardingScreen screen) const {
@@ -96,10 +96,8 @@ void Onboarding::leave(OnboardingScreen screen, OnboardingFlow::Hooks::Leaving l
 
 void Onboarding::beginReading() {
     const auto stage = state.voiceProfileOnly ? VoiceReading::Stage::running : VoiceReading::Stage::firstStart;
-    m_reading = std::make_unique<VoiceReading>(
-        VoiceReading::Services{m_services.input, m_services.clock, m_services.queue, m_services.background,
-                               m_services.config, m_services.notifications, m_services.keys},
-        m_voiceProfile, stage);
+    m_reading = std::make_unique<VoiceReading>(VoiceReading::Services{m_services.recording, m_services.keys},
+                                               m_voiceProfile, stage);
     m_reading->onFinished = [this](bool) { flow.next(); };
 }
 

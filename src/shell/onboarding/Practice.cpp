@@ -40,7 +40,8 @@ std::string sentence(std::string_view line) {
 
 Practice::Practice(Services services, Steps steps, OnboardingState& state)
     : m_services(services), m_steps(std::move(steps)), m_state(state),
-      m_recorder(services.input, services.clock, services.queue, services.config, services.notifications) {}
+      m_recorder(services.recording.input, services.recording.clock, services.recording.queue,
+                 services.recording.config, services.recording.notifications) {}
 
 Practice::~Practice() {
     end();
@@ -51,9 +52,9 @@ void Practice::begin() {
         return;
     auto prepared = std::make_shared<std::packaged_task<void(std::stop_token)>>(m_steps.prepare);
     m_prepared = prepared->get_future().share();
-    m_services.background.run([prepared](std::stop_token stop) { (*prepared)(stop); });
+    m_services.recording.background.run([prepared](std::stop_token stop) { (*prepared)(stop); });
     m_recorder.warmUp();
-    m_hotkey = std::make_unique<HotkeyListener>(m_services.keys, m_services.config.get().hotkey);
+    m_hotkey = std::make_unique<HotkeyListener>(m_services.keys, m_services.recording.config.get().hotkey);
     m_hotkey->onPress = [this] { keyDown(); };
     m_hotkey->onRelease = m_hotkey->onCommandRelease = [this] { keyUp(); };
     m_hotkey->onChordDetected = [this] { chord(); };
@@ -76,14 +77,14 @@ void Practice::keyDown() {
     m_state.isKeyPressed = true;
     m_state.practiceText.clear();
     m_recorder.openMicrophone();
-    m_recordStart = m_services.clock.now();
+    m_recordStart = m_services.recording.clock.now();
     if (m_recorder.isExternalInputActive())
         m_services.overlay.showWarming(false, "");
     else
         m_services.overlay.showRecording(false, "");
     m_recorder.setOnReady(m_lifetime.bind([this] { recorderBecameReady(); }));
     m_recorder.startRecording();
-    m_levelTimer = m_services.queue.every(levelInterval, [this] { m_state.changes.tell(); });
+    m_levelTimer = m_services.recording.queue.every(levelInterval, [this] { m_state.changes.tell(); });
     become(PracticeState::recording, listening);
 }
 
@@ -91,10 +92,10 @@ void Practice::recorderBecameReady() {
     if (m_state.practiceState != PracticeState::recording)
         return;
     if (m_recorder.isExternalInputActive()) {
-        m_recordStart = m_services.clock.now();
+        m_recordStart = m_services.recording.clock.now();
         m_services.overlay.showRecording(false, "");
     }
-    playStartTones(m_services.tones, m_services.config.get());
+    playStartTones(m_services.tones, m_services.recording.config.get());
 }
 
 void Practice::keyUp() {
@@ -104,7 +105,7 @@ void Practice::keyUp() {
     m_state.isKeyPressed = false;
     become(PracticeState::processing, waitingWords[m_steps.draw(waitingWords.size()) % waitingWords.size()]);
     m_services.overlay.showProcessing();
-    const double duration = m_services.clock.now() - *m_recordStart;
+    const double duration = m_services.recording.clock.now() - *m_recordStart;
     auto chunks = m_recorder.stopRecording();
     m_recorder.dropRunningCopy();
     if (!chunks.empty()) {
@@ -132,12 +133,12 @@ void Practice::recognise(std::vector<std::filesystem::path> chunks, double durat
     TranscribeRequest request;
     request.speechRatio = m_recorder.speechRatio();
     request.clipDuration = duration;
-    m_services.background.run([chunks = std::move(chunks), request = std::move(request), steps = m_steps,
-                               prepared = m_prepared, &queue = m_services.queue,
-                               show = m_lifetime.bind([this, take = ++m_take](const Words& words) {
-                                   if (take == m_take)
-                                       this->show(words);
-                               })](std::stop_token stop) mutable {
+    m_services.recording.background.run([chunks = std::move(chunks), request = std::move(request), steps = m_steps,
+                                         prepared = m_prepared, &queue = m_services.recording.queue,
+                                         show = m_lifetime.bind([this, take = ++m_take](const Words& words) {
+                                             if (take == m_take)
+                                                 this->show(words);
+                                         })](std::stop_token stop) mutable {
         prepared.wait();
         const Words words = wordsOf(chunks, std::move(request), steps, stop);
         remove(chunks);
@@ -173,7 +174,7 @@ void Practice::show(const Words& words) {
     } else {
         m_state.practiceText = words.text;
         become(PracticeState::success, nice);
-        playEndTones(m_services.tones, m_services.config.get());
+        playEndTones(m_services.tones, m_services.recording.config.get());
     }
 }
 

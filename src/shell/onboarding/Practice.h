@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/AudioRecorder.h"
+#include "audio/RecordingServices.h"
 #include "base/Lifetime.h"
 #include "base/MainQueue.h"
 #include "shell/onboarding/OnboardingState.h"
@@ -17,7 +18,6 @@
 
 namespace fenlo {
 
-class Background;
 class HotkeyListener;
 class KeyEvents;
 class OverlayWindow;
@@ -32,12 +32,7 @@ class Practice {
 public:
     /// All outlive it.
     struct Services {
-        AudioInput& input;
-        Clock& clock;
-        MainQueue& queue;
-        Background& background;
-        Config& config;
-        NotificationCenter& notifications;
+        RecordingServices recording;
         KeyEvents& keys;
         TonePlayer& tones;
         OverlayWindow& overlay;

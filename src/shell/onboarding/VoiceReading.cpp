@@ -46,11 +46,12 @@ private:
 
 VoiceReading::VoiceReading(Services services, std::filesystem::path profileFile, Stage stage)
     : m_services(services), m_profileFile(std::move(profileFile)), m_stage(stage),
-      m_recorder(services.input, services.clock, services.queue, services.config, services.notifications),
+      m_recorder(services.recording.input, services.recording.clock, services.recording.queue,
+                 services.recording.config, services.recording.notifications),
       m_spoken(std::make_shared<Spoken>()) {
     if (m_stage == Stage::running)
-        m_services.notifications.post(notification::hotkeyPause);
-    m_hotkey = std::make_unique<HotkeyListener>(services.keys, services.config.get().hotkey);
+        m_services.recording.notifications.post(notification::hotkeyPause);
+    m_hotkey = std::make_unique<HotkeyListener>(services.keys, services.recording.config.get().hotkey);
     m_hotkey->onPress = [this] { keyDown(); };
     // Another key meanwhile ends the hold too: the listener then reports no release.
     m_hotkey->onRelease = m_hotkey->onCommandRelease = m_hotkey->onChordDetected = [this] { keyUp(); };
@@ -68,7 +69,7 @@ void VoiceReading::letGoOfKey() {
     if (!std::exchange(m_hotkey, nullptr))
         return;
     if (m_stage == Stage::running)
-        m_services.notifications.post(notification::hotkeyResume);
+        m_services.recording.notifications.post(notification::hotkeyResume);
 }
 
 void VoiceReading::keyDown() {
@@ -82,7 +83,7 @@ void VoiceReading::keyDown() {
         become(State::failed);
         return;
     }
-    m_timer = m_services.queue.every(1.0 / ticksPerSecond, [this] { tick(); });
+    m_timer = m_services.recording.queue.every(1.0 / ticksPerSecond, [this] { tick(); });
     become(State::reading);
 }
 
@@ -113,14 +114,15 @@ void VoiceReading::keyUp() {
 
 void VoiceReading::build() {
     become(State::building);
-    m_services.background.run([spoken = m_spoken, file = m_profileFile, &config = m_services.config,
-                               &queue = m_services.queue,
-                               report = m_lifetime.bind([this](BuiltProfile result) { built(result); })](auto) mutable {
-        const BuiltProfile result = buildVoiceProfile(spoken->files(), file);
-        if (result == BuiltProfile::stored)
-            config.update([](Settings& settings) { settings.voiceIsolation = true; });
-        queue.post([report = std::move(report), result]() mutable { report(result); });
-    });
+    m_services.recording.background.run(
+        [spoken = m_spoken, file = m_profileFile, &config = m_services.recording.config,
+         &queue = m_services.recording.queue,
+         report = m_lifetime.bind([this](BuiltProfile result) { built(result); })](auto) mutable {
+            const BuiltProfile result = buildVoiceProfile(spoken->files(), file);
+            if (result == BuiltProfile::stored)
+                config.update([](Settings& settings) { settings.voiceIsolation = true; });
+            queue.post([report = std::move(report), result]() mutable { report(result); });
+        });
 }
 
 void VoiceReading::built(BuiltProfile result) {
@@ -207,7 +209,7 @@ float VoiceReading::level() const {
 }
 
 std::string VoiceReading::keyLabel() const {
-    return hotkeyLabel(m_services.config.get().hotkey);
+    return hotkeyLabel(m_services.recording.config.get().hotkey);
 }
 
 } // namespace fenlo

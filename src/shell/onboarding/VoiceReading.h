@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/AudioRecorder.h"
+#include "audio/RecordingServices.h"
 #include "audio/voice/VoiceProfile.h"
 #include "base/Changes.h"
 #include "base/Lifetime.h"
@@ -15,7 +16,6 @@
 
 namespace fenlo {
 
-class Background;
 class HotkeyListener;
 class KeyEvents;
 
@@ -28,12 +28,7 @@ class KeyEvents;
 class VoiceReading {
 public:
     struct Services {
-        AudioInput& input;
-        Clock& clock;
-        MainQueue& queue;
-        Background& background;
-        Config& config;
-        NotificationCenter& notifications;
+        RecordingServices recording;
         KeyEvents& keys;
     };
     /// Whose hotkey it is: in the running program dictation must let go of it meanwhile.

@@ -43,7 +43,7 @@ void OnboardingWindow::show(OnboardingStart start) {
 /// The end is told by a button of the window, which must not go under it.
 std::function<void()> OnboardingWindow::afterClosing(std::function<void()> tell) {
     return [this, tell = std::move(tell)] {
-        m_services.take.queue.post(m_lifetime.bind([this, tell] {
+        m_services.take.recording.queue.post(m_lifetime.bind([this, tell] {
             m_open.reset();
             QmlWindow::trimMemory();
             tell();

@@ -60,9 +60,8 @@ def succeeds(command, patience=15.0, **options):
 
 
 def memory(pid):
-    """What the process holds for itself, and its part of what it shares, in megabytes."""
-    rollup = Path(f"/proc/{pid}/smaps_rollup").read_text()
-    return int(re.search(r"\nPss:\s+(\d+)", rollup).group(1)) // 1024
+    """What the process has in memory, in megabytes: with all that it shares, since its part depends on who else runs."""
+    return int(re.search(r"VmRSS:\s+(\d+)", Path(f"/proc/{pid}/status").read_text()).group(1)) // 1024
 
 
 def peak_memory(pid):

@@ -8,6 +8,8 @@ from .waiting import WaitedInVain, wait_for
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
+Atspi.set_timeout(15_000, 30_000)  # milliseconds; by itself it gives up after 0.8 s, which a busy machine needs
+
 
 class Node:
     """A control of a window."""

@@ -3,6 +3,7 @@
 #include "base/Text.h"
 
 #include <filesystem>
+#include <unistd.h>
 
 namespace fenlo {
 
@@ -25,6 +26,7 @@ std::optional<WindowIdentity> ActiveWindow::identity() {
         identity.windowClass = parts.size() > 1 ? parts[1] : "";
     }
     if (const auto process = m_x->numbers(windows.front(), m_x->atom("_NET_WM_PID")); !process.empty()) {
+        identity.isOwn = process.front() == static_cast<std::uint32_t>(::getpid());
         std::error_code gone;
         identity.program =
             fs::read_symlink("/proc/" + std::to_string(process.front()) + "/exe", gone).filename().string();

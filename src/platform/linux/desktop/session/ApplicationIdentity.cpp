@@ -41,6 +41,7 @@ FrontApplication identifyApplication(const WindowIdentity& window, DesktopFiles&
     const auto named = std::find_if(keys.begin(), keys.end(), [](const std::string& key) { return !key.empty(); });
 
     FrontApplication application;
+    application.isOwn = window.isOwn;
     application.name = file && !file->name.empty() ? file->name : named != keys.end() ? *named : "";
     application.id = file ? idWithKind(*file) : text::lower(application.name);
     application.isTerminal = file && hasCategory(*file, "TerminalEmulator");

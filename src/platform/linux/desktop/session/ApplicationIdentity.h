@@ -10,6 +10,7 @@ struct WindowIdentity {
     std::string windowClass;
     std::string instance;
     std::string program; // file name of the process's executable
+    bool isOwn = false;  // of this process
 };
 
 /// The application of a window: an id that tells what kind of application it is, and the keys that paste in it. For
