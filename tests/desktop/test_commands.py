@@ -27,7 +27,7 @@ class Commands(RewritingCase):
         editor.press(f"{desktop.RIGHT_CONTROL}+Home", "Down", "Shift_L+End")
         self.gemini.answer("Could you please send the material?")
         with desktop.clipboard_holding("copied before"):
-            mark = self.command("Make this polite.")
+            mark = self.command("Make this polite.", sees="selected=18chars")
             fenlo.wait_for_paste(mark)
             editor.wait_for_text("Dear Ann,\nCould you please send the material?\nBye")
             wait_for(lambda: desktop.clipboard() == "copied before", "the old clipboard")
@@ -42,7 +42,7 @@ class Commands(RewritingCase):
         editor = self.open_editor("Note: ")
         editor.press_end()
         self.gemini.answer("I am on leave until Monday.")
-        self.fenlo.wait_for_paste(self.command("Say that I am on leave."))
+        self.fenlo.wait_for_paste(self.command("Say that I am on leave.", sees="existing=6chars"))
         editor.wait_for_text("Note: I am on leave until Monday.")
         self.assertNotIn("Selected text", self.gemini.requests()[0]["user"])
 
@@ -75,10 +75,12 @@ class Commands(RewritingCase):
             entry("Two words", ago=1),
         ]
         fenlo = self.start_fenlo(history=history)
-        editor = self.open_editor()
+        editor = self.open_editor("Found: ")
+        editor.press_end()
         self.gemini.answer("The email about pricing: ten euros each")
-        fenlo.wait_for_paste(self.command("What was that email about pricing from last week?"))
-        editor.wait_for_text("The email about pricing: ten euros each")
+        question = "What was that email about pricing from last week?"
+        fenlo.wait_for_paste(self.command(question, sees="existing=7chars"))
+        editor.wait_for_text("Found: The email about pricing: ten euros each")
         [request] = self.gemini.requests()
         self.assertIn("You are a memory assistant", request["system"])
         self.assertIn("User asked: What was that email about pricing from last week", request["user"])

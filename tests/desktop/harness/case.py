@@ -1,5 +1,6 @@
 """The base of the desktop tests."""
 
+import contextlib
 import os
 import shutil
 import tempfile
@@ -111,17 +112,32 @@ class DesktopCase(unittest.TestCase):
         self.fenlo.wait_for_paste(mark)
         return mark
 
-    def command(self, words):
-        """A take that a tap on Space turns into an instruction of these words."""
+    def command(self, words, sees=""):
+        """A take that a tap on Space turns into an instruction of these words.
+
+        It begins once the program sees this of the field with the cursor, such as "existing=6chars": the editor of a busy
+        machine may answer later than the program waits.
+        """
         self.recogniser.answer(words)
-        mark = self.fenlo.mark()
-        with desktop.held(HOTKEY):
+        mark, hold = wait_for(lambda: self._begun(sees), f"a take that sees {sees!r}")
+        with hold:
             self.fenlo.wait_for("[Fenlo] Recording at", mark)
             desktop.press("space")
             self.fenlo.wait_for("[Fenlo] Switched to AI command mode", mark)
             wait_for(lambda: pill.dot() == pill.COMMAND, "the pill in the colour of commands")
             self.clip.speak()
         return mark
+
+    def _begun(self, sees):
+        """Holds the hotkey, and lets go of it again where the program does not see this. Returns the place in the log where
+        the take began, and what lets go of the key at its end."""
+        mark = self.fenlo.mark()
+        with contextlib.ExitStack() as hold:
+            hold.enter_context(desktop.held(HOTKEY))
+            if sees in self.fenlo.wait_for("[Fenlo] Context:", mark):
+                return mark, hold.pop_all()
+        self.fenlo.wait_for("[Fenlo] Hotkey released", mark)
+        return None
 
     def dictate_into(self, target, expected=ANSWER):
         """A whole take, judged by what the target shows."""
