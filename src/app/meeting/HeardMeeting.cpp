@@ -2,6 +2,7 @@
 
 #include "app/meeting/SpeechStream.h"
 #include "audio/ChunkWriter.h"
+#include "base/Clock.h"
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/Text.h"
@@ -12,7 +13,9 @@
 #include "session/FaultOf.h"
 
 #include <algorithm>
+#include <array>
 #include <exception>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -23,6 +26,14 @@ namespace {
 
 constexpr std::size_t loggedLength = 80;    // characters
 constexpr std::size_t mostFaultsInARow = 3; // a service that fails so often does not come back soon
+
+constexpr std::array pauses{2.0, 8.0, 20.0, 30.0}; // seconds; quotas are often those of a minute
+constexpr double stopStep = 0.1;                   // seconds until a stop request is noticed
+
+bool mayPass(TakeFault fault) {
+    return fault == TakeFault::quotaUsedUp || fault == TakeFault::serviceOutOfOrder ||
+           fault == TakeFault::serviceSilent;
+}
 
 /// A chunk with its sound, which is deleted with it, and what became of it.
 struct WaitingChunk {
@@ -106,13 +117,36 @@ private:
     }
 
     void recognise(WaitingChunk& chunk) const {
+        for (const double pause : pauses) {
+            const auto fault = attempt(chunk);
+            if (!fault || !mayPass(*fault))
+                return;
+            m_listening.onWait(describe(*fault));
+            if (!wait(pause))
+                return;
+        }
+        attempt(chunk);
+    }
+
+    /// What it failed with.
+    std::optional<TakeFault> attempt(WaitingChunk& chunk) const {
         try {
             chunk.fault.clear();
             const std::string words = m_listening.recognise({.audio = chunk.sound}, m_stop);
             chunk.segment.text = stripFillers(text::trimWhitespaceAndNewlines(text::withoutControls(words)));
+            return {};
         } catch (...) {
             chunk.fault = messageOf(std::current_exception());
+            return faultOf(std::current_exception());
         }
+    }
+
+    /// False on a stop request.
+    bool wait(double seconds) const {
+        const double end = m_listening.clock.now() + seconds;
+        while (!m_stop.stop_requested() && m_listening.clock.now() < end)
+            m_listening.clock.sleep(stopStep);
+        return !m_stop.stop_requested();
     }
 
     void keep(WaitingChunk chunk) {
@@ -140,6 +174,7 @@ private:
     }
 
     void tryAgain() {
+        m_faultsInARow = 0;
         for (WaitingChunk& chunk : std::exchange(m_failed, {})) {
             if (goesOn())
                 recognise(chunk);

@@ -7,10 +7,12 @@
 #include <functional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace fenlo {
 
+class Clock;
 class SpeechStream;
 
 /// What was heard in a recording of a meeting.
@@ -26,11 +28,14 @@ struct HeardMeeting {
 struct Listening {
     using Recogniser = std::function<std::string(const TranscribeRequest&, std::stop_token)>;
 
+    Clock& clock;
     MeetingMode mode = MeetingMode::meeting;
-    Recogniser recognise;       // throws
+    Recogniser recognise;       // throws; called on several threads
     std::size_t sideBySide = 1; // chunks that are recognised at once
     /// How much was heard, and the words that came last.
     std::function<void(double fraction, const std::string& words)> onProgress = [](double, const std::string&) {};
+    /// A fault that may pass by itself is waited for; on any thread.
+    std::function<void(std::string_view fault)> onWait = [](std::string_view) {};
 };
 
 /// Walks over a recording as a meeting does: cuts it at pauses, gives each chunk a speaker, has it recognised and

@@ -115,9 +115,12 @@ constexpr const char* examples =
     "  fenlo meeting --offline --no-notes --output-dir out --recursive calls\n"
     "  fenlo meeting --template standup --notes -o monday.md monday.wav\n"
     "A recording is cut at its pauses, after ten seconds at the latest, and each piece is given to the voice that it\n"
-    "resembles: a man and a woman who take turns are told apart, two men or two women often not. Speech is recognised as\n"
-    "the settings say, on this machine in offline mode. Markdown comes to standard output, all else to standard error;\n"
-    "after Control-C what was heard is in FILE.part beside the file to be written. Exit status: 0 done, 1 failed, 2 wrong\n"
+    "resembles: a man and a woman who take turns are told apart, two men or two women often not. Speech is recognised "
+    "as\n"
+    "the settings say, on this machine in offline mode. Markdown comes to standard output, all else to standard "
+    "error;\n"
+    "after Control-C what was heard is in FILE.part beside the file to be written. Exit status: 0 done, 1 failed, 2 "
+    "wrong\n"
     "arguments, 3 no speech, 4 a recording is damaged and was taken as far as it goes, 130 interrupted.";
 
 } // namespace

@@ -147,7 +147,7 @@ private:
 
     HeardMeeting hear(MeetingRoad& road, const InputRecording& recording, const fs::path& file,
                       const std::string& label) {
-        Listening listening;
+        Listening listening{.clock = m_command.clock, .recognise = {}};
         listening.mode = m_options.mode;
         listening.sideBySide = road.sideBySide();
         listening.recognise = [&](const TranscribeRequest& request, std::stop_token stop) {
@@ -156,6 +156,9 @@ private:
         listening.onProgress = [&](double fraction, const std::string& words) {
             m_command.progress.fraction(label, fraction);
             m_command.progress.text(label, words);
+        };
+        listening.onWait = [&](std::string_view fault) {
+            m_command.progress.text(label, std::string(fault) + "; waiting");
         };
         m_command.progress.fraction(label, 0);
         SpeechStream stream(file, m_command.stop());
