@@ -226,6 +226,13 @@ std::string trimPunctuation(std::string_view text) {
 }
 
 std::string lower(std::string_view text) {
+    if (isAscii(text)) {
+        std::string lowered(text);
+        for (char& letter : lowered)
+            if (letter >= 'A' && letter <= 'Z')
+                letter = static_cast<char>(letter - 'A' + 'a');
+        return lowered;
+    }
     return toUtf8(toUnicode(text).toLower(icu::Locale::getRoot()));
 }
 

@@ -23,6 +23,17 @@ bool containsLowered(std::string_view text, std::string_view searchText) {
     return text::lower(text).find(searchText) != std::string::npos;
 }
 
+/// Line by line, since most lines are ASCII, which is fast. Nobody can type a line feed into a search.
+bool anyLineHolds(std::string_view content, std::string_view searchText) {
+    for (std::size_t begin = 0; begin < content.size();) {
+        const std::size_t end = std::min(content.find('\n', begin), content.size());
+        if (containsLowered(content.substr(begin, end - begin), searchText))
+            return true;
+        begin = end + 1;
+    }
+    return false;
+}
+
 /// Around the first occurrence. Lower case may be longer or shorter than the letter itself, so places are counted in
 /// characters.
 std::string cutAround(std::string_view line, std::string_view searchText) {
@@ -52,7 +63,7 @@ std::string meetingSearchText(std::string_view query) {
 }
 
 bool holds(const PastMeeting& meeting, std::string_view searchText) {
-    if (containsLowered(meeting.subject, searchText) || containsLowered(meeting.content, searchText) ||
+    if (containsLowered(meeting.subject, searchText) || anyLineHolds(meeting.content, searchText) ||
         containsLowered(meeting.userNotes, searchText))
         return true;
     return meeting.enhancedNotes && (containsLowered(meeting.enhancedNotes->title, searchText) ||
