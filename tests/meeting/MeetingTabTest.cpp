@@ -119,7 +119,7 @@ protected:
          .archive = archive,
          .notesWriter = writer,
          .delivery = delivery,
-         .transcribe = [this](const TranscribeRequest&, std::stop_token) { return heard; }}};
+         .transcribe = [this](const TranscribeRequest&, std::stop_token) { return std::exchange(heard, ""); }}};
     MeetingTab tab{{controller, queue, background, keys, [this](const std::string& text) { clipboard = text; },
                     [this] { controller.startMeeting(recorder); },
                     [this] {

@@ -101,12 +101,21 @@ ItemDelegate {
                     implicitWidth: Theme.textSize * 14
                     onVisibleChanged: begin()
                     Component.onCompleted: begin()
-                    onEditingFinished: if (row.isEditing) row.named(text)
+                    onEditingFinished: finish()
+                    Keys.onReturnPressed: finish() // the list would begin anew
+                    Keys.onEnterPressed: finish()
                     Keys.onEscapePressed: row.abandoned()
 
+                    function finish() {
+                        if (row.isEditing)
+                            row.named(text)
+                    }
+
                     function begin() {
-                        if (!visible)
+                        if (!visible) {
+                            focus = false // or the list would give it the keyboard again
                             return
+                        }
                         text = row.speaker
                         selectAll()
                         forceActiveFocus(Qt.OtherFocusReason)
