@@ -39,6 +39,8 @@ FocusScope {
 
                 RowLayout {
                     spacing: Theme.unit * 1.5
+                    Layout.row: 0
+                    Layout.column: 0
 
                     Rectangle { // is on, and does not blink
                         implicitWidth: Theme.unit * 1.25
@@ -75,6 +77,8 @@ FocusScope {
                 }
                 RowLayout {
                     spacing: Theme.unit
+                    Layout.row: 0
+                    Layout.column: face.isWide ? 2 : 1
                     Layout.alignment: Qt.AlignRight
 
                     PlainButton {

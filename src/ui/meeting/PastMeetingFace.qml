@@ -16,11 +16,22 @@ Page {
 
     Keys.onEscapePressed: face.past.back()
 
+    // What had the keyboard may have gone with the offer.
+    readonly property bool offers: past.canSummarize
+    onOffersChanged: if (!offers) back.forceActiveFocus(Qt.OtherFocusReason)
+
+    function cancelPrompt() {
+        past.showSummarizePrompt = false
+        offer.forceActiveFocus(Qt.OtherFocusReason)
+    }
+
     RowLayout {
         spacing: Theme.unit
         Layout.fillWidth: true
 
         IconButton {
+            id: back
+
             name: "Back"
             sign: "‹"
             font.pixelSize: Theme.titleSize
@@ -92,6 +103,8 @@ Page {
             stacked: face.past.showSummarizePrompt
 
             PrimaryButton {
+                id: offer
+
                 text: "Summarize Meeting"
                 visible: !face.past.showSummarizePrompt
                 onClicked: {
@@ -113,7 +126,7 @@ Page {
                     width: Math.min(parent.width, Theme.textSize * 26)
                     onTextEdited: face.past.focusInstruction = text
                     onAccepted: face.past.summarize()
-                    Keys.onEscapePressed: face.past.showSummarizePrompt = false
+                    Keys.onEscapePressed: face.cancelPrompt()
                 }
                 PrimaryButton {
                     text: face.past.summarizeCaption
@@ -121,7 +134,7 @@ Page {
                 }
                 PlainButton {
                     text: "Cancel"
-                    onClicked: face.past.showSummarizePrompt = false
+                    onClicked: face.cancelPrompt()
                 }
             }
         }
