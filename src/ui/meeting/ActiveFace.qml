@@ -92,15 +92,8 @@ FocusScope {
                 }
             }
         }
-        Repeater {
-            model: face.meeting.troubles
-
-            Notice {
-                required property var modelData
-
-                kind: modelData.kind
-                text: modelData.text
-            }
+        Notices {
+            notices: face.meeting.notices
         }
         GridLayout {
             columns: face.isWide ? 2 : 1

@@ -23,19 +23,8 @@ Page {
         kind: "good"
         text: face.meeting.autoSendCompleted ? "Meeting notes sent!" : ""
     }
-    Notice {
-        kind: face.meeting.notice.kind
-        text: face.meeting.notice.text
-    }
-    Repeater {
-        model: face.meeting.troubles
-
-        Notice {
-            required property var modelData
-
-            kind: modelData.kind
-            text: modelData.text
-        }
+    Notices {
+        notices: face.meeting.notices
     }
     ColumnLayout {
         spacing: Theme.unit
@@ -78,11 +67,9 @@ Page {
             onSaveWanted: face.meeting.saveRecipientsAsDefaults()
         }
     }
-    Notice {
-        kind: face.meeting.missingNotes.kind
-        text: face.meeting.missingNotes.text
-        action: face.meeting.missingNotes.action
-        onActed: action === "Open Settings" ? face.settingsWanted(face.meeting.settingsSection) : face.meeting.openSession()
+    Notices {
+        notices: face.meeting.missingNotes
+        onActed: action => action === "Open Settings" ? face.settingsWanted(face.meeting.settingsSection) : face.meeting.openSession()
     }
     Busy {
         text: face.meeting.isEnhancing ? "Generating meeting notes..." : ""

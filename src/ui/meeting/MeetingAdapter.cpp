@@ -2,6 +2,8 @@
 
 #include "ui/meeting/MarkdownDialog.h"
 
+#include <tuple>
+
 namespace fenlo {
 
 namespace {
@@ -23,13 +25,16 @@ MeetingAdapter::MeetingAdapter(MeetingTab& tab)
 
 /// Rows that are as they were keep their place and the keyboard.
 void MeetingAdapter::follow() {
-    QVariantList troubles;
-    for (const MeetingNotice& trouble : m_tab.troubles())
-        troubles.append(shownNotice(trouble));
+    std::vector<MeetingNotice> told = m_tab.troubles();
+    told.insert(told.begin(), m_tab.notice());
+    const QVariantList notices = shownNotices(told);
+    const QVariantList missingNotes = shownNotices({m_tab.missingNotes()});
     const QVariantList notes = shownSections(m_tab.notes());
     const QStringList recipients = shownTexts(m_tab.controller().additionalRecipients());
-    if (troubles != m_troubles || notes != m_notes || recipients != m_recipients) {
-        m_troubles = troubles;
+    if (std::tie(notices, missingNotes, notes, recipients) !=
+        std::tie(m_notices, m_missingNotes, m_notes, m_recipients)) {
+        m_notices = notices;
+        m_missingNotes = missingNotes;
         m_notes = notes;
         m_recipients = recipients;
         Q_EMIT listed();

@@ -42,14 +42,14 @@ class MeetingAdapter final : public QObject {
     Q_PROPERTY(double audioLevel READ audioLevel NOTIFY ticked)
     Q_PROPERTY(QString countText READ countText NOTIFY changed)
     Q_PROPERTY(QString hint READ hint NOTIFY changed)
-    Q_PROPERTY(QVariantList troubles READ troubles NOTIFY listed)
+    Q_PROPERTY(QVariantList notices READ notices NOTIFY listed)
     Q_PROPERTY(QString userNotes READ userNotes WRITE setUserNotes NOTIFY changed)
     Q_PROPERTY(bool hasCopiedTranscript READ hasCopiedTranscript NOTIFY changed)
     Q_PROPERTY(bool hasCopiedFormatted READ hasCopiedFormatted NOTIFY changed)
 
     Q_PROPERTY(QString endedTitle READ endedTitle NOTIFY changed)
     Q_PROPERTY(bool isEnhancing READ isEnhancing NOTIFY changed)
-    Q_PROPERTY(QVariantMap missingNotes READ missingNotes NOTIFY changed)
+    Q_PROPERTY(QVariantList missingNotes READ missingNotes NOTIFY listed)
     Q_PROPERTY(QString settingsSection READ settingsSection NOTIFY changed)
     Q_PROPERTY(QString notesTitle READ notesTitle NOTIFY changed)
     Q_PROPERTY(bool hasNotes READ hasNotes NOTIFY changed)
@@ -66,7 +66,6 @@ class MeetingAdapter final : public QObject {
     Q_PROPERTY(QStringList additionalRecipients READ additionalRecipients NOTIFY listed)
     Q_PROPERTY(bool showRecipients READ showRecipients WRITE setShowRecipients NOTIFY changed)
     Q_PROPERTY(QString newRecipient READ newRecipient WRITE setNewRecipient NOTIFY changed)
-    Q_PROPERTY(QVariantMap notice READ notice NOTIFY changed)
 
 public:
     enum class Face { SetUp, History, Active, Ended, PastMeeting };
@@ -104,7 +103,7 @@ public:
     double audioLevel() const { return double(m_tab.controller().audioLevel()); }
     QString countText() const;
     QString hint() const;
-    QVariantList troubles() const { return m_troubles; }
+    QVariantList notices() const { return m_notices; }
     QString userNotes() const;
     void setUserNotes(const QString& notes);
     bool hasCopiedTranscript() const { return m_tab.copied() == MeetingTab::Copied::transcript; }
@@ -112,7 +111,7 @@ public:
 
     QString endedTitle() const;
     bool isEnhancing() const { return m_tab.controller().isEnhancing(); }
-    QVariantMap missingNotes() const { return shownNotice(m_tab.missingNotes()); }
+    QVariantList missingNotes() const { return m_missingNotes; }
     QString settingsSection() const;
     QString notesTitle() const;
     bool hasNotes() const { return m_tab.controller().enhancedNotes().has_value(); }
@@ -133,7 +132,6 @@ public:
     void setShowRecipients(bool show) { m_tab.setShowRecipients(show); }
     QString newRecipient() const;
     void setNewRecipient(const QString& typed) { m_tab.setNewRecipient(typed.toStdString()); }
-    QVariantMap notice() const { return shownNotice(m_tab.notice()); }
 
     Q_INVOKABLE void open() { m_tab.open(); }
     Q_INVOKABLE void start() { m_tab.start(); }
@@ -167,7 +165,8 @@ private:
     void follow();
 
     MeetingTab& m_tab;
-    QVariantList m_troubles;
+    QVariantList m_notices;
+    QVariantList m_missingNotes;
     QVariantList m_notes;
     QStringList m_recipients;
     PastMeetingAdapter m_past;

@@ -28,7 +28,7 @@ FocusScope {
         anchors.fill: parent
         focus: true
         onWantedChanged: setSource(wanted, { meeting: tab.meeting })
-        onLoaded: item.forceActiveFocus(Qt.OtherFocusReason) // qmllint disable missing-property
+        onLoaded: (item as Item).forceActiveFocus(Qt.OtherFocusReason)
     }
     Connections {
         target: face.item

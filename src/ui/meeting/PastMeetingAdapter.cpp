@@ -2,6 +2,8 @@
 
 #include "ui/meeting/MarkdownDialog.h"
 
+#include <tuple>
+
 namespace fenlo {
 
 namespace {
@@ -30,11 +32,15 @@ QVariantList shownSections(const std::vector<NotesSection>& sections) {
     return all;
 }
 
-QVariantMap shownNotice(const MeetingNotice& notice) {
+QVariantList shownNotices(const std::vector<MeetingNotice>& notices) {
     static const char* const kinds[] = {"info", "good", "warning", "error"};
-    return {{"kind", kinds[static_cast<std::size_t>(notice.kind)]},
-            {"text", pastText(notice.text)},
-            {"action", pastText(notice.action)}};
+    QVariantList all;
+    for (const MeetingNotice& notice : notices)
+        if (!notice.text.empty())
+            all.append(QVariantMap{{"kind", kinds[static_cast<std::size_t>(notice.kind)]},
+                                   {"text", pastText(notice.text)},
+                                   {"action", pastText(notice.action)}});
+    return all;
 }
 
 PastMeetingAdapter::PastMeetingAdapter(MeetingTab& tab) : m_tab(tab), m_tabChanged(tab.watch([this] { follow(); })) {
@@ -52,9 +58,11 @@ void PastMeetingAdapter::follow() {
 }
 
 void PastMeetingAdapter::followLists() {
+    const QVariantList notices = m_detail ? shownNotices({m_detail->notice()}) : QVariantList();
     const QVariantList notes = m_detail ? shownSections(m_detail->notes()) : QVariantList();
     const QStringList recipients = m_detail ? shownTexts(m_detail->extraRecipients()) : QStringList();
-    if (notes != m_notes || recipients != m_recipients) {
+    if (std::tie(notices, notes, recipients) != std::tie(m_notices, m_notes, m_recipients)) {
+        m_notices = notices;
         m_notes = notes;
         m_recipients = recipients;
         Q_EMIT listed();
@@ -157,10 +165,6 @@ QString PastMeetingAdapter::newRecipient() const {
 void PastMeetingAdapter::setNewRecipient(const QString& typed) {
     if (m_detail)
         m_detail->setNewRecipient(typed.toStdString());
-}
-
-QVariantMap PastMeetingAdapter::notice() const {
-    return shownNotice(m_detail ? m_detail->notice() : MeetingNotice());
 }
 
 void PastMeetingAdapter::summarize() {

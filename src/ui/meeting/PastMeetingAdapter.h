@@ -14,8 +14,8 @@ namespace fenlo {
 /// The sections of a meeting's notes, as NotesView wants them.
 QVariantList shownSections(const std::vector<NotesSection>& sections);
 QStringList shownTexts(const std::vector<std::string>& texts);
-/// A notice, as the toolkit's objects with `kind`, `text` and `action`.
-QVariantMap shownNotice(const MeetingNotice& notice);
+/// Those that have a text, as Notices wants them.
+QVariantList shownNotices(const std::vector<MeetingNotice>& notices);
 
 /// The meeting of the archive that is looked at.
 class PastMeetingAdapter final : public QObject {
@@ -42,7 +42,7 @@ class PastMeetingAdapter final : public QObject {
     Q_PROPERTY(QStringList extraRecipients READ extraRecipients NOTIFY listed)
     Q_PROPERTY(bool showRecipients READ showRecipients WRITE setShowRecipients NOTIFY changed)
     Q_PROPERTY(QString newRecipient READ newRecipient WRITE setNewRecipient NOTIFY changed)
-    Q_PROPERTY(QVariantMap notice READ notice NOTIFY changed)
+    Q_PROPERTY(QVariantList notices READ notices NOTIFY listed)
 
 public:
     explicit PastMeetingAdapter(MeetingTab& tab);
@@ -72,7 +72,7 @@ public:
     void setShowRecipients(bool show);
     QString newRecipient() const;
     void setNewRecipient(const QString& typed);
-    QVariantMap notice() const;
+    QVariantList notices() const { return m_notices; }
 
     Q_INVOKABLE void summarize();
     Q_INVOKABLE void email();
@@ -93,6 +93,7 @@ private:
     MeetingTab& m_tab;
     PastMeetingDetail* m_detail = nullptr; // the tab's, while a meeting is looked at
     TranscriptList m_transcript;
+    QVariantList m_notices;
     QVariantList m_notes;
     QStringList m_recipients;
     Changes::Watch m_tabChanged;

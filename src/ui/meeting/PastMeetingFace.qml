@@ -54,9 +54,8 @@ Page {
             }
         }
     }
-    Notice {
-        kind: face.past.notice.kind
-        text: face.past.notice.text
+    Notices {
+        notices: face.past.notices
     }
     ColumnLayout {
         spacing: Theme.unit

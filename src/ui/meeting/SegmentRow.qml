@@ -93,8 +93,6 @@ ItemDelegate {
                     Accessible.ignored: true
                 }
                 Field {
-                    id: field
-
                     name: "Name of " + row.speaker
                     visible: row.isEditing
                     implicitHeight: Math.round(Theme.textSize * 2.1)

@@ -17,19 +17,8 @@ Page {
         ? "The text appears within seconds, from one speaker."
         : "Fenlo writes down who says what, and makes notes of it afterwards."
 
-    Notice {
-        kind: face.meeting.notice.kind
-        text: face.meeting.notice.text
-    }
-    Repeater {
-        model: face.meeting.troubles
-
-        Notice {
-            required property var modelData
-
-            kind: modelData.kind
-            text: modelData.text
-        }
+    Notices {
+        notices: face.meeting.notices
     }
     FormGroup {
         FormRow {

@@ -47,10 +47,17 @@ FocusScope {
         }
         onMovementStarted: isAtNewest = false
         onMovementEnded: isAtNewest = atYEnd
-        onCountChanged: Qt.callLater(keepUp)
-        onHeightChanged: Qt.callLater(keepUp)
-        onWidthChanged: Qt.callLater(keepUp)
+        onCountChanged: soon.restart()
+        onHeightChanged: soon.restart()
+        onWidthChanged: soon.restart()
         Component.onCompleted: keepUp()
+
+        Timer { // when the rows have their heights
+            id: soon
+
+            interval: 0
+            onTriggered: list.keepUp()
+        }
 
         function keepUp() {
             if (!view.isLive || !isAtNewest || isNaming)

@@ -20,19 +20,8 @@ FocusScope {
             text: face.meeting.endedTitle
             Layout.fillWidth: true
         }
-        Notice {
-            kind: face.meeting.notice.kind
-            text: face.meeting.notice.text
-        }
-        Repeater {
-            model: face.meeting.troubles
-
-            Notice {
-                required property var modelData
-
-                kind: modelData.kind
-                text: modelData.text
-            }
+        Notices {
+            notices: face.meeting.notices
         }
         Flow {
             spacing: Theme.unit
