@@ -132,8 +132,8 @@ FocusScope {
             TextBox {
                 name: "Notes"
                 placeholder: "Jot notes here... AI will enhance them after the meeting"
-                Layout.preferredWidth: face.isWide ? face.width * 0.33 : face.width
-                Layout.maximumWidth: face.isWide ? face.width * 0.33 : face.width
+                Layout.preferredWidth: face.isWide ? Math.round(face.width * 0.33) : face.width
+                Layout.maximumWidth: face.isWide ? Math.round(face.width * 0.33) : face.width
                 Layout.preferredHeight: Theme.textSize * 8
                 Layout.fillWidth: !face.isWide
                 Layout.fillHeight: face.isWide
