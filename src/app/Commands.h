@@ -20,7 +20,8 @@ struct Command {
 Command addDictateCommand(CLI::App& cli);
 /// transcribe: the words of recordings, by the engine on this machine, with the times of their segments.
 Command addTranscribeCommand(CLI::App& cli);
-/// meeting: recordings of meetings, cut, told apart by speakers and recognised as a live one is, as Markdown with notes.
+/// meeting: recordings of meetings, cut, told apart by speakers and recognised as a live one is, as Markdown with
+/// notes.
 Command addMeetingCommand(CLI::App& cli);
 /// models: what models there are, on this machine and to download.
 Command addModelsCommand(CLI::App& cli);

@@ -50,7 +50,7 @@ void MeetingModeController::makeNotes(int number) {
     askWriter([asked = MeetingNotesWriter::Meeting{fenlo::transcriptText(meeting), meeting.userNotes, meeting.kind,
                                                    meeting.subject}](
                   MeetingNotesWriter& writer, std::stop_token stop) { return writer.summarize(asked, stop); },
-              [this, number](MeetingNotesWriter::Result result) { notesMade(number, result); });
+              [this, number](const MeetingNotesWriter::Result& result) { notesMade(number, result); });
 }
 
 /// They belong to their meeting also where the screen shows another one by now.

@@ -1,6 +1,7 @@
 #include "platform/linux/audio/SilentGaps.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace fenlo {
@@ -27,7 +28,7 @@ std::size_t SilentGaps::without(bool isOpen, double now) {
 std::size_t SilentGaps::serve(double until) {
     const double gap = std::clamp(until - *m_servedUntil, 0.0, longestSilence);
     m_servedUntil = std::max(*m_servedUntil, until);
-    return static_cast<std::size_t>(gap * m_sampleRate + 0.5);
+    return static_cast<std::size_t>(std::lround(gap * m_sampleRate));
 }
 
 } // namespace fenlo
