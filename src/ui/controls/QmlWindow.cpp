@@ -6,10 +6,37 @@
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <QTimer>
+#include <cstdint>
+#include <link.h>
 #include <malloc.h>
+#include <span>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <utility>
 
 namespace fenlo {
+
+namespace {
+
+/// Lets go of the parts of the libraries' files that are in memory, without those that were changed. What is needed
+/// again is there at once, from the system's cache of files.
+void forgetLibraryFiles() {
+    ::dl_iterate_phdr(
+        [](dl_phdr_info* library, std::size_t, void*) {
+            const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+            for (const auto& part : std::span(library->dlpi_phdr, library->dlpi_phnum)) {
+                if (part.p_type != PT_LOAD || (part.p_flags & PF_W) != 0)
+                    continue;
+                const std::uintptr_t begin = library->dlpi_addr + part.p_vaddr;
+                const std::uintptr_t firstPage = begin & ~(page - 1);
+                ::madvise(reinterpret_cast<void*>(firstPage), begin + part.p_memsz - firstPage, MADV_DONTNEED);
+            }
+            return 0;
+        },
+        nullptr);
+}
+
+} // namespace
 
 QmlWindow::QmlWindow(const std::string& file, const QVariantMap& properties, std::function<void()> closed)
     : m_closed(std::move(closed)) {
@@ -56,6 +83,7 @@ void QmlWindow::toFront() {
 void QmlWindow::trimMemory() {
     QPixmapCache::clear();
     ::malloc_trim(0);
+    forgetLibraryFiles();
 }
 
 } // namespace fenlo
