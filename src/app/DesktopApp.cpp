@@ -230,7 +230,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
                              sessionHooks(workspace, services, notifications, meetings.controller));
     MeetingControl meetingControl({config, mainQueue, recorder, session, overlay, menuBar, meetings.controller});
     Windows windows(
-        {.config = config,
+        {.take = services,
          .clock = clock,
          .mainQueue = mainQueue,
          .background = background,
@@ -238,10 +238,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
          .audioInput = microphone,
          .keys = platform.keys,
          .workspace = workspace,
-         .keychain = services.keychain,
-         .localTranscriber = services.localTranscriber,
          .tones = tones,
-         .statistics = services.statistics,
          .copyToClipboard = [&](const std::string& text) { inserter.copyToClipboard(text); },
          .firstStart = {{microphone, clock, mainQueue, background, config, notifications, platform.keys, tones,
                          overlay},
@@ -253,7 +250,6 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
          .deployment = deployment,
          .http = platform.http,
          .secrets = platform.secrets,
-         .serviceKeys = services.keys,
          .meetings = meetings.controller,
          .startMeeting = [&] { meetingControl.start(); },
          .stopMeeting = [&] { meetingControl.stop(); },

@@ -3,6 +3,7 @@
 #include "Version.h"
 #include "app/DoctorProcess.h"
 #include "app/ModelWork.h"
+#include "app/TakeServices.h"
 #include "audio/voice/VoiceProfile.h"
 #include "base/Environment.h"
 #include "platform/Workspace.h"
@@ -37,32 +38,33 @@ AboutServices aboutServices(const WindowServices& services) {
 } // namespace
 
 Windows::Windows(const WindowServices& services)
-    : settings({.config = services.config,
+    : settings({.config = services.take.config,
                 .mainQueue = services.mainQueue,
                 .background = services.background,
                 .notifications = services.notifications,
-                .keychain = services.keychain,
-                .localTranscriber = services.localTranscriber,
+                .keychain = services.take.keychain,
+                .localTranscriber = services.take.localTranscriber,
                 .tones = services.tones,
                 .workspace = services.workspace}),
-      hotkeyTest(services.config, services.keys, services.notifications, services.mainQueue),
+      hotkeyTest(services.take.config, services.keys, services.notifications, services.mainQueue),
       snippets(Snippets::defaultFile(), services.clock),
-      dashboard({services.statistics, services.clock, services.mainQueue, services.background, services.notifications}),
-      meeting({services.meetings, services.mainQueue, services.background, services.serviceKeys,
-               services.copyToClipboard, services.startMeeting, services.stopMeeting}),
-      history({services.statistics, services.clock, services.mainQueue, services.background, services.notifications,
-               services.copyToClipboard}),
-      voice({services.audioInput, services.clock, services.mainQueue, services.background, services.config,
+      dashboard(
+          {services.take.statistics, services.clock, services.mainQueue, services.background, services.notifications}),
+      meeting({services.meetings, services.mainQueue, services.background, services.take.keys, services.copyToClipboard,
+               services.startMeeting, services.stopMeeting}),
+      history({services.take.statistics, services.clock, services.mainQueue, services.background,
+               services.notifications, services.copyToClipboard}),
+      voice({services.audioInput, services.clock, services.mainQueue, services.background, services.take.config,
              services.notifications},
             voiceProfileFile()),
-      about(aboutServices(services)), serviceKeys({services.secrets, services.serviceKeys, services.deployment,
+      about(aboutServices(services)), serviceKeys({services.secrets, services.take.keys, services.deployment,
                                                    services.http, services.mainQueue, services.background}),
       offlineModels({modelWork(services.deployment, services.http, services.clock), services.mainQueue,
                      services.background, services.deployment.offlineModel,
-                     [&config = services.config] { return config.get().offlineMode; }, machineMemory()}),
+                     [&config = services.take.config] { return config.get().offlineMode; }, machineMemory()}),
       microphone(
-          {services.audioInput, services.config, services.notifications, services.mainQueue, services.takeLevel}),
-      m_models{.config = services.config,
+          {services.audioInput, services.take.config, services.notifications, services.mainQueue, services.takeLevel}),
+      m_models{.config = services.take.config,
                .mainQueue = services.mainQueue,
                .home = {.dashboard = dashboard,
                         .meeting = meeting,
@@ -76,7 +78,7 @@ Windows::Windows(const WindowServices& services)
                         .offlineModels = offlineModels,
                         .microphone = microphone},
                .firstStart = services.firstStart,
-               .hotkey = [&config = services.config] { return hotkeyLabel(config.get().hotkey); }} {}
+               .hotkey = [&config = services.take.config] { return hotkeyLabel(config.get().hotkey); }} {}
 
 Screens* Windows::screens() {
     if (!m_screens)

@@ -23,16 +23,15 @@ namespace fenlo {
 class AudioInput;
 class Background;
 class Clock;
-class Config;
 class KeyEvents;
 class MainQueue;
 class NotificationCenter;
-class StatisticsStore;
 class Workspace;
+struct TakeServices;
 
 /// What the windows' models work with. All outlive the windows.
 struct WindowServices {
-    Config& config;
+    TakeServices& take;
     Clock& clock;
     MainQueue& mainQueue;
     Background& background;
@@ -40,16 +39,12 @@ struct WindowServices {
     AudioInput& audioInput;
     KeyEvents& keys;
     Workspace& workspace;
-    Keychain& keychain;
-    LocalTranscriber& localTranscriber;
     TonePlayer& tones;
-    StatisticsStore& statistics;
     std::function<void(const std::string&)> copyToClipboard;
     OnboardingServices firstStart;
     const Deployment& deployment;
     HttpClient& http;
     SecureStore& secrets;
-    ServiceKeys& serviceKeys;
     MeetingModeController& meetings;
     std::function<void()> startMeeting; // may refuse
     std::function<void()> stopMeeting;
