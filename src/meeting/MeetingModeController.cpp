@@ -59,9 +59,14 @@ void MeetingModeController::setMeetingTemplate(MeetingTemplate kind) {
         m_changes.tell();
 }
 
+/// Where no session is shown it is the next one's, and the last one keeps its own.
 void MeetingModeController::setSubject(const std::string& subject) {
-    if (std::exchange(m_subject, subject) != subject)
+    if (std::exchange(m_subject, subject) == subject)
+        return;
+    if (m_isActive || !m_segments.empty())
         noteState();
+    else
+        m_changes.tell();
 }
 
 void MeetingModeController::setCaptureSystemAudio(bool capture) {

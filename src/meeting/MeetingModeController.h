@@ -227,6 +227,7 @@ private:
 
     // Notes: MeetingModeNotes.cpp.
     Timer wordsLimit(int number);
+    void dropAwaitedNotes(int number);
     void makeNotes(int number);
     void notesMade(int number, const MeetingNotesWriter::Result& result);
     void keepNotes(int number, const EnhancedMeetingNotes& notes);

@@ -37,6 +37,11 @@ Timer MeetingModeController::wordsLimit(int number) {
     return m_services.mainQueue.postAfter(patienceForWords, [this, number] { makeNotes(number); });
 }
 
+void MeetingModeController::dropAwaitedNotes(int number) {
+    if (m_awaitedNotes.erase(number) > 0 && number == m_session)
+        m_isEnhancing = false;
+}
+
 void MeetingModeController::makeNotes(int number) {
     m_awaitedNotes.erase(number);
     const MeetingRecord& meeting = runOf(number)->record();

@@ -110,8 +110,10 @@ void MeetingModeController::loadPastMeetings() {
 
 void MeetingModeController::deletePastMeeting(const std::string& id) {
     for (const auto& [number, meeting] : m_runs)
-        if (meeting->id() == id)
+        if (meeting->id() == id) {
+            dropAwaitedNotes(number); // nobody is to read it any more
             meeting->discard();
+        }
     m_work.add([&archive = m_services.archive, id](std::stop_token) { archive.remove(id); });
     loadPastMeetings();
 }

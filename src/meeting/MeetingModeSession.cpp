@@ -96,12 +96,13 @@ void MeetingModeController::tick() {
     m_levelChanges.tell();
 }
 
-/// Sound that is not recorded any more must not hold up what the computer plays: that is then taken alone.
+/// Sound that is not recorded any more must not hold up what the computer plays: that is then taken alone, as it is at
+/// the end, where no later chunk would take it.
 void MeetingModeController::takeChunk(Chunk which) {
     MeetingCut cut{.microphone = m_recorder->takeSamples()};
     const bool isEmpty = cut.microphone.samples.empty();
-    const bool takesSystem = m_systemCapture && (!isEmpty || m_isMicrophoneSilent);
-    if (takesSystem)
+    const bool takesAll = !isEmpty || m_isMicrophoneSilent || which == Chunk::final;
+    if (m_systemCapture && takesAll)
         cut.system = m_systemCapture->take();
     if (which == Chunk::next)
         hearMicrophone(isEmpty);

@@ -21,20 +21,24 @@ namespace fenlo {
 namespace {
 
 constexpr double patience = 600;         // seconds after the end in which words may still come
+constexpr double pauseAfterwards = 1800; // seconds until those that did not come are asked for again
+constexpr double laterPatience = 120;    // seconds for the first of them to come
 constexpr double filingRetry = 30;       // seconds
 constexpr double filingDelay = 1;        // seconds in which changes are gathered
 constexpr std::chrono::days oldAge{7};   // after which sound is not tried again
 constexpr std::size_t loggedLength = 80; // characters of a segment
 
-/// Beside the archive's files, for sound that nobody could recognise.
-std::filesystem::path keepUnrecognised(const MeetingArchive& archive, const std::string& meeting,
-                                       const KeptChunk& chunk) {
+/// Beside the archive's files, for sound that nobody could recognise. Nothing when it cannot be kept there.
+std::optional<std::filesystem::path> keepUnrecognised(const MeetingArchive& archive, const std::string& meeting,
+                                                      const KeptChunk& chunk) {
     const auto folder = archive.folder() / "unrecognised";
     files::makePrivateDirectory(folder);
     const auto place = folder / (meeting + "-" + std::to_string(chunk.number) + ".wav");
     std::error_code error;
     std::filesystem::rename(chunk.file, place, error);
-    return error ? chunk.file : place;
+    if (error) // the temporary folder may be on another file system
+        std::filesystem::copy_file(chunk.file, place, error);
+    return error ? std::nullopt : std::optional(place);
 }
 
 /// Brings the record into the archive, where it then has an id. A file that the user deleted stays away.
@@ -181,6 +185,10 @@ void MeetingRun::heard(int number, ChunkQueue::Attempt attempt) {
         lose(number);
     } else {
         m_waiting.erase(number);
+        if (m_left.erase(number) > 0) { // it was under way when patience ended
+            --m_lost;
+            m_isDone = m_isDone && !m_left.empty();
+        }
         if (m_isStopped)
             beginPatience();
     }
@@ -211,7 +219,10 @@ void MeetingRun::lose(int number) {
     m_services.work.add([hearing = m_hearing, kept = chunk.mapped(), &archive = m_services.archive](std::stop_token) {
         const auto place = keepUnrecognised(archive, hearing->folder->folder().filename(), kept);
         hearing->folder->finishChunk(kept.number);
-        logError("Meeting chunk {} was not recognised; its sound is kept as {}", kept.number, place.string());
+        if (place)
+            logError("Meeting chunk {} was not recognised; its sound is kept as {}", kept.number, place->string());
+        else
+            logError("Meeting chunk {} was not recognised, and its sound cannot be kept", kept.number);
     });
 }
 
@@ -222,7 +233,7 @@ void MeetingRun::noteState(MeetingRecord record) {
     record.notes = std::move(m_record.notes);
     m_record = std::move(record);
     noteChange();
-    if (!m_isDone)
+    if (!isDone()) // a next start writes the file from the folder
         m_hearing->folder->noteState(m_record);
 }
 
@@ -257,11 +268,24 @@ void MeetingRun::losePatience() {
         if (isOld)
             lose(number);
         else
-            logError("Meeting chunk {} is not recognised yet; the next start tries it again", number);
-    m_isLeft = !m_waiting.empty();
+            logError("Meeting chunk {} is not recognised yet; it is tried again later", number);
     m_lost += static_cast<int>(m_waiting.size());
-    m_waiting.clear();
+    m_left.merge(m_waiting);
+    if (!m_left.empty())
+        m_nextLook = m_services.mainQueue.postAfter(pauseAfterwards, [this] { takeUpLeft(); });
     settle();
+}
+
+/// The program may run for weeks before a next start would ask for these words.
+void MeetingRun::takeUpLeft() {
+    if (m_left.empty())
+        return;
+    m_isDone = false;
+    m_lost -= static_cast<int>(m_left.size());
+    for (auto& [number, chunk] : std::exchange(m_left, {}))
+        enqueue(std::move(chunk), ChunkQueue::Urgency::later);
+    m_patience = m_services.mainQueue.postAfter(laterPatience, [this] { losePatience(); });
+    m_listener.onChange();
 }
 
 void MeetingRun::discard() {
@@ -269,6 +293,8 @@ void MeetingRun::discard() {
     m_isDone = true;
     m_services.queue.withdraw(this);
     m_waiting.clear();
+    m_left.clear();
+    m_nextLook.cancel();
     m_nextFiling.cancel();
     m_services.work.add([hearing = m_hearing](std::stop_token) { hearing->folder->complete(); });
     m_listener.onChange();
@@ -287,7 +313,7 @@ void MeetingRun::file() {
     m_isFiling = true;
     m_services.work.add(
         [hearing = m_hearing, record = m_record, id = m_id, isNeeded = m_hasChanged,
-         keepsFolder = m_isLeft || m_isDone || !isSettled(), &archive = m_services.archive,
+         keepsFolder = !m_left.empty() || m_isDone || !isSettled(), &archive = m_services.archive,
          &queue = m_services.mainQueue,
          filed = m_lifetime.bind([this, wasSettled = isSettled()](std::optional<std::string> place, bool isWritten) {
              this->filed(std::move(place), isWritten, wasSettled);
@@ -310,7 +336,7 @@ void MeetingRun::filed(std::optional<std::string> id, bool isWritten, bool wasSe
     if (m_isDiscarded)
         return;
     m_id = std::move(id);
-    m_isDone = isWritten && wasSettled;
+    m_isDone = isWritten && wasSettled && isSettled();
     m_fault = isWritten ? "" : "The meeting could not be written; it is kept, and tried again";
     if (!isWritten) {
         m_hasChanged = true;

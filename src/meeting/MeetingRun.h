@@ -76,7 +76,7 @@ public:
     /// Whether it was stopped and no more words come.
     bool isSettled() const { return m_isStopped && pendingChunks() == 0; }
     /// Whether nothing is left to do for it.
-    bool isDone() const { return m_isDone; }
+    bool isDone() const { return m_isDone && m_left.empty(); }
     /// What hampers it, one line; empty when all is well.
     std::string trouble() const;
 
@@ -90,6 +90,7 @@ private:
     void noteChange();
     void beginPatience();
     void losePatience();
+    void takeUpLeft();
     void settle();
     void file();
     void filed(std::optional<std::string> id, bool isWritten, bool wasSettled);
@@ -101,17 +102,18 @@ private:
     int m_nextNumber = 0;
     int m_beingPrepared = 0;
     std::map<int, KeptChunk> m_waiting; // without words
+    std::map<int, KeptChunk> m_left;    // for a better hour, or for the next start
     int m_lost = 0;
     bool m_isStopped = false;
     bool m_isDiscarded = false;
     bool m_isDone = false;
     bool m_hasChanged = false; // since the file was written
     bool m_isFiling = false;
-    bool m_isLeft = false; // some chunks wait for the next start
     std::optional<std::string> m_id;
     std::string m_fault;
     Timer m_patience;
     Timer m_nextFiling;
+    Timer m_nextLook;
     Lifetime m_lifetime;
 };
 

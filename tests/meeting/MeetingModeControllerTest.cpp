@@ -193,14 +193,40 @@ TEST_F(MeetingSession, EndInAnOutageIsMadeGoodByTheNextStart) {
     EXPECT_EQ(meetings->lostChunks(), 2); // with what came after the last cut
     EXPECT_FALSE(contains(filed(), "chunk 1"));
     EXPECT_EQ(unfinished(), 1U);
+    meetings->nameSpeaker(0, "Ann");
+    pass(2);
     restart();
     isDown = false;
     meetings->recoverMeetings();
     work();
     EXPECT_TRUE(contains(filed(), "chunk 1"));
+    EXPECT_TRUE(contains(filed(), "Ann:**"));
     EXPECT_EQ(unfinished(), 0U);
     EXPECT_EQ(recovered, 1);
     EXPECT_TRUE(meetings->segments().empty()); // what is shown is another session's
+}
+
+TEST_F(MeetingSession, EndInAnOutageIsMadeGoodByAProgramThatRunsOn) {
+    fail({});
+    isDown = true;
+    start();
+    sentence();
+    control->stop();
+    meetings->newSession();
+    pass(700);
+    EXPECT_TRUE(archive.load().empty());
+    const auto passHour = [this] {
+        for (int i = 0; i < 360; ++i) {
+            mainQueue.advance(10);
+            work();
+        }
+    };
+    passHour();
+    EXPECT_EQ(unfinished(), 1U);
+    isDown = false;
+    passHour();
+    EXPECT_TRUE(contains(filed(), "chunk 0"));
+    EXPECT_EQ(unfinished(), 0U);
 }
 
 TEST_F(MeetingSession, KilledProgramLosesOnlyWhatWasNotCut) {
@@ -306,17 +332,20 @@ TEST_F(MeetingSession, SecondMeetingLeavesTheFirstItsLateWords) {
 }
 
 TEST_F(MeetingSession, DeletedMeetingDoesNotComeBackWithItsLateWords) {
+    answerNotes("TITLE: Plans\n\nSUMMARY:\nAll is planned.");
     fail({1});
     start();
     sentence();
     sentence();
     control->stop();
     work();
+    meetings->newSession();
     meetings->deletePastMeeting(archive.load().at(0).id);
     failing.clear();
-    pass(60);
+    pass(90);
     EXPECT_TRUE(archive.load().empty());
     EXPECT_EQ(unfinished(), 0U);
+    EXPECT_TRUE(http.requests.empty()); // no language model reads it
 }
 
 TEST_F(MeetingSession, NotesWaitForTheLastWordsAndGoIntoTheFile) {
@@ -377,6 +406,18 @@ TEST_F(MeetingSession, WhatIsNamedAndMarkedAfterTheEndReachesTheFile) {
     EXPECT_TRUE(contains(text, "Ann:** \u2B50 Words") || contains(text, "Ann:** \u2B50 Words of chunk 0")) << text;
 }
 
+TEST_F(MeetingSession, NextSubjectIsNotThatOfAMeetingWithoutWords) {
+    meetings->setSubject("First");
+    start();
+    meetings->setUserNotes("typed");
+    control->stop();
+    work();
+    meetings->setSubject("Second");
+    pass(2);
+    ASSERT_EQ(archive.load().size(), 1U);
+    EXPECT_EQ(archive.load()[0].subject, "First");
+}
+
 TEST_F(MeetingSession, ComputersSoundIsMixedIn_AndItsFailureTold) {
     const test::LogCapture logged;
     computer.error = "no monitor";
@@ -397,8 +438,11 @@ TEST_F(MeetingSession, ComputersSoundIsMixedIn_AndItsFailureTold) {
     start();
     work();
     EXPECT_TRUE(computer.isOpen());
+    computer.hear(std::vector<float>(48000, 0.1F)); // and the microphone has not delivered yet
     control->stop();
     EXPECT_FALSE(computer.isOpen());
+    work();
+    EXPECT_EQ(texts().size(), 1U);
 }
 
 TEST_F(MeetingSession, MicrophoneThatComesLateIsTaken) {
