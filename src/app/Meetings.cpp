@@ -8,11 +8,19 @@ namespace fenlo {
 
 namespace {
 
-/// Until the engine is there, or cannot be, a chunk of offline mode would go to a service.
+/// While the engine is being loaded chunks wait. Where it cannot be had, they are tried, so that the user is told.
 bool isRecogniserReady(const TakeServices& services) {
     const LocalTranscriber& engine = services.localTranscriber;
     return !services.config.get().offlineMode || engine.isReady() ||
            (!engine.isSettingUp() && !engine.setupFault().empty());
+}
+
+/// In offline mode nothing of a meeting goes to a service, not even where the engine cannot be had. Throws then.
+std::string transcribe(TakeServices& services, const TranscribeRequest& request, std::stop_token stop) {
+    if (services.config.get().offlineMode && !services.localTranscriber.isReady())
+        throw LocalTranscriberError(LocalTranscriberError::Kind::notReady, "the engine on this machine is not ready: " +
+                                                                               services.localTranscriber.setupFault());
+    return services.transcriber.transcribe(request, stop);
 }
 
 MeetingModeController::Services controllerServices(const Meetings::Surroundings& around, Meetings& meetings) {
@@ -24,10 +32,9 @@ MeetingModeController::Services controllerServices(const Meetings::Surroundings&
             .archive = meetings.archive,
             .notesWriter = meetings.writer,
             .delivery = meetings.delivery,
-            .transcribe =
-                [&services = around.services](const TranscribeRequest& request, std::stop_token stop) {
-                    return services.transcriber.transcribe(request, stop);
-                },
+            .transcribe = [&services =
+                               around.services](const TranscribeRequest& request,
+                                                std::stop_token stop) { return transcribe(services, request, stop); },
             .isRecogniserReady = [&services = around.services] { return isRecogniserReady(services); },
             .recordMeeting =
                 [&statistics = around.services.statistics, &notifications = around.notifications](

@@ -42,7 +42,8 @@ void MeetingRoad::loadEngine(CommandServices& command) {
             command.progress.bytes("Fetching the model", step.done, step.total);
     });
     command.progress.finish();
-    if (m_staysHere && !m_services.localTranscriber.isReady() && !command.stop().stop_requested())
+    // Without its engine, offline mode would send the meeting to a service.
+    if (!m_services.localTranscriber.isReady() && !command.stop().stop_requested())
         throw std::runtime_error("the model " + m_deployment.offlineModel +
                                  " cannot be used: " + m_services.localTranscriber.setupFault());
 }
