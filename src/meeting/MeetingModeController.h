@@ -214,6 +214,8 @@ private:
     /// Beyond the fields of the session: what has changed goes into its folder, and into its file when it has one.
     void noteState();
     MeetingRecord record() const;
+    /// The record without the segments, which may be thousands: for every letter that the user types.
+    MeetingRecord state() const;
 
     // Sessions on the way to their files, by their number: MeetingModeRuns.cpp.
     MeetingRun* run() const { return runOf(m_session); }

@@ -84,7 +84,7 @@ void MeetingModeController::saveTranscript() {
     MeetingRun* current = run();
     if (!current)
         return;
-    current->noteState(record());
+    current->noteState(state());
     current->save();
 }
 

@@ -159,10 +159,15 @@ void MeetingModeController::newSession() {
 }
 
 MeetingRecord MeetingModeController::record() const {
+    MeetingRecord record = state();
+    record.segments = m_segments;
+    return record;
+}
+
+MeetingRecord MeetingModeController::state() const {
     MeetingRecord record = m_head;
     record.subject = m_subject;
     record.elapsedFormatted = elapsedFormatted();
-    record.segments = m_segments;
     record.speakerNames = m_speakerNames;
     record.bookmarks = m_bookmarks;
     record.userNotes = m_userNotes;
@@ -172,7 +177,7 @@ MeetingRecord MeetingModeController::record() const {
 
 void MeetingModeController::noteState() {
     if (MeetingRun* current = run())
-        current->noteState(record());
+        current->noteState(state());
     m_changes.tell();
 }
 

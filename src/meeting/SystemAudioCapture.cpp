@@ -60,7 +60,9 @@ std::vector<float> SystemAudioCapture::take() {
         samples.swap(heard.buffer);
         return std::exchange(heard.hasSound, false);
     });
-    return hasSound ? samples : std::vector<float>();
+    if (!hasSound)
+        return {};
+    return samples;
 }
 
 void SystemAudioCapture::hear(std::span<const float> samples) {
