@@ -129,8 +129,8 @@ struct Outcome {
     int mostWaiting = 0;
 };
 
-Outcome play(Program& program, double seconds) {
-    constexpr double patience = 60;
+Outcome play(Program& program, bench::Talk& talk, double seconds) {
+    constexpr double patience = 300;
     Outcome outcome;
     double stopped = 0;
     MeetingModeController& meetings = program.meetings;
@@ -148,7 +148,6 @@ Outcome play(Program& program, double seconds) {
     });
     meetings.startMeeting(program.recorder);
     std::jthread audio([&] {
-        bench::Talk talk(program.microphone, program.computer, program.speed);
         program.loop.post([&, words = talk.play(seconds)] {
             outcome.wordsSpoken = words;
             const double begin = bench::processorSeconds();
@@ -198,8 +197,9 @@ int main(int argc, char** argv) try {
     const test::EnvironmentVariable homePath("HOME", home.path.c_str()), state("XDG_STATE_HOME", nullptr),
         cache("XDG_CACHE_HOME", nullptr);
     Program program(speed);
+    bench::Talk talk(program.microphone, program.computer, speed);
     printMemory("before", program.meetings);
-    const Outcome outcome = play(program, seconds);
+    const Outcome outcome = play(program, talk, seconds);
     return print(program, seconds, outcome) ? 0 : 1;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "meeting_hour: %s\n", error.what());
