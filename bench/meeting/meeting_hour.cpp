@@ -135,7 +135,8 @@ Outcome play(Program& program, bench::Talk& talk, double seconds) {
     double stopped = 0;
     MeetingModeController& meetings = program.meetings;
     const Timer minutes = program.loop.every(600 / program.speed, [&] {
-        printMemory(std::to_string(std::lround(meetings.elapsedTime() / 60)) + " min", meetings);
+        if (meetings.isActive())
+            printMemory(std::to_string(std::lround(meetings.elapsedTime() / 60)) + " min", meetings);
     });
     const Timer look = program.loop.every(0.01, [&] {
         outcome.mostWaiting = std::max(outcome.mostWaiting, meetings.pendingChunks());
