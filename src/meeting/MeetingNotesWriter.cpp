@@ -3,6 +3,7 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "meeting/NotesPrompts.h"
+#include "settings/ApiKey.h"
 #include "settings/Config.h"
 #include "settings/Deployment.h"
 
@@ -19,14 +20,13 @@ std::string_view domainOf(CloudService service) {
 }
 
 /// What a status that is no success means to the user.
-std::string meaningOf(int status) {
-    switch (status) {
+std::string meaningOf(const SmartRewriteError& error) {
+    if (apiKey::isRefused(error.status, error.what()))
+        return "refused the key";
+    switch (error.status) {
     case 400:
     case 413:
         return "did not take the transcript, which may be too long for it";
-    case 401:
-    case 403:
-        return "refused the key";
     case 429:
         return "has had enough requests for now";
     default:
@@ -42,7 +42,7 @@ std::string meaningOf(int status) {
     } catch (const SmartRewriteError& error) {
         if (error.kind == SmartRewriteError::Kind::apiError)
             throw MeetingModelError(domainOf(service), error.status,
-                                    name + " " + meaningOf(error.status) + " (" + std::to_string(error.status) + ")");
+                                    name + " " + meaningOf(error) + " (" + std::to_string(error.status) + ")");
         throw MeetingModelError(domainOf(service), brokenReply, name + " sent no answer that can be read");
     } catch (const HttpError& error) {
         throw MeetingModelError(

@@ -21,4 +21,10 @@ std::string describeError(std::string_view service, int status, std::string_view
            text::join(text::words(text::firstCharacters(shown, shownErrorCharacters)), " ");
 }
 
+/// A wrong key is a bad request to some of them.
+bool isRefused(int status, std::string_view body) {
+    const auto says = [&](std::string_view words) { return body.find(words) != std::string_view::npos; };
+    return status == 401 || status == 403 || (status == 400 && (says("API_KEY_INVALID") || says("Incorrect API key")));
+}
+
 } // namespace fenlo::apiKey

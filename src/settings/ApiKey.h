@@ -15,4 +15,7 @@ std::string clean(std::string_view key);
 /// error <status>: <start of the body, or "unknown" when it is no text>".
 std::string describeError(std::string_view service, int status, std::string_view body, std::string_view key);
 
+/// Whether a service that answers so does not know the key; the start of what it wrote is enough.
+bool isRefused(int status, std::string_view body);
+
 } // namespace fenlo::apiKey

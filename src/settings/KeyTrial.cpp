@@ -1,6 +1,7 @@
 #include "settings/KeyTrial.h"
 
 #include "platform/HttpClient.h"
+#include "settings/ApiKey.h"
 #include "settings/Deployment.h"
 
 #include <cstdlib>
@@ -36,19 +37,12 @@ HttpRequest requestFor(CloudService service, const std::string& key, const Deplo
     std::abort();
 }
 
-/// A wrong key is a bad request to some of them.
-bool isRefusal(const HttpResponse& answer) {
-    return answer.status == 401 || answer.status == 403 ||
-           (answer.status == 400 && (answer.body.find("API_KEY_INVALID") != std::string::npos ||
-                                     answer.body.find("Incorrect API key") != std::string::npos));
-}
-
 KeyVerdict verdictOf(const HttpResponse& answer) {
     if (answer.status >= 200 && answer.status < 300)
         return KeyVerdict::accepted;
     if (answer.status == 429)
         return KeyVerdict::limited;
-    return isRefusal(answer) ? KeyVerdict::refused : KeyVerdict::noVerdict;
+    return apiKey::isRefused(answer.status, answer.body) ? KeyVerdict::refused : KeyVerdict::noVerdict;
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "settings/Deployment.h"
 #include "settings/Keychain.h"
 #include "support/EnvironmentVariable.h"
+#include "support/FakeHttpClient.h"
 #include "support/FakeSecureStore.h"
 #include "support/LogCapture.h"
 #include "support/LoopbackServices.h"
@@ -140,6 +141,15 @@ TEST_F(MeetingNotesWriterTest, AFailureIsToldInOneSentence) {
                 ElementsAre(failed, failed, failed, failed, "[Fenlo] ERROR: Enhanced summarize for past meeting failed",
                             "[Fenlo] ERROR: Refine summary failed",
                             "[Fenlo] ERROR: Meeting summary failed: no API keys or both APIs failed"));
+}
+
+TEST_F(MeetingNotesWriterTest, AWrongKeyIsNoTranscriptThatIsTooLong) {
+    FakeHttpClient refusing;
+    refusing.onSend = [](const HttpRequest&) {
+        return HttpResponse{400, {}, R"({"error": {"code": 400, "details": [{"reason": "API_KEY_INVALID"}]}})"};
+    };
+    MeetingNotesWriter refused({config, deployment, refusing, keys});
+    EXPECT_THAT(refused.summarize(meeting, {}).fault, HasSubstr("Gemini refused the key (400)"));
 }
 
 TEST_F(MeetingNotesWriterTest, AnAnswerWithoutNotesTakesNoOnesPlace) {
