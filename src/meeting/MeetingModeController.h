@@ -133,7 +133,7 @@ public:
     /// countdown to their mail begins.
     void summarize();
     /// `transcript` is the source of truth; without it that of the session. Nothing on failure. The caller stores the
-    /// result.
+    /// result, but for notes of a session that was left meanwhile: these go into its file, and the caller has nothing.
     void refineNotes(const EnhancedMeetingNotes& notes, const std::string& instruction,
                      const std::optional<std::string>& transcript, NotesDone done);
     /// Notes for a meeting of the archive, from its whole file. Nothing on failure. The caller stores them.
@@ -232,6 +232,7 @@ private:
     void dropAwaitedNotes(int number);
     void makeNotes(int number);
     void notesMade(int number, const MeetingNotesWriter::Result& result);
+    bool notesRefined(int number, const MeetingNotesWriter::Result& result); // true where the session was left
     void keepNotes(int number, const EnhancedMeetingNotes& notes);
     template <typename Work>
     void askWriter(Work work, std::function<void(MeetingNotesWriter::Result)> done);

@@ -43,10 +43,12 @@ void MeetingModeController::saveRecipientsAsDefaults() {
     m_services.config.update([this](Settings& settings) { settings.meetingEmailRecipients = m_additionalRecipients; });
 }
 
+/// The user may send them while the secure store is still asked.
 void MeetingModeController::startAutoSend() {
+    m_autoSend.reset();
     m_services.background.run([&delivery = m_services.delivery, &queue = m_services.mainQueue,
                                start = m_lifetime.bind([this, session = m_session] {
-                                   if (session == m_session)
+                                   if (session == m_session && !m_autoSend.isCancelled())
                                        m_autoSend.start();
                                })](std::stop_token) mutable {
         if (delivery.sendsByItself())

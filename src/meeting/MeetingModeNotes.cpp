@@ -98,14 +98,32 @@ void MeetingModeController::refineNotes(const EnhancedMeetingNotes& notes, const
                                         const std::optional<std::string>& transcript, NotesDone done) {
     m_isEnhancing = true;
     m_changes.tell();
+    if (!transcript)
+        m_summarized.insert(m_session);
     askWriter([asked = MeetingNotesWriter::Refinement{notes, instruction, transcript ? *transcript : transcriptText(),
                                                       m_subject}](
                   MeetingNotesWriter& writer, std::stop_token stop) { return writer.refine(asked, stop); },
-              [this, done = std::move(done)](const MeetingNotesWriter::Result& result) {
-                  m_isEnhancing = false;
+              [this, number = m_session, isOfSession = !transcript,
+               done = std::move(done)](const MeetingNotesWriter::Result& result) {
+                  if (number == m_session)
+                      m_isEnhancing = false;
+                  if (isOfSession && notesRefined(number, result))
+                      done({}, {});
+                  else
+                      done(result.notes, result.fault);
                   m_changes.tell();
-                  done(result.notes, result.fault);
               });
+}
+
+/// Those of a session that was left meanwhile go to its own file, not to the one that is shown by now.
+bool MeetingModeController::notesRefined(int number, const MeetingNotesWriter::Result& result) {
+    m_summarized.erase(number);
+    if (number == m_session)
+        return false;
+    if (result.notes)
+        keepNotes(number, *result.notes);
+    dropFinishedRuns();
+    return true;
 }
 
 void MeetingModeController::summarizePastMeeting(const std::string& content, std::optional<MeetingTemplate> kind,

@@ -97,13 +97,11 @@ private:
 
 /// Of a file with a heading for it, the transcript is what follows: what the user typed above may look like a segment.
 std::string_view transcriptIn(std::string_view content) {
-    std::string_view rest = content;
-    for (std::size_t at = rest.find(transcript); at != std::string_view::npos; at = rest.find(transcript)) {
-        const std::size_t start = content.size() - rest.size() + at;
-        const std::size_t lineStart = content.rfind('\n', start) + 1; // 0 without a line before
-        rest.remove_prefix(at + transcript.size());
-        if (trimmed(content.substr(lineStart, content.find('\n', start) - lineStart)) == transcript)
-            return rest;
+    for (std::size_t begin = 0; begin < content.size();) {
+        const std::size_t end = std::min(content.find('\n', begin), content.size());
+        if (trimmed(content.substr(begin, end - begin)) == transcript)
+            return content.substr(end);
+        begin = end + 1;
     }
     return content;
 }

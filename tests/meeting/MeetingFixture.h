@@ -44,7 +44,7 @@ protected:
                 .systemAudio = computer,
                 .archive = where,
                 .notesWriter = writer,
-                .delivery = delivery,
+                .delivery = *delivery,
                 .transcribe = [this](const TranscribeRequest& request,
                                      std::stop_token) { return hear(numberOf(request.audio)); },
                 .isRecogniserReady = [this] { return isReady; },
@@ -129,7 +129,8 @@ protected:
     ServiceKeys serviceKeys{keychain, {}, ""};
     MeetingArchive archive{folder.path};
     MeetingNotesWriter writer{{config, deployment, http, serviceKeys}};
-    MeetingDelivery delivery{{keychain, writer, clock, {}, &mailProgram}};
+    std::unique_ptr<MeetingDelivery> delivery =
+        std::make_unique<MeetingDelivery>(MeetingDelivery::Services{keychain, writer, clock, {}, &mailProgram});
     std::unique_ptr<ManualBackground> workers;
     std::unique_ptr<MeetingModeController> meetings;
     std::unique_ptr<MeetingControl> control;

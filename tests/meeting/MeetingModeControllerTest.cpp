@@ -384,6 +384,62 @@ TEST_F(MeetingSession, NotesOfASessionThatWasLeftGoIntoItsFileOnly) {
     EXPECT_TRUE(contains(filed(), "All is planned."));
 }
 
+TEST_F(MeetingSession, RefinedNotesStayWithTheirMeeting) {
+    answerNotes("TITLE: Plans\n\nSUMMARY:\nAll is planned.");
+    start();
+    sentence();
+    control->stop();
+    work();
+    answerNotes("TITLE: Plans\n\nSUMMARY:\nShorter.");
+    std::optional<bool> isForCaller;
+    meetings->refineNotes(*meetings->enhancedNotes(), "shorter", std::nullopt,
+                          [&](const auto& notes, const auto&) { isForCaller = notes.has_value(); });
+    meetings->newSession();
+    start(); // before the answer
+    sentence();
+    EXPECT_EQ(isForCaller, false);
+    EXPECT_FALSE(meetings->enhancedNotes());
+    http.onSend = [](const HttpRequest&) { return HttpResponse{500, {}, ""}; };
+    control->stop();
+    pass(2);
+    const auto all = archive.load();
+    ASSERT_EQ(all.size(), 2U);
+    EXPECT_TRUE(contains(all[1].content, "Shorter."));
+    EXPECT_FALSE(all[0].enhancedNotes);
+}
+
+TEST_F(MeetingSession, NotesThatTheUserMailsAreNotMailedOnceMore) {
+    int mails = 0;
+    delivery = std::make_unique<MeetingDelivery>(
+        MeetingDelivery::Services{keychain, writer, clock, [&](const auto&, const auto&) { return ++mails > 0; }});
+    restart();
+    keychain.save("google_user_email", "me@example.org");
+    answerNotes("TITLE: Plans\n\nSUMMARY:\nAll is planned.");
+    start();
+    sentence();
+    control->stop();
+    work();
+    EXPECT_EQ(meetings->autoSendCountdown(), 60);
+    pass(61);
+    EXPECT_EQ(mails, 1);
+    EXPECT_TRUE(meetings->autoSendCompleted());
+
+    bool isSent = false;
+    const auto watch = meetings->watch([&] { // as soon as there are notes, before anybody has asked who is signed in
+        if (meetings->enhancedNotes() && !meetings->isActive() && !std::exchange(isSent, true)) {
+            meetings->cancelAutoSend();
+            meetings->sendEnhancedNotesEmail([](const auto&) {});
+        }
+    });
+    start();
+    sentence();
+    control->stop();
+    work();
+    EXPECT_TRUE(isSent);
+    pass(90);
+    EXPECT_EQ(mails, 2);
+}
+
 TEST_F(MeetingSession, MissingNotesAreExplained) {
     start();
     sentence();
