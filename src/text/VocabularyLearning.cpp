@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "base/Text.h"
+#include "text/professions/Professions.h"
 
 #include <set>
 
@@ -9,7 +10,6 @@ namespace fenlo {
 
 namespace {
 
-constexpr std::size_t vocabularyLimit = 200;
 constexpr std::size_t minimumCorrection = 3; // characters
 constexpr std::size_t minimumTerm = 4;       // characters
 

@@ -2,6 +2,7 @@
 
 #include "text/professions/ProfessionProfile.h"
 
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
@@ -41,6 +42,9 @@ std::span<const std::string_view> roleChoices(std::string_view profession);
 std::span<const std::string_view> practiceAreaChoices(std::string_view profession);
 std::span<const std::string_view> specialtyChoices(std::string_view profession);
 std::span<const std::string_view> dictationTypeChoices(std::string_view profession);
+
+/// How many terms the vocabulary of the profession holds with what was learned.
+inline constexpr std::size_t vocabularyLimit = 200;
 
 /// Makes it the user's profession; its vocabulary replaces the terms that were learned before.
 void selectProfession(Settings& settings, std::string_view key);

@@ -89,6 +89,15 @@ void appendNew(std::vector<std::string>& terms, const std::vector<std::string>& 
             terms.push_back(term);
 }
 
+/// Learning drops the first terms of a list that is too long, and these are the profession's own.
+void dropOldestLearned(Settings& settings) {
+    std::vector<std::string>& terms = settings.professionVocabulary;
+    if (terms.size() <= vocabularyLimit)
+        return;
+    const auto learned = terms.begin() + std::ssize(profile(settings.profession).vocabulary);
+    terms.erase(learned, learned + static_cast<std::ptrdiff_t>(terms.size() - vocabularyLimit));
+}
+
 void dropForeignAnswers(Settings& settings) {
     for (const ProfessionTopic topic : {ProfessionTopic::role, ProfessionTopic::practiceAreas,
                                         ProfessionTopic::specialties, ProfessionTopic::dictationTypes}) {
@@ -151,6 +160,7 @@ void changeProfession(Config& config, std::string_view key) {
         const std::vector<std::string> learned = learnedTerms(settings);
         selectProfession(settings, key);
         appendNew(settings.professionVocabulary, learned);
+        dropOldestLearned(settings);
         dropForeignAnswers(settings);
     });
 }

@@ -159,3 +159,19 @@ TEST(ProfessionQuestions, AChangeKeepsWhatWasLearnedAndDropsForeignAnswers) {
     EXPECT_THAT(now.dictationTypes, ElementsAre("emails"));
     files::removeQuietly(file);
 }
+
+TEST(ProfessionQuestions, AChangeKeepsTheNewestTermsAndTheProfessions) {
+    test::VirtualClock clock;
+    const std::filesystem::path file = files::temporaryFile("professions-", ".json");
+    Config config(file, clock);
+    config.update([](Settings& settings) {
+        for (std::size_t i = 0; i < vocabularyLimit; ++i)
+            settings.professionVocabulary.push_back("Name" + std::to_string(i));
+    });
+    changeProfession(config, "developer");
+    const Settings now = config.get();
+    ASSERT_EQ(now.professionVocabulary.size(), vocabularyLimit);
+    EXPECT_EQ(now.professionVocabulary.front(), profile("developer").vocabulary.front());
+    EXPECT_EQ(now.professionVocabulary.back(), "Name199");
+    files::removeQuietly(file);
+}
