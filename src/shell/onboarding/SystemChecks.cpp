@@ -50,12 +50,12 @@ void SystemChecks::look() {
 
 void SystemChecks::askKeyring() {
     m_asksKeyring = true;
-    m_background.run([this, asked = m_desktop.keyringAnswers, answer = m_lifetime.bind([this](bool answers) {
+    m_background.run([&queue = m_mainQueue, asked = m_desktop.keyringAnswers, answer = m_lifetime.bind([this](bool it) {
         m_asksKeyring = false;
-        m_keyringAnswers = answers;
+        m_keyringAnswers = it;
         if (m_timer.isSet())
             look();
-    })](std::stop_token) mutable { m_mainQueue.post([answer, answers = asked()]() mutable { answer(answers); }); });
+    })](std::stop_token) mutable { queue.post([answer, answers = asked()]() mutable { answer(answers); }); });
 }
 
 void SystemChecks::act(Subject subject) {

@@ -139,7 +139,11 @@ void VoiceReading::built(BuiltProfile result) {
 void VoiceReading::skip() {
     if (!canSkip())
         return;
-    m_timer.cancel();
+    if (m_state == State::reading) { // by the button, which needs no key
+        m_timer.cancel();
+        m_recorder.endWithoutSpeechTest();
+        become(State::ready);
+    }
     finish(false);
 }
 

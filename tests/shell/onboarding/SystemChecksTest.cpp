@@ -64,6 +64,13 @@ TEST_F(Checks, RemediesComeFirstAndCommandsAfterThem) {
     EXPECT_EQ(done, std::vector<std::string>{"copied sudo apt install gnome-keyring"});
 }
 
+TEST_F(Checks, AKeyringMayAnswerWhenTheWindowIsGone) {
+    begin();
+    onboarding.reset();
+    finish(); // the sanitizer sees what it touches
+    EXPECT_EQ(keyringAsked, 1);
+}
+
 TEST_F(Checks, KeysThatAreNotHeardEndDictation) {
     begin();
     EXPECT_EQ(row(Subject::keys).state, CheckState::works);

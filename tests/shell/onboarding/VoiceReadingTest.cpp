@@ -218,6 +218,14 @@ TEST_F(Reading, DictationLosesTheKeyOnlyMeanwhile) {
     EXPECT_EQ(press(), 1);
 }
 
+TEST_F(Reading, LeavingInTheMiddleClosesTheMicrophone) {
+    reading->keyDown(); // by the button
+    pass(1);
+    reading->skip();
+    EXPECT_EQ(finished, std::vector{false});
+    EXPECT_FALSE(input.microphone.engine && input.microphone.engine->isRunning());
+}
+
 TEST_F(Reading, AProfileBeingBuiltOutlivesItsWindow) {
     down();
     read(passage());
