@@ -22,7 +22,8 @@ namespace {
 constexpr double setupElsewherePoll = 0.5; // seconds
 constexpr double betweenTones = 0.8;       // seconds from the start tones to the end tones
 constexpr double firstProgress = 0.1;
-constexpr double lastProgress = 0.95; // of the steps that a set-up tells
+constexpr double fetchedProgress = 0.8; // most of the time goes into the download
+constexpr double lastProgress = 0.95;   // of the steps that a set-up tells
 constexpr char setupFailedLine[] = "Setup failed. Please try again.";
 
 constexpr const char* accountSecrets[] = {"google_access_token", "google_refresh_token", "google_token_expiry",
@@ -73,15 +74,23 @@ bool isSame(const Choice<Enum>& one, const Choice<Enum>& other) {
     return one.word() == other.word(); // unknown words differ
 }
 
-/// Tells the share of the download that is done, at most a hundred times. Called from several threads.
+/// The model is fetched first, and then prepared for this machine.
+double progressOf(const SetupStep& step) {
+    const bool isFetched = step.kind == SetupStep::Kind::preparing;
+    const double from = isFetched ? fetchedProgress : firstProgress;
+    const double to = isFetched ? lastProgress : fetchedProgress;
+    return from + (to - from) * double(step.done) / double(step.total);
+}
+
+/// Tells how far the set-up is, at most a hundred times. Called from several threads.
 LocalTranscriber::Steps telling(const std::function<void(double)>& progress, MainQueue& queue) {
     auto told = std::make_shared<std::atomic<int>>(0); // per cent
     return [progress, told, &queue](const SetupStep& step) {
         if (step.total == 0)
             return;
-        const double share = double(step.done) / double(step.total);
-        if (const int percent = int(share * 100); told->exchange(percent) != percent)
-            queue.post([progress, share] { progress(firstProgress + share * (lastProgress - firstProgress)); });
+        const double fraction = progressOf(step);
+        if (const int percent = int(fraction * 100); told->exchange(percent) != percent)
+            queue.post([progress, fraction] { progress(fraction); });
     };
 }
 

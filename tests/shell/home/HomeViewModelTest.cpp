@@ -10,6 +10,7 @@
 #include "support/TemporaryFolder.h"
 #include "support/VirtualTime.h"
 
+#include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>
 
@@ -43,14 +44,17 @@ protected:
     FakeSecureStore secrets;
     Keychain keychain{secrets};
     std::function<void(std::stop_token)> makeEngine = [](std::stop_token) {};
-    LocalTranscriber transcriber{"small", home / "models",
-                                 [this](const auto&, const auto&, const auto& steps, std::stop_token stop) {
-                                     makeEngine(stop);
-                                     if (steps)
-                                         steps({SetupStep::Kind::downloading, 50, 100});
-                                     return LocalTranscriber::Engine();
-                                 },
-                                 clock};
+    LocalTranscriber transcriber{
+        "small", home / "models",
+        [this](const auto&, const auto&, const auto& steps, std::stop_token stop) {
+            makeEngine(stop);
+            if (steps)
+                for (const auto kind : {SetupStep::Kind::downloading, SetupStep::Kind::preparing})
+                    for (const std::uint64_t done : {0, 50, 100})
+                        steps({kind, done, 100});
+            return LocalTranscriber::Engine();
+        },
+        clock};
     FakeAudioOutput output;
     TonePlayer tones{output, background};
     FakeWorkspace workspace;
@@ -186,6 +190,18 @@ TEST_F(SettingsModel, OfflineModeForcesEnglishAndTranscription) {
     model.setOfflineMode(false);
     EXPECT_FALSE(stored().offlineMode);
     EXPECT_EQ(model.offlineLine(), "");
+}
+
+TEST_F(SettingsModel, SetUpNeverSeemsToBeginAnew) {
+    model.setOfflineMode(true);
+    std::vector<double> shown;
+    const auto watch = model.watch([&] {
+        if (model.offlineSetupProgress > 0)
+            shown.push_back(model.offlineSetupProgress);
+    });
+    settle();
+    EXPECT_GE(shown.size(), 4u);
+    EXPECT_TRUE(std::ranges::is_sorted(shown));
 }
 
 TEST_F(SettingsModel, FailedOrCancelledSetUpLeavesOfflineModeOff) {
