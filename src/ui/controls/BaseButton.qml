@@ -32,6 +32,7 @@ Button {
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
         elide: Text.ElideRight
+        textFormat: Text.PlainText // a name that somebody typed may be its text
         Accessible.ignored: true
     }
     background: Rectangle {
