@@ -78,15 +78,14 @@ public:
 
     std::optional<BasicSummary> basicSummary(const std::string& transcript, std::stop_token stop);
 
-    /// Why there would be no notes now, without asking anyone; empty when a service may be asked.
-    std::string hindrance() const;
-
 private:
     struct Answer {
         std::optional<std::string> text;
         std::string fault;
     };
 
+    /// Why nobody is to be asked; empty when a service may be.
+    std::string hindrance() const;
     /// `failure` goes into the log when no service answers.
     Answer ask(const ModelPrompt& prompt, std::string_view failure, std::stop_token stop);
     std::string call(CloudService service, const std::string& key, const ModelPrompt& prompt, std::stop_token stop);

@@ -95,13 +95,6 @@ void TranscriptRows::show(const PastMeeting& meeting) {
     tell(Edit::Kind::reset, 0, m_rows.size());
 }
 
-void TranscriptRows::clear() {
-    m_rows.clear();
-    m_followed = 0;
-    m_firstSegment.clear();
-    tell(Edit::Kind::reset, 0, 0);
-}
-
 void TranscriptRows::tell(Edit::Kind kind, std::size_t first, std::size_t count) const {
     if (m_onEdit)
         m_onEdit({kind, first, count});

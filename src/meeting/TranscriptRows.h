@@ -54,7 +54,6 @@ public:
     void follow(const Live& live);
     /// The transcript of the archive.
     void show(const PastMeeting& meeting);
-    void clear();
 
     /// One list at a time follows the rows.
     void setOnEdit(std::function<void(const Edit&)> onEdit) { m_onEdit = std::move(onEdit); }
