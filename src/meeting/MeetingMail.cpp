@@ -1,6 +1,7 @@
 #include "meeting/MeetingMail.h"
 
 #include "base/Text.h"
+#include "meeting/MeetingWords.h"
 #include "shell/ElapsedText.h"
 
 #include <algorithm>
@@ -12,10 +13,6 @@ namespace fenlo {
 namespace {
 
 constexpr const char* notesSubject = "Meeting Notes: ";
-
-std::string countOf(int count, const std::string& thing) {
-    return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
-}
 
 double secondsSince(const std::optional<dates::Moment>& start, dates::Moment now) {
     return start ? std::chrono::duration<double>(now - *start).count() : 0;
@@ -89,7 +86,7 @@ MeetingMail composeMail(const TranscriptionMail& mail) {
     MeetingMail composed;
     composed.notes.title = mail.subject.empty() ? "Transcription" : mail.subject;
     composed.notes.summary =
-        countOf(mail.segmentCount, "segment") + " · " + countOf(mail.speakerCount, "speaker") + " · " + mail.duration;
+        counted(mail.segmentCount, "segment") + " · " + counted(mail.speakerCount, "speaker") + " · " + mail.duration;
     composed.subject = "Transcription: " + composed.notes.title;
     composed.meetingDate = dates::mediumText(mail.date);
     composed.duration = mail.duration;

@@ -68,8 +68,8 @@ struct TranscriptMail {
 struct TranscriptionMail {
     std::string subject;
     std::string transcript; // a line for each segment
-    int segmentCount = 0;
-    int speakerCount = 0;
+    std::size_t segmentCount = 0;
+    std::size_t speakerCount = 0;
     dates::Moment date;
     std::string duration;
     std::vector<std::string> additionalRecipients;

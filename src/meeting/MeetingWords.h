@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// What the meeting screens say in more than one place.
+/// What is said of meetings in more than one place.
 namespace fenlo {
 
 /// "12 segments", "1 speaker".

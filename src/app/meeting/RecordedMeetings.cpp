@@ -15,6 +15,7 @@
 #include "meeting/MeetingArchive.h"
 #include "meeting/MeetingMarkdown.h"
 #include "meeting/MeetingText.h"
+#include "meeting/MeetingWords.h"
 #include "shell/ElapsedText.h"
 
 #include <algorithm>
@@ -43,9 +44,6 @@ std::string accountOf(const MeetingRecord& record) {
     std::set<int> speakers;
     for (const TranscriptSegment& segment : record.segments)
         speakers.insert(segment.speaker.id);
-    const auto counted = [](std::size_t count, const std::string& noun) {
-        return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-    };
     return counted(record.segments.size(), "segment") + " by " + counted(speakers.size(), "speaker") + " in " +
            record.elapsedFormatted;
 }
