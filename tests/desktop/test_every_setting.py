@@ -265,6 +265,8 @@ class EverySetting(DesktopCase):
         return Recording(self.fenlo, take.mark)
 
     def end(self, take):
+        if self.fenlo.settings()["play_sounds"]:  # a busy machine plays them late
+            wait_for(lambda: any(map(self.listener.has_heard, (START_TONE, HARP_TONE))), "the tone of the take")
         take.tones = {tone for tone in (START_TONE, HARP_TONE, NUDGE) if self.listener.has_heard(tone)}
         self.listener.close()
         take.log = "\n".join(self.fenlo.log()[take.mark :])

@@ -84,11 +84,13 @@ class Settings(DesktopCase):
         wait_for(lambda: self.home.find("text", "Words to say, 1").has("focused"), "the keyboard in the new row")
         desktop.type_text("My Sig.")
         desktop.press("Tab")
+        wait_for(lambda: self.home.find("text", "Text to insert, 1").has("focused"), "the keyboard in its text")
         desktop.type_text("Best regards, Anna")
         desktop.shortcut("w")  # what was typed a moment ago is kept
         file = fenlo.home / ".fenlo/snippets.json"
         expected = [{"trigger": "my sig", "text": "Best regards, Anna"}]
-        wait_for(lambda: file.exists() and json.loads(file.read_text()) == expected, "the snippet in the file")
+        wait_for(lambda: file.exists() and json.loads(file.read_text()), "the snippet in the file")
+        self.assertEqual(json.loads(file.read_text()), expected)
         editor.activate()
         self._say("My sig.")
         editor.wait_for_text("Best regards, Anna")
@@ -126,7 +128,8 @@ class Settings(DesktopCase):
         desktop.press(f"{desktop.RIGHT_CONTROL}+End", "a")
         expected = [{"trigger": "my sig", "text": "Best regards, Anna"}]
         file = fenlo.home / ".fenlo/snippets.json"
-        wait_for(lambda: file.exists() and json.loads(file.read_text()) == expected, "the snippet in the file")
+        wait_for(lambda: file.exists() and json.loads(file.read_text()), "the snippet in the file")
+        self.assertEqual(json.loads(file.read_text()), expected)
 
     def _section(self, name):
         self.home.find("list item", name).press()

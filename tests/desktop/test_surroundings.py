@@ -53,7 +53,8 @@ class Surroundings(DesktopCase):
         self.dictate_into(self.open_editor())
 
     def test_end_of_the_x_server_is_told_in_one_line(self):
-        command = ["Xvfb", "-displayfd", "1", "-nolisten", "tcp"]
+        # Without -noreset it would begin anew after its first client, the program's own look at the display, has gone.
+        command = ["Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-noreset"]
         screen = processes.start(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         self.addCleanup(screen.stdout.close)
         self.addCleanup(processes.end, screen)

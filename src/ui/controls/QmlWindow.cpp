@@ -4,6 +4,7 @@
 
 #include <QPixmapCache>
 #include <QQmlApplicationEngine>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QTimer>
 #include <cstdint>
@@ -64,7 +65,12 @@ QmlWindow::QmlWindow(const std::string& file, const QVariantMap& properties, std
     });
 }
 
-QmlWindow::~QmlWindow() = default;
+/// What was typed a moment ago counts: fields store it when the keyboard leaves them, which a window that goes may not
+/// tell them any more.
+QmlWindow::~QmlWindow() {
+    if (QQuickItem* const field = m_window ? m_window->activeFocusItem() : nullptr)
+        field->setFocus(false);
+}
 
 void QmlWindow::drawBySoftware() {
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
