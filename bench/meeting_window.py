@@ -34,8 +34,17 @@ def make_archive(folder, meetings, segments):
         (folder / f"meeting_{start:%Y-%m-%d_%H-%M-%S}.md").write_text("".join(lines))
 
 
-def _has_keyboard(node):
-    wait_for(lambda: any(row.has("focused") for row in node.all("list item")), "the keyboard at a row")
+def _go(transcript, keys):
+    """Presses the keys, and waits until the rows are others and stay."""
+    seen = [[row.name for row in transcript.all("list item")]] * 2
+    first = seen[0]
+    desktop.press(*keys)
+
+    def rests():
+        seen.append([row.name for row in transcript.all("list item")])
+        return seen[-1] == seen[-2] != first
+
+    wait_for(rests, f"the rows after {keys[0]}")
 
 
 def walk(pid, home, meetings, segments):
@@ -43,7 +52,7 @@ def walk(pid, home, meetings, segments):
     timed("View All", pid, lambda: (home.press_button("View All"), home.find("list", "Meetings").find("list item")))
     history = home.find("list", "Meetings")
     desktop.shortcut("f")
-    timed("search as one types", pid, lambda: (desktop.type_text("Meeting 7"), home.find("list item", "Meeting 7, …")))
+    timed("search as one types", pid, lambda: (desktop.type_text("Meeting 77"), home.find("list item", "Meeting 77, …")))
     timed("back to all", pid, lambda: home.press_button("Clear the search"))
     newest = history.find("list item", f"Meeting {meetings - 1}, …")
     title = f"Full Transcript ({segments} segments)"
@@ -53,7 +62,7 @@ def walk(pid, home, meetings, segments):
     transcript.focus()
     for keys in (["End"], ["Prior"] * 30, ["Home"], ["Down"] * 30):
         what = f"{len(keys)} times {keys[0]}" if len(keys) > 1 else keys[0]
-        timed(what, pid, lambda keys=keys: (desktop.press(*keys), _has_keyboard(transcript)))
+        timed(what, pid, lambda keys=keys: _go(transcript, keys))
     print(f"  memory with the transcript: {memory(pid)}")
     desktop.press("Escape")
     home.find("list", "Meetings")
