@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.Basic
 
 /// A button with a sign in place of a word. `name` is what a screen reader says and the tip shows.
 BaseButton {
@@ -13,7 +12,9 @@ BaseButton {
     rightPadding: 0
     text: sign
     Accessible.name: name
-    ToolTip.text: name
-    ToolTip.visible: hovered || visualFocus
-    ToolTip.delay: 700
+
+    Tip {
+        text: control.name
+        isWanted: control.hovered || control.visualFocus
+    }
 }

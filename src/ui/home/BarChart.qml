@@ -1,7 +1,6 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Fenlo.Controls
 
@@ -89,9 +88,11 @@ Rectangle {
                     height: plot.height
 
                     HoverHandler { id: hover }
-                    ToolTip.text: modelData.detail
-                    ToolTip.visible: hover.hovered
-                    ToolTip.delay: 200
+                    Tip {
+                        text: bar.modelData.detail
+                        isWanted: hover.hovered
+                        delay: 200
+                    }
 
                     Rectangle {
                         x: chart.gap / 2
