@@ -24,7 +24,6 @@ constexpr double patience = 600;         // seconds after the end in which words
 constexpr double pauseAfterwards = 1800; // seconds until those that did not come are asked for again
 constexpr double laterPatience = 120;    // seconds for the first of them to come
 constexpr double filingRetry = 30;       // seconds
-constexpr double filingDelay = 1;        // seconds in which changes are gathered
 constexpr std::chrono::days oldAge{7};   // after which sound is not tried again
 constexpr std::size_t loggedLength = 80; // characters of a segment
 
@@ -203,7 +202,7 @@ void MeetingRun::heard(int number, ChunkQueue::Attempt attempt) {
 void MeetingRun::noteChange() {
     m_hasChanged = true;
     if (m_isDone)
-        m_nextFiling = m_services.mainQueue.postAfter(filingDelay, [this] { file(); });
+        file(); // at once: the program may be about to end
 }
 
 void MeetingRun::beginPatience() {

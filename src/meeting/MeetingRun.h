@@ -76,7 +76,7 @@ public:
     /// Whether it was stopped and no more words come.
     bool isSettled() const { return m_isStopped && pendingChunks() == 0; }
     /// Whether nothing is left to do for it.
-    bool isDone() const { return m_isDone && m_left.empty(); }
+    bool isDone() const { return m_isDiscarded || (m_isDone && !m_hasChanged && !m_isFiling && m_left.empty()); }
     /// What hampers it, one line; empty when all is well.
     std::string trouble() const;
 

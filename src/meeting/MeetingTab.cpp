@@ -46,7 +46,7 @@ void MeetingTab::follow() {
     if (isActive && !std::exchange(m_wasActive, true))
         forgetSession();
     else if (!isActive && std::exchange(m_wasActive, false))
-        lookForKeys();
+        endSession();
     m_transcript.follow(
         {m_controller.segments(), m_controller.speakerNames(), m_controller.bookmarks(), m_editingSegment});
     m_changes.tell();
@@ -72,6 +72,12 @@ void MeetingTab::forgetSession() {
     m_editingSegment.reset();
     m_showTranscript = false;
     m_notice = {};
+}
+
+/// The face that had the field goes; what is written in it stays.
+void MeetingTab::endSession() {
+    commitSpeakerName();
+    lookForKeys();
 }
 
 MeetingTab::Face MeetingTab::face() const {

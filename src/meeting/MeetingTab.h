@@ -145,6 +145,7 @@ private:
     void followArchive();
     const PastMeeting* pastMeeting(const std::string& id) const;
     void leaveSelected();
+    void endSession();
     void forgetSession();
     void lookForKeys();
     void copy(const std::string& text, Copied what);

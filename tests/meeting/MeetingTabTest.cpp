@@ -205,6 +205,26 @@ TEST_F(MeetingTabTest, NamesAndStarsShowAtOnceInAllRows) {
     tab.editSpeaker(99);
     tab.toggleStar(99);
     EXPECT_EQ(told.front(), 1u);
+
+    // The end is no reason to lose a name that is being written, and names and stars can be given after it.
+    tab.editSpeaker(0);
+    tab.setEditingSpeakerName("Tom");
+    tab.stop();
+    settle();
+    EXPECT_EQ(tab.editingSpeakerId(), std::nullopt);
+    EXPECT_EQ(tab.transcript().rows()[2].speaker, "Tom");
+    tab.toggleStar(2);
+    queue.advance(2);
+    settle();
+    ASSERT_THAT(tab.recentMeetings(), SizeIs(1));
+    EXPECT_THAT(tab.recentMeetings()[0]->content, HasSubstr("Tom:** ⭐ While the name is typed."));
+    tab.editSpeaker(1);
+    tab.setEditingSpeakerName("Ann");
+    tab.commitSpeakerName();
+    tab.newMeeting(); // at once: the file is written all the same
+    queue.advance(2);
+    settle();
+    EXPECT_THAT(tab.recentMeetings()[0]->content, HasSubstr("Ann:** Another thing."));
 }
 
 TEST_F(MeetingTabTest, NotesThatDoNotComeAreToldWithAWayOn) {

@@ -116,11 +116,7 @@ FocusScope {
                     visible: face.meeting.transcript.count > 0
                     transcript: face.meeting.transcript
                     isLive: true
-                    canEdit: true
-                    onEditWanted: row => face.meeting.editSpeaker(row)
-                    onNamed: name => face.meeting.nameSpeaker(name)
-                    onAbandoned: face.meeting.cancelEditing()
-                    onStarred: row => face.meeting.toggleStar(row)
+                    session: face.meeting
                 }
                 EmptyState {
                     anchors.centerIn: parent

@@ -121,6 +121,7 @@ Page {
     }
     TranscriptFold {
         transcript: face.meeting.transcript
+        session: face.meeting
         title: face.meeting.transcriptTitle
         isOpen: face.meeting.showTranscript
         onToggled: face.meeting.showTranscript = !face.meeting.showTranscript

@@ -42,30 +42,31 @@ FocusScope {
                 Layout.fillWidth: true
             }
         }
-        RowLayout {
-            visible: list.count > 0 || face.meeting.searchQuery !== ""
-            spacing: Theme.unit
+        Field {
+            id: search
+
+            name: "Search meetings"
+            placeholderText: "Search meetings..."
+            text: face.meeting.searchQuery
+            visible: list.count > 0 || text !== ""
+            rightPadding: clear.visible ? clear.width : leftPadding
             Layout.fillWidth: true
-
-            Field {
-                id: search
-
-                name: "Search meetings"
-                placeholderText: "Search meetings..."
-                text: face.meeting.searchQuery
-                Layout.fillWidth: true
-                onTextEdited: face.meeting.searchQuery = text
-                Keys.onEscapePressed: event => {
-                    event.accepted = text !== ""
-                    face.meeting.searchQuery = ""
-                }
-                Keys.onDownPressed: list.forceActiveFocus(Qt.TabFocusReason)
-                Keys.onReturnPressed: list.forceActiveFocus(Qt.TabFocusReason)
+            onTextEdited: face.meeting.searchQuery = text
+            Keys.onEscapePressed: event => {
+                event.accepted = text !== ""
+                face.meeting.searchQuery = ""
             }
+            Keys.onDownPressed: list.forceActiveFocus(Qt.TabFocusReason)
+            Keys.onReturnPressed: list.forceActiveFocus(Qt.TabFocusReason)
+
             IconButton {
+                id: clear
+
+                anchors.right: parent.right
                 name: "Clear the search"
                 sign: "✕"
-                visible: face.meeting.searchQuery !== ""
+                hoverFill: "transparent"
+                visible: search.text !== ""
                 onClicked: {
                     face.meeting.searchQuery = ""
                     search.forceActiveFocus(Qt.TabFocusReason)

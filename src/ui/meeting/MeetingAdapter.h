@@ -140,6 +140,7 @@ public:
     Q_INVOKABLE QString deletionText(const QString& id) const;
     Q_INVOKABLE void deletePastMeeting(const QString& id) { m_tab.deletePastMeeting(id.toStdString()); }
     Q_INVOKABLE void editSpeaker(int row);
+    Q_INVOKABLE void typeSpeakerName(const QString& name) { m_tab.setEditingSpeakerName(name.toStdString()); }
     Q_INVOKABLE void nameSpeaker(const QString& name);
     Q_INVOKABLE void cancelEditing() { m_tab.cancelEditing(); }
     Q_INVOKABLE void toggleStar(int row);

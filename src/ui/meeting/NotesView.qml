@@ -68,8 +68,10 @@ ColumnLayout {
 
                     Rectangle {
                         readonly property bool isBox: section.modelData.isToDo
+                        readonly property int box: Math.round(Theme.textSize * 0.95)
+                        readonly property int slack: box - width // so that all texts begin below each other
 
-                        implicitWidth: isBox ? Math.round(Theme.textSize * 0.95) : 5
+                        implicitWidth: isBox ? box : 5
                         implicitHeight: implicitWidth
                         radius: isBox ? 3 : width / 2
                         color: isBox ? "transparent" : Theme.faint
@@ -77,8 +79,8 @@ ColumnLayout {
                         border.width: isBox ? 1 : 0
                         Layout.alignment: Qt.AlignTop
                         Layout.topMargin: Math.round((Theme.textSize * 1.5 - height) / 2)
-                        Layout.leftMargin: isBox ? 0 : Theme.half
-                        Layout.rightMargin: isBox ? 0 : Theme.half
+                        Layout.leftMargin: Math.floor(slack / 2)
+                        Layout.rightMargin: Math.ceil(slack / 2)
                     }
                     Label {
                         text: item.modelData

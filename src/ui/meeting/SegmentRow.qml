@@ -24,6 +24,7 @@ ItemDelegate {
 
     signal chosen
     signal editWanted
+    signal typed(string name)
     signal named(string name)
     signal abandoned
     signal starred
@@ -76,12 +77,15 @@ ItemDelegate {
                     visible: row.canEdit && !row.isEditing
                     focusPolicy: Qt.NoFocus
                     Accessible.name: "Rename " + row.speaker
-                    ToolTip.text: "Rename"
-                    ToolTip.visible: hovered
-                    ToolTip.delay: 700
                     Layout.leftMargin: -Theme.half
+                    Layout.rightMargin: -Theme.half
                     Layout.maximumWidth: Theme.textSize * 22
                     onClicked: row.editWanted()
+
+                    Tip {
+                        text: "Rename"
+                        isWanted: (parent as LinkButton)?.hovered ?? false
+                    }
                 }
                 Label {
                     text: row.speaker
@@ -99,6 +103,7 @@ ItemDelegate {
                     implicitWidth: Theme.textSize * 14
                     onVisibleChanged: begin()
                     Component.onCompleted: begin()
+                    onTextEdited: row.typed(text)
                     onEditingFinished: finish()
                     Keys.onReturnPressed: finish() // the list would begin anew
                     Keys.onEnterPressed: finish()

@@ -8,6 +8,7 @@ ColumnLayout {
     id: fold
 
     required property TranscriptList transcript
+    property MeetingAdapter session: null // as TranscriptView has it
     property string title: ""
     property bool isOpen: false
     signal toggled
@@ -39,6 +40,7 @@ ColumnLayout {
             anchors.fill: parent
             anchors.margins: Theme.unit
             transcript: fold.transcript
+            session: fold.session
         }
     }
 }

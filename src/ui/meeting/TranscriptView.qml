@@ -11,13 +11,9 @@ FocusScope {
 
     required property TranscriptList transcript
     property bool isLive: false
-    property bool canEdit: false
+    property MeetingAdapter session: null // in which speakers are named and rows starred; null where one only reads
+    readonly property bool canEdit: session !== null
     readonly property real contentHeight: list.contentHeight
-
-    signal editWanted(int row)
-    signal named(string name)
-    signal abandoned
-    signal starred(int row)
 
     ListView {
         id: list
@@ -91,9 +87,9 @@ FocusScope {
             else if (event.key === Qt.Key_PageDown)
                 go(currentIndex + page)
             else if (view.canEdit && (event.key === Qt.Key_F2 || event.key === Qt.Key_Return || event.key === Qt.Key_Enter))
-                view.editWanted(currentIndex)
+                view.session.editSpeaker(currentIndex)
             else if (view.canEdit && event.key === Qt.Key_Space)
-                view.starred(currentIndex)
+                view.session.toggleStar(currentIndex)
             else
                 event.accepted = false
         }
@@ -106,17 +102,18 @@ FocusScope {
             }
             onEditWanted: {
                 list.currentIndex = index
-                view.editWanted(index)
+                view.session.editSpeaker(index)
             }
+            onTyped: name => view.session.typeSpeakerName(name)
             onNamed: name => {
-                view.named(name)
+                view.session.nameSpeaker(name)
                 list.forceActiveFocus(Qt.OtherFocusReason)
             }
             onAbandoned: {
-                view.abandoned()
+                view.session.cancelEditing()
                 list.forceActiveFocus(Qt.OtherFocusReason)
             }
-            onStarred: view.starred(index)
+            onStarred: view.session.toggleStar(index)
             onIsEditingChanged: {
                 list.isNaming = isEditing
                 list.keepUp()

@@ -57,6 +57,7 @@ FocusScope {
                 anchors.fill: parent
                 anchors.margins: Theme.unit
                 transcript: face.meeting.transcript
+                session: face.meeting
             }
         }
     }
