@@ -54,7 +54,7 @@ class HomeWindow(DesktopCase):
             desktop.shortcut("w")
             self.wait_closed()
             after.append(processes.memory(fenlo.process.pid))
-        self.assertLess(after[-1], before + 18, "megabytes that stay")
+        self.assertLess(after[-1], before + 40, "megabytes that stay")
         self.assertLess(after[-1], after[1] + 4, "megabytes that each opening leaves")
 
 

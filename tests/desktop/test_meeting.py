@@ -13,6 +13,7 @@ from harness.waiting import wait_for
 FOX = "The quick brown fox jumps over the lazy dog near the riverbank"
 TODAY = "What did I say today?"
 UPDATE = "I know the update is ready"
+PARAGRAPH = " ".join(f"Point {number} matters as much as all the others." for number in range(12))
 REFINED = "TITLE: Plans in short\n\nSUMMARY:\nA sale.\n\nRISKS:\n- Rain"
 
 
@@ -110,6 +111,11 @@ class Meetings(DesktopCase):
         home.press_button("Email to…")  # folded again
         home.find("push button", "Copy Formatted").focus()
         desktop.press("End")
+        home.press_button("Full Transcript…")
+        desktop.press("End")
+        home.press_button("Star")
+        home.find("push button", "Remove the star")
+        home.find("push button", "Rename Speaker 1")
         home.fill("Refine summary", "shorter")
         desktop.press("Return")
         home.find("heading", "Risks", patience=30)
@@ -124,8 +130,101 @@ class Meetings(DesktopCase):
         wait_for(lambda: "A sale." in file.read_text(), "the refined notes in the file")
         home.press_button("New Meeting")
 
-        self._check_refusal(home)
+        wait_for(lambda: "Speaker 1:** \u2b50" in file.read_text(), "the star in the file")
+        self._check_refusal(home, mailer)
         self._check_history(home, file)
+
+    def test_a_transcription_stays_with_the_newest_words_and_goes_out(self):
+        mailer = Mailer(self.folder)
+        fenlo = self.start_fenlo(environment=mailer.environment, fresh=True)
+        self.recogniser.answer("")
+        home = self._open_tab()
+        home.find("radio button", "Transcription").press()
+        home.find("heading", "Transcribe as it is said")
+        self.assertFalse(home.all("radio button", "Standup"))
+        home.press_button("Start Transcription")
+        for line in ("Transcribing", "Listening...", "Text appears after pauses in speech"):
+            home.find("label", line)
+        self._check_place(home)
+
+        home.press_button("Stop Transcription")
+        count = len(fenlo.lines("[Fenlo] Meeting segment"))
+        home.find("heading", f"Transcription complete — {count} segments · 1 speaker")
+        transcript = home.find("list", "Transcript")
+        transcript.focus()
+        desktop.press("Home", "F2")
+        home.find("text", "Name of Speaker 1")
+        desktop.type_text("Priya")
+        desktop.press("Return")
+        wait_for(lambda: all(row.name.startswith("Priya, ") for row in self._rows(transcript)), "the name in its rows")
+        desktop.press("space")
+        [file] = (fenlo.home / ".fenlo/meetings").glob("*.md")
+        wait_for(lambda: "Priya:** \u2b50 Point 0" in file.read_text(), "the name and the star in the file")
+        home.press_button("Copy All")
+        wait_for(lambda: (desktop.clipboard() or "").count("] Priya: ") == count, "the copy")
+        exported = self.folder / "out.md"
+        self._export(home, exported)
+        self.assertIn("Priya:** \u2b50 Point 0", exported.read_text())
+        home.press_button("Email")
+        [mail] = wait_for(mailer.mails, "the mail")
+        self.assertEqual(mail["subject"], "Transcription: Transcription")
+        self.assertIn("Priya: Point 0", mail["body"])
+        home.press_button("New Session")
+        self._check_outage(home)
+
+    def _check_place(self, home):
+        """The list stays with the newest row, but not under the eyes of a user who reads others."""
+        self._hear(home, PARAGRAPH, 5)  # of the room's silence, in which the stand-in hears them too
+        transcript = home.find("list", "Transcript")
+        left, top, width, height = transcript.place
+
+        def is_at_newest():
+            _, place, _, size = self._rows(transcript)[-1].place
+            return -4 < top + height - (place + size) < 40
+
+        def places():
+            return {row.name: row.place[1] for row in self._rows(transcript)}
+
+        wait_for(is_at_newest, "the newest row at the foot of the list")
+        desktop.wheel_up(left + width // 2, top + height // 2, 3)
+        home.find("push button", "Newest")
+        before = wait_for(lambda: (now := places()) == places() and now, "the list to stand still")
+        self._hear(home, "Later words", 1)
+        after = places()
+        self.assertEqual({name: after.get(name) for name in before}, before)
+        home.press_button("Newest")
+        wait_for(is_at_newest, "the newest row at the foot of the list again")
+        self.assertIn("Later words", self._rows(transcript)[-1].name)
+        home.wait_gone("push button", "Newest")
+
+    def _hear(self, home, words, segments):
+        """At least so many more segments of these words, and no more words after them."""
+        mark = self.fenlo.mark()
+        self.recogniser.answer(words)
+        self.fenlo.wait_for("[Fenlo] Meeting segment", mark, count=segments)
+        self.recogniser.answer("")
+        wait_for(lambda: home.all("label", self._count_text()), "the rows")
+
+    def _count_text(self):
+        return f"{len(self.fenlo.lines('[Fenlo] Meeting segment'))} segments"
+
+    def _check_outage(self, home):
+        """A recogniser that is out of order is told, also after the end, until it answers again."""
+        mark = self.fenlo.mark()
+        self.recogniser.answer("Words before it")
+        home.press_button("Start Transcription")
+        self.fenlo.wait_for("[Fenlo] Meeting segment", mark)
+        self.recogniser.misbehave("503")
+        home.find("alert", "Service out of order")
+        home.press_button("Stop Transcription")
+        home.find("heading", "Transcription complete…")
+        notices = wait_for(lambda: len(found := [node.name for node in home.all("alert")]) == 2 and found, "both notices")
+        self.assertEqual(notices[0], "Service out of order")
+        self.assertRegex(notices[1], r"^\d+ parts? still to be transcribed\.$")
+        self.recogniser.answer("Words after it")
+        wait_for(lambda: not home.all("alert"), "the notices to go")
+        newest = max((self.fenlo.home / ".fenlo/meetings").glob("*.md"))
+        wait_for(lambda: "Words after it" in newest.read_text(), "the words in the file")
 
     def _refuse_beside_a_dictation(self):
         home = self._open_tab()
@@ -139,8 +238,8 @@ class Meetings(DesktopCase):
         self.assertFalse(self.fenlo.lines("[Fenlo] Meeting mode started"))
         desktop.shortcut("w")
 
-    def _check_refusal(self, home):
-        """Neither language model answers; later one does."""
+    def _check_refusal(self, home, mailer):
+        """Neither language model answers; later one does, and the meeting is mailed."""
         self.gemini.misbehave("503")
         self.groq.misbehave("401")
         self._hold_meeting(home, "Autumn", "The autumn sale is another matter")
@@ -155,6 +254,17 @@ class Meetings(DesktopCase):
         home.find("heading", "Key Decisions", patience=30)
         self.assertFalse(home.all("push button", "Summarize Meeting"))
         self.assertTrue(self.gemini.requests()[-1]["user"].endswith("User's instruction: prices"))
+        mailer.end_with(0)
+        mails = len(mailer.mails())
+        home.press_button("Email to: you")
+        home.fill("Add email", "cleo@example.com")
+        desktop.press("Return")
+        home.find("push button", "Remove cleo@example.com")
+        home.press_button("Email")
+        mail = wait_for(lambda: mailer.mails()[mails:], "the mail")[0]
+        self.assertEqual(mail["to"], ["cleo@example.com"])
+        self.assertIn("The autumn sale is another matter", mail["body"])
+        home.find("alert", "Your mail program has the mail, ready for you to send.")
         desktop.press("Escape")
 
     def _check_history(self, home, older):

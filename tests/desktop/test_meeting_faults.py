@@ -36,8 +36,12 @@ class MeetingFaults(DesktopCase):
         fenlo = self.start_fenlo()
         fenlo.wait_for("[Fenlo] An interrupted meeting is taken up")
         self._wait_for_words("The first point of the day", "The second point of the day")
+        home = self._open_tab()
+        home.find("alert", "A meeting that was interrupted has been saved; it is among the recent ones.")
+        self.assertEqual(len(home.find("list", "Recent").all("list item")), 1)
 
         self._begin()
+        self.assertFalse(home.all("alert"), "a new meeting begins with nothing to tell")
         self._say("The third point of the day")
         self.recogniser.misbehave("hang")
         mark = fenlo.mark()
@@ -60,13 +64,17 @@ class MeetingFaults(DesktopCase):
         self._say("On the full disk")
         self.panel.choose("Stop Meeting Mode")
         fenlo.wait_for("[Fenlo] ERROR: the meeting cannot be saved to")
+        screen.window(fenlo.process.pid).find("alert", "The meeting c…")
         filler.unlink()
         self._wait_for_words("Before the disk is full", "On the full disk", patience=45)
 
+    def _open_tab(self):
+        self.panel.choose("Meeting Mode")
+        return screen.window(self.fenlo.process.pid)
+
     def _begin(self):
         mark = self.fenlo.mark()
-        self.panel.choose("Meeting Mode")
-        screen.window(self.fenlo.process.pid).press_button("Start Meeting")
+        self._open_tab().press_button("Start Meeting")
         self.fenlo.wait_for("[Fenlo] Meeting mode started", mark)
 
     def _say(self, words):

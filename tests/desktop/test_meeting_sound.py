@@ -79,6 +79,16 @@ class SoundOfAMeeting(DesktopCase):
         home.press_button("Stop Meeting")
         fenlo.wait_for("[Fenlo] Meeting mode stopped", count=2)
 
+        # Without a loudspeaker the microphone is recorded alone, and the screen says so.
+        processes.output(["pactl", "load-module", "module-sine-source", "source_name=hum"])
+        processes.output(["pactl", "set-default-source", "hum"])
+        processes.output(["pactl", "unload-module", "module-null-sink"])
+        home.press_button("New Meeting")
+        home.press_button("Start Meeting")
+        home.find("alert", "The computer's sound is not recorded: there is no output device")
+        home.press_button("Stop Meeting")
+        fenlo.wait_for("[Fenlo] Meeting mode stopped", count=3)
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -42,6 +42,10 @@ def click(x, y):
     processes.output(["xdotool", "mousemove", str(x), str(y), "click", "1"])
 
 
+def wheel_up(x, y, notches):
+    processes.output(["xdotool", "mousemove", str(x), str(y), "click", "--repeat", str(notches), "--delay", "50", "4"])
+
+
 @contextlib.contextmanager
 def keyboard_layout(layout, variant=""):
     """Another keyboard layout for a while."""
