@@ -221,6 +221,7 @@ TEST_F(MeetingTabTest, NamesAndStarsShowAtOnceInAllRows) {
     tab.editSpeaker(1);
     tab.setEditingSpeakerName("Ann");
     tab.commitSpeakerName();
+    tab.transcript().setOnEdit({});
     tab.newMeeting(); // at once: the file is written all the same
     queue.advance(2);
     settle();
