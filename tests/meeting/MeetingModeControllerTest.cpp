@@ -2,6 +2,7 @@
 #include "MeetingFixture.h"
 #include "speech/Transcription.h"
 
+#include "support/Sanitizer.h"
 #include "support/ScarceDisk.h"
 
 #include <fstream>
@@ -575,6 +576,8 @@ TEST_F(MeetingSession, FullDiskIsToldAndTheMeetingWrittenWhenThereIsRoom) {
 }
 
 TEST_F(MeetingSession, MemoryIsFlatOverEightHours) {
+    if (test::isSanitized)
+        GTEST_SKIP() << "freed memory is kept here";
     // One buffer of sound for each chunk: what comes of it is the same, and the test stays short.
     std::vector<float> sound(4096, 0.1F);
     config.update([](Settings& settings) { settings.showOverlay = false; });
@@ -590,9 +593,9 @@ TEST_F(MeetingSession, MemoryIsFlatOverEightHours) {
     EXPECT_NEAR(meetings->elapsedTime(), 8 * 3600, 300);
     EXPECT_GT(meetings->segments().size(), 2800U);
     EXPECT_EQ(meetings->pendingChunks(), 0);
-    const std::size_t grown = residentKilobytes() - afterAnHour;
-    RecordProperty("grown_kilobytes", static_cast<int>(grown));
-    EXPECT_LT(grown, 8000U);
+    const int grown = static_cast<int>(residentKilobytes()) - static_cast<int>(afterAnHour);
+    RecordProperty("grown_kilobytes", grown);
+    EXPECT_LT(grown, 8000);
     control->stop();
     EXPECT_GT(archive.load().at(0).segments.size(), 2800U);
 }
