@@ -30,6 +30,7 @@ void forgetLibraryFiles() {
                     continue;
                 const std::uintptr_t begin = library->dlpi_addr + part.p_vaddr;
                 const std::uintptr_t firstPage = begin & ~(page - 1);
+                // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader tells places in memory as numbers
                 ::madvise(reinterpret_cast<void*>(firstPage), begin + part.p_memsz - firstPage, MADV_DONTNEED);
             }
             return 0;
