@@ -24,6 +24,13 @@ const TemplateRow& rowOf(MeetingTemplate kind) {
 
 } // namespace
 
+std::size_t speakersOf(const std::vector<TranscriptSegment>& segments) {
+    std::set<int> speakers;
+    for (const TranscriptSegment& segment : segments)
+        speakers.insert(segment.speaker.id);
+    return speakers.size();
+}
+
 std::string_view rawValue(MeetingMode mode) {
     return mode == MeetingMode::meeting ? "meeting" : "transcription";
 }

@@ -63,6 +63,9 @@ struct EnhancedMeetingNotes {
     bool operator==(const EnhancedMeetingNotes&) const = default;
 };
 
+/// How many people these segments are by.
+std::size_t speakersOf(const std::vector<TranscriptSegment>& segments);
+
 struct PastMeetingSegment {
     std::string id;        // a fresh UUID at each load
     std::string timestamp; // "2:05"

@@ -107,16 +107,13 @@ void MeetingModeController::sendPastMeetingEmail(const PastMeeting& meeting,
 }
 
 void MeetingModeController::sendTranscriptionEmail(MailDone done) {
-    std::set<int> speakers;
-    for (const TranscriptSegment& segment : m_segments)
-        speakers.insert(segment.speaker.id);
     MeetingRecord lines = record();
     lines.subject.clear();
     send(&MeetingDelivery::sendTranscriptionEmail,
          TranscriptionMail{.subject = m_subject,
                            .transcript = fenlo::transcriptText(lines),
                            .segmentCount = m_segments.size(),
-                           .speakerCount = speakers.size(),
+                           .speakerCount = speakersOf(m_segments),
                            .date = m_head.date,
                            .duration = elapsedFormatted(),
                            .additionalRecipients = m_additionalRecipients,

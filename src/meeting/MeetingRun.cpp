@@ -25,7 +25,6 @@ constexpr double pauseAfterwards = 1800; // seconds until those that did not com
 constexpr double laterPatience = 120;    // seconds for the first of them to come
 constexpr double filingRetry = 30;       // seconds
 constexpr std::chrono::days oldAge{7};   // after which sound is not tried again
-constexpr std::size_t loggedLength = 80; // characters of a segment
 
 /// Beside the archive's files, for sound that nobody could recognise. Nothing when it cannot be kept there.
 std::optional<std::filesystem::path> keepUnrecognised(const MeetingArchive& archive, const std::string& meeting,
@@ -93,18 +92,13 @@ struct MeetingRun::Hearing {
         }
     }
 
-    ChunkQueue::Attempt understand(const KeptChunk& chunk, const std::string& text) const {
-        const std::string cleaned = stripFillers(text::trimWhitespaceAndNewlines(text), Fillers::wholeWords);
-        if (isLowValue(cleaned)) {
-            logInfo("Meeting chunk {} was silent/hallucination, skipping", chunk.number);
+    ChunkQueue::Attempt understand(const KeptChunk& chunk, std::string text) const {
+        const auto segment = withKeptWords(
+            {files::makeUuid(), chunk.number, chunk.timestamp, std::move(text), speakerAt(chunk.speaker)});
+        if (segment)
+            folder->finishChunk(*segment);
+        else
             folder->finishChunk(chunk.number);
-            return {};
-        }
-        const TranscriptSegment segment{files::makeUuid(), chunk.number, chunk.timestamp, cleaned,
-                                        speakerAt(chunk.speaker)};
-        folder->finishChunk(segment);
-        logInfo("Meeting segment {} [{}]: '{}'", segment.index, segment.speaker.label,
-                text::firstCharacters(cleaned, loggedLength));
         return {.segment = segment};
     }
 

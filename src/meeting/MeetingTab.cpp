@@ -246,11 +246,8 @@ void MeetingTab::exportTo(const std::filesystem::path& file) {
 }
 
 std::string MeetingTab::endedTitle() const {
-    std::set<int> speakers;
-    for (const TranscriptSegment& segment : m_controller.segments())
-        speakers.insert(segment.speaker.id);
     return (isTranscription() ? "Transcription complete — " : "Meeting ended — ") + countText() + " · " +
-           counted(speakers.size(), "speaker");
+           counted(speakersOf(m_controller.segments()), "speaker");
 }
 
 std::string MeetingTab::notesTitle() const {

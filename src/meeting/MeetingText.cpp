@@ -1,5 +1,6 @@
 #include "meeting/MeetingText.h"
 
+#include "base/Log.h"
 #include "base/Text.h"
 #include "meeting/MeetingRecord.h"
 #include "shell/ElapsedText.h"
@@ -11,7 +12,8 @@ namespace fenlo {
 
 namespace {
 
-constexpr std::size_t shortestText = 3; // characters
+constexpr std::size_t shortestText = 3;  // characters
+constexpr std::size_t loggedLength = 80; // characters of a segment
 
 struct FillerRule {
     text::Regex pattern;
@@ -129,6 +131,17 @@ bool isLowValue(std::string_view text) {
     const std::string bare = trimAll(lowered);
     return text::characterCount(bare) < shortestText || isListed(bare) ||
            isListed(text::trimWhitespaceAndNewlines(lowered));
+}
+
+std::optional<TranscriptSegment> withKeptWords(TranscriptSegment chunk) {
+    chunk.text = stripFillers(text::trimWhitespaceAndNewlines(text::withoutControls(chunk.text)), Fillers::wholeWords);
+    if (isLowValue(chunk.text)) {
+        logInfo("Meeting chunk {} was silent/hallucination, skipping", chunk.index);
+        return std::nullopt;
+    }
+    logInfo("Meeting segment {} [{}]: '{}'", chunk.index, chunk.speaker.label,
+            text::firstCharacters(chunk.text, loggedLength));
+    return chunk;
 }
 
 std::string transcriptText(const MeetingRecord& record) {

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "meeting/Meeting.h"
+
+#include <optional>
 #include <string>
 #include <string_view>
 
 /// What becomes of the words of a meeting.
 ///
-/// Threads: pure.
+/// Threads: any.
 namespace fenlo {
 
 struct MeetingRecord;
@@ -23,6 +26,10 @@ std::string stripFillers(std::string_view text, Fillers fillers = Fillers::asPre
 /// Whether the text is nothing, or one of the short phrases that recognisers invent in silence. In a meeting a real
 /// "yes" is rarer than an invented one, so it counts too.
 bool isLowValue(std::string_view text);
+
+/// What a meeting, live or recorded, keeps of a chunk whose text is as it was recognised: without control characters
+/// and fillers. Nothing when that is of low value. Told in the log.
+std::optional<TranscriptSegment> withKeptWords(TranscriptSegment chunk);
 
 /// Subject and segments in the order of their indices, a paragraph each: "[2:05] Ann: Good morning."
 std::string transcriptText(const MeetingRecord& record);

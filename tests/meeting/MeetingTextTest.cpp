@@ -21,6 +21,16 @@ TEST(MeetingText, FillersGoAndOtherWordsStayWhole) {
     EXPECT_EQ(strip("um so  we,  like, go ahead"), "so we go ahead");
 }
 
+TEST(MeetingText, KeepsWholeWordsWithoutControlCharacters) {
+    const auto kept = [](const char* recognised) {
+        TranscriptSegment chunk;
+        chunk.text = recognised;
+        return withKeptWords(std::move(chunk)).value_or(TranscriptSegment()).text;
+    };
+    EXPECT_EQ(kept(" Uh, an \x07umbrella\n"), "an umbrella");
+    EXPECT_EQ(kept("Thank you."), "");
+}
+
 TEST(MeetingText, ShortAndInventedTextsHaveLowValue) {
     for (const char* text : {"", " \n", "...", "?!", "ok", "Yes.", " Thank you! ", "THANKS FOR WATCHING", "Got it.",
                              "¿No?", "\"Bye.\"", "ab"})

@@ -5,7 +5,6 @@
 #include "base/Clock.h"
 #include "base/Files.h"
 #include "base/Log.h"
-#include "base/Text.h"
 #include "media/SpeechRate.h"
 #include "meeting/MeetingText.h"
 #include "meeting/RecordingChunks.h"
@@ -24,7 +23,6 @@ namespace fenlo {
 
 namespace {
 
-constexpr std::size_t loggedLength = 80;    // characters
 constexpr std::size_t mostFaultsInARow = 3; // a service that fails so often does not come back soon
 
 constexpr std::array pauses{2.0, 8.0, 20.0, 30.0}; // seconds; quotas are often those of a minute
@@ -132,8 +130,7 @@ private:
     std::optional<TakeFault> attempt(WaitingChunk& chunk) const {
         try {
             chunk.fault.clear();
-            const std::string words = m_listening.recognise({.audio = chunk.sound}, m_stop);
-            chunk.segment.text = stripFillers(text::trimWhitespaceAndNewlines(text::withoutControls(words)));
+            chunk.segment.text = m_listening.recognise({.audio = chunk.sound}, m_stop);
             return {};
         } catch (...) {
             chunk.fault = messageOf(std::current_exception());
@@ -161,16 +158,8 @@ private:
             return;
         }
         m_faultsInARow = 0;
-        if (isLowValue(chunk.segment.text))
-            logInfo("Meeting chunk {} was silent/hallucination, skipping", chunk.segment.index);
-        else
-            add(std::move(chunk.segment));
-    }
-
-    void add(TranscriptSegment segment) {
-        logInfo("Meeting segment {} [{}]: '{}'", segment.index, segment.speaker.label,
-                text::firstCharacters(segment.text, loggedLength));
-        m_heard.segments.push_back(std::move(segment));
+        if (auto segment = withKeptWords(std::move(chunk.segment)))
+            m_heard.segments.push_back(std::move(*segment));
     }
 
     void tryAgain() {

@@ -21,7 +21,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <set>
 
 namespace fenlo {
 
@@ -41,11 +40,8 @@ std::string placesOf(const std::vector<double>& ends) {
 
 /// "12 segments by 3 speakers in 45:10"
 std::string accountOf(const MeetingRecord& record) {
-    std::set<int> speakers;
-    for (const TranscriptSegment& segment : record.segments)
-        speakers.insert(segment.speaker.id);
-    return counted(record.segments.size(), "segment") + " by " + counted(speakers.size(), "speaker") + " in " +
-           record.elapsedFormatted;
+    return counted(record.segments.size(), "segment") + " by " + counted(speakersOf(record.segments), "speaker") +
+           " in " + record.elapsedFormatted;
 }
 
 /// The recordings of one command, one after the other.
