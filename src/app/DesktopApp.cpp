@@ -178,7 +178,7 @@ AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, Windows& windo
     hooks.showWelcome = [&] { windows.showWelcome(); };
     hooks.showHome = [&](int tab) { windows.showHome(tab); };
     hooks.closeHome = [&] { windows.closeHome(); };
-    hooks.hasAccounts = !deployment.serviceHost.empty();
+    hooks.hasAccounts = deployment.offersSignIn();
     hooks.terminate = [&] { mainQueue.quit(); };
     hooks.prepareLocalEngine = [&](std::stop_token stop) { services.localTranscriber.setup({}, stop); };
     hooks.prepareTranscriber = [&](std::stop_token stop) { services.transcriber.setup(stop); };

@@ -24,8 +24,18 @@ void takeValues(const nlohmann::json& values, Deployment& deployment) {
     take("gemini_host", deployment.geminiHost);
     take("deepgram_host", deployment.deepgramHost);
     take("xai_host", deployment.xaiHost);
-    take("service_host", deployment.serviceHost);
     take("xai_api_key", deployment.xaiApiKey);
+    take("service_host", deployment.serviceHost);
+    take("success_page", deployment.successPage);
+    take("google_client_id", deployment.googleClientId);
+    take("google_client_secret", deployment.googleClientSecret);
+    take("google_auth_uri", deployment.googleAuthUri);
+    take("google_token_uri", deployment.googleTokenUri);
+    take("google_user_info_uri", deployment.googleUserInfoUri);
+    take("apple_services_id", deployment.appleServicesId);
+    take("apple_auth_uri", deployment.appleAuthUri);
+    take("update_feed", deployment.updateFeed);
+    take("update_key", deployment.updateKey);
 }
 
 } // namespace
