@@ -11,7 +11,7 @@ constexpr Library all[] = {
     {"{fmt}", "MIT", "Lines of the log"},
     {"GLib", "LGPL-2.1-or-later", "The desktop's message bus"},
     {"Highway", "Apache-2.0", "The on-device engine"},
-    {"ICU", "Unicode-3.0", "Text in every script"},
+    {"ICU", "Unicode-DFS-2016", "Text in every script"},
     {"JSON for Modern C++", "MIT", "Settings and answers of services"},
     {"KISS FFT", "BSD-3-Clause", "Frequencies in sound"},
     {"libogg", "BSD-3-Clause", "Reading recordings"},
