@@ -3,6 +3,7 @@
 #include "app/DesktopApp.h"
 
 #include "Version.h"
+#include "app/Account.h"
 #include "app/ExitStatus.h"
 #include "app/Meetings.h"
 #include "app/ProgramRun.h"
@@ -105,16 +106,18 @@ void prepareToolkit() {
 }
 
 SessionHooks sessionHooks(Workspace& workspace, TakeServices& services, NotificationCenter& notifications,
-                          const MeetingModeController& meetings) {
+                          const MeetingModeController& meetings, Account& account) {
     SessionHooks hooks;
     hooks.isMeetingActive = [&] { return meetings.isActive(); };
     hooks.isScreenLocked = [&] { return workspace.isScreenLocked(); };
     hooks.warmConnection = [&] { services.warmConnections(); };
     hooks.askKeyringAgain = [&] { services.keychain.askAgain(); };
     hooks.recordDictation = [&](const std::string& text, double duration) {
-        services.statistics.recordDictation(text, duration);
+        services.statistics.recordDictation(
+            text, duration, services.config.get().offlineMode ? SpokenWords::stayHere : SpokenWords::mayLeave);
         notifications.post(notification::statisticsChanged);
     };
+    hooks.syncStats = [&] { account.statistics.ask(); };
     return hooks;
 }
 
@@ -209,6 +212,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     Platform platform(mainQueue);
     ThreadBackground background;
     TakeServices services(config, deployment, platform.http, platform.secrets, clock);
+    Account account({services, mainQueue, background, notifications});
 
     ChosenInput microphone(platform.audioInput, config, notifications);
     AudioRecorder recorder(microphone, clock, mainQueue, config, notifications);
@@ -218,8 +222,8 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     TextInserter inserter(platform.pasteboard, platform.keys, platform.accessibility, workspace, clock, mainQueue,
                           {.returning = TextInserter::Returning::everything,
                            .typesShortTexts = [&] { return config.get().typeShortTexts; }});
-    Meetings meetings(
-        {services, deployment, platform.http, platform.audioOutput, clock, mainQueue, background, notifications});
+    Meetings meetings({services, deployment, platform.http, platform.audioOutput, clock, mainQueue, background,
+                       notifications, account});
     TonePlayer tones(meetings.sounds, background);
     OverlayWindow overlay({config, clock, mainQueue, platform.pills, platform.cards, platform.keys, workspace,
                            [&](const std::string& text) { inserter.copyToClipboard(text); }});
@@ -227,7 +231,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
                               menuSources(recorder, services, meetings.controller));
     DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
                               contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes},
-                             sessionHooks(workspace, services, notifications, meetings.controller));
+                             sessionHooks(workspace, services, notifications, meetings.controller, account));
     MeetingControl meetingControl({config, mainQueue, recorder, session, overlay, menuBar, meetings.controller});
     Windows windows(
         {.take = services,
@@ -256,6 +260,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
          .takeLevel = [&] { return recorder.isRecording() ? std::optional(recorder.currentRMS()) : std::nullopt; }});
     AppHooks hooks = appHooks(mainQueue, services, windows, deployment);
     addMeetings(meetings.controller, meetingControl, windows.meeting, hooks);
+    account.addTo(hooks);
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
                          std::move(hooks));

@@ -1,5 +1,6 @@
 #include "app/Meetings.h"
 
+#include "app/Account.h"
 #include "app/TakeServices.h"
 #include "base/NotificationCenter.h"
 #include "settings/Config.h"
@@ -41,7 +42,8 @@ MeetingModeController::Services controllerServices(const Meetings::Surroundings&
                     const std::string& transcript, std::int64_t segments, double duration) {
                     statistics.recordMeeting(transcript, segments, duration);
                     notifications.post(notification::statisticsChanged);
-                }};
+                },
+            .syncStats = [&statistics = around.account.statistics] { statistics.ask(); }};
 }
 
 } // namespace
@@ -52,7 +54,7 @@ Meetings::Meetings(const Surroundings& around)
       delivery({.keychain = around.services.keychain,
                 .writer = writer,
                 .clock = around.clock,
-                .serviceMail = {},
+                .serviceMail = serviceMail(around.services.backend),
                 .mailProgram = &mailProgram}),
       controller(controllerServices(around, *this)) {}
 

@@ -11,6 +11,7 @@
 namespace fenlo {
 
 class NotificationCenter;
+struct Account;
 struct TakeServices;
 
 /// What a meeting passes through on its way from sound to mail: one object of each. What is passed in outlives them.
@@ -24,6 +25,7 @@ struct Meetings {
         MainQueue& mainQueue;
         Background& background;
         NotificationCenter& notifications;
+        Account& account;
     };
 
     explicit Meetings(const Surroundings& around);

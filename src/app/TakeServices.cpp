@@ -1,5 +1,6 @@
 #include "app/TakeServices.h"
 
+#include "app/Installation.h"
 #include "app/LocalEngine.h"
 #include "audio/voice/VoiceProfile.h"
 #include "base/Clock.h"
@@ -17,15 +18,24 @@ std::vector<std::string> professionTerms(const std::string& profession) {
     return {terms.begin(), terms.end()};
 }
 
+RemoteConfiguration remoteConfiguration(const BackendClient& backend, ConfigurationKeeper& keeper) {
+    if (!backend.hasService())
+        return {};
+    return {[&](std::stop_token stop) { return keeper.fetch(stop); }, [&] { return keeper.atHand(); }};
+}
+
 } // namespace
 
 TakeServices::TakeServices(Config& settings, const Deployment& deployment, HttpClient& http, SecureStore& secrets,
                            Clock& clock)
     : config(settings), keptTakes(settings, KeptTakes::defaultFolder(), clock), keychain(secrets),
-      keys(keychain, {}, deployment.xaiApiKey, keyringUse),
+      statistics(StatisticsStore::defaultFile(), clock),
+      backend({config, keychain, statistics, http, clock}, deployment.serviceHost, thisInstallation()),
+      configuration(backend, clock, m_beside),
+      keys(keychain, remoteConfiguration(backend, configuration), deployment.xaiApiKey, keyringUse),
       localTranscriber(deployment.offlineModel, modelsDirectory(), localEngineMaker(deployment, http, clock), clock),
       transcriber(config, deployment, http, keys, localTranscriber, professionTerms, clock),
-      smartRewrite(config, deployment, http, keys, clock), statistics(StatisticsStore::defaultFile(), clock),
+      smartRewrite(config, deployment, http, keys, clock),
       aiCommands(
           smartRewrite,
           [this](const std::string& query, std::size_t limit) { return statistics.recallContext(query, limit); },

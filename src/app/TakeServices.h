@@ -1,6 +1,9 @@
 #pragma once
 
+#include "account/BackendClient.h"
+#include "account/ConfigurationKeeper.h"
 #include "audio/voice/VoiceIsolation.h"
+#include "base/Background.h"
 #include "session/KeptTakes.h"
 #include "session/TakePipeline.h"
 #include "settings/Keychain.h"
@@ -23,8 +26,9 @@ struct Deployment;
 /// A key that the user keeps in the keyring counts for all that its service does.
 constexpr KeyringUse keyringUse = KeyringUse::forEveryUse;
 
-/// The services that a take passes through on its way from sound to text: one object of each, for the desktop program
-/// and for the command line alike. What is passed in outlives them.
+/// The services that a take passes through on its way from sound to text, and the client of the deployment's own
+/// service, which may have their keys: one object of each, for the desktop program and for the command line alike. What
+/// is passed in outlives them.
 struct TakeServices {
     TakeServices(Config& settings, const Deployment& deployment, HttpClient& http, SecureStore& secrets, Clock& clock);
     TakeServices(const TakeServices&) = delete;
@@ -37,17 +41,20 @@ struct TakeServices {
     Config& config;
     KeptTakes keptTakes;
     Keychain keychain;
+    StatisticsStore statistics;
+    BackendClient backend;
+    ConfigurationKeeper configuration;
     ServiceKeys keys;
     LocalTranscriber localTranscriber;
     Transcriber transcriber;
     SmartRewrite smartRewrite;
-    StatisticsStore statistics;
     AICommands aiCommands;
     VoiceIsolation voiceIsolation;
     Snippets snippets;
 
 private:
     const Deployment& m_deployment;
+    ThreadBackground m_beside; // last: its tasks use the rest
 };
 
 } // namespace fenlo

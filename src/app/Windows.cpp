@@ -2,6 +2,7 @@
 
 #include "Version.h"
 #include "app/DoctorProcess.h"
+#include "app/Installation.h"
 #include "app/ModelWork.h"
 #include "app/TakeServices.h"
 #include "audio/voice/VoiceProfile.h"
@@ -12,17 +13,14 @@
 #include "settings/Deployment.h"
 #include "text/Snippets.h"
 
-#include <QString>
-#include <QSysInfo>
-
 namespace fenlo {
 
 namespace {
 
 /// What somebody who helps wants to know: "Debian GNU/Linux 12 (bookworm), GNOME on x11".
 std::string systemName() {
-    return QSysInfo::prettyProductName().toStdString() + ", " + environment("XDG_CURRENT_DESKTOP", "no known desktop") +
-           " on " + environment("XDG_SESSION_TYPE", "X11");
+    return thisInstallation().osVersion + ", " + environment("XDG_CURRENT_DESKTOP", "no known desktop") + " on " +
+           environment("XDG_SESSION_TYPE", "X11");
 }
 
 AboutServices aboutServices(const WindowServices& services) {

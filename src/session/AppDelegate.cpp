@@ -94,6 +94,8 @@ void AppDelegate::decide(bool needsLogin) {
     m_keyringLimit.cancel();
     const bool needsOnboarding = !OnboardingMarks::isOnboarded();
     logInfo("Startup: needsLogin={} needsOnboarding={}", needsLogin, needsOnboarding);
+    if (m_hooks.hasAccounts && !needsLogin)
+        m_services.background.run(m_hooks.tellRememberedLogin);
     if (needsLogin || needsOnboarding) {
         beginFirstStart(needsLogin);
         return;

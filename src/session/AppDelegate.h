@@ -56,6 +56,8 @@ struct AppHooks {
     std::function<void()> closeHome = [] {};
     /// Tells the backend who signed in.
     std::function<void(const std::string& name, const std::string& email)> tellLogin = [](const auto&, const auto&) {};
+    /// The same of a user who signed in at an earlier start.
+    std::function<void(std::stop_token)> tellRememberedLogin = [](std::stop_token) {};
     std::function<void(std::stop_token)> prepareLocalEngine = [](std::stop_token) {};
     std::function<void(std::stop_token)> prepareTranscriber = [](std::stop_token) {};
     std::function<void(std::stop_token)> sendHeartbeat = [](std::stop_token) {};

@@ -46,7 +46,7 @@ constexpr ServiceKey table[] = {
 
 std::string fromRemote(const ServiceKey& wanted, const ServiceKeys::Configuration& configuration) {
     const auto found = configuration.find(wanted.remote);
-    return found == configuration.end() ? std::string() : apiKey::clean(found->second);
+    return found == configuration.end() ? std::string() : checkedKey(found->second).value_or("");
 }
 
 } // namespace
@@ -87,20 +87,33 @@ ServiceKeys::ServiceKeys(Keychain& keychain, RemoteConfiguration remote, std::st
     : m_keychain(keychain), m_remote(std::move(remote)), m_carriedGrokKey(apiKey::clean(carriedGrokKey)),
       m_keyring(keyring) {}
 
-std::optional<std::string> ServiceKeys::find(CloudService service, KeyUse use, std::stop_token stop,
-                                             const std::function<void(const Configuration&)>& onRemote) {
-    const ServiceKey& wanted = serviceKey(service);
-    if (auto known = inMemory(wanted, use))
-        return known;
+std::vector<KeySource> ServiceKeys::sourcesOf(const ServiceKey& wanted, KeyUse use) const {
     std::vector<KeySource> sources(wanted.sources(use).begin(), wanted.sources(use).end());
     if (!wanted.hasSource(use, Source::keyring) && wanted.hasSource(use, Source::keyring, m_keyring))
         sources.push_back(Source::keyring);
+    return sources;
+}
+
+std::optional<std::string> ServiceKeys::find(CloudService service, KeyUse use, std::stop_token stop,
+                                             const std::function<void(const Configuration&)>& onRemote) {
+    const ServiceKey& wanted = serviceKey(service);
+    const auto atHand = remoteAtHand();
+    if (auto known = inMemory(wanted, use, atHand))
+        return known;
+    std::vector<KeySource> sources = sourcesOf(wanted, use);
+    const bool waitsForRemote = m_remote.atHand && !atHand;
+    if (waitsForRemote)
+        std::ranges::stable_partition(sources, [](KeySource source) { return source != Source::remote; });
     for (const KeySource source : sources) {
         const unsigned before = m_memory.with([](const Memory& memory) { return memory.keyringChanges; });
         if (const std::string key = ask(wanted, source, stop, onRemote); !key.empty()) {
+            const bool isAhead = waitsForRemote && source != Source::remote && source != Source::environment;
             m_memory.with([&](Memory& memory) {
-                if (source != Source::keyring || memory.keyringChanges == before)
-                    memory.held[service].push_back({source, key});
+                if (source == Source::keyring && memory.keyringChanges != before)
+                    return;
+                auto& held = memory.held[service];
+                std::erase_if(held, [](const Held& one) { return one.isAhead; });
+                held.push_back({source, key, isAhead});
             });
             return key;
         }
@@ -129,11 +142,17 @@ std::string ServiceKeys::ask(const ServiceKey& wanted, KeySource source, std::st
 
 bool ServiceKeys::isKnown(CloudService service, KeyUse use) const {
     const ServiceKey& wanted = serviceKey(service);
-    return inMemory(wanted, use) || !keyInEnvironment(wanted).empty();
+    const auto remote = remoteAtHand();
+    return inMemory(wanted, use, remote) || !keyInEnvironment(wanted).empty() ||
+           (remote && wanted.hasSource(use, Source::remote) && !fromRemote(wanted, *remote).empty());
 }
 
 ServiceKeys::Configuration ServiceKeys::askRemote(std::stop_token stop) const {
-    return m_remote ? m_remote(stop) : Configuration();
+    return m_remote.fetch ? m_remote.fetch(stop) : Configuration();
+}
+
+std::optional<ServiceKeys::Configuration> ServiceKeys::remoteAtHand() const {
+    return m_remote.atHand ? m_remote.atHand() : std::nullopt;
 }
 
 void ServiceKeys::adopt(CloudService service, const Configuration& configuration) {
@@ -148,12 +167,14 @@ void ServiceKeys::forgetKeyring(CloudService service) {
     });
 }
 
-std::optional<std::string> ServiceKeys::inMemory(const ServiceKey& wanted, KeyUse use) const {
+std::optional<std::string> ServiceKeys::inMemory(const ServiceKey& wanted, KeyUse use,
+                                                 const std::optional<Configuration>& remote) const {
+    const std::string current = remote ? fromRemote(wanted, *remote) : std::string();
     return m_memory.with([&](const Memory& memory) -> std::optional<std::string> {
         if (const auto held = memory.held.find(wanted.service); held != memory.held.end())
             for (const Held& one : held->second)
-                if (wanted.hasSource(use, one.source, m_keyring))
-                    return one.key;
+                if (wanted.hasSource(use, one.source, m_keyring) && !(one.isAhead && remote))
+                    return one.source == Source::remote && !current.empty() ? current : one.key;
         return {};
     });
 }

@@ -60,11 +60,15 @@ std::string describeMissingKey(CloudService service, KeyUse use, KeyringUse keyr
 /// The keys of all services: looked up when they are first needed, then held in memory until the program ends. A key
 /// that was not found is looked for again the next time.
 ///
+/// A remote configuration that is not at hand is asked after all other sources, so that nobody waits for it who has a
+/// key elsewhere. A key that was found so counts until the configuration is at hand; then the order of the sources
+/// does. A key of the remote configuration changes with it.
+///
 /// Threads: any; find() and askRemote() block, the others never do.
 /// Errors:  none; a key that no source has is absent.
 class ServiceKeys {
 public:
-    using Configuration = std::map<std::string, std::string>;
+    using Configuration = RemoteConfiguration::Values;
 
     /// `carriedGrokKey` comes with the program, for users who have no key for Grok; it may be empty.
     ServiceKeys(Keychain& keychain, RemoteConfiguration remote, std::string_view carriedGrokKey,
@@ -82,6 +86,8 @@ public:
 
     /// The remote configuration; empty without a backend.
     Configuration askRemote(std::stop_token stop) const;
+    /// The same without asking; nothing when that would be necessary.
+    std::optional<Configuration> remoteAtHand() const;
     /// Takes a service's key, if the configuration has one, in the place of those in memory.
     void adopt(CloudService service, const Configuration& configuration);
     /// The keyring has another key of the service now, or none: what was found there is looked up again.
@@ -91,6 +97,7 @@ private:
     struct Held {
         KeySource source;
         std::string key;
+        bool isAhead = false; // of the remote configuration, which was not at hand
     };
 
     struct Memory {
@@ -98,7 +105,9 @@ private:
         unsigned keyringChanges = 0;
     };
 
-    std::optional<std::string> inMemory(const ServiceKey& wanted, KeyUse use) const;
+    std::vector<KeySource> sourcesOf(const ServiceKey& wanted, KeyUse use) const;
+    std::optional<std::string> inMemory(const ServiceKey& wanted, KeyUse use,
+                                        const std::optional<Configuration>& remote) const;
     std::string ask(const ServiceKey& wanted, KeySource source, std::stop_token stop,
                     const std::function<void(const Configuration&)>& onRemote);
 

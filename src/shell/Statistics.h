@@ -37,6 +37,9 @@ struct HistoryEntry {
 /// Whether both were read from the same entry of the file, as far as that can be told without an id in it.
 bool isSameEntry(const HistoryEntry& one, const HistoryEntry& other);
 
+/// Whether what was said may be told to the service of the account, or stays on this machine.
+enum class SpokenWords { mayLeave, stayHere };
+
 /// When somebody dictates.
 struct Activity {
     std::map<std::string, std::int64_t> wordsByDay; // by local date, "2026-11-15"; days without any have no place

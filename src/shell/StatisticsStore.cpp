@@ -86,9 +86,9 @@ std::filesystem::path StatisticsStore::defaultFile() {
 StatisticsStore::StatisticsStore(std::filesystem::path file, const Clock& clock)
     : m_file(std::move(file)), m_clock(clock) {}
 
-void StatisticsStore::recordDictation(const std::string& text, double duration) {
+void StatisticsStore::recordDictation(const std::string& text, double duration, SpokenWords words) {
     const std::string repaired = text::repairUtf8(text);
-    record({files::makeUuid(), repaired, wordCount(repaired), duration, nullptr, {}});
+    record({files::makeUuid(), repaired, wordCount(repaired), duration, nullptr, words, {}});
 }
 
 void StatisticsStore::recordMeeting(const std::string& transcript, std::int64_t segments, double duration) {
@@ -98,6 +98,7 @@ void StatisticsStore::recordMeeting(const std::string& transcript, std::int64_t 
             words,
             duration,
             "meeting",
+            SpokenWords::mayLeave, // the text holds numbers only
             {}});
 }
 
@@ -145,6 +146,8 @@ void StatisticsStore::add(const Session& session, StatisticsFile& file) {
                          {"synced", false}};
     if (session.type)
         entry["type"] = session.type;
+    if (session.spoken == SpokenWords::stayHere)
+        entry[staysHereMember] = true;
 
     file.totalWords = sum(file.totalWords, session.words);
     file.totalSessions = sum(file.totalSessions, 1);

@@ -19,6 +19,9 @@ namespace fenlo {
 class Clock;
 class StatisticsFile;
 
+/// Of an entry in the file: true where its words stay on this machine.
+inline constexpr char staysHereMember[] = "stays_here";
+
 /// Everything that the user dictated, and the counters, in `~/.fenlo/stats.json`. Every call reads the file again, and
 /// a change replaces it.
 ///
@@ -31,8 +34,9 @@ class StatisticsStore {
 public:
     StatisticsStore(std::filesystem::path file, const Clock& clock);
 
-    /// `duration` in seconds. An empty text counts as a session without words.
-    void recordDictation(const std::string& text, double duration);
+    /// `duration` in seconds. An empty text counts as a session without words. An entry whose words stay here carries
+    /// the mark staysHereMember.
+    void recordDictation(const std::string& text, double duration, SpokenWords words = SpokenWords::mayLeave);
     /// Adds one entry for the whole meeting; only its numbers are kept.
     void recordMeeting(const std::string& transcript, std::int64_t segments, double duration);
 
@@ -95,6 +99,7 @@ private:
         std::int64_t words;
         double duration;  // seconds
         const char* type; // null for a dictation
+        SpokenWords spoken;
         std::chrono::system_clock::time_point end;
     };
     struct ServerView {

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "account/LatestTask.h"
+#include "base/Changes.h"
+#include "meeting/MeetingDelivery.h"
+
+#include <stop_token>
+#include <string>
+
+namespace fenlo {
+
+class Background;
+class BackendClient;
+class MainQueue;
+class NotificationCenter;
+struct AppHooks;
+struct TakeServices;
+
+/// The account and what belongs to it: one object of each. Made before what asks it; what is passed in outlives it.
+///
+/// Threads: main thread, unless said otherwise.
+struct Account {
+    struct Surroundings {
+        TakeServices& services;
+        MainQueue& mainQueue;
+        Background& background;
+        NotificationCenter& notifications;
+    };
+
+    explicit Account(const Surroundings& around);
+    Account(const Account&) = delete;
+    Account& operator=(const Account&) = delete;
+
+    /// What start-up and the first start tell the service.
+    void addTo(AppHooks& hooks);
+    /// An event of the first start. Returns at once.
+    void sendEvent(const std::string& name);
+
+    BackendClient& backend;
+    LatestTask statistics; // tells the service what was dictated; on any thread
+    LatestTask profile;    // tells the service what the settings say of the user
+
+private:
+    void syncStatistics(std::stop_token stop);
+    void sendRememberedLogin(std::stop_token stop);
+    void followProfile();
+
+    const Surroundings m_around;
+    std::string m_toldProfile; // as one text
+    Changes::Watch m_settingsWatch;
+};
+
+/// Mails of meetings by the service; empty where there is none.
+ServiceMail serviceMail(BackendClient& backend);
+
+} // namespace fenlo

@@ -1,0 +1,9 @@
+#pragma once
+
+#include "account/BackendClient.h"
+
+namespace fenlo {
+
+Installation thisInstallation();
+
+} // namespace fenlo
