@@ -1,5 +1,9 @@
 #include "base/Url.h"
 
+#include "base/Text.h"
+
+#include <charconv>
+
 namespace fenlo::url {
 
 namespace {
@@ -23,6 +27,23 @@ std::string percentEncode(std::string_view text, std::string_view plain) {
         encoded += {'%', digits[byte >> 4u], digits[byte & 15u]};
     }
     return encoded;
+}
+
+std::optional<std::string> percentDecode(std::string_view text) {
+    std::string decoded;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            decoded += text[i];
+            continue;
+        }
+        unsigned char byte = 0;
+        const char* const digits = text.data() + i + 1;
+        if (text.size() - i < 3 || std::from_chars(digits, digits + 2, byte, 16).ptr != digits + 2)
+            return std::nullopt;
+        decoded += char(byte);
+        i += 2;
+    }
+    return text::repairUtf8(decoded) == decoded ? std::optional(decoded) : std::nullopt;
 }
 
 } // namespace fenlo::url

@@ -10,7 +10,7 @@
 #include "meeting/MeetingNotesWriter.h"
 #include "meeting/MeetingRecord.h"
 #include "meeting/MeetingRun.h"
-#include "meeting/OrderedWork.h"
+#include "base/OrderedWork.h"
 #include "shell/MenuBarController.h"
 
 #include <filesystem>

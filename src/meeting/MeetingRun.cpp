@@ -9,7 +9,7 @@
 #include "media/SpeechRate.h"
 #include "meeting/ChunkSound.h"
 #include "meeting/MeetingText.h"
-#include "meeting/OrderedWork.h"
+#include "base/OrderedWork.h"
 #include "meeting/SpeakerIdentifier.h"
 #include "session/FaultOf.h"
 

@@ -1,4 +1,4 @@
-#include "meeting/OrderedWork.h"
+#include "base/OrderedWork.h"
 
 #include "base/LogThrown.h"
 
@@ -29,7 +29,7 @@ void OrderedWork::runAll(Guarded<State>& state, const std::stop_token& stop) {
         });
         if (!task)
             return;
-        logThrown("a step of a meeting failed", [&] { (*task)(stop); });
+        logThrown("a step of ordered work failed", [&] { (*task)(stop); });
     }
 }
 
