@@ -4,9 +4,21 @@
 #include "base/OrderedWork.h"
 #include "settings/Keychain.h"
 
+#include <functional>
+#include <string>
 #include <utility>
 
 namespace fenlo {
+
+/// Who is signed in, as the secure store has it.
+struct SignedIn {
+    enum class State { nobody, user, unknown }; // unknown: the keyring does not answer
+
+    State state = State::nobody;
+    bool isApple = false;
+    std::string name = {};
+    std::string email = {}; // may be empty
+};
 
 /// The secrets of who is signed in, read and written on a worker, which the keyring may keep waiting for the user. One
 /// piece of work follows the other in the order in which they were asked for, so that a token that was renewed late
@@ -18,6 +30,10 @@ class AccountStore {
 public:
     AccountStore(Keychain& keychain, MainQueue& mainQueue, Background& background)
         : m_keychain(keychain), m_mainQueue(mainQueue), m_work(background) {}
+
+    void read(std::function<void(SignedIn)> next);
+    /// Forgets who is signed in, whichever way that was.
+    void forget(std::function<void()> next);
 
     /// Gives what `work(Keychain&)` returns to `next`.
     template <typename Work, typename Next>

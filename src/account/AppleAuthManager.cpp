@@ -51,12 +51,6 @@ bool saveUser(Keychain& keychain, const AppleStatus& user, const std::string& se
     return true;
 }
 
-bool forgetUser(Keychain& keychain) {
-    for (const char* name : accountItem::all)
-        keychain.remove(name);
-    return true;
-}
-
 } // namespace
 
 std::string AppleAuthManager::AuthError::description() const {
@@ -109,8 +103,8 @@ void AppleAuthManager::poll() {
     request.url = m_baseUrl + "/auth/apple/status?session=" + m_session;
     request.timeout = std::clamp(m_end - m_services.clock.now(), shortestTimeout, longestTimeout);
     request.maxResponseBytes = longestReply;
-    m_attempt->run([&http = m_services.http, request, attempt = ++m_polls](
-                       std::stop_token stop) { return ask(http, request, attempt, stop); },
+    m_attempt->run([&http = m_services.http, request,
+                    attempt = ++m_polls](std::stop_token stop) { return ask(http, request, attempt, stop); },
                    [this](const AppleStatus& status) { take(status); });
 }
 
@@ -130,7 +124,9 @@ void AppleAuthManager::keepUser(const AppleStatus& user) {
     m_isKeeping = true;
     m_services.store.run([user, session = m_session, stop = m_attempt->token()](
                              Keychain& keychain) { return saveUser(keychain, user, session, stop); },
-                         m_attempt->bind([this, user](bool) { finish(AppleUser{user.email, user.name}); }));
+                         m_attempt->bind([this, user](bool) {
+                             finish(AppleUser{user.email, user.name});
+                         }));
 }
 
 void AppleAuthManager::finish(const Result& result) {
@@ -148,7 +144,7 @@ void AppleAuthManager::cancel() {
     m_completion = nullptr;
     m_session.clear();
     if (std::exchange(m_isKeeping, false))
-        m_services.store.run(forgetUser, [](bool) {});
+        m_services.store.forget([] {});
 }
 
 } // namespace fenlo

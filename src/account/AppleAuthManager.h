@@ -43,7 +43,8 @@ public:
     AppleAuthManager& operator=(const AppleAuthManager&) = delete;
 
     /// An attempt that runs is dropped, with its completion.
-    void signIn(Completion completion, NoBrowser noBrowser = [](const std::string&) {});
+    void signIn(
+        Completion completion, NoBrowser noBrowser = [](const std::string&) {});
     /// The completion is not called, and nothing is left in the secure store.
     void cancel();
 

@@ -21,7 +21,7 @@ namespace fenlo {
 
 namespace {
 
-constexpr double loginLimit = 120.0;                         // seconds for the user in the browser
+constexpr double loginLimit = 120.0;                       // seconds for the user in the browser
 constexpr std::chrono::duration<double> enoughTime{300.0}; // seconds of a token that needs no renewal
 
 /// The body of the answer, whatever its status; empty when there is none. `purpose` is for the log, which gets neither
@@ -63,12 +63,6 @@ bool saveUser(Keychain& keychain, const GoogleUser& user, std::stop_token stop) 
     keychain.save(accountItem::userEmail, user.email);
     keychain.save(accountItem::userName, user.name);
     logInfo("Google: signed in as {}", user.email);
-    return true;
-}
-
-bool forget(Keychain& keychain) {
-    for (const char* name : accountItem::all)
-        keychain.remove(name);
     return true;
 }
 
@@ -120,10 +114,8 @@ void GoogleAuthManager::ready(std::uint16_t port) {
         return;
     }
     m_redirectUri = "http://localhost:" + std::to_string(port);
-    const std::string address =
-        googleWire::authorizationAddress(m_services.deployment, m_redirectUri, m_codeVerifier);
-    m_services.workspace.openUrl(
-        address, m_attempt->bind([noBrowser = m_noBrowser, address] { noBrowser(address); }));
+    const std::string address = googleWire::authorizationAddress(m_services.deployment, m_redirectUri, m_codeVerifier);
+    m_services.workspace.openUrl(address, m_attempt->bind([noBrowser = m_noBrowser, address] { noBrowser(address); }));
     m_timeout = m_services.mainQueue.postAfter(loginLimit, [this] { finish(AuthError::timeout); });
 }
 
@@ -132,7 +124,7 @@ void GoogleAuthManager::drop() {
     stopListening();
     m_attempt.reset();
     if (std::exchange(m_hasKept, false))
-        m_services.store.run(forget, [](bool) {});
+        m_services.store.forget([] {});
 }
 
 void GoogleAuthManager::listenerFailed(const std::string& error) {
@@ -162,16 +154,15 @@ std::string GoogleAuthManager::answer(const std::string& request) {
 }
 
 void GoogleAuthManager::exchange(const std::string& code) {
-    m_attempt->run(
-        [&http = m_services.http, request = googleWire::exchangeRequest(m_services.deployment,
-                                                                        {code, m_redirectUri, m_codeVerifier})](
-            std::stop_token stop) { return readTokens(bodyOf(http, request, "the exchange", stop)); },
-        [this](const std::optional<GoogleTokens>& tokens) {
-            if (tokens)
-                keepTokens(*tokens);
-            else
-                finish(AuthError::tokenExchangeFailed);
-        });
+    m_attempt->run([&http = m_services.http, request = googleWire::exchangeRequest(
+                                                 m_services.deployment, {code, m_redirectUri, m_codeVerifier})](
+                       std::stop_token stop) { return readTokens(bodyOf(http, request, "the exchange", stop)); },
+                   [this](const std::optional<GoogleTokens>& tokens) {
+                       if (tokens)
+                           keepTokens(*tokens);
+                       else
+                           finish(AuthError::tokenExchangeFailed);
+                   });
     m_codeVerifier.clear();
 }
 
@@ -256,11 +247,11 @@ void GoogleAuthManager::renew(const std::string& refreshToken, Told done) {
             else
                 done(false);
         });
-    m_services.background.run([&http = m_services.http, &queue = m_services.mainQueue, next,
-                               request = googleWire::renewalRequest(m_services.deployment, refreshToken)](
-                                  std::stop_token stop) {
-        queue.post([next, tokens = readTokens(bodyOf(http, request, "the renewal", stop))] { next(tokens); });
-    });
+    m_services.background.run(
+        [&http = m_services.http, &queue = m_services.mainQueue, next,
+         request = googleWire::renewalRequest(m_services.deployment, refreshToken)](std::stop_token stop) {
+            queue.post([next, tokens = readTokens(bodyOf(http, request, "the renewal", stop))] { next(tokens); });
+        });
 }
 
 /// Only while the same user is signed in: he may have signed out meanwhile, or another one in.
@@ -278,7 +269,7 @@ void GoogleAuthManager::keepRenewed(const GoogleTokens& tokens, const std::strin
 }
 
 void GoogleAuthManager::signOut(std::function<void()> done) {
-    m_services.store.run(forget, m_lifetime.bind([done = std::move(done)](bool) { done(); }));
+    m_services.store.forget(m_lifetime.bind([done = std::move(done)] { done(); }));
 }
 
 } // namespace fenlo

@@ -18,9 +18,9 @@ class LoopbackListener;
 /// Signs in with Google: the authorization code flow with PKCE. The system's browser does the login and is sent back to
 /// a listener of ours on this machine. Who signed in, and the tokens, go into the secure store.
 ///
-/// The address that the browser opens holds no `state`: a redirect that somebody else forges, with a code of his own, is
-/// refused in the exchange, because that code does not belong to our verifier. Code, verifier and tokens are in no log
-/// line and no error text.
+/// The address that the browser opens holds no `state`: a redirect that somebody else forges, with a code of his own,
+/// is refused in the exchange, because that code does not belong to our verifier. Code, verifier and tokens are in no
+/// log line and no error text.
 ///
 /// Threads:  main thread, the callbacks too.
 /// Errors:   each attempt ends in one call of its completion, or in none where another attempt takes its place.
@@ -40,7 +40,8 @@ public:
     GoogleAuthManager& operator=(const GoogleAuthManager&) = delete;
 
     /// An attempt that runs is dropped, with its completion.
-    void signIn(Completion completion, NoBrowser noBrowser = [](const std::string&) {});
+    void signIn(
+        Completion completion, NoBrowser noBrowser = [](const std::string&) {});
     /// The attempt leaves nothing in the secure store.
     void cancel();
 

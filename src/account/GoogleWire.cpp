@@ -16,7 +16,7 @@ namespace fenlo::googleWire {
 namespace {
 
 constexpr char scopes[] = "openid email profile";
-constexpr double exchangeTimeout = 60;           // seconds
+constexpr double exchangeTimeout = 60;            // seconds
 constexpr std::size_t longestReply = 256u << 10u; // bytes
 constexpr std::size_t verifierBytes = 32;
 

@@ -3,6 +3,7 @@
 #include "base/Changes.h"
 #include "base/Lifetime.h"
 #include "base/MainQueue.h"
+#include "base/OrderedWork.h"
 #include "meeting/AutoSend.h"
 #include "meeting/ChunkQueue.h"
 #include "meeting/ChunkRule.h"
@@ -10,7 +11,6 @@
 #include "meeting/MeetingNotesWriter.h"
 #include "meeting/MeetingRecord.h"
 #include "meeting/MeetingRun.h"
-#include "base/OrderedWork.h"
 #include "shell/MenuBarController.h"
 
 #include <filesystem>

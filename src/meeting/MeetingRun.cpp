@@ -5,11 +5,11 @@
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/LogThrown.h"
+#include "base/OrderedWork.h"
 #include "base/Text.h"
 #include "media/SpeechRate.h"
 #include "meeting/ChunkSound.h"
 #include "meeting/MeetingText.h"
-#include "base/OrderedWork.h"
 #include "meeting/SpeakerIdentifier.h"
 #include "session/FaultOf.h"
 

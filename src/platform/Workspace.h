@@ -51,7 +51,12 @@ public:
     /// Called when the screen locks, or is about to.
     virtual void onScreenLocked(std::function<void()> handler) = 0;
 
-    virtual void openUrl(const std::string& url) = 0;
+    /// Opens the address in the program that the desktop has for it. Calls `onFailure` where that is known not to have
+    /// worked: at most once, some seconds later at most.
+    virtual void openUrl(const std::string& url, std::function<void()> onFailure) = 0;
+    void openUrl(const std::string& url) {
+        openUrl(url, [] {});
+    }
     /// Opens the desktop's page for microphones. False when it has no program for that.
     virtual bool openSoundSettings() = 0;
 };

@@ -21,4 +21,8 @@ void Keychain::remove(const std::string& name) {
     m_store.remove(name);
 }
 
+bool Keychain::answers() {
+    return m_store.load("google_refresh_token").status != SecureStore::Status::unavailable;
+}
+
 } // namespace fenlo

@@ -21,6 +21,8 @@ public:
     void save(const std::string& name, const std::string& value);
     std::optional<std::string> load(const std::string& name);
     void remove(const std::string& name);
+    /// Whether the store can be reached and is unlocked, so that what is not found is not there.
+    bool answers();
     /// Lets a store that was refused ask for its password once more. On any thread.
     void askAgain() { m_store.askAgain(); }
 

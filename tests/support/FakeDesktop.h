@@ -135,7 +135,12 @@ public:
         if (screenLocked)
             screenLocked();
     }
-    void openUrl(const std::string& url) override { opened.push_back(url); }
+    using Workspace::openUrl;
+    void openUrl(const std::string& url, std::function<void()> onFailure) override {
+        opened.push_back(url);
+        if (!hasBrowser)
+            onFailure();
+    }
     bool openSoundSettings() override {
         opened.push_back("sound settings");
         return true;
@@ -153,6 +158,7 @@ public:
     bool isLocked = false;
     std::function<void()> screenLocked;
     std::vector<std::string> opened;
+    bool hasBrowser = true;
 
 private:
     std::function<void()> m_onCalled;

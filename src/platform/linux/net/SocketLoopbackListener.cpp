@@ -21,7 +21,7 @@ namespace fenlo {
 
 namespace {
 
-constexpr int waitingClients = 16;
+constexpr int waitingClients = 128; // a scan must not make the browser try again
 constexpr std::size_t mostClients = 16;
 
 std::string textOf(int error) {
@@ -167,15 +167,14 @@ std::optional<std::string> SocketLoopbackListener::start(Handlers handlers) {
     stop();
     m_started.emplace();
     const auto session = std::make_shared<Session>(
-        m_mainQueue,
-        Session::Handlers{m_started->bind([onRequest = handlers.onRequest](const std::string& request,
-                                                                           std::string& answer) {
-                              answer = onRequest(request);
-                          }),
-                          m_started->bind([this, onFailed = handlers.onFailed](const std::string& error) {
-                              stop();
-                              onFailed(error);
-                          })});
+        m_mainQueue, Session::Handlers{m_started->bind([onRequest = handlers.onRequest](const std::string& request,
+                                                                                        std::string& answer) {
+                                           answer = onRequest(request);
+                                       }),
+                                       m_started->bind([this, onFailed = handlers.onFailed](const std::string& error) {
+                                           stop();
+                                           onFailed(error);
+                                       })});
     if (const auto error = session->open()) {
         m_started.reset();
         return error;

@@ -36,6 +36,7 @@ constexpr std::array soundSettings{
 };
 
 constexpr double callPatience = 1.0; // seconds for the running instance to answer
+constexpr double openLimit = 10;     // seconds in which an opener tells that it has found no program
 
 } // namespace
 
@@ -118,15 +119,27 @@ void X11Workspace::onScreenLocked(std::function<void()> handler) {
         m_screenLockWatch = std::make_unique<ScreenLockWatch>(m_mainQueue, std::move(handler));
 }
 
-void X11Workspace::openUrl(const std::string& url) {
+void X11Workspace::openUrl(const std::string& url, std::function<void()> onFailure) {
     constexpr std::array schemes{"http://", "https://", "mailto:", "file://"};
     const std::string lowered = text::lower(url);
+    const std::function<void()> tell = m_lifetime.bind(std::move(onFailure));
+    pid_t opener = 0;
     if (std::none_of(schemes.begin(), schemes.end(), [&](const char* scheme) { return lowered.starts_with(scheme); })) {
         logError("Not an address to open");
-        return;
-    }
-    if (!startProgram("xdg-open", url))
+        m_mainQueue.post(tell);
+    } else if (m_openers.start({"xdg-open", url}, opener) != 0) {
         logError("Cannot open an address: is xdg-open installed?");
+        m_mainQueue.post(tell);
+    } else {
+        m_openings.run([this, opener, tell](std::stop_token stop) {
+            // A program that still runs then is the browser itself.
+            const auto status = m_openers.waitForEnd(opener, openLimit, stop);
+            if (!status || *status == 0)
+                return;
+            logError("Cannot open an address: xdg-open ended with status {}", *status);
+            m_mainQueue.post(tell);
+        });
+    }
 }
 
 bool X11Workspace::openSoundSettings() {

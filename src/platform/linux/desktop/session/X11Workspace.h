@@ -1,9 +1,11 @@
 #pragma once
 
+#include "base/Background.h"
 #include "base/Lifetime.h"
 #include "platform/Workspace.h"
 #include "platform/linux/desktop/session/DesktopFiles.h"
 #include "platform/linux/desktop/session/InstanceLock.h"
+#include "platform/linux/desktop/session/StartedPrograms.h"
 
 #include <functional>
 #include <memory>
@@ -44,8 +46,9 @@ public:
     void onWillSleep(std::function<void()> handler) override;
     bool isScreenLocked() const override;
     void onScreenLocked(std::function<void()> handler) override;
+    using Workspace::openUrl;
     /// Opens http, https, mailto and file addresses only.
-    void openUrl(const std::string& url) override;
+    void openUrl(const std::string& url, std::function<void()> onFailure) override;
     bool openSoundSettings() override;
 
 private:
@@ -59,7 +62,9 @@ private:
     std::unique_ptr<ScreenLockWatch> m_screenLockWatch;
     std::function<void()> m_onCalled;
     std::vector<std::function<void()>> m_unanswered; // calls that came before there was a handler
+    StartedPrograms m_openers;
     Lifetime m_lifetime;
+    ThreadBackground m_openings;          // each waits some seconds for its opener
     std::unique_ptr<InstanceDoor> m_door; // dies before the lock, and first of all: its thread calls back
 };
 

@@ -1,22 +1,15 @@
 #include "platform/linux/desktop/session/XdgMailProgram.h"
 
-#include "base/ChildProcess.h"
 #include "base/Deadline.h"
-#include "base/Descriptor.h"
 #include "base/Log.h"
 #include "base/Text.h"
 #include "base/Url.h"
 #include "platform/linux/desktop/DBusConnection.h"
-#include "platform/linux/desktop/Wakeup.h"
 #include "platform/linux/desktop/session/StartProgram.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace fenlo {
 
@@ -62,27 +55,6 @@ std::optional<std::string> faultOfStart(int error) {
            "); copy the text into a mail instead.";
 }
 
-enum class Ending { ended, goesOn };
-
-/// Waits until the process has ended, which leaves it to be reaped, at most so many seconds.
-Ending waitForEnd(pid_t process, double limit, std::stop_token stop) {
-    const Descriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, process, 0)));
-    Wakeup wakeup;
-    const std::stop_callback onStop(stop, [&] { wakeup.wake(); });
-    const Deadline deadline = deadlineAfter(limit);
-    while (!stop.stop_requested()) {
-        siginfo_t end{};
-        ::waitid(P_PID, static_cast<id_t>(process), &end, WEXITED | WNOHANG | WNOWAIT);
-        if (end.si_pid == process)
-            return Ending::ended;
-        const double left = std::chrono::duration<double>(deadline - Deadline::clock::now()).count();
-        if (left <= 0)
-            break;
-        wakeup.sleep(handle.number(), left);
-    }
-    return Ending::goesOn;
-}
-
 bool showByFileManager(const std::filesystem::path& file, std::stop_token stop) {
     const GlibObject<GCancellable> cancel(g_cancellable_new());
     const std::stop_callback onStop(stop, [&] { g_cancellable_cancel(cancel.get()); });
@@ -108,33 +80,16 @@ void showInFolder(const std::filesystem::path& file, std::stop_token stop) {
 
 } // namespace
 
-XdgMailProgram::~XdgMailProgram() {
-    m_running.with([](Processes& running) { reap(running); });
-}
-
 std::optional<std::string> XdgMailProgram::open(const MailDraft& draft, std::stop_token stop) {
-    m_running.with([](Processes& running) { reap(running); });
-    const Descriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC)); // its complaints quote the whole mail
     pid_t process = 0;
-    if (const int error = startChild({"xdg-email", "--utf8", mailtoAddress(draft)},
-                                     {.output = nowhere.number(), .complaints = nowhere.number()}, process);
-        error != 0)
+    if (const int error = m_programs.start({"xdg-email", "--utf8", mailtoAddress(draft)}, process); error != 0)
         return faultOfStart(error);
-    if (waitForEnd(process, startLimit, stop) == Ending::goesOn) {
-        m_running.with([&](Processes& running) { running.push_back(process); });
-    } else {
-        int status = 0;
-        ::waitpid(process, &status, 0);
-        if (auto fault = faultOf(WIFEXITED(status) ? WEXITSTATUS(status) : -1))
+    if (const auto status = m_programs.waitForEnd(process, startLimit, stop))
+        if (auto fault = faultOf(*status))
             return fault;
-    }
     if (!draft.file.empty())
         showInFolder(draft.file, stop);
     return std::nullopt;
-}
-
-void XdgMailProgram::reap(Processes& running) {
-    std::erase_if(running, [](pid_t process) { return ::waitpid(process, nullptr, WNOHANG) != 0; });
 }
 
 } // namespace fenlo

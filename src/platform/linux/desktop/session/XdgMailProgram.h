@@ -1,10 +1,7 @@
 #pragma once
 
-#include "base/Guarded.h"
 #include "platform/MailProgram.h"
-
-#include <sys/types.h>
-#include <vector>
+#include "platform/linux/desktop/session/StartedPrograms.h"
 
 namespace fenlo {
 
@@ -15,17 +12,10 @@ namespace fenlo {
 /// shell. As any argument it is for a moment seen by other users of the machine who list its processes.
 class XdgMailProgram final : public MailProgram {
 public:
-    ~XdgMailProgram() override;
-
     std::optional<std::string> open(const MailDraft& draft, std::stop_token stop) override;
 
 private:
-    using Processes = std::vector<pid_t>;
-
-    /// Some mail programs run on as the process that was started: those that have ended are let go.
-    static void reap(Processes& running);
-
-    Guarded<Processes> m_running;
+    StartedPrograms m_programs;
 };
 
 } // namespace fenlo
