@@ -21,13 +21,12 @@ WireAnswer trickle() {
     return answer;
 }
 
-WireAnswer huge() {
+WireAnswer megabytes(int pieces) {
     constexpr std::size_t pieceSize = 1 << 20;
-    constexpr int pieces = 100;
     WireAnswer answer = httpAnswer(200, "application/json", "");
     answer.bytes = "HTTP/1.1 200 Answer\r\nContent-Type: application/json\r\nContent-Length: " +
-                   std::to_string(pieceSize * pieces) + "\r\n\r\n";
-    answer.more = [sent = std::make_shared<int>(0)](std::stop_token) {
+                   std::to_string(pieceSize * static_cast<std::size_t>(pieces)) + "\r\n\r\n";
+    answer.more = [pieces, sent = std::make_shared<int>(0)](std::stop_token) {
         return (*sent)++ < pieces ? std::string(pieceSize, 'x') : std::string();
     };
     return answer;
@@ -37,8 +36,8 @@ WireAnswer huge() {
 
 const std::vector<std::string>& serviceModes() {
     static const std::vector<std::string> names = {"ok",   "hang",    "close", "partial", "garbage", "html",
-                                                   "utf8", "trickle", "huge",  "shape",   "400",     "401",
-                                                   "403",  "404",     "429",   "500",     "503"};
+                                                   "utf8", "trickle", "large", "huge",    "shape",   "400",
+                                                   "401",  "403",     "404",   "429",     "500",     "503"};
     return names;
 }
 
@@ -48,15 +47,26 @@ bool isServiceMode(const std::string& name) {
 
 WireAnswer answerInMode(const std::string& mode, const std::string& text, double delay,
                         const std::function<std::string(const std::string&)>& reply, std::stop_token stop) {
+    const bool broken = mode == "utf8";
+    const auto good = [&] {
+        return jsonAnswer(200, broken ? text::replaceAll(reply("A broken caf@ letter"), "@", "\xE9") : reply(text));
+    };
+    return answerInMode(broken ? "ok" : mode, good, delay, stop);
+}
+
+WireAnswer answerInMode(const std::string& mode, const std::function<WireAnswer()>& good, double delay,
+                        std::stop_token stop) {
     pause(delay, stop);
+    if (mode == "ok")
+        return good();
     if (mode == "hang")
         hang(stop);
     if (mode == "hang" || mode == "close")
         return {{}, true};
     if (mode == "partial") {
-        const std::string body = reply(text);
-        std::string bytes = jsonAnswer(200, body).bytes;
-        bytes.resize(bytes.size() - body.size() / 2);
+        std::string bytes = good().bytes;
+        const std::size_t body = bytes.find("\r\n\r\n") + 4;
+        bytes.resize(bytes.size() - (bytes.size() - body) / 2);
         return {bytes, true};
     }
     if (mode == "garbage")
@@ -64,16 +74,14 @@ WireAnswer answerInMode(const std::string& mode, const std::string& text, double
     if (mode == "html")
         return httpAnswer(200, "text/html", "<!DOCTYPE html>\n<html><body>Sign in to the network</body></html>");
     if (mode == "utf8")
-        return jsonAnswer(200, text::replaceAll(reply("A broken caf@ letter"), "@", "\xE9"));
+        return jsonAnswer(200, "{\"text\": \"caf\xE9\"}");
     if (mode == "trickle")
         return trickle();
-    if (mode == "huge")
-        return huge();
+    if (mode == "large" || mode == "huge")
+        return megabytes(mode == "large" ? 10 : 100);
     if (mode == "shape")
         return jsonAnswer(200, R"({"answer": ["in", "another", "shape"]})");
-    if (mode != "ok")
-        return jsonAnswer(std::stoi(mode), R"({"error": {"message": "internal error of the stand-in"}})");
-    return jsonAnswer(200, reply(text));
+    return jsonAnswer(std::stoi(mode), R"({"error": {"message": "internal error of the stand-in"}})");
 }
 
 void pause(double seconds, std::stop_token stop) {
