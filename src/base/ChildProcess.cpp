@@ -1,5 +1,7 @@
 #include "base/ChildProcess.h"
 
+#include "base/Environment.h"
+
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
@@ -7,12 +9,29 @@
 
 namespace fenlo {
 
+namespace {
+
+constexpr const char* thisProgram = "/proc/self/exe";
+
+} // namespace
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
+    for (std::string& text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
 int startChild(std::vector<std::string> command, const ChildStreams& streams, pid_t& process) {
-    std::vector<char*> argv;
-    argv.reserve(command.size() + 1);
-    for (std::string& argument : command)
-        argv.push_back(argument.data());
-    argv.push_back(nullptr);
+    const std::vector<char*> argv = pointersTo(command);
+    std::vector<std::string> others;
+    std::vector<char*> variables;
+    if (command.front() != thisProgram) {
+        others = environmentForOthers();
+        variables = pointersTo(others);
+    }
 
     posix_spawn_file_actions_t files;
     ::posix_spawn_file_actions_init(&files);
@@ -28,7 +47,8 @@ int startChild(std::vector<std::string> command, const ChildStreams& streams, pi
     ::sigemptyset(&none);
     ::posix_spawnattr_setsigmask(&attributes, &none);
     ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-    const int error = ::posix_spawnp(&process, argv.front(), &files, &attributes, argv.data(), environ);
+    const int error = ::posix_spawnp(&process, argv.front(), &files, &attributes, argv.data(),
+                                     variables.empty() ? environ : variables.data());
     ::posix_spawnattr_destroy(&attributes);
     ::posix_spawn_file_actions_destroy(&files);
     return error;

@@ -13,10 +13,14 @@ struct ChildStreams {
 };
 
 /// Starts a program that is looked up in PATH, or named by its path. It reads nothing on its standard input, no signal
-/// is blocked in it, and no other file of ours is open in it. The caller waits for its end.
+/// is blocked in it, no other file of ours is open in it, and only "/proc/self/exe", this very program, sees the keys
+/// in our environment. The caller waits for its end.
 ///
 /// Threads: any.
 /// Errors:  returns the error number of a failed start, and 0 otherwise.
 int startChild(std::vector<std::string> command, const ChildStreams& streams, pid_t& process);
+
+/// The texts as the calls of the system want a list of them; valid as long as the texts are.
+std::vector<char*> pointersTo(std::vector<std::string>& texts);
 
 } // namespace fenlo

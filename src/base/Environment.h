@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace fenlo {
 
@@ -8,5 +9,9 @@ namespace fenlo {
 ///
 /// Threads: any. The program never changes its own environment.
 std::string environment(const char* variable, const std::string& otherwise = "");
+
+/// The variables, as "NAME=value", for a program of somebody else's: without the keys of services, which are none of
+/// its business.
+std::vector<std::string> environmentForOthers();
 
 } // namespace fenlo

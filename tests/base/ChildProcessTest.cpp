@@ -1,6 +1,7 @@
 #include "base/ChildProcess.h"
 #include "base/Descriptor.h"
 #include "base/Files.h"
+#include "support/EnvironmentVariable.h"
 
 #include <cerrno>
 #include <csignal>
@@ -10,7 +11,9 @@
 
 using namespace fenlo;
 
-TEST(ChildProcess, ReadsNothing_IsBlockedInNoSignal_AndSeesNoFileOfOurs) {
+TEST(ChildProcess, ReadsNothing_IsBlockedInNoSignal_AndSeesNoFileAndNoKeyOfOurs) {
+    const test::EnvironmentVariable key("GROQ_API_KEY", "gsk_secret");
+    const test::EnvironmentVariable other("FENLO_TEST_VARIABLE", "passed on");
     const auto file = files::temporaryFile("child-", ".txt");
     const Descriptor output(::open(file.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
     const Descriptor ours(::fcntl(output.number(), F_DUPFD, 40)); // open on exec
@@ -19,14 +22,15 @@ TEST(ChildProcess, ReadsNothing_IsBlockedInNoSignal_AndSeesNoFileOfOurs) {
     ::sigaddset(&blocked, SIGTERM);
     ::pthread_sigmask(SIG_BLOCK, &blocked, &before);
     pid_t process = 0;
-    const int error =
-        startChild({"sh", "-c", "cat; grep SigBlk /proc/self/status >&2; test -e /proc/self/fd/40 || echo closed"},
-                   {.output = output.number(), .complaints = output.number()}, process);
+    const int error = startChild({"sh", "-c",
+                                  "cat; grep SigBlk /proc/self/status >&2; test -e /proc/self/fd/40 || echo closed; "
+                                  "echo $GROQ_API_KEY$FENLO_TEST_VARIABLE"},
+                                 {.output = output.number(), .complaints = output.number()}, process);
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     ASSERT_EQ(error, 0);
     int status = 0;
     ASSERT_EQ(::waitpid(process, &status, 0), process);
-    EXPECT_EQ(files::read(file), "SigBlk:\t0000000000000000\nclosed\n");
+    EXPECT_EQ(files::read(file), "SigBlk:\t0000000000000000\nclosed\npassed on\n");
     files::removeQuietly(file);
 }
 
