@@ -27,8 +27,10 @@ class Fenlo:
         deployment=None,
         history=None,
         onboarded=True,
+        signed_in=True,
     ):
-        """A home that is not `onboarded` is bare: no settings, and the window of the first start comes."""
+        """A home that is not `onboarded` is bare: no settings, and the window of the first start comes. So it does where
+        there is an account, with a user who is not `signed_in`."""
         self._program = program
         self.home = folder / "home"
         self.temporary = folder / "temporary"
@@ -58,7 +60,10 @@ class Fenlo:
             del self.environment[name]
         self._earlier_lines = len(self._whole_log())
         self.process = self._start()
-        self.wait_for("[Fenlo] Ready." if onboarded else "[Fenlo] Showing onboarding")
+        if not signed_in:
+            self.wait_for("[Fenlo] Not authenticated — showing login")
+        else:
+            self.wait_for("[Fenlo] Ready." if onboarded else "[Fenlo] Showing onboarding")
 
     def forget(self):
         """Leaves out what the log has so far."""

@@ -13,7 +13,7 @@ namespace fenlo::test {
 /// Threads: any.
 class GoogleSignIn {
 public:
-    static constexpr const char* clientId = "standin-google-client";
+    static constexpr const char* clientId = "client-of-the-stand-in";
     static constexpr const char* clientSecret = "standin-google-client-secret";
 
     AccountReply authorize(const WireRequest& request); // the page with Allow and Deny

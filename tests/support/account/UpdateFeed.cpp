@@ -12,7 +12,7 @@ using nlohmann::json;
 
 namespace {
 
-constexpr const char* notes = "<ul><li>Dictation is twice as pleasant.</li><li>This is a stand-in's update.</li></ul>";
+constexpr const char* notes = "Dictation is twice as pleasant.\nThis is a stand-in's update: it installs nothing.";
 constexpr const char* published = "Sun, 15 Nov 2026 10:00:00 +0000";
 
 std::string stringIn(const json& values, const char* name) {
