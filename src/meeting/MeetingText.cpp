@@ -134,7 +134,7 @@ bool isLowValue(std::string_view text) {
 }
 
 std::optional<TranscriptSegment> withKeptWords(TranscriptSegment chunk) {
-    chunk.text = stripFillers(text::trimWhitespaceAndNewlines(text::withoutControls(chunk.text)), Fillers::wholeWords);
+    chunk.text = stripFillers(text::trimWhitespaceAndNewlines(chunk.text), Fillers::wholeWords);
     if (isLowValue(chunk.text)) {
         logInfo("Meeting chunk {} was silent/hallucination, skipping", chunk.index);
         return std::nullopt;

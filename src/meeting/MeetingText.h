@@ -27,8 +27,8 @@ std::string stripFillers(std::string_view text, Fillers fillers = Fillers::asPre
 /// "yes" is rarer than an invented one, so it counts too.
 bool isLowValue(std::string_view text);
 
-/// What a meeting, live or recorded, keeps of a chunk whose text is as it was recognised: without control characters
-/// and fillers. Nothing when that is of low value. Told in the log.
+/// What a meeting, live or recorded, keeps of a chunk whose text is as it was recognised: all but fillers. Nothing when
+/// that is of low value. Told in the log.
 std::optional<TranscriptSegment> withKeptWords(TranscriptSegment chunk);
 
 /// Subject and segments in the order of their indices, a paragraph each: "[2:05] Ann: Good morning."

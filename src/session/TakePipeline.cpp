@@ -118,7 +118,7 @@ std::optional<std::string> TakePipeline::recognise(const TranscribeRequest& requ
                                                    const TakeListener& listener, std::stop_token stop) {
     if (!isRescued)
         try {
-            return text::withoutControls(m_steps.transcribe(request, stop));
+            return m_steps.transcribe(request, stop);
         } catch (...) {
             logError("Transcription error: {}", messageOf(std::current_exception()));
             listener.onFault(faultOf(std::current_exception()));
@@ -133,9 +133,8 @@ std::optional<std::string> TakePipeline::recognise(const TranscribeRequest& requ
 /// Also nothing when the engine recognises no words: there may be some all the same.
 std::optional<std::string> TakePipeline::rescue(const TranscribeRequest& request, std::stop_token stop) {
     try {
-        if (const auto text = m_steps.rescue(request, stop))
-            if (std::string clean = text::withoutControls(*text); !text::trimWhitespaceAndNewlines(clean).empty())
-                return clean;
+        if (auto text = m_steps.rescue(request, stop); text && !text::trimWhitespaceAndNewlines(*text).empty())
+            return text;
     } catch (...) {
         logError("Transcription error on this machine: {}", messageOf(std::current_exception()));
     }

@@ -164,8 +164,9 @@ std::string Transcriber::transcribeInCloud(const TranscribeRequest& request, con
     return result.text;
 }
 
-std::string Transcriber::guardAndCleanUp(const std::string& text, const TranscribeRequest& request,
+std::string Transcriber::guardAndCleanUp(const std::string& recognised, const TranscribeRequest& request,
                                          const char* logHead) const {
+    const std::string text = text::withoutControls(recognised);
     if (m_guard.isHallucination(text, request.speechRatio)) {
         const int percent = static_cast<int>(request.speechRatio * 100);
         logInfo("{}: '{}' (speech ratio: {}%)", logHead, text, percent);

@@ -37,7 +37,7 @@ public:
     /// Loads keys and the choice of provider, once at start.
     void setup(std::stop_token stop);
 
-    /// The text, possibly empty.
+    /// The text, possibly empty, without control characters.
     std::string transcribe(const TranscribeRequest& request, std::stop_token stop);
 
     /// The text by the engine on this machine, for a clip that the cloud service failed on. Nothing when the engine is
@@ -71,7 +71,8 @@ private:
     std::string transcribeLocally(const TranscribeRequest& request, const Settings& settings, std::stop_token stop);
     std::string transcribeInCloud(const TranscribeRequest& request, const Settings& settings, std::stop_token stop);
     const std::string& hostOf(CloudService service) const;
-    std::string guardAndCleanUp(const std::string& text, const TranscribeRequest& request, const char* logHead) const;
+    std::string guardAndCleanUp(const std::string& recognised, const TranscribeRequest& request,
+                                const char* logHead) const;
 
     Config& m_config;
     const Deployment& m_deployment;

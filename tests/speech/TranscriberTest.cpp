@@ -155,6 +155,8 @@ TEST_F(TranscriberTest, OfflineModeUsesTheEngineOrFallsBackToTheCloud) {
 }
 
 TEST_F(TranscriberTest, InventedTextIsRejectedAndTheRestTidied) {
+    answer(R"({"text": "rm\u001b[31m -rf\u0007 it"})");
+    EXPECT_EQ(transcribe({.audio = clip}), "Rm -rf it") << "no control character gets through";
     answer(R"({"text": "Thank you."})");
     EXPECT_EQ(transcribe({.audio = clip, .speechRatio = 0.129F}), "");
     EXPECT_EQ(transcribe({.audio = clip}), "Thank you");

@@ -152,7 +152,7 @@ Practice::Words Practice::wordsOf(const std::vector<std::filesystem::path>& chun
     try {
         for (const auto& chunk : chunks) {
             request.audio = chunk;
-            const std::string text = text::withoutControls(steps.transcribe(request, stop));
+            const std::string text = steps.transcribe(request, stop);
             if (text::trimWhitespaceAndNewlines(text).empty())
                 continue;
             texts.push_back(text);
