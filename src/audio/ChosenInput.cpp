@@ -23,7 +23,9 @@ std::optional<InputDevice> chosenDevice(const Settings& settings, const AudioInp
             return *chosen;
     const auto device = inputs.defaultDevice();
     if (device && device->isWireless && settings.micMode == MicMode::studio)
-        if (const auto builtIn = std::ranges::find(devices, true, &InputDevice::isBuiltIn); builtIn != devices.end())
+        if (const auto builtIn = std::ranges::find_if(
+                devices, [](const InputDevice& other) { return other.isBuiltIn && !other.isMonitor; });
+            builtIn != devices.end())
             return *builtIn;
     return device;
 }

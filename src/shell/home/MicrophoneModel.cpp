@@ -52,7 +52,8 @@ MicrophoneModel::~MicrophoneModel() {
 std::vector<MicrophoneModel::Row> MicrophoneModel::rows() const {
     std::vector<Row> rows{{"", "As the desktop"}};
     for (const InputDevice& device : m_services.input.devices())
-        rows.push_back({device.key, device.name});
+        if (!device.isMonitor || device.key == chosen())
+            rows.push_back({device.key, device.name});
     if (isChosenAbsent())
         rows.push_back({chosen(), "The chosen one (not connected)"});
     return rows;

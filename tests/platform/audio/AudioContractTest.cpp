@@ -104,7 +104,8 @@ TEST_P(AudioContract, DevicesBesideTheDefault_AreListedAndOpenedByTheirKey) {
     const auto keys = [&] {
         std::set<std::string> all;
         for (const InputDevice& device : input.devices())
-            all.insert(device.key);
+            if (!device.isMonitor)
+                all.insert(device.key);
         return all;
     };
     const auto usual = keys();
@@ -116,7 +117,7 @@ TEST_P(AudioContract, DevicesBesideTheDefault_AreListedAndOpenedByTheirKey) {
     input.onDefaultDeviceChanged([&] { ++toldOfDefault; });
     world->plugInBeside();
     EXPECT_TRUE(world->passUntil([&] { return told > 0 && keys().contains("beside"); }));
-    EXPECT_EQ(input.devices().size(), 2u);
+    EXPECT_EQ(keys().size(), 2u);
     EXPECT_EQ(toldOfDefault, 0);
 
     const auto engine = input.makeEngineOf("beside");

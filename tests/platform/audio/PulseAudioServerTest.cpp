@@ -90,8 +90,9 @@ TEST_F(PulseAudio, RestartInMidCapture_IsBridged) {
     EXPECT_TRUE(recordsNothing());
 }
 
-TEST_F(PulseAudio, DeviceGoneInMidCapture_TheDefaultOneTakesOver) {
+TEST_F(PulseAudio, DeviceGoneInMidCapture_AnotherMicrophoneTakesOver_NeverWhatIsPlayed) {
     server.start();
+    const std::string other = server.control("load-module module-sine-source source_name=other");
     PulseAudioInput input(queue);
     const auto engine = countingEngine(input);
     const InputFormat format = engine->format();
@@ -101,6 +102,23 @@ TEST_F(PulseAudio, DeviceGoneInMidCapture_TheDefaultOneTakesOver) {
     EXPECT_TRUE(deliversMore());
     EXPECT_TRUE(engine->isRunning());
     EXPECT_EQ(engine->format().sampleRate, format.sampleRate);
+
+    server.play(0.5F, 0.5F, 440); // into the only thing that is left, the monitor of an output
+    server.control("unload-module " + other);
+    EXPECT_TRUE(queue.runUntil([&] { return recordsNothing() && !input.defaultDevice(); }));
+    EXPECT_TRUE(input.makeEngine()->start()) << "a dictation has no microphone either";
+    server.control("set-default-source micfeed.monitor");
+    const std::size_t before = delivered;
+    queue.runUntil([looks = 0]() mutable { return ++looks > 100; });
+    EXPECT_TRUE(recordsNothing());
+    EXPECT_EQ(delivered, before);
+    const auto chosen = input.makeEngineOf("micfeed.monitor");
+    chosen->installTap(480, [&](std::span<const float> samples) { delivered += samples.size(); });
+    EXPECT_FALSE(chosen->start()) << "unless the user has chosen it";
+    EXPECT_TRUE(deliversMore());
+    chosen->stop();
+    server.control("load-module module-sine-source source_name=virtmic");
+    EXPECT_TRUE(deliversMore()) << "plugged in again";
 }
 
 TEST_F(PulseAudio, ServerThatComesLater_IsFound) {
@@ -124,7 +142,9 @@ TEST_F(PulseAudio, ServerWithoutSources_IsNoDevice) {
     PulseAudioInput input(queue);
     EXPECT_FALSE(input.defaultDevice());
     server.control("load-module module-null-sink sink_name=late");
-    EXPECT_TRUE(queue.runUntil([&] { return input.defaultDevice().has_value(); })) << "a monitor counts";
+    EXPECT_TRUE(queue.runUntil([&] { return !input.devices().empty(); }));
+    EXPECT_TRUE(input.devices()[0].isMonitor);
+    EXPECT_FALSE(input.defaultDevice());
 }
 
 TEST_F(PulseAudio, HungServer_CostsLessThanASecond) {

@@ -28,21 +28,21 @@ PulseAudioInput::PulseAudioInput(MainQueue& queue)
 PulseAudioInput::~PulseAudioInput() = default;
 
 std::unique_ptr<CaptureEngine> PulseAudioInput::makeEngine() {
-    return std::make_unique<PulseCaptureEngine>(m_connection, m_sources->current());
+    return std::make_unique<PulseCaptureEngine>(m_connection, m_sources->known(), m_sources->known().current());
 }
 
 std::unique_ptr<CaptureEngine> PulseAudioInput::makeEngineOf(const std::string& key) {
-    return std::make_unique<PulseCaptureEngine>(m_connection, m_sources->named(key));
+    return std::make_unique<PulseCaptureEngine>(m_connection, m_sources->known(), m_sources->known().named(key));
 }
 
 std::optional<InputDevice> PulseAudioInput::defaultDevice() const {
-    const auto source = m_sources->current();
+    const auto source = m_sources->known().current();
     return source ? std::optional(source->device) : std::nullopt;
 }
 
 std::vector<InputDevice> PulseAudioInput::devices() const {
     std::vector<InputDevice> devices;
-    for (PulseSource& source : m_sources->all())
+    for (PulseSource& source : m_sources->known().all())
         devices.push_back(std::move(source.device));
     return devices;
 }

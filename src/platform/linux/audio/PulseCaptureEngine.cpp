@@ -1,5 +1,7 @@
 #include "platform/linux/audio/PulseCaptureEngine.h"
 
+#include "base/Log.h"
+
 #include <algorithm>
 #include <pulse/error.h>
 #include <pulse/timeval.h>
@@ -15,8 +17,9 @@ constexpr pa_usec_t fragmentLength = 10 * PA_USEC_PER_MSEC;
 
 } // namespace
 
-PulseCaptureEngine::PulseCaptureEngine(std::shared_ptr<PulseConnection> connection, std::optional<PulseSource> source)
-    : m_connection(std::move(connection)), m_source(std::move(source)) {
+PulseCaptureEngine::PulseCaptureEngine(std::shared_ptr<PulseConnection> connection, KnownSources known,
+                                       std::optional<PulseSource> source)
+    : m_connection(std::move(connection)), m_known(std::move(known)), m_source(std::move(source)) {
     PulseLock lock(*m_connection);
     m_subscription = m_connection->subscribe({[this] {
                                                   if (m_isRunning)
@@ -80,6 +83,9 @@ void PulseCaptureEngine::open(Target target) {
     if (!context)
         return;
     m_target = target;
+    const auto source = target == Target::ownSource ? m_source : m_known.current();
+    if (!source)
+        return tryLater();
     m_hasDelivered = false;
     m_stream.reset(::pa_stream_new(context, "Dictation", &m_source->format, &m_source->channels));
     if (!m_stream)
@@ -91,6 +97,12 @@ void PulseCaptureEngine::open(Target target) {
             callFromPulse([self] { static_cast<PulseCaptureEngine*>(self)->streamChanged(); });
         },
         this);
+    ::pa_stream_set_moved_callback(
+        stream,
+        [](pa_stream*, void* self) {
+            callFromPulse([self] { static_cast<PulseCaptureEngine*>(self)->streamMoved(); });
+        },
+        this);
     ::pa_stream_set_read_callback(
         stream,
         [](pa_stream*, std::size_t, void* self) {
@@ -98,8 +110,7 @@ void PulseCaptureEngine::open(Target target) {
         },
         this);
     const pa_buffer_attr attributes = recordBuffer(m_source->format, fragmentLength);
-    const char* const device = target == Target::ownSource ? m_source->name.c_str() : nullptr;
-    if (::pa_stream_connect_record(stream, device, &attributes, PA_STREAM_ADJUST_LATENCY) < 0 &&
+    if (::pa_stream_connect_record(stream, source->name.c_str(), &attributes, PA_STREAM_ADJUST_LATENCY) < 0 &&
         stream == m_stream.get())
         streamFailed();
 }
@@ -130,9 +141,25 @@ void PulseCaptureEngine::streamFailed() {
     if (hadWorked)
         open(Target::ownSource);
     else if (m_target == Target::ownSource)
-        open(Target::defaultSource);
+        open(Target::defaultMicrophone);
     else
-        m_retry = m_connection->after(retryDelay, [this] { open(Target::ownSource); });
+        tryLater();
+}
+
+void PulseCaptureEngine::tryLater() {
+    m_retry = m_connection->after(retryDelay, [this] { open(Target::ownSource); });
+}
+
+/// A server that loses a source turns its streams to the default one, which without a microphone is what a speaker
+/// plays.
+void PulseCaptureEngine::streamMoved() {
+    const char* const name = ::pa_stream_get_device_name(m_stream.get());
+    const auto source = name ? m_known.named(name) : std::nullopt;
+    if (!source || !source->device.isMonitor || m_source->device.isMonitor)
+        return;
+    logInfo("The microphone is gone, and what is played in its place is not recorded: {}", source->name);
+    close();
+    tryLater();
 }
 
 void PulseCaptureEngine::connectionLost() {

@@ -5,6 +5,7 @@
 #include "platform/linux/audio/PulseHandles.h"
 #include "platform/linux/audio/PulseSources.h"
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,37 +14,42 @@
 namespace fenlo {
 
 /// Records from one source at that source's rate. When the source or the server goes away while the engine runs, it
-/// goes on from the same source once that is back, or else from the default one, at the same rate.
+/// goes on from the same source once that is back, or else from the default microphone, at the same rate. What a
+/// speaker plays is recorded only where the engine was made for it.
 ///
 /// The server buffers some seconds, so a tap that is late once loses nothing.
 class PulseCaptureEngine final : public CaptureEngine {
 public:
-    PulseCaptureEngine(std::shared_ptr<PulseConnection> connection, std::optional<PulseSource> source);
+    PulseCaptureEngine(std::shared_ptr<PulseConnection> connection, KnownSources known,
+                       std::optional<PulseSource> source);
     ~PulseCaptureEngine() override;
 
     InputFormat format() const override;
     void installTap(std::size_t frames, Tap tap) override;
     void removeTap() override;
-    /// Waits for the server's answer, up to half a second; a later answer is handled when it comes.
+    /// A later answer of the server is handled when it comes.
     std::optional<std::string> start() override;
     void stop() override;
     bool isRunning() const override { return m_isRunning; }
 
 private:
-    enum class Target { ownSource, defaultSource };
+    enum class Target { ownSource, defaultMicrophone };
 
     void open(Target target);
     void close();
     bool isOpening() const;
     void streamChanged();
+    void streamMoved();
+    void tryLater();
     void streamFailed();
     void connectionLost();
     void read();
     void gather(const float* samples, std::size_t frames);
 
     const std::shared_ptr<PulseConnection> m_connection;
+    const KnownSources m_known;
     const std::optional<PulseSource> m_source;
-    bool m_isRunning = false; // written on the main thread, under the lock
+    std::atomic<bool> m_isRunning = false; // written under the lock
 
     // Under the connection's lock.
     bool m_isStarting = false;

@@ -32,11 +32,14 @@ PulseSource describe(const pa_source_info& info) {
     const bool isWireless = isOn(info, "bluetooth", "bluez_");
     // Sources without a bus (monitors, remapped and combined ones) live in this machine too.
     const bool isBuiltIn = !isWireless && !isOn(info, "usb", "alsa_input.usb-");
-    source.device = {idOf(source.name), text::repairUtf8(info.description ? info.description : info.name), isBuiltIn,
-                     isWireless, text::repairUtf8(source.name)};
+    source.device = {idOf(source.name),
+                     text::repairUtf8(info.description ? info.description : info.name),
+                     isBuiltIn,
+                     isWireless,
+                     text::repairUtf8(source.name),
+                     info.monitor_of_sink != PA_INVALID_INDEX};
     source.format = {PA_SAMPLE_FLOAT32NE, info.sample_spec.rate, info.sample_spec.channels};
     source.channels = info.channel_map;
-    source.isMonitor = info.monitor_of_sink != PA_INVALID_INDEX;
     return source;
 }
 
@@ -48,6 +51,15 @@ bool isSame(const PulseSource& a, const PulseSource& b) {
 
 std::optional<PulseSource> namedOf(const std::vector<PulseSource>& sources, const std::string& name) {
     const auto found = std::ranges::find(sources, name, &PulseSource::name);
+    return found == sources.end() ? std::nullopt : std::optional(*found);
+}
+
+/// Servers name a monitor where there is nothing else; then there is no microphone.
+std::optional<PulseSource> microphoneOf(const std::vector<PulseSource>& sources, const std::string& defaultName) {
+    const auto isMonitor = [](const PulseSource& source) { return source.device.isMonitor; };
+    if (auto source = namedOf(sources, defaultName); source && !isMonitor(*source))
+        return source;
+    const auto found = std::ranges::find_if_not(sources, isMonitor);
     return found == sources.end() ? std::nullopt : std::optional(*found);
 }
 
@@ -77,16 +89,16 @@ PulseSources::~PulseSources() {
         ::pa_context_set_subscribe_callback(context, nullptr, nullptr);
 }
 
-std::optional<PulseSource> PulseSources::current() const {
-    return m_known.with([](const Known& known) { return namedOf(known.sources, known.defaultName); });
+std::optional<PulseSource> KnownSources::current() const {
+    return m_known->with([](const Known& known) { return microphoneOf(known.sources, known.defaultName); });
 }
 
-std::vector<PulseSource> PulseSources::all() const {
-    return m_known.with([](const Known& known) { return known.sources; });
+std::vector<PulseSource> KnownSources::all() const {
+    return m_known->with([](const Known& known) { return known.sources; });
 }
 
-std::optional<PulseSource> PulseSources::named(const std::string& name) const {
-    return m_known.with([&](const Known& known) { return namedOf(known.sources, name); });
+std::optional<PulseSource> KnownSources::named(const std::string& name) const {
+    return m_known->with([&](const Known& known) { return namedOf(known.sources, name); });
 }
 
 void PulseSources::awaitFirstAnswer(double seconds) {
@@ -153,16 +165,14 @@ void PulseSources::sourceAnswered(const pa_source_info* info, int end) {
         return;
     }
     m_operation.reset();
-    std::erase_if(m_found.sources,
-                  [this](const PulseSource& source) { return source.isMonitor && source.name != m_found.defaultName; });
     finish();
 }
 
 void PulseSources::finish() {
     m_hasAnswer = true;
-    const auto [isNewDefault, isNewList] = m_known.with([&](Known& known) {
+    const auto [isNewDefault, isNewList] = m_known.m_known->with([&](KnownSources::Known& known) {
         const bool isOther =
-            !isSame(namedOf(known.sources, known.defaultName), namedOf(m_found.sources, m_found.defaultName));
+            !isSame(microphoneOf(known.sources, known.defaultName), microphoneOf(m_found.sources, m_found.defaultName));
         const bool hasOthers = !isSame(known.sources, m_found.sources);
         known = std::exchange(m_found, {});
         return std::pair(isOther, hasOthers);

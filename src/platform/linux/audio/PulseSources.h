@@ -6,6 +6,7 @@
 #include "platform/linux/audio/PulseHandles.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <pulse/channelmap.h>
 #include <pulse/introspect.h>
@@ -20,7 +21,26 @@ struct PulseSource {
     InputDevice device;
     pa_sample_spec format{}; // its own; engines record 32-bit floats at its rate and channels
     pa_channel_map channels{};
-    bool isMonitor = false; // it records what a speaker plays
+};
+
+/// The sources as they are known at the moment; stays up to date as long as its PulseSources lives.
+///
+/// Threads: any.
+class KnownSources {
+public:
+    /// The default one, or where that is the monitor of an output the first that is none.
+    std::optional<PulseSource> current() const;
+    std::vector<PulseSource> all() const;
+    std::optional<PulseSource> named(const std::string& name) const;
+
+private:
+    friend class PulseSources;
+    struct Known {
+        std::vector<PulseSource> sources;
+        std::string defaultName; // of one of them; empty for none
+    };
+
+    std::shared_ptr<Guarded<Known>> m_known = std::make_shared<Guarded<Known>>();
 };
 
 /// Follows the sources of the server, and which of them is the default.
@@ -34,11 +54,7 @@ public:
     PulseSources(const PulseSources&) = delete;
     PulseSources& operator=(const PulseSources&) = delete;
 
-    /// The default one. This and the next two on any thread.
-    std::optional<PulseSource> current() const;
-    /// Those that record something, and the default one whatever it is.
-    std::vector<PulseSource> all() const;
-    std::optional<PulseSource> named(const std::string& name) const;
+    const KnownSources& known() const { return m_known; }
     /// Waits until the server has been asked once, or turned out to be absent.
     void awaitFirstAnswer(double seconds);
 
@@ -50,15 +66,10 @@ private:
     void sourceAnswered(const pa_source_info* info, int end);
     void finish();
 
-    struct Known {
-        std::vector<PulseSource> sources;
-        std::string defaultName; // of one of them; empty for none
-    };
-
     PulseConnection& m_connection;
     const std::function<void(Change)> m_changed;
-    Guarded<Known> m_known;
-    Known m_found;
+    KnownSources m_known;
+    KnownSources::Known m_found;
     PulseOperation m_operation;
     bool m_refreshAgain = false;
     bool m_hasAnswer = false;
