@@ -1,9 +1,11 @@
-// What the list of past meetings costs: all files are read whole each time. The argument is the length of each of the
-// 500 meetings in minutes. And what a chunk of ten seconds costs on its way to the disk.
+// What the list of past meetings, a search in it and the opening of one cost: all files are read each time. The
+// argument is the length of each of the 500 meetings in minutes. And what a chunk of ten seconds costs on its way to
+// the disk.
 
 #include "base/Background.h"
 #include "base/Files.h"
 #include "meeting/MeetingArchive.h"
+#include "meeting/MeetingSearch.h"
 #include "meeting/RunningMeeting.h"
 
 #include <benchmark/benchmark.h>
@@ -43,20 +45,56 @@ public:
     const fs::path path = files::temporaryFile("bench-", "");
 };
 
-void loadOf500(benchmark::State& state) {
-    const Folder folder;
-    const MeetingArchive archive(folder.path);
-    for (int i = 0; i < meetings; ++i) {
-        const MeetingRecord record = meetingOf(i, static_cast<int>(state.range(0)));
-        const std::string content = buildMarkdown(record) + metadataBlock(record);
-        std::ofstream(archive.fileOf(meetingFileName(record.date))) << content;
-        state.counters["KB"] = static_cast<double>(content.size()) / 1024;
+/// 500 meetings of so many minutes each.
+struct Archived {
+    explicit Archived(benchmark::State& state) {
+        for (int i = 0; i < meetings; ++i) {
+            const MeetingRecord record = meetingOf(i, static_cast<int>(state.range(0)));
+            const std::string content = buildMarkdown(record) + metadataBlock(record);
+            std::ofstream(archive.fileOf(meetingFileName(record.date))) << content;
+            state.counters["KB"] = static_cast<double>(content.size()) / 1024;
+        }
     }
+    const Folder folder;
+    const MeetingArchive archive{folder.path};
+};
+
+/// With the segments of all of them.
+void loadOf500(benchmark::State& state) {
+    const Archived all(state);
     for (auto step : state)
-        if (archive.load().size() != meetings)
+        if (all.archive.load().size() != meetings)
             state.SkipWithError("not all were read");
 }
-BENCHMARK(loadOf500)->Arg(15)->Arg(30)->Arg(60)->Unit(benchmark::kMillisecond);
+BENCHMARK(loadOf500)->Arg(15)->Arg(60)->Unit(benchmark::kMillisecond);
+
+/// As the program lists them.
+void headsOf500(benchmark::State& state) {
+    const Archived all(state);
+    for (auto step : state)
+        if (all.archive.loadHeads().size() != meetings)
+            state.SkipWithError("not all were read");
+}
+BENCHMARK(headsOf500)->Arg(15)->Arg(30)->Arg(60)->Unit(benchmark::kMillisecond);
+
+/// What a worker does for each letter of a search, for words that no meeting or every meeting has.
+void searchOf500(benchmark::State& state, const char* words) {
+    const Archived all(state);
+    const auto list = std::make_shared<const std::vector<PastMeeting>>(all.archive.loadHeads());
+    for (auto step : state)
+        benchmark::DoNotOptimize(findMeetings(list, words, {}).places.size());
+}
+BENCHMARK_CAPTURE(searchOf500, none, "unheard of")->Arg(60)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(searchOf500, all, "spoken1")->Arg(60)->Unit(benchmark::kMillisecond);
+
+/// When one of them is opened, on the main thread.
+void segmentsOfAnHour(benchmark::State& state) {
+    const MeetingRecord record = meetingOf(0, 60);
+    const PastMeeting head = parseHead("meeting_2026-11-15_09-30-05.md", buildMarkdown(record) + metadataBlock(record));
+    for (auto step : state)
+        benchmark::DoNotOptimize(withSegments(head));
+}
+BENCHMARK(segmentsOfAnHour)->Unit(benchmark::kMillisecond);
 
 void notesIntoAnHour(benchmark::State& state) {
     const Folder folder;

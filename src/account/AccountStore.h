@@ -38,7 +38,7 @@ public:
     /// Gives what `work(Keychain&)` returns to `next`.
     template <typename Work, typename Next>
     void run(Work work, Next next) {
-        m_work.add([&keychain = m_keychain, &queue = m_mainQueue, work = std::move(work),
+        m_work.run([&keychain = m_keychain, &queue = m_mainQueue, work = std::move(work),
                     next = std::move(next)](std::stop_token) mutable {
             queue.post([next = std::move(next), result = work(keychain)]() mutable { next(std::move(result)); });
         });

@@ -163,12 +163,18 @@ Practice::Steps practiceSteps(TakeServices& services) {
 }
 
 void addMeetings(MeetingModeController& meetings, MeetingControl& control, MeetingTab& tab, AppHooks& hooks) {
-    meetings.onRecovered = [&] {
-        control.tellRecovered();
-        tab.tellRecovered();
+    meetings.onRecovered = [&](MeetingModeController::Recovered what) {
+        if (what == MeetingModeController::Recovered::meeting) {
+            control.tellRecovered();
+            tab.tellRecovered();
+        } else {
+            control.tellRecoveredNotes();
+            tab.tellRecoveredNotes();
+        }
     };
     hooks.isMeetingActive = [&] { return meetings.isActive(); };
     hooks.stopMeeting = [&] { control.stop(); };
+    hooks.stopMeetingForQuit = [&] { control.stopForQuit(); };
     hooks.clearMeeting = [&] { control.clearEnded(); };
     hooks.refuseDictation = [&] { control.refuseDictation(); };
     hooks.recoverMeetings = [&] { meetings.recoverMeetings(); };

@@ -3,6 +3,7 @@
 #include "audio/ChunkWriter.h"
 #include "audio/Level.h"
 #include "audio/SpeechTest.h"
+#include "base/AskWorker.h"
 #include "base/Clock.h"
 #include "base/Files.h"
 #include "base/Log.h"
@@ -18,7 +19,7 @@ namespace {
 
 constexpr std::size_t tapFrames = 4096;
 constexpr double missingInputRetry = 0.5; // seconds, like all delays here
-constexpr double moveRetry = 0.5;
+constexpr double openRetry = 0.5;         // of a take in pieces
 constexpr double settleDelay = 0.3;
 constexpr double idleStopDelay = 60.0;
 constexpr double tailOfLastWord = 0.25;
@@ -42,6 +43,7 @@ AudioRecorder::AudioRecorder(AudioInput& input, Clock& clock, MainQueue& queue, 
       m_wasExternal(isExternalInputActive()) {}
 
 AudioRecorder::~AudioRecorder() {
+    discardEngine(); // a worker may have it still, and its tap must not call any more
     dropRunningCopy();
 }
 
@@ -67,7 +69,7 @@ void AudioRecorder::warmUp() {
     logInfo("Audio engine prepared at {:.0f}Hz, {}ch, device={}", format.sampleRate, format.channels, m_inputDeviceId);
 }
 
-void AudioRecorder::adopt(std::unique_ptr<CaptureEngine> engine) {
+void AudioRecorder::adopt(std::shared_ptr<CaptureEngine> engine) {
     m_sampleRate = engine->format().sampleRate;
     m_inputDeviceId = defaultDeviceId();
     m_engine = std::move(engine);
@@ -83,7 +85,7 @@ void AudioRecorder::openMicrophone() {
     runEngine();
 }
 
-void AudioRecorder::startRecording(TakeKind kind) {
+void AudioRecorder::startRecording() {
     m_fault.reset();
     if (!runEngine()) {
         m_fault = startFault();
@@ -91,11 +93,77 @@ void AudioRecorder::startRecording(TakeKind kind) {
     }
     ++m_takeNumber;
     m_silence.with([](SilenceWatch& watch) { watch = {}; });
-    m_takeKind = kind;
-    m_toldFailedMove = false;
-    m_take.begin(kind);
+    m_takeKind = TakeKind::whole;
+    m_take.begin();
     m_startTime = m_clock.now();
     logInfo("Recording at {:.0f}Hz, device={}", m_sampleRate, m_inputDeviceId);
+}
+
+/// The take begins before its engine runs, so that it has the first sample.
+void AudioRecorder::startInPieces(Background& background) {
+    m_background = &background;
+    m_fault.reset();
+    m_idleStop.cancel();
+    m_rebuild.cancel();
+    ++m_takeNumber;
+    m_silence.with([](SilenceWatch& watch) { watch = {}; });
+    m_takeKind = TakeKind::inPieces;
+    m_toldFailedOpening = false;
+    m_take.begin(TakeKind::inPieces);
+    m_startTime = m_clock.now();
+    if (!m_engine)
+        registerDeviceListener();
+    openForPieces();
+}
+
+/// A worker starts the engine of the present device. An engine that runs goes on meanwhile, and falls silent before the
+/// new one delivers, so no moment is recorded twice.
+void AudioRecorder::openForPieces() {
+    m_openAgain.cancel();
+    const std::uint32_t device = defaultDeviceId();
+    const bool isOfDevice = m_engine && (device == 0 || device == m_inputDeviceId);
+    if (m_inOpening && device == m_openingDevice)
+        return;
+    m_opening = {};
+    m_inOpening = nullptr;
+    if (isOfDevice && m_engine->isRunning())
+        return;
+    std::shared_ptr<CaptureEngine> engine = isOfDevice && !m_fault ? m_engine : m_input.makeEngine();
+    if (engine->format().sampleRate <= 0 || engine->format().channels == 0)
+        return tryPiecesAgain("there is no input device");
+    if (engine != m_engine && !(m_engine && m_engine->isRunning())) {
+        discardEngine();
+        m_take.changeSampleRate(engine->format().sampleRate);
+        adopt(engine);
+    }
+    m_inOpening = engine;
+    m_openingDevice = device;
+    askWorker(
+        *m_background, m_queue, m_opening, [engine](const std::stop_token&) { return engine->start(); },
+        [this, engine](const std::optional<std::string>& error) { openedForPieces(engine, error); });
+}
+
+void AudioRecorder::openedForPieces(const std::shared_ptr<CaptureEngine>& engine,
+                                    const std::optional<std::string>& error) {
+    m_inOpening = nullptr;
+    if (error)
+        return tryPiecesAgain(*error);
+    m_fault.reset();
+    m_toldFailedOpening = false;
+    if (engine != m_engine) {
+        discardEngine();
+        m_take.changeSampleRate(engine->format().sampleRate);
+        adopt(engine);
+    }
+    logInfo("Recording at {:.0f}Hz, device={}", m_sampleRate, m_inputDeviceId);
+}
+
+void AudioRecorder::tryPiecesAgain(const std::string& error) {
+    if (!std::exchange(m_toldFailedOpening, true))
+        logError("The input device does not start, and is tried again: {}", error);
+    if (!m_engine || !m_engine->isRunning())
+        m_fault = startFault();
+    m_openAgain = m_queue.postAfter(openRetry, [this] { openForPieces(); });
 }
 
 TakenSamples AudioRecorder::takeSamples() {
@@ -106,15 +174,17 @@ TakenSamples AudioRecorder::takeSamples() {
 }
 
 void AudioRecorder::endWithoutSpeechTest() {
-    m_move.cancel();
-    if (!m_engine)
-        return;
+    m_openAgain.cancel();
+    m_opening = {};
+    if (std::exchange(m_inOpening, nullptr) == m_engine)
+        discardEngine(); // it is with a worker, who would let it run
     const TakeBuffer::Taken taken = m_take.end();
     for (const auto& file : taken.chunkFiles)
         files::removeQuietly(file);
     m_runningCopy = taken.runningCopy;
     dropRunningCopy();
-    stopEngine();
+    if (m_engine)
+        stopEngine();
     if (taken.deviceChanged)
         rebuildEngine(Rebuild::delayed);
 }
@@ -266,28 +336,9 @@ void AudioRecorder::inputDeviceChanged() {
     m_wasExternal = external;
     m_notifications.post(notification::inputDeviceChanged);
     if (isRecording() && m_takeKind == TakeKind::inPieces)
-        moveTake();
+        openForPieces();
     else if (!m_take.markDeviceChanged())
         rebuildEngine(Rebuild::delayed);
-}
-
-/// The new engine delivers nothing before the old one is silent, so no moment is recorded twice.
-void AudioRecorder::moveTake() {
-    const std::uint32_t device = defaultDeviceId();
-    if (!isRecording() || device == 0 || device == m_inputDeviceId)
-        return;
-    auto engine = m_input.makeEngine();
-    if (const auto error = engine->start()) {
-        if (!std::exchange(m_toldFailedMove, true))
-            logError("The take stays on its input device, the new one does not start: {}", *error);
-        m_move = m_queue.postAfter(moveRetry, [this] { moveTake(); });
-        return;
-    }
-    m_toldFailedMove = false;
-    discardEngine();
-    m_take.changeSampleRate(engine->format().sampleRate);
-    adopt(std::move(engine));
-    logInfo("The take goes on at {:.0f}Hz, device={}", m_sampleRate, m_inputDeviceId);
 }
 
 bool AudioRecorder::isExternalInputActive() const {

@@ -19,6 +19,7 @@
 
 namespace fenlo {
 
+class Background;
 class Clock;
 class Config;
 class NotificationCenter;
@@ -28,8 +29,9 @@ class NotificationCenter;
 /// With a built-in input the engine runs during takes only. With an external input (headset, USB) it keeps running for
 /// a minute after a take, because reconnecting the device would cost the beginning of the next take.
 ///
-/// A whole take stays on the engine on which it began. A take in pieces, which may last for hours, moves to a new
-/// engine when the default input changes; until that one starts, the old one goes on.
+/// A whole take stays on the engine on which it began. A take in pieces, which may last for hours, waits for no device:
+/// a worker opens its engine, and a device that refuses is tried again. It moves to a new engine when the default input
+/// changes; until that one starts, the old one goes on.
 ///
 /// Threads: call on the main thread. onReady and onSilence are called there, onAudioBuffer on the audio thread.
 ///          currentRMS() and isRecording() may be asked on any thread.
@@ -53,8 +55,10 @@ public:
     /// Gets the engine running ahead of startRecording(), which must follow: what is said in between goes before the
     /// take's first samples, up to 0.3 seconds of it.
     void openMicrophone();
-    /// A take in pieces tells neither onReady nor onSilence nor onFiles: their listeners belong to dictation.
-    void startRecording(TakeKind kind = TakeKind::whole);
+    void startRecording();
+    /// Begins a take in pieces and returns at once; sound comes when the microphone is open. It tells neither onReady
+    /// nor onSilence nor onFiles: their listeners belong to dictation. The background outlives the recorder.
+    void startInPieces(Background& background);
     /// Moves the samples of a take in pieces out of it, without ending it and without waiting for a disk. They come at
     /// the input's own rate, which changes with the device. Nothing while no such take runs.
     TakenSamples takeSamples();
@@ -68,7 +72,7 @@ public:
     /// Replaces the engine by a new one, at once or after the sound system has had time to settle.
     void rebuildEngine(Rebuild when);
 
-    /// What went wrong with the last take.
+    /// What went wrong with the last take, or hampers the running one.
     std::optional<Fault> fault() const { return m_fault; }
 
     bool hasEngine() const { return m_engine != nullptr; }
@@ -100,8 +104,10 @@ private:
 
     bool runEngine();
     bool startEngine();
-    void adopt(std::unique_ptr<CaptureEngine> engine);
-    void moveTake();
+    void adopt(std::shared_ptr<CaptureEngine> engine);
+    void openForPieces();
+    void openedForPieces(const std::shared_ptr<CaptureEngine>& engine, const std::optional<std::string>& error);
+    void tryPiecesAgain(const std::string& error);
     void stopEngine();
     void discardEngine();
     void engineAfterTake(bool deviceChanged);
@@ -125,7 +131,7 @@ private:
     TakeKind m_takeKind = TakeKind::whole;
     bool m_wasExternal;
     bool m_toldMissingInput = false;
-    bool m_toldFailedMove = false;
+    bool m_toldFailedOpening = false;
     std::optional<double> m_startTime; // seconds of Clock::now()
     float m_speechRatio = 1;
     std::optional<Fault> m_fault;
@@ -141,10 +147,14 @@ private:
 
     Timer m_idleStop;
     Timer m_rebuild;
-    Timer m_move;
+    Background* m_background = nullptr; // of the take in pieces
+    Timer m_openAgain;                  // of the take in pieces
     Lifetime m_lifetime;
-    Lifetime m_listening;                    // of the newest registration
-    std::unique_ptr<CaptureEngine> m_engine; // destroyed first, so that no tap call comes afterwards
+    Lifetime m_listening;                       // of the newest registration
+    Lifetime m_opening;                         // of the newest opening of a take in pieces
+    std::shared_ptr<CaptureEngine> m_inOpening; // with a worker that starts it; null when none is
+    std::uint32_t m_openingDevice = 0;
+    std::shared_ptr<CaptureEngine> m_engine;
 };
 
 } // namespace fenlo

@@ -7,7 +7,7 @@
 
 namespace fenlo {
 
-void OrderedWork::add(Background::Task task) {
+void OrderedWork::run(Task task) {
     const bool isFirst = m_state->with([&](State& state) {
         state.waiting.push_back(std::move(task));
         return !std::exchange(state.isRunning, true);
@@ -18,7 +18,7 @@ void OrderedWork::add(Background::Task task) {
 
 void OrderedWork::runAll(Guarded<State>& state, const std::stop_token& stop) {
     for (;;) {
-        auto task = state.with([](State& current) -> std::optional<Background::Task> {
+        auto task = state.with([](State& current) -> std::optional<Task> {
             if (current.waiting.empty()) {
                 current.isRunning = false;
                 return std::nullopt;

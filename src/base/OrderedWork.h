@@ -10,18 +10,18 @@ namespace fenlo {
 
 /// Runs tasks on a worker one after the other, in the order in which they come.
 ///
-/// Threads:  add() on any.
+/// Threads:  run() on any.
 /// Lifetime: tasks may outlive it. When the program ends, those that came before still run; their token is stopped
 ///           then, so that they leave out what takes long.
-class OrderedWork {
+class OrderedWork final : public Background {
 public:
     explicit OrderedWork(Background& background) : m_background(background) {}
 
-    void add(Background::Task task);
+    void run(Task task) override;
 
 private:
     struct State {
-        std::deque<Background::Task> waiting;
+        std::deque<Task> waiting;
         bool isRunning = false;
     };
 

@@ -1,6 +1,7 @@
 #include "meeting/ChunkSound.h"
 
 #include "audio/ChunkWriter.h"
+#include "media/Level.h"
 #include "media/SpeechRate.h"
 #include "platform/SystemAudioInput.h"
 
@@ -26,6 +27,11 @@ std::vector<float> mixedSides(std::span<const float> microphone, std::span<const
     for (float& sample : mix)
         sample = std::clamp(sample, -1.0F, 1.0F);
     return mix;
+}
+
+bool isSilent(std::span<const float> samples) {
+    constexpr float halfStep = 1.0F / 65536;
+    return peak(samples) < halfStep;
 }
 
 std::vector<float> soundOf(const MeetingCut& cut) {

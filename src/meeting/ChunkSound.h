@@ -20,6 +20,10 @@ struct MeetingCut {
 /// Threads: pure.
 std::vector<float> soundOf(const MeetingCut& cut);
 
+/// Whether no sample reaches half of a step of 16 bits: such a chunk is nothing but zeros for the recogniser. A muted
+/// microphone sends that; any other has a noise of its own, and a whisper lies thirty decibels above it.
+bool isSilent(std::span<const float> samples);
+
 /// The sum of both sides at 0.6, as long as the longer one, within [-1, 1].
 std::vector<float> mixedSides(std::span<const float> microphone, std::span<const float> system);
 

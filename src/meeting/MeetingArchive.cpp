@@ -25,6 +25,11 @@ bool isName(const std::string& id) {
     return !id.empty() && fs::path(id).filename() == id && isMeetingFile(id);
 }
 
+/// What a file says is hostile: only sound that a meeting left behind may go with it.
+bool isSoundName(const std::string& name) {
+    return fs::path(name).filename() == name && name.starts_with("running_") && name.ends_with(".wav");
+}
+
 std::vector<fs::path> meetingFilesIn(const fs::path& folder) {
     constexpr std::uintmax_t largest = 64 << 20; // no meeting has so many words; a wrong file may
     std::vector<fs::path> found;
@@ -98,12 +103,23 @@ bool MeetingArchive::holds(std::chrono::system_clock::time_point start) const {
 }
 
 std::vector<PastMeeting> MeetingArchive::load() const {
+    return loadWith(parsePastMeeting);
+}
+
+std::vector<PastMeeting> MeetingArchive::loadHeads() const {
+    return loadWith(parseHead);
+}
+
+bool MeetingArchive::hasNotes(const std::string& id) const {
+    return isName(id) && notesInSections(files::read(fileOf(id)).value_or("")).has_value();
+}
+
+std::vector<PastMeeting> MeetingArchive::loadWith(PastMeeting (*parse)(std::string_view, std::string)) const {
     const dates::MediumTexts texts;
     std::vector<PastMeeting> meetings;
     for (const fs::path& file : meetingFilesIn(m_folder))
         if (auto content = files::read(file)) {
-            PastMeeting& meeting =
-                meetings.emplace_back(parsePastMeeting(file.filename().string(), std::move(*content)));
+            PastMeeting& meeting = meetings.emplace_back(parse(file.filename().string(), std::move(*content)));
             if (meeting.date)
                 meeting.displayDate = texts.of(*meeting.date);
         }
@@ -136,8 +152,39 @@ bool MeetingArchive::remove(const std::string& id) const {
     std::error_code error;
     if (!isName(id))
         return false;
+    const std::vector<std::string> sounds = unrecognisedIn(files::read(fileOf(id)).value_or(""));
     fs::remove(fileOf(id), error);
-    return !error;
+    if (error)
+        return false;
+    for (const std::string& name : sounds)
+        if (isSoundName(name))
+            files::removeQuietly(soundFolder() / name);
+    return true;
+}
+
+std::optional<fs::path> MeetingArchive::keepSound(const fs::path& file, const std::string& name) const {
+    files::makePrivateDirectory(soundFolder());
+    const fs::path place = soundFolder() / name;
+    std::error_code error;
+    fs::rename(file, place, error);
+    if (error) // the temporary folder may be on another file system
+        fs::copy_file(file, place, error);
+    return error ? std::nullopt : std::optional(place);
+}
+
+void MeetingArchive::clearOldSound(std::chrono::system_clock::time_point now) const {
+    constexpr std::chrono::days longest{31};
+    std::error_code error;
+    for (fs::directory_iterator entry(soundFolder(), error), end; !error && entry != end; entry.increment(error)) {
+        std::error_code unreadable;
+        const auto written = entry->last_write_time(unreadable);
+        if (unreadable || !isSoundName(entry->path().filename().string()) || !entry->is_regular_file(unreadable) ||
+            now - std::chrono::file_clock::to_sys(written) < longest)
+            continue;
+        files::removeQuietly(entry->path());
+        logInfo("Sound of a meeting that nobody could recognise was a month old and is deleted: {}",
+                entry->path().filename().string());
+    }
 }
 
 } // namespace fenlo

@@ -36,12 +36,22 @@ public:
 
     /// All meetings, newest first; those whose name tells no date come last.
     std::vector<PastMeeting> load() const;
+    /// The same without their segments, which withSegments() reads from the content: for lists, a fraction of the time.
+    std::vector<PastMeeting> loadHeads() const;
+
+    /// Whether the meeting's file has notes.
+    bool hasNotes(const std::string& id) const;
 
     /// Puts notes into a meeting's file in place of those it has. Title, header and metadata stay as they are.
     Outcome saveNotes(const std::string& id, const EnhancedMeetingNotes& notes) const;
 
-    /// False when the file is still there.
+    /// Deletes the meeting, and the sound that is kept of it. False when the file is still there.
     bool remove(const std::string& id) const;
+
+    /// Moves sound that nobody could recognise into a folder beside the files. Nothing when it cannot be kept there.
+    std::optional<std::filesystem::path> keepSound(const std::filesystem::path& file, const std::string& name) const;
+    /// Deletes such sound that was recorded more than a month ago.
+    void clearOldSound(std::chrono::system_clock::time_point now) const;
 
     const std::filesystem::path& folder() const { return m_folder; }
     std::filesystem::path fileOf(const std::string& id) const { return m_folder / id; }
@@ -50,6 +60,8 @@ public:
     static std::filesystem::path defaultFolder();
 
 private:
+    std::filesystem::path soundFolder() const { return m_folder / "unrecognised"; }
+    std::vector<PastMeeting> loadWith(PastMeeting (*parse)(std::string_view, std::string)) const;
     Outcome replace(const std::string& id, const std::string& content) const;
 
     const std::filesystem::path m_folder;

@@ -19,6 +19,7 @@ constexpr double noticeLength = 2;    // seconds, of the pill's
 constexpr char dictationRunning[] = "A dictation is under way; start the meeting when it has ended";
 constexpr char meetingRunning[] = "No dictation in a meeting";
 constexpr char recovered[] = "Interrupted meeting recovered";
+constexpr char recoveredNotes[] = "The last meeting has its notes";
 
 } // namespace
 
@@ -44,17 +45,25 @@ void MeetingControl::start() {
 }
 
 void MeetingControl::stop() {
-    if (!isActive())
-        return;
+    if (isActive() && end())
+        m_services.meetings.summarize();
+}
+
+void MeetingControl::stopForQuit() {
+    if (isActive() && end())
+        m_services.meetings.leaveNotesForNextStart();
+}
+
+/// Whether there are notes to make.
+bool MeetingControl::end() {
     m_services.meetings.stopMeeting();
     m_services.menuBar.setFace(IconFace::idle);
     m_services.menuBar.refreshMenu();
     m_services.overlay.hide();
     m_pillTimer.cancel();
     m_pillAgain.cancel();
-    if (m_services.meetings.hasWords() && m_services.meetings.meetingMode() != MeetingMode::transcription)
-        m_services.meetings.summarize();
     logInfo("Meeting mode stopped");
+    return m_services.meetings.hasWords() && m_services.meetings.meetingMode() != MeetingMode::transcription;
 }
 
 void MeetingControl::clearEnded() {
@@ -82,8 +91,16 @@ void MeetingControl::refuseDictation() {
 }
 
 void MeetingControl::tellRecovered() {
+    tellRecovery(recovered);
+}
+
+void MeetingControl::tellRecoveredNotes() {
+    tellRecovery(recoveredNotes);
+}
+
+void MeetingControl::tellRecovery(const char* line) {
     if (!m_services.dictation.isRecording() && !m_services.dictation.isProcessing())
-        notice(recovered);
+        notice(line);
 }
 
 /// The pill of a running meeting comes back after the notice.

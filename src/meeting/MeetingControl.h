@@ -37,14 +37,20 @@ public:
     void start();
     /// Ends the running meeting, saves it, and has its notes made.
     void stop();
+    /// The program ends: the same, but for the notes, which its next start makes.
+    void stopForQuit();
     /// Makes room for a new meeting: what is shown of an ended one goes, unless something is still to come of it.
     void clearEnded();
     /// A dictation was asked for in the middle of a meeting.
     void refuseDictation();
     /// An interrupted meeting is in the archive now.
     void tellRecovered();
+    /// It has got its notes.
+    void tellRecoveredNotes();
 
 private:
+    bool end();
+    void tellRecovery(const char* line);
     void showPill();
     void showTime();
     void notice(const char* line);

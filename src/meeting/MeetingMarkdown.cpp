@@ -105,6 +105,8 @@ std::string metadataBlock(const MeetingRecord& record) {
         add("bookmarks", bookmarksIn(record));
     if (const std::string notes = text::trimWhitespaceAndNewlines(record.userNotes); !notes.empty())
         add("userNotes", text::replaceAll(notes, "\n", "\\n"));
+    if (!record.unrecognised.empty())
+        add("unrecognised", text::join(record.unrecognised, ","));
     return text.append(meetingLines::metadataEnd).append("\n");
 }
 

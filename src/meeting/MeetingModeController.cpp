@@ -3,7 +3,6 @@
 #include "meeting/MeetingModeController.h"
 
 #include "base/Text.h"
-#include "meeting/MeetingSearch.h"
 #include "meeting/MeetingText.h"
 #include "meeting/SystemAudioCapture.h"
 #include "settings/Config.h"
@@ -37,7 +36,9 @@ MeetingModeController::MeetingModeController(Services services)
     askForAddress();
 }
 
-MeetingModeController::~MeetingModeController() = default;
+MeetingModeController::~MeetingModeController() {
+    m_searching.request_stop();
+}
 
 std::string MeetingModeController::elapsedFormatted() const {
     return elapsedText(m_elapsedTime);
@@ -104,20 +105,44 @@ std::string MeetingModeController::transcriptText() const {
 
 void MeetingModeController::setSearchQuery(const std::string& query) {
     if (std::exchange(m_searchQuery, query) != query)
-        m_archiveChanges.tell();
+        search();
+}
+
+/// The newest query wins: an older one is given up.
+void MeetingModeController::search() {
+    m_searching.request_stop();
+    m_searching = {};
+    const std::string searched = meetingSearchText(m_searchQuery);
+    if (searched.empty())
+        m_found.reset();
+    else
+        ask([list = m_pastMeetings, searched,
+             wanted = m_searching.get_token()](const std::stop_token&) { return findMeetings(list, searched, wanted); },
+            [this, wanted = m_searching.get_token()](FoundMeetings found) {
+                if (wanted.stop_requested())
+                    return;
+                m_found = std::move(found);
+                m_archiveChanges.tell();
+            });
+    m_archiveChanges.tell();
 }
 
 std::vector<const PastMeeting*> MeetingModeController::filteredPastMeetings() const {
-    const std::string searched = meetingSearchText(m_searchQuery);
     std::vector<const PastMeeting*> found;
-    for (const PastMeeting& meeting : m_pastMeetings)
-        if (searched.empty() || holds(meeting, searched))
+    if (m_found)
+        for (const std::size_t place : m_found->places)
+            found.push_back(&(*m_found->list)[place]);
+    else
+        for (const PastMeeting& meeting : *m_pastMeetings)
             found.push_back(&meeting);
     return found;
 }
 
 std::optional<std::string> MeetingModeController::searchSnippet(const PastMeeting& meeting) const {
-    return snippetOf(meeting, meetingSearchText(m_searchQuery));
+    if (!m_found)
+        return std::nullopt;
+    const auto snippet = m_found->snippets.find(meeting.id);
+    return snippet == m_found->snippets.end() ? std::nullopt : std::optional(snippet->second);
 }
 
 } // namespace fenlo

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/AskWorker.h"
 #include "base/Changes.h"
 #include "base/Lifetime.h"
 #include "base/MainQueue.h"
@@ -11,6 +12,7 @@
 #include "meeting/MeetingNotesWriter.h"
 #include "meeting/MeetingRecord.h"
 #include "meeting/MeetingRun.h"
+#include "meeting/MeetingSearch.h"
 #include "shell/MenuBarController.h"
 
 #include <filesystem>
@@ -132,6 +134,8 @@ public:
     /// Has the session's notes made, once the segments that are still coming have come; they go into its file, and the
     /// countdown to their mail begins.
     void summarize();
+    /// The program ends: the notes are left for its next start, as soon as the session's words are complete there.
+    void leaveNotesForNextStart();
     /// `transcript` is the source of truth; without it that of the session. Nothing on failure. The caller stores the
     /// result, but for notes of a session that was left meanwhile: these go into its file, and the caller has nothing.
     void refineNotes(const EnhancedMeetingNotes& notes, const std::string& instruction,
@@ -141,10 +145,12 @@ public:
 
     // The archive.
 
-    const std::vector<PastMeeting>& pastMeetings() const { return m_pastMeetings; } // newest first
+    /// Newest first, and without their segments, which withSegments() reads.
+    const std::vector<PastMeeting>& pastMeetings() const { return *m_pastMeetings; }
     const std::string& searchQuery() const { return m_searchQuery; }
     void setSearchQuery(const std::string& query);
-    /// Those that hold what is searched for, in the order of the list. They live until the list changes.
+    /// Those that hold what is searched for, in the order of the list. A worker looks for them, so they come a little
+    /// later, and watchArchive() tells; until then there are those of the search before. They live until it tells.
     std::vector<const PastMeeting*> filteredPastMeetings() const;
     /// The first line of the transcript with what is searched for, shortened; nothing without a search or such a line.
     std::optional<std::string> searchSnippet(const PastMeeting& meeting) const;
@@ -158,9 +164,11 @@ public:
     /// Reads the archive anew. The list comes a little later, and watchArchive() tells.
     void loadPastMeetings();
     void deletePastMeeting(const std::string& id);
-    /// Takes up the meetings that an earlier process left behind; onRecovered is told of each that is in the archive.
+    /// Takes up the meetings that an earlier process left behind, and has their notes made where it did not come to
+    /// that. onRecovered is told of each meeting that is in the archive, and of each that has got its notes.
     void recoverMeetings();
-    std::function<void()> onRecovered = [] {};
+    enum class Recovered { meeting, notes };
+    std::function<void(Recovered)> onRecovered = [](Recovered) {};
     void saveNotesToPastMeeting(const std::string& id, const EnhancedMeetingNotes& notes);
 
     // Mail.
@@ -210,7 +218,7 @@ private:
     void systemCaptureFailed(const SystemAudioCapture* capture, const std::string& error);
     void tick();
     void takeChunk(Chunk which);
-    void hearMicrophone(bool isSilent);
+    void noteMicrophone(bool isSilent);
     /// Beyond the fields of the session: what has changed goes into its folder, and into its file when it has one.
     void noteState();
     MeetingRecord record() const;
@@ -226,16 +234,21 @@ private:
     void runChanged(int number);
     void dropFinishedRuns();
     void takeUp(std::unique_ptr<RunningMeeting> folder);
+    void search();
 
     // Notes: MeetingModeNotes.cpp.
     Timer wordsLimit(int number);
     void dropAwaitedNotes(int number);
     void makeNotes(int number);
     void notesMade(int number, const MeetingNotesWriter::Result& result);
+    void recoveredNotesMade(int number, const MeetingNotesWriter::Result& result);
     bool notesRefined(int number, const MeetingNotesWriter::Result& result); // true where the session was left
     void keepNotes(int number, const EnhancedMeetingNotes& notes);
-    template <typename Work>
-    void askWriter(Work work, std::function<void(MeetingNotesWriter::Result)> done);
+    /// On a worker, which hands what it says to `done` here.
+    template <typename Work, typename Done>
+    void ask(Work work, Done done) {
+        askWorker(m_services.background, m_services.mainQueue, m_lifetime, std::move(work), std::move(done));
+    }
 
     // Mail: MeetingModeMail.cpp.
     template <typename Mail>
@@ -249,7 +262,9 @@ private:
     double m_elapsedTime = 0;
     float m_audioLevel = 0;
     std::string m_subject;
-    std::vector<PastMeeting> m_pastMeetings;
+    std::shared_ptr<const std::vector<PastMeeting>> m_pastMeetings = std::make_shared<std::vector<PastMeeting>>();
+    std::optional<FoundMeetings> m_found; // nothing without a search
+    std::stop_source m_searching;
     std::string m_userNotes;
     MeetingMode m_meetingMode = MeetingMode::meeting;
     MeetingTemplate m_meetingTemplate = MeetingTemplate::general;
@@ -281,7 +296,9 @@ private:
     std::map<int, std::unique_ptr<MeetingRun>> m_runs;
     std::map<int, Timer> m_awaitedNotes; // a session's notes are to be made; until when words are waited for
     std::set<int> m_summarized;          // a language model is at work on them
-    std::set<int> m_recovered;           // the user has not been told of them yet
+    std::set<int> m_takenUp;             // an earlier process left them behind
+    std::set<int> m_recovered;           // those of them that the user has not been told of yet
+    std::map<int, Timer> m_notesAgain;   // notes that failed are asked for once more
 
     Changes m_changes;
     Changes m_levelChanges;

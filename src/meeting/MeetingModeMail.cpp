@@ -2,7 +2,6 @@
 
 #include "meeting/MeetingModeController.h"
 
-#include "base/Background.h"
 #include "base/Clock.h"
 #include "meeting/MeetingArchive.h"
 #include "meeting/MeetingText.h"
@@ -16,13 +15,11 @@ namespace fenlo {
 
 /// The secure store may wait for the user, so it is asked on a worker.
 void MeetingModeController::askForAddress() {
-    m_services.background.run([&delivery = m_services.delivery, &queue = m_services.mainQueue,
-                               known = m_lifetime.bind([this](std::string address) {
-                                   m_primaryRecipient = std::move(address);
-                                   m_changes.tell();
-                               })](std::stop_token) mutable {
-        queue.post([known = std::move(known), address = delivery.userAddress()]() mutable { known(address); });
-    });
+    ask([&delivery = m_services.delivery](const std::stop_token&) { return delivery.userAddress(); },
+        [this](std::string address) {
+            m_primaryRecipient = std::move(address);
+            m_changes.tell();
+        });
 }
 
 bool MeetingModeController::addRecipient(const std::string& address) {
@@ -46,24 +43,19 @@ void MeetingModeController::saveRecipientsAsDefaults() {
 /// The user may send them while the secure store is still asked.
 void MeetingModeController::startAutoSend() {
     m_autoSend.reset();
-    m_services.background.run([&delivery = m_services.delivery, &queue = m_services.mainQueue,
-                               start = m_lifetime.bind([this, session = m_session] {
-                                   if (session == m_session && !m_autoSend.isCancelled())
-                                       m_autoSend.start();
-                               })](std::stop_token) mutable {
-        if (delivery.sendsByItself())
-            queue.post(std::move(start));
-    });
+    ask([&delivery = m_services.delivery](const std::stop_token&) { return delivery.sendsByItself(); },
+        [this, session = m_session](bool sendsByItself) {
+            if (sendsByItself && session == m_session && !m_autoSend.isCancelled())
+                m_autoSend.start();
+        });
 }
 
 template <typename Mail>
 void MeetingModeController::send(MailOutcome (MeetingDelivery::*operation)(const Mail&, std::stop_token), Mail mail,
                                  MailDone done) {
-    m_services.background.run([operation, mail = std::move(mail), &delivery = m_services.delivery,
-                               &queue = m_services.mainQueue,
-                               done = m_lifetime.bind(std::move(done))](std::stop_token stop) mutable {
-        queue.post([done = std::move(done), outcome = (delivery.*operation)(mail, stop)]() mutable { done(outcome); });
-    });
+    ask([operation, mail = std::move(mail),
+         &delivery = m_services.delivery](std::stop_token stop) { return (delivery.*operation)(mail, stop); },
+        [done = std::move(done)](const MailOutcome& outcome) { done(outcome); });
 }
 
 void MeetingModeController::sendEnhancedNotesEmail(MailDone done) {

@@ -2,27 +2,22 @@
 
 #include "meeting/MeetingModeController.h"
 
-#include "base/Background.h"
 #include "base/Log.h"
+#include "meeting/MeetingArchive.h"
 #include "meeting/MeetingText.h"
 #include "meeting/SystemAudioCapture.h"
+
+#include <cmath>
 
 namespace fenlo {
 
 namespace {
 
 constexpr double patienceForWords = 60; // seconds without a segment, after which notes are made of those that came
+constexpr int mostRequests = 5;         // for the notes of a meeting that an earlier process left behind
+constexpr double firstPause = 60;       // seconds between them, twice as many each time
 
 } // namespace
-
-/// Notes are made on a worker, and what comes of them is handed over here.
-template <typename Work>
-void MeetingModeController::askWriter(Work work, std::function<void(MeetingNotesWriter::Result)> done) {
-    m_services.background.run([work = std::move(work), &writer = m_services.notesWriter, &queue = m_services.mainQueue,
-                               done = m_lifetime.bind(std::move(done))](std::stop_token stop) mutable {
-        queue.post([done = std::move(done), result = work(writer, stop)]() mutable { done(std::move(result)); });
-    });
-}
 
 void MeetingModeController::summarize() {
     if (!run())
@@ -30,7 +25,13 @@ void MeetingModeController::summarize() {
     m_isEnhancing = true;
     m_notesFault.clear();
     m_awaitedNotes[m_session] = wordsLimit(m_session);
+    run()->noteNotes(runningJournal::Notes::due);
     runChanged(m_session);
+}
+
+void MeetingModeController::leaveNotesForNextStart() {
+    if (run())
+        run()->noteNotes(runningJournal::Notes::due);
 }
 
 Timer MeetingModeController::wordsLimit(int number) {
@@ -44,18 +45,26 @@ void MeetingModeController::dropAwaitedNotes(int number) {
 
 void MeetingModeController::makeNotes(int number) {
     m_awaitedNotes.erase(number);
-    const MeetingRecord& meeting = runOf(number)->record();
-    if (meeting.segments.empty()) {
+    m_notesAgain.erase(number);
+    MeetingRun* const meeting = runOf(number);
+    const MeetingRecord& record = meeting->record();
+    if (record.segments.empty()) {
         if (number == m_session)
             m_isEnhancing = false;
+        meeting->noteNotes(runningJournal::Notes::settled);
         m_changes.tell();
         return;
     }
     m_summarized.insert(number);
-    askWriter([asked = MeetingNotesWriter::Meeting{fenlo::transcriptText(meeting), meeting.userNotes, meeting.kind,
-                                                   meeting.subject}](
-                  MeetingNotesWriter& writer, std::stop_token stop) { return writer.summarize(asked, stop); },
-              [this, number](const MeetingNotesWriter::Result& result) { notesMade(number, result); });
+    ask(
+        [asked =
+             MeetingNotesWriter::Meeting{fenlo::transcriptText(record), record.userNotes, record.kind, record.subject},
+         id = m_takenUp.contains(number) ? meeting->id().value_or("") : "", &archive = m_services.archive,
+         &writer = m_services.notesWriter](std::stop_token stop) {
+            // The user may have had them made by hand.
+            return !id.empty() && archive.hasNotes(id) ? MeetingNotesWriter::Result() : writer.summarize(asked, stop);
+        },
+        [this, number](const MeetingNotesWriter::Result& result) { notesMade(number, result); });
 }
 
 /// They belong to their meeting also where the screen shows another one by now.
@@ -72,8 +81,34 @@ void MeetingModeController::notesMade(int number, const MeetingNotesWriter::Resu
     }
     if (result.notes)
         keepNotes(number, *result.notes);
+    if (m_takenUp.contains(number))
+        recoveredNotesMade(number, result);
+    else if (MeetingRun* meeting = runOf(number))
+        meeting->noteNotes(runningJournal::Notes::settled);
     dropFinishedRuns();
     m_changes.tell();
+}
+
+/// Nobody looks at this meeting, so what failed is asked for again, and where nobody could be asked the next start
+/// tries.
+void MeetingModeController::recoveredNotesMade(int number, const MeetingNotesWriter::Result& result) {
+    using runningJournal::Notes;
+    MeetingRun* const meeting = runOf(number);
+    if (!meeting || (!result.notes && !result.wasAsked))
+        return;
+    meeting->noteNotes(Notes::asked);
+    const int asked = meeting->notes().asked;
+    const bool hasFailed = !result.notes && !result.fault.empty();
+    if (hasFailed && asked < mostRequests) {
+        m_notesAgain[number] =
+            m_services.mainQueue.postAfter(std::ldexp(firstPause, asked - 1), [this, number] { makeNotes(number); });
+        return;
+    }
+    if (hasFailed)
+        logError("The notes of an interrupted meeting could not be made: {}", result.fault);
+    meeting->noteNotes(Notes::settled);
+    if (result.notes)
+        onRecovered(Recovered::notes);
 }
 
 /// Into the file, where the session has one already; into what is written later otherwise.
@@ -100,19 +135,19 @@ void MeetingModeController::refineNotes(const EnhancedMeetingNotes& notes, const
     m_changes.tell();
     if (!transcript)
         m_summarized.insert(m_session);
-    askWriter([asked = MeetingNotesWriter::Refinement{notes, instruction, transcript ? *transcript : transcriptText(),
-                                                      m_subject}](
-                  MeetingNotesWriter& writer, std::stop_token stop) { return writer.refine(asked, stop); },
-              [this, number = m_session, isOfSession = !transcript,
-               done = std::move(done)](const MeetingNotesWriter::Result& result) {
-                  if (number == m_session)
-                      m_isEnhancing = false;
-                  if (isOfSession && notesRefined(number, result))
-                      done({}, {});
-                  else
-                      done(result.notes, result.fault);
-                  m_changes.tell();
-              });
+    ask([asked =
+             MeetingNotesWriter::Refinement{notes, instruction, transcript ? *transcript : transcriptText(), m_subject},
+         &writer = m_services.notesWriter](std::stop_token stop) { return writer.refine(asked, stop); },
+        [this, number = m_session, isOfSession = !transcript,
+         done = std::move(done)](const MeetingNotesWriter::Result& result) {
+            if (number == m_session)
+                m_isEnhancing = false;
+            if (isOfSession && notesRefined(number, result))
+                done({}, {});
+            else
+                done(result.notes, result.fault);
+            m_changes.tell();
+        });
 }
 
 /// Those of a session that was left meanwhile go to its own file, not to the one that is shown by now.
@@ -128,10 +163,8 @@ bool MeetingModeController::notesRefined(int number, const MeetingNotesWriter::R
 
 void MeetingModeController::summarizePastMeeting(const std::string& content, std::optional<MeetingTemplate> kind,
                                                  NotesDone done) {
-    askWriter(
-        [content, kind, subject = m_subject](MeetingNotesWriter& writer, std::stop_token stop) {
-            return writer.summarizePast(content, kind, subject, stop);
-        },
+    ask([content, kind, subject = m_subject, &writer = m_services.notesWriter](
+            std::stop_token stop) { return writer.summarizePast(content, kind, subject, stop); },
         [done = std::move(done)](const MeetingNotesWriter::Result& result) { done(result.notes, result.fault); });
 }
 

@@ -10,6 +10,12 @@
 
 namespace fenlo {
 
+namespace {
+
+constexpr std::chrono::days oldestForNotes{7}; // later nobody expects them any more
+
+} // namespace
+
 MeetingRun* MeetingModeController::runOf(int number) const {
     const auto found = m_runs.find(number);
     return found == m_runs.end() ? nullptr : found->second.get();
@@ -33,7 +39,7 @@ MeetingRun::Listener MeetingModeController::listenerOf(int number) {
                 [this, number] {
                     loadPastMeetings();
                     if (runOf(number)->id() && m_recovered.erase(number) > 0)
-                        onRecovered();
+                        onRecovered(Recovered::meeting);
                 }};
 }
 
@@ -97,24 +103,25 @@ void MeetingModeController::resaveWithNotes() {
 }
 
 void MeetingModeController::loadPastMeetings() {
-    m_work.add([&archive = m_services.archive, &queue = m_services.mainQueue,
-                loaded = m_lifetime.bind([this](std::vector<PastMeeting> meetings) {
-                    m_pastMeetings = std::move(meetings);
-                    m_archiveChanges.tell();
-                })](std::stop_token stop) mutable {
-        if (stop.stop_requested())
-            return;
-        queue.post([loaded = std::move(loaded), meetings = archive.load()]() mutable { loaded(std::move(meetings)); });
-    });
+    askWorker(
+        m_work, m_services.mainQueue, m_lifetime,
+        [&archive = m_services.archive](const std::stop_token& stop) {
+            return stop.stop_requested() ? std::vector<PastMeeting>() : archive.loadHeads();
+        },
+        [this](std::vector<PastMeeting> meetings) {
+            m_pastMeetings = std::make_shared<std::vector<PastMeeting>>(std::move(meetings));
+            search();
+        });
 }
 
 void MeetingModeController::deletePastMeeting(const std::string& id) {
     for (const auto& [number, meeting] : m_runs)
         if (meeting->id() == id) {
             dropAwaitedNotes(number); // nobody is to read it any more
+            m_notesAgain.erase(number);
             meeting->discard();
         }
-    m_work.add([&archive = m_services.archive, id](std::stop_token) { archive.remove(id); });
+    m_work.run([&archive = m_services.archive, id](std::stop_token) { archive.remove(id); });
     loadPastMeetings();
 }
 
@@ -122,25 +129,41 @@ void MeetingModeController::saveNotesToPastMeeting(const std::string& id, const 
     for (const auto& [number, meeting] : m_runs)
         if (meeting->id() == id)
             meeting->noteNotes(notes);
-    m_work.add([&archive = m_services.archive, id, notes](std::stop_token) { archive.saveNotes(id, notes); });
+    m_work.run([&archive = m_services.archive, id, notes](std::stop_token) { archive.saveNotes(id, notes); });
     loadPastMeetings();
 }
 
 void MeetingModeController::recoverMeetings() {
-    m_work.add([&archive = m_services.archive, &background = m_services.background, &queue = m_services.mainQueue,
-                found = m_lifetime.bind([this](std::unique_ptr<RunningMeeting> folder) { takeUp(std::move(folder)); })](
-                   std::stop_token) mutable {
-        for (auto& folder : RunningMeeting::findUnfinished(archive.folder(), background))
-            queue.post([found, shared = std::make_shared<std::unique_ptr<RunningMeeting>>(
-                                   std::move(folder))]() mutable { found(std::move(*shared)); });
-    });
+    using Folders = std::vector<std::unique_ptr<RunningMeeting>>;
+    askWorker(
+        m_work, m_services.mainQueue, m_lifetime,
+        [&archive = m_services.archive, &background = m_services.background,
+         now = m_services.clock.wallTime()](const std::stop_token&) {
+            archive.clearOldSound(now);
+            return std::make_shared<Folders>(RunningMeeting::findUnfinished(archive.folder(), background));
+        },
+        [this](const std::shared_ptr<Folders>& found) {
+            for (auto& folder : *found)
+                takeUp(std::move(folder));
+        });
 }
 
+/// One whose file is complete, and only waits for its notes, is nothing to be told of.
 void MeetingModeController::takeUp(std::unique_ptr<RunningMeeting> folder) {
     logInfo("An interrupted meeting is taken up: {}", folder->folder().filename().string());
+    const bool isComplete = folder->savedAs() && folder->waiting().empty();
+    const bool areNotesDue = folder->notes().areDue;
     const int number = addRun(
         [&](int its) { return std::make_unique<MeetingRun>(runServices(), listenerOf(its), std::move(folder)); });
-    m_recovered.insert(number);
+    m_takenUp.insert(number);
+    if (!isComplete)
+        m_recovered.insert(number);
+    if (!areNotesDue)
+        return;
+    const bool isOld = m_services.clock.wallTime() - runOf(number)->record().date > oldestForNotes;
+    runOf(number)->noteNotes(isOld ? runningJournal::Notes::settled : runningJournal::Notes::due);
+    if (!isOld)
+        m_awaitedNotes[number] = wordsLimit(number);
 }
 
 } // namespace fenlo

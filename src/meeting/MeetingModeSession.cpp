@@ -3,7 +3,6 @@
 #include "meeting/MeetingModeController.h"
 
 #include "audio/AudioRecorder.h"
-#include "base/Background.h"
 #include "base/Clock.h"
 #include "base/Log.h"
 #include "meeting/ChunkSound.h"
@@ -28,7 +27,7 @@ void MeetingModeController::startMeeting(AudioRecorder& recorder) {
     m_head.mode = m_meetingMode;
     m_isActive = true;
     m_additionalRecipients = m_services.config.get().meetingEmailRecipients;
-    recorder.startRecording(TakeKind::inPieces);
+    recorder.startInPieces(m_services.background);
     m_rule.emplace(m_meetingMode, m_services.clock.now());
     m_session = addRun(
         [this](int number) { return std::make_unique<MeetingRun>(runServices(), listenerOf(number), record()); });
@@ -61,20 +60,15 @@ void MeetingModeController::clearSession() {
 
 void MeetingModeController::startSystemCapture() {
     m_systemCapture = std::make_shared<SystemAudioCapture>(m_services.systemAudio);
-    m_services.background.run([capture = m_systemCapture, &queue = m_services.mainQueue,
-                               failed = m_lifetime.bind([this](const auto* which, const std::string& error) {
-                                   systemCaptureFailed(which, error);
-                               })](std::stop_token) mutable {
-        const auto error = capture->start();
-        if (!error)
-            return;
-        logError("System audio capture failed: {}", *error);
-        queue.post(
-            [failed = std::move(failed), which = capture.get(), text = *error]() mutable { failed(which, text); });
-    });
+    ask([capture = m_systemCapture](const std::stop_token&) { return capture->start(); },
+        [this, which = m_systemCapture.get()](const std::optional<std::string>& error) {
+            if (error)
+                systemCaptureFailed(which, *error);
+        });
 }
 
 void MeetingModeController::systemCaptureFailed(const SystemAudioCapture* capture, const std::string& error) {
+    logError("System audio capture failed: {}", error);
     if (m_systemCapture.get() != capture)
         return;
     m_captureSystemAudio = false;
@@ -105,7 +99,7 @@ void MeetingModeController::takeChunk(Chunk which) {
     if (m_systemCapture && takesAll)
         cut.system = m_systemCapture->take();
     if (which == Chunk::next)
-        hearMicrophone(isEmpty);
+        noteMicrophone(isEmpty);
     if (isEmpty && cut.system.empty()) {
         if (which == Chunk::final)
             logInfo("Final chunk was empty, skipping");
@@ -115,10 +109,7 @@ void MeetingModeController::takeChunk(Chunk which) {
     run()->cut(std::move(cut));
 }
 
-/// A microphone that could not be opened, as without a sound server, is tried again at every cut.
-void MeetingModeController::hearMicrophone(bool isSilent) {
-    if (isSilent && !m_recorder->isRecording())
-        m_recorder->startRecording(TakeKind::inPieces);
+void MeetingModeController::noteMicrophone(bool isSilent) {
     if (std::exchange(m_isMicrophoneSilent, isSilent) != isSilent)
         m_changes.tell();
 }

@@ -56,7 +56,7 @@ std::string meaningOf(const SmartRewriteError& error) {
 /// Notes without content are none: they would take the place of those that the user has.
 MeetingNotesWriter::Result resultOf(const auto& answer, const std::string& subject) {
     if (!answer.text)
-        return {{}, answer.fault};
+        return {{}, answer.fault, answer.wasAsked};
     EnhancedMeetingNotes notes = parseNotes(*answer.text, subject);
     if (isEmpty(notes))
         notes = parseNotes(withoutMarkdown(*answer.text), subject);
@@ -117,7 +117,7 @@ MeetingNotesWriter::Answer MeetingNotesWriter::ask(const ModelPrompt& prompt, st
                                                    std::stop_token stop) {
     if (std::string reason = hindrance(); !reason.empty()) {
         logInfo("No language model is asked about the meeting: offline mode is on");
-        return {{}, std::move(reason)};
+        return {{}, std::move(reason), false};
     }
     std::vector<std::string> failures;
     for (const CloudService service : {CloudService::gemini, CloudService::groq}) {
@@ -135,7 +135,9 @@ MeetingNotesWriter::Answer MeetingNotesWriter::ask(const ModelPrompt& prompt, st
     if (stop.stop_requested())
         return {};
     logError("{}", failure);
-    return {{}, failures.empty() ? noKeyLine : text::join(failures, ", and ") + ". The transcript is kept; try again."};
+    if (failures.empty())
+        return {{}, noKeyLine, false};
+    return {{}, text::join(failures, ", and ") + ". The transcript is kept; try again."};
 }
 
 std::string MeetingNotesWriter::call(CloudService service, const std::string& key, const ModelPrompt& prompt,

@@ -52,8 +52,9 @@ public:
     };
 
     struct Result {
-        std::optional<EnhancedMeetingNotes> notes;
-        std::string fault; // why there are none
+        std::optional<EnhancedMeetingNotes> notes = {};
+        std::string fault = {}; // why there are none
+        bool wasAsked = true;   // false where no service could be asked: there is no key, or offline mode is on
     };
 
     explicit MeetingNotesWriter(Services services, OfflineNotes offline = OfflineNotes::none)
@@ -82,6 +83,7 @@ private:
     struct Answer {
         std::optional<std::string> text;
         std::string fault;
+        bool wasAsked = true; // as above
     };
 
     /// Why nobody is to be asked; empty when a service may be.

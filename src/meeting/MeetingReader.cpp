@@ -222,6 +222,24 @@ std::string meetingFileName(std::chrono::system_clock::time_point start) {
 }
 
 PastMeeting parsePastMeeting(std::string_view name, std::string content) {
+    return withSegments(parseHead(name, std::move(content)));
+}
+
+PastMeeting withSegments(PastMeeting head) {
+    head.segments = segmentsIn(head.isMarkdown ? transcriptIn(head.content) : head.content);
+    return head;
+}
+
+std::vector<std::string> unrecognisedIn(std::string_view content) {
+    std::vector<std::string> names;
+    forEachLine(metadataIn(content), [&](std::string_view line) {
+        if (const auto value = valueOf(trimmed(line), "unrecognised: "))
+            names = text::split(*value, ',');
+    });
+    return names;
+}
+
+PastMeeting parseHead(std::string_view name, std::string content) {
     PastMeeting meeting;
     meeting.id = name;
     meeting.date = dateIn(name);
@@ -231,7 +249,6 @@ PastMeeting parsePastMeeting(std::string_view name, std::string content) {
         readMarkdown(meeting.content, meeting);
     else
         readLegacy(meeting.content, meeting);
-    meeting.segments = segmentsIn(meeting.isMarkdown ? transcriptIn(meeting.content) : meeting.content);
     meeting.enhancedNotes = notesInSections(meeting.content);
     return meeting;
 }

@@ -17,5 +17,12 @@ std::string meetingFileName(std::chrono::system_clock::time_point start);
 ///
 /// Threads: pure.
 PastMeeting parsePastMeeting(std::string_view name, std::string content);
+/// The same without the segments, which take most of the time.
+PastMeeting parseHead(std::string_view name, std::string content);
+/// With the segments that its content has.
+PastMeeting withSegments(PastMeeting head);
+
+/// The names of the sound that is kept of parts of the meeting that nobody could recognise.
+std::vector<std::string> unrecognisedIn(std::string_view content);
 
 } // namespace fenlo

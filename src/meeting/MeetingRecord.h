@@ -13,6 +13,7 @@ struct MeetingRecord {
     std::map<int, std::string> speakerNames; // given by the user, by the speaker's id
     std::set<int> bookmarks;                 // indices of segments
     std::string userNotes;
+    std::vector<std::string> unrecognised; // names of the sound that is kept of chunks whose words are missing
     MeetingTemplate kind = MeetingTemplate::general;
     MeetingMode mode = MeetingMode::meeting;
     std::optional<EnhancedMeetingNotes> notes;

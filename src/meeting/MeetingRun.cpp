@@ -1,6 +1,7 @@
 #include "meeting/MeetingRun.h"
 
 #include "audio/ChunkWriter.h"
+#include "base/AskWorker.h"
 #include "base/Clock.h"
 #include "base/Files.h"
 #include "base/Log.h"
@@ -24,20 +25,8 @@ constexpr double patience = 600;         // seconds after the end in which words
 constexpr double pauseAfterwards = 1800; // seconds until those that did not come are asked for again
 constexpr double laterPatience = 120;    // seconds for the first of them to come
 constexpr double filingRetry = 30;       // seconds
+constexpr double keepingRetry = 10;      // seconds
 constexpr std::chrono::days oldAge{7};   // after which sound is not tried again
-
-/// Beside the archive's files, for sound that nobody could recognise. Nothing when it cannot be kept there.
-std::optional<std::filesystem::path> keepUnrecognised(const MeetingArchive& archive, const std::string& meeting,
-                                                      const KeptChunk& chunk) {
-    const auto folder = archive.folder() / "unrecognised";
-    files::makePrivateDirectory(folder);
-    const auto place = folder / (meeting + "-" + std::to_string(chunk.number) + ".wav");
-    std::error_code error;
-    std::filesystem::rename(chunk.file, place, error);
-    if (error) // the temporary folder may be on another file system
-        std::filesystem::copy_file(chunk.file, place, error);
-    return error ? std::nullopt : std::optional(place);
-}
 
 /// Brings the record into the archive, where it then has an id. A file that the user deleted stays away.
 bool write(const MeetingArchive& archive, const MeetingRecord& record, std::optional<std::string>& id) {
@@ -52,23 +41,36 @@ bool write(const MeetingArchive& archive, const MeetingRecord& record, std::opti
 
 } // namespace
 
+struct MeetingRun::Prepared {
+    std::vector<KeptChunk> chunks = {}; // to be transcribed
+    int lost = 0;
+    int silent = 0;
+};
+
+struct MeetingRun::Filing {
+    std::optional<std::string> id;
+    bool isWritten = false;
+    bool hasFolder = true;
+};
+
 /// Threads: prepare() on one worker at a time, hear() on any.
 struct MeetingRun::Hearing {
     explicit Hearing(std::unique_ptr<RunningMeeting> meeting, MeetingMode chosenMode)
         : folder(std::move(meeting)), mode(chosenMode) {}
 
-    std::optional<KeptChunk> prepare(int number, const MeetingCut& cut) {
+    Prepared prepare(int number, const MeetingCut& cut) {
         std::vector<float> samples = soundOf(cut);
+        if (isSilent(samples)) {
+            logInfo("Meeting chunk {} was silent/hallucination, skipping", number);
+            return {.silent = 1};
+        }
         const int speaker = mode == MeetingMode::meeting ? identifier.identify(samples, speechRate).id : 0;
         normalise(samples);
-        KeptChunk chunk{.number = number, .timestamp = cut.timestamp, .speaker = speaker};
-        const auto file = folder->keepChunk(chunk, samples);
-        if (!file) {
+        RunningMeeting::Kept kept =
+            folder->keepChunk({.number = number, .timestamp = cut.timestamp, .speaker = speaker}, std::move(samples));
+        if (kept.isLost)
             logInfo("Meeting chunk {} WAV export failed", number);
-            return std::nullopt;
-        }
-        chunk.file = *file;
-        return chunk;
+        return {.chunks = std::move(kept.chunks), .lost = kept.isLost};
     }
 
     ChunkQueue::Attempt hear(const KeptChunk& chunk, const Services& services, const std::stop_token& stop) const {
@@ -115,7 +117,8 @@ MeetingRun::MeetingRun(Services services, Listener listener, MeetingRecord recor
 
 MeetingRun::MeetingRun(Services services, Listener listener, std::unique_ptr<RunningMeeting> folder)
     : m_services(std::move(services)), m_listener(std::move(listener)), m_record(folder->record()),
-      m_hearing(std::make_shared<Hearing>(std::move(folder), m_record.mode)), m_hasChanged(true) {
+      m_hearing(std::make_shared<Hearing>(std::move(folder), m_record.mode)),
+      m_hasChanged(!m_hearing->folder->isFiled()) {
     m_id = m_hearing->folder->savedAs();
     for (KeptChunk& chunk : m_hearing->folder->waiting())
         enqueue(std::move(chunk), ChunkQueue::Urgency::later);
@@ -137,27 +140,38 @@ std::string MeetingRun::trouble() const {
 
 void MeetingRun::cut(MeetingCut sound) {
     ++m_beingPrepared;
-    m_services.work.add(
-        [hearing = m_hearing, number = m_nextNumber++, sound = std::move(sound), &queue = m_services.mainQueue,
-         prepared = m_lifetime.bind([this](std::optional<KeptChunk> chunk) { this->prepared(std::move(chunk)); })](
-            std::stop_token) mutable {
-            std::optional<KeptChunk> chunk;
-            logThrown("a chunk of a meeting is lost", [&] { chunk = hearing->prepare(number, sound); });
-            queue.post(
-                [prepared = std::move(prepared), chunk = std::move(chunk)]() mutable { prepared(std::move(chunk)); });
-        });
+    askWorker(
+        m_services.work, m_services.mainQueue, m_lifetime,
+        [hearing = m_hearing, number = m_nextNumber++, sound = std::move(sound)](const std::stop_token&) {
+            Prepared done{.lost = 1};
+            logThrown("a chunk of a meeting is lost", [&] { done = hearing->prepare(number, sound); });
+            return done;
+        },
+        [this](Prepared done) { prepared(std::move(done)); });
     m_listener.onChange();
 }
 
-void MeetingRun::prepared(std::optional<KeptChunk> chunk) {
-    --m_beingPrepared;
+void MeetingRun::prepared(Prepared done) {
+    m_beingPrepared -= static_cast<int>(done.chunks.size()) + done.lost + done.silent;
     if (m_isDiscarded)
         return;
-    if (chunk)
-        enqueue(std::move(*chunk), ChunkQueue::Urgency::now);
-    else
-        ++m_lost;
+    m_lost += done.lost;
+    if (m_isStopped && !done.chunks.empty())
+        beginPatience();
+    for (KeptChunk& chunk : done.chunks)
+        enqueue(std::move(chunk), ChunkQueue::Urgency::now);
+    if (m_hearing->folder->heldChunks() > 0 && !m_nextKeeping.isSet())
+        m_nextKeeping = m_services.mainQueue.postAfter(keepingRetry, [this] { keepHeld(); });
     settle();
+}
+
+/// Sound that no disk had room for.
+void MeetingRun::keepHeld() {
+    m_nextKeeping.cancel();
+    askWorker(
+        m_services.work, m_services.mainQueue, m_lifetime,
+        [hearing = m_hearing](const std::stop_token&) { return Prepared{.chunks = hearing->folder->keepHeld()}; },
+        [this](Prepared done) { prepared(std::move(done)); });
 }
 
 void MeetingRun::enqueue(KeptChunk chunk, ChunkQueue::Urgency urgency) {
@@ -209,14 +223,26 @@ void MeetingRun::lose(int number) {
     if (chunk.empty())
         return;
     ++m_lost;
-    m_services.work.add([hearing = m_hearing, kept = chunk.mapped(), &archive = m_services.archive](std::stop_token) {
-        const auto place = keepUnrecognised(archive, hearing->folder->folder().filename(), kept);
-        hearing->folder->finishChunk(kept.number);
-        if (place)
-            logError("Meeting chunk {} was not recognised; its sound is kept as {}", kept.number, place->string());
-        else
+    askWorker(
+        m_services.work, m_services.mainQueue, m_lifetime,
+        [hearing = m_hearing, kept = chunk.mapped(),
+         &archive = m_services.archive](const std::stop_token&) -> std::optional<std::string> {
+            const std::string name = hearing->folder->name() + "-" + std::to_string(kept.number) + ".wav";
+            if (const auto place = archive.keepSound(kept.file, name)) {
+                hearing->folder->loseChunk(kept.number, name);
+                logError("Meeting chunk {} was not recognised; its sound is kept as {}", kept.number, place->string());
+                return name;
+            }
+            hearing->folder->finishChunk(kept.number);
             logError("Meeting chunk {} was not recognised, and its sound cannot be kept", kept.number);
-    });
+            return std::nullopt;
+        },
+        [this](const std::optional<std::string>& name) {
+            if (!name)
+                return;
+            m_record.unrecognised.push_back(*name);
+            noteChange();
+        });
 }
 
 void MeetingRun::noteState(MeetingRecord record) {
@@ -224,6 +250,7 @@ void MeetingRun::noteState(MeetingRecord record) {
         return;
     record.segments = std::move(m_record.segments);
     record.notes = std::move(m_record.notes);
+    record.unrecognised = std::move(m_record.unrecognised);
     m_record = std::move(record);
     noteChange();
     if (!isDone()) // a next start writes the file from the folder
@@ -251,6 +278,8 @@ void MeetingRun::save() {
 void MeetingRun::stop() {
     m_isStopped = true;
     beginPatience();
+    if (m_beingPrepared > 0)
+        keepHeld(); // the program may be about to end
     m_services.mainQueue.post(m_lifetime.bind([this] { settle(); }));
 }
 
@@ -289,7 +318,8 @@ void MeetingRun::discard() {
     m_left.clear();
     m_nextLook.cancel();
     m_nextFiling.cancel();
-    m_services.work.add([hearing = m_hearing](std::stop_token) { hearing->folder->complete(); });
+    m_nextKeeping.cancel();
+    m_services.work.run([hearing = m_hearing](std::stop_token) { hearing->folder->complete(); });
     m_listener.onChange();
 }
 
@@ -299,36 +329,54 @@ void MeetingRun::settle() {
     m_listener.onChange();
 }
 
+void MeetingRun::noteNotes(runningJournal::Notes event) {
+    if (m_isDiscarded)
+        return;
+    m_hearing->folder->noteNotes(event);
+    if (event == runningJournal::Notes::settled && m_isDone)
+        file(); // and the folder can go
+}
+
+RunningMeeting::NotesState MeetingRun::notes() const {
+    return m_hearing->folder->notes();
+}
+
+bool MeetingRun::isDone() const {
+    return m_isDiscarded || (m_isDone && !m_hasChanged && !m_isFiling && m_left.empty() && !notes().areDue);
+}
+
 /// Writes what has come since the file was written, and then the folder can go.
 void MeetingRun::file() {
     if (m_isFiling)
         return;
     m_isFiling = true;
-    m_services.work.add(
-        [hearing = m_hearing, record = m_record, id = m_id, isNeeded = m_hasChanged,
-         keepsFolder = !m_left.empty() || m_isDone || !isSettled(), &archive = m_services.archive,
-         &queue = m_services.mainQueue,
-         filed = m_lifetime.bind([this, wasSettled = isSettled()](std::optional<std::string> place, bool isWritten) {
-             this->filed(std::move(place), isWritten, wasSettled);
-         })](std::stop_token) mutable {
-            const bool wasFiled = id.has_value();
-            const bool isWritten = !isNeeded || write(archive, record, id);
-            if (!wasFiled && id) // where the folder stays, a next start must not file the meeting once more
-                hearing->folder->noteSaved(*id, record.elapsedFormatted);
-            if (isWritten && !keepsFolder)
-                hearing->folder->complete();
-            queue.post([filed = std::move(filed), id = std::move(id), isWritten]() mutable {
-                filed(std::move(id), isWritten);
-            });
-        });
+    const bool keepsFolder = !m_left.empty() || !m_hasFolder || !isSettled() || notes().areDue;
+    askWorker(
+        m_services.work, m_services.mainQueue, m_lifetime,
+        [hearing = m_hearing, record = m_record, filing = Filing{.id = m_id, .hasFolder = m_hasFolder},
+         isNeeded = m_hasChanged, isSettled = isSettled(), keepsFolder,
+         &archive = m_services.archive](const std::stop_token&) mutable {
+            const bool wasFiled = filing.id.has_value();
+            filing.isWritten = !isNeeded || write(archive, record, filing.id);
+            if (!wasFiled && filing.id) // where the folder stays, a next start must not file the meeting once more
+                hearing->folder->noteSaved(*filing.id, record.elapsedFormatted);
+            if (filing.isWritten && !keepsFolder)
+                filing.hasFolder = !hearing->folder->complete();
+            else if (filing.isWritten && filing.hasFolder && isSettled)
+                hearing->folder->noteFiled();
+            return filing;
+        },
+        [this, wasSettled = isSettled()](Filing filing) { filed(std::move(filing), wasSettled); });
     m_hasChanged = false;
 }
 
-void MeetingRun::filed(std::optional<std::string> id, bool isWritten, bool wasSettled) {
+void MeetingRun::filed(Filing filing, bool wasSettled) {
     m_isFiling = false;
     if (m_isDiscarded)
         return;
-    m_id = std::move(id);
+    m_id = std::move(filing.id);
+    m_hasFolder = filing.hasFolder;
+    const bool isWritten = filing.isWritten;
     m_isDone = isWritten && wasSettled && isSettled();
     m_fault = isWritten ? "" : "The meeting could not be written; it is kept, and tried again";
     if (!isWritten) {
@@ -338,6 +386,8 @@ void MeetingRun::filed(std::optional<std::string> id, bool isWritten, bool wasSe
         m_patience.cancel();
         if (m_hasChanged)
             noteChange();
+        else if (m_hasFolder && m_left.empty() && !notes().areDue)
+            file(); // the notes were settled meanwhile
     } else if (isSettled()) {
         file();
     }

@@ -68,6 +68,11 @@ public:
     /// The user deleted it: nothing more is written.
     void discard();
 
+    /// What happens to the notes of a language model. While they are due the folder stays, so that the next start makes
+    /// them where this one does not come to it.
+    void noteNotes(runningJournal::Notes event);
+    RunningMeeting::NotesState notes() const;
+
     const MeetingRecord& record() const { return m_record; }
     /// Its file in the archive.
     const std::optional<std::string>& id() const { return m_id; }
@@ -76,14 +81,17 @@ public:
     /// Whether it was stopped and no more words come.
     bool isSettled() const { return m_isStopped && pendingChunks() == 0; }
     /// Whether nothing is left to do for it.
-    bool isDone() const { return m_isDiscarded || (m_isDone && !m_hasChanged && !m_isFiling && m_left.empty()); }
+    bool isDone() const;
     /// What hampers it, one line; empty when all is well.
     std::string trouble() const;
 
 private:
     struct Hearing; // what its workers share
 
-    void prepared(std::optional<KeptChunk> chunk);
+    struct Prepared; // what a worker made of cuts
+
+    void prepared(Prepared done);
+    void keepHeld();
     void enqueue(KeptChunk chunk, ChunkQueue::Urgency urgency);
     void heard(int number, ChunkQueue::Attempt attempt);
     void lose(int number);
@@ -93,7 +101,8 @@ private:
     void takeUpLeft();
     void settle();
     void file();
-    void filed(std::optional<std::string> id, bool isWritten, bool wasSettled);
+    struct Filing; // how that went
+    void filed(Filing filing, bool wasSettled);
 
     Services m_services;
     Listener m_listener;
@@ -107,11 +116,13 @@ private:
     bool m_isStopped = false;
     bool m_isDiscarded = false;
     bool m_isDone = false;
+    bool m_hasFolder = true;
     bool m_hasChanged = false; // since the file was written
     bool m_isFiling = false;
     std::optional<std::string> m_id;
     std::string m_fault;
     Timer m_patience;
+    Timer m_nextKeeping;
     Timer m_nextFiling;
     Timer m_nextLook;
     Lifetime m_lifetime;

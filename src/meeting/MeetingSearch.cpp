@@ -1,6 +1,7 @@
 #include "meeting/MeetingSearch.h"
 
 #include "base/Text.h"
+#include "meeting/MeetingLines.h"
 
 #include <algorithm>
 #include <array>
@@ -70,14 +71,31 @@ bool holds(const PastMeeting& meeting, std::string_view searchText) {
                                      containsLowered(meeting.enhancedNotes->summary, searchText));
 }
 
+FoundMeetings findMeetings(std::shared_ptr<const std::vector<PastMeeting>> list, std::string_view searchText,
+                           const std::stop_token& stop) {
+    FoundMeetings found{.list = std::move(list), .places = {}, .snippets = {}};
+    for (std::size_t place = 0; place < found.list->size() && !stop.stop_requested(); ++place) {
+        const PastMeeting& meeting = (*found.list)[place];
+        if (!holds(meeting, searchText))
+            continue;
+        found.places.push_back(place);
+        if (auto snippet = snippetOf(meeting, searchText))
+            found.snippets[meeting.id] = std::move(*snippet);
+    }
+    return found;
+}
+
 std::optional<std::string> snippetOf(const PastMeeting& meeting, std::string_view searchText) {
     if (searchText.empty())
         return std::nullopt;
-    for (const std::string& whole : text::split(meeting.content, '\n')) {
-        const std::string line = text::trimWhitespace(whole);
+    const std::string_view content = meeting.content;
+    for (std::size_t begin = 0; begin <= content.size();) {
+        const std::size_t end = std::min(content.find('\n', begin), content.size());
+        const std::string_view line = meetingLines::trimmed(content.substr(begin, end - begin));
+        begin = end + 1;
         if (line.empty() || isHeading(line) || !containsLowered(line, searchText))
             continue;
-        return text::characterCount(line) <= longestSnippet ? line : cutAround(line, searchText);
+        return text::characterCount(line) <= longestSnippet ? std::string(line) : cutAround(line, searchText);
     }
     return std::nullopt;
 }

@@ -3,6 +3,7 @@
 #include "base/Background.h"
 #include "base/Text.h"
 #include "meeting/MeetingExport.h"
+#include "meeting/MeetingReader.h"
 #include "meeting/MeetingWords.h"
 #include "settings/ServiceKeys.h"
 
@@ -54,8 +55,9 @@ void MeetingTab::follow() {
 
 void MeetingTab::followArchive() {
     if (m_selected)
-        if (const PastMeeting* meeting = pastMeeting(m_selected->meeting().id))
-            m_selected->refresh(*meeting);
+        if (const PastMeeting* meeting = pastMeeting(m_selected->meeting().id);
+            meeting && meeting->content != m_selected->meeting().content)
+            m_selected->refresh(withSegments(*meeting));
     m_changes.tell();
 }
 
@@ -141,10 +143,11 @@ void MeetingTab::select(const std::string& id) {
         return;
     leaveSelected();
     m_selected = std::make_shared<PastMeetingDetail>(
-        *meeting, PastMeetingDetail::Services{m_controller, m_services.mainQueue, m_services.background, [this] {
-                                                  leaveSelected();
-                                                  m_changes.tell();
-                                              }});
+        withSegments(*meeting),
+        PastMeetingDetail::Services{m_controller, m_services.mainQueue, m_services.background, [this] {
+                                        leaveSelected();
+                                        m_changes.tell();
+                                    }});
     m_changes.tell();
 }
 
@@ -238,6 +241,10 @@ void MeetingTab::copy(const std::string& text, Copied what) {
 
 void MeetingTab::tellRecovered() {
     tell({Notice::Kind::info, "A meeting that was interrupted has been saved; it is among the recent ones."});
+}
+
+void MeetingTab::tellRecoveredNotes() {
+    tell({Notice::Kind::info, "The notes of the meeting that was interrupted have been made."});
 }
 
 void MeetingTab::exportTo(const std::filesystem::path& file) {

@@ -101,6 +101,8 @@ public:
     Copied copied() const { return m_copied; }
     /// An interrupted meeting was taken up.
     void tellRecovered();
+    /// It has got its notes.
+    void tellRecoveredNotes();
     /// Writes the session as Markdown.
     void exportTo(const std::filesystem::path& file);
 

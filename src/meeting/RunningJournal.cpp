@@ -36,13 +36,34 @@ std::optional<int> countAt(const Json& values, const char* key, int limit) {
     return number ? std::optional(static_cast<int>(*number)) : std::nullopt;
 }
 
+const char* wordOf(Notes event) {
+    switch (event) {
+    case Notes::due:
+        return "due";
+    case Notes::asked:
+        return "asked";
+    case Notes::settled:
+        break;
+    }
+    return "settled";
+}
+
 void readSegment(const Json& line, int number, const Chunk& chunk, Events& events) {
     if (line.contains("text"))
         events.segments.push_back(
             {files::makeUuid(), number, chunk.timestamp, textAt(line, "text"), speakerAt(chunk.speaker)});
 }
 
+void readNotes(const std::string& event, Events& events) {
+    events.areNotesDue = events.areNotesDue || event == wordOf(Notes::due);
+    events.areNotesSettled = events.areNotesSettled || event == wordOf(Notes::settled);
+    events.notesAsked += event == wordOf(Notes::asked);
+}
+
 void readLine(const Json& line, Events& events) {
+    if (line.contains("notes"))
+        return readNotes(textAt(line, "notes"), events);
+    events.isFiled = line.contains("filed") || (events.isFiled && !line.contains("finished"));
     if (line.contains("saved")) {
         events.savedAs = textAt(line, "saved");
         events.elapsedFormatted = textAt(line, "duration");
@@ -56,6 +77,8 @@ void readLine(const Json& line, Events& events) {
     chunk.speaker = countAt(line, "speaker", mostSpeakers).value_or(chunk.speaker);
     if (line.contains("failed"))
         ++chunk.failures;
+    if (line.contains("keptAs"))
+        events.unrecognised.push_back(textAt(line, "keptAs"));
     if (line.contains("finished") && !std::exchange(chunk.isFinished, true))
         readSegment(line, *number, chunk, events);
 }
@@ -80,6 +103,18 @@ std::string withoutWordsLine(int number) {
 
 std::string failedLine(int number) {
     return writeJson(Json{{"chunk", number}, {"failed", true}});
+}
+
+std::string lostLine(int number, const std::string& keptAs) {
+    return writeJson(Json{{"chunk", number}, {"keptAs", keptAs}, {"finished", true}});
+}
+
+std::string notesLine(Notes event) {
+    return writeJson(Json{{"notes", wordOf(event)}});
+}
+
+std::string filedLine() {
+    return writeJson(Json{{"filed", true}});
 }
 
 std::string savedLine(const std::string& id, const std::string& elapsedFormatted) {

@@ -14,6 +14,17 @@ std::string chunkLine(int number, double timestamp, int speaker);
 std::string segmentLine(const TranscriptSegment& segment);
 std::string withoutWordsLine(int number);
 std::string failedLine(int number);
+/// Its words are missing; its sound is kept under this name.
+std::string lostLine(int number, const std::string& keptAs);
+/// What has happened to the notes of the meeting.
+enum class Notes {
+    due,     // to be made, by the next start where this one ends before
+    asked,   // a language model was asked for them
+    settled, // made, or given up
+};
+std::string notesLine(Notes event);
+/// The archive's file has everything up to here.
+std::string filedLine();
 std::string savedLine(const std::string& id, const std::string& elapsedFormatted);
 
 struct Chunk {
@@ -28,7 +39,12 @@ struct Events {
     std::map<int, Chunk> chunks; // by number
     std::vector<TranscriptSegment> segments;
     std::optional<std::string> savedAs;
-    std::string elapsedFormatted; // when it was saved
+    std::string elapsedFormatted;          // when it was saved
+    std::vector<std::string> unrecognised; // names of sound whose words are missing
+    bool isFiled = false;                  // and no words have come since
+    bool areNotesDue = false;
+    bool areNotesSettled = false;
+    int notesAsked = 0; // how often
 };
 Events eventsIn(std::string_view journal);
 

@@ -2,91 +2,26 @@
 
 #include "audio/WavFile.h"
 #include "base/Background.h"
-#include "base/Dates.h"
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/NeighbourFile.h"
 #include "base/WriteFault.h"
 #include "media/AudioFileError.h"
 #include "media/SpeechRate.h"
-#include "meeting/RunningJournal.h"
+#include "meeting/RunningFolder.h"
 #include "meeting/StateFile.h"
 #include "shell/ElapsedText.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <cmath>
+#include <fmt/core.h>
 
 namespace fenlo {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::string_view runningPrefix = "running_";
-constexpr std::string_view completePrefix = "complete_";
-constexpr const char* journalName = "journal";
-constexpr const char* stateName = "state.json";
-
-/// Named after the meeting too: sound that nobody could recognise outlives the folder.
-fs::path chunkFile(const fs::path& folder, int number) {
-    const std::string meeting = folder.filename().string().substr(runningPrefix.size());
-    return folder / (meeting + "_chunk-" + std::to_string(number) + ".wav");
-}
-
-struct NewFolder {
-    fs::path path;
-    LockedFile journal;
-};
-
-/// A new folder for the meeting; several may start in the same second. Nothing with errno when there can be none.
-std::optional<NewFolder> makeFolder(const fs::path& archive, std::chrono::system_clock::time_point start) {
-    files::makePrivateDirectory(archive);
-    const std::string name = std::string(runningPrefix) + dates::localStamp(start);
-    constexpr int most = 1000;
-    for (int number = 1; number <= most; ++number) {
-        fs::path folder = archive / (number == 1 ? name : name + "_" + std::to_string(number));
-        if (::mkdir(folder.c_str(), 0700) != 0) {
-            if (errno == EEXIST)
-                continue;
-            break;
-        }
-        if (auto journal = LockedFile::make(folder / journalName))
-            return NewFolder{std::move(folder), std::move(*journal)};
-        const int reason = errno;
-        ::rmdir(folder.c_str());
-        errno = reason;
-        if (errno != ENOENT) // another process that starts took the empty folder for one left behind
-            break;
-    }
-    return {};
-}
-
-std::optional<std::chrono::system_clock::time_point> startIn(const fs::path& folder) {
-    constexpr std::size_t stampLength = std::string_view("2026-11-15_09-30-05").size();
-    const std::string name = folder.filename().string();
-    return dates::parseLocalStamp(std::string_view(name).substr(runningPrefix.size()).substr(0, stampLength));
-}
-
-bool removeFolder(const fs::path& folder) {
-    std::error_code error;
-    fs::remove_all(folder, error);
-    return !error;
-}
-
-std::vector<fs::path> foldersIn(const fs::path& archive, std::string_view prefix) {
-    std::vector<fs::path> found;
-    std::error_code error;
-    for (fs::directory_iterator entry(archive, error), end; !error && entry != end; entry.increment(error)) {
-        std::error_code unreadable;
-        if (entry->path().filename().string().starts_with(prefix) && !entry->is_symlink(unreadable) &&
-            entry->is_directory(unreadable))
-            found.push_back(entry->path());
-    }
-    std::ranges::sort(found);
-    return found;
-}
 
 /// All but the segments, which may be thousands, and the notes.
 void copyState(const MeetingRecord& from, MeetingRecord& to) {
@@ -113,55 +48,76 @@ std::string failureOf(const fs::path& file, std::span<const float> samples) {
     }
 }
 
+/// Sound that no line of the journal names: a loss of power took the line. Its time is known by what is before it.
+void addStraySound(const fs::path& folder, std::map<int, runningJournal::Chunk>& chunks) {
+    for (const auto& [number, seconds] : runningFolder::soundIn(folder)) {
+        const auto next = chunks.lower_bound(number);
+        if (next != chunks.end() && next->first == number)
+            continue;
+        double end = seconds;
+        if (next != chunks.begin())
+            end += std::prev(next)->second.timestamp;
+        if (next != chunks.end())
+            end = std::min(end, next->second.timestamp);
+        chunks[number].timestamp = end;
+    }
+}
+
+bool removeFolder(const fs::path& folder) {
+    std::error_code error;
+    fs::remove_all(folder, error);
+    return !error;
+}
+
 } // namespace
 
-RunningMeeting::RunningMeeting(const fs::path& archive, const MeetingRecord& record, Background& background) {
+RunningMeeting::RunningMeeting(fs::path archive, const MeetingRecord& record, Background& background)
+    : m_archive(std::move(archive)), m_background(background) {
     m_contents.with([&](Contents& contents) { contents.record = record; });
-    auto made = makeFolder(archive, record.date);
-    if (!made) {
-        setTrouble(files::writeFault(errno));
-        return;
-    }
-    m_folder = std::move(made->path);
-    m_journal.emplace(std::move(made->journal));
-    m_state = std::make_shared<StateFile>(m_folder / stateName, background);
-    noteState(record);
+    placeOrNew();
 }
 
 RunningMeeting::RunningMeeting(fs::path folder, LockedFile journal, Background& background)
-    : m_folder(std::move(folder)), m_journal(std::move(journal)),
-      m_state(std::make_shared<StateFile>(m_folder / stateName, background)) {
+    : m_archive(folder.parent_path()), m_background(background) {
+    auto state = std::make_shared<StateFile>(folder / runningFolder::stateName, background);
+    auto place = std::make_shared<const Place>(Place{std::move(folder), std::move(journal), std::move(state)});
     Contents contents;
-    contents.record.date = startIn(m_folder).value_or(contents.record.date);
-    runningJournal::readState(files::read(m_folder / stateName).value_or(""), contents.record);
-    runningJournal::Events events = runningJournal::eventsIn(files::read(m_folder / journalName).value_or(""));
+    contents.record.date = runningFolder::startIn(place->folder).value_or(contents.record.date);
+    runningJournal::readState(files::read(place->folder / runningFolder::stateName).value_or(""), contents.record);
+    runningJournal::Events events =
+        runningJournal::eventsIn(files::read(place->folder / runningFolder::journalName).value_or(""));
+    addStraySound(place->folder, events.chunks);
     double lastCut = 0;
     for (const auto& [number, chunk] : events.chunks) {
         lastCut = std::max(lastCut, chunk.timestamp);
         std::error_code error;
-        const fs::path file = chunkFile(m_folder, number);
+        const fs::path file = runningFolder::chunkFile(place->folder, number);
         if (!chunk.isFinished && fs::is_regular_file(fs::symlink_status(file, error)))
             contents.chunks[number] = {number, chunk.timestamp, chunk.speaker, chunk.failures, file};
     }
+    // A meeting that was killed while it ran never came to ask for its notes.
+    const bool areDue = events.areNotesDue || (!events.savedAs && contents.record.mode == MeetingMode::meeting);
+    contents.notes = {areDue && !events.areNotesSettled, events.notesAsked};
+    contents.isFiled = events.isFiled;
     contents.savedAs = std::move(events.savedAs);
     contents.record.elapsedFormatted = contents.savedAs ? events.elapsedFormatted : elapsedText(lastCut);
     contents.record.segments = std::move(events.segments);
+    contents.record.unrecognised = std::move(events.unrecognised);
     m_contents.with([&](Contents& read) { read = std::move(contents); });
+    m_place.with([&](auto& its) { its = std::move(place); });
 }
 
 RunningMeeting::~RunningMeeting() = default;
 
 std::vector<std::unique_ptr<RunningMeeting>> RunningMeeting::findUnfinished(const fs::path& archive,
                                                                             Background& background) {
-    for (const fs::path& folder : foldersIn(archive, completePrefix))
+    for (const fs::path& folder : runningFolder::in(archive, runningFolder::completePrefix))
         removeFolder(folder);
     std::vector<std::unique_ptr<RunningMeeting>> found;
-    for (const fs::path& folder : foldersIn(archive, runningPrefix)) {
-        auto journal = LockedFile::open(folder / journalName, LockedFile::Sharing::exclusive);
-        if (!journal) {
-            ::rmdir(folder.c_str()); // unless it has something in it
+    for (const fs::path& folder : runningFolder::in(archive, runningFolder::prefix)) {
+        auto journal = runningFolder::takeOver(folder);
+        if (!journal)
             continue;
-        }
         std::unique_ptr<RunningMeeting> meeting(new RunningMeeting(folder, std::move(*journal), background));
         const MeetingRecord record = meeting->record();
         if (record.segments.empty() && record.userNotes.empty() && meeting->waiting().empty())
@@ -172,16 +128,81 @@ std::vector<std::unique_ptr<RunningMeeting>> RunningMeeting::findUnfinished(cons
     return found;
 }
 
-std::optional<fs::path> RunningMeeting::keepChunk(const KeptChunk& chunk, std::span<const float> samples) {
+std::shared_ptr<const RunningMeeting::Place> RunningMeeting::place() const {
+    return m_place.with([](const auto& its) { return its; });
+}
+
+/// On a disk that was full at the start there is no folder yet.
+std::shared_ptr<const RunningMeeting::Place> RunningMeeting::placeOrNew() {
+    if (auto known = place())
+        return known;
+    const auto [record, isComplete] =
+        m_contents.with([](const Contents& contents) { return std::pair(contents.record, contents.isComplete); });
+    if (isComplete)
+        return nullptr;
+    auto made = runningFolder::make(m_archive, record.date);
+    if (!made || !made->journal.append(linesSoFar())) {
+        setTrouble(files::writeFault(errno));
+        if (made)
+            removeFolder(made->path);
+        return nullptr;
+    }
+    auto state = std::make_shared<StateFile>(made->path / runningFolder::stateName, m_background);
+    state->write(runningJournal::stateOf(record));
+    auto place = std::make_shared<const Place>(Place{made->path, std::move(made->journal), std::move(state)});
+    m_place.with([&](auto& its) { its = place; });
+    setTrouble({});
+    return place;
+}
+
+/// What a journal that begins now must tell.
+std::string RunningMeeting::linesSoFar() const {
+    return m_contents.with([](const Contents& contents) {
+        std::string lines;
+        for (const TranscriptSegment& segment : contents.record.segments)
+            lines += runningJournal::segmentLine(segment) + "\n";
+        if (contents.savedAs)
+            lines += runningJournal::savedLine(*contents.savedAs, contents.record.elapsedFormatted) + "\n";
+        if (contents.notes.areDue)
+            lines += runningJournal::notesLine(runningJournal::Notes::due) + "\n";
+        return lines;
+    });
+}
+
+RunningMeeting::Kept RunningMeeting::keepChunk(const KeptChunk& chunk, std::vector<float> samples) {
+    Kept kept{.chunks = keepHeld()};
+    if (m_held.count() == 0)
+        if (auto written = write(chunk, samples)) {
+            kept.chunks.push_back(std::move(*written));
+            return kept;
+        }
+    kept.isLost = !m_held.add(chunk, std::move(samples));
+    return kept;
+}
+
+std::vector<KeptChunk> RunningMeeting::keepHeld() {
+    std::vector<KeptChunk> kept;
+    while (const auto piece = m_held.first()) {
+        auto written = write(piece->chunk, *piece->samples);
+        if (!written)
+            break;
+        kept.push_back(std::move(*written));
+        m_held.removeFirst();
+    }
+    return kept;
+}
+
+std::optional<KeptChunk> RunningMeeting::write(const KeptChunk& chunk, std::span<const float> samples) {
     KeptChunk kept = chunk;
-    if (m_journal) {
-        kept.file = chunkFile(m_folder, chunk.number);
+    if (const auto place = placeOrNew()) {
+        kept.file = runningFolder::chunkFile(place->folder, chunk.number);
         // First the line: when the program is killed now, a file of which nobody knows the time would be lost.
         const bool isNoted = append(runningJournal::chunkLine(chunk.number, chunk.timestamp, chunk.speaker));
         std::string failure = failureOf(kept.file, samples);
         if (isNoted && failure.empty()) {
+            place->state->tryAgain();
             m_contents.with([&](Contents& contents) { contents.chunks[chunk.number] = kept; });
-            return kept.file;
+            return kept;
         }
         files::removeQuietly(kept.file);
         if (isNoted)
@@ -191,7 +212,7 @@ std::optional<fs::path> RunningMeeting::keepChunk(const KeptChunk& chunk, std::s
     if (!failureOf(kept.file, samples).empty())
         return {};
     m_contents.with([&](Contents& contents) { contents.chunks[chunk.number] = kept; });
-    return kept.file;
+    return kept;
 }
 
 bool RunningMeeting::finishChunk(const TranscriptSegment& segment) {
@@ -203,13 +224,18 @@ bool RunningMeeting::finishChunk(int number) {
     return finish(number, runningJournal::withoutWordsLine(number));
 }
 
+bool RunningMeeting::loseChunk(int number, const std::string& keptAs) {
+    m_contents.with([&](Contents& contents) { contents.record.unrecognised.push_back(keptAs); });
+    return finish(number, runningJournal::lostLine(number, keptAs));
+}
+
 bool RunningMeeting::finish(int number, const std::string& line) {
     const fs::path file = m_contents.with([&](Contents& contents) {
         const auto chunk = contents.chunks.extract(number);
         return chunk ? chunk.mapped().file : fs::path();
     });
     const bool isNoted = append(line);
-    if (isNoted || file.parent_path() != m_folder)
+    if (isNoted || file.parent_path() != folder())
         files::removeQuietly(file);
     return isNoted;
 }
@@ -233,8 +259,8 @@ std::vector<KeptChunk> RunningMeeting::waiting() const {
 
 void RunningMeeting::noteState(const MeetingRecord& record) {
     m_contents.with([&](Contents& contents) { copyState(record, contents.record); });
-    if (m_state)
-        m_state->write(runningJournal::stateOf(record));
+    if (const auto its = place())
+        its->state->write(runningJournal::stateOf(record));
 }
 
 bool RunningMeeting::noteSaved(const std::string& id, const std::string& elapsedFormatted) {
@@ -245,8 +271,39 @@ bool RunningMeeting::noteSaved(const std::string& id, const std::string& elapsed
     return append(runningJournal::savedLine(id, elapsedFormatted));
 }
 
+void RunningMeeting::noteFiled() {
+    append(runningJournal::filedLine());
+}
+
+bool RunningMeeting::isFiled() const {
+    return m_contents.with([](const Contents& contents) { return contents.isFiled; });
+}
+
 std::optional<std::string> RunningMeeting::savedAs() const {
     return m_contents.with([](const Contents& contents) { return contents.savedAs; });
+}
+
+void RunningMeeting::noteNotes(runningJournal::Notes event) {
+    using runningJournal::Notes;
+    m_contents.with([event](Contents& contents) {
+        contents.notes.areDue = event == Notes::due || (contents.notes.areDue && event != Notes::settled);
+        contents.notes.asked += event == Notes::asked;
+    });
+    append(runningJournal::notesLine(event));
+}
+
+RunningMeeting::NotesState RunningMeeting::notes() const {
+    return m_contents.with([](const Contents& contents) { return contents.notes; });
+}
+
+std::string RunningMeeting::name() const {
+    const auto its = place();
+    return its ? its->folder.filename().string() : runningFolder::nameOf(record().date);
+}
+
+fs::path RunningMeeting::folder() const {
+    const auto its = place();
+    return its ? its->folder : fs::path();
 }
 
 MeetingRecord RunningMeeting::record() const {
@@ -254,21 +311,29 @@ MeetingRecord RunningMeeting::record() const {
 }
 
 std::string RunningMeeting::trouble() const {
-    const auto reason = m_contents.with([](const Contents& contents) -> std::optional<std::string> {
-        if (contents.isComplete)
-            return ""; // a write that came too late found no folder
-        return contents.trouble.empty() ? std::nullopt : std::optional(contents.trouble);
-    });
-    return reason.value_or(m_state ? m_state->trouble() : "");
+    const auto [reason, isComplete] =
+        m_contents.with([](const Contents& contents) { return std::pair(contents.trouble, contents.isComplete); });
+    if (isComplete)
+        return {}; // a write that came too late found no folder
+    const std::string why = reason.empty() ? files::writeFault(ENOSPC) : reason;
+    if (m_held.isFull())
+        return why + "; the room in memory is used up too, and what is said now is lost";
+    if (m_held.count() > 0)
+        return fmt::format("{}; what is said waits in memory ({:.0f} of {:.0f} minutes)", why,
+                           std::ceil(m_held.seconds() / 60), HeldSound::most / 60);
+    const auto its = place();
+    return reason.empty() && its ? its->state->trouble() : reason;
 }
 
 bool RunningMeeting::complete() {
     const std::vector<KeptChunk> chunks = waiting();
-    if (m_journal) {
+    m_contents.with([](Contents& contents) { contents.isComplete = true; });
+    while (m_held.count() > 0)
+        m_held.removeFirst();
+    if (const auto its = place()) {
         // Under its new name the folder is not taken up again, whatever happens to its files.
-        const fs::path done = m_folder.parent_path() / (std::string(completePrefix) + files::makeUuid());
-        m_contents.with([](Contents& contents) { contents.isComplete = true; });
-        if (!renameToFreeName(m_folder, done)) {
+        const fs::path done = m_archive / (std::string(runningFolder::completePrefix) + files::makeUuid());
+        if (!renameToFreeName(its->folder, done)) {
             const int reason = errno;
             m_contents.with([](Contents& contents) { contents.isComplete = false; });
             setTrouble(files::writeFault(reason));
@@ -283,8 +348,9 @@ bool RunningMeeting::complete() {
 
 bool RunningMeeting::append(const std::string& line) {
     // The newline comes first, so that a line that was cut off does not swallow this one.
-    const bool isWritten = m_journal && m_journal->append("\n" + line + "\n");
-    if (m_journal)
+    const auto its = place();
+    const bool isWritten = its && its->journal.append("\n" + line + "\n");
+    if (its)
         setTrouble(isWritten ? "" : files::writeFault(errno));
     return isWritten;
 }

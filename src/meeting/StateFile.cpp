@@ -20,7 +20,22 @@ void StateFile::write(std::string content) {
         return !std::exchange(contents.isWriting, true);
     });
     if (mustStart)
-        m_background.run([self = shared_from_this()](const std::stop_token&) { self->writeAll(); });
+        start();
+}
+
+void StateFile::tryAgain() {
+    const bool mustStart = m_contents.with([](Contents& contents) {
+        if (contents.trouble.empty())
+            return false;
+        contents.isWritten = false;
+        return !std::exchange(contents.isWriting, true);
+    });
+    if (mustStart)
+        start();
+}
+
+void StateFile::start() {
+    m_background.run([self = shared_from_this()](const std::stop_token&) { self->writeAll(); });
 }
 
 std::string StateFile::trouble() const {

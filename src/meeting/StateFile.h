@@ -23,6 +23,9 @@ public:
     /// The file is replaced whole. Nothing happens when the content is that of the latest call.
     void write(std::string content);
 
+    /// Writes once more what could not be written; nothing happens otherwise.
+    void tryAgain();
+
     /// Why the latest write failed; empty when all is well.
     std::string trouble() const;
 
@@ -34,6 +37,7 @@ private:
         std::string trouble;
     };
 
+    void start();
     std::optional<std::string> next();
     void writeAll();
 

@@ -260,7 +260,8 @@ void AppDelegate::stopMeeting() {
 }
 
 void AppDelegate::willTerminate() {
-    stopMeeting();
+    if (m_hooks.isMeetingActive())
+        m_hooks.stopMeetingForQuit();
     m_hotkey.stop();
     m_services.session.willTerminate();
 }

@@ -66,6 +66,8 @@ struct AppHooks {
     std::function<bool()> recoverTakes = [] { return false; };
     std::function<bool()> isMeetingActive = [] { return false; };
     std::function<void()> stopMeeting = [] {};
+    /// The same while the program ends: it begins nothing that takes time.
+    std::function<void()> stopMeetingForQuit = [] {};
     /// Makes room for a new meeting on the tab of the home window.
     std::function<void()> clearMeeting = [] {};
     /// Tells the user why the hotkey does nothing.

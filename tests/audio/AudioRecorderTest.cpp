@@ -40,6 +40,15 @@ protected:
             queue.advance(static_cast<double>(count) / rate);
         }
     }
+    /// With the work of the worker that opens the microphone.
+    void startInPieces() {
+        recorder.startInPieces(background);
+        open();
+    }
+    void open() {
+        background.runAll();
+        queue.runPosted();
+    }
     /// Hears it at once, in whole buffers.
     void hearBuffers(float level, std::size_t count) { input.hear(constant(level, count * bufferSize)); }
 
@@ -54,6 +63,7 @@ protected:
 
     VirtualClock clock;
     VirtualMainQueue queue{clock};
+    ManualBackground background;
     Config config{fs::temp_directory_path() / files::makeUuid() / "config.json", clock};
     NotificationCenter notifications;
     FakeAudioInput input;
@@ -294,7 +304,7 @@ TEST_F(Recorder, StartsThatAreRepeatedWithoutAnInput_HearOfADeviceOnce) {
     input.microphone.format = {};
     input.microphone.device.reset();
     for (int attempt = 0; attempt < 100; ++attempt) {
-        recorder.startRecording(TakeKind::inPieces);
+        startInPieces();
         queue.advance(10);
     }
     int told = 0;
@@ -303,7 +313,7 @@ TEST_F(Recorder, StartsThatAreRepeatedWithoutAnInput_HearOfADeviceOnce) {
     input.change(headset);
     EXPECT_EQ(told, 1);
     queue.advance(1);
-    recorder.startRecording(TakeKind::inPieces);
+    startInPieces();
     hearBuffers(0.1F, 1);
     EXPECT_EQ(recorder.takeSamples().samples.size(), bufferSize);
 }
@@ -374,7 +384,7 @@ TEST_F(WarmRecorder, TakeInPieces_IsHandedOutWhileItRunsAndEndsAtOnce) {
     recorder.setOnReady([&] { disturbed = true; });
     recorder.setOnSilence([&] { disturbed = true; });
     recorder.setOnFiles([&](const auto&) { disturbed = true; });
-    recorder.startRecording(TakeKind::inPieces);
+    startInPieces();
     hearBuffers(0.1F, 10);
     const TakenSamples first = recorder.takeSamples();
     EXPECT_EQ(first.samples, constant(0.1F, 10 * bufferSize));
@@ -420,15 +430,18 @@ TEST_F(WarmRecorder, WholeTakeEndedWithoutTheSpeechTest_LeavesNoFile) {
 }
 
 TEST_F(WarmRecorder, TakeInPieces_MovesToTheNewDeviceWithoutALoss) {
-    recorder.startRecording(TakeKind::inPieces);
+    startInPieces();
     hearBuffers(0.25F, 2);
+    FakeCaptureEngine* const old = input.microphone.engine;
     input.microphone.format = {48000, 2};
     input.change(headset);
+    old->hear(constant(0.25F, bufferSize)); // while the new one is being opened
+    open();
     EXPECT_TRUE(runs());
     hearBuffers(0.5F, 3);
     const TakenSamples taken = recorder.takeSamples();
     EXPECT_EQ(taken.sampleRate, 48000);
-    EXPECT_EQ(taken.samples, constant(0.25F, 6 * bufferSize) + constant(0.5F, 3 * bufferSize));
+    EXPECT_EQ(taken.samples, constant(0.25F, 9 * bufferSize) + constant(0.5F, 3 * bufferSize));
     recorder.endWithoutSpeechTest();
     const int made = enginesMade();
     queue.advance(10);
@@ -438,32 +451,68 @@ TEST_F(WarmRecorder, TakeInPieces_MovesToTheNewDeviceWithoutALoss) {
 }
 
 TEST_F(WarmRecorder, TakeInPieces_StaysWhereItIsUntilTheNewDeviceStarts) {
-    recorder.startRecording(TakeKind::inPieces);
+    startInPieces();
     FakeCaptureEngine* const old = input.microphone.engine;
     input.change({}); // unplugged; the engine itself waits for its device
     EXPECT_TRUE(old->isRunning());
     input.microphone.startErrors = {"busy", "busy", ""};
     input.change(headset);
+    open();
     queue.advance(0.6);
+    open();
     old->hear(constant(0.1F, bufferSize));
     EXPECT_TRUE(recorder.isRecording());
+    EXPECT_FALSE(recorder.fault());
     queue.advance(0.5);
+    open();
     hearBuffers(0.2F, 1);
     EXPECT_EQ(recorder.takeSamples().samples, constant(0.1F, bufferSize) + constant(0.2F, bufferSize));
     const auto lines = log.lines();
     EXPECT_EQ(std::ranges::count_if(lines, [](const auto& line) { return line.find("busy") != line.npos; }), 1);
 
     const int made = enginesMade();
-    input.microphone.startErrors = {"busy"};
     input.change(InputDevice{9, "Another headset", false, false, "another"});
     input.change(headset);
+    open();
     queue.advance(2);
+    open();
     EXPECT_EQ(enginesMade(), made + 1) << "nothing to move to any more";
-    input.microphone.startErrors = {"busy"};
     input.change(InputDevice{9, "Another headset", false, false, "another"});
     recorder.endWithoutSpeechTest();
+    open();
     queue.advance(2);
     EXPECT_FALSE(input.microphone.engine && runs());
+}
+
+TEST_F(WarmRecorder, TakeInPieces_DoesNotWaitForAHungSoundServer) {
+    input.microphone.whileStarting = [&] { clock.sleep(0.5); };
+    input.microphone.startErrors = {"hangs", "hangs", "", ""};
+    recorder.startInPieces(background);
+    EXPECT_EQ(clock.slept, 0) << "the main thread went on";
+    EXPECT_TRUE(recorder.isRecording());
+    open();
+    EXPECT_EQ(recorder.fault(), AudioRecorder::Fault::refused);
+    for (int retry = 0; retry < 2; ++retry) {
+        const double before = clock.slept;
+        queue.advance(0.6);
+        EXPECT_EQ(clock.slept, before);
+        // What a device delivers before the main thread has noticed that it is open is in the take.
+        input.microphone.whileStarting = [&] { clock.sleep(0.5); };
+        background.runAll();
+        hearBuffers(0.1F, 1);
+        queue.runPosted();
+    }
+    EXPECT_FALSE(recorder.fault());
+    EXPECT_EQ(recorder.takeSamples().samples, constant(0.1F, bufferSize));
+    recorder.endWithoutSpeechTest();
+
+    recorder.startInPieces(background);
+    recorder.endWithoutSpeechTest(); // while a worker still opens it
+    open();
+    EXPECT_FALSE(input.microphone.engine && runs()) << "nobody holds the microphone open";
+    recorder.startRecording();
+    EXPECT_TRUE(runs());
+    stop();
 }
 
 TEST_F(WarmRecorder, LongTake_IsCutAtItsLastQuietSpot) {

@@ -104,6 +104,21 @@ protected:
 
 } // namespace
 
+TEST_F(Archive, DeletedMeetingTakesOnlyItsOwnSoundAlong) {
+    fs::create_directories(archive.folder() / "unrecognised");
+    for (const char* sound : {"unrecognised/running_A-1.wav", "unrecognised/running_B-1.wav", "running_C-1.wav"})
+        std::ofstream(archive.folder() / sound) << "sound";
+    MeetingRecord record = someMeeting();
+    record.unrecognised = {"running_A-1.wav", "../running_C-1.wav", "notes.txt"};
+    const auto file = archive.save(record);
+    ASSERT_TRUE(file);
+    archive.saveNotes(name, *record.notes);
+    EXPECT_TRUE(archive.remove(name));
+    EXPECT_FALSE(fs::exists(archive.folder() / "unrecognised/running_A-1.wav"));
+    EXPECT_TRUE(fs::exists(archive.folder() / "unrecognised/running_B-1.wav"));
+    EXPECT_TRUE(fs::exists(archive.folder() / "running_C-1.wav"));
+}
+
 TEST_F(Archive, AFileIsWrittenByteForByteAndReadAgain) {
     const auto file = archive.save(someMeeting());
     ASSERT_EQ(file, archive.fileOf(name));

@@ -33,7 +33,9 @@ protected:
         meetings = std::make_unique<MeetingModeController>(services(archive, *workers));
         control = std::make_unique<MeetingControl>(
             MeetingControl::Services{config, mainQueue, recorder, session, overlay, menuBar, *meetings});
-        meetings->onRecovered = [this] { ++recovered; };
+        meetings->onRecovered = [this](MeetingModeController::Recovered what) {
+            ++(what == MeetingModeController::Recovered::meeting ? recovered : recoveredNotes);
+        };
         work();
     }
     MeetingModeController::Services services(MeetingArchive& where, Background& its) {
@@ -55,6 +57,11 @@ protected:
                 .syncStats = [this] { ++syncs; }};
     }
 
+    void begin() {
+        control->start();
+        workers->runAll(); // one of them opens the microphone
+        mainQueue.runPosted();
+    }
     /// Until nothing is left to do at this moment.
     void work() {
         do {
@@ -63,9 +70,12 @@ protected:
             mainQueue.runPosted();
         } while (workers->pending() > 0);
     }
+    /// As a microphone hears it: not all zeros.
     void quiet(double seconds) {
         constexpr double step = 0.1;
-        const std::vector<float> silence(static_cast<std::size_t>(audioInput.microphone.format.sampleRate * step));
+        constexpr float noise = 1e-4F;
+        const std::vector<float> silence(static_cast<std::size_t>(audioInput.microphone.format.sampleRate * step),
+                                         noise);
         for (double heard = 0; heard < seconds - step / 2; heard += step) {
             audioInput.hear(silence);
             mainQueue.advance(step);
@@ -118,6 +128,7 @@ protected:
     bool isReady = true;
     Recorded recorded;
     int recovered = 0;
+    int recoveredNotes = 0;
 
     const EnvironmentVariable noGeminiKey{"GEMINI_API_KEY", nullptr}, noGroqKey{"GROQ_API_KEY", nullptr};
     TemporaryFolder folder;

@@ -121,7 +121,10 @@ protected:
          .delivery = delivery,
          .transcribe = [this](const TranscribeRequest&, std::stop_token) { return std::exchange(heard, ""); }}};
     MeetingTab tab{{controller, queue, background, keys, [this](const std::string& text) { clipboard = text; },
-                    [this] { controller.startMeeting(recorder); },
+                    [this] {
+                        controller.startMeeting(recorder);
+                        settle(); // a worker opens the microphone
+                    },
                     [this] {
                         controller.stopMeeting();
                         if (controller.meetingMode() == MeetingMode::meeting && controller.hasWords())

@@ -1,6 +1,7 @@
 #include "meeting/RunningMeeting.h"
 #include "base/Dates.h"
 #include "base/Files.h"
+#include "base/Text.h"
 #include "media/AudioFile.h"
 #include "meeting/MeetingArchive.h"
 #include "support/EnvironmentVariable.h"
@@ -93,11 +94,12 @@ TEST_F(Running, AKilledProgramLosesOnlyWhatWasNotCut) {
         EXPECT_EQ(left[0]->record().kind, MeetingTemplate::interview);
     };
 
-    const auto file = meeting->keepChunk(cut(0, 3.5, 1), sound(32000));
-    ASSERT_TRUE(file);
-    EXPECT_EQ(file->parent_path(), meeting->folder());
+    const auto kept = meeting->keepChunk(cut(0, 3.5, 1), sound(32000)).chunks;
+    ASSERT_EQ(kept.size(), 1u);
+    const fs::path file = kept[0].file;
+    EXPECT_EQ(file.parent_path(), meeting->folder());
     found("0", "", "0:03");
-    ASSERT_TRUE(meeting->keepChunk(cut(1, 71.25), sound(16000)));
+    meeting->keepChunk(cut(1, 71.25), sound(16000));
     found("0 1", "", "1:11");
     meeting->failChunk(0);
     meeting->failChunk(0);
@@ -112,7 +114,7 @@ TEST_F(Running, AKilledProgramLosesOnlyWhatWasNotCut) {
 
     EXPECT_TRUE(meeting->finishChunk(0));
     found("", "Second: \"quoted\"\nwords\uFFFD.", "1:11");
-    EXPECT_FALSE(fs::exists(*file));
+    EXPECT_FALSE(fs::exists(file));
     EXPECT_EQ(meeting->trouble(), "");
 }
 
@@ -255,35 +257,114 @@ TEST_F(Running, WorkersAndTheMainThreadWriteAtTheSameTime) {
     EXPECT_EQ(left[0]->record().userNotes, record.userNotes) << "the latest";
 }
 
-TEST_F(Running, AFullDiskIsToldAndTheMeetingGoesOn) {
+TEST_F(Running, SoundThatNoLineNamesIsTakenUp) {
     const auto meeting = begin();
-    ASSERT_TRUE(meeting->keepChunk(cut(0, 1), sound(16000)));
+    for (int number = 0; number < 5; ++number)
+        meeting->keepChunk(cut(number, 10.0 * (number + 1)), sound(16000 * 8));
+    meeting->finishChunk(words(0, 10, "Heard."));
+    const fs::path journal = meeting->folder() / "journal";
+    // The power failed: the disk has the sound, but not all lines, or none.
+    std::string lines;
+    for (const std::string& line : text::split(files::read(journal).value(), '\n'))
+        if (line.find("\"chunk\":2") == line.npos && line.find("\"chunk\":4") == line.npos)
+            lines += line + "\n";
+    std::ofstream(journal, std::ios::trunc) << lines;
+    std::ofstream(meeting->folder() / "stranger.wav") << std::string(1000, 'x');
+    {
+        const Meetings left = afterKill();
+        ASSERT_EQ(left.size(), 1u);
+        EXPECT_EQ(waitingIn(*left[0]), "1 2 3 4");
+        EXPECT_NEAR(left[0]->waiting()[1].timestamp, 28, 0.01) << "behind the one before";
+        EXPECT_NEAR(left[0]->waiting()[3].timestamp, 48, 0.01);
+    }
+    fs::remove(journal);
+    const Meetings left = afterKill();
+    ASSERT_EQ(left.size(), 1u);
+    EXPECT_EQ(waitingIn(*left[0]), "1 2 3 4") << "the words of the first are gone with the journal";
+    EXPECT_EQ(left[0]->record().subject, "Weekly");
+}
+
+TEST_F(Running, NotesAreDueUntilTheyAreSettled) {
+    const auto isDue = [&] {
+        const auto notes = afterKill().at(0)->notes();
+        return std::pair(notes.areDue, notes.asked);
+    };
+    const auto meeting = begin();
+    meeting->keepChunk(cut(0, 1), sound(100));
+    EXPECT_EQ(isDue(), std::pair(true, 0)) << "killed in the middle, nobody could ask for them";
+    meeting->noteSaved("meeting_2026-11-15_09-30-05.md", "0:10");
+    EXPECT_EQ(isDue(), std::pair(false, 0)) << "it ended without a word of notes";
+    meeting->noteNotes(runningJournal::Notes::due);
+    meeting->noteNotes(runningJournal::Notes::asked);
+    EXPECT_EQ(isDue(), std::pair(true, 1));
+    meeting->noteNotes(runningJournal::Notes::settled);
+    EXPECT_EQ(isDue(), std::pair(false, 1));
+}
+
+TEST_F(Running, AFullDiskIsToldAndSoundWaitsInMemory) {
+    const auto meeting = begin();
+    meeting->keepChunk(cut(0, 1), sound(16000));
     const std::size_t journal = fs::file_size(meeting->folder() / "journal");
     {
         const test::ScarceDisk disk(journal + 4);
-        EXPECT_FALSE(meeting->keepChunk(cut(1, 2), sound(16000)));
-        EXPECT_NE(meeting->trouble(), "");
+        EXPECT_TRUE(meeting->keepChunk(cut(1, 2), sound(16000)).chunks.empty());
+        EXPECT_EQ(meeting->heldChunks(), 1u);
+        EXPECT_NE(meeting->trouble().find("waits in memory (1 of 30 minutes)"), std::string::npos)
+            << meeting->trouble();
         EXPECT_FALSE(meeting->finishChunk(words(0, 1, "Heard.")));
         record.userNotes = std::string(1000, 'x');
         meeting->noteState(record);
         background.runAll();
+        EXPECT_TRUE(meeting->keepHeld().empty());
     }
     EXPECT_EQ(textsIn(*meeting), "Heard.") << "the words are in memory";
     EXPECT_EQ(waitingIn(*afterKill().at(0)), "0") << "and a start would ask for them again";
-    ASSERT_TRUE(meeting->keepChunk(cut(2, 3), sound(16000)));
-    EXPECT_EQ(waitingIn(*afterKill().at(0)), "0 2");
+    const auto kept = meeting->keepChunk(cut(2, 3), sound(16000));
+    background.runAll();
+    ASSERT_EQ(kept.chunks.size(), 2u) << "there is room again";
+    EXPECT_EQ(kept.chunks[0].number, 1);
+    EXPECT_EQ(readRecording(kept.chunks[0].file, 16000).samples.size(), 16000u);
+    EXPECT_EQ(waitingIn(*afterKill().at(0)), "0 1 2");
+    EXPECT_EQ(afterKill().at(0)->record().userNotes, record.userNotes);
+    EXPECT_EQ(meeting->trouble(), "");
 }
 
-TEST_F(Running, WithoutAFolderTheMeetingGoesOnInTheTemporaryFolder) {
-    std::ofstream(folder / "plain") << "";
-    RunningMeeting meeting(folder / "plain" / "meetings", record, background);
+TEST_F(Running, MemoryHoldsHalfAnHourAndTellsWhatIsLost) {
+    const auto meeting = begin();
+    {
+        const test::ScarceDisk disk(0);
+        for (int number = 0; number < 6; ++number)
+            EXPECT_FALSE(meeting->keepChunk(cut(number, 300.0 * number), sound(16000 * 300)).isLost);
+        EXPECT_TRUE(meeting->keepChunk(cut(6, 1801), sound(16000)).isLost);
+        EXPECT_NE(meeting->trouble().find("is lost"), std::string::npos) << meeting->trouble();
+        EXPECT_EQ(meeting->heldChunks(), 6u) << "the beginning stays whole";
+    }
+    EXPECT_EQ(meeting->keepHeld().size(), 6u);
+    EXPECT_EQ(meeting->trouble(), "");
+}
+
+TEST_F(Running, AFolderThatCouldNotBeMadeIsMadeAsSoonAsItCan) {
+    const fs::path archive = folder / "meetings";
+    std::ofstream(archive) << ""; // in the way
+    RunningMeeting meeting(archive, record, background);
     EXPECT_NE(meeting.trouble(), "");
-    const auto file = meeting.keepChunk(cut(0, 1), sound(16000));
-    ASSERT_TRUE(file && fs::exists(*file));
+    const auto kept = meeting.keepChunk(cut(0, 1), sound(16000)).chunks;
+    ASSERT_EQ(kept.size(), 1u) << "in the temporary folder";
+    EXPECT_TRUE(fs::exists(kept[0].file));
     EXPECT_EQ(waitingIn(meeting), "0");
     EXPECT_FALSE(meeting.finishChunk(words(0, 1, "Heard.")));
-    EXPECT_FALSE(fs::exists(*file));
+    EXPECT_FALSE(fs::exists(kept[0].file));
+    record.userNotes = "typed";
     meeting.noteState(record);
-    EXPECT_EQ(textsIn(meeting), "Heard.");
+    fs::remove(archive);
+    meeting.keepChunk(cut(1, 2), sound(16000));
+    background.runAll();
+    EXPECT_EQ(meeting.trouble(), "");
+    fs::copy(archive, copies / "killed", fs::copy_options::recursive);
+    const Meetings left = RunningMeeting::findUnfinished(copies / "killed", background);
+    ASSERT_EQ(left.size(), 1u);
+    EXPECT_EQ(textsIn(*left[0]), "Heard.");
+    EXPECT_EQ(waitingIn(*left[0]), "1");
+    EXPECT_EQ(left[0]->record().userNotes, "typed");
     EXPECT_TRUE(meeting.complete());
 }

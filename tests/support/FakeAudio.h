@@ -4,6 +4,7 @@
 #include "platform/AudioOutput.h"
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -16,6 +17,7 @@ struct FakeMicrophone {
     std::optional<InputDevice> device = InputDevice{7, "Fake microphone", true, false, "fake"};
     InputFormat format{16000, 1};
     std::vector<std::string> startErrors; // of the next starts; "" for one that succeeds
+    std::function<void()> whileStarting;  // how long a start takes, on the thread that asks for it
     int enginesMade = 0;
     int starts = 0;
     int stops = 0;
@@ -46,6 +48,8 @@ public:
         if (m_format.channels == 0)
             return "there is no input device";
         ++m_microphone.starts;
+        if (m_microphone.whileStarting)
+            m_microphone.whileStarting();
         if (!m_microphone.startErrors.empty()) {
             const std::string error = m_microphone.startErrors.front();
             m_microphone.startErrors.erase(m_microphone.startErrors.begin());

@@ -2,6 +2,7 @@
 
 #include "AudioWorld.h"
 #include "audio/AudioRecorder.h"
+#include "base/Background.h"
 #include "base/Clock.h"
 #include "base/Files.h"
 #include "base/NotificationCenter.h"
@@ -49,6 +50,7 @@ protected:
 
     SystemClock clock;
     PumpedQueue queue;
+    ThreadBackground background;
     Config config{std::filesystem::temp_directory_path() / files::makeUuid() / "config.json", clock};
     NotificationCenter notifications;
     SoundServer server;
@@ -59,7 +61,7 @@ protected:
 } // namespace
 
 TEST_F(RecordingTest, ATakeInPieces_GoesOnThroughChangesOfTheDeviceAndOfTheServer) {
-    recorder->startRecording(TakeKind::inPieces);
+    recorder->startInPieces(background);
     double lastRate = 0;
     const auto hears = [&](double frequency) {
         return queue.runUntil([&] {
