@@ -244,7 +244,7 @@ void MeetingTab::tellRecovered() {
 }
 
 void MeetingTab::tellRecoveredNotes() {
-    tell({Notice::Kind::info, "The notes of the meeting that was interrupted have been made."});
+    tell({Notice::Kind::info, "The meeting that was interrupted has its notes now; it is among the recent ones."});
 }
 
 void MeetingTab::exportTo(const std::filesystem::path& file) {

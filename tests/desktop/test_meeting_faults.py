@@ -8,6 +8,7 @@ from harness.fenlo import HOTKEY
 from harness.waiting import wait_for
 
 SENTENCE = "We will ship the release on Friday if all the tests are green"
+NOTES = "TITLE: The day\n\nSUMMARY:\nAll points were spoken of."
 
 
 class MeetingFaults(DesktopCase):
@@ -33,11 +34,12 @@ class MeetingFaults(DesktopCase):
         self.assertEqual(self._files(), [])
 
         self.recogniser.answer("The second point of the day")
+        self.groq.answer(NOTES)
         fenlo = self.start_fenlo()
         fenlo.wait_for("[Fenlo] An interrupted meeting is taken up")
-        self._wait_for_words("The first point of the day", "The second point of the day")
+        self._wait_for_words("The first point of the day", "The second point of the day", "All points were spoken of.")
         home = self._open_tab()
-        home.find("alert", "A meeting that was interrupted has been saved; it is among the recent ones.")
+        home.find("alert", "The meeting that was interrupted has its notes now; it is among the recent ones.")
         self.assertEqual(len(home.find("list", "Recent").all("list item")), 1)
 
         self._begin()
@@ -47,26 +49,43 @@ class MeetingFaults(DesktopCase):
         mark = fenlo.mark()
         self.clip.speak()
         fenlo.wait_for("[Fenlo] Meeting chunk triggered", mark)
+        asked = len(self.groq.requests())
         fenlo.process.terminate()
         self.assertEqual(fenlo.process.wait(2), 0)
         self.assertEqual(len(self._files()), 2, "the words so far have their file at once")
+        self.assertEqual(len(self.groq.requests()), asked, "no notes are begun that would be thrown away")
         self.recogniser.answer("The fourth point of the day")
         fenlo = self.start_fenlo()
-        self._wait_for_words("The third point of the day", "The fourth point of the day")
+        self._wait_for_words("The third point of the day", "The fourth point of the day", "All points were spoken of.")
 
     def test_a_full_disk(self):
         fenlo = self.start_fenlo(fresh=True)
         meetings = fenlo.home / ".fenlo/meetings"
         disk.mount_small(self, meetings, "3m")
+        disk.mount_small(self, fenlo.temporary, "3m")
+        filler = disk.fill(meetings)
         self._begin()
         self._say("Before the disk is full")
+        self.assertFalse(list(meetings.glob("running_*")), "there was no room for the folder")
+        other = disk.fill(fenlo.temporary)
+        self.recogniser.answer("While no disk had room")
+        mark = fenlo.mark()
+        self.clip.speak()
+        fenlo.wait_for("[Fenlo] Meeting chunk triggered (silence", mark)
+        home = screen.window(fenlo.process.pid)
+        home.find("alert", "The meeting cannot be kept: the disk is full; what is said waits in memory (1 of 30 minutes)")
+        other.unlink()
+        filler.unlink()
+        fenlo.wait_for("[Fenlo] Meeting segment", mark, 30)
+        self.assertTrue(list(meetings.glob("running_*")), "the folder is made as soon as it can be")
+
         filler = disk.fill(meetings)
         self._say("On the full disk")
         self.panel.choose("Stop Meeting Mode")
         fenlo.wait_for("[Fenlo] ERROR: the meeting cannot be saved to")
         screen.window(fenlo.process.pid).find("alert", "The meeting c…")
         filler.unlink()
-        self._wait_for_words("Before the disk is full", "On the full disk", patience=45)
+        self._wait_for_words("Before the disk is full", "While no disk had room", "On the full disk", patience=45)
 
     def _open_tab(self):
         self.panel.choose("Meeting Mode")
