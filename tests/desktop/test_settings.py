@@ -89,8 +89,7 @@ class Settings(DesktopCase):
         desktop.shortcut("w")  # what was typed a moment ago is kept
         file = fenlo.home / ".fenlo/snippets.json"
         expected = [{"trigger": "my sig", "text": "Best regards, Anna"}]
-        wait_for(lambda: file.exists() and json.loads(file.read_text()), "the snippet in the file")
-        self.assertEqual(json.loads(file.read_text()), expected)
+        wait_for(lambda: file.exists() and json.loads(file.read_text()) == expected, "the snippet in the file")
         editor.activate()
         self._say("My sig.")
         editor.wait_for_text("Best regards, Anna")
@@ -128,8 +127,7 @@ class Settings(DesktopCase):
         desktop.press(f"{desktop.RIGHT_CONTROL}+End", "a")
         expected = [{"trigger": "my sig", "text": "Best regards, Anna"}]
         file = fenlo.home / ".fenlo/snippets.json"
-        wait_for(lambda: file.exists() and json.loads(file.read_text()), "the snippet in the file")
-        self.assertEqual(json.loads(file.read_text()), expected)
+        wait_for(lambda: file.exists() and json.loads(file.read_text()) == expected, "the snippet in the file")
 
     def _section(self, name):
         self.home.find("list item", name).press()
