@@ -10,6 +10,7 @@ find_package(ZLIB REQUIRED)
 find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets DBus Qml Quick QuickControls2)
 
+pkg_check_modules(EXPAT REQUIRED IMPORTED_TARGET expat)
 pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
 pkg_check_modules(FLAC REQUIRED IMPORTED_TARGET flac)
 pkg_check_modules(MPG123 REQUIRED IMPORTED_TARGET libmpg123)

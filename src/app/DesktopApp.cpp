@@ -9,6 +9,7 @@
 #include "app/ProgramRun.h"
 #include "app/TakeServices.h"
 #include "app/TerminationSignals.h"
+#include "app/Updates.h"
 #include "app/Windows.h"
 
 #include "audio/AudioRecorder.h"
@@ -75,7 +76,7 @@ std::string displayName() {
 }
 
 MenuSources menuSources(const AudioRecorder& recorder, const TakeServices& services,
-                        const MeetingModeController& meetings) {
+                        const MeetingModeController& meetings, const AutoUpdater& updater) {
     MenuSources sources;
     sources.version = version;
     sources.hotkeyLabel = hotkeyLabel;
@@ -84,6 +85,7 @@ MenuSources menuSources(const AudioRecorder& recorder, const TakeServices& servi
     sources.allTimeStats = [&] { return services.statistics.shownAllTimeStats(); };
     sources.meetingStatus = [&] { return meetings.status(); };
     sources.hasKeptTake = [&] { return !services.keptTakes.isEmpty(); };
+    sources.updateNotice = [&] { return updater.notice(); };
     return sources;
 }
 
@@ -219,6 +221,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     ThreadBackground background;
     TakeServices services(config, deployment, platform.http, platform.secrets, clock);
     Account account({services, mainQueue, background, notifications});
+    Updates updates({deployment, platform.http, config, clock, mainQueue, background});
 
     ChosenInput microphone(platform.audioInput, config, notifications);
     AudioRecorder recorder(microphone, clock, mainQueue, config, notifications);
@@ -234,7 +237,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     OverlayWindow overlay({config, clock, mainQueue, platform.pills, platform.cards, platform.keys, workspace,
                            [&](const std::string& text) { inserter.copyToClipboard(text); }});
     MenuBarController menuBar(config, platform.statusItem, notifications, workspace, deployment,
-                              menuSources(recorder, services, meetings.controller));
+                              menuSources(recorder, services, meetings.controller, updates.updater));
     DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
                               contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes},
                              sessionHooks(workspace, services, notifications, meetings.controller, account));
@@ -257,6 +260,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
               desktopChecks(platform, microphone, workspace, inserter),
               SignIn(),
               voiceProfileFile()},
+         .updater = updates.updater,
          .deployment = deployment,
          .http = platform.http,
          .secrets = platform.secrets,
@@ -264,6 +268,10 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
          .startMeeting = [&] { meetingControl.start(); },
          .stopMeeting = [&] { meetingControl.stop(); },
          .takeLevel = [&] { return recorder.isRecording() ? std::optional(recorder.currentRMS()) : std::nullopt; }});
+    updates.updater.isBusy = [&] {
+        return session.isRecording() || session.isProcessing() || meetings.controller.isActive();
+    };
+    updates.addTo(menuBar, [&] { windows.showUpdates(); });
     AppHooks hooks = appHooks(mainQueue, services, windows, deployment);
     addMeetings(meetings.controller, meetingControl, windows.meeting, hooks);
     account.addTo(hooks);

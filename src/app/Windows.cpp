@@ -43,7 +43,8 @@ Windows::Windows(const WindowServices& services)
                 .keychain = services.take.keychain,
                 .localTranscriber = services.take.localTranscriber,
                 .tones = services.tones,
-                .workspace = services.workspace}),
+                .workspace = services.workspace,
+                .offersUpdates = services.deployment.offersUpdates()}),
       hotkeyTest(services.take.config, services.keys, services.notifications, services.mainQueue),
       snippets(Snippets::defaultFile(), services.clock),
       dashboard(
@@ -76,6 +77,7 @@ Windows::Windows(const WindowServices& services)
                         .offlineModels = offlineModels,
                         .microphone = microphone},
                .firstStart = services.firstStart,
+               .updater = services.updater,
                .hotkey = [&config = services.take.config] { return hotkeyLabel(config.get().hotkey); }} {}
 
 Screens* Windows::screens() {
@@ -110,6 +112,11 @@ void Windows::presentOnboarding() {
 void Windows::showWelcome() {
     if (Screens* const all = screens())
         all->showWelcome();
+}
+
+void Windows::showUpdates() {
+    if (Screens* const all = screens())
+        all->showUpdates();
 }
 
 } // namespace fenlo

@@ -21,6 +21,7 @@
 namespace fenlo {
 
 class AudioInput;
+class AutoUpdater;
 class Background;
 class Clock;
 class KeyEvents;
@@ -42,6 +43,7 @@ struct WindowServices {
     TonePlayer& tones;
     std::function<void(const std::string&)> copyToClipboard;
     OnboardingServices firstStart;
+    AutoUpdater& updater;
     const Deployment& deployment;
     HttpClient& http;
     SecureStore& secrets;
@@ -75,6 +77,7 @@ struct Windows {
     void showOnboarding(OnboardingStart start);
     void presentOnboarding();
     void showWelcome();
+    void showUpdates();
 
 private:
     /// Null where they cannot be loaded.

@@ -6,6 +6,18 @@
 
 namespace fenlo {
 
+namespace {
+
+std::string_view nameIn(std::string_view variable) {
+    return variable.substr(0, variable.find('='));
+}
+
+bool isKey(std::string_view name) {
+    return name.ends_with("_API_KEY");
+}
+
+} // namespace
+
 std::string environment(const char* variable, const std::string& otherwise) {
     const char* const value = std::getenv(variable);
     return value && *value ? value : otherwise;
@@ -13,12 +25,18 @@ std::string environment(const char* variable, const std::string& otherwise) {
 
 std::vector<std::string> environmentForOthers() {
     std::vector<std::string> variables;
-    for (char** variable = environ; *variable; ++variable) {
-        const std::string_view text = *variable;
-        if (!text.substr(0, text.find('=')).ends_with("_API_KEY"))
-            variables.emplace_back(text);
-    }
+    for (char** variable = environ; *variable; ++variable)
+        if (!isKey(nameIn(*variable)))
+            variables.emplace_back(*variable);
     return variables;
+}
+
+std::vector<std::string> variablesNotForOthers() {
+    std::vector<std::string> names;
+    for (char** variable = environ; *variable; ++variable)
+        if (const std::string_view name = nameIn(*variable); isKey(name))
+            names.emplace_back(name);
+    return names;
 }
 
 } // namespace fenlo

@@ -5,6 +5,7 @@
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/Text.h"
+#include "base/Url.h"
 #include "hub/FolderLock.h"
 #include "hub/HubPaths.h"
 #include "hub/ParallelFetch.h"
@@ -66,8 +67,8 @@ std::vector<RepoFile> list(const HubConnection& connection, const std::vector<st
                 files.push_back(std::move(file));
         }
         const std::string next = nextPage(headerOf(answer, "link"));
-        const std::string previous = std::exchange(address, next.empty() ? "" : resolveAddress(address, next));
-        if (!next.empty() && originOf(address) != originOf(previous))
+        const std::string previous = std::exchange(address, next.empty() ? "" : url::resolveAddress(address, next));
+        if (!next.empty() && url::originOf(address) != url::originOf(previous))
             refuseList(connection.repo(), "goes on at another host");
     }
     return files;

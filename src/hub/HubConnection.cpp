@@ -4,7 +4,6 @@
 #include "base/Url.h"
 #include "hub/HubPaths.h"
 #include "hub/Retries.h"
-#include "hub/WebAddress.h"
 
 #include <algorithm>
 #include <charconv>
@@ -16,10 +15,6 @@ namespace {
 using Kind = HubError::Kind;
 
 constexpr int maxRedirects = 5;
-
-bool isRedirect(int status) {
-    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
-}
 
 bool isSuccess(int status) {
     return status >= 200 && status < 300;
@@ -46,7 +41,7 @@ HubConnection::HubConnection(HttpClient& http, const HubSettings& settings, std:
     if (!isRepoName(m_repo))
         throw HubError(Kind::notFound,
                        "\"" + shown(m_repo) + "\" is no name of a repository; it looks like \"publisher/name\"");
-    if (originOf(m_endpoint).empty())
+    if (url::originOf(m_endpoint).empty())
         throw HubError(Kind::network, "the address of the model hub is no http or https address; check HF_ENDPOINT");
 }
 
@@ -59,7 +54,7 @@ std::string HubConnection::fileAddress(const std::string& path) const {
 }
 
 HttpResponse HubConnection::get(HttpRequest request, const std::string& what, std::stop_token stop) const {
-    const std::string home = originOf(m_endpoint);
+    const std::string home = url::originOf(m_endpoint);
     const auto plainHeaders = request.headers;
     if (request.onBody)
         request.onHead = [wanted = request.onHead](const HttpResponse& head) {
@@ -70,7 +65,7 @@ HttpResponse HubConnection::get(HttpRequest request, const std::string& what, st
     request.leastRate = m_settings.leastRate;
     bool isFromHub = true;
     for (int redirects = 0; redirects <= maxRedirects; ++redirects) {
-        isFromHub = isFromHub && originOf(request.url) == home;
+        isFromHub = isFromHub && url::originOf(request.url) == home;
         request.headers = plainHeaders;
         if (isFromHub && !m_settings.token.empty())
             request.headers.emplace_back("Authorization", "Bearer " + m_settings.token);
@@ -79,7 +74,7 @@ HttpResponse HubConnection::get(HttpRequest request, const std::string& what, st
             return answer;
         if (!isRedirect(answer.status))
             refuse(answer, what, isFromHub);
-        const std::string next = resolveAddress(request.url, headerOf(answer, "location"));
+        const std::string next = url::resolveAddress(request.url, headerOf(answer, "location"));
         if (next.empty() || (request.url.starts_with("https:") && !text::lower(next).starts_with("https:")))
             throw HubError(Kind::badReply,
                            "the hub leads the download of " + what + " to an unusable address; try again later");
@@ -139,12 +134,6 @@ void HubConnection::refuse(const HttpResponse& answer, const std::string& what, 
         throw HubError(Kind::badReply,
                        "the hub gave an unexpected answer for " + what + status + "; check HF_ENDPOINT");
     }
-}
-
-std::string headerOf(const HttpResponse& response, std::string_view name) {
-    const auto found = std::find_if(response.headers.begin(), response.headers.end(),
-                                    [&](const auto& entry) { return entry.first == name; });
-    return found == response.headers.end() ? "" : found->second;
 }
 
 } // namespace fenlo::hub

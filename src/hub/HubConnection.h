@@ -1,7 +1,7 @@
 #pragma once
 
 #include "hub/HubClient.h"
-#include "platform/HttpClient.h"
+#include "platform/HttpAnswer.h"
 
 namespace fenlo::hub {
 
@@ -34,8 +34,5 @@ private:
     const std::string m_repo;
     const std::string m_endpoint; // without a slash at its end
 };
-
-/// The value of the first header of that name (in lower case), or "".
-std::string headerOf(const HttpResponse& response, std::string_view name);
 
 } // namespace fenlo::hub

@@ -55,6 +55,7 @@ struct Settings {
     bool typeShortTexts = false; // instead of pasting them, which leaves a trace in some clipboard histories
     bool keepFailedTakes = true; // or what was not recognised is deleted
     Choice<ColourScheme> colourScheme = ColourScheme::system;
+    bool checkForUpdates = false; // once a day, where the deployment has updates
 };
 
 /// What keeps a file of settings from being used. It is never overwritten.

@@ -64,7 +64,10 @@ void MenuBarController::refreshMenu() {
         add({"Meeting Mode", onToggleMeeting});
     }
     add(MenuItem::separator());
-    add({"Check for Updates...", checkForUpdates});
+    if (const std::string notice = m_sources.updateNotice(); !notice.empty())
+        add({notice + "...", onShowUpdate});
+    if (checkForUpdates)
+        add({"Check for Updates...", checkForUpdates});
     add(line("Fenlo v" + m_sources.version));
     add({"Need help? " + m_deployment.supportAddress, [this] { emailHelp(); }});
     add(MenuItem::separator());

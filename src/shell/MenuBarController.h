@@ -30,6 +30,7 @@ struct MenuSources {
     std::function<AllTimeStats()> allTimeStats = [] { return AllTimeStats(); };
     std::function<std::optional<MeetingStatus>()> meetingStatus = [] { return std::nullopt; }; // of a running meeting
     std::function<bool()> hasKeptTake = [] { return false; };
+    std::function<std::string()> updateNotice = [] { return std::string(); }; // of a newer release that was found
 };
 
 /// The icon in the tray, which shows the state of the session, and its menu with the day's numbers and the most used
@@ -44,12 +45,13 @@ public:
     MenuBarController(const MenuBarController&) = delete;
     MenuBarController& operator=(const MenuBarController&) = delete;
 
-    // Menu lines without a closure are disabled. Call refreshMenu() after setting one.
+    // Menu lines without a closure are disabled, those about updates are absent. Call refreshMenu() after setting one.
     std::function<void()> onShowHistory;
     std::function<void()> onToggleMeeting;
     std::function<void()> onQuit;
     std::function<void()> checkForUpdates;
-    std::function<void()> onTryAgain; // of the last take that was kept
+    std::function<void()> onShowUpdate; // what the notice is about
+    std::function<void()> onTryAgain;   // of the last take that was kept
 
     /// Rebuilds the menu.
     void refreshMenu();

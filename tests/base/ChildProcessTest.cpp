@@ -1,4 +1,5 @@
 #include "base/ChildProcess.h"
+#include "base/ChildOutput.h"
 #include "base/Descriptor.h"
 #include "base/Files.h"
 #include "support/EnvironmentVariable.h"
@@ -37,4 +38,18 @@ TEST(ChildProcess, ReadsNothing_IsBlockedInNoSignal_AndSeesNoFileAndNoKeyOfOurs)
 TEST(ChildProcess, AProgramThatIsNotThereIsToldByItsErrorNumber) {
     pid_t process = 0;
     EXPECT_EQ(startChild({"no-such-program-here"}, {}, process), ENOENT);
+}
+
+TEST(ChildOutput, IsWhatAProgramWritesUntilItsEnd_AndNothingWhereItHasNone) {
+    const auto output = outputOf({"sh", "-c", "echo one; sleep 0.1; echo two; exit 3"}, 20, {});
+    ASSERT_TRUE(output);
+    EXPECT_EQ(output->text, "one\ntwo\n");
+    EXPECT_EQ(output->exitStatus, 3);
+    EXPECT_EQ(outputOf({"sh", "-c", "kill -9 $$"}, 20, {}).value().exitStatus, -1);
+    EXPECT_FALSE(outputOf({"no-such-program-here"}, 20, {}));
+    EXPECT_FALSE(outputOf({"sleep", "600"}, 0.01, {}));
+    EXPECT_FALSE(outputOf({"yes"}, 20, {})) << "it writes without an end";
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_FALSE(outputOf({"sleep", "600"}, 600, stop.get_token()));
 }

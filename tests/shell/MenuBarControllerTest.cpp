@@ -26,6 +26,7 @@ protected:
         sources.todayStats = [this] { return today; };
         sources.allTimeStats = [this] { return allTime; };
         sources.meetingStatus = [this] { return meeting; };
+        sources.updateNotice = [this] { return updateNotice; };
         menu.emplace(config, item, notifications, workspace, deployment, std::move(sources));
     }
 
@@ -54,6 +55,7 @@ protected:
     TodayStats today;
     AllTimeStats allTime;
     std::optional<MeetingStatus> meeting;
+    std::string updateNotice;
     std::optional<MenuBarController> menu;
 };
 
@@ -63,6 +65,7 @@ TEST_F(Menu, HasAllLinesInTheirOrder) {
     today = {412, 9, 180.0, 137};
     allTime = {120000, 2100, 800.0, 150, 40};
     config.update([](Settings& s) { s.profession = "pm"; });
+    menu->checkForUpdates = [] {};
     menu->refreshMenu();
     EXPECT_EQ(item.titles(), (Lines{
                                  "Hold [Left Control] to dictate",
@@ -121,18 +124,30 @@ TEST_F(Menu, ShowsARunningMeeting) {
 }
 
 TEST_F(Menu, LinesWithoutAClosureAreDisabledUntilItIsSet) {
-    const Lines titles{"Open Fenlo", "Meeting Mode", "Check for Updates...", "Quit Fenlo"};
+    const Lines titles{"Open Fenlo", "Meeting Mode", "Quit Fenlo"};
     for (const std::string& title : titles)
         EXPECT_FALSE(isEnabled(title)) << title;
     Lines called;
     menu->onShowHistory = [&] { called.push_back("Open Fenlo"); };
     menu->onToggleMeeting = [&] { called.push_back("Meeting Mode"); };
-    menu->checkForUpdates = [&] { called.push_back("Check for Updates..."); };
     menu->onQuit = [&] { called.push_back("Quit Fenlo"); };
     menu->refreshMenu();
     for (const std::string& title : titles)
         choose(title);
     EXPECT_EQ(called, titles);
+}
+
+TEST_F(Menu, LinesAboutUpdatesAreThereOnlyWhereThereIsSomethingToChoose) {
+    EXPECT_FALSE(item.find("Check for Updates..."));
+    EXPECT_FALSE(item.find("Fenlo 9.0 is available..."));
+    Lines called;
+    menu->checkForUpdates = [&] { called.push_back("check"); };
+    menu->onShowUpdate = [&] { called.push_back("show"); };
+    updateNotice = "Fenlo 9.0 is available";
+    menu->refreshMenu();
+    choose("Check for Updates...");
+    choose("Fenlo 9.0 is available...");
+    EXPECT_EQ(called, (Lines{"check", "show"}));
 }
 
 TEST_F(Menu, MicrophoneModesAreStoredAndAnnounced) {

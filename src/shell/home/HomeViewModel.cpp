@@ -50,6 +50,7 @@ constexpr auto mirrors = std::make_tuple(
     Mirror{&HomeViewModel::offlineMode, &Settings::offlineMode},
     Mirror{&HomeViewModel::typeShortTexts, &Settings::typeShortTexts},
     Mirror{&HomeViewModel::keepFailedTakes, &Settings::keepFailedTakes},
+    Mirror{&HomeViewModel::checkForUpdates, &Settings::checkForUpdates},
     Mirror{&HomeViewModel::language, &Settings::language}, Mirror{&HomeViewModel::profession, &Settings::profession},
     Mirror{&HomeViewModel::hotkey, &Settings::hotkey}, Mirror{&HomeViewModel::soundScheme, &Settings::soundScheme},
     Mirror{&HomeViewModel::outputMode, &Settings::outputMode},
@@ -97,7 +98,7 @@ LocalTranscriber::Steps telling(const std::function<void(double)>& progress, Mai
 } // namespace
 
 HomeViewModel::HomeViewModel(const HomeServices& services)
-    : engineRunsHere(services.engineRunsHere), m_services(services) {
+    : engineRunsHere(services.engineRunsHere), offersUpdates(services.offersUpdates), m_services(services) {
     readSettings();
     m_settingsChanged = m_services.config.watch([this] { followSettings(); });
 }

@@ -33,6 +33,7 @@ struct HomeServices {
     TonePlayer& tones;
     Workspace& workspace;
     bool engineRunsHere = true; // on this processor
+    bool offersUpdates = false; // the deployment
 };
 
 /// The settings as the screens show and change them: a mirror of each, which follows the settings whoever changes them.
@@ -59,6 +60,7 @@ public:
     bool offlineMode = false;
     bool typeShortTexts = false;
     bool keepFailedTakes = false;
+    bool checkForUpdates = false;
     std::string language;
     std::string profession;
     std::string hotkey;
@@ -76,6 +78,7 @@ public:
     std::string offlineSetupStatus;  // empty when there is nothing to tell
     bool isSettingUpOffline = false;
     const bool engineRunsHere;
+    const bool offersUpdates;
     bool showProfileEditor = false;
 
     /// Writes each mirror that was changed into the settings and saves them. The others are left to whoever changed

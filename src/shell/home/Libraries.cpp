@@ -7,6 +7,7 @@ namespace {
 constexpr Library all[] = {
     {"CLI11", "BSD-3-Clause", "The command line"},
     {"curl", "curl", "Talking to the services"},
+    {"Expat", "MIT", "The feed of updates"},
     {"FLAC", "BSD-3-Clause", "Reading recordings"},
     {"{fmt}", "MIT", "Lines of the log"},
     {"GLib", "LGPL-2.1-or-later", "The desktop's message bus"},

@@ -27,6 +27,7 @@ constexpr Hint hints[] = {
     {"smartRewriteStyle", "Full polishes tone & grammar; Minimal only fixes misheard words"},
     {"sttEngine", "Which transcription algorithm to use"},
     {"smartRewriteModel", "AI model for Smart Rewrite"},
+    {"checkForUpdates", "Asks whether there is a newer version; installs nothing by itself"},
     {"openAtLogin", "Start Fenlo when you log in"},
     {"keepFailedTakes", "What was not recognized stays on this computer and can be tried again"},
     {"typeShortTexts", "Leaves no trace in clipboard histories"},

@@ -95,4 +95,20 @@ Page {
             }
         }
     }
+    FormGroup {
+        title: "Updates"
+        visible: page.settings.offersUpdates
+
+        FormRow {
+            title: "Look for updates once a day"
+            hint: page.settings.hint("checkForUpdates")
+
+            Toggle {
+                value: page.settings.checkForUpdates
+                onChosen: on => page.settings.checkForUpdates = on
+                Accessible.name: "Look for updates once a day"
+                Accessible.description: page.settings.hint("checkForUpdates")
+            }
+        }
+    }
 }

@@ -31,6 +31,8 @@ class SettingsAdapter final : public QObject {
     Q_PROPERTY(bool showAppInPill READ showAppInPill WRITE setShowAppInPill NOTIFY changed)
     Q_PROPERTY(bool typeShortTexts READ typeShortTexts WRITE setTypeShortTexts NOTIFY changed)
     Q_PROPERTY(bool keepFailedTakes READ keepFailedTakes WRITE setKeepFailedTakes NOTIFY changed)
+    Q_PROPERTY(bool offersUpdates READ offersUpdates CONSTANT)
+    Q_PROPERTY(bool checkForUpdates READ checkForUpdates WRITE setCheckForUpdates NOTIFY changed)
     Q_PROPERTY(bool opensAtLogin READ opensAtLogin WRITE setOpensAtLogin NOTIFY changed)
     Q_PROPERTY(QString loginFault READ loginFault NOTIFY changed)
     Q_PROPERTY(QString storageLine READ storageLine NOTIFY changed)
@@ -111,6 +113,9 @@ public:
     void setTypeShortTexts(bool on) { set(m_model.typeShortTexts, on); }
     bool keepFailedTakes() const { return m_model.keepFailedTakes; }
     void setKeepFailedTakes(bool on) { set(m_model.keepFailedTakes, on); }
+    bool offersUpdates() const { return m_model.offersUpdates; }
+    bool checkForUpdates() const { return m_model.checkForUpdates; }
+    void setCheckForUpdates(bool on) { set(m_model.checkForUpdates, on); }
     bool opensAtLogin() const { return m_model.opensAtLogin(); }
     void setOpensAtLogin(bool opens) { m_model.setOpensAtLogin(opens); }
     QString loginFault() const { return QString::fromStdString(m_model.loginFault); }

@@ -10,6 +10,7 @@
 
 namespace fenlo {
 
+class AutoUpdater;
 class Config;
 
 /// What the windows stand on. All outlive them.
@@ -18,6 +19,7 @@ struct ScreenModels {
     MainQueue& mainQueue;
     HomeModels home;
     OnboardingServices firstStart;
+    AutoUpdater& updater;
     std::function<std::string()> hotkey; // its label
 };
 
@@ -35,6 +37,7 @@ public:
     virtual void showOnboarding(OnboardingStart start) = 0;
     virtual void presentOnboarding() = 0;
     virtual void showWelcome() = 0;
+    virtual void showUpdates() = 0;
 };
 
 /// The module's only entrance.
