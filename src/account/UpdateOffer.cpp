@@ -26,11 +26,19 @@ std::vector<Release> readable(const std::vector<FeedItem>& items) {
     return releases;
 }
 
-/// Packages are named as Debian names them: "fenlo_1.4.0_amd64.deb".
+/// Packages are named as Debian names them, "fenlo_1.4.0_amd64.deb"; one whose name tells no system may be for this
+/// one.
 bool isFor(const FeedEnclosure& file, const std::string& architecture) {
-    const std::string path = file.url.substr(0, file.url.find_first_of("?#"));
-    return (file.system.empty() || file.system == "linux") &&
-           (path.ends_with("_" + architecture + ".deb") || path.ends_with("_all.deb"));
+    constexpr std::string_view ending = ".deb";
+    std::string_view name = file.url;
+    name = name.substr(0, name.find_first_of("?#"));
+    name = name.substr(name.rfind('/') + 1);
+    if (!name.ends_with(ending) || (!file.system.empty() && file.system != "linux"))
+        return false;
+    name.remove_suffix(ending.size());
+    const std::size_t mark = name.rfind('_');
+    const std::string_view told = mark == std::string_view::npos ? architecture : name.substr(mark + 1);
+    return told == architecture || told == "all";
 }
 
 /// The release's file for this system; null when it has none.

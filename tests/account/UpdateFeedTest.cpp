@@ -96,6 +96,12 @@ TEST(UpdateOffer, IsTheNewestThatFits_WithWhatIsNewSinceThen) {
     ASSERT_EQ(offer->notes.size(), 2u);
     EXPECT_EQ(offer->notes[0].text + offer->notes[1].text, "SixthFifth");
     EXPECT_FALSE(offerOf(feed, groundOf("1.6")));
+    Release named("1.7", "named", feedKey);
+    for (const auto& [name, fits] : {std::pair("fenlo.deb", true), std::pair("a_b/fenlo_1_all.deb?x", true),
+                                     std::pair("fenlo_amd64.deb.zip", false), std::pair("fenlo_i386.deb", false)}) {
+        named.address = std::string("https://updates.example/") + name;
+        EXPECT_EQ(offerOf(named.item(), groundOf("1.4")).has_value(), fits) << name;
+    }
     EXPECT_FALSE(offerOf("", groundOf("1.4")));
 
     UpdateGround beta = groundOf("2.0-alpha");

@@ -1,13 +1,15 @@
 #pragma once
 
-#include "account/AutoUpdater.h"
 #include "account/UpdateWords.h"
+#include "base/Changes.h"
 
 #include <QObject>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 
 namespace fenlo {
+
+class AutoUpdater;
 
 /// The updater for its window.
 class UpdateAdapter final : public QObject {
@@ -39,20 +41,20 @@ public:
 
     explicit UpdateAdapter(AutoUpdater& updater);
 
-    Stage stage() const { return static_cast<Stage>(m_updater.stage()); }
+    Stage stage() const;
     QString title() const { return QString::fromStdString(m_words.title); }
     QString text() const { return QString::fromStdString(m_words.text); }
     QString notes() const { return QString::fromStdString(m_words.notes); }
-    QString fault() const { return QString::fromStdString(m_updater.fault()); }
-    bool canInstall() const { return m_updater.offer() && m_updater.offer()->package; }
-    bool hasInstaller() const { return m_updater.wasOpened(); }
+    QString fault() const;
+    bool canInstall() const;
+    bool hasInstaller() const;
     double progress() const;
 
-    Q_INVOKABLE void install() { m_updater.install(); }
-    Q_INVOKABLE void openInstaller() { m_updater.openInstaller(); }
-    Q_INVOKABLE void showInFolder() { m_updater.showInFolder(); }
-    Q_INVOKABLE void tryAgain() { m_updater.tryAgain(); }
-    Q_INVOKABLE void skip() { m_updater.skipThisVersion(); }
+    Q_INVOKABLE void install();
+    Q_INVOKABLE void openInstaller();
+    Q_INVOKABLE void showInFolder();
+    Q_INVOKABLE void tryAgain();
+    Q_INVOKABLE void skip();
 
 Q_SIGNALS:
     void changed();
