@@ -101,7 +101,10 @@ bool Transcriber::goesToLocalEngine(const Settings& settings) const {
     return settings.offlineMode && m_local.isReady();
 }
 
-CloudService Transcriber::chosenService(const Settings& settings) const {
+/// A configuration that came, or changed, after the set-up counts too.
+CloudService Transcriber::chosenService(const Settings& settings) {
+    if (const auto configuration = m_keys.remoteAtHand())
+        takeProvider(*configuration);
     return chosenRecogniser(settings, provider());
 }
 

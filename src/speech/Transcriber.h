@@ -64,7 +64,7 @@ private:
     };
 
     bool goesToLocalEngine(const Settings& settings) const;
-    CloudService chosenService(const Settings& settings) const;
+    CloudService chosenService(const Settings& settings);
     std::string provider() const;
     void takeProvider(const ServiceKeys::Configuration& configuration);
     std::optional<std::string> keyOf(CloudService service, std::stop_token stop);

@@ -8,6 +8,40 @@
 
 namespace fenlo {
 
+namespace {
+
+/// Null for screens that the service does not know.
+const char* eventOf(OnboardingScreen screen) {
+    switch (screen) {
+    case OnboardingScreen::login:
+        return "onboarding.login";
+    case OnboardingScreen::welcome:
+        return "onboarding.welcome";
+    case OnboardingScreen::profession:
+        return "onboarding.profession";
+    case OnboardingScreen::permissions:
+        return "onboarding.permissions";
+    case OnboardingScreen::practice:
+        return "onboarding.practice";
+    case OnboardingScreen::voiceProfile:
+        return "onboarding.voice_profile";
+    case OnboardingScreen::features:
+        return "onboarding.features";
+    case OnboardingScreen::email:
+        return "onboarding.email_collection";
+    case OnboardingScreen::done:
+        return "onboarding.done";
+    case OnboardingScreen::professionDetails:
+    case OnboardingScreen::twoModes:
+    case OnboardingScreen::micMode:
+    case OnboardingScreen::recogniser:
+        break;
+    }
+    return nullptr;
+}
+
+} // namespace
+
 Onboarding::Onboarding(const OnboardingServices& services, OnboardingStart start)
     : login(services.signIn), profession(services.take.recording.config),
       checks(services.desktop, services.take.recording.queue, services.take.recording.background),
@@ -15,7 +49,7 @@ Onboarding::Onboarding(const OnboardingServices& services, OnboardingStart start
                   services.take.recording.queue, [] { return std::nullopt; }},
                  services.menuBar),
       practice(services.take, services.steps, state), flow(state, std::move(start)), m_services(services.take),
-      m_voiceProfile(services.voiceProfile) {
+      m_voiceProfile(services.voiceProfile), m_sendEvent(services.sendEvent) {
     login.onSignedIn = [this](const std::string& name, const std::string& email) { flow.signedIn(name, email); };
 }
 
@@ -50,7 +84,15 @@ bool Onboarding::isWanted(OnboardingScreen screen) const {
     }
 }
 
+/// Once for each step: who goes back and on again has reached nothing new. A voice profile from the settings is no
+/// step.
+void Onboarding::tellReached(OnboardingScreen screen) {
+    if (const char* event = eventOf(screen); event && !state.voiceProfileOnly && m_reached.insert(screen).second)
+        m_sendEvent(event);
+}
+
 void Onboarding::enter(OnboardingScreen screen) {
+    tellReached(screen);
     switch (screen) {
     case OnboardingScreen::permissions:
         checks.begin();

@@ -10,7 +10,10 @@
 #include "shell/onboarding/VoiceReading.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <set>
+#include <string>
 
 namespace fenlo {
 
@@ -22,6 +25,8 @@ struct OnboardingServices {
     SystemChecks::Desktop desktop;
     SignIn signIn;
     std::filesystem::path voiceProfile;
+    /// Tells the service how far a first start comes: "onboarding.welcome". Returns at once.
+    std::function<void(const std::string& name)> sendEvent = [](const std::string&) {};
 };
 
 /// One walk through the first start: its course, and what each of its screens works on. The hotkey and the microphone
@@ -56,12 +61,15 @@ public:
 private:
     bool isWanted(OnboardingScreen screen) const;
     void enter(OnboardingScreen screen);
+    void tellReached(OnboardingScreen screen);
     void leave(OnboardingScreen screen, OnboardingFlow::Hooks::Leaving leaving);
     void beginReading();
     void endReading();
 
     const Practice::Services m_services;
     const std::filesystem::path m_voiceProfile;
+    const std::function<void(const std::string&)> m_sendEvent;
+    std::set<OnboardingScreen> m_reached;
     std::unique_ptr<VoiceReading> m_reading;
     Lifetime m_lifetime;
 };
