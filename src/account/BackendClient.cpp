@@ -21,9 +21,7 @@ using Json = nlohmann::json;
 
 namespace {
 
-constexpr char tokenAccount[] = "backend_token";
 constexpr double configTTL = 1800.0;                  // seconds
-constexpr std::size_t maxConfigBytes = 1u << 20;      // keys and choices
 constexpr std::size_t maxStatisticsBytes = 16u << 20; // the history of years
 constexpr std::size_t entriesAtOnce = 1000;           // so that a long history passes within the time-out
 constexpr double never = std::numeric_limits<double>::infinity();
@@ -56,7 +54,7 @@ std::optional<Json> BackendClient::ask(ServiceRequest request, double end, std::
 }
 
 std::optional<std::string> BackendClient::token() {
-    if (auto stored = m_services.keychain.load(tokenAccount); stored && !stored->empty())
+    if (auto stored = m_services.keychain.load(backendTokenAccount); stored && !stored->empty())
         return stored;
     std::string unstored = m_state.with([](const State& state) { return state.unstoredToken; });
     return unstored.empty() ? std::nullopt : std::optional(std::move(unstored));
@@ -72,15 +70,15 @@ std::optional<std::string> BackendClient::registerUntil(double end, std::stop_to
                     {"os_version", m_installation.osVersion},
                     {"app_version", orElse(m_installation.appVersion, "unknown")}};
     const auto reply = ask({.method = "POST", .path = "/register", .body = &body}, end, stop);
-    if (!succeeded(reply) || !reply->contains("token") || !reply->at("token").is_string())
+    if (!reply || !reply->contains("token") || !reply->at("token").is_string())
         return {};
     // It goes into a header, where a line end would begin another.
     auto token = checkedKey(reply->at("token").get_ref<const std::string&>());
     if (!token)
         return {};
-    m_services.keychain.save(tokenAccount, *token);
+    m_services.keychain.save(backendTokenAccount, *token);
     // Without a keyring it counts until the program ends.
-    const bool isStored = m_services.keychain.load(tokenAccount) == token;
+    const bool isStored = m_services.keychain.load(backendTokenAccount) == token;
     m_state.with([&](State& state) { state.unstoredToken = isStored ? std::string() : *token; });
     logInfo("Backend: registered");
     return token;
@@ -124,8 +122,9 @@ bool BackendClient::post(const std::string& path, const Json& body, std::stop_to
 std::optional<Json> BackendClient::getConfig(std::stop_token stop) {
     if (!isConfigFresh()) {
         const double end = m_services.clock.now() + serviceTimeout;
-        auto reply = authorized({.method = "GET", .path = "/config", .maxReplyBytes = maxConfigBytes}, end, stop);
-        if (succeeded(reply) && reply->contains("groq_api_key")) {
+        auto reply =
+            authorized({.method = "GET", .path = "/config", .maxReplyBytes = maxConfigurationBytes}, end, stop);
+        if (reply && reply->contains("groq_api_key")) {
             auto config = std::make_shared<const Json>(std::move(*reply));
             m_state.with([&](State& state) {
                 state.config = std::move(config);

@@ -16,6 +16,11 @@ inline constexpr double serviceTimeout = 5.0;
 /// The path of the service below its host.
 inline constexpr char servicePath[] = "/api/v1";
 
+/// Where the keyring has the token of this installation.
+inline constexpr char backendTokenAccount[] = "backend_token";
+
+inline constexpr std::size_t maxConfigurationBytes = 1u << 20; // keys and choices
+
 /// One request to the service.
 struct ServiceRequest {
     std::string method;

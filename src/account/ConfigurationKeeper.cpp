@@ -14,15 +14,15 @@ namespace {
 
 constexpr double leftAloneFor = 60; // seconds
 
-ConfigurationKeeper::Values textsOf(const nlohmann::json& configuration) {
-    ConfigurationKeeper::Values values;
+} // namespace
+
+RemoteConfiguration::Values textsOf(const nlohmann::json& configuration) {
+    RemoteConfiguration::Values values;
     for (const auto& [name, value] : configuration.items())
         if (value.is_string())
             values[name] = text::withoutControls(value.get_ref<const std::string&>());
     return values;
 }
-
-} // namespace
 
 ConfigurationKeeper::ConfigurationKeeper(BackendClient& backend, const Clock& clock, Background& beside)
     : m_backend(backend), m_clock(clock), m_beside(beside), m_leftAloneUntil(-std::numeric_limits<double>::infinity()) {
@@ -51,7 +51,8 @@ void ConfigurationKeeper::ask(std::stop_token stop) {
             if (!mayAsk()) // it was answered, or failed, since the caller looked
                 return false;
             m_backend.getConfig(stop);
-            if (!m_backend.isConfigFresh() && !stop.stop_requested())
+            m_hasFailed = !m_backend.isConfigFresh() && !stop.stop_requested();
+            if (m_hasFailed)
                 m_leftAloneUntil = m_clock.now() + leftAloneFor;
             return true;
         },

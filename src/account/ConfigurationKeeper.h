@@ -1,12 +1,12 @@
 #pragma once
 
 #include "account/SharedCall.h"
+#include "settings/RemoteConfiguration.h"
 
 #include <atomic>
-#include <map>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <stop_token>
-#include <string>
 
 namespace fenlo {
 
@@ -22,7 +22,7 @@ class Clock;
 /// Lifetime: outlives the tasks of `beside`, which is not used before the first call.
 class ConfigurationKeeper {
 public:
-    using Values = std::map<std::string, std::string>; // the members that are texts, without control characters
+    using Values = RemoteConfiguration::Values;
 
     ConfigurationKeeper(BackendClient& backend, const Clock& clock, Background& beside);
     ConfigurationKeeper(const ConfigurationKeeper&) = delete;
@@ -33,6 +33,8 @@ public:
     /// The same, and where there is nothing in memory waits for the service, five seconds at most. All who wait wait
     /// for one answer. Empty when there is none.
     Values fetch(std::stop_token stop);
+    /// Whether the service had no configuration when it was last asked.
+    bool hasFailed() const { return m_hasFailed; }
 
 private:
     bool mayAsk() const;
@@ -43,8 +45,12 @@ private:
     const Clock& m_clock;
     Background& m_beside;
     std::atomic<double> m_leftAloneUntil;
+    std::atomic<bool> m_hasFailed = false;
     std::atomic<bool> m_isAskedBeside = false;
     SharedCall<bool> m_asking;
 };
+
+/// The members of a configuration that are texts, without control characters.
+RemoteConfiguration::Values textsOf(const nlohmann::json& configuration);
 
 } // namespace fenlo

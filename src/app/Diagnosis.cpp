@@ -2,6 +2,7 @@
 
 #include "app/LocalEngine.h"
 #include "app/RoadDiagnosis.h"
+#include "app/ServiceDiagnosis.h"
 #include "app/TakeServices.h"
 #include "audio/ChosenInput.h"
 #include "base/Environment.h"
@@ -13,6 +14,7 @@
 #include "platform/linux/desktop/accessibility/AtspiAccessibility.h"
 #include "platform/linux/desktop/clipboard/X11Pasteboard.h"
 #include "platform/linux/desktop/keys/X11KeyEvents.h"
+#include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "session/HotkeyListener.h"
 #include "settings/Config.h"
@@ -202,6 +204,12 @@ void examineRoad(std::vector<Diagnosis>& findings, const Settings& settings, Sec
     if (const auto installed = findInstalledModel(deployment.offlineModel); installed && !settings.offlineMode)
         facts.rescuer = installed->filename().string();
     facts.keyring = keyringUse;
+    if (deployment.hasService()) {
+        CurlHttpClient http;
+        facts.remote = diagnoseService(findings, deployment, store, http);
+        if (const auto provider = facts.remote.find("transcription_provider"); provider != facts.remote.end())
+            facts.provider = provider->second;
+    }
     diagnoseRoad(findings, facts);
 }
 

@@ -11,6 +11,7 @@ namespace fenlo {
 
 namespace {
 
+constexpr const char* keyringKey = "key from the keyring";
 constexpr const char* unchanged = "pasted as it was heard";
 
 /// The service with the source of its key; nothing when it has none.
@@ -42,9 +43,15 @@ std::string keySource(CloudService service, KeyUse use, const RoadFacts& facts) 
     const KeyPlace place = facts.placeOf(key);
     if (place == KeyPlace::environment)
         return std::string("key from ") + key.variable;
-    if (place == KeyPlace::keyring && key.hasSource(use, KeySource::keyring, facts.keyring))
-        return "key from the keyring";
-    return facts.hasCarriedKey && key.hasSource(use, KeySource::program) ? "key of this program" : "";
+    for (const KeySource source : key.sources(use)) {
+        if (source == KeySource::keyring && place == KeyPlace::keyring)
+            return keyringKey;
+        if (source == KeySource::remote && !keyInConfiguration(key, facts.remote).empty())
+            return "key from the service";
+        if (source == KeySource::program && facts.hasCarriedKey)
+            return "key of this program";
+    }
+    return place == KeyPlace::keyring && key.hasSource(use, KeySource::keyring, facts.keyring) ? keyringKey : "";
 }
 
 TakeRoad roadOf(const RoadFacts& facts) {

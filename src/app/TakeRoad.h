@@ -18,6 +18,7 @@ struct RoadFacts {
     std::string rescuer = {};      // the installed model that takes over where a service fails; empty for none
     std::string provider = "groq"; // as the remote configuration names it
     KeyringUse keyring = KeyringUse::asListed;
+    RemoteConfiguration::Values remote = {}; // what the service tells this installation
 };
 
 /// The way that a take goes now, in words: who recognises it, who rewrites it, and what happens when they fail.
@@ -29,7 +30,8 @@ struct TakeRoad {
 
 TakeRoad roadOf(const RoadFacts& facts);
 
-/// "key from GROQ_API_KEY", "key from the keyring"; empty where a service finds no key for this use.
+/// "key from GROQ_API_KEY", "key from the keyring", "key from the service"; empty where a service finds no key for this
+/// use.
 std::string keySource(CloudService service, KeyUse use, const RoadFacts& facts);
 
 } // namespace fenlo

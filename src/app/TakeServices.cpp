@@ -21,7 +21,8 @@ std::vector<std::string> professionTerms(const std::string& profession) {
 RemoteConfiguration remoteConfiguration(const BackendClient& backend, ConfigurationKeeper& keeper) {
     if (!backend.hasService())
         return {};
-    return {[&](std::stop_token stop) { return keeper.fetch(stop); }, [&] { return keeper.atHand(); }};
+    return {[&](std::stop_token stop) { return keeper.fetch(stop); }, [&] { return keeper.atHand(); },
+            [&] { return keeper.hasFailed(); }};
 }
 
 } // namespace

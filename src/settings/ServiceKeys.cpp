@@ -44,11 +44,6 @@ constexpr ServiceKey table[] = {
     {CloudService::grok, "xai", "Grok", "XAI_API_KEY", "xai_api_key", "xai_api_key", "speech", grokSpeech, {}},
 };
 
-std::string fromRemote(const ServiceKey& wanted, const ServiceKeys::Configuration& configuration) {
-    const auto found = configuration.find(wanted.remote);
-    return found == configuration.end() ? std::string() : checkedKey(found->second).value_or("");
-}
-
 } // namespace
 
 bool ServiceKey::hasSource(KeyUse use, KeySource source, KeyringUse keyring) const {
@@ -72,6 +67,11 @@ const ServiceKey& serviceKey(std::string_view name) {
     return *found;
 }
 
+std::string keyInConfiguration(const ServiceKey& key, const RemoteConfiguration::Values& configuration) {
+    const auto found = configuration.find(key.remote);
+    return found == configuration.end() ? std::string() : checkedKey(found->second).value_or("");
+}
+
 std::string describeMissingKey(CloudService service, KeyUse use, KeyringUse keyring) {
     const ServiceKey& missing = serviceKey(service);
     const bool isSpeech = use == KeyUse::speech;
@@ -87,52 +87,58 @@ ServiceKeys::ServiceKeys(Keychain& keychain, RemoteConfiguration remote, std::st
     : m_keychain(keychain), m_remote(std::move(remote)), m_carriedGrokKey(apiKey::clean(carriedGrokKey)),
       m_keyring(keyring) {}
 
-std::vector<KeySource> ServiceKeys::sourcesOf(const ServiceKey& wanted, KeyUse use) const {
-    std::vector<KeySource> sources(wanted.sources(use).begin(), wanted.sources(use).end());
-    if (!wanted.hasSource(use, Source::keyring) && wanted.hasSource(use, Source::keyring, m_keyring))
-        sources.push_back(Source::keyring);
-    return sources;
-}
-
 std::optional<std::string> ServiceKeys::find(CloudService service, KeyUse use, std::stop_token stop,
                                              const std::function<void(const Configuration&)>& onRemote) {
-    const ServiceKey& wanted = serviceKey(service);
-    const auto atHand = remoteAtHand();
-    if (auto known = inMemory(wanted, use, atHand))
+    const bool hasFailed = m_remote.hasFailed && m_remote.hasFailed();
+    return look(serviceKey(service), use,
+                {remoteAtHand(), use == KeyUse::speech || !hasFailed, std::move(stop), onRemote});
+}
+
+std::optional<std::string> ServiceKeys::findAtHand(CloudService service, KeyUse use) {
+    return look(serviceKey(service), use, {remoteAtHand()});
+}
+
+std::optional<std::string> ServiceKeys::look(const ServiceKey& wanted, KeyUse use, const Remote& remote) {
+    if (auto known = inMemory(wanted, use, remote.atHand))
         return known;
-    std::vector<KeySource> sources = sourcesOf(wanted, use);
-    const bool waitsForRemote = m_remote.atHand && !atHand;
-    if (waitsForRemote)
-        std::ranges::stable_partition(sources, [](KeySource source) { return source != Source::remote; });
-    for (const KeySource source : sources) {
+    for (const KeySource source : sourcesOf(wanted, use, remote)) {
         const unsigned before = m_memory.with([](const Memory& memory) { return memory.keyringChanges; });
-        if (const std::string key = ask(wanted, source, stop, onRemote); !key.empty()) {
-            const bool isAhead = waitsForRemote && source != Source::remote && source != Source::environment;
-            m_memory.with([&](Memory& memory) {
-                if (source == Source::keyring && memory.keyringChanges != before)
-                    return;
-                auto& held = memory.held[service];
-                std::erase_if(held, [](const Held& one) { return one.isAhead; });
-                held.push_back({source, key, isAhead});
-            });
-            return key;
-        }
+        const std::string key = ask(wanted, source, remote);
+        if (key.empty())
+            continue;
+        const bool isAhead = isAwaited(remote) && source != Source::remote && source != Source::environment;
+        m_memory.with([&](Memory& memory) {
+            if (source == Source::keyring && memory.keyringChanges != before)
+                return;
+            auto& held = memory.held[wanted.service];
+            std::erase_if(held, [](const Held& one) { return one.isAhead; });
+            held.push_back({source, key, isAhead});
+        });
+        return key;
     }
     return {};
 }
 
-std::string ServiceKeys::ask(const ServiceKey& wanted, KeySource source, std::stop_token stop,
-                             const std::function<void(const Configuration&)>& onRemote) {
+std::vector<KeySource> ServiceKeys::sourcesOf(const ServiceKey& wanted, KeyUse use, const Remote& remote) const {
+    std::vector<KeySource> sources(wanted.sources(use).begin(), wanted.sources(use).end());
+    if (!wanted.hasSource(use, Source::keyring) && wanted.hasSource(use, Source::keyring, m_keyring))
+        sources.push_back(Source::keyring);
+    if (isAwaited(remote) && std::erase(sources, Source::remote) > 0 && remote.mayBeAwaited)
+        sources.push_back(Source::remote);
+    return sources;
+}
+
+std::string ServiceKeys::ask(const ServiceKey& wanted, KeySource source, const Remote& remote) {
     switch (source) {
     case Source::environment:
         return keyInEnvironment(wanted);
     case Source::keyring:
         return apiKey::clean(m_keychain.load(wanted.account).value_or(""));
     case Source::remote: {
-        const Configuration configuration = askRemote(stop);
-        if (onRemote)
-            onRemote(configuration);
-        return fromRemote(wanted, configuration);
+        const Configuration configuration = askRemote(remote.stop);
+        if (remote.onAsked)
+            remote.onAsked(configuration);
+        return keyInConfiguration(wanted, configuration);
     }
     case Source::program:
         return m_carriedGrokKey;
@@ -144,7 +150,7 @@ bool ServiceKeys::isKnown(CloudService service, KeyUse use) const {
     const ServiceKey& wanted = serviceKey(service);
     const auto remote = remoteAtHand();
     return inMemory(wanted, use, remote) || !keyInEnvironment(wanted).empty() ||
-           (remote && wanted.hasSource(use, Source::remote) && !fromRemote(wanted, *remote).empty());
+           (remote && wanted.hasSource(use, Source::remote) && !keyInConfiguration(wanted, *remote).empty());
 }
 
 ServiceKeys::Configuration ServiceKeys::askRemote(std::stop_token stop) const {
@@ -156,7 +162,7 @@ std::optional<ServiceKeys::Configuration> ServiceKeys::remoteAtHand() const {
 }
 
 void ServiceKeys::adopt(CloudService service, const Configuration& configuration) {
-    if (const std::string key = fromRemote(serviceKey(service), configuration); !key.empty())
+    if (const std::string key = keyInConfiguration(serviceKey(service), configuration); !key.empty())
         m_memory.with([&](Memory& memory) { memory.held[service] = {{Source::remote, key}}; });
 }
 
@@ -169,7 +175,7 @@ void ServiceKeys::forgetKeyring(CloudService service) {
 
 std::optional<std::string> ServiceKeys::inMemory(const ServiceKey& wanted, KeyUse use,
                                                  const std::optional<Configuration>& remote) const {
-    const std::string current = remote ? fromRemote(wanted, *remote) : std::string();
+    const std::string current = remote ? keyInConfiguration(wanted, *remote) : std::string();
     return m_memory.with([&](const Memory& memory) -> std::optional<std::string> {
         if (const auto held = memory.held.find(wanted.service); held != memory.held.end())
             for (const Held& one : held->second)

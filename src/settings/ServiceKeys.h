@@ -54,6 +54,9 @@ const ServiceKey& serviceKey(CloudService service);
 /// Throws std::runtime_error that names the services there are.
 const ServiceKey& serviceKey(std::string_view name);
 
+/// Empty where the remote configuration has no key that can be one.
+std::string keyInConfiguration(const ServiceKey& key, const RemoteConfiguration::Values& configuration);
+
 /// One line for the user: which service lacks its key, and where it may be put.
 std::string describeMissingKey(CloudService service, KeyUse use, KeyringUse keyring = KeyringUse::asListed);
 
@@ -64,7 +67,7 @@ std::string describeMissingKey(CloudService service, KeyUse use, KeyringUse keyr
 /// key elsewhere. A key that was found so counts until the configuration is at hand; then the order of the sources
 /// does. A key of the remote configuration changes with it.
 ///
-/// Threads: any; find() and askRemote() block, the others never do.
+/// Threads: any; find(), findAtHand() and askRemote() block, at least for the keyring, the others never do.
 /// Errors:  none; a key that no source has is absent.
 class ServiceKeys {
 public:
@@ -75,9 +78,12 @@ public:
                 KeyringUse keyring = KeyringUse::asListed);
 
     /// The key in memory, when it is of a source for this use, or else the first that the sources have.
-    /// `onRemote` hears the remote configuration if that is asked.
+    /// `onRemote` hears the remote configuration if that is asked. Rewriting, which a take can do without, does not
+    /// wait for a backend that failed to answer.
     std::optional<std::string> find(CloudService service, KeyUse use, std::stop_token stop,
                                     const std::function<void(const Configuration&)>& onRemote = {});
+    /// The same without waiting for the backend.
+    std::optional<std::string> findAtHand(CloudService service, KeyUse use);
 
     KeyringUse keyringUse() const { return m_keyring; }
 
@@ -105,11 +111,20 @@ private:
         unsigned keyringChanges = 0;
     };
 
-    std::vector<KeySource> sourcesOf(const ServiceKey& wanted, KeyUse use) const;
+    struct Remote {
+        std::optional<Configuration> atHand;
+        bool mayBeAwaited = false;
+        std::stop_token stop = {};
+        std::function<void(const Configuration&)> onAsked = {};
+    };
+
+    std::optional<std::string> look(const ServiceKey& wanted, KeyUse use, const Remote& remote);
+    /// In the order in which they are asked now.
+    std::vector<KeySource> sourcesOf(const ServiceKey& wanted, KeyUse use, const Remote& remote) const;
     std::optional<std::string> inMemory(const ServiceKey& wanted, KeyUse use,
                                         const std::optional<Configuration>& remote) const;
-    std::string ask(const ServiceKey& wanted, KeySource source, std::stop_token stop,
-                    const std::function<void(const Configuration&)>& onRemote);
+    std::string ask(const ServiceKey& wanted, KeySource source, const Remote& remote);
+    bool isAwaited(const Remote& remote) const { return m_remote.atHand && !remote.atHand; }
 
     Keychain& m_keychain;
     const RemoteConfiguration m_remote;

@@ -33,6 +33,8 @@ MenuBarController::MenuBarController(Config& config, StatusItem& statusItem, Not
     setFace(IconFace::idle);
     m_hotkeyChanged = notifications.observe(notification::hotkeyChanged, [this](const auto&) { refreshMenu(); });
     m_settingsChanged = config.watch([this] { refreshMenu(); });
+    m_statisticsChanged =
+        notifications.observe(notification::statisticsChanged, [this](const auto&) { refreshMenu(); });
 }
 
 void MenuBarController::refreshMenu() {

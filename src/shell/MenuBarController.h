@@ -83,6 +83,7 @@ private:
     std::string m_trouble;
     NotificationCenter::Observation m_hotkeyChanged;
     Changes::Watch m_settingsChanged;
+    NotificationCenter::Observation m_statisticsChanged;
 };
 
 } // namespace fenlo

@@ -26,6 +26,10 @@ std::string minutesText(double minutes) {
 
 } // namespace
 
+std::string keyOf(const HistoryEntry& entry) {
+    return entry.entryId.empty() ? entry.ts + '\n' + entry.textPreview : entry.entryId;
+}
+
 bool isSameEntry(const HistoryEntry& one, const HistoryEntry& other) {
     return one.entryId == other.entryId && one.ts == other.ts && one.fullText == other.fullText;
 }

@@ -34,6 +34,9 @@ struct HistoryEntry {
     std::string fullText;
 };
 
+/// Tells the entry from all others: its id, or what an entry of old has in its place.
+std::string keyOf(const HistoryEntry& entry);
+
 /// Whether both were read from the same entry of the file, as far as that can be told without an id in it.
 bool isSameEntry(const HistoryEntry& one, const HistoryEntry& other);
 

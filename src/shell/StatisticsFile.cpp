@@ -20,6 +20,7 @@ namespace {
 constexpr std::string_view historyStart = "  \"history\": [";
 constexpr std::string_view historyEnd = "\n  ]\n}\n";
 constexpr std::size_t longestHead = 1 << 20; // decades of days
+constexpr char deletedMember[] = "deleted";
 
 /// On-demand parsing skips values that nobody asks for; this checks every byte.
 bool isValid(const simdjson::padded_string& text) {
@@ -56,6 +57,12 @@ bool takeElements(simdjson::ondemand::value value, std::vector<std::string_view>
         elements.push_back(textOf(item));
     }
     return true;
+}
+
+void takeTexts(const Json& list, std::set<std::string>& texts) {
+    for (const Json& text : list)
+        if (text.is_string())
+            texts.insert(text.get<std::string>());
 }
 
 template <typename Pieces, typename Append>
@@ -143,6 +150,8 @@ bool StatisticsFile::takeApart() {
             totalSessions = toCount(parseSmall(text));
         else if (key == "total_duration_secs")
             totalDuration = toNumber(parseSmall(text));
+        else if (key == deletedMember)
+            takeTexts(parseSmall(text), deleted);
         else
             m_unknown.push_back({key, text});
         return true;
@@ -174,6 +183,10 @@ std::string StatisticsFile::compose() const {
     appendMember("total_duration_secs", writeJson(Json(totalDuration)));
     out += ",\n  \"daily\": ";
     appendList(out, '{', days, '}', [&](const Day& day) { appendMember(day.date, day.text); });
+    if (!deleted.empty()) {
+        out += ",\n  ";
+        appendMember(deletedMember, writeJson(Json(deleted)));
+    }
     for (const Member& member : m_unknown) {
         out += ",\n  ";
         appendMember(member.key, member.text);

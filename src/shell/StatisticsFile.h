@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,6 +53,7 @@ public:
     double totalDuration = 0; // seconds
     std::vector<Day> days;
     std::vector<std::string_view> history; // the text of each entry, oldest first
+    std::set<std::string> deleted;         // keys of entries that the service of the account may still tell of
 
 private:
     struct Member {

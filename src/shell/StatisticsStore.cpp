@@ -77,6 +77,32 @@ std::vector<HistoryEntry> readNewestFirst(const Texts& oldestFirst) {
     return entries;
 }
 
+std::chrono::system_clock::time_point momentOf(const HistoryEntry& entry) {
+    return dates::parseIso(entry.ts).value_or(std::chrono::system_clock::time_point());
+}
+
+/// Both newest first, as the result.
+std::vector<HistoryEntry> merged(std::vector<HistoryEntry> own, std::vector<HistoryEntry> others) {
+    if (others.empty())
+        return own;
+    const auto isNewer = [](const HistoryEntry& one, const HistoryEntry& other) {
+        return momentOf(one) > momentOf(other);
+    };
+    std::ranges::stable_sort(others, isNewer);
+    std::vector<HistoryEntry> all;
+    all.reserve(own.size() + others.size());
+    std::ranges::merge(std::make_move_iterator(own.begin()), std::make_move_iterator(own.end()),
+                       std::make_move_iterator(others.begin()), std::make_move_iterator(others.end()),
+                       std::back_inserter(all), isNewer);
+    return all;
+}
+
+/// What was counted since, of counters that only grow.
+template <typename Number>
+Number since(Number now, Number then) {
+    return std::max(Number(0), now - then);
+}
+
 } // namespace
 
 std::filesystem::path StatisticsStore::defaultFile() {
@@ -190,7 +216,30 @@ StatisticsFile StatisticsStore::loadToShow() const {
 
 StatisticsStore::Past StatisticsStore::past() const {
     const StatisticsFile file = loadToShow();
-    return {readNewestFirst(file.history), !file.isDamaged()};
+    std::vector<HistoryEntry> own = readNewestFirst(file.history);
+    std::vector<HistoryEntry> others = entriesElsewhere(own, file);
+    return {merged(std::move(own), std::move(others)), !file.isDamaged()};
+}
+
+std::vector<HistoryEntry> StatisticsStore::entriesElsewhere(const std::vector<HistoryEntry>& own,
+                                                            const StatisticsFile& file) const {
+    std::optional<std::vector<HistoryEntry>> history = serverHistory();
+    if (!history)
+        return {};
+    std::set<std::string> known = file.deleted;
+    for (const HistoryEntry& entry : own)
+        known.insert(keyOf(entry));
+    std::erase_if(*history, [&](const HistoryEntry& entry) { return !known.insert(keyOf(entry)).second; });
+    return std::move(*history);
+}
+
+/// Whether the server tells of an entry that the file may not have.
+bool StatisticsStore::isToldBack(const HistoryEntry& entry) const {
+    return m_serverView.with([&](const std::optional<ServerView>& view) {
+        return view && std::ranges::any_of(view->history, [key = keyOf(entry)](const HistoryEntry& told) {
+                   return keyOf(told) == key;
+               });
+    });
 }
 
 Activity StatisticsStore::activity() const {
@@ -219,11 +268,19 @@ StatisticsStore::Removal StatisticsStore::removeEntry(const HistoryEntry& entry)
     };
     // Newest first, since those are the ones that people look at.
     const auto found = std::find_if(file.history.rbegin(), file.history.rend(), isIt);
-    if (found == file.history.rend())
+    RemovedEntry removed{{}, file.history.size(), keyOf(entry)};
+    const bool isHere = found != file.history.rend();
+    if (isHere) {
+        const auto place = std::prev(found.base());
+        removed.text = *place;
+        removed.place = static_cast<std::size_t>(place - file.history.begin());
+        file.history.erase(place);
+    } else if (!isToldBack(entry)) {
         return {};
-    const auto place = std::prev(found.base());
-    const RemovedEntry removed{std::string(*place), static_cast<std::size_t>(place - file.history.begin())};
-    file.history.erase(place);
+    }
+    const auto state = isHere ? reader.readSyncState(removed.text) : std::nullopt;
+    if (hasServerView() || (state && state->isSynced))
+        file.deleted.insert(removed.key);
     const std::string fault = save(file);
     return fault.empty() ? Removal{{}, removed} : Removal{fault, {}};
 }
@@ -231,31 +288,57 @@ StatisticsStore::Removal StatisticsStore::removeEntry(const HistoryEntry& entry)
 std::string StatisticsStore::restoreEntry(const RemovedEntry& entry) {
     std::lock_guard writing(m_writing);
     StatisticsFile file = loadForChange();
-    const std::size_t place = std::min(entry.place, file.history.size());
-    file.history.insert(file.history.begin() + static_cast<std::ptrdiff_t>(place), file.keep(entry.text));
+    file.deleted.erase(entry.key);
+    if (!entry.text.empty()) {
+        const std::size_t place = std::min(entry.place, file.history.size());
+        file.history.insert(file.history.begin() + static_cast<std::ptrdiff_t>(place), file.keep(entry.text));
+    }
     return save(file);
 }
 
 std::string StatisticsStore::removeAllEntries() {
     std::lock_guard writing(m_writing);
     StatisticsFile file = loadForChange();
-    if (file.history.empty())
+    const std::vector<HistoryEntry> told = serverHistory().value_or(std::vector<HistoryEntry>());
+    if (file.history.empty() && told.empty())
         return {};
+    HistoryReader reader;
+    for (const std::string_view text : file.history)
+        if (const auto state = reader.readSyncState(text); state && state->entryId && state->isSynced)
+            file.deleted.insert(*state->entryId);
+    for (const HistoryEntry& entry : told)
+        file.deleted.insert(keyOf(entry));
     file.history.clear();
     return save(file);
 }
 
 TodayStats StatisticsStore::shownTodayStats() const {
+    const TodayStats own = todayStats();
     const std::string day = dates::localDay(m_clock.wallTime());
-    const auto fromServer = m_serverView.with(
-        [&](const std::optional<ServerView>& view) { return view && view->day == day ? view->today : std::nullopt; });
-    return fromServer ? *fromServer : todayStats();
+    return m_serverView.with([&](const std::optional<ServerView>& view) {
+        if (!view || view->day != day || !view->today)
+            return own;
+        TodayStats shown = *view->today;
+        shown.words = sum(shown.words, since(own.words, view->ownToday.words));
+        shown.sessions = sum(shown.sessions, since(own.sessions, view->ownToday.sessions));
+        shown.duration += since(own.duration, view->ownToday.duration);
+        shown.avgWPM = averageWPM(shown.words, shown.duration);
+        return shown;
+    });
 }
 
 AllTimeStats StatisticsStore::shownAllTimeStats() const {
-    const auto fromServer = m_serverView.with(
-        [](const std::optional<ServerView>& view) { return view ? std::optional(view->allTime) : std::nullopt; });
-    return fromServer ? *fromServer : allTimeStats();
+    const AllTimeStats own = allTimeStats();
+    return m_serverView.with([&](const std::optional<ServerView>& view) {
+        if (!view)
+            return own;
+        const AllTimeStats& told = view->allTime;
+        const AllTimeStats& then = view->ownAllTime;
+        return allTimeStatsOf(sum(told.totalWords, since(own.totalWords, then.totalWords)),
+                              sum(told.totalSessions, since(own.totalSessions, then.totalSessions)),
+                              (told.totalMinutes + since(own.totalMinutes, then.totalMinutes)) * 60.0,
+                              sum(told.daysActive, since(own.daysActive, then.daysActive)));
+    });
 }
 
 std::vector<Json> StatisticsStore::unsyncedEntries() {
@@ -316,12 +399,18 @@ void StatisticsStore::applyServerStats(const Json& reply) {
         for (const Json& entry : entries)
             history.push_back(writeJson(entry));
     view.history = readNewestFirst(history);
+    view.ownAllTime = allTimeStats();
+    view.ownToday = todayStats();
     m_serverView.with([&](std::optional<ServerView>& current) { current = std::move(view); });
 }
 
 std::optional<std::vector<HistoryEntry>> StatisticsStore::serverHistory() const {
     return m_serverView.with(
         [](const std::optional<ServerView>& view) { return view ? std::optional(view->history) : std::nullopt; });
+}
+
+bool StatisticsStore::hasServerView() const {
+    return m_serverView.with([](const std::optional<ServerView>& view) { return view.has_value(); });
 }
 
 std::optional<std::string> StatisticsStore::recallContext(const std::string& query, std::size_t limit) const {

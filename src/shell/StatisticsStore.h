@@ -45,7 +45,8 @@ public:
     AllTimeStats allTimeStats() const;
     std::vector<HistoryEntry> historyEntries() const; // newest first
 
-    /// The history as a person looks at it, newest first: with what could not be written yet.
+    /// The history as a person looks at it, newest first: with what could not be written yet, and with the entries of
+    /// the user's other machines that the server tells of.
     struct Past {
         std::vector<HistoryEntry> entries;
         bool isReadable = true; // false: there is a file, but it cannot be read as a history
@@ -59,8 +60,9 @@ public:
 
     /// An entry that was taken out, to be put back.
     struct RemovedEntry {
-        std::string text;      // its JSON text
+        std::string text;      // its JSON text; empty of another machine's
         std::size_t place = 0; // in the history, oldest first
+        std::string key = {};  // by which the server's entry is left out
     };
     struct Removal {
         std::string fault;                 // for a person, such as "the disk is full"; empty when the entry is gone
@@ -72,7 +74,7 @@ public:
     /// The fault; empty when no entry is left.
     std::string removeAllEntries();
 
-    // What to show: the server's numbers where there are any, the file's otherwise.
+    // What to show: the server's numbers, and what was dictated here since they came; without any, the file's.
     TodayStats shownTodayStats() const;
     AllTimeStats shownAllTimeStats() const;
 
@@ -84,6 +86,7 @@ public:
     void applyServerStats(const nlohmann::json& reply);
     /// The history of the server view; nothing before the first applyServerStats().
     std::optional<std::vector<HistoryEntry>> serverHistory() const;
+    bool hasServerView() const;
 
     /// The entries that a question about the past may mean, the newest `limit` of them, as a text for a language model;
     /// nothing when there are none.
@@ -107,6 +110,8 @@ private:
         std::string day; // to which `today` belongs
         std::optional<TodayStats> today;
         std::vector<HistoryEntry> history; // newest first
+        AllTimeStats ownAllTime;           // the file's numbers when this came, as the next
+        TodayStats ownToday;
     };
 
     void record(Session session);
@@ -114,6 +119,9 @@ private:
     StatisticsFile loadForChange() const; // with the lock held
     StatisticsFile loadToShow() const;
     void addUnwritten(StatisticsFile& file) const;
+    /// Those of the server view that the file neither has nor had.
+    std::vector<HistoryEntry> entriesElsewhere(const std::vector<HistoryEntry>& own, const StatisticsFile& file) const;
+    bool isToldBack(const HistoryEntry& entry) const;
     static void add(const Session& session, StatisticsFile& file);
 
     const std::filesystem::path m_file;

@@ -113,7 +113,9 @@ std::string SmartRewrite::complete(const std::string& system, const std::string&
     const ModelPrompt prompt{system, user};
     const auto services = rewritingServices(m_config.get());
     for (const CloudService service : services.first(services.size() - 1)) {
-        if (!m_keys.find(service, KeyUse::rewriting, stop))
+        // Nobody waits for the key of the first while that of the last is at hand.
+        if (!m_keys.findAtHand(service, KeyUse::rewriting) &&
+            (m_keys.findAtHand(services.back(), KeyUse::rewriting) || !m_keys.find(service, KeyUse::rewriting, stop)))
             continue;
         try {
             return ask(service, prompt, stop);

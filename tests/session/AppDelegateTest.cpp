@@ -62,6 +62,7 @@ protected:
         appHooks.showHome = [this](int tab) { shown.push_back("home " + std::to_string(tab)); };
         appHooks.closeHome = [this] { shown.push_back("no home"); };
         appHooks.tellLogin = [this](const auto& name, const auto& email) { logins.push_back(name + " " + email); };
+        appHooks.tellRememberedLogin = [this](std::stop_token) { ++remembered; };
         delegate =
             std::make_unique<AppDelegate>(AppServices{config, mainQueue, background, notifications, keys, accessibility,
                                                       workspace, keychain, recorder, overlay, menuBar, session},
@@ -76,7 +77,7 @@ protected:
     test::FakeSecureStore store;
     Keychain keychain{store};
     AppHooks appHooks;
-    int heartbeats = 0, profiles = 0, meetingsStopped = 0, meetingsLeft = 0, meetingsRecovered = 0;
+    int heartbeats = 0, profiles = 0, remembered = 0, meetingsStopped = 0, meetingsLeft = 0, meetingsRecovered = 0;
     std::vector<std::string> prepared;
     std::optional<OnboardingStart> onboarding;
     std::vector<std::string> shown, logins;
@@ -241,6 +242,7 @@ TEST_F(Startup, AccountDecidesBeforeTheMarkerDoes) {
     onboarding->onLogin("Ada", "ada@example.org");
     onboarding->onFinish();
     EXPECT_EQ(logins, std::vector<std::string>{"Ada ada@example.org"});
+    EXPECT_EQ(remembered, 0) << "it is told as it comes";
     EXPECT_TRUE(hears());
     expectInOrder(logged,
                   {"[Fenlo] Startup: needsLogin=true needsOnboarding=false",
@@ -254,6 +256,7 @@ TEST_F(Startup, AccountIsNotAskedForWhereItIsKnownOrUnwanted) {
     launchAndWait();
     ASSERT_TRUE(onboarding);
     EXPECT_TRUE(onboarding->skipLogin);
+    EXPECT_EQ(remembered, 1);
 
     store.values.clear();
     mark(true);

@@ -4,27 +4,30 @@
 
 #include <functional>
 #include <map>
+#include <mutex>
 
 namespace fenlo::test {
 
+/// Takes calls on several threads; a test that does so looks at its fields when they have ended.
 class FakeSecureStore final : public SecureStore {
 public:
     std::optional<std::string> save(const std::string& name, const std::string& value) override {
         if (!isAvailable)
             return "the store is not available";
+        const std::lock_guard lock(m_mutex);
         values[name] = value;
         return {};
     }
     Value load(const std::string& name) override {
         if (!isAvailable)
             return {Status::unavailable, {}};
-        const auto found = values.find(name);
-        const Value value = found == values.end() ? Value{} : Value{Status::ok, found->second};
+        const Value value = find(name);
         if (onLoad)
             onLoad();
         return value;
     }
     void remove(const std::string& name) override {
+        const std::lock_guard lock(m_mutex);
         if (isAvailable)
             values.erase(name);
     }
@@ -35,6 +38,15 @@ public:
     int askedAgain = 0;
     std::function<void()> onLoad; // between the look-up and its answer
     std::map<std::string, std::string> values;
+
+private:
+    Value find(const std::string& name) {
+        const std::lock_guard lock(m_mutex);
+        const auto found = values.find(name);
+        return found == values.end() ? Value{} : Value{Status::ok, found->second};
+    }
+
+    std::mutex m_mutex;
 };
 
 } // namespace fenlo::test

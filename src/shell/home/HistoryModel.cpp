@@ -177,6 +177,8 @@ HistoryModel::Row HistoryModel::row(std::size_t index) const {
             .length = text::fixed(entry.duration, 1) + "s",
             .text = entry.fullText,
             .more = {}};
+    if (entry.fullText.empty() && entry.words > 0)
+        row.text = "Its words stayed on the computer that heard them.";
     row.isCopied = row.key == m_copied;
     if (isLong(entry.fullText)) {
         const bool isWhole = m_whole.contains(row.key);
@@ -295,7 +297,10 @@ std::string HistoryModel::removeAllTitle() const {
 }
 
 std::string HistoryModel::removeAllText() const {
-    return "Their texts are removed from this computer for good. The numbers of your dashboard stay.";
+    const std::string text = "Their texts are removed from this computer for good. The numbers of your dashboard stay.";
+    return m_services.store.hasServerView()
+               ? text + " So does the beginning of each text that your account's service was told of."
+               : text;
 }
 
 std::string HistoryModel::removeAllVerb() const {

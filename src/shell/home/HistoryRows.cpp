@@ -5,10 +5,6 @@
 
 namespace fenlo {
 
-std::string HistoryRows::keyOf(const HistoryEntry& entry) {
-    return entry.entryId.empty() ? entry.ts + '\n' + entry.textPreview : entry.entryId;
-}
-
 std::size_t HistoryRows::rowOf(const std::string& key) const {
     std::size_t row = 0;
     while (row < count() && this->key(row) != key)

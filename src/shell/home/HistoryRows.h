@@ -51,8 +51,6 @@ public:
 private:
     enum class Hidden { isGoing, isGone };
 
-    static std::string keyOf(const HistoryEntry& entry);
-
     Entries m_entries;
     Numbers m_rows;
     std::map<std::string, Hidden> m_hidden;

@@ -73,7 +73,7 @@ std::string ServiceKeyRow::status() const {
     case State::keyring:
         return "Key in the keyring";
     case State::absent:
-        return "No key";
+        return isGiven ? "Key from your account" : "No key";
     case State::keyringSilent:
         return silentKeyring;
     }
@@ -81,7 +81,7 @@ std::string ServiceKeyRow::status() const {
 }
 
 std::string ServiceKeyRow::hint() const {
-    return hasKey() ? purpose : purpose + ". Get a key at " + site;
+    return hasKey() || isGiven ? purpose : purpose + ". Get a key at " + site;
 }
 
 ServiceKeysModel::ServiceKeysModel(Services services) : m_services(services) {
@@ -99,17 +99,22 @@ ServiceKeyRow& ServiceKeysModel::at(CloudService service) {
 
 void ServiceKeysModel::refresh() {
     m_services.store.askAgain();
-    const std::function<void(CloudService, State)> done = m_lifetime.bind([this](CloudService service, State state) {
-        if (ServiceKeyRow& row = at(service); row.work == Work::none)
-            row.state = state;
-        m_changes.tell();
-    });
+    const std::function<void(CloudService, State, bool)> done =
+        m_lifetime.bind([this](CloudService service, State state, bool isGiven) {
+            ServiceKeyRow& row = at(service);
+            row.isGiven = isGiven;
+            if (row.work == Work::none)
+                row.state = state;
+            m_changes.tell();
+        });
     m_services.background.run([services = m_services, done](std::stop_token stop) {
+        const auto given = services.keys.remoteAtHand().value_or(ServiceKeys::Configuration());
         for (const ServiceKey& key : serviceKeys()) {
             if (stop.stop_requested())
                 return;
             const State state = stateOf(placeOf(key, services.store));
-            services.queue.post([done, service = key.service, state] { done(service, state); });
+            const bool isGiven = !keyInConfiguration(key, given).empty();
+            services.queue.post([done, service = key.service, state, isGiven] { done(service, state, isGiven); });
         }
     });
 }

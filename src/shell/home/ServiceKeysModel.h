@@ -30,7 +30,8 @@ struct ServiceKeyRow {
     std::string site = {};    // where the user gets a key
     State state = State::reading;
     Work work = Work::none;
-    Note note = {}; // what came of the last work
+    Note note = {};       // what came of the last work
+    bool isGiven = false; // a key comes from the account
 
     bool hasKey() const { return state == State::environment || state == State::keyring; }
     bool canRemove() const { return state == State::keyring && work == Work::none; }

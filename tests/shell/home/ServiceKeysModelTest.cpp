@@ -57,6 +57,18 @@ TEST_F(ServiceKeysModelTest, ARowTellsWhereTheKeyIs) {
     EXPECT_EQ(store.askedAgain, 2) << "the user is at the screen and can unlock it";
 }
 
+TEST_F(ServiceKeysModelTest, AKeyOfTheAccountIsTold) {
+    const auto atHand = [] { return std::optional(ServiceKeys::Configuration{{"groq_api_key", "g"}}); };
+    ServiceKeys given(keychain, {[](std::stop_token) { return ServiceKeys::Configuration(); }, atHand}, "");
+    ServiceKeysModel account({store, given, deployment, http, queue, background});
+    account.refresh();
+    background.runAll();
+    queue.runPosted();
+    EXPECT_EQ(account.row(CloudService::groq).status(), "Key from your account");
+    EXPECT_EQ(account.row(CloudService::groq).hint(), account.row(CloudService::groq).purpose);
+    EXPECT_EQ(account.row(CloudService::gemini).status(), "No key");
+}
+
 TEST_F(ServiceKeysModelTest, AKeyIsKeptTriedAndCountsAtOnce) {
     EXPECT_EQ(keys.find(CloudService::groq, KeyUse::speech, {}), std::nullopt);
     const LogCapture log;

@@ -56,7 +56,8 @@ protected:
                                steps,
                                ways,
                                signIn,
-                               home / "voice_profile.json"},
+                               home / "voice_profile.json",
+                               [this](const std::string& name) { events.push_back(name); }},
             std::move(how));
         onboarding->begin();
         return *onboarding;
@@ -75,7 +76,7 @@ protected:
     bool hearsKeys = true, postsKeys = true, hasAccessibility = true, hasTray = true, keyringAnswers = true;
     bool hasSoundSettings = true;
     int keyringAsked = 0, prepared = 0;
-    std::vector<std::string> done, ended;
+    std::vector<std::string> done, ended, events;
     Practice::Steps steps;
     std::vector<TranscribeRequest> requests;
     SignIn signIn;

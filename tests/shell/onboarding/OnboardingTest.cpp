@@ -38,6 +38,20 @@ TEST_F(FirstStartFlow, WalksThroughTheStepsAndLeavesTheMarker) {
     EXPECT_EQ(ended.size(), 1u);
 }
 
+TEST_F(FirstStartFlow, TheServiceHearsOfEachStepOnce) {
+    signIn.begin = [](SignInProvider, const auto& tell) { tell({.error = {}, .name = "Ada", .email = ""}); };
+    start({});
+    onboarding->login.begin(SignInProvider::google);
+    goTo(Screen::permissions);
+    onboarding->flow.back();
+    walk();
+    std::vector<std::string> expected;
+    for (const char* name : {"login", "welcome", "profession", "permissions", "practice", "voice_profile", "features",
+                             "email_collection", "done"})
+        expected.push_back(std::string("onboarding.") + name);
+    EXPECT_EQ(events, expected);
+}
+
 TEST_F(FirstStartFlow, GoesBackToTheFirstScreenAndNotToTheLogin) {
     signIn.begin = [](SignInProvider, const auto& tell) {
         tell({.error = {}, .name = "Ada", .email = "ada@example.org"});
@@ -136,6 +150,7 @@ TEST_F(FirstStartFlow, VoiceProfileAloneIsOneScreen) {
     EXPECT_EQ(ended, std::vector<std::string>{"finished"});
     EXPECT_EQ(resumed, 1);
     EXPECT_FALSE(OnboardingMarks::isOnboarded());
+    EXPECT_EQ(events, std::vector<std::string>{}) << "it is no first start";
 }
 
 TEST_F(FirstStartFlow, SkippedVoiceProfileLeadsOnAndLeavesTheHotkey) {
