@@ -37,7 +37,7 @@ bool succeeded(const std::optional<Json>& reply) {
 } // namespace
 
 BackendClient::BackendClient(Services services, const std::string& serviceHost, Installation installation)
-    : m_services(services), m_baseUrl(serviceHost.empty() ? "" : serviceHost + servicePath),
+    : m_services(services), m_baseURL(serviceHost.empty() ? "" : serviceHost + servicePath),
       m_installation(std::move(installation)) {}
 
 std::optional<Json> BackendClient::request(const std::string& method, const std::string& path, const Json* body,
@@ -50,7 +50,7 @@ std::optional<Json> BackendClient::ask(ServiceRequest request, double end, std::
     request.timeout = std::min(request.timeout, end - m_services.clock.now());
     if (!hasService() || request.timeout <= 0)
         return {};
-    return askService(m_services.http, m_baseUrl, request, stop);
+    return askService(m_services.http, m_baseURL, request, stop);
 }
 
 std::optional<std::string> BackendClient::token() {
@@ -127,7 +127,7 @@ std::optional<Json> BackendClient::getConfig(std::stop_token stop) {
         if (reply && reply->contains("groq_api_key")) {
             auto config = std::make_shared<const Json>(std::move(*reply));
             m_state.with([&](State& state) {
-                state.config = std::move(config);
+                state.configCache = std::move(config);
                 state.configFetchedAt = m_services.clock.now();
             });
             logInfo("Backend: config fetched");
@@ -138,12 +138,13 @@ std::optional<Json> BackendClient::getConfig(std::stop_token stop) {
 }
 
 std::shared_ptr<const Json> BackendClient::configInMemory() const {
-    return m_state.with([](const State& state) { return state.config; });
+    return m_state.with([](const State& state) { return state.configCache; });
 }
 
 bool BackendClient::isConfigFresh() const {
     const double now = m_services.clock.now();
-    return m_state.with([&](const State& state) { return state.config && now - state.configFetchedAt < configTTL; });
+    return m_state.with(
+        [&](const State& state) { return state.configCache && now - state.configFetchedAt < configTTL; });
 }
 
 void BackendClient::heartbeat(std::stop_token stop) {

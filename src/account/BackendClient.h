@@ -46,7 +46,7 @@ public:
     /// `serviceHost` has no path; empty for no service.
     BackendClient(Services services, const std::string& serviceHost, Installation installation);
 
-    bool hasService() const { return !m_baseUrl.empty(); }
+    bool hasService() const { return !m_baseURL.empty(); }
 
     /// The one transport; see askService(). `body` may be null, `token` empty.
     std::optional<nlohmann::json> request(const std::string& method, const std::string& path,
@@ -80,9 +80,9 @@ public:
 
 private:
     struct State {
-        std::shared_ptr<const nlohmann::json> config; // the last good one
-        double configFetchedAt = 0;                   // seconds of the clock
-        std::string unstoredToken;                    // that no keyring took
+        std::shared_ptr<const nlohmann::json> configCache; // the last good one
+        double configFetchedAt = 0;                        // seconds of the clock
+        std::string unstoredToken;                         // that no keyring took
     };
 
     std::optional<std::string> token();
@@ -93,7 +93,7 @@ private:
     bool post(const std::string& path, const nlohmann::json& body, std::stop_token stop);
 
     const Services m_services;
-    const std::string m_baseUrl; // ends in /api/v1; empty for no service
+    const std::string m_baseURL; // ends in /api/v1; empty for no service
     const Installation m_installation;
     Guarded<State> m_state;
     SharedCall<std::string> m_registration;

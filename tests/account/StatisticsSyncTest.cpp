@@ -22,6 +22,17 @@ protected:
         return {};
     }
 
+    /// Another machine of the same person, who has dictated there.
+    struct Laptop : Machine {
+        Laptop(const StatisticsSync& test, const std::string& text)
+            : Machine(test.service.server().url(), test.machine.http) {
+            statistics.recordDictation(text, 4);
+            for (BackendClient* client : {&test.backend, &backend})
+                client->sendLogin("ada@example.org", "Ada", {});
+            backend.syncStats({});
+        }
+    };
+
     StatisticsStore& own = machine.statistics;
 };
 
@@ -89,9 +100,7 @@ TEST_F(StatisticsSync, WordsOfOfflineModeStayHere) {
 }
 
 TEST_F(StatisticsSync, TwoMachinesAreOneHistory) {
-    Machine laptop(service.server().url(), http);
-    laptop.statistics.recordDictation("four words of hers", 4);
-    ASSERT_TRUE(laptop.backend.syncStats({}));
+    const Laptop laptop(*this, "four words of hers");
     own.recordDictation("two words", 2);
     ASSERT_TRUE(backend.syncStats({}));
     EXPECT_EQ(own.shownAllTimeStats().totalWords, 6);
@@ -108,9 +117,7 @@ TEST_F(StatisticsSync, TwoMachinesAreOneHistory) {
 }
 
 TEST_F(StatisticsSync, WhatWasDeletedDoesNotComeBack) {
-    Machine laptop(service.server().url(), http);
-    laptop.statistics.recordDictation("hers", 1);
-    laptop.backend.syncStats({});
+    const Laptop laptop(*this, "hers");
     own.recordDictation("mine", 1);
     backend.syncStats({});
 
