@@ -71,10 +71,12 @@ TEST_F(Dashboard, CardsFollowTheTakesAndTheDay) {
     EXPECT_THAT(spoken(model.allTime()),
                 ElementsAre("1.2k words", "3 sessions", "200 WPM", "2 days active", "24 min saved"));
 
-    store.applyServerStats(nlohmann::json{{"total_words", 1000}, {"total_sessions", 9}, {"days_active", 1}});
+    store.applyServerStats(
+        nlohmann::json{{"total_words", 1000}, {"total_sessions", 9}, {"total_duration_secs", 600}, {"days_active", 1}});
     record("one", 1);
     EXPECT_THAT(spoken(model.allTime()),
-                ElementsAre("1000 words", "9 sessions", "0 WPM", "1 day active", "25 min saved"));
+                ElementsAre("1.0k words", "10 sessions", "99 WPM", "1 day active", "15 min saved"))
+        << "the server's, and what came since";
 }
 
 TEST_F(Dashboard, ChartsShowFourWeeksAndTheHoursOfTheDay) {
