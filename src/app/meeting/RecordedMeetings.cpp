@@ -208,16 +208,16 @@ private:
         if (!m_writesNotes)
             return;
         m_command.progress.text(label, "Writing the notes");
-        auto [notes, fault] = road.notes().summarize(
+        MeetingNotesWriter::Result made = road.notes().summarize(
             {.transcript = transcriptText(record), .userNotes = "", .kind = record.kind, .subject = record.subject},
             m_command.stop());
         m_command.progress.finish();
-        if (notes)
-            record.notes = std::move(notes);
+        if (made.notes)
+            record.notes = std::move(made.notes);
         else if (m_options.notes == WantedNotes::always)
-            fail(recording.name() + ": there are no notes: " + fault);
+            fail(recording.name() + ": there are no notes: " + made.fault);
         else
-            say("fenlo: " + recording.name() + ": there are no notes: " + fault);
+            say("fenlo: " + recording.name() + ": there are no notes: " + made.fault);
     }
 
     void deliver(const MeetingRecord& record, const InputRecording& recording, const PlannedResult& planned) {
