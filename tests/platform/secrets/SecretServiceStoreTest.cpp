@@ -77,6 +77,18 @@ TEST_P(SecureStoreContract, ValuesComeBackAsTheyWereSaved) {
     EXPECT_EQ(store->load("never saved").status, Status::notFound);
 }
 
+TEST_F(SecretServiceStoreTest, ManyAtOnceDisturbNobody) {
+    ASSERT_EQ(store.save("google_refresh_token", "kept"), std::nullopt);
+    std::vector<std::jthread> askers;
+    for (int asker = 0; asker < 6; ++asker)
+        askers.emplace_back([&, name = "asker_" + std::to_string(asker)] {
+            for (int time = 0; time < 10; ++time) {
+                EXPECT_EQ(store.load("google_refresh_token").text, "kept");
+                EXPECT_EQ(store.save(name, name), std::nullopt);
+            }
+        });
+}
+
 TEST_F(SecretServiceStoreTest, ValuesOutliveTheStoreAndTheDaemon) {
     ASSERT_EQ(store.save("backend_token", "kept"), std::nullopt);
     EXPECT_EQ(impatient.load("backend_token").text, "kept");

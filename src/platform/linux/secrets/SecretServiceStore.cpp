@@ -34,6 +34,7 @@ struct Free {
     void operator()(SecretValue* value) const { secret_value_unref(value); }
     void operator()(GList* items) const { g_list_free_full(items, g_object_unref); }
     void operator()(GHashTable* table) const { g_hash_table_unref(table); }
+    void operator()(SecretService* service) const { g_object_unref(service); }
 };
 
 template <typename T>
@@ -44,8 +45,12 @@ Owned<GHashTable> attributesOf(const std::string& name) {
         secret_attributes_build(&schema(), "service", serviceName, "account", name.c_str(), nullptr));
 }
 
+bool isCancelled(const GError& error) {
+    return g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
+}
+
 std::string explain(const GError& error) {
-    if (g_error_matches(&error, G_IO_ERROR, G_IO_ERROR_CANCELLED))
+    if (isCancelled(error))
         return "the keyring did not answer in time";
     return text::join(text::words(error.message), " ");
 }
@@ -59,29 +64,41 @@ bool hasSessionBus() {
     return !runtime.empty() && std::filesystem::exists(runtime / "bus", ignored);
 }
 
-/// Returns why no keyring can be reached, or nothing when one can.
-std::optional<std::string> connect(GCancellable* cancellable) {
+/// A way to the keyring for one operation, or why there is none. It is nobody else's: one that threads share would
+/// break under the others, and a keyring that was restarted does not know an earlier session.
+struct Connection {
+    Owned<SecretService> service;
+    std::string fault = {};
+    bool tookTooLong = false;
+};
+
+Connection connect(GCancellable* cancellable) {
     if (!hasSessionBus())
-        return "there is no session bus to reach a keyring";
+        return {nullptr, "there is no session bus to reach a keyring"};
     GError* error = nullptr;
     GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable, &error);
     if (!bus)
-        return explain(*Owned<GError>(error));
+        return {nullptr, explain(*Owned<GError>(error))};
     g_dbus_connection_set_exit_on_close(bus, FALSE); // the program goes on when the bus ends
     g_object_unref(bus);
-    secret_service_disconnect(); // a keyring that was restarted does not know the earlier session
-    return {};
+    Owned<SecretService> service(
+        secret_service_open_sync(SECRET_TYPE_SERVICE, nullptr, SECRET_SERVICE_NONE, cancellable, &error));
+    if (service)
+        return {std::move(service)};
+    const Owned<GError> fault(error);
+    return {nullptr, explain(*fault), isCancelled(*fault)};
 }
 
 /// Returns what went wrong, or nothing.
 std::optional<std::string> store(const std::string& name, const std::string& value, GCancellable* cancellable) {
-    if (const auto fault = connect(cancellable))
-        return fault;
+    const Connection keyring = connect(cancellable);
+    if (!keyring.service)
+        return keyring.fault;
     const Owned<SecretValue> secret(secret_value_new(value.data(), static_cast<gssize>(value.size()), "text/plain"));
     const std::string label = "Fenlo: " + name;
     GError* error = nullptr;
-    secret_password_storev_binary_sync(&schema(), attributesOf(name).get(), SECRET_COLLECTION_DEFAULT, label.c_str(),
-                                       secret.get(), cancellable, &error);
+    secret_service_store_sync(keyring.service.get(), &schema(), attributesOf(name).get(), SECRET_COLLECTION_DEFAULT,
+                              label.c_str(), secret.get(), cancellable, &error);
     if (!error)
         return {};
     return explain(*Owned<GError>(error));
@@ -96,17 +113,17 @@ struct LookUp {
 
 LookUp lookUp(const std::string& name, Unlock unlock, GCancellable* cancellable) {
     using Status = SecureStore::Status;
-    if (connect(cancellable))
-        return {{Status::unavailable, {}}};
+    const Connection keyring = connect(cancellable);
+    if (!keyring.service)
+        return {{Status::unavailable, {}}, keyring.tookTooLong};
     GError* error = nullptr;
     // A plain look-up cannot tell a locked item from a missing one.
     const auto flags = unlock == Unlock::ask ? SECRET_SEARCH_UNLOCK : SECRET_SEARCH_NONE;
-    const Owned<GList> items(
-        secret_password_searchv_sync(&schema(), attributesOf(name).get(), flags, cancellable, &error));
+    const Owned<GList> items(secret_service_search_sync(keyring.service.get(), &schema(), attributesOf(name).get(),
+                                                        flags, cancellable, &error));
     if (error) {
-        const bool tookTooLong = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED);
-        g_error_free(error);
-        return {{Status::unavailable, {}}, tookTooLong};
+        const Owned<GError> fault(error);
+        return {{Status::unavailable, {}}, isCancelled(*fault)};
     }
     if (!items)
         return {{Status::notFound, {}}};
@@ -162,8 +179,9 @@ SecureStore::Value SecretServiceStore::load(const std::string& name) {
 void SecretServiceStore::remove(const std::string& name) {
     m_processOnly.with([&](auto& values) { values.erase(name); });
     const SecretDeadline deadline(m_closed, m_limit);
-    if (!connect(deadline.cancellable()))
-        secret_password_clearv_sync(&schema(), attributesOf(name).get(), deadline.cancellable(), nullptr);
+    if (const Connection keyring = connect(deadline.cancellable()); keyring.service)
+        secret_service_clear_sync(keyring.service.get(), &schema(), attributesOf(name).get(), deadline.cancellable(),
+                                  nullptr);
 }
 
 void SecretServiceStore::close() {
