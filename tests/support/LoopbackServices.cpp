@@ -28,6 +28,18 @@ LoopbackServices::Behaviour changed(LoopbackServices::Behaviour behaviour, const
     return behaviour;
 }
 
+/// The answer of an error's status: as services do, it quotes the key that was sent. Nothing for another mode.
+std::optional<WireAnswer> refusalOf(const LoopbackServices::Behaviour& behaviour, const WireRequest& request,
+                                    std::stop_token stop) {
+    if (behaviour.mode.find_first_not_of("0123456789") != std::string::npos)
+        return {};
+    pause(behaviour.delay, stop);
+    std::string key = request.header("Authorization") + request.header("x-goog-api-key");
+    key = key.substr(key.rfind(' ') + 1) + fieldOf(queryOf(request), "key");
+    const json fault = {{"error", {{"message", "the stand-in does not like the key " + key}}}};
+    return jsonAnswer(std::stoi(behaviour.mode), writeJson(fault));
+}
+
 std::string textFor(const LoopbackServices::Behaviour& behaviour, const ServiceProtocol& protocol,
                     const std::string& prompts) {
     for (const auto& [part, answer] : behaviour.answers)
@@ -132,6 +144,8 @@ WireAnswer LoopbackServices::answer(const WireRequest& request, std::stop_token 
 
     const Received received = readRequest(*protocol, request);
     const Behaviour behaviour = noteRequest(received);
+    if (auto refusal = refusalOf(behaviour, request, stop))
+        return *std::move(refusal);
     const std::string text = textFor(behaviour, *protocol, received.system + "\n" + received.user);
     return answerInMode(behaviour.mode, text, behaviour.delay, protocol->reply, stop);
 }
@@ -153,6 +167,8 @@ LoopbackServices::Behaviour LoopbackServices::noteRequest(Received received) {
 
 WireAnswer LoopbackServices::answerAsAccount(Received received, std::stop_token stop) {
     const Behaviour behaviour = noteRequest(received);
+    if (auto refusal = refusalOf(behaviour, received.wire, stop))
+        return *std::move(refusal);
     const auto good = [&] {
         AccountReply reply = m_account->answer(received.service, received.wire);
         if (!behaviour.reply.empty() && reply.status < 400)
