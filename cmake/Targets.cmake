@@ -10,9 +10,9 @@ endif()
 # Some libraries' own flags have it; precompiled headers want it everywhere or nowhere.
 target_compile_options(fenlo_options INTERFACE -pthread)
 target_link_libraries(fenlo_options INTERFACE Threads::Threads)
-# The sanitizers' presets compile several files as one, which halves their time, and so does every preset with the tests. What is
-# hidden in one file is then seen by its neighbours, and these two warnings speak of nothing else; the preset "release" compiles
-# the program itself file by file, with all warnings.
+# Some presets compile several files as one, which halves their time, and so does every preset with the tests. What is
+# hidden in one file is then seen by its neighbours, and these two warnings speak of nothing else; the presets "release" and
+# "debug" compile the program itself file by file, with all warnings.
 if(CMAKE_UNITY_BUILD)
     target_compile_options(fenlo_options INTERFACE -Wno-shadow -Wno-subobject-linkage)
 endif()
