@@ -70,17 +70,23 @@ void LocalTranscriber::setup(const Progress& progress, std::stop_token stop, con
     };
     logInfo("LocalTranscriber: Setting up...");
     tell("Preparing...", 0.0);
+    const Steps remember = [&](const SetupStep& step) {
+        m_state.with([&](State& state) { state.step = step; });
+        if (steps)
+            steps(step);
+    };
     std::shared_ptr<const Engine> engine;
     std::string fault;
     try {
         fs::create_directories(m_modelFolder);
-        engine = std::make_shared<const Engine>(m_makeEngine(m_model, m_modelFolder, steps, stop));
+        engine = std::make_shared<const Engine>(m_makeEngine(m_model, m_modelFolder, remember, stop));
     } catch (const std::exception& error) {
         fault = error.what();
     }
     m_state.with([&](State& state) {
         state.whisperEngine = engine;
         state.isSettingUp = false;
+        state.step.reset();
         state.fault = fault;
     });
     if (engine) {
@@ -102,6 +108,10 @@ std::string LocalTranscriber::setupFault() const {
 
 bool LocalTranscriber::isSettingUp() const {
     return m_state.with([](const State& state) { return state.isSettingUp; });
+}
+
+std::optional<SetupStep> LocalTranscriber::setupStep() const {
+    return m_state.with([](const State& state) { return state.step; });
 }
 
 std::string LocalTranscriber::transcribe(const fs::path& audio, const std::string& language,

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
@@ -56,6 +57,8 @@ public:
     /// Why the last set-up failed, in one line; empty when it did not.
     std::string setupFault() const;
     bool isSettingUp() const;
+    /// How far the set-up that is under way is; nothing without one, and before its first step.
+    std::optional<SetupStep> setupStep() const;
 
     /// `language` is a code or "auto".
     std::string transcribe(const std::filesystem::path& audio, const std::string& language, std::stop_token stop) const;
@@ -67,6 +70,7 @@ private:
     struct State {
         std::shared_ptr<const Engine> whisperEngine;
         bool isSettingUp = false;
+        std::optional<SetupStep> step;
         std::string fault;
     };
 

@@ -82,8 +82,12 @@ TEST_F(LocalTranscriberTest, AFailedSetUpMayBeTriedAgain) {
         steps({SetupStep::Kind::downloading, 3, 10});
         return engine();
     };
-    local.setup({}, {}, [&](const SetupStep& step) { received = step.done; });
+    local.setup({}, {}, [&](const SetupStep& step) {
+        received = step.done;
+        EXPECT_EQ(local.setupStep().value_or(SetupStep()).done, 3u) << "who looks from elsewhere sees it too";
+    });
     EXPECT_EQ(received, 3u);
+    EXPECT_FALSE(local.setupStep());
     EXPECT_TRUE(local.isReady());
     EXPECT_EQ(local.setupFault(), "");
 }

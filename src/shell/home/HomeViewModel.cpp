@@ -6,6 +6,7 @@
 #include "platform/Workspace.h"
 #include "settings/Keychain.h"
 #include "shell/Sounds.h"
+#include "shell/home/OfflineModels.h"
 #include "shell/home/VocabularyText.h"
 #include "speech/LocalTranscriber.h"
 
@@ -246,8 +247,10 @@ void HomeViewModel::offlineSetupFailed(const std::string& status) {
 std::string HomeViewModel::offlineLine() const {
     if (!engineRunsHere)
         return "Not supported on this computer";
-    if (isSettingUpOffline || !offlineSetupStatus.empty())
-        return offlineSetupStatus;
+    if (isSettingUpOffline || !offlineSetupStatus.empty()) {
+        const std::string fetched = fetchedText(m_services.localTranscriber.setupStep());
+        return fetched.empty() ? offlineSetupStatus : offlineSetupStatus + " " + fetched + " fetched";
+    }
     if (!offlineMode)
         return {};
     if (m_services.localTranscriber.isReady())

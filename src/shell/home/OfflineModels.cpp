@@ -103,6 +103,12 @@ std::string sizeText(std::uint64_t bytes) {
     return text;
 }
 
+std::string fetchedText(const std::optional<SetupStep>& step) {
+    if (!step || step->kind != SetupStep::Kind::downloading || step->total == 0)
+        return {};
+    return sizeText(step->done) + " of " + sizeText(step->total);
+}
+
 std::string modelObstacle(std::uint64_t bytes, std::uint64_t received, std::uint64_t freeDisk, std::uint64_t memory) {
     const auto size = static_cast<double>(bytes);
     const auto ofMemory = static_cast<std::uint64_t>(size * memoryShare) + programMemory;
@@ -118,7 +124,7 @@ std::string modelObstacle(std::uint64_t bytes, std::uint64_t received, std::uint
 }
 
 std::string OfflineModelRow::status() const {
-    const std::string progress = total > 0 ? sizeText(done) + " of " + sizeText(total) : "";
+    const std::string progress = fetchedText(SetupStep{SetupStep::Kind::downloading, done, total});
     switch (job) {
     case Job::none:
         break;

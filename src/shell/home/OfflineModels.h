@@ -133,6 +133,8 @@ private:
 
 /// "4.2 GB", "18 MB".
 std::string sizeText(std::uint64_t bytes);
+/// How much of a model is here: "250 MB of 967 MB"; empty while nothing is downloaded.
+std::string fetchedText(const std::optional<SetupStep>& step);
 
 /// Why a model of this download size cannot be used here, in one sentence; empty when it can.
 std::string modelObstacle(std::uint64_t bytes, std::uint64_t received, std::uint64_t freeDisk, std::uint64_t memory);

@@ -3,6 +3,7 @@
 #include "base/Background.h"
 #include "base/MainQueue.h"
 #include "platform/SecureStore.h"
+#include "settings/Deployment.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -86,7 +87,8 @@ std::string ServiceKeyRow::hint() const {
 
 ServiceKeysModel::ServiceKeysModel(Services services) : m_services(services) {
     for (const ServicePage& page : pages)
-        m_rows.push_back({page.service, serviceKey(page.service).label, page.purpose, page.site});
+        if (page.service != CloudService::deepgram || services.deployment.hasService())
+            m_rows.push_back({page.service, serviceKey(page.service).label, page.purpose, page.site});
 }
 
 const ServiceKeyRow& ServiceKeysModel::row(CloudService service) const {
@@ -107,14 +109,18 @@ void ServiceKeysModel::refresh() {
                 row.state = state;
             m_changes.tell();
         });
-    m_services.background.run([services = m_services, done](std::stop_token stop) {
+    std::vector<CloudService> shown;
+    for (const ServiceKeyRow& row : m_rows)
+        shown.push_back(row.service);
+    m_services.background.run([services = m_services, shown, done](std::stop_token stop) {
         const auto given = services.keys.remoteAtHand().value_or(ServiceKeys::Configuration());
-        for (const ServiceKey& key : serviceKeys()) {
+        for (const CloudService service : shown) {
             if (stop.stop_requested())
                 return;
+            const ServiceKey& key = serviceKey(service);
             const State state = stateOf(placeOf(key, services.store));
             const bool isGiven = !keyInConfiguration(key, given).empty();
-            services.queue.post([done, service = key.service, state, isGiven] { done(service, state, isGiven); });
+            services.queue.post([done, service, state, isGiven] { done(service, state, isGiven); });
         }
     });
 }

@@ -61,6 +61,7 @@ public:
     /// Looks again where the keys are; a screen that opens calls it. The user may be asked to unlock the keyring.
     void refresh();
 
+    /// Those whose key something would use: Deepgram is chosen by Fenlo's own service only.
     const std::vector<ServiceKeyRow>& rows() const { return m_rows; }
     const ServiceKeyRow& row(CloudService service) const;
 

@@ -24,7 +24,7 @@ StepPage {
             id: machine
 
             text: "This machine"
-            note: "What you say never leaves it. In English, and without an account."
+            note: "Your voice never leaves it. In English, and without an account."
             isChosen: step.isOnMachine
             topPadding: Theme.unit * 2
             bottomPadding: Theme.unit * 2

@@ -43,6 +43,11 @@ protected:
     NotificationCenter notifications;
     FakeSecureStore secrets;
     Keychain keychain{secrets};
+    std::vector<std::string> offlineLines; // after each step of a set-up
+    void toldOfSteps(const LocalTranscriber::Steps& steps, const SetupStep& step) {
+        steps(step);
+        offlineLines.push_back(model.offlineLine());
+    }
     std::function<void(std::stop_token)> makeEngine = [](std::stop_token) {};
     LocalTranscriber transcriber{
         "small", home / "models",
@@ -50,8 +55,8 @@ protected:
             makeEngine(stop);
             if (steps)
                 for (const auto kind : {SetupStep::Kind::downloading, SetupStep::Kind::preparing})
-                    for (const std::uint64_t done : {0, 50, 100})
-                        steps({kind, done, 100});
+                    for (const std::uint64_t done : {0, 50'000'000, 100'000'000})
+                        toldOfSteps(steps, {kind, done, 100'000'000});
             return LocalTranscriber::Engine();
         },
         clock};
@@ -186,6 +191,8 @@ TEST_F(SettingsModel, OfflineModeForcesEnglishAndTranscription) {
     EXPECT_EQ(stored().language, "en");
     EXPECT_EQ(stored().outputMode, OutputMode::transcribe);
     EXPECT_EQ(model.offlineLine(), "Using on-device transcription");
+    EXPECT_EQ(offlineLines.at(1), "Setting up offline mode... 50 MB of 100 MB fetched");
+    EXPECT_EQ(offlineLines.back(), "Setting up offline mode...") << "the rest is no download";
     EXPECT_EQ(withValue(languageChoices(model.offlineMode), model.language).size(), 1u);
     model.setOfflineMode(false);
     EXPECT_FALSE(stored().offlineMode);

@@ -33,7 +33,16 @@ struct ServiceKeysModelTest : ::testing::Test {
     FakeHttpClient http;
     Keychain keychain{store};
     ServiceKeys keys{keychain, {}, "", KeyringUse::forEveryUse};
-    const Deployment deployment{"http://groq", "", "", "", "small", "http://gemini", "http://deepgram", "http://xai"};
+    static Deployment ofThese() {
+        Deployment hosts;
+        hosts.groqHost = "http://groq";
+        hosts.geminiHost = "http://gemini";
+        hosts.deepgramHost = "http://deepgram";
+        hosts.xaiHost = "http://xai";
+        hosts.serviceHost = "http://service";
+        return hosts;
+    }
+    const Deployment deployment = ofThese();
     ServiceKeysModel model{{store, keys, deployment, http, queue, background}};
 };
 
@@ -67,6 +76,15 @@ TEST_F(ServiceKeysModelTest, AKeyOfTheAccountIsTold) {
     EXPECT_EQ(account.row(CloudService::groq).status(), "Key from your account");
     EXPECT_EQ(account.row(CloudService::groq).hint(), account.row(CloudService::groq).purpose);
     EXPECT_EQ(account.row(CloudService::gemini).status(), "No key");
+}
+
+TEST_F(ServiceKeysModelTest, NoKeyIsAskedForThatNothingWouldUse) {
+    Deployment withoutService = deployment;
+    withoutService.serviceHost.clear();
+    ServiceKeysModel its({store, keys, withoutService, http, queue, background});
+    EXPECT_EQ(model.rows().size(), its.rows().size() + 1);
+    for (const ServiceKeyRow& row : its.rows())
+        EXPECT_NE(row.service, CloudService::deepgram) << "only the service chooses it";
 }
 
 TEST_F(ServiceKeysModelTest, AKeyIsKeptTriedAndCountsAtOnce) {
