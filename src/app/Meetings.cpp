@@ -4,16 +4,21 @@
 #include "app/TakeServices.h"
 #include "base/NotificationCenter.h"
 #include "settings/Config.h"
+#include "shell/home/OfflineModels.h"
 
 namespace fenlo {
 
 namespace {
 
 /// While the engine is being loaded chunks wait. Where it cannot be had, they are tried, so that the user is told.
-bool isRecogniserReady(const TakeServices& services) {
+std::string recogniserDelay(const TakeServices& services) {
     const LocalTranscriber& engine = services.localTranscriber;
-    return !services.config.get().offlineMode || engine.isReady() ||
-           (!engine.isSettingUp() && !engine.setupFault().empty());
+    if (!services.config.get().offlineMode || engine.isReady() ||
+        (!engine.isSettingUp() && !engine.setupFault().empty()))
+        return {};
+    const std::string fetched = fetchedText(engine.setupStep());
+    return "The recogniser is being prepared" + (fetched.empty() ? "" : ", " + fetched + " fetched") +
+           "; the words come when it is ready.";
 }
 
 /// In offline mode nothing of a meeting goes to a service, not even where the engine cannot be had. Throws then.
@@ -36,7 +41,7 @@ MeetingModeController::Services controllerServices(const Meetings::Surroundings&
             .transcribe = [&services =
                                around.services](const TranscribeRequest& request,
                                                 std::stop_token stop) { return transcribe(services, request, stop); },
-            .isRecogniserReady = [&services = around.services] { return isRecogniserReady(services); },
+            .recogniserDelay = [&services = around.services] { return recogniserDelay(services); },
             .recordMeeting =
                 [&statistics = around.services.statistics, &notifications = around.notifications](
                     const std::string& transcript, std::int64_t segments, double duration) {

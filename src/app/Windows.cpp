@@ -49,7 +49,7 @@ Windows::Windows(const WindowServices& services)
       snippets(Snippets::defaultFile(), services.clock),
       dashboard(
           {services.take.statistics, services.clock, services.mainQueue, services.background, services.notifications}),
-      meeting({services.meetings, services.mainQueue, services.background, services.take.keys, services.copyToClipboard,
+      meeting({services.meetings, services.mainQueue, services.background, services.copyToClipboard,
                services.startMeeting, services.stopMeeting}),
       history({services.take.statistics, services.clock, services.mainQueue, services.background,
                services.notifications, services.copyToClipboard}),

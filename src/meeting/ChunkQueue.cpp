@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 namespace fenlo {
 
@@ -17,7 +18,7 @@ constexpr double leastPatience = 120.0; // seconds, like all times here
 constexpr double firstDelay = 2.0;
 constexpr double firstProbe = 5.0;
 constexpr double longestDelay = 60.0;
-constexpr double readinessLook = 1.0;
+constexpr double delayLook = 1.0;
 
 double doubled(double first, int times) {
     return std::min(longestDelay, std::ldexp(first, std::min(times, 10)));
@@ -63,10 +64,14 @@ void ChunkQueue::pump() {
     m_wake.cancel();
     if (m_entries.size() == m_underWay)
         return;
-    if (!m_services.isReady()) {
-        m_wake = m_services.mainQueue.postAfter(readinessLook, [this] { pump(); });
+    if (const std::string delay = m_services.delay(); !delay.empty()) {
+        m_isDelayed = true;
+        setTrouble(delay);
+        m_wake = m_services.mainQueue.postAfter(delayLook, [this] { pump(); });
         return;
     }
+    if (std::exchange(m_isDelayed, false))
+        setTrouble({});
     const std::size_t most = isDown() ? 1 : m_services.atOnce();
     while (m_underWay < most) {
         const auto place = next();

@@ -51,7 +51,7 @@ public:
         MainQueue& mainQueue;
         Background& background;
         std::function<std::size_t()> atOnce; // how many attempts may be under way
-        std::function<bool()> isReady;       // false while the engine is still being loaded
+        std::function<std::string()> delay;  // why none may begin yet, one line; empty when they may
     };
 
     explicit ChunkQueue(Services services) : m_services(std::move(services)) {}
@@ -61,7 +61,7 @@ public:
     /// they were.
     std::size_t withdraw(const void* owner);
 
-    /// Why nothing gets through at present, one short line; empty while the service answers.
+    /// Why nothing gets through at present, one line; empty while the service answers.
     const std::string& trouble() const { return m_trouble; }
     /// When trouble() has changed.
     std::function<void()> onTrouble = [] {};
@@ -96,6 +96,7 @@ private:
     int m_failuresInRow = 0;
     double m_probeAt = 0; // seconds of Clock::now(); while the service is down
     std::string m_trouble;
+    bool m_isDelayed = false;
     Timer m_wake;
     Lifetime m_lifetime;
 };

@@ -2,7 +2,7 @@
 
 namespace fenlo {
 
-std::string emailCaption(EmailStatus status, const std::string& action) {
+std::string emailStatusText(EmailStatus status) {
     switch (status) {
     case EmailStatus::sending:
         return "Sending...";
@@ -12,7 +12,7 @@ std::string emailCaption(EmailStatus status, const std::string& action) {
     case EmailStatus::failed:
         break;
     }
-    return action;
+    return {};
 }
 
 EmailStatus statusOf(const MailOutcome& outcome) {
@@ -32,11 +32,11 @@ MeetingNotice noticeOf(const MailOutcome& outcome) {
     case MailOutcome::Kind::sent:
         return {};
     case MailOutcome::Kind::opened:
-        return {MeetingNotice::Kind::good, outcome.line};
+        return {.kind = MeetingNotice::Kind::good, .text = outcome.line, .canClose = true};
     case MailOutcome::Kind::failed:
         break;
     }
-    return {MeetingNotice::Kind::error, outcome.line};
+    return {.kind = MeetingNotice::Kind::error, .text = outcome.line, .canClose = true};
 }
 
 std::string recipientsText(const std::string& primary, std::size_t additional) {

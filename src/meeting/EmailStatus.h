@@ -11,8 +11,8 @@ namespace fenlo {
 /// The mail of a meeting as its button tells of it.
 enum class EmailStatus { idle, sending, sent, failed };
 
-/// What the button says: `action` ("Email") before and after a failure, else how it goes.
-std::string emailCaption(EmailStatus status, const std::string& action);
+/// What the button says in place of its action: "Sending...", then "Sent!". Empty before, and after a failure.
+std::string emailStatusText(EmailStatus status);
 
 /// How a mail stands that has this outcome. What lies in the mail program is not sent yet.
 EmailStatus statusOf(const MailOutcome& outcome);

@@ -63,7 +63,7 @@ bool MeetingControl::end() {
     m_pillTimer.cancel();
     m_pillAgain.cancel();
     logInfo("Meeting mode stopped");
-    return m_services.meetings.hasWords() && m_services.meetings.meetingMode() != MeetingMode::transcription;
+    return m_services.meetings.hasWords() && m_services.meetings.sessionMode() != MeetingMode::transcription;
 }
 
 void MeetingControl::clearEnded() {

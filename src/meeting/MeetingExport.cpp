@@ -19,10 +19,11 @@ void exportMeeting(const std::string& text, const std::filesystem::path& file, B
         mainQueue.post([=] {
             const std::string name = file.filename().string();
             if (fault.empty())
-                done({MeetingNotice::Kind::good, "Exported to " + name + "."});
+                done({.kind = MeetingNotice::Kind::good, .text = "Exported to " + name + ".", .canClose = true});
             else
-                done({MeetingNotice::Kind::error,
-                      name + " could not be written, because " + fault + "; the meeting is as it was."});
+                done({.kind = MeetingNotice::Kind::error,
+                      .text = name + " could not be written, because " + fault + "; the meeting is as it was.",
+                      .canClose = true});
         });
     });
 }

@@ -30,7 +30,7 @@ MeetingModeController::MeetingModeController(Services services)
       m_queue({m_services.clock, m_services.mainQueue, m_services.background,
                // On this machine one decoding uses all cores.
                [&config = m_services.config] { return config.get().offlineMode ? 1 : mostAtOnce; },
-               m_services.isRecogniserReady}) {
+               m_services.recogniserDelay}) {
     m_queue.onTrouble = [this] { m_changes.tell(); };
     loadPastMeetings();
     askForAddress();

@@ -56,13 +56,13 @@ public:
         MeetingNotesWriter& notesWriter;
         MeetingDelivery& delivery;
         std::function<std::string(const TranscribeRequest&, std::stop_token)> transcribe; // on a worker; throws
-        std::function<bool()> isRecogniserReady = [] { return true; }; // false while the engine is being loaded
+        /// Why nothing can be recognised yet, one line: the engine is being loaded. Empty when it can.
+        std::function<std::string()> recogniserDelay = [] { return std::string(); };
         std::function<void(const std::string& transcript, std::int64_t segments, double duration)> recordMeeting =
             [](auto&&...) {};
         std::function<void()> syncStats = [] {}; // returns at once
     };
-    /// Without notes, `fault` says why in one sentence.
-    using NotesDone = std::function<void(std::optional<EnhancedMeetingNotes> notes, const std::string& fault)>;
+    using NotesDone = std::function<void(const MeetingNotesWriter::Result& result)>;
     using MailDone = std::function<void(const MailOutcome& outcome)>;
 
     explicit MeetingModeController(Services services);
@@ -77,8 +77,9 @@ public:
     /// Ends the session. Its file is written at once; what is still being transcribed is added to it later. Ignored
     /// while none runs.
     void stopMeeting();
-    /// Tells why a start was refused, by trouble() until the next start.
+    /// Tells why a start was refused, until the next start or an empty reason.
     void refuse(const std::string& reason);
+    const std::string& refusal() const { return m_refusal; }
     /// Leaves an ended session: stops its countdown and empties the screen for the next one.
     void newSession();
 
@@ -89,7 +90,9 @@ public:
     float audioLevel() const { return m_audioLevel; }                             // 0 to 1
     /// Chunks that are still to be transcribed, with those that failed and are tried again.
     int pendingChunks() const;
-    /// Chunks whose words are missing.
+    /// Chunks that are tried again in half an hour, or at the next start.
+    int postponedChunks() const;
+    /// Chunks whose words are missing for good.
     int lostChunks() const;
     /// What hampers the session, in one line: no microphone, a service that does not answer. Empty when all is well.
     std::string trouble() const;
@@ -97,6 +100,8 @@ public:
     std::optional<MeetingStatus> status() const;
     /// The archive file of the session; nothing before one is written.
     std::optional<std::filesystem::path> sessionFile() const;
+    /// The mode of the session that is shown, or that of the next one.
+    MeetingMode sessionMode() const { return m_session == 0 ? m_meetingMode : m_head.mode; }
 
     /// Chosen before the start, and kept for the next session.
     MeetingMode meetingMode() const { return m_meetingMode; }
@@ -129,6 +134,9 @@ public:
     bool isEnhancing() const { return m_isEnhancing; }
     /// Why the session has no notes although they were asked for, in one sentence; else empty.
     const std::string& notesFault() const { return m_notesFault; }
+    NotesHindrance notesHindrance() const { return m_notesHindrance; }
+    /// What would keep notes from being made now.
+    void findNotesHindrance(std::function<void(NotesHindrance)> done);
     /// Whether there is, or may still come, something that notes could be made of.
     bool hasWords() const { return !m_segments.empty() || pendingChunks() > 0; }
     /// Has the session's notes made, once the segments that are still coming have come; they go into its file, and the
@@ -170,15 +178,15 @@ public:
     enum class Recovered { meeting, notes };
     std::function<void(Recovered)> onRecovered = [](Recovered) {};
     void saveNotesToPastMeeting(const std::string& id, const EnhancedMeetingNotes& notes);
+    /// Notes could not be put into the file of the meeting `id`.
+    std::function<void(const std::string& id)> onNotesNotSaved = [](auto&) {};
 
     // Mail.
 
     /// Of who is signed in; empty without one.
     const std::string& primaryRecipient() const { return m_primaryRecipient; }
-    const std::vector<std::string>& additionalRecipients() const { return m_additionalRecipients; }
-    /// False when it is no address, or one that is there already. Blanks at its ends do not count.
-    bool addRecipient(const std::string& address);
-    void removeRecipient(const std::string& address);
+    /// Of the session; a screen may change them.
+    std::vector<std::string>& additionalRecipients() { return m_additionalRecipients; }
     /// Every later session begins with the present recipients.
     void saveRecipientsAsDefaults();
 
@@ -273,6 +281,7 @@ private:
     std::optional<EnhancedMeetingNotes> m_enhancedNotes;
     bool m_isEnhancing = false;
     std::string m_notesFault;
+    NotesHindrance m_notesHindrance = NotesHindrance::none;
     AutoSend m_autoSend;
     std::string m_primaryRecipient;
     std::vector<std::string> m_additionalRecipients;

@@ -5,11 +5,8 @@
 #include "base/Clock.h"
 #include "meeting/MeetingArchive.h"
 #include "meeting/MeetingText.h"
-#include "meeting/Recipients.h"
 #include "meeting/SystemAudioCapture.h"
 #include "settings/Config.h"
-
-#include <algorithm>
 
 namespace fenlo {
 
@@ -20,20 +17,6 @@ void MeetingModeController::askForAddress() {
             m_primaryRecipient = std::move(address);
             m_changes.tell();
         });
-}
-
-bool MeetingModeController::addRecipient(const std::string& address) {
-    const auto added = addressToAdd(address, m_additionalRecipients, m_primaryRecipient);
-    if (!added)
-        return false;
-    m_additionalRecipients.push_back(*added);
-    m_changes.tell();
-    return true;
-}
-
-void MeetingModeController::removeRecipient(const std::string& address) {
-    if (std::erase(m_additionalRecipients, address) > 0)
-        m_changes.tell();
 }
 
 void MeetingModeController::saveRecipientsAsDefaults() {

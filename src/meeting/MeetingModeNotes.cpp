@@ -24,6 +24,7 @@ void MeetingModeController::summarize() {
         return;
     m_isEnhancing = true;
     m_notesFault.clear();
+    m_notesHindrance = NotesHindrance::none;
     m_awaitedNotes[m_session] = wordsLimit(m_session);
     run()->noteNotes(runningJournal::Notes::due);
     runChanged(m_session);
@@ -73,6 +74,7 @@ void MeetingModeController::notesMade(int number, const MeetingNotesWriter::Resu
     if (number == m_session) {
         m_isEnhancing = false;
         m_notesFault = result.notes ? "" : result.fault;
+        m_notesHindrance = result.hindrance;
         if (result.notes) {
             m_enhancedNotes = result.notes;
             resaveWithNotes();
@@ -94,7 +96,7 @@ void MeetingModeController::notesMade(int number, const MeetingNotesWriter::Resu
 void MeetingModeController::recoveredNotesMade(int number, const MeetingNotesWriter::Result& result) {
     using runningJournal::Notes;
     MeetingRun* const meeting = runOf(number);
-    if (!meeting || (!result.notes && !result.wasAsked))
+    if (!meeting || (!result.notes && result.hindrance != NotesHindrance::none))
         return;
     meeting->noteNotes(Notes::asked);
     const int asked = meeting->notes().asked;
@@ -143,9 +145,9 @@ void MeetingModeController::refineNotes(const EnhancedMeetingNotes& notes, const
             if (number == m_session)
                 m_isEnhancing = false;
             if (isOfSession && notesRefined(number, result))
-                done({}, {});
+                done({});
             else
-                done(result.notes, result.fault);
+                done(result);
             m_changes.tell();
         });
 }
@@ -165,7 +167,11 @@ void MeetingModeController::summarizePastMeeting(const std::string& content, std
                                                  NotesDone done) {
     ask([content, kind, subject = m_subject, &writer = m_services.notesWriter](
             std::stop_token stop) { return writer.summarizePast(content, kind, subject, stop); },
-        [done = std::move(done)](const MeetingNotesWriter::Result& result) { done(result.notes, result.fault); });
+        std::move(done));
+}
+
+void MeetingModeController::findNotesHindrance(std::function<void(NotesHindrance)> done) {
+    ask([&writer = m_services.notesWriter](std::stop_token stop) { return writer.hindrance(stop); }, std::move(done));
 }
 
 } // namespace fenlo

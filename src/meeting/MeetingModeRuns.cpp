@@ -72,6 +72,10 @@ int MeetingModeController::pendingChunks() const {
     return run() ? run()->pendingChunks() : 0;
 }
 
+int MeetingModeController::postponedChunks() const {
+    return run() ? run()->postponedChunks() : 0;
+}
+
 int MeetingModeController::lostChunks() const {
     return run() ? run()->lostChunks() : 0;
 }
@@ -129,7 +133,11 @@ void MeetingModeController::saveNotesToPastMeeting(const std::string& id, const 
     for (const auto& [number, meeting] : m_runs)
         if (meeting->id() == id)
             meeting->noteNotes(notes);
-    m_work.run([&archive = m_services.archive, id, notes](std::stop_token) { archive.saveNotes(id, notes); });
+    m_work.run([&archive = m_services.archive, &queue = m_services.mainQueue, id, notes,
+                failed = m_lifetime.bind([this, id] { onNotesNotSaved(id); })](std::stop_token) mutable {
+        if (archive.saveNotes(id, notes) == MeetingArchive::Outcome::failed)
+            queue.post(std::move(failed));
+    });
     loadPastMeetings();
 }
 

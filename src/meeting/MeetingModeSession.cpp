@@ -51,6 +51,7 @@ void MeetingModeController::clearSession() {
     m_enhancedNotes.reset();
     m_isEnhancing = false;
     m_notesFault.clear();
+    m_notesHindrance = NotesHindrance::none;
     m_systemFault.clear();
     m_refusal.clear();
     m_isMicrophoneSilent = false;
@@ -136,8 +137,8 @@ void MeetingModeController::stopMeeting() {
 }
 
 void MeetingModeController::refuse(const std::string& reason) {
-    m_refusal = reason;
-    m_changes.tell();
+    if (std::exchange(m_refusal, reason) != reason)
+        m_changes.tell();
 }
 
 void MeetingModeController::newSession() {
@@ -181,7 +182,7 @@ std::string MeetingModeController::trouble() const {
         return current->trouble();
     if (pendingChunks() > 0 && !m_queue.trouble().empty())
         return m_queue.trouble();
-    return m_isActive ? m_systemFault : m_refusal;
+    return m_isActive ? m_systemFault : "";
 }
 
 } // namespace fenlo

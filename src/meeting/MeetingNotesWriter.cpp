@@ -14,6 +14,7 @@ namespace fenlo {
 namespace {
 
 constexpr int brokenReply = -1;
+constexpr CloudService modelServices[] = {CloudService::gemini, CloudService::groq}; // in the order of asking
 
 std::string_view domainOf(CloudService service) {
     return service == CloudService::gemini ? "MeetingGemini" : "MeetingSummary";
@@ -56,7 +57,7 @@ std::string meaningOf(const SmartRewriteError& error) {
 /// Notes without content are none: they would take the place of those that the user has.
 MeetingNotesWriter::Result resultOf(const auto& answer, const std::string& subject) {
     if (!answer.text)
-        return {{}, answer.fault, answer.wasAsked};
+        return {{}, answer.fault, answer.hindrance};
     EnhancedMeetingNotes notes = parseNotes(*answer.text, subject);
     if (isEmpty(notes))
         notes = parseNotes(withoutMarkdown(*answer.text), subject);
@@ -109,18 +110,27 @@ std::optional<BasicSummary> MeetingNotesWriter::basicSummary(const std::string& 
     return answer.text ? std::optional(parseBasicSummary(*answer.text)) : std::nullopt;
 }
 
-std::string MeetingNotesWriter::hindrance() const {
-    return m_offline == OfflineNotes::none && m_services.config.get().offlineMode ? offlineLine : "";
+bool MeetingNotesWriter::isKeptHere() const {
+    return m_offline == OfflineNotes::none && m_services.config.get().offlineMode;
+}
+
+NotesHindrance MeetingNotesWriter::hindrance(std::stop_token stop) const {
+    if (isKeptHere())
+        return NotesHindrance::offlineMode;
+    for (const CloudService service : modelServices)
+        if (m_services.keys.find(service, KeyUse::rewriting, stop))
+            return NotesHindrance::none;
+    return NotesHindrance::noKey;
 }
 
 MeetingNotesWriter::Answer MeetingNotesWriter::ask(const ModelPrompt& prompt, std::string_view failure,
                                                    std::stop_token stop) {
-    if (std::string reason = hindrance(); !reason.empty()) {
+    if (isKeptHere()) {
         logInfo("No language model is asked about the meeting: offline mode is on");
-        return {{}, std::move(reason), false};
+        return {{}, offlineLine, NotesHindrance::offlineMode};
     }
     std::vector<std::string> failures;
-    for (const CloudService service : {CloudService::gemini, CloudService::groq}) {
+    for (const CloudService service : modelServices) {
         const auto key = m_services.keys.find(service, KeyUse::rewriting, stop);
         if (stop.stop_requested())
             return {};
@@ -136,7 +146,7 @@ MeetingNotesWriter::Answer MeetingNotesWriter::ask(const ModelPrompt& prompt, st
         return {};
     logError("{}", failure);
     if (failures.empty())
-        return {{}, noKeyLine, false};
+        return {{}, noKeyLine, NotesHindrance::noKey};
     return {{}, text::join(failures, ", and ") + ". The transcript is kept; try again."};
 }
 

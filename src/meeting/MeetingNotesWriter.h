@@ -21,6 +21,9 @@ enum class OfflineNotes {
     none,       // nothing of a meeting leaves this machine
 };
 
+/// What in the settings keeps notes from being made.
+enum class NotesHindrance { none, noKey, offlineMode };
+
 /// A call that brought no text. what() is a part of a sentence, free of secrets: "Gemini refused the key (401)".
 struct MeetingModelError : std::runtime_error {
     MeetingModelError(std::string_view errorDomain, int errorCode, const std::string& message)
@@ -54,7 +57,7 @@ public:
     struct Result {
         std::optional<EnhancedMeetingNotes> notes = {};
         std::string fault = {}; // why there are none
-        bool wasAsked = true;   // false where no service could be asked: there is no key, or offline mode is on
+        NotesHindrance hindrance = NotesHindrance::none;
     };
 
     explicit MeetingNotesWriter(Services services, OfflineNotes offline = OfflineNotes::none)
@@ -79,15 +82,17 @@ public:
 
     std::optional<BasicSummary> basicSummary(const std::string& transcript, std::stop_token stop);
 
+    /// What would keep notes from being made now; looks for the keys.
+    NotesHindrance hindrance(std::stop_token stop) const;
+
 private:
     struct Answer {
         std::optional<std::string> text;
         std::string fault;
-        bool wasAsked = true; // as above
+        NotesHindrance hindrance = NotesHindrance::none;
     };
 
-    /// Why nobody is to be asked; empty when a service may be.
-    std::string hindrance() const;
+    bool isKeptHere() const; // what is said in meetings
     /// `failure` goes into the log when no service answers.
     Answer ask(const ModelPrompt& prompt, std::string_view failure, std::stop_token stop);
     std::string call(CloudService service, const std::string& key, const ModelPrompt& prompt, std::stop_token stop);

@@ -192,10 +192,8 @@ void MeetingRun::heard(int number, ChunkQueue::Attempt attempt) {
         lose(number);
     } else {
         m_waiting.erase(number);
-        if (m_left.erase(number) > 0) { // it was under way when patience ended
-            --m_lost;
+        if (m_left.erase(number) > 0) // it was under way when patience ended
             m_isDone = m_isDone && !m_left.empty();
-        }
         if (m_isStopped)
             beginPatience();
     }
@@ -291,7 +289,6 @@ void MeetingRun::losePatience() {
             lose(number);
         else
             logError("Meeting chunk {} is not recognised yet; it is tried again later", number);
-    m_lost += static_cast<int>(m_waiting.size());
     m_left.merge(m_waiting);
     if (!m_left.empty())
         m_nextLook = m_services.mainQueue.postAfter(pauseAfterwards, [this] { takeUpLeft(); });
@@ -303,7 +300,6 @@ void MeetingRun::takeUpLeft() {
     if (m_left.empty())
         return;
     m_isDone = false;
-    m_lost -= static_cast<int>(m_left.size());
     for (auto& [number, chunk] : std::exchange(m_left, {}))
         enqueue(std::move(chunk), ChunkQueue::Urgency::later);
     m_patience = m_services.mainQueue.postAfter(laterPatience, [this] { losePatience(); });

@@ -43,7 +43,7 @@ public:
     /// What it tells the model. None may destroy the run.
     struct Listener {
         std::function<void(const TranscriptSegment&)> onSegment = [](const auto&) {};
-        std::function<void()> onChange = [] {}; // of pendingChunks(), lostChunks(), trouble(), isSettled()
+        std::function<void()> onChange = [] {}; // of the counts of chunks, trouble(), isSettled()
         std::function<void()> onFiled = [] {};  // the archive has changed
     };
 
@@ -77,6 +77,9 @@ public:
     /// Its file in the archive.
     const std::optional<std::string>& id() const { return m_id; }
     int pendingChunks() const { return m_beingPrepared + static_cast<int>(m_waiting.size()); }
+    /// Those that are tried again much later, or at the next start.
+    int postponedChunks() const { return static_cast<int>(m_left.size()); }
+    /// Those that are not tried again.
     int lostChunks() const { return m_lost; }
     /// Whether it was stopped and no more words come.
     bool isSettled() const { return m_isStopped && pendingChunks() == 0; }

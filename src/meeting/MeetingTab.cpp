@@ -1,11 +1,8 @@
 #include "meeting/MeetingTab.h"
 
-#include "base/Background.h"
 #include "base/Text.h"
-#include "meeting/MeetingExport.h"
 #include "meeting/MeetingReader.h"
 #include "meeting/MeetingWords.h"
-#include "settings/ServiceKeys.h"
 
 #include <algorithm>
 #include <utility>
@@ -15,31 +12,46 @@ namespace fenlo {
 namespace {
 
 constexpr std::size_t recentCount = 5;
-constexpr double copiedFor = 2.0; // seconds
+constexpr double doneFor = 2.0; // seconds
+constexpr const char* notSaved = "The notes could not be written into the meeting's file; copy or export them.";
+
+MeetingNotice closable(MeetingNotice::Kind kind, const std::string& text) {
+    return {.kind = kind, .text = text, .canClose = true};
+}
+
+std::string thatHave(std::size_t parts) {
+    return counted(parts, "part") + (parts == 1 ? " of this meeting has" : " of this meeting have");
+}
 
 } // namespace
 
 MeetingTab::MeetingTab(Services services)
-    : m_services(std::move(services)), m_controller(m_services.controller), m_wasActive(m_controller.isActive()) {
+    : m_services(std::move(services)), m_controller(m_services.controller), m_outlet(outletServices()),
+      m_wasActive(m_controller.isActive()) {
     m_sessionChanged = m_controller.watch([this] { follow(); });
     m_archiveChanged = m_controller.watchArchive([this] { followArchive(); });
+    m_controller.onNotesNotSaved = m_lifetime.bind([this](const std::string& id) { tellNotSaved(id); });
+}
+
+MeetingOutlet::Services MeetingTab::outletServices() {
+    return {.mainQueue = m_services.mainQueue,
+            .background = m_services.background,
+            .primaryRecipient = m_controller.primaryRecipient(),
+            .additionalRecipients = m_controller.additionalRecipients(),
+            .sendMail = [this](MeetingOutlet::MailDone done) { sendMail(std::move(done)); },
+            .text = [this] { return m_controller.buildMarkdown(); },
+            .changed = [this] { m_changes.tell(); }};
 }
 
 void MeetingTab::open() {
-    lookForKeys();
+    lookForHindrance();
 }
 
-void MeetingTab::lookForKeys() {
-    auto finish = m_lifetime.bind([this](bool found) {
-        m_hasLanguageModel = found;
+void MeetingTab::lookForHindrance() {
+    m_controller.findNotesHindrance(m_lifetime.bind([this](NotesHindrance found) {
+        m_hindrance = found;
         m_changes.tell();
-    });
-    m_services.background.run([&keys = m_services.serviceKeys, &queue = m_services.mainQueue,
-                               finish = std::move(finish)](std::stop_token stop) mutable {
-        const bool found = keys.find(CloudService::gemini, KeyUse::rewriting, stop) ||
-                           keys.find(CloudService::groq, KeyUse::rewriting, stop);
-        queue.post([finish = std::move(finish), found]() mutable { finish(found); });
-    });
+    }));
 }
 
 void MeetingTab::follow() {
@@ -64,22 +76,20 @@ void MeetingTab::followArchive() {
 /// A new session begins with nothing of the last one's, and comes before all others.
 void MeetingTab::forgetSession() {
     leaveSelected();
-    m_reviewEmailStatus = EmailStatus::idle;
+    m_outlet.reset();
     m_showMeetingHistory = false;
-    m_showRecipients = false;
-    m_newRecipient.clear();
     m_refinePrompt.clear();
     m_editingSpeakerId.reset();
     m_editingSpeakerName.clear();
     m_editingSegment.reset();
     m_showTranscript = false;
-    m_notice = {};
+    m_lossesRead = 0;
 }
 
 /// The face that had the field goes; what is written in it stays.
 void MeetingTab::endSession() {
     commitSpeakerName();
-    lookForKeys();
+    lookForHindrance();
 }
 
 MeetingTab::Face MeetingTab::face() const {
@@ -87,7 +97,8 @@ MeetingTab::Face MeetingTab::face() const {
         return Face::pastMeeting;
     if (m_controller.isActive())
         return Face::active;
-    if (!m_controller.segments().empty())
+    // Words that are still to come keep it, however short it was.
+    if (m_controller.hasWords() || m_controller.postponedChunks() > 0)
         return Face::ended;
     return m_showMeetingHistory ? Face::history : Face::setUp;
 }
@@ -97,13 +108,27 @@ std::string MeetingTab::startCaption() const {
 }
 
 std::string MeetingTab::stopCaption() const {
-    return isTranscription() ? "Stop Transcription" : "Stop Meeting";
+    return isTranscriptionSession() ? "Stop Transcription" : "Stop Meeting";
 }
 
-std::string MeetingTab::languageModelHint() const {
-    if (m_hasLanguageModel.value_or(true))
+MeetingTab::Notice MeetingTab::setUpHint() const {
+    if (isTranscription() || m_hindrance == NotesHindrance::none)
         return {};
-    return "Notes are made by a language model, and no key for one is set. The transcript needs none.";
+    return withRemedy(
+        {.text = m_hindrance == NotesHindrance::noKey
+                     ? "Notes are made by a language model, and no key for one is set. The transcript needs none."
+                     : "Offline mode is on, so the transcript stays on this machine and no notes are made of it."},
+        m_hindrance);
+}
+
+MeetingTab::Notice MeetingTab::selectedHint() const {
+    if (!m_selected || !m_selected->canSummarize() || !m_selected->outlet().notice().section.empty())
+        return {};
+    return withRemedy({.text = m_hindrance == NotesHindrance::none ? ""
+                               : m_hindrance == NotesHindrance::noKey
+                                   ? "A language model makes the summary, and no key for one is set."
+                                   : "A language model makes the summary, and in offline mode none is asked."},
+                      m_hindrance);
 }
 
 std::vector<const PastMeeting*> MeetingTab::recentMeetings() const {
@@ -161,12 +186,12 @@ std::string MeetingTab::deletionText(const std::string& id) const {
     const PastMeeting* meeting = pastMeeting(id);
     if (!meeting)
         return {};
-    return "“" + meetingTitle(*meeting) + "” of " + meeting->displayDate +
+    return "“" + meetingTitle(*meeting) + "”" + (meeting->displayDate.empty() ? "" : " of " + meeting->displayDate) +
            " goes with its transcript and its notes, and cannot be brought back.";
 }
 
 std::string MeetingTab::activeTitle() const {
-    return isTranscription() ? "Transcribing" : "Recording";
+    return isTranscriptionSession() ? "Transcribing" : "Recording";
 }
 
 std::string MeetingTab::countText() const {
@@ -174,19 +199,38 @@ std::string MeetingTab::countText() const {
 }
 
 std::string MeetingTab::hint() const {
-    return isTranscription() ? "Text appears after pauses in speech" : "";
+    return isTranscriptionSession() ? "Text appears after pauses in speech" : "";
 }
 
-std::vector<MeetingTab::Notice> MeetingTab::troubles() const {
-    std::vector<Notice> all;
-    if (!m_controller.trouble().empty())
-        all.push_back({Notice::Kind::warning, m_controller.trouble()});
-    if (const int lost = m_controller.lostChunks(); lost > 0)
-        all.push_back({Notice::Kind::warning, "The words of " + counted(std::size_t(lost), "part") +
-                                                  " of this meeting could not be transcribed and are missing."});
-    if (const int pending = m_controller.pendingChunks(); pending > 0 && !m_controller.isActive())
-        all.push_back({Notice::Kind::info, counted(std::size_t(pending), "part") + " still to be transcribed."});
+std::string MeetingTab::notesPrompt() const {
+    const bool makesNotes = !isTranscriptionSession() && m_hindrance == NotesHindrance::none;
+    return makesNotes ? "Jot notes here... AI will enhance them after the meeting" : "Jot notes here...";
+}
+
+std::vector<MeetingTab::Notice> MeetingTab::notices() const {
+    using Kind = Notice::Kind;
+    std::vector<Notice> all{
+        m_outlet.notice(), closable(Kind::warning, m_controller.refusal()), {Kind::warning, m_controller.trouble()}};
+    if (const auto lost = std::size_t(m_controller.lostChunks()); lost > std::size_t(m_lossesRead))
+        all.push_back(closable(Kind::warning, "The words of " + counted(lost, "part") +
+                                                  " of this meeting could not be transcribed and are missing."));
+    if (const auto postponed = std::size_t(m_controller.postponedChunks()); postponed > 0)
+        all.push_back({Kind::warning, thatHave(postponed) + " no words yet; Fenlo tries again in half an hour, and "
+                                                            "when it starts the next time."});
+    if (const auto pending = std::size_t(m_controller.pendingChunks()); pending > 0 && !m_controller.isActive())
+        all.push_back({Kind::info, counted(pending, "part") + " still to be transcribed."});
+    std::erase_if(all, [](const Notice& notice) { return notice.text.empty(); });
     return all;
+}
+
+void MeetingTab::closeNotice(const std::string& text) {
+    if (text == m_outlet.notice().text)
+        m_outlet.tell({});
+    else if (text == m_controller.refusal())
+        m_controller.refuse({});
+    else
+        m_lossesRead = m_controller.lostChunks();
+    m_changes.tell();
 }
 
 void MeetingTab::editSpeaker(std::size_t row) {
@@ -203,7 +247,7 @@ void MeetingTab::commitSpeakerName() {
     const auto id = m_editingSpeakerId;
     const std::string name = text::trimWhitespaceAndNewlines(m_editingSpeakerName);
     cancelEditing();
-    if (id)
+    if (id && name != m_controller.speakerDisplayName(speakerAt(*id)))
         m_controller.nameSpeaker(*id, name);
 }
 
@@ -222,38 +266,49 @@ void MeetingTab::toggleStar(std::size_t row) {
 }
 
 void MeetingTab::copyAll() {
-    copy(m_controller.transcriptText(), Copied::transcript);
+    copy(m_controller.transcriptText(), Done::transcriptCopied);
 }
 
 void MeetingTab::copyFormatted() {
-    copy(m_controller.buildMarkdown(), Copied::formatted);
+    copy(m_controller.buildMarkdown(), Done::formattedCopied);
 }
 
-void MeetingTab::copy(const std::string& text, Copied what) {
+void MeetingTab::copy(const std::string& text, Done what) {
     m_services.copyToClipboard(text);
-    m_copied = what;
-    m_copiedTimer = m_services.mainQueue.postAfter(copiedFor, [this] {
-        m_copied = Copied::nothing;
+    noteDone(what);
+}
+
+void MeetingTab::saveRecipientsAsDefaults() {
+    m_controller.saveRecipientsAsDefaults();
+    noteDone(Done::recipientsSaved);
+}
+
+void MeetingTab::noteDone(Done what) {
+    m_lastDone = what;
+    m_doneTimer = m_services.mainQueue.postAfter(doneFor, [this] {
+        m_lastDone = Done::nothing;
         m_changes.tell();
     });
     m_changes.tell();
 }
 
 void MeetingTab::tellRecovered() {
-    tell({Notice::Kind::info, "A meeting that was interrupted has been saved; it is among the recent ones."});
+    m_outlet.tell(
+        closable(Notice::Kind::info, "A meeting that was interrupted has been saved; it is among the recent ones."));
 }
 
 void MeetingTab::tellRecoveredNotes() {
-    tell({Notice::Kind::info, "The meeting that was interrupted has its notes now; it is among the recent ones."});
+    m_outlet.tell(closable(Notice::Kind::info,
+                           "The meeting that was interrupted has its notes now; it is among the recent ones."));
 }
 
-void MeetingTab::exportTo(const std::filesystem::path& file) {
-    exportMeeting(m_controller.buildMarkdown(), file, m_services.background, m_services.mainQueue,
-                  m_lifetime.bind([this](MeetingNotice outcome) { tell(std::move(outcome)); }));
+void MeetingTab::tellNotSaved(const std::string& id) {
+    const bool isSelected = m_selected && m_selected->meeting().id == id;
+    (isSelected ? m_selected->outlet() : m_outlet).tell(closable(Notice::Kind::error, notSaved));
 }
 
 std::string MeetingTab::endedTitle() const {
-    return (isTranscription() ? "Transcription complete — " : "Meeting ended — ") + countText() + " · " +
+    return (isTranscriptionSession() ? "Transcription complete — " : "Meeting ended — ") + countText() + " · " +
            counted(speakersOf(m_controller.segments()), "speaker");
 }
 
@@ -268,13 +323,9 @@ std::vector<NotesSection> MeetingTab::notes() const {
 MeetingTab::Notice MeetingTab::missingNotes() const {
     if (m_controller.enhancedNotes() || m_controller.isEnhancing() || m_controller.notesFault().empty())
         return {};
-    const bool asksForSettings = m_controller.notesFault().find("Settings, ") != std::string::npos;
-    const std::string action = asksForSettings ? "Open Settings" : m_controller.sessionFile() ? "Open Meeting" : "";
-    return {Notice::Kind::warning, m_controller.notesFault(), action};
-}
-
-std::string MeetingTab::settingsSection() const {
-    return m_controller.notesFault().find("Settings, Offline") == std::string::npos ? "Services" : "Offline";
+    return withRemedy(
+        {Notice::Kind::warning, m_controller.notesFault(), m_controller.sessionFile() ? "Open Meeting" : ""},
+        m_controller.notesHindrance());
 }
 
 void MeetingTab::openSession() {
@@ -300,19 +351,19 @@ void MeetingTab::refine() {
     if (instruction.empty() || m_isRefining || !m_controller.enhancedNotes())
         return;
     m_isRefining = true;
-    m_notice = {};
+    m_outlet.tell({});
     m_controller.refineNotes(
         *m_controller.enhancedNotes(), instruction, std::nullopt,
-        m_lifetime.bind([this](auto notes, const std::string& fault) { finishRefining(std::move(notes), fault); }));
+        m_lifetime.bind([this](const MeetingNotesWriter::Result& result) { finishRefining(result); }));
     m_changes.tell();
 }
 
-void MeetingTab::finishRefining(std::optional<EnhancedMeetingNotes> notes, const std::string& fault) {
+void MeetingTab::finishRefining(const MeetingNotesWriter::Result& result) {
     m_isRefining = false;
-    if (!notes)
-        return tell({Notice::Kind::error, fault});
+    if (!result.notes)
+        return m_outlet.tell(withRemedy(closable(Notice::Kind::error, result.fault), result.hindrance));
     m_refinePrompt.clear();
-    m_controller.setEnhancedNotes(std::move(notes));
+    m_controller.setEnhancedNotes(result.notes);
     m_controller.resaveWithNotes();
     m_changes.tell();
 }
@@ -322,28 +373,9 @@ std::string MeetingTab::autoSendText() const {
     return seconds > 0 ? "Auto-sending in " + std::to_string(seconds) + " s" : "";
 }
 
-void MeetingTab::setShowRecipients(bool show) {
-    m_showRecipients = show;
-    m_changes.tell();
-}
-
-void MeetingTab::addRecipient() {
-    if (!m_controller.addRecipient(m_newRecipient))
-        return;
-    m_newRecipient.clear();
-    m_reviewEmailStatus = EmailStatus::idle;
-    m_changes.tell();
-}
-
-void MeetingTab::emailNow() {
-    if (m_reviewEmailStatus == EmailStatus::sending)
-        return;
+void MeetingTab::sendMail(MeetingOutlet::MailDone done) {
     m_controller.cancelAutoSend();
-    m_reviewEmailStatus = EmailStatus::sending;
-    m_notice = {};
-    m_changes.tell();
-    auto done = m_lifetime.bind([this](const MailOutcome& outcome) { finishEmail(outcome); });
-    if (isTranscription())
+    if (isTranscriptionSession())
         m_controller.sendTranscriptionEmail(std::move(done));
     else if (m_controller.enhancedNotes())
         m_controller.sendEnhancedNotesEmail(std::move(done));
@@ -351,21 +383,9 @@ void MeetingTab::emailNow() {
         m_controller.sendMeetingEmail(std::move(done));
 }
 
-void MeetingTab::finishEmail(const MailOutcome& outcome) {
-    if (m_reviewEmailStatus != EmailStatus::sending)
-        return; // another session has begun
-    m_reviewEmailStatus = statusOf(outcome);
-    tell(noticeOf(outcome));
-}
-
 void MeetingTab::newMeeting() {
     forgetSession();
     m_controller.newSession();
-    m_changes.tell();
-}
-
-void MeetingTab::tell(Notice notice) {
-    m_notice = std::move(notice);
     m_changes.tell();
 }
 

@@ -2,9 +2,9 @@
 
 #include "base/Changes.h"
 #include "base/Lifetime.h"
-#include "meeting/EmailStatus.h"
 #include "meeting/MeetingModeController.h"
 #include "meeting/MeetingNotice.h"
+#include "meeting/MeetingOutlet.h"
 #include "meeting/NotesSections.h"
 #include "meeting/PastMeetingDetail.h"
 #include "meeting/TranscriptRows.h"
@@ -20,13 +20,12 @@ namespace fenlo {
 
 class Background;
 class MainQueue;
-class ServiceKeys;
 
 /// The meeting tab of the home window: which face it shows, what is folded, typed and under way there, and what its
 /// buttons do. All else is the controller's.
 ///
 /// Threads:  main thread only. Files and keys are read and written on workers.
-/// Errors:   told by notice(), in a sentence for people.
+/// Errors:   told by notices(), in sentences for people.
 /// Lifetime: longer than the window, so that nothing typed is lost when it closes.
 class MeetingTab {
 public:
@@ -37,7 +36,6 @@ public:
         MeetingModeController& controller;
         MainQueue& mainQueue;
         Background& background;
-        ServiceKeys& serviceKeys;
         std::function<void(const std::string&)> copyToClipboard;
         std::function<void()> onStartMeeting; // may refuse
         std::function<void()> onStopMeeting;
@@ -53,13 +51,16 @@ public:
     void open();
 
     Face face() const;
+    /// The next session, as it is set up.
     bool isTranscription() const { return m_controller.meetingMode() == MeetingMode::transcription; }
+    /// The one that is shown.
+    bool isTranscriptionSession() const { return m_controller.sessionMode() == MeetingMode::transcription; }
 
     void start() { m_services.onStartMeeting(); }
     void stop() { m_services.onStopMeeting(); }
     std::string startCaption() const; // "Start Meeting"
-    /// What a meeting without a language model lacks; empty when there is one.
-    std::string languageModelHint() const;
+    /// What the next meeting lacks without a language model.
+    Notice setUpHint() const;
     std::string stopCaption() const;
 
     /// The newest meetings, for the set-up face.
@@ -74,6 +75,8 @@ public:
     void select(const std::string& id);
     /// The meeting that is shown; null when none is.
     PastMeetingDetail* selectedPastMeeting() { return m_selected.get(); }
+    /// What keeps it from being summarized.
+    Notice selectedHint() const;
     /// Before the meeting with this file name is deleted for good.
     std::string deletionText(const std::string& id) const;
     void deletePastMeeting(const std::string& id) { m_controller.deletePastMeeting(id); }
@@ -82,8 +85,13 @@ public:
     std::string activeTitle() const; // "Recording"
     std::string countText() const;   // "12 segments"
     std::string hint() const;        // below "Listening..."
-    /// What hampers the session, or will be missing; a line each, mostly none.
-    std::vector<Notice> troubles() const;
+    std::string notesPrompt() const; // in the user's empty notes
+    /// Whether there is something to copy, to export and to mail.
+    bool hasTranscript() const { return !m_controller.segments().empty(); }
+    /// What came of the user's last action, what hampers the session, and what is or will be missing; mostly nothing.
+    std::vector<Notice> notices() const;
+    /// The user has read the one with this text.
+    void closeNotice(const std::string& text);
 
     std::optional<int> editingSpeakerId() const { return m_editingSpeakerId; }
     const std::string& editingSpeakerName() const { return m_editingSpeakerName; }
@@ -96,23 +104,19 @@ public:
 
     void copyAll();
     void copyFormatted();
-    /// What was copied a moment ago.
-    enum class Copied { nothing, transcript, formatted };
-    Copied copied() const { return m_copied; }
+    /// What was done a moment ago.
+    enum class Done { nothing, transcriptCopied, formattedCopied, recipientsSaved };
+    Done lastDone() const { return m_lastDone; }
     /// An interrupted meeting was taken up.
     void tellRecovered();
     /// It has got its notes.
     void tellRecoveredNotes();
-    /// Writes the session as Markdown.
-    void exportTo(const std::filesystem::path& file);
 
     std::string endedTitle() const; // "Meeting ended — 12 segments · 2 speakers"
     std::string notesTitle() const;
     std::vector<NotesSection> notes() const;
     /// Why an ended meeting has no notes; empty while they may still come.
     Notice missingNotes() const;
-    /// The section of the settings that would help.
-    std::string settingsSection() const;
     bool showTranscript() const { return m_showTranscript; }
     void setShowTranscript(bool show);
     std::string transcriptTitle() const; // "Full Transcript (12 segments)"
@@ -122,18 +126,13 @@ public:
     void refine();
 
     std::string autoSendText() const; // "Auto-sending in 42 s"; empty without a countdown
-    bool showRecipients() const { return m_showRecipients; }
-    void setShowRecipients(bool show);
-    const std::string& newRecipient() const { return m_newRecipient; }
-    void setNewRecipient(const std::string& typed) { m_newRecipient = typed; }
-    void addRecipient();
-    EmailStatus reviewEmailStatus() const { return m_reviewEmailStatus; }
-    void emailNow();
+    /// Mail and export of the session.
+    MeetingOutlet& outlet() { return m_outlet; }
+    const MeetingOutlet& outlet() const { return m_outlet; }
+    void saveRecipientsAsDefaults();
     /// Back to the set-up face.
     void newMeeting();
 
-    const Notice& notice() const { return m_notice; }
-    void dismissNotice() { tell({}); }
     /// The button of missingNotes() that is not about settings: shows the meeting in the archive.
     void openSession();
 
@@ -149,19 +148,19 @@ private:
     void leaveSelected();
     void endSession();
     void forgetSession();
-    void lookForKeys();
-    void copy(const std::string& text, Copied what);
-    void finishEmail(const MailOutcome& outcome);
-    void finishRefining(std::optional<EnhancedMeetingNotes> notes, const std::string& fault);
-    void tell(Notice notice);
+    void lookForHindrance();
+    MeetingOutlet::Services outletServices();
+    void sendMail(MeetingOutlet::MailDone done);
+    void copy(const std::string& text, Done what);
+    void noteDone(Done what);
+    void finishRefining(const MeetingNotesWriter::Result& result);
+    void tellNotSaved(const std::string& id);
 
     const Services m_services;
     MeetingModeController& m_controller;
     std::shared_ptr<PastMeetingDetail> m_selected;
-    EmailStatus m_reviewEmailStatus = EmailStatus::idle;
+    MeetingOutlet m_outlet;
     bool m_showMeetingHistory = false;
-    bool m_showRecipients = false;
-    std::string m_newRecipient;
     std::string m_refinePrompt;
     std::optional<int> m_editingSpeakerId;
     std::string m_editingSpeakerName;
@@ -170,14 +169,14 @@ private:
     std::optional<int> m_editingSegment; // where the name is written
     bool m_wasActive = false;
     bool m_isRefining = false;
-    std::optional<bool> m_hasLanguageModel; // nothing until it is known
-    Copied m_copied = Copied::nothing;
-    Notice m_notice;
+    NotesHindrance m_hindrance = NotesHindrance::none; // none until it is known
+    Done m_lastDone = Done::nothing;
+    int m_lossesRead = 0; // lost parts that the user knows of
     TranscriptRows m_transcript;
     Changes m_changes;
     Changes::Watch m_sessionChanged;
     Changes::Watch m_archiveChanged;
-    Timer m_copiedTimer;
+    Timer m_doneTimer;
     Lifetime m_lifetime;
 };
 

@@ -2,13 +2,11 @@
 
 #include "base/Changes.h"
 #include "base/Lifetime.h"
-#include "meeting/EmailStatus.h"
 #include "meeting/Meeting.h"
-#include "meeting/MeetingNotice.h"
+#include "meeting/MeetingOutlet.h"
 #include "meeting/NotesSections.h"
 #include "meeting/TranscriptRows.h"
 
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -22,8 +20,8 @@ class MeetingModeController;
 
 /// A meeting of the archive as its view shows it: notes, transcript, and what can be done with them.
 ///
-/// Threads: main thread only. Files are written on workers.
-/// Errors:  told by notice().
+/// Threads: main thread only.
+/// Errors:  told by the outlet.
 class PastMeetingDetail {
 public:
     /// All of them outlive the view, and the references the background's tasks.
@@ -60,45 +58,29 @@ public:
     std::string summarizeCaption() const; // "Summarize", or "Summarize with focus"
     void summarize();
 
-    EmailStatus emailStatus() const { return m_emailStatus; }
-    void email();
-    bool showRecipients() const { return m_showRecipients; }
-    void setShowRecipients(bool show);
-    const std::string& newRecipient() const { return m_newRecipient; }
-    void setNewRecipient(const std::string& typed) { m_newRecipient = typed; }
-    const std::vector<std::string>& extraRecipients() const { return m_extraRecipients; }
-    void addRecipient();
-    void removeRecipient(const std::string& address);
-
-    /// Writes the file's content.
-    void exportTo(const std::filesystem::path& file);
+    /// Mail and export of the file's content.
+    MeetingOutlet& outlet() { return m_outlet; }
+    const MeetingOutlet& outlet() const { return m_outlet; }
     void back() { m_services.onBack(); }
     /// Deletes the meeting for good and goes back.
     void remove();
 
-    const MeetingNotice& notice() const { return m_notice; }
-    void dismissNotice() { tell({}); }
-
     [[nodiscard]] Changes::Watch watch(std::function<void()> handler) { return m_changes.watch(std::move(handler)); }
 
 private:
-    void finishSummary(std::optional<EnhancedMeetingNotes> notes, const std::string& fault);
-    void finishEmail(const MailOutcome& outcome);
-    void tell(MeetingNotice notice);
+    MeetingOutlet::Services outletServices();
+    void finishSummary(const MeetingNotesWriter::Result& result);
 
     const Services m_services;
     PastMeeting m_meeting;
     bool m_showTranscript = false;
-    EmailStatus m_emailStatus = EmailStatus::idle;
-    bool m_showRecipients = false;
-    std::string m_newRecipient;
     std::vector<std::string> m_extraRecipients;
+    MeetingOutlet m_outlet;
     std::optional<EnhancedMeetingNotes> m_effectiveNotes;
     bool m_isGenerating = false;
     std::string m_focusInstruction;
     bool m_showSummarizePrompt = false;
 
-    MeetingNotice m_notice;
     TranscriptRows m_transcript;
     Changes m_changes;
     Lifetime m_lifetime;

@@ -3,6 +3,7 @@
 #include "shell/ElapsedText.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace fenlo {
 
@@ -89,9 +90,13 @@ void TranscriptRows::insert(const TranscriptSegment& segment, const Live& live) 
 }
 
 void TranscriptRows::show(const PastMeeting& meeting) {
-    m_rows.clear();
+    std::vector<Row> rows;
+    rows.reserve(meeting.segments.size());
     for (const PastMeetingSegment& segment : meeting.segments)
-        m_rows.push_back(pastRow(segment, meeting));
+        rows.push_back(pastRow(segment, meeting));
+    if (rows == m_rows)
+        return;
+    m_rows = std::move(rows);
     tell(Edit::Kind::reset, 0, m_rows.size());
 }
 

@@ -52,7 +52,7 @@ public:
     const std::vector<Row>& rows() const { return m_rows; }
 
     void follow(const Live& live);
-    /// The transcript of the archive.
+    /// The transcript of the archive. Where it is the same again, nothing happens.
     void show(const PastMeeting& meeting);
 
     /// One list at a time follows the rows.

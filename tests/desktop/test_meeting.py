@@ -17,6 +17,16 @@ PARAGRAPH = " ".join(f"Point {number} matters as much as all the others." for nu
 REFINED = "TITLE: Plans in short\n\nSUMMARY:\nA sale.\n\nRISKS:\n- Rain"
 
 
+def keep_old_meetings(folder):
+    """Many meetings, of which the oldest is a long one. Returns what is in the folder then."""
+    for number in range(40):
+        rows = range(120 if number == 0 else 1)
+        talk = "".join(f"**[{row}:00] Speaker 1:** Row {row} of many\n\n" for row in rows)
+        text = f"# Old {number}\n\n**Date:** Jan 1, 2024  \n**Duration:** 5:00  \n\n## Transcript\n\n{talk}"
+        (folder / f"meeting_2024-{number // 28 + 1:02}-{number % 28 + 1:02}_09-00-00.md").write_text(text)
+    return set(folder.iterdir())
+
+
 class Meetings(DesktopCase):
     spoken = "We plan the spring sale together, and it begins in March."
 
@@ -61,9 +71,10 @@ class Meetings(DesktopCase):
         fenlo.process.kill()
         fenlo.process.wait()
         self.assertEqual(list((fenlo.home / ".fenlo/meetings").glob("*.md")), [])
+        old = keep_old_meetings(fenlo.home / ".fenlo/meetings")
         fenlo = self.start_fenlo({"offline_mode": True})
         fenlo.wait_for("[Fenlo] An interrupted meeting is taken up")
-        [file] = wait_for(lambda: list((fenlo.home / ".fenlo/meetings").glob("*.md")), "the interrupted meeting", patience=60)
+        [file] = wait_for(lambda: set((fenlo.home / ".fenlo/meetings").glob("*.md")) - old, "the interrupted meeting", patience=60)
         home = self._open_tab()
         home.find("list item", "Foxes, …").press()
         home.find("heading", "Foxes")
@@ -74,6 +85,7 @@ class Meetings(DesktopCase):
         self.assertIn("Priya:**", file.read_text())
         desktop.press("Escape")
         home.find("push button", "Start Meeting")
+        self._check_long_lists(home)
 
     def test_notes_are_made_refined_mailed_and_found_again(self):
         mailer = Mailer(self.folder)
@@ -97,6 +109,7 @@ class Meetings(DesktopCase):
         desktop.press("Return")
         home.find("push button", "Remove bob@example.com")
         home.press_button("Save as defaults")
+        home.find("push button", "Saved")
         wait_for(lambda: fenlo.settings()["meeting_email_recipients"] == ["bob@example.com"], "the defaults")
         home.press_button("Email Now")
         [mail] = wait_for(mailer.mails, "the mail")
@@ -172,6 +185,33 @@ class Meetings(DesktopCase):
         home.press_button("New Session")
         self._check_outage(home)
 
+    def _check_long_lists(self, home):
+        """Keys lead to the ends of a transcript that is longer than the window, and back to where the history stood."""
+        home.press_button("View All")
+        history = home.find("list", "Meetings")
+        history.focus()
+        desktop.press("End")
+        before = wait_for(lambda: (row := history.find("list item", "Old 0, …")).has("selected") and row.place, "the last row")
+        desktop.press("Return")
+        home.press_button("Full Transcript…")
+        transcript = home.find("list", "Transcript")
+        transcript.focus()
+        for key, row in (("End", 119), ("Home", 0), ("Next", None), ("End", 119), ("Prior", None)):
+            desktop.press(key)
+            wait_for(lambda row=row: self._sees_selected(home, transcript, row), f"the row after {key}")
+        desktop.press("Escape")
+        history = home.find("list", "Meetings")
+        wait_for(lambda: history.find("list item", "Old 0, …").place == before, "the history as it stood")
+
+    def _sees_selected(self, home, transcript, number):
+        """Whether the chosen row, which is this one if a number is given, lies inside the window."""
+        rows = [row for row in transcript.all("list item") if row.has("selected")]
+        if not rows or number is not None and not rows[0].name.endswith(f"Row {number} of many"):
+            return False
+        _, top, _, height = home.place
+        _, place, _, size = rows[0].place
+        return top <= place and place + size <= top + height
+
     def _check_place(self, home):
         """The list stays with the newest row, but not under the eyes of a user who reads others."""
         self._hear(home, PARAGRAPH, 5)  # of the room's silence, in which the stand-in hears them too
@@ -236,6 +276,9 @@ class Meetings(DesktopCase):
         home.find("alert", "A dictation is under way…")
         self.fenlo.wait_for_paste(mark)
         self.assertFalse(self.fenlo.lines("[Fenlo] Meeting mode started"))
+        home.find("push button", "Close this notice").focus()
+        desktop.press("Return")
+        home.wait_gone("alert", "A dictation is under way…")
         desktop.shortcut("w")
 
     def _check_refusal(self, home, mailer):

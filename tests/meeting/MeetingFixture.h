@@ -49,7 +49,7 @@ protected:
                 .delivery = *delivery,
                 .transcribe = [this](const TranscribeRequest& request,
                                      std::stop_token) { return hear(numberOf(request.audio)); },
-                .isRecogniserReady = [this] { return isReady; },
+                .recogniserDelay = [this] { return std::string(isReady ? "" : "The engine is being loaded"); },
                 .recordMeeting =
                     [this](const std::string& text, std::int64_t segments, double duration) {
                         recorded = {text, segments, duration};

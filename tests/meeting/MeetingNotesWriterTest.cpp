@@ -164,14 +164,19 @@ TEST_F(MeetingNotesWriterTest, AnAnswerWithoutNotesTakesNoOnesPlace) {
 TEST_F(MeetingNotesWriterTest, WithoutKeysNobodyIsAsked) {
     configuration.clear();
     EXPECT_THAT(summarize().fault, HasSubstr("a key for Gemini or Groq"));
+    EXPECT_EQ(summarize().hindrance, NotesHindrance::noKey);
+    EXPECT_EQ(writer.hindrance({}), NotesHindrance::noKey);
     EXPECT_THAT(asked(), IsEmpty());
     store.values["groq_api_key"] = "Q";
+    EXPECT_EQ(writer.hindrance({}), NotesHindrance::none);
     EXPECT_EQ(summarize().notes->title, "By groq") << "a key that is added later is found";
 }
 
 TEST_F(MeetingNotesWriterTest, OfflineModeKeepsTheMeetingHere) {
     config.update([](Settings& settings) { settings.offlineMode = true; });
     EXPECT_THAT(summarize().fault, HasSubstr("Offline mode is on"));
+    EXPECT_EQ(summarize().hindrance, NotesHindrance::offlineMode);
+    EXPECT_EQ(writer.hindrance({}), NotesHindrance::offlineMode);
     EXPECT_FALSE(writer.basicSummary("said", {}));
     EXPECT_THAT(asked(), IsEmpty());
     EXPECT_THAT(log.lines(), Not(::testing::Contains(HasSubstr("ERROR"))));

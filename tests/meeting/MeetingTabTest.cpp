@@ -13,6 +13,7 @@
 #include "support/FakeMailProgram.h"
 #include "support/FakeSecureStore.h"
 #include "support/FakeSystemAudio.h"
+#include "support/ScarceDisk.h"
 #include "support/TemporaryFolder.h"
 #include "support/VirtualTime.h"
 
@@ -21,9 +22,11 @@
 
 using namespace fenlo;
 using namespace fenlo::test;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::SizeIs;
 
 namespace {
@@ -88,6 +91,13 @@ protected:
         return all;
     }
 
+    std::vector<std::string> texts(const std::vector<MeetingNotice>& notices) const {
+        std::vector<std::string> all;
+        for (const auto& notice : notices)
+            all.push_back(notice.text);
+        return all;
+    }
+
     const EnvironmentVariable noGeminiKey{"GEMINI_API_KEY", nullptr}, noGroqKey{"GROQ_API_KEY", nullptr};
     const TemporaryFolder home;
     VirtualClock clock;
@@ -108,26 +118,30 @@ protected:
     FakeMailProgram mail;
     MeetingDelivery delivery{{keychain, writer, clock, {}, &mail}};
     std::string heard;
+    bool isDown = false; // the recogniser
     std::optional<std::string> modelAnswer = "TITLE: Budget\n\nSUMMARY:\nWe met.\n\nACTION ITEMS:\n- Call Ann\n";
     std::string clipboard;
-    MeetingModeController controller{
-        {.config = config,
-         .clock = clock,
-         .mainQueue = queue,
-         .background = background,
-         .systemAudio = computer,
-         .archive = archive,
-         .notesWriter = writer,
-         .delivery = delivery,
-         .transcribe = [this](const TranscribeRequest&, std::stop_token) { return std::exchange(heard, ""); }}};
-    MeetingTab tab{{controller, queue, background, keys, [this](const std::string& text) { clipboard = text; },
+    MeetingModeController controller{{.config = config,
+                                      .clock = clock,
+                                      .mainQueue = queue,
+                                      .background = background,
+                                      .systemAudio = computer,
+                                      .archive = archive,
+                                      .notesWriter = writer,
+                                      .delivery = delivery,
+                                      .transcribe = [this](const TranscribeRequest&, std::stop_token) {
+                                          if (isDown)
+                                              throw std::runtime_error("down");
+                                          return std::exchange(heard, "");
+                                      }}};
+    MeetingTab tab{{controller, queue, background, [this](const std::string& text) { clipboard = text; },
                     [this] {
                         controller.startMeeting(recorder);
                         settle(); // a worker opens the microphone
                     },
                     [this] {
                         controller.stopMeeting();
-                        if (controller.meetingMode() == MeetingMode::meeting && controller.hasWords())
+                        if (controller.sessionMode() == MeetingMode::meeting && controller.hasWords())
                             controller.summarize();
                     }}};
 };
@@ -153,9 +167,9 @@ TEST_F(MeetingTabTest, OneFaceFollowsAnother) {
     EXPECT_EQ(tab.countText(), "2 segments");
     tab.copyAll();
     EXPECT_THAT(clipboard, HasSubstr("Speaker 1: Ann has the figures."));
-    EXPECT_EQ(tab.copied(), MeetingTab::Copied::transcript);
+    EXPECT_EQ(tab.lastDone(), MeetingTab::Done::transcriptCopied);
     queue.advance(2.1);
-    EXPECT_EQ(tab.copied(), MeetingTab::Copied::nothing);
+    EXPECT_EQ(tab.lastDone(), MeetingTab::Done::nothing);
 
     tab.stop();
     settle();
@@ -172,7 +186,77 @@ TEST_F(MeetingTabTest, OneFaceFollowsAnother) {
     controller.setMeetingMode(MeetingMode::transcription);
     EXPECT_EQ(tab.startCaption(), "Start Transcription");
     hold({"Only text."});
+    controller.setMeetingMode(MeetingMode::meeting); // of the next one
     EXPECT_EQ(tab.endedTitle(), "Transcription complete — 1 segment · 1 speaker");
+    EXPECT_TRUE(tab.isTranscriptionSession());
+}
+
+TEST_F(MeetingTabTest, WordsThatAreStillToComeAreNotCalledMissing) {
+    isDown = true;
+    hold({"Short."});
+    EXPECT_EQ(tab.face(), Face::ended) << "its only words are on their way";
+    EXPECT_FALSE(tab.hasTranscript());
+    EXPECT_THAT(texts(tab.notices()), Contains(HasSubstr("still to be transcribed")));
+    queue.advance(700);
+    settle();
+    EXPECT_EQ(tab.face(), Face::ended);
+    EXPECT_THAT(texts(tab.notices()), Contains(HasSubstr("tries again in half an hour")));
+    EXPECT_THAT(texts(tab.notices()), Not(Contains(HasSubstr("missing"))));
+    isDown = false;
+    heard = "Short.";
+    queue.advance(1750);
+    settle();
+    EXPECT_THAT(rows(tab.transcript()), Contains("Speaker 1: Short."));
+    EXPECT_THAT(tab.notices(), IsEmpty());
+}
+
+TEST_F(MeetingTabTest, NoticesAreClosedWhenTheyAreRead) {
+    controller.refuse("A dictation is under way.");
+    tab.tellRecovered();
+    ASSERT_THAT(tab.notices(), SizeIs(2));
+    EXPECT_TRUE(tab.notices()[0].canClose);
+    tab.closeNotice(tab.notices()[0].text);
+    EXPECT_THAT(texts(tab.notices()), ElementsAre("A dictation is under way."));
+    tab.closeNotice("A dictation is under way.");
+    EXPECT_THAT(tab.notices(), IsEmpty());
+}
+
+TEST_F(MeetingTabTest, NotesAreOnlyPromisedWhereTheyCanBeMade) {
+    tab.open();
+    settle();
+    EXPECT_EQ(tab.setUpHint().section, "Services");
+    EXPECT_EQ(tab.notesPrompt(), "Jot notes here...");
+    giveKey();
+    EXPECT_EQ(tab.setUpHint().text, "");
+    EXPECT_THAT(tab.notesPrompt(), HasSubstr("AI will enhance them"));
+    controller.setMeetingMode(MeetingMode::transcription);
+    EXPECT_EQ(tab.notesPrompt(), "Jot notes here...");
+    controller.setMeetingMode(MeetingMode::meeting);
+    config.update([](Settings& settings) { settings.offlineMode = true; });
+    hold({"Some words."});
+    EXPECT_EQ(tab.missingNotes().section, "Offline");
+    EXPECT_EQ(tab.setUpHint().section, "Offline");
+    tab.newMeeting();
+    tab.select(tab.recentMeetings()[0]->id);
+    EXPECT_EQ(tab.selectedHint().section, "Offline");
+    tab.selectedPastMeeting()->summarize();
+    settle();
+    EXPECT_EQ(tab.selectedPastMeeting()->outlet().notice().section, "Offline");
+    EXPECT_EQ(tab.selectedHint().text, "") << "it is told once";
+}
+
+TEST_F(MeetingTabTest, NotesThatTheDiskDoesNotTakeAreTold) {
+    giveKey();
+    modelAnswer.reset();
+    hold({"Some words."});
+    tab.openSession();
+    PastMeetingDetail& detail = *tab.selectedPastMeeting();
+    modelAnswer = "TITLE: Late\n\nKEY DECISIONS:\n- Ship it\n";
+    detail.summarize();
+    const ScarceDisk none(0);
+    settle();
+    EXPECT_THAT(detail.outlet().notice().text, HasSubstr("could not be written"));
+    EXPECT_THAT(headings(detail.notes()), ElementsAre("Key Decisions")) << "they can still be copied";
 }
 
 TEST_F(MeetingTabTest, NamesAndStarsShowAtOnceInAllRows) {
@@ -205,6 +289,9 @@ TEST_F(MeetingTabTest, NamesAndStarsShowAtOnceInAllRows) {
     tab.setEditingSpeakerName("  ");
     tab.commitSpeakerName();
     EXPECT_EQ(tab.transcript().rows()[2].speaker, "Speaker 1") << "an empty name gives the label back";
+    tab.editSpeaker(0);
+    tab.commitSpeakerName();
+    EXPECT_THAT(controller.speakerNames(), IsEmpty()) << "a label that is left as it was is no name";
     tab.editSpeaker(99);
     tab.toggleStar(99);
     EXPECT_EQ(told.front(), 1u);
@@ -232,15 +319,12 @@ TEST_F(MeetingTabTest, NamesAndStarsShowAtOnceInAllRows) {
 }
 
 TEST_F(MeetingTabTest, NotesThatDoNotComeAreToldWithAWayOn) {
-    tab.open();
-    settle();
-    EXPECT_THAT(tab.languageModelHint(), HasSubstr("no key"));
     hold({"Some words."});
     EXPECT_THAT(tab.missingNotes().text, HasSubstr("Notes need a key"));
     EXPECT_EQ(tab.missingNotes().action, "Open Settings");
+    EXPECT_EQ(tab.missingNotes().section, "Services");
 
     giveKey();
-    EXPECT_EQ(tab.languageModelHint(), "");
     modelAnswer.reset();
     hold({"Other words."});
     EXPECT_THAT(tab.missingNotes().text, HasSubstr("503"));
@@ -253,7 +337,7 @@ TEST_F(MeetingTabTest, NotesThatDoNotComeAreToldWithAWayOn) {
     detail.summarize();
     EXPECT_TRUE(detail.isGenerating());
     settle();
-    EXPECT_THAT(detail.notice().text, HasSubstr("503"));
+    EXPECT_THAT(detail.outlet().notice().text, HasSubstr("503"));
 
     // Left before they come, they go into the file.
     modelAnswer = "TITLE: Late\n\nKEY DECISIONS:\n- Ship it\n";
@@ -286,7 +370,7 @@ TEST_F(MeetingTabTest, NotesAreRefinedAndAFailureLeavesThem) {
     modelAnswer.reset();
     tab.refine();
     settle();
-    EXPECT_EQ(tab.notice().kind, MeetingNotice::Kind::error);
+    EXPECT_EQ(tab.outlet().notice().kind, MeetingNotice::Kind::error);
     EXPECT_EQ(tab.refinePrompt(), "shorter");
     EXPECT_EQ(tab.notesTitle(), "Budget");
     modelAnswer = "TITLE: Short\n\nSUMMARY:\nMet.\n\nRISKS:\n- Rain\n";
@@ -296,16 +380,25 @@ TEST_F(MeetingTabTest, NotesAreRefinedAndAFailureLeavesThem) {
     EXPECT_EQ(tab.notesTitle(), "Short");
     EXPECT_THAT(headings(tab.notes()), ElementsAre("Summary", "Risks"));
     EXPECT_EQ(tab.refinePrompt(), "");
-    EXPECT_EQ(tab.notice().text, "");
+    EXPECT_EQ(tab.outlet().notice().text, "");
     EXPECT_THAT(http.requests, SizeIs(3)) << "one refinement at a time";
 
-    tab.exportTo(home / "out.md");
+    const auto fileIsAsked = tab.outlet().exporter();
+    controller.setUserNotes("typed meanwhile");
+    fileIsAsked(home / "out.md");
     settle();
     EXPECT_EQ(files::read(home / "out.md"), controller.buildMarkdown());
-    EXPECT_EQ(tab.notice().kind, MeetingNotice::Kind::good);
-    tab.exportTo(home / "nowhere/out.md");
+    EXPECT_THAT(*files::read(home / "out.md"), HasSubstr("typed meanwhile"));
+    EXPECT_EQ(tab.outlet().notice().kind, MeetingNotice::Kind::good);
+    tab.outlet().exporter()(home / "nowhere/out.md");
     settle();
-    EXPECT_EQ(tab.notice().kind, MeetingNotice::Kind::error);
+    EXPECT_EQ(tab.outlet().notice().kind, MeetingNotice::Kind::error);
+    const auto whileAnotherBegins = tab.outlet().exporter();
+    tab.start();
+    whileAnotherBegins(home / "out.md");
+    settle();
+    EXPECT_THAT(*files::read(home / "out.md"), HasSubstr("Short")) << "the meeting that the user was asked for";
+    EXPECT_THAT(tab.notices(), IsEmpty());
 }
 
 TEST_F(MeetingTabTest, MailGoesToTheRecipientsOnce) {
@@ -315,38 +408,42 @@ TEST_F(MeetingTabTest, MailGoesToTheRecipientsOnce) {
     EXPECT_EQ(recipientsText("", 0), "Email to: you");
     EXPECT_EQ(recipientsText("ann@example.com", 2), "Email to: ann@example.com +2 more");
     for (const char* typed : {"nobody", "a@b", "bob@example.com", " cleo@example.com\t"}) {
-        tab.setNewRecipient(typed);
-        tab.addRecipient();
+        tab.outlet().setNewRecipient(typed);
+        tab.outlet().addRecipient();
     }
-    EXPECT_EQ(tab.newRecipient(), "");
+    EXPECT_EQ(tab.outlet().newRecipient(), "");
     EXPECT_THAT(controller.additionalRecipients(), ElementsAre("bob@example.com", "cleo@example.com"));
 
-    tab.emailNow();
-    tab.emailNow();
-    EXPECT_EQ(emailCaption(tab.reviewEmailStatus(), "Email Now"), "Sending...");
+    tab.saveRecipientsAsDefaults();
+    EXPECT_EQ(tab.lastDone(), MeetingTab::Done::recipientsSaved);
+    EXPECT_THAT(config.get().meetingEmailRecipients, ElementsAre("bob@example.com", "cleo@example.com"));
+
+    tab.outlet().email();
+    tab.outlet().email();
+    EXPECT_EQ(emailStatusText(tab.outlet().emailStatus()), "Sending...");
     settle();
     ASSERT_THAT(mail.drafts, SizeIs(1));
     EXPECT_THAT(mail.drafts[0].recipients, ElementsAre("bob@example.com", "cleo@example.com"));
-    EXPECT_EQ(tab.reviewEmailStatus(), EmailStatus::idle) << "it lies in the mail program, and is not sent";
-    EXPECT_EQ(tab.notice().kind, MeetingNotice::Kind::good);
+    EXPECT_EQ(tab.outlet().emailStatus(), EmailStatus::idle) << "it lies in the mail program, and is not sent";
+    EXPECT_EQ(tab.outlet().notice().kind, MeetingNotice::Kind::good);
 
     mail.fault = "No mail program answers; set one up.";
-    tab.emailNow();
+    tab.outlet().email();
     settle();
-    EXPECT_EQ(tab.reviewEmailStatus(), EmailStatus::failed);
-    EXPECT_THAT(tab.notice().text, HasSubstr("No mail program"));
-    EXPECT_EQ(emailCaption(tab.reviewEmailStatus(), "Email Now"), "Email Now");
+    EXPECT_EQ(tab.outlet().emailStatus(), EmailStatus::failed);
+    EXPECT_THAT(tab.outlet().notice().text, HasSubstr("No mail program"));
+    EXPECT_EQ(emailStatusText(tab.outlet().emailStatus()), "");
 
     mail.fault.reset();
     tab.newMeeting();
     tab.select(tab.recentMeetings()[0]->id);
     PastMeetingDetail& detail = *tab.selectedPastMeeting();
-    detail.setNewRecipient("dan@example.com");
-    detail.addRecipient();
-    detail.setNewRecipient("dan@example.com");
-    detail.addRecipient();
-    EXPECT_THAT(detail.extraRecipients(), ElementsAre("dan@example.com"));
-    detail.email();
+    for (int time = 0; time < 2; ++time) {
+        detail.outlet().setNewRecipient("dan@example.com");
+        detail.outlet().addRecipient();
+    }
+    EXPECT_THAT(detail.outlet().additionalRecipients(), ElementsAre("dan@example.com"));
+    detail.outlet().email();
     settle();
     EXPECT_THAT(mail.drafts.back().recipients, ElementsAre("dan@example.com"));
 }

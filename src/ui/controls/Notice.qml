@@ -8,7 +8,9 @@ Rectangle {
     property string kind: "info" // or good, warning, error
     property string text: ""
     property string action: "" // the caption of its button
+    property bool canClose: false // by the user, who has read it
     signal acted
+    signal closed
 
     readonly property color tone: kind === "good" ? Theme.good : kind === "warning" ? Theme.works
                                 : kind === "error" ? Theme.danger : Theme.accent
@@ -50,6 +52,15 @@ Rectangle {
             text: notice.action
             visible: text !== ""
             onClicked: notice.acted()
+        }
+        IconButton {
+            name: "Close this notice"
+            sign: "✕"
+            visible: notice.canClose
+            implicitHeight: Math.round(Theme.textSize * 1.8)
+            implicitWidth: implicitHeight
+            Layout.alignment: Qt.AlignTop
+            onClicked: notice.closed()
         }
     }
 }

@@ -20,12 +20,15 @@ ScrollView {
     Accessible.name: heading
 
     readonly property Item focused: Window.activeFocusItem
-    onFocusedChanged: {
-        if (!focused || !within(focused))
+    onFocusedChanged: if (focused) reveal(focused)
+
+    /// Scrolls so far that this can be seen, where it is on the page.
+    function reveal(item) {
+        if (!within(item))
             return
         const flick = page.contentItem as Flickable
-        const top = focused.mapToItem(column, 0, 0).y + margin
-        const bottom = top + focused.height
+        const top = item.mapToItem(column, 0, 0).y + margin
+        const bottom = top + item.height
         if (top - Theme.unit * 2 < flick.contentY)
             flick.contentY = Math.max(0, top - Theme.unit * 2)
         else if (bottom + Theme.unit * 2 > flick.contentY + page.availableHeight)

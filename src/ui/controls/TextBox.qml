@@ -6,7 +6,7 @@ ScrollView {
     id: control
 
     property alias text: area.text
-    property alias placeholder: area.placeholderText
+    property string placeholder: ""
     property alias readOnly: area.readOnly
     readonly property bool hasKeyboard: area.activeFocus
     property string name: "" // for screen readers
@@ -30,7 +30,6 @@ ScrollView {
         font.family: Theme.family
         font.pixelSize: Theme.textSize
         color: Theme.text
-        placeholderTextColor: Theme.faint
         selectionColor: Theme.accent
         selectedTextColor: Theme.accentInk
         selectByMouse: true
@@ -38,9 +37,22 @@ ScrollView {
         padding: Theme.unit
         background: null
         Accessible.name: control.name
+        Accessible.description: control.placeholder
         KeyNavigation.priority: KeyNavigation.BeforeItem
         Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
         Keys.onBacktabPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
         onEditingFinished: control.editingFinished()
+
+        Text { // the toolkit's own has one line
+            text: control.placeholder
+            visible: area.length === 0 && area.preeditText === ""
+            width: area.width
+            padding: area.padding
+            font: area.font
+            color: Theme.faint
+            wrapMode: Text.Wrap
+            textFormat: Text.PlainText
+            Accessible.ignored: true
+        }
     }
 }

@@ -83,6 +83,7 @@ FocusScope {
 
                     PlainButton {
                         text: face.meeting.hasCopiedTranscript ? "Copied" : "Copy All"
+                        enabled: face.meeting.hasTranscript
                         onClicked: face.meeting.copyAll()
                     }
                     PrimaryButton {
@@ -94,6 +95,7 @@ FocusScope {
         }
         Notices {
             notices: face.meeting.notices
+            onClosed: text => face.meeting.closeNotice(text)
         }
         GridLayout {
             columns: face.isWide ? 2 : 1
@@ -127,7 +129,7 @@ FocusScope {
             }
             TextBox {
                 name: "Notes"
-                placeholder: "Jot notes here... AI will enhance them after the meeting"
+                placeholder: face.meeting.notesPrompt
                 Layout.preferredWidth: face.isWide ? Math.round(face.width * 0.33) : face.width
                 Layout.maximumWidth: face.isWide ? Math.round(face.width * 0.33) : face.width
                 Layout.preferredHeight: Theme.textSize * 8

@@ -25,6 +25,8 @@ Page {
     }
     Notices {
         notices: face.meeting.notices
+        onSettingsWanted: section => face.settingsWanted(section)
+        onClosed: text => face.meeting.closeNotice(text)
     }
     ColumnLayout {
         spacing: Theme.unit
@@ -35,18 +37,20 @@ Page {
             Layout.fillWidth: true
 
             PrimaryButton {
-                text: face.meeting.emailCaption
-                enabled: !face.meeting.isSending
+                text: face.meeting.outlet.emailStatus || "Email Now"
+                enabled: face.meeting.hasTranscript && !face.meeting.outlet.isSending
                 focus: true
-                onClicked: face.meeting.emailNow()
+                onClicked: face.meeting.outlet.email()
             }
             PlainButton {
                 text: face.meeting.hasCopiedFormatted ? "Copied" : "Copy Formatted"
+                enabled: face.meeting.hasTranscript
                 onClicked: face.meeting.copyFormatted()
             }
             PlainButton {
                 text: "Export .md"
-                onClicked: face.meeting.exportTo(face.Window.window)
+                enabled: face.meeting.hasTranscript
+                onClicked: face.meeting.outlet.exportMeeting(face.Window.window)
             }
             PlainButton {
                 text: "New Meeting"
@@ -54,22 +58,16 @@ Page {
             }
         }
         RecipientsView {
-            caption: face.meeting.recipientsText
-            primary: face.meeting.primaryRecipient
-            addresses: face.meeting.additionalRecipients
-            typed: face.meeting.newRecipient
-            isOpen: face.meeting.showRecipients
+            outlet: face.meeting.outlet
             canSave: true
-            onToggled: face.meeting.showRecipients = !face.meeting.showRecipients
-            onEdited: text => face.meeting.newRecipient = text
-            onAdded: face.meeting.addRecipient()
-            onRemoved: address => face.meeting.removeRecipient(address)
+            isSaved: face.meeting.hasSavedRecipients
             onSaveWanted: face.meeting.saveRecipientsAsDefaults()
         }
     }
     Notices {
         notices: face.meeting.missingNotes
-        onActed: action => action === "Open Settings" ? face.settingsWanted(face.meeting.settingsSection) : face.meeting.openSession()
+        onSettingsWanted: section => face.settingsWanted(section)
+        onActed: face.meeting.openSession()
     }
     Busy {
         text: face.meeting.isEnhancing ? "Generating meeting notes..." : ""
@@ -125,5 +123,6 @@ Page {
         title: face.meeting.transcriptTitle
         isOpen: face.meeting.showTranscript
         onToggled: face.meeting.showTranscript = !face.meeting.showTranscript
+        onRowShown: row => face.reveal(row)
     }
 }

@@ -15,7 +15,19 @@ FocusScope {
     property string doomed: "" // the meeting that the question is about
 
     Shortcut { sequences: ["Ctrl+F"]; onActivated: search.forceActiveFocus(Qt.ShortcutFocusReason) }
-    Keys.onEscapePressed: face.meeting.showMeetingHistory = false
+    Keys.onEscapePressed: face.leave()
+
+    /// The list keeps its place until the user is back.
+    function open(item) {
+        face.meeting.historyRow = item.meetingId
+        face.meeting.historyOffset = item.y - list.contentY
+        face.meeting.select(item.meetingId)
+    }
+
+    function leave() {
+        face.meeting.historyRow = ""
+        face.meeting.showMeetingHistory = false
+    }
 
     function ask(id) {
         doomed = id
@@ -35,7 +47,7 @@ FocusScope {
                 name: "Back"
                 sign: "‹"
                 font.pixelSize: Theme.titleSize
-                onClicked: face.meeting.showMeetingHistory = false
+                onClicked: face.leave()
             }
             Heading {
                 text: "Meeting History"
@@ -95,6 +107,17 @@ FocusScope {
                 Accessible.role: Accessible.List
                 Accessible.name: "Meetings"
 
+                // Where it stood when one of its meetings was opened.
+                Component.onCompleted: {
+                    const row = face.meeting.history.rowOf(face.meeting.historyRow)
+                    if (row < 0)
+                        return
+                    currentIndex = row
+                    positionViewAtIndex(row, ListView.Beginning)
+                    contentY = Math.max(originY, contentY - face.meeting.historyOffset)
+                    returnToBounds()
+                }
+
                 function go(row) {
                     currentIndex = Math.max(0, Math.min(count - 1, row))
                     positionViewAtIndex(currentIndex, ListView.Contain)
@@ -112,7 +135,7 @@ FocusScope {
                     else if (event.key === Qt.Key_PageDown)
                         go(currentIndex + page)
                     else if (it && (event.key === Qt.Key_Return || event.key === Qt.Key_Enter || event.key === Qt.Key_Space))
-                        face.meeting.select(it.meetingId)
+                        face.open(it)
                     else if (it && event.key === Qt.Key_Delete)
                         face.ask(it.meetingId)
                     else
@@ -121,7 +144,7 @@ FocusScope {
 
                 delegate: MeetingRow {
                     canDelete: true
-                    onPicked: face.meeting.select(meetingId)
+                    onPicked: face.open(this)
                     onDeleteWanted: {
                         list.currentIndex = index
                         face.ask(meetingId)

@@ -10,13 +10,20 @@ Item {
     property real level: 0 // 0 to 1
     property int barCount: 40
     property color barColor: Theme.danger
-    property var history: Array(barCount).fill(0)
+    property var history: [] // a level for each bar, the newest last
 
     implicitWidth: barCount * 4 + (barCount - 1) * 3
     implicitHeight: 40
     Accessible.role: Accessible.Graphic
     Accessible.name: "Sound level"
-    onLevelChanged: history = history.slice(1).concat(level)
+    onLevelChanged: history = fitting(history.slice(1).concat(level))
+    onBarCountChanged: history = fitting(history)
+    Component.onCompleted: history = fitting(history)
+
+    function fitting(levels) {
+        const kept = levels.slice(-barCount)
+        return Array(barCount - kept.length).fill(0).concat(kept)
+    }
 
     Row {
         anchors.centerIn: parent
@@ -28,7 +35,7 @@ Item {
             Rectangle {
                 required property int index
 
-                readonly property real value: view.history[index]
+                readonly property real value: view.history[index] ?? 0 // for a moment there may be more bars than levels
 
                 anchors.verticalCenter: parent ? parent.verticalCenter : undefined
                 width: 4

@@ -1,7 +1,5 @@
 #include "ui/meeting/MeetingAdapter.h"
 
-#include "ui/meeting/MarkdownDialog.h"
-
 #include <tuple>
 
 namespace fenlo {
@@ -15,7 +13,8 @@ QString meetingText(std::string_view text) {
 } // namespace
 
 MeetingAdapter::MeetingAdapter(MeetingTab& tab)
-    : m_tab(tab), m_past(tab), m_recent(tab.controller(), [&tab] { return tab.recentMeetings(); }),
+    : m_tab(tab), m_outlet(&tab.outlet()), m_past(tab),
+      m_recent(tab.controller(), [&tab] { return tab.recentMeetings(); }),
       m_history(tab.controller(), [&tab] { return tab.controller().filteredPastMeetings(); }),
       m_tabChanged(tab.watch([this] { follow(); })),
       m_levelChanged(tab.controller().watchLevel([this] { Q_EMIT ticked(); })) {
@@ -25,18 +24,17 @@ MeetingAdapter::MeetingAdapter(MeetingTab& tab)
 
 /// Rows that are as they were keep their place and the keyboard.
 void MeetingAdapter::follow() {
-    std::vector<MeetingNotice> told = m_tab.troubles();
-    told.insert(told.begin(), m_tab.notice());
-    const QVariantList notices = shownNotices(told);
+    m_outlet.follow(&m_tab.outlet());
+    const QVariantList setUpHint = shownNotices({m_tab.setUpHint()});
+    const QVariantList notices = shownNotices(m_tab.notices());
     const QVariantList missingNotes = shownNotices({m_tab.missingNotes()});
     const QVariantList notes = shownSections(m_tab.notes());
-    const QStringList recipients = shownTexts(m_tab.controller().additionalRecipients());
-    if (std::tie(notices, missingNotes, notes, recipients) !=
-        std::tie(m_notices, m_missingNotes, m_notes, m_recipients)) {
+    if (std::tie(setUpHint, notices, missingNotes, notes) !=
+        std::tie(m_setUpHint, m_notices, m_missingNotes, m_notes)) {
+        m_setUpHint = setUpHint;
         m_notices = notices;
         m_missingNotes = missingNotes;
         m_notes = notes;
-        m_recipients = recipients;
         Q_EMIT listed();
     }
     Q_EMIT changed();
@@ -94,10 +92,6 @@ QString MeetingAdapter::stopCaption() const {
     return meetingText(m_tab.stopCaption());
 }
 
-QString MeetingAdapter::languageModelHint() const {
-    return meetingText(m_tab.languageModelHint());
-}
-
 QString MeetingAdapter::searchQuery() const {
     return meetingText(m_tab.controller().searchQuery());
 }
@@ -126,6 +120,10 @@ QString MeetingAdapter::countText() const {
     return meetingText(m_tab.countText());
 }
 
+QString MeetingAdapter::notesPrompt() const {
+    return meetingText(m_tab.notesPrompt());
+}
+
 QString MeetingAdapter::hint() const {
     return meetingText(m_tab.hint());
 }
@@ -142,10 +140,6 @@ QString MeetingAdapter::endedTitle() const {
     return meetingText(m_tab.endedTitle());
 }
 
-QString MeetingAdapter::settingsSection() const {
-    return meetingText(m_tab.settingsSection());
-}
-
 QString MeetingAdapter::notesTitle() const {
     return meetingText(m_tab.notesTitle());
 }
@@ -160,23 +154,6 @@ QString MeetingAdapter::refinePrompt() const {
 
 QString MeetingAdapter::autoSendText() const {
     return meetingText(m_tab.autoSendText());
-}
-
-QString MeetingAdapter::emailCaption() const {
-    return meetingText(fenlo::emailCaption(m_tab.reviewEmailStatus(), isTranscription() ? "Email" : "Email Now"));
-}
-
-QString MeetingAdapter::primaryRecipient() const {
-    return meetingText(m_tab.controller().primaryRecipient());
-}
-
-QString MeetingAdapter::recipientsText() const {
-    return meetingText(
-        fenlo::recipientsText(m_tab.controller().primaryRecipient(), m_tab.controller().additionalRecipients().size()));
-}
-
-QString MeetingAdapter::newRecipient() const {
-    return meetingText(m_tab.newRecipient());
 }
 
 QString MeetingAdapter::deletionText(const QString& id) const {
@@ -196,14 +173,6 @@ void MeetingAdapter::nameSpeaker(const QString& name) {
 void MeetingAdapter::toggleStar(int row) {
     if (row >= 0)
         m_tab.toggleStar(static_cast<std::size_t>(row));
-}
-
-void MeetingAdapter::exportTo(QWindow* above) {
-    askForMarkdown(above, this, [this](const std::string& file) { m_tab.exportTo(file); });
-}
-
-void MeetingAdapter::removeRecipient(const QString& address) {
-    m_tab.controller().removeRecipient(address.toStdString());
 }
 
 } // namespace fenlo

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "meeting/MeetingTab.h"
+#include "ui/meeting/OutletAdapter.h"
 #include "ui/meeting/PastMeetingAdapter.h"
 #include "ui/meeting/PastMeetingList.h"
 #include "ui/meeting/TranscriptList.h"
 
 #include <QObject>
-#include <QStringList>
 #include <QVariantList>
-#include <QWindow>
 #include <QtQml/qqmlregistration.h>
 
 namespace fenlo {
@@ -20,13 +19,14 @@ class MeetingAdapter final : public QObject {
     QML_UNCREATABLE("given to the home window")
     Q_PROPERTY(Face face READ face NOTIFY changed)
     Q_PROPERTY(bool isTranscription READ isTranscription WRITE setTranscription NOTIFY changed)
+    Q_PROPERTY(bool isTranscriptionSession READ isTranscriptionSession NOTIFY changed)
     Q_PROPERTY(QString subject READ subject WRITE setSubject NOTIFY changed)
     Q_PROPERTY(QVariantList templates READ templates CONSTANT)
     Q_PROPERTY(QString meetingTemplate READ meetingTemplate WRITE setMeetingTemplate NOTIFY changed)
     Q_PROPERTY(bool captureSystemAudio READ captureSystemAudio WRITE setCaptureSystemAudio NOTIFY changed)
     Q_PROPERTY(QString startCaption READ startCaption NOTIFY changed)
     Q_PROPERTY(QString stopCaption READ stopCaption NOTIFY changed)
-    Q_PROPERTY(QString languageModelHint READ languageModelHint NOTIFY changed)
+    Q_PROPERTY(QVariantList setUpHint READ setUpHint NOTIFY listed)
 
     Q_PROPERTY(fenlo::PastMeetingList* recent READ recent CONSTANT)
     Q_PROPERTY(fenlo::PastMeetingList* history READ history CONSTANT)
@@ -42,15 +42,17 @@ class MeetingAdapter final : public QObject {
     Q_PROPERTY(double audioLevel READ audioLevel NOTIFY ticked)
     Q_PROPERTY(QString countText READ countText NOTIFY changed)
     Q_PROPERTY(QString hint READ hint NOTIFY changed)
+    Q_PROPERTY(QString notesPrompt READ notesPrompt NOTIFY changed)
+    Q_PROPERTY(bool hasTranscript READ hasTranscript NOTIFY changed)
     Q_PROPERTY(QVariantList notices READ notices NOTIFY listed)
     Q_PROPERTY(QString userNotes READ userNotes WRITE setUserNotes NOTIFY changed)
     Q_PROPERTY(bool hasCopiedTranscript READ hasCopiedTranscript NOTIFY changed)
     Q_PROPERTY(bool hasCopiedFormatted READ hasCopiedFormatted NOTIFY changed)
+    Q_PROPERTY(bool hasSavedRecipients READ hasSavedRecipients NOTIFY changed)
 
     Q_PROPERTY(QString endedTitle READ endedTitle NOTIFY changed)
     Q_PROPERTY(bool isEnhancing READ isEnhancing NOTIFY changed)
     Q_PROPERTY(QVariantList missingNotes READ missingNotes NOTIFY listed)
-    Q_PROPERTY(QString settingsSection READ settingsSection NOTIFY changed)
     Q_PROPERTY(QString notesTitle READ notesTitle NOTIFY changed)
     Q_PROPERTY(bool hasNotes READ hasNotes NOTIFY changed)
     Q_PROPERTY(QVariantList notes READ notes NOTIFY listed)
@@ -59,13 +61,11 @@ class MeetingAdapter final : public QObject {
     Q_PROPERTY(QString refinePrompt READ refinePrompt WRITE setRefinePrompt NOTIFY changed)
     Q_PROPERTY(QString autoSendText READ autoSendText NOTIFY changed)
     Q_PROPERTY(bool autoSendCompleted READ autoSendCompleted NOTIFY changed)
-    Q_PROPERTY(QString emailCaption READ emailCaption NOTIFY changed)
-    Q_PROPERTY(bool isSending READ isSending NOTIFY changed)
-    Q_PROPERTY(QString primaryRecipient READ primaryRecipient NOTIFY changed)
-    Q_PROPERTY(QString recipientsText READ recipientsText NOTIFY changed)
-    Q_PROPERTY(QStringList additionalRecipients READ additionalRecipients NOTIFY listed)
-    Q_PROPERTY(bool showRecipients READ showRecipients WRITE setShowRecipients NOTIFY changed)
-    Q_PROPERTY(QString newRecipient READ newRecipient WRITE setNewRecipient NOTIFY changed)
+    Q_PROPERTY(fenlo::OutletAdapter* outlet READ outlet CONSTANT)
+
+    // Where the list of the history stood when it was left for one of its meetings.
+    Q_PROPERTY(QString historyRow MEMBER m_historyRow)
+    Q_PROPERTY(double historyOffset MEMBER m_historyOffset)
 
 public:
     enum class Face { SetUp, History, Active, Ended, PastMeeting };
@@ -76,6 +76,7 @@ public:
     Face face() const;
     bool isTranscription() const { return m_tab.isTranscription(); }
     void setTranscription(bool on);
+    bool isTranscriptionSession() const { return m_tab.isTranscriptionSession(); }
     QString subject() const;
     void setSubject(const QString& subject);
     static QVariantList templates();
@@ -85,7 +86,7 @@ public:
     void setCaptureSystemAudio(bool capture) { m_tab.controller().setCaptureSystemAudio(capture); }
     QString startCaption() const;
     QString stopCaption() const;
-    QString languageModelHint() const;
+    QVariantList setUpHint() const { return m_setUpHint; }
 
     PastMeetingList* recent() { return &m_recent; }
     PastMeetingList* history() { return &m_history; }
@@ -103,16 +104,18 @@ public:
     double audioLevel() const { return double(m_tab.controller().audioLevel()); }
     QString countText() const;
     QString hint() const;
+    QString notesPrompt() const;
+    bool hasTranscript() const { return m_tab.hasTranscript(); }
     QVariantList notices() const { return m_notices; }
     QString userNotes() const;
     void setUserNotes(const QString& notes);
-    bool hasCopiedTranscript() const { return m_tab.copied() == MeetingTab::Copied::transcript; }
-    bool hasCopiedFormatted() const { return m_tab.copied() == MeetingTab::Copied::formatted; }
+    bool hasCopiedTranscript() const { return m_tab.lastDone() == MeetingTab::Done::transcriptCopied; }
+    bool hasCopiedFormatted() const { return m_tab.lastDone() == MeetingTab::Done::formattedCopied; }
+    bool hasSavedRecipients() const { return m_tab.lastDone() == MeetingTab::Done::recipientsSaved; }
 
     QString endedTitle() const;
     bool isEnhancing() const { return m_tab.controller().isEnhancing(); }
     QVariantList missingNotes() const { return m_missingNotes; }
-    QString settingsSection() const;
     QString notesTitle() const;
     bool hasNotes() const { return m_tab.controller().enhancedNotes().has_value(); }
     QVariantList notes() const { return m_notes; }
@@ -123,15 +126,7 @@ public:
     void setRefinePrompt(const QString& prompt) { m_tab.setRefinePrompt(prompt.toStdString()); }
     QString autoSendText() const;
     bool autoSendCompleted() const { return m_tab.controller().autoSendCompleted(); }
-    QString emailCaption() const;
-    bool isSending() const { return m_tab.reviewEmailStatus() == EmailStatus::sending; }
-    QString primaryRecipient() const;
-    QString recipientsText() const;
-    QStringList additionalRecipients() const { return m_recipients; }
-    bool showRecipients() const { return m_tab.showRecipients(); }
-    void setShowRecipients(bool show) { m_tab.setShowRecipients(show); }
-    QString newRecipient() const;
-    void setNewRecipient(const QString& typed) { m_tab.setNewRecipient(typed.toStdString()); }
+    OutletAdapter* outlet() { return &m_outlet; }
 
     Q_INVOKABLE void open() { m_tab.open(); }
     Q_INVOKABLE void start() { m_tab.start(); }
@@ -146,16 +141,12 @@ public:
     Q_INVOKABLE void toggleStar(int row);
     Q_INVOKABLE void copyAll() { m_tab.copyAll(); }
     Q_INVOKABLE void copyFormatted() { m_tab.copyFormatted(); }
-    Q_INVOKABLE void exportTo(QWindow* above);
     Q_INVOKABLE void refine() { m_tab.refine(); }
     Q_INVOKABLE void cancelAutoSend() { m_tab.controller().cancelAutoSend(); }
-    Q_INVOKABLE void addRecipient() { m_tab.addRecipient(); }
-    Q_INVOKABLE void removeRecipient(const QString& address);
-    Q_INVOKABLE void saveRecipientsAsDefaults() { m_tab.controller().saveRecipientsAsDefaults(); }
-    Q_INVOKABLE void emailNow() { m_tab.emailNow(); }
+    Q_INVOKABLE void saveRecipientsAsDefaults() { m_tab.saveRecipientsAsDefaults(); }
     Q_INVOKABLE void newMeeting() { m_tab.newMeeting(); }
     Q_INVOKABLE void openSession() { m_tab.openSession(); }
-    Q_INVOKABLE void dismissNotice() { m_tab.dismissNotice(); }
+    Q_INVOKABLE void closeNotice(const QString& text) { m_tab.closeNotice(text.toStdString()); }
 
 Q_SIGNALS:
     void changed();
@@ -166,10 +157,13 @@ private:
     void follow();
 
     MeetingTab& m_tab;
+    QVariantList m_setUpHint;
     QVariantList m_notices;
     QVariantList m_missingNotes;
     QVariantList m_notes;
-    QStringList m_recipients;
+    QString m_historyRow;
+    double m_historyOffset = 0;
+    OutletAdapter m_outlet;
     PastMeetingAdapter m_past;
     PastMeetingList m_recent;
     PastMeetingList m_history;

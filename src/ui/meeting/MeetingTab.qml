@@ -14,7 +14,7 @@ FocusScope {
         [MeetingAdapter.SetUp]: "SetUpFace.qml",
         [MeetingAdapter.History]: "HistoryFace.qml",
         [MeetingAdapter.Active]: "ActiveFace.qml",
-        [MeetingAdapter.Ended]: meeting.isTranscription ? "TranscriptionEndedFace.qml" : "EndedFace.qml",
+        [MeetingAdapter.Ended]: meeting.isTranscriptionSession ? "TranscriptionEndedFace.qml" : "EndedFace.qml",
         [MeetingAdapter.PastMeeting]: "PastMeetingFace.qml",
     })
 

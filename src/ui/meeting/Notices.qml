@@ -9,8 +9,11 @@ ColumnLayout {
     id: view
 
     property var notices: []
-    /// The button of the one with this caption.
-    signal acted(string action)
+    /// The button of one that leads to this section of the settings.
+    signal settingsWanted(string section)
+    /// Another button.
+    signal acted
+    signal closed(string text)
 
     visible: notices.length > 0
     spacing: Theme.unit
@@ -25,7 +28,9 @@ ColumnLayout {
             kind: modelData.kind
             text: modelData.text
             action: modelData.action
-            onActed: view.acted(action)
+            canClose: modelData.canClose
+            onActed: modelData.section !== "" ? view.settingsWanted(modelData.section) : view.acted()
+            onClosed: view.closed(modelData.text)
         }
     }
 }

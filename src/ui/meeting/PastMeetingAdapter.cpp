@@ -1,7 +1,5 @@
 #include "ui/meeting/PastMeetingAdapter.h"
 
-#include "ui/meeting/MarkdownDialog.h"
-
 #include <tuple>
 
 namespace fenlo {
@@ -12,21 +10,21 @@ QString pastText(const std::string& text) {
     return QString::fromStdString(text);
 }
 
-} // namespace
-
-QStringList shownTexts(const std::vector<std::string>& texts) {
+QStringList shownItems(const std::vector<std::string>& items) {
     QStringList all;
-    for (const std::string& text : texts)
-        all.append(pastText(text));
+    for (const std::string& item : items)
+        all.append(pastText(item));
     return all;
 }
+
+} // namespace
 
 QVariantList shownSections(const std::vector<NotesSection>& sections) {
     QVariantList all;
     for (const NotesSection& section : sections) {
         all.append(QVariantMap{{"heading", pastText(section.heading)},
                                {"text", pastText(section.text)},
-                               {"items", shownTexts(section.items)},
+                               {"items", shownItems(section.items)},
                                {"isToDo", section.isToDo}});
     }
     return all;
@@ -39,7 +37,9 @@ QVariantList shownNotices(const std::vector<MeetingNotice>& notices) {
         if (!notice.text.empty())
             all.append(QVariantMap{{"kind", kinds[static_cast<std::size_t>(notice.kind)]},
                                    {"text", pastText(notice.text)},
-                                   {"action", pastText(notice.action)}});
+                                   {"action", pastText(notice.action)},
+                                   {"section", pastText(notice.section)},
+                                   {"canClose", notice.canClose}});
     return all;
 }
 
@@ -58,13 +58,14 @@ void PastMeetingAdapter::follow() {
 }
 
 void PastMeetingAdapter::followLists() {
-    const QVariantList notices = m_detail ? shownNotices({m_detail->notice()}) : QVariantList();
+    m_outlet.follow(m_detail ? &m_detail->outlet() : nullptr);
+    const QVariantList notices = m_detail ? shownNotices({m_detail->outlet().notice()}) : QVariantList();
+    const QVariantList hint = shownNotices({m_tab.selectedHint()});
     const QVariantList notes = m_detail ? shownSections(m_detail->notes()) : QVariantList();
-    const QStringList recipients = m_detail ? shownTexts(m_detail->extraRecipients()) : QStringList();
-    if (std::tie(notices, notes, recipients) != std::tie(m_notices, m_notes, m_recipients)) {
+    if (std::tie(notices, hint, notes) != std::tie(m_notices, m_hint, m_notes)) {
         m_notices = notices;
         m_notes = notes;
-        m_recipients = recipients;
+        m_hint = hint;
         Q_EMIT listed();
     }
     Q_EMIT changed();
@@ -135,63 +136,14 @@ QString PastMeetingAdapter::summarizeCaption() const {
     return m_detail ? pastText(m_detail->summarizeCaption()) : QString();
 }
 
-QString PastMeetingAdapter::emailCaption() const {
-    return m_detail ? pastText(fenlo::emailCaption(m_detail->emailStatus(), "Email")) : QString();
-}
-
-bool PastMeetingAdapter::isSending() const {
-    return m_detail && m_detail->emailStatus() == EmailStatus::sending;
-}
-
-QString PastMeetingAdapter::recipientsText() const {
-    return m_detail ? pastText(fenlo::recipientsText(m_tab.controller().primaryRecipient(),
-                                                     m_detail->extraRecipients().size()))
-                    : QString();
-}
-
-bool PastMeetingAdapter::showRecipients() const {
-    return m_detail && m_detail->showRecipients();
-}
-
-void PastMeetingAdapter::setShowRecipients(bool show) {
-    if (m_detail)
-        m_detail->setShowRecipients(show);
-}
-
-QString PastMeetingAdapter::newRecipient() const {
-    return m_detail ? pastText(m_detail->newRecipient()) : QString();
-}
-
-void PastMeetingAdapter::setNewRecipient(const QString& typed) {
-    if (m_detail)
-        m_detail->setNewRecipient(typed.toStdString());
-}
-
 void PastMeetingAdapter::summarize() {
     if (m_detail)
         m_detail->summarize();
 }
 
-void PastMeetingAdapter::email() {
+void PastMeetingAdapter::closeNotice() {
     if (m_detail)
-        m_detail->email();
-}
-
-void PastMeetingAdapter::addRecipient() {
-    if (m_detail)
-        m_detail->addRecipient();
-}
-
-void PastMeetingAdapter::removeRecipient(const QString& address) {
-    if (m_detail)
-        m_detail->removeRecipient(address.toStdString());
-}
-
-void PastMeetingAdapter::exportTo(QWindow* above) {
-    askForMarkdown(above, this, [this](const std::string& file) {
-        if (m_detail)
-            m_detail->exportTo(file);
-    });
+        m_detail->outlet().tell({});
 }
 
 void PastMeetingAdapter::back() {

@@ -1,19 +1,18 @@
 #pragma once
 
 #include "meeting/MeetingTab.h"
+#include "ui/meeting/OutletAdapter.h"
 #include "ui/meeting/TranscriptList.h"
 
 #include <QObject>
 #include <QStringList>
 #include <QVariantList>
-#include <QWindow>
 #include <QtQml/qqmlregistration.h>
 
 namespace fenlo {
 
 /// The sections of a meeting's notes, as NotesView wants them.
 QVariantList shownSections(const std::vector<NotesSection>& sections);
-QStringList shownTexts(const std::vector<std::string>& texts);
 /// Those that have a text, as Notices wants them.
 QVariantList shownNotices(const std::vector<MeetingNotice>& notices);
 
@@ -36,13 +35,9 @@ class PastMeetingAdapter final : public QObject {
     Q_PROPERTY(bool showSummarizePrompt READ showSummarizePrompt WRITE setShowSummarizePrompt NOTIFY changed)
     Q_PROPERTY(QString focusInstruction READ focusInstruction WRITE setFocusInstruction NOTIFY changed)
     Q_PROPERTY(QString summarizeCaption READ summarizeCaption NOTIFY changed)
-    Q_PROPERTY(QString emailCaption READ emailCaption NOTIFY changed)
-    Q_PROPERTY(bool isSending READ isSending NOTIFY changed)
-    Q_PROPERTY(QString recipientsText READ recipientsText NOTIFY changed)
-    Q_PROPERTY(QStringList extraRecipients READ extraRecipients NOTIFY listed)
-    Q_PROPERTY(bool showRecipients READ showRecipients WRITE setShowRecipients NOTIFY changed)
-    Q_PROPERTY(QString newRecipient READ newRecipient WRITE setNewRecipient NOTIFY changed)
+    Q_PROPERTY(fenlo::OutletAdapter* outlet READ outlet CONSTANT)
     Q_PROPERTY(QVariantList notices READ notices NOTIFY listed)
+    Q_PROPERTY(QVariantList hint READ hint NOTIFY listed)
 
 public:
     explicit PastMeetingAdapter(MeetingTab& tab);
@@ -64,21 +59,12 @@ public:
     QString focusInstruction() const;
     void setFocusInstruction(const QString& instruction);
     QString summarizeCaption() const;
-    QString emailCaption() const;
-    bool isSending() const;
-    QString recipientsText() const;
-    QStringList extraRecipients() const { return m_recipients; }
-    bool showRecipients() const;
-    void setShowRecipients(bool show);
-    QString newRecipient() const;
-    void setNewRecipient(const QString& typed);
+    OutletAdapter* outlet() { return &m_outlet; }
     QVariantList notices() const { return m_notices; }
+    QVariantList hint() const { return m_hint; }
 
     Q_INVOKABLE void summarize();
-    Q_INVOKABLE void email();
-    Q_INVOKABLE void addRecipient();
-    Q_INVOKABLE void removeRecipient(const QString& address);
-    Q_INVOKABLE void exportTo(QWindow* above);
+    Q_INVOKABLE void closeNotice();
     Q_INVOKABLE void back();
     Q_INVOKABLE void remove();
 
@@ -93,9 +79,10 @@ private:
     MeetingTab& m_tab;
     PastMeetingDetail* m_detail = nullptr; // the tab's, while a meeting is looked at
     TranscriptList m_transcript;
+    OutletAdapter m_outlet{nullptr};
     QVariantList m_notices;
+    QVariantList m_hint;
     QVariantList m_notes;
-    QStringList m_recipients;
     Changes::Watch m_tabChanged;
     Changes::Watch m_detailChanged;
 };

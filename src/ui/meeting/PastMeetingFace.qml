@@ -56,6 +56,8 @@ Page {
     }
     Notices {
         notices: face.past.notices
+        onSettingsWanted: section => face.settingsWanted(section)
+        onClosed: face.past.closeNotice()
     }
     ColumnLayout {
         spacing: Theme.unit
@@ -66,13 +68,13 @@ Page {
             Layout.fillWidth: true
 
             PlainButton {
-                text: face.past.emailCaption
-                enabled: !face.past.isSending
-                onClicked: face.past.email()
+                text: face.past.outlet.emailStatus || "Email"
+                enabled: !face.past.outlet.isSending
+                onClicked: face.past.outlet.email()
             }
             PlainButton {
                 text: "Export .md"
-                onClicked: face.past.exportTo(face.Window.window)
+                onClicked: face.past.outlet.exportMeeting(face.Window.window)
             }
             PlainButton {
                 text: "Delete…"
@@ -82,15 +84,7 @@ Page {
             }
         }
         RecipientsView {
-            caption: face.past.recipientsText
-            primary: face.meeting.primaryRecipient
-            addresses: face.past.extraRecipients
-            typed: face.past.newRecipient
-            isOpen: face.past.showRecipients
-            onToggled: face.past.showRecipients = !face.past.showRecipients
-            onEdited: text => face.past.newRecipient = text
-            onAdded: face.past.addRecipient()
-            onRemoved: address => face.past.removeRecipient(address)
+            outlet: face.past.outlet
         }
     }
     FormGroup {
@@ -138,10 +132,9 @@ Page {
             }
         }
     }
-    Notice {
-        text: face.past.canSummarize ? face.meeting.languageModelHint : ""
-        action: "Open Settings"
-        onActed: face.settingsWanted("Services")
+    Notices {
+        notices: face.past.hint
+        onSettingsWanted: section => face.settingsWanted(section)
     }
     Busy {
         text: face.past.isGenerating ? "Generating summary..." : ""
@@ -172,6 +165,7 @@ Page {
         title: face.past.transcriptTitle
         isOpen: face.past.showTranscript
         onToggled: face.past.showTranscript = !face.past.showTranscript
+        onRowShown: row => face.reveal(row)
     }
     QuestionDialog {
         id: question

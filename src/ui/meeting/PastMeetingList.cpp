@@ -20,9 +20,8 @@ PastMeetingList::PastMeetingList(MeetingModeController& controller, Choice choic
 std::vector<PastMeetingList::Row> PastMeetingList::chosen() const {
     std::vector<Row> rows;
     for (const PastMeeting* meeting : m_choice()) {
-        const std::string when = meeting->displayDate + (meeting->duration.empty() ? "" : " · " + meeting->duration);
         rows.push_back({QString::fromStdString(meeting->id), QString::fromStdString(meetingTitle(*meeting)),
-                        QString::fromStdString(when),
+                        QString::fromStdString(meetingTime(*meeting)),
                         QString::fromStdString(m_controller.searchSnippet(*meeting).value_or(""))});
     }
     return rows;
@@ -49,6 +48,11 @@ void PastMeetingList::follow() {
         endInsertRows();
     }
     Q_EMIT counted();
+}
+
+int PastMeetingList::rowOf(const QString& id) const {
+    const auto found = std::ranges::find(m_rows, id, &Row::id);
+    return found == m_rows.end() ? -1 : static_cast<int>(found - m_rows.begin());
 }
 
 int PastMeetingList::rowCount(const QModelIndex& parent) const {

@@ -27,6 +27,8 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
     int count() const { return static_cast<int>(m_rows.size()); }
+    /// Of the meeting with this file name; -1 when it is not among them.
+    Q_INVOKABLE int rowOf(const QString& id) const;
 
 Q_SIGNALS:
     void counted();

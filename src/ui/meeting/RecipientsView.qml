@@ -3,36 +3,30 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Layouts
 import Fenlo.Controls
+import Fenlo.Meeting
 
 /// Who gets the mail: a line that opens.
 ColumnLayout {
     id: view
 
-    property string caption: ""
-    property string primary: "" // the user's own address; empty without one
-    property var addresses: []
-    property string typed: ""
-    property bool isOpen: false
+    required property OutletAdapter outlet
     property bool canSave: false
-    signal toggled
-    signal edited(string text)
-    signal added
-    signal removed(string address)
+    property bool isSaved: false // a moment ago
     signal saveWanted
 
     spacing: Theme.unit
     Layout.fillWidth: true
 
     LinkButton {
-        text: view.caption + (view.isOpen ? "  ▾" : "  ▸")
+        text: view.outlet.recipientsText + (view.outlet.showRecipients ? "  ▾" : "  ▸")
         ink: Theme.faint
         Layout.leftMargin: -Theme.half
-        Accessible.name: view.caption
-        Accessible.description: view.isOpen ? "Shown" : "Folded"
-        onClicked: view.toggled()
+        Accessible.name: view.outlet.recipientsText
+        Accessible.description: view.outlet.showRecipients ? "Shown" : "Folded"
+        onClicked: view.outlet.showRecipients = !view.outlet.showRecipients
     }
     Rectangle {
-        visible: view.isOpen
+        visible: view.outlet.showRecipients
         color: Theme.card
         radius: Theme.cardRadius
         border.color: Theme.line
@@ -49,12 +43,12 @@ ColumnLayout {
             spacing: Theme.half
 
             Label {
-                text: view.primary + " (you)"
-                visible: view.primary !== ""
+                text: view.outlet.primaryRecipient + " (you)"
+                visible: view.outlet.primaryRecipient !== ""
                 Layout.fillWidth: true
             }
             Repeater {
-                model: view.addresses
+                model: view.outlet.recipients
 
                 RowLayout {
                     id: entry
@@ -72,7 +66,7 @@ ColumnLayout {
                     IconButton {
                         name: "Remove " + entry.modelData
                         sign: "✕"
-                        onClicked: view.removed(entry.modelData)
+                        onClicked: view.outlet.removeRecipient(entry.modelData)
                     }
                 }
             }
@@ -84,17 +78,17 @@ ColumnLayout {
                 Field {
                     name: "Add email"
                     placeholderText: "Add email..."
-                    text: view.typed
+                    text: view.outlet.newRecipient
                     width: Math.min(Theme.textSize * 20, parent.width)
-                    onTextEdited: view.edited(text)
-                    onAccepted: view.added()
+                    onTextEdited: view.outlet.newRecipient = text
+                    onAccepted: view.outlet.addRecipient()
                 }
                 PlainButton {
                     text: "Add"
-                    onClicked: view.added()
+                    onClicked: view.outlet.addRecipient()
                 }
                 LinkButton {
-                    text: "Save as defaults"
+                    text: view.isSaved ? "Saved" : "Save as defaults"
                     visible: view.canSave
                     implicitHeight: Theme.controlHeight
                     onClicked: view.saveWanted()

@@ -19,6 +19,7 @@ Page {
 
     Notices {
         notices: face.meeting.notices
+        onClosed: text => face.meeting.closeNotice(text)
     }
     FormGroup {
         FormRow {
@@ -91,10 +92,9 @@ Page {
         Layout.alignment: Qt.AlignHCenter
         onClicked: face.meeting.start()
     }
-    Notice {
-        text: face.meeting.isTranscription ? "" : face.meeting.languageModelHint
-        action: "Open Settings"
-        onActed: face.settingsWanted("Services")
+    Notices {
+        notices: face.meeting.setUpHint
+        onSettingsWanted: section => face.settingsWanted(section)
     }
     ColumnLayout {
         visible: face.meeting.recent.count > 0

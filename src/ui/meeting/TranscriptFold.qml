@@ -12,6 +12,8 @@ ColumnLayout {
     property string title: ""
     property bool isOpen: false
     signal toggled
+    /// The user went to this row.
+    signal rowShown(Item row)
 
     spacing: Theme.unit
     Layout.fillWidth: true
@@ -41,6 +43,7 @@ ColumnLayout {
             anchors.margins: Theme.unit
             transcript: fold.transcript
             session: fold.session
+            onRowShown: row => fold.rowShown(row)
         }
     }
 }

@@ -14,6 +14,8 @@ FocusScope {
     property MeetingAdapter session: null // in which speakers are named and rows starred; null where one only reads
     readonly property bool canEdit: session !== null
     readonly property real contentHeight: list.contentHeight
+    /// The user went to this row: what scrolls around the list is to show it too.
+    signal rowShown(Item row)
 
     ListView {
         id: list
@@ -70,6 +72,8 @@ FocusScope {
             currentIndex = Math.max(0, Math.min(count - 1, row))
             positionViewAtIndex(currentIndex, ListView.Contain)
             isAtNewest = currentIndex === count - 1
+            if (currentItem)
+                view.rowShown(currentItem)
         }
 
         Keys.onPressed: event => {

@@ -22,6 +22,7 @@ FocusScope {
         }
         Notices {
             notices: face.meeting.notices
+            onClosed: text => face.meeting.closeNotice(text)
         }
         Flow {
             spacing: Theme.unit
@@ -30,16 +31,18 @@ FocusScope {
             PrimaryButton {
                 text: face.meeting.hasCopiedTranscript ? "Copied" : "Copy All"
                 focus: true
+                enabled: face.meeting.hasTranscript
                 onClicked: face.meeting.copyAll()
             }
             PlainButton {
                 text: "Export .md"
-                onClicked: face.meeting.exportTo(face.Window.window)
+                enabled: face.meeting.hasTranscript
+                onClicked: face.meeting.outlet.exportMeeting(face.Window.window)
             }
             PlainButton {
-                text: face.meeting.emailCaption
-                enabled: !face.meeting.isSending
-                onClicked: face.meeting.emailNow()
+                text: face.meeting.outlet.emailStatus || "Email"
+                enabled: face.meeting.hasTranscript && !face.meeting.outlet.isSending
+                onClicked: face.meeting.outlet.email()
             }
             PlainButton {
                 text: "New Session"
