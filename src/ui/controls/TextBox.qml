@@ -47,7 +47,9 @@ ScrollView {
             text: control.placeholder
             visible: area.length === 0 && area.preeditText === ""
             width: area.width
-            padding: area.padding
+            leftPadding: area.leftPadding
+            rightPadding: area.rightPadding
+            topPadding: area.topPadding
             font: area.font
             color: Theme.faint
             wrapMode: Text.Wrap
