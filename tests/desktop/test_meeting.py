@@ -76,6 +76,8 @@ class Meetings(DesktopCase):
         fenlo.wait_for("[Fenlo] An interrupted meeting is taken up")
         [file] = wait_for(lambda: set((fenlo.home / ".fenlo/meetings").glob("*.md")) - old, "the interrupted meeting", patience=60)
         home = self._open_tab()
+        home.find("push button", "Start Meeting").focus()
+        desktop.press("End")  # the recent ones may lie below the window
         home.find("list item", "Foxes, …").press()
         home.find("heading", "Foxes")
         home.find("label", "Feed the dog")
@@ -241,7 +243,7 @@ class Meetings(DesktopCase):
         """At least so many more segments of these words, and no more words after them."""
         mark = self.fenlo.mark()
         self.recogniser.answer(words)
-        self.fenlo.wait_for("[Fenlo] Meeting segment", mark, count=segments)
+        self.fenlo.wait_for("[Fenlo] Meeting segment", mark, count=segments, patience=60)
         self.recogniser.answer("")
         wait_for(lambda: home.all("label", self._count_text()), "the rows")
 
