@@ -95,7 +95,7 @@ ApplicationWindow {
             Layout.fillWidth: true
         }
         Flow {
-            layoutDirection: window.appearance.rightToLeft ? Qt.LeftToRight : Qt.RightToLeft
+            layoutDirection: Qt.RightToLeft
             spacing: Theme.unit
             Layout.fillWidth: true
             Layout.margins: Theme.unit * 2

@@ -1,5 +1,6 @@
 """A server of updates, and a desktop on which this program is installed as a package."""
 
+import contextlib
 import http.server
 import os
 import subprocess
@@ -23,7 +24,7 @@ class UpdateServer:
         self._folder.mkdir()
         self._key = self._folder / "key.pem"
         self.pages = {}  # what is at each path
-        self.requests = []
+        self._stalled = {}
         public = processes.output([str(_SIGN), "key", str(self._key)]).strip()
         handler = type("Handler", (_Handler,), {"server_of": self})
         self._server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), handler)
@@ -50,19 +51,32 @@ class UpdateServer:
         self.pages[path] = package.read_bytes()
         return path
 
+    def stall(self, path):
+        """From now on the half of it comes, until the event that this returns is set."""
+        self._stalled[path] = threading.Event()
+        return self._stalled[path]
+
+    def pause(self, path):
+        if path in self._stalled:
+            self._stalled[path].wait(60)
+
     def close(self):
+        for event in self._stalled.values():
+            event.set()
         self._server.shutdown()
         self._server.server_close()
 
 
 class _Handler(http.server.BaseHTTPRequestHandler):
     def do_GET(self):
-        self.server_of.requests.append(self.path)
-        content = self.server_of.pages.get(self.path)
-        self.send_response(404 if content is None else 200)
-        self.send_header("Content-Length", str(len(content or b"")))
+        content = self.server_of.pages.get(self.path, b"")
+        self.send_response(200 if content else 404)
+        self.send_header("Content-Length", str(len(content)))
         self.end_headers()
-        self.wfile.write(content or b"")
+        with contextlib.suppress(ConnectionError):  # who downloads may have had enough
+            self.wfile.write(content[: len(content) // 2])
+            self.server_of.pause(self.path)
+            self.wfile.write(content[len(content) // 2 :])
 
     def log_message(self, *_):
         pass
@@ -82,7 +96,7 @@ class PackagedDesktop:
             f"*) printf 'Package: fenlo\\nVersion: 0.1.0\\nArchitecture: {_architecture()}\\n' ;; esac\n",
         )
         installer = folder / "installer"
-        _write_program(installer, f'printf "%s\\n" "$1" >> "{self._opened}"\n')
+        _write_program(installer, f'env > "{self._opened}.environment"\nprintf "%s\\n" "$1" >> "{self._opened}"\n')
         self.environment = {
             "PATH": f"{programs}:{os.environ['PATH']}",
             "XDG_DATA_HOME": str(folder / "data"),
@@ -102,6 +116,9 @@ class PackagedDesktop:
     def opened(self):
         """The files that the installer was given."""
         return [Path(line) for line in self._opened.read_text().splitlines()] if self._opened.exists() else []
+
+    def environment_of_installer(self):
+        return Path(f"{self._opened}.environment").read_text()
 
 
 def _architecture():
