@@ -37,7 +37,8 @@ ApplicationWindow {
     onActiveChanged: if (active && !activeFocusControl) takeKeyboard()
 
     function takeKeyboard() {
-        for (const button of [install, open, again, show, leave])
+        // What was handed over is not opened twice by a key that was meant for something else.
+        for (const button of stage === UpdateAdapter.HandedOver ? [leave] : [install, open, again, leave])
             if (button.visible)
                 return button.forceActiveFocus(Qt.TabFocusReason)
     }
@@ -123,8 +124,6 @@ ApplicationWindow {
                 onClicked: window.update.tryAgain()
             }
             PlainButton {
-                id: show
-
                 text: "Show in Folder"
                 visible: window.stage === UpdateAdapter.Verified || window.stage === UpdateAdapter.HandedOver
                 onClicked: window.update.showInFolder()
