@@ -349,7 +349,14 @@ bool RunningMeeting::complete() {
 bool RunningMeeting::append(const std::string& line) {
     // The newline comes first, so that a line that was cut off does not swallow this one.
     const auto its = place();
-    const bool isWritten = its && its->journal.append("\n" + line + "\n");
+    const std::string lines =
+        m_contents.with([](Contents& contents) { return std::exchange(contents.unwritten, {}); }) + "\n" + line + "\n";
+    const bool isWritten = its && its->journal.append(lines);
+    if (its && !isWritten) {
+        const int reason = errno;
+        m_contents.with([&](Contents& contents) { contents.unwritten.insert(0, lines); });
+        errno = reason;
+    }
     if (its)
         setTrouble(isWritten ? "" : files::writeFault(errno));
     return isWritten;

@@ -108,6 +108,7 @@ private:
         std::optional<std::string> savedAs;
         bool isFiled = false;
         NotesState notes;
+        std::string unwritten; // lines of the journal that the disk had no room for
         std::string trouble;
         bool isComplete = false;
     };
