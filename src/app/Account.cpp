@@ -3,7 +3,6 @@
 #include "app/TakeServices.h"
 #include "base/Json.h"
 #include "base/MainQueue.h"
-#include "base/NotificationCenter.h"
 #include "meeting/MeetingMail.h"
 #include "session/AppDelegate.h"
 #include "settings/Config.h"
@@ -29,7 +28,8 @@ Account::Account(const Surroundings& around)
       statistics(around.background, [this](std::stop_token stop) { syncStatistics(std::move(stop)); }),
       profile(around.background, [this](std::stop_token stop) { backend.syncProfile(std::move(stop)); }),
       m_around(around), m_toldProfile(profileText(around.services.config.get())),
-      m_settingsWatch(around.services.config.watch([this] { followProfile(); })) {}
+      m_settingsWatch(around.services.config.watch([this] { followProfile(); })),
+      m_signedOut(around.notifications.observe(notification::userDidSignOut, [this](const auto&) { signedOut(); })) {}
 
 void Account::addTo(AppHooks& hooks) {
     if (!backend.hasService())
@@ -41,8 +41,10 @@ void Account::addTo(AppHooks& hooks) {
     };
     hooks.syncProfile = [this](std::stop_token) { profile.ask(); };
     hooks.tellLogin = [this](const std::string& name, const std::string& email) {
-        m_around.background.run(
-            [this, name, email](std::stop_token stop) { backend.sendLogin(email, name, std::move(stop)); });
+        m_around.background.run([this, name, email](std::stop_token stop) {
+            backend.sendLogin(email, name, std::move(stop));
+            statistics.ask(); // those of all machines of this person
+        });
     };
     hooks.tellRememberedLogin = [this](std::stop_token stop) { sendRememberedLogin(std::move(stop)); };
 }
@@ -71,6 +73,12 @@ void Account::followProfile() {
     std::string now = profileText(m_around.services.config.get());
     if (backend.hasService() && std::exchange(m_toldProfile, now) != now)
         profile.ask();
+}
+
+/// What is shown may be of another person soon.
+void Account::signedOut() {
+    m_around.services.statistics.forgetServerStats();
+    m_around.notifications.post(notification::statisticsChanged);
 }
 
 ServiceMail serviceMail(BackendClient& backend) {

@@ -2,6 +2,7 @@
 
 #include "account/LatestTask.h"
 #include "base/Changes.h"
+#include "base/NotificationCenter.h"
 #include "meeting/MeetingDelivery.h"
 
 #include <stop_token>
@@ -12,7 +13,6 @@ namespace fenlo {
 class Background;
 class BackendClient;
 class MainQueue;
-class NotificationCenter;
 struct AppHooks;
 struct TakeServices;
 
@@ -44,10 +44,12 @@ private:
     void syncStatistics(std::stop_token stop);
     void sendRememberedLogin(std::stop_token stop);
     void followProfile();
+    void signedOut();
 
     const Surroundings m_around;
     std::string m_toldProfile; // as one text
     Changes::Watch m_settingsWatch;
+    NotificationCenter::Observation m_signedOut;
 };
 
 /// Mails of meetings by the service; empty where there is none.

@@ -404,6 +404,10 @@ void StatisticsStore::applyServerStats(const Json& reply) {
     m_serverView.with([&](std::optional<ServerView>& current) { current = std::move(view); });
 }
 
+void StatisticsStore::forgetServerStats() {
+    m_serverView.with([](std::optional<ServerView>& view) { view.reset(); });
+}
+
 std::optional<std::vector<HistoryEntry>> StatisticsStore::serverHistory() const {
     return m_serverView.with(
         [](const std::optional<ServerView>& view) { return view ? std::optional(view->history) : std::nullopt; });

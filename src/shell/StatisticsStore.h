@@ -84,6 +84,8 @@ public:
     void markSynced(const std::set<std::string>& entryIds);
     /// From now on the numbers of the backend's reply are shown. The file stays as it is. Only a JSON object counts.
     void applyServerStats(const nlohmann::json& reply);
+    /// The file's numbers are shown again.
+    void forgetServerStats();
     /// The history of the server view; nothing before the first applyServerStats().
     std::optional<std::vector<HistoryEntry>> serverHistory() const;
     bool hasServerView() const;

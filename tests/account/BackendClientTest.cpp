@@ -52,7 +52,7 @@ TEST_F(ServiceClient, EveryReplyIsAResultOrNothing) {
 }
 
 TEST_F(ServiceClient, AFirstStartRegistersBeforeItAsksForTheConfiguration) {
-    EXPECT_EQ(backend.getConfig({}), service.config);
+    EXPECT_EQ(backend.getConfig({}), service.config());
     const auto requests = service.requests();
     ASSERT_EQ(requests.size(), 2u);
     EXPECT_EQ(parseJson(requests[0].body), (Json{{"device_id", machine.config.get().deviceId},
@@ -116,7 +116,7 @@ TEST_F(ServiceClient, ARejectedTokenIsReplacedOnce) {
     service.forgetTokens();
     service.takeCalls();
     const std::string rejected = machine.store.values.at("backend_token");
-    EXPECT_EQ(backend.getConfig({}), service.config);
+    EXPECT_EQ(backend.getConfig({}), service.config());
     EXPECT_THAT(service.takeCalls(), ElementsAre("GET /config", "POST /register", "GET /config"));
     EXPECT_NE(machine.store.values.at("backend_token"), rejected);
 
@@ -146,14 +146,14 @@ TEST_F(ServiceClient, WithoutAKeyringTheTokenCountsUntilTheEnd) {
 }
 
 TEST_F(ServiceClient, TheConfigurationCountsForHalfAnHour) {
-    EXPECT_EQ(backend.getConfig({}), service.config);
+    EXPECT_EQ(backend.getConfig({}), service.config());
     service.takeCalls();
     machine.clock.advance(1799);
-    EXPECT_EQ(backend.getConfig({}), service.config);
+    EXPECT_EQ(backend.getConfig({}), service.config());
     EXPECT_THAT(service.takeCalls(), IsEmpty());
 
     machine.clock.advance(1);
-    const Json old = service.config;
+    const Json old = service.config();
     for (const char* useless : {"<html>", R"({"gemini_api_key": "g"})"}) {
         service.answer("/config", 200, useless);
         EXPECT_EQ(backend.getConfig({}), old) << "the stale one, for " << useless;
@@ -164,8 +164,8 @@ TEST_F(ServiceClient, TheConfigurationCountsForHalfAnHour) {
     EXPECT_THAT(service.takeCalls(), ElementsAre("GET /config", "GET /config", "GET /config"));
 
     service.answer("/config", {});
-    service.config["groq_api_key"] = "newer";
-    EXPECT_EQ(backend.getConfig({}), service.config);
+    service.changeKey("newer");
+    EXPECT_EQ(backend.getConfig({}), service.config());
 }
 
 TEST_F(ServiceClient, TwoAtOnceRegisterOnce) {

@@ -42,12 +42,18 @@ public:
         return calls;
     }
 
-    Json config{{"groq_api_key", "remote-groq"}, {"transcription_provider", "groq"}};
+    Json config() const {
+        return m_state.with([](const State& state) { return state.config; });
+    }
+    void changeKey(const std::string& key) {
+        m_state.with([&](State& state) { state.config["groq_api_key"] = key; });
+    }
 
 private:
     struct State {
         std::map<std::string, Answer> answers; // by path
         std::vector<WireRequest> requests;
+        Json config{{"groq_api_key", "remote-groq"}, {"transcription_provider", "groq"}};
     };
 
     static std::string pathOf(const WireRequest& request) {
@@ -65,7 +71,7 @@ private:
         const std::string endpoint = AccountServices::endpointOf(request);
         AccountReply reply = m_account.answer(endpoint, request);
         if (endpoint == "backend/config" && reply.status == 200)
-            reply.values = config;
+            reply.values = config();
         return reply.render(reply.status, reply.values);
     }
 

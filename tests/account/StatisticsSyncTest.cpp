@@ -114,6 +114,10 @@ TEST_F(StatisticsSync, TwoMachinesAreOneHistory) {
     EXPECT_FALSE(backend.syncStats({}));
     EXPECT_EQ(own.shownAllTimeStats().totalWords, 9);
     EXPECT_EQ(own.shownAllTimeStats().totalSessions, 3);
+
+    own.forgetServerStats();
+    EXPECT_EQ(own.shownAllTimeStats().totalWords, 5);
+    EXPECT_THAT(shownTexts(), ElementsAre("three more words", "two words"));
 }
 
 TEST_F(StatisticsSync, WhatWasDeletedDoesNotComeBack) {
