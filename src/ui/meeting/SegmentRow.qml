@@ -37,6 +37,8 @@ ItemDelegate {
     bottomPadding: Theme.unit
     focusPolicy: Qt.NoFocus
     onClicked: chosen()
+    // The row that is chosen has the list's keyboard; the space bar is for its star, not for pressing it.
+    Keys.forwardTo: ListView.view ? [ListView.view] : []
     // A row that waits for another use would still be read out.
     ListView.onPooled: visible = false
     ListView.onReused: visible = true
