@@ -34,6 +34,8 @@ public:
     void read(std::function<void(SignedIn)> next);
     /// Forgets who is signed in, whichever way that was.
     void forget(std::function<void()> next);
+    /// Lets a keyring that was refused ask for its password once more.
+    void askAgain() { m_keychain.askAgain(); }
 
     /// Gives what `work(Keychain&)` returns to `next`.
     template <typename Work, typename Next>

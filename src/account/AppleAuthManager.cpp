@@ -20,10 +20,9 @@ namespace {
 
 constexpr int mostPolls = 60;
 constexpr double pollPause = 2.0; // seconds
-constexpr double loginLimit = mostPolls * pollPause;
+constexpr double pollingLimit = mostPolls * pollPause;
 constexpr double shortestTimeout = 2.0; // seconds of one poll
 constexpr double longestTimeout = 60.0;
-constexpr std::size_t longestReply = 256u << 10u; // bytes
 
 AppleStatus ask(HttpClient& http, const HttpRequest& request, int attempt, std::stop_token stop) {
     try {
@@ -36,7 +35,7 @@ AppleStatus ask(HttpClient& http, const HttpRequest& request, int attempt, std::
     }
 }
 
-bool saveUser(Keychain& keychain, const AppleStatus& user, const std::string& session, std::stop_token stop) {
+bool saveAppleUser(Keychain& keychain, const AppleStatus& user, const std::string& session, std::stop_token stop) {
     if (stop.stop_requested())
         return false;
     if (!user.email.empty())
@@ -78,7 +77,7 @@ void AppleAuthManager::signIn(Completion completion, NoBrowser noBrowser) {
     m_completion = std::move(completion);
     m_session = files::makeUuid();
     m_polls = 0;
-    m_end = m_services.clock.now() + loginLimit;
+    m_end = m_services.clock.now() + pollingLimit;
     const std::string address = authorizationAddress();
     m_services.workspace.openUrl(address,
                                  m_attempt->bind([noBrowser = std::move(noBrowser), address] { noBrowser(address); }));
@@ -102,7 +101,7 @@ void AppleAuthManager::poll() {
     HttpRequest request;
     request.url = m_baseUrl + "/auth/apple/status?session=" + m_session;
     request.timeout = std::clamp(m_end - m_services.clock.now(), shortestTimeout, longestTimeout);
-    request.maxResponseBytes = longestReply;
+    request.maxResponseBytes = longestSignInReply;
     m_attempt->run([&http = m_services.http, request,
                     attempt = ++m_polls](std::stop_token stop) { return ask(http, request, attempt, stop); },
                    [this](const AppleStatus& status) { take(status); });
@@ -123,7 +122,7 @@ void AppleAuthManager::take(const AppleStatus& status) {
 void AppleAuthManager::keepUser(const AppleStatus& user) {
     m_isKeeping = true;
     m_services.store.run([user, session = m_session, stop = m_attempt->token()](
-                             Keychain& keychain) { return saveUser(keychain, user, session, stop); },
+                             Keychain& keychain) { return saveAppleUser(keychain, user, session, stop); },
                          m_attempt->bind([this, user](bool) {
                              finish(AppleUser{user.email, user.name});
                          }));

@@ -21,7 +21,7 @@ namespace fenlo {
 
 namespace {
 
-constexpr double loginLimit = 120.0;                       // seconds for the user in the browser
+constexpr double browserLimit = 120.0;                     // seconds for the user in the browser
 constexpr std::chrono::duration<double> enoughTime{300.0}; // seconds of a token that needs no renewal
 
 /// The body of the answer, whatever its status; empty when there is none. `purpose` is for the log, which gets neither
@@ -57,7 +57,7 @@ bool saveTokens(Keychain& keychain, const GoogleTokens& tokens, const std::strin
     return true;
 }
 
-bool saveUser(Keychain& keychain, const GoogleUser& user, std::stop_token stop) {
+bool saveGoogleUser(Keychain& keychain, const GoogleUser& user, std::stop_token stop) {
     if (stop.stop_requested())
         return false;
     keychain.save(accountItem::userEmail, user.email);
@@ -116,7 +116,7 @@ void GoogleAuthManager::ready(std::uint16_t port) {
     m_redirectUri = "http://localhost:" + std::to_string(port);
     const std::string address = googleWire::authorizationAddress(m_services.deployment, m_redirectUri, m_codeVerifier);
     m_services.workspace.openUrl(address, m_attempt->bind([noBrowser = m_noBrowser, address] { noBrowser(address); }));
-    m_timeout = m_services.mainQueue.postAfter(loginLimit, [this] { finish(AuthError::timeout); });
+    m_timeout = m_services.mainQueue.postAfter(browserLimit, [this] { finish(AuthError::timeout); });
 }
 
 /// What an attempt has kept goes with it: its tokens alone would count as a user who is signed in.
@@ -187,7 +187,7 @@ void GoogleAuthManager::fetchUser(const std::string& accessToken) {
 
 void GoogleAuthManager::keepUser(const GoogleUser& user) {
     m_services.store.run(
-        [user, stop = m_attempt->token()](Keychain& keychain) { return saveUser(keychain, user, stop); },
+        [user, stop = m_attempt->token()](Keychain& keychain) { return saveGoogleUser(keychain, user, stop); },
         m_attempt->bind([this, user](bool) { finish(user); }));
 }
 

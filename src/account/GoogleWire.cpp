@@ -1,6 +1,7 @@
 #include "account/GoogleWire.h"
 
 #include "account/Base64.h"
+#include "account/SignInServices.h"
 #include "base/Url.h"
 #include "settings/Deployment.h"
 
@@ -16,8 +17,7 @@ namespace fenlo::googleWire {
 namespace {
 
 constexpr char scopes[] = "openid email profile";
-constexpr double exchangeTimeout = 60;            // seconds
-constexpr std::size_t longestReply = 256u << 10u; // bytes
+constexpr double exchangeTimeout = 60; // seconds
 constexpr std::size_t verifierBytes = 32;
 
 using Fields = std::vector<std::pair<std::string_view, std::string>>;
@@ -40,7 +40,7 @@ HttpRequest tokenRequest(const Deployment& deployment, const Fields& fields) {
     request.headers = {{"Content-Type", "application/x-www-form-urlencoded"}};
     request.body = encode(fields);
     request.timeout = exchangeTimeout;
-    request.maxResponseBytes = longestReply;
+    request.maxResponseBytes = longestSignInReply;
     return request;
 }
 
@@ -92,7 +92,7 @@ HttpRequest userRequest(const Deployment& deployment, const std::string& accessT
     request.url = deployment.googleUserInfoUri;
     request.headers = {{"Authorization", "Bearer " + accessToken}};
     request.timeout = exchangeTimeout;
-    request.maxResponseBytes = longestReply;
+    request.maxResponseBytes = longestSignInReply;
     return request;
 }
 

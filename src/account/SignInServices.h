@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -23,6 +24,8 @@ struct SignInServices {
     MainQueue& mainQueue;
     Background& background;
 };
+
+inline constexpr std::size_t longestSignInReply = 256u << 10u; // bytes that a provider may answer with
 
 /// Told when no browser could be opened, as far as that can be known. The sign-in goes on: the user may open the
 /// address by hand.

@@ -1,11 +1,13 @@
 #include "app/Account.h"
 
+#include "account/AccountItems.h"
 #include "app/TakeServices.h"
 #include "base/Json.h"
 #include "base/MainQueue.h"
 #include "meeting/MeetingMail.h"
 #include "session/AppDelegate.h"
 #include "settings/Config.h"
+#include "settings/Deployment.h"
 
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -21,10 +23,16 @@ std::string profileText(const Settings& settings) {
                                     settings.dictationMode.word()});
 }
 
+SignInServices signInServices(const Account::Surroundings& around, AccountStore& store) {
+    return {around.deployment, around.http, store, around.workspace, around.clock, around.mainQueue, around.background};
+}
+
 } // namespace
 
 Account::Account(const Surroundings& around)
-    : backend(around.services.backend),
+    : backend(around.services.backend), store(around.services.keychain, around.mainQueue, around.background),
+      listener(around.mainQueue, around.background), google(signInServices(around, store), listener),
+      apple(signInServices(around, store)),
       statistics(around.background, [this](std::stop_token stop) { syncStatistics(std::move(stop)); }),
       profile(around.background, [this](std::stop_token stop) { backend.syncProfile(std::move(stop)); }),
       m_around(around), m_toldProfile(profileText(around.services.config.get())),
@@ -46,7 +54,75 @@ void Account::addTo(AppHooks& hooks) {
             statistics.ask(); // those of all machines of this person
         });
     };
+    if (m_around.deployment.offersGoogle())
+        hooks.refreshSignIn = [this] { google.refreshIfNeeded([](bool) {}); };
     hooks.tellRememberedLogin = [this](std::stop_token stop) { sendRememberedLogin(std::move(stop)); };
+}
+
+SignIn Account::signIn() {
+    const Deployment& deployment = m_around.deployment;
+    if (!deployment.offersSignIn())
+        return {};
+    return {.begin = [this](SignInProvider provider, const SignIn::Told& told) { begin(provider, told); },
+            .cancel = [this] { cancelSignIn(); },
+            .giveEmail = [this](const std::string& email) { keepEmail(email); },
+            .hasGoogle = deployment.offersGoogle(),
+            .hasApple = deployment.offersApple()};
+}
+
+void Account::begin(SignInProvider provider, const SignIn::Told& told) {
+    if (provider == SignInProvider::google) {
+        apple.cancel();
+        google.signIn(
+            [this, told](const GoogleAuthManager::Result& result) {
+                using Error = GoogleAuthManager::AuthError;
+                const auto* const error = std::get_if<Error>(&result);
+                if (!error) {
+                    const auto& user = std::get<GoogleUser>(result);
+                    tell(told, {.error = {}, .name = user.name, .email = user.email});
+                } else if (*error != Error::cancelled) {
+                    tell(told, {.error = std::string(GoogleAuthManager::description(*error)), .name = {}, .email = {}});
+                }
+            },
+            told.noBrowser);
+        return;
+    }
+    google.cancel();
+    apple.signIn(
+        [this, told](const AppleAuthManager::Result& result) {
+            if (const auto* const error = std::get_if<AppleAuthManager::AuthError>(&result))
+                tell(told, {.error = error->description(), .name = {}, .email = {}});
+            else
+                tell(told, {.error = {},
+                            .name = std::get<AppleUser>(result).name,
+                            .email = std::get<AppleUser>(result).email});
+        },
+        told.noBrowser);
+}
+
+void Account::tell(const SignIn::Told& told, const SignInResult& result) {
+    if (result.error.empty())
+        m_around.notifications.post(notification::accountChanged);
+    told.done(result);
+}
+
+void Account::cancelSignIn() {
+    google.cancel();
+    apple.cancel();
+}
+
+/// The service is told as after any sign-in, with the name that is known.
+void Account::keepEmail(const std::string& email) {
+    store.run(
+        [email](Keychain& keychain) {
+            keychain.save(accountItem::userEmail, email);
+            return keychain.load(accountItem::userName).value_or("");
+        },
+        [this, email](const std::string& name) {
+            m_around.notifications.post(notification::accountChanged);
+            m_around.background.run(
+                [this, name, email](std::stop_token stop) { backend.sendLogin(email, name, std::move(stop)); });
+        });
 }
 
 void Account::sendEvent(const std::string& name) {
@@ -63,8 +139,8 @@ void Account::syncStatistics(std::stop_token stop) {
 
 void Account::sendRememberedLogin(std::stop_token stop) {
     Keychain& keychain = m_around.services.keychain;
-    const auto email = keychain.load("google_user_email");
-    const auto name = keychain.load("google_user_name");
+    const auto email = keychain.load(accountItem::userEmail);
+    const auto name = keychain.load(accountItem::userName);
     if (email || name)
         backend.sendLogin(email.value_or(""), name.value_or(""), std::move(stop));
 }
@@ -75,8 +151,9 @@ void Account::followProfile() {
         profile.ask();
 }
 
-/// What is shown may be of another person soon.
+/// What is shown may be of another person soon. A sign-in beside it would bring one back.
 void Account::signedOut() {
+    cancelSignIn();
     m_around.services.statistics.forgetServerStats();
     m_around.notifications.post(notification::statisticsChanged);
 }

@@ -124,8 +124,8 @@ SessionHooks sessionHooks(Workspace& workspace, TakeServices& services, Notifica
 }
 
 /// What the first start knows of this desktop and can do about it.
-SystemChecks::Desktop desktopChecks(Platform& platform, const AudioInput& microphone, Workspace& workspace,
-                                    TextInserter& inserter) {
+SystemChecks::Desktop desktopChecks(Platform& platform, Keychain& keychain, const AudioInput& microphone,
+                                    Workspace& workspace, TextInserter& inserter) {
     return {
         .microphone =
             [&] {
@@ -136,11 +136,10 @@ SystemChecks::Desktop desktopChecks(Platform& platform, const AudioInput& microp
         .postsKeys = [&] { return platform.keys.canPost(); },
         .hasAccessibility = [&] { return platform.accessibility.isAvailable(); },
         .hasTray = [&] { return platform.statusItem.isShown(); },
-        .keyringAnswers =
-            [&] { return platform.secrets.load("google_refresh_token").status != SecureStore::Status::unavailable; },
+        .keyringAnswers = [&] { return keychain.answers(); },
         .enableAccessibility = [&] { platform.accessibility.request(); },
         .openSoundSettings = [&] { return workspace.openSoundSettings(); },
-        .askKeyringAgain = [&] { platform.secrets.askAgain(); },
+        .askKeyringAgain = [&] { keychain.askAgain(); },
         .copy = [&](const std::string& text) { inserter.copyToClipboard(text); },
     };
 }
@@ -220,7 +219,7 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     Platform platform(mainQueue);
     ThreadBackground background;
     TakeServices services(config, deployment, platform.http, platform.secrets, clock);
-    Account account({services, mainQueue, background, notifications});
+    Account account({services, deployment, platform.http, workspace, clock, mainQueue, background, notifications});
     Updates updates({deployment, platform.http, config, clock, mainQueue, background});
 
     ChosenInput microphone(platform.audioInput, config, notifications);
@@ -257,14 +256,15 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
              {{{microphone, clock, mainQueue, background, config, notifications}, platform.keys, tones, overlay},
               menuBar,
               practiceSteps(services),
-              desktopChecks(platform, microphone, workspace, inserter),
-              SignIn(),
+              desktopChecks(platform, services.keychain, microphone, workspace, inserter),
+              account.signIn(),
               voiceProfileFile(),
               [&](const std::string& name) { account.sendEvent(name); }},
          .updater = updates.updater,
          .deployment = deployment,
          .http = platform.http,
          .secrets = platform.secrets,
+         .account = account.store,
          .meetings = meetings.controller,
          .startMeeting = [&] { meetingControl.start(); },
          .stopMeeting = [&] { meetingControl.stop(); },

@@ -2,6 +2,7 @@
 
 #include "meeting/MeetingTab.h"
 #include "shell/home/AboutModel.h"
+#include "shell/home/AccountModel.h"
 #include "shell/home/DashboardModel.h"
 #include "shell/home/HistoryModel.h"
 #include "shell/home/HomeViewModel.h"
@@ -47,6 +48,7 @@ struct WindowServices {
     const Deployment& deployment;
     HttpClient& http;
     SecureStore& secrets;
+    AccountStore& account;
     MeetingModeController& meetings;
     std::function<void()> startMeeting; // may refuse
     std::function<void()> stopMeeting;
@@ -68,6 +70,7 @@ struct Windows {
     HistoryModel history;
     VoiceProfileModel voice;
     AboutModel about;
+    AccountModel account;
     ServiceKeysModel serviceKeys;
     OfflineModels offlineModels;
     MicrophoneModel microphone;

@@ -21,6 +21,7 @@ constexpr char accessibilityGranted[] = "Accessibility granted. Hotkey listener 
 constexpr double accessibilityPoll = 3.0;    // seconds
 constexpr double microphoneCheckDelay = 1.0; // seconds after set-up
 constexpr double heartbeatInterval = 21600;  // seconds
+constexpr double signInInterval = 1800;      // seconds
 constexpr double keyringPatience = 3.0;      // seconds that the start waits for the keyring
 constexpr int meetingTab = 1;                // of the home window, as the next
 constexpr int historyTab = 4;
@@ -181,6 +182,7 @@ void AppDelegate::observeNotifications() {
         centre.observe(notification::hotkeyPause, [this](const auto&) { m_hotkey.stop(); }),
         centre.observe(notification::hotkeyResume, [this](const auto&) { m_hotkey.start(); }),
         centre.observe(notification::userDidSignOut, [this](const auto&) { signedOut(); }),
+        centre.observe(notification::userWantsSignIn, [this](const auto&) { signIn(); }),
         centre.observe(notification::inputDeviceChanged, [this](const auto&) { m_services.menuBar.refreshMenu(); }),
     };
     m_services.workspace.onWillSleep(m_lifetime.bind([this] { stopMeeting(); }));
@@ -222,20 +224,48 @@ void AppDelegate::startBackgroundWork() {
     m_services.background.run(m_hooks.sendHeartbeat);
     m_heartbeat =
         m_services.mainQueue.every(heartbeatInterval, [this] { m_services.background.run(m_hooks.sendHeartbeat); });
+    refreshSignIn();
+    m_signInRefresh = m_services.mainQueue.every(signInInterval, [this] { refreshSignIn(); });
     if (!settings.profession.empty())
         m_services.background.run(m_hooks.syncProfile);
+}
+
+/// Who goes without an account is not asked for the keyring.
+void AppDelegate::refreshSignIn() {
+    if (m_hooks.hasAccounts && !OnboardingMarks::isWithoutAccount())
+        m_hooks.refreshSignIn();
 }
 
 /// The settings and the history stay; only the account is left.
 void AppDelegate::signedOut() {
     m_hotkey.stop();
     m_hooks.closeHome();
-    m_stage = Stage::firstStart;
     OnboardingStart start;
     start.onLogin = [this](const std::string& name, const std::string& email) {
         logInfo("Re-logged in as {}", name);
         m_hooks.tellLogin(name, email);
     };
+    showLogin(std::move(start));
+}
+
+/// By who went without an account so far.
+void AppDelegate::signIn() {
+    if (m_stage == Stage::firstStart) {
+        m_hooks.presentOnboarding();
+        return;
+    }
+    OnboardingStart start;
+    start.onLogin = [this](const std::string& name, const std::string& email) {
+        logInfo("Logged in as {}", name);
+        m_hooks.tellLogin(name, email);
+    };
+    showLogin(std::move(start));
+}
+
+/// Over the running program, which does not hear the hotkey meanwhile. However the window goes, it hears it again.
+void AppDelegate::showLogin(OnboardingStart start) {
+    m_hotkey.stop();
+    m_stage = Stage::firstStart;
     start.onFinish = start.onClose = [this] {
         m_stage = Stage::ready;
         m_hotkey.start();

@@ -58,6 +58,8 @@ struct AppHooks {
     std::function<void(const std::string& name, const std::string& email)> tellLogin = [](const auto&, const auto&) {};
     /// The same of a user who signed in at an earlier start.
     std::function<void(std::stop_token)> tellRememberedLogin = [](std::stop_token) {};
+    /// Keeps the sign-in of a remembered user good. Returns at once.
+    std::function<void()> refreshSignIn = [] {};
     std::function<void(std::stop_token)> prepareLocalEngine = [](std::stop_token) {};
     std::function<void(std::stop_token)> prepareTranscriber = [](std::stop_token) {};
     std::function<void(std::stop_token)> sendHeartbeat = [](std::stop_token) {};
@@ -109,6 +111,9 @@ private:
     void beginFirstStart(bool needsLogin);
     void setUpApplication();
     void signedOut();
+    void signIn();
+    void showLogin(OnboardingStart start);
+    void refreshSignIn();
     void wireSession();
     void observeNotifications();
     void checkAccessibility();
@@ -127,6 +132,7 @@ private:
     Timer m_accessibilityTimer;
     Timer m_microphoneCheck;
     Timer m_heartbeat;
+    Timer m_signInRefresh;
     Lifetime m_lifetime;
 };
 

@@ -61,6 +61,7 @@ protected:
         appHooks.showWelcome = [this] { shown.push_back("welcome"); };
         appHooks.showHome = [this](int tab) { shown.push_back("home " + std::to_string(tab)); };
         appHooks.closeHome = [this] { shown.push_back("no home"); };
+        appHooks.refreshSignIn = [this] { ++refreshes; };
         appHooks.tellLogin = [this](const auto& name, const auto& email) { logins.push_back(name + " " + email); };
         appHooks.tellRememberedLogin = [this](std::stop_token) { ++remembered; };
         delegate =
@@ -77,7 +78,7 @@ protected:
     test::FakeSecureStore store;
     Keychain keychain{store};
     AppHooks appHooks;
-    int heartbeats = 0, profiles = 0, remembered = 0, meetingsStopped = 0, meetingsLeft = 0, meetingsRecovered = 0;
+    int refreshes = 0, heartbeats = 0, profiles = 0, remembered = 0, meetingsStopped = 0, meetingsLeft = 0, meetingsRecovered = 0;
     std::vector<std::string> prepared;
     std::optional<OnboardingStart> onboarding;
     std::vector<std::string> shown, logins;
@@ -262,6 +263,7 @@ TEST_F(Startup, AccountIsNotAskedForWhereItIsKnownOrUnwanted) {
     mark(true);
     ASSERT_TRUE(OnboardingMarks::setWithoutAccount(true));
     onboarding.reset();
+    appHooks = {}; // the first program has them
     appHooks.hasAccounts = true;
     launchAndWait();
     EXPECT_FALSE(onboarding);
@@ -293,4 +295,48 @@ TEST_F(Startup, SignOutPausesDictationUntilTheLoginEnds) {
     EXPECT_EQ(shown.size(), 1u) << "nobody is welcomed";
     EXPECT_TRUE(logged.contains("[Fenlo] Re-logged in as Ada"));
     EXPECT_EQ(config.get().hotkey, before.hotkey);
+}
+
+TEST_F(Startup, LoginThatIsClosedAfterASignOutLeavesAProgramThatDictates) {
+    launchAndWait();
+    notifications.post(notification::userDidSignOut);
+    workspace.call();
+    EXPECT_EQ(shown, (std::vector<std::string>{"no home", "onboarding"}));
+    onboarding->onClose();
+    EXPECT_TRUE(hears());
+    workspace.call();
+    EXPECT_EQ(shown.back(), "home 4");
+}
+
+TEST_F(Startup, LoginComesForWhoWentWithoutAnAccount) {
+    const test::LogCapture logged;
+    launchAndWait();
+    notifications.post(notification::userWantsSignIn);
+    ASSERT_TRUE(onboarding);
+    EXPECT_TRUE(shown.empty()) << "the home window stays";
+    EXPECT_FALSE(hears());
+    notifications.post(notification::userWantsSignIn);
+    EXPECT_EQ(shown, std::vector<std::string>{"onboarding"}) << "to the front";
+    onboarding->onLogin("Ada", "ada@example.org");
+    onboarding->onFinish();
+    EXPECT_EQ(logins, std::vector<std::string>{"Ada ada@example.org"});
+    EXPECT_TRUE(hears());
+    EXPECT_TRUE(logged.contains("[Fenlo] Logged in as Ada"));
+}
+
+TEST_F(Startup, SignInIsKeptGoodEveryHalfHourForWhoHasAnAccount) {
+    launchAndWait();
+    mainQueue.advance(1800);
+    EXPECT_EQ(refreshes, 0) << "there is nobody to sign in to";
+
+    appHooks = {};
+    appHooks.hasAccounts = true;
+    store.values["google_refresh_token"] = "token";
+    launchAndWait();
+    EXPECT_EQ(refreshes, 1);
+    mainQueue.advance(3600);
+    EXPECT_EQ(refreshes, 3);
+    ASSERT_TRUE(OnboardingMarks::setWithoutAccount(true));
+    mainQueue.advance(1800);
+    EXPECT_EQ(refreshes, 3);
 }

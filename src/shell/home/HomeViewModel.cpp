@@ -1,10 +1,10 @@
 #include "shell/home/HomeViewModel.h"
 
+#include "account/AccountStore.h"
 #include "base/Background.h"
 #include "base/NotificationCenter.h"
 #include "base/Text.h"
 #include "platform/Workspace.h"
-#include "settings/Keychain.h"
 #include "shell/Sounds.h"
 #include "shell/home/OfflineModels.h"
 #include "shell/home/VocabularyText.h"
@@ -26,9 +26,6 @@ constexpr double firstProgress = 0.1;
 constexpr double fetchedProgress = 0.8; // most of the time goes into the download
 constexpr double lastProgress = 0.95;   // of the steps that a set-up tells
 constexpr char setupFailedLine[] = "Setup failed. Please try again.";
-
-constexpr const char* accountSecrets[] = {"google_access_token", "google_refresh_token", "google_token_expiry",
-                                          "google_user_email", "google_user_name"};
 
 template <typename Value>
 struct Mirror {
@@ -309,14 +306,8 @@ void HomeViewModel::dismissGlossary() {
 }
 
 void HomeViewModel::signOut() {
-    const std::function<void()> tell = [&notifications = m_services.notifications] {
-        notifications.post(notification::userDidSignOut);
-    };
-    m_services.background.run([tell, &keychain = m_services.keychain, &queue = m_services.mainQueue](std::stop_token) {
-        for (const char* name : accountSecrets)
-            keychain.remove(name);
-        queue.post(tell);
-    });
+    m_services.account.forget(
+        [&notifications = m_services.notifications] { notifications.post(notification::userDidSignOut); });
 }
 
 std::string HomeViewModel::storageLine() const {

@@ -15,8 +15,8 @@
 
 namespace fenlo {
 
+class AccountStore;
 class Background;
-class Keychain;
 class LocalTranscriber;
 class NotificationCenter;
 class TonePlayer;
@@ -28,7 +28,7 @@ struct HomeServices {
     MainQueue& mainQueue;
     Background& background;
     NotificationCenter& notifications;
-    Keychain& keychain;
+    AccountStore& account;
     LocalTranscriber& localTranscriber;
     TonePlayer& tones;
     Workspace& workspace;

@@ -7,23 +7,48 @@
 
 namespace fenlo {
 
-LoginForm::LoginForm(SignIn signIn) : m_signIn(std::move(signIn)) {}
+LoginForm::LoginForm(SignIn signIn, std::function<void(const std::string&)> copy)
+    : m_signIn(std::move(signIn)), m_copy(std::move(copy)) {}
+
+LoginForm::~LoginForm() {
+    if (m_waitingFor)
+        m_signIn.cancel();
+}
 
 void LoginForm::begin(SignInProvider provider) {
-    if (!isOffered() || m_waitingFor)
+    if (!isOffered(provider))
         return;
     m_error.clear();
+    m_address.clear();
     m_waitingFor = provider;
     m_changes.tell();
-    m_signIn.begin(provider, m_lifetime.bind([this, provider, attempt = ++m_attempt](const SignInResult& result) {
-        if (attempt == m_attempt && m_waitingFor)
-            done(provider, result);
-    }));
+    const auto isCurrent = [this, attempt = ++m_attempt] { return attempt == m_attempt && m_waitingFor; };
+    m_signIn.begin(provider, {.done = m_lifetime.bind([this, provider, isCurrent](const SignInResult& result) {
+                                  if (isCurrent())
+                                      done(provider, result);
+                              }),
+                              .noBrowser = m_lifetime.bind([this, isCurrent](const std::string& address) {
+                                  if (!isCurrent())
+                                      return;
+                                  m_address = address;
+                                  m_changes.tell();
+                              })});
+}
+
+std::string LoginForm::waitingText() const {
+    if (!m_waitingFor)
+        return "";
+    return m_waitingFor == SignInProvider::apple ? "Waiting for Apple sign-in..." : "Waiting for your browser...";
+}
+
+std::string LoginForm::browserText() const {
+    return m_address.empty() ? "" : "No web browser opened; copy the address and open it in one yourself.";
 }
 
 void LoginForm::cancel() {
     if (!std::exchange(m_waitingFor, std::nullopt))
         return;
+    m_address.clear();
     m_signIn.cancel();
     m_changes.tell();
 }
@@ -31,6 +56,7 @@ void LoginForm::cancel() {
 void LoginForm::done(SignInProvider provider, const SignInResult& result) {
     const bool isApple = provider == SignInProvider::apple;
     m_waitingFor.reset();
+    m_address.clear();
     m_error = result.error;
     if (!m_error.empty())
         logInfo("{} failed: {}", isApple ? "Apple login" : "Login", m_error);

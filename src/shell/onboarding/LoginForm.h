@@ -14,18 +14,27 @@ namespace fenlo {
 /// Threads: main thread only.
 class LoginForm {
 public:
-    explicit LoginForm(SignIn signIn);
+    /// `copy` puts a text on the clipboard.
+    LoginForm(SignIn signIn, std::function<void(const std::string&)> copy);
+    /// Gives a running sign-in up.
+    ~LoginForm();
     LoginForm(const LoginForm&) = delete;
     LoginForm& operator=(const LoginForm&) = delete;
 
     /// Called at each successful sign-in.
     std::function<void(const std::string& name, const std::string& email)> onSignedIn;
 
-    bool isOffered() const { return m_signIn.isOffered(); }
-    /// Ignored while one is under way.
+    bool isOffered(SignInProvider provider) const { return m_signIn.isOffered(provider); }
+    /// Another one takes the place of one that is under way: the user may have lost the tab of the first.
     void begin(SignInProvider provider);
     void cancel();
     std::optional<SignInProvider> waitingFor() const { return m_waitingFor; }
+    /// While one is under way; else empty.
+    std::string waitingText() const;
+    /// What to do where no browser opened; else empty.
+    std::string browserText() const;
+    /// The address that would have been opened.
+    void copyAddress() { m_copy(m_address); }
     /// Why the last sign-in failed; empty when it did not.
     const std::string& error() const { return m_error; }
 
@@ -40,8 +49,10 @@ private:
     void done(SignInProvider provider, const SignInResult& result);
 
     const SignIn m_signIn;
+    const std::function<void(const std::string&)> m_copy;
     std::optional<SignInProvider> m_waitingFor;
     unsigned m_attempt = 0;
+    std::string m_address; // for the browser that did not open
     std::string m_error;
     bool m_lacksEmail = false;
     Changes m_changes;

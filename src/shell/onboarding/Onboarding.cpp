@@ -43,7 +43,7 @@ const char* eventOf(OnboardingScreen screen) {
 } // namespace
 
 Onboarding::Onboarding(const OnboardingServices& services, OnboardingStart start)
-    : login(services.signIn), profession(services.take.recording.config),
+    : login(services.signIn, services.desktop.copy), profession(services.take.recording.config),
       checks(services.desktop, services.take.recording.queue, services.take.recording.background),
       microphone({services.take.recording.input, services.take.recording.config, services.take.recording.notifications,
                   services.take.recording.queue, [] { return std::nullopt; }},
@@ -113,6 +113,9 @@ void Onboarding::enter(OnboardingScreen screen) {
 
 void Onboarding::leave(OnboardingScreen screen, OnboardingFlow::Hooks::Leaving leaving) {
     switch (screen) {
+    case OnboardingScreen::login:
+        login.cancel(); // by who goes on without an account
+        break;
     case OnboardingScreen::profession:
     case OnboardingScreen::professionDetails:
     case OnboardingScreen::twoModes:

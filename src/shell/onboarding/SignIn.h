@@ -16,15 +16,27 @@ struct SignInResult {
 
 /// The way to an account. Without it no provider is offered.
 ///
-/// Threads: main thread, the callback too.
+/// Threads: main thread, the callbacks too.
 struct SignIn {
-    std::function<void(SignInProvider, std::function<void(SignInResult)> done)> begin;
+    struct Told {
+        std::function<void(const SignInResult&)> done;
+        /// No browser could be opened. The sign-in goes on, and the user may open the address by hand.
+        std::function<void(const std::string& address)> noBrowser;
+    };
+
+    /// One that runs is given up, and its callbacks are not called any more.
+    std::function<void(SignInProvider, Told)> begin;
     /// Gives the running sign-in up.
     std::function<void()> cancel = [] {};
     /// The address that the user typed, where the provider gave none.
     std::function<void(const std::string& email)> giveEmail = [](const std::string&) {};
+    bool hasGoogle = true;
+    bool hasApple = true;
 
-    bool isOffered() const { return begin != nullptr; }
+    bool isOffered(SignInProvider provider) const {
+        return begin && (provider == SignInProvider::google ? hasGoogle : hasApple);
+    }
+    bool isOffered() const { return isOffered(SignInProvider::google) || isOffered(SignInProvider::apple); }
 };
 
 } // namespace fenlo

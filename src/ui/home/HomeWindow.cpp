@@ -3,6 +3,7 @@
 #include "ui/controls/Appearance.h"
 #include "ui/controls/QmlWindow.h"
 #include "ui/home/AboutAdapter.h"
+#include "ui/home/AccountAdapter.h"
 #include "ui/home/DashboardAdapter.h"
 #include "ui/home/HistoryList.h"
 #include "ui/home/SettingsAdapter.h"
@@ -34,7 +35,7 @@ struct HomeWindow::Open {
          std::function<void()> closed)
         : dashboard(models.dashboard), meeting(models.meeting), history(models.history),
           settings(models.settings, models.hotkeyTest), snippets(models.snippets), voice(models.voice, readPassage),
-          about(models.about), serviceKeys(models.serviceKeys), offline(models.settings),
+          about(models.about), account(models.account), serviceKeys(models.serviceKeys), offline(models.settings),
           offlineModels(models.offlineModels), microphone(models.microphone),
           window("Home/HomeWindow.qml",
                  {{"appearance", QVariant::fromValue(&appearance)},
@@ -45,6 +46,7 @@ struct HomeWindow::Open {
                   {"snippets", QVariant::fromValue(&snippets)},
                   {"voice", QVariant::fromValue(&voice)},
                   {"about", QVariant::fromValue(&about)},
+                  {"account", QVariant::fromValue(&account)},
                   {"serviceKeys", QVariant::fromValue(&serviceKeys)},
                   {"offline", QVariant::fromValue(&offline)},
                   {"offlineModels", QVariant::fromValue(&offlineModels)},
@@ -58,6 +60,7 @@ struct HomeWindow::Open {
     SnippetList snippets;
     VoiceProfileAdapter voice;
     AboutAdapter about;
+    AccountAdapter account;
     ServiceKeyList serviceKeys;
     OfflineMode offline;
     ModelList offlineModels;

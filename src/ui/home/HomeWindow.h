@@ -6,6 +6,7 @@
 namespace fenlo {
 
 class AboutModel;
+class AccountModel;
 class Appearance;
 class DashboardModel;
 class HistoryModel;
@@ -31,6 +32,7 @@ struct HomeModels {
     SnippetsModel& snippets;
     VoiceProfileModel& voice;
     AboutModel& about;
+    AccountModel& account;
     ServiceKeysModel& serviceKeys;
     OfflineModels& offlineModels;
     MicrophoneModel& microphone;

@@ -19,6 +19,7 @@ ApplicationWindow {
     required property SnippetList snippets
     required property VoiceProfileAdapter voice
     required property AboutAdapter about
+    required property AccountAdapter account
     required property ServiceKeyList serviceKeys
     required property OfflineMode offline
     required property ModelList offlineModels
@@ -37,6 +38,7 @@ ApplicationWindow {
                 appearance: window.appearance,
                 voice: window.voice,
                 about: window.about,
+                account: window.account,
                 serviceKeys: window.serviceKeys,
                 offline: window.offline,
                 offlineModels: window.offlineModels,

@@ -16,6 +16,7 @@ FocusScope {
     required property SnippetList snippets
     required property VoiceProfileAdapter voice
     required property AboutAdapter about
+    required property AccountAdapter account
     required property ServiceKeyList serviceKeys
     required property OfflineMode offline
     required property ModelList offlineModels
@@ -34,6 +35,8 @@ FocusScope {
         { title: "Sounds", file: "SoundSettings.qml", properties: { settings: tab.settings } },
         { title: "Appearance", file: "AppearanceSettings.qml", properties: { appearance: tab.appearance } },
         { title: "Voice", file: "VoiceSettings.qml", properties: { voice: tab.voice } },
+        // Where the service of this deployment knows accounts.
+        ...(tab.account.isOffered ? [{ title: "Account", file: "AccountSettings.qml", properties: { account: tab.account } }] : []),
         { title: "About", file: "AboutSettings.qml", properties: { about: tab.about } },
     ]
 

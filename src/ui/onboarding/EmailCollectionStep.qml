@@ -7,7 +7,7 @@ StepPage {
     id: step
 
     heading: "Where does mail reach you?"
-    introduction: "Your sign-in gave no address. Fenlo uses it for the meeting notes that you ask for, and for nothing else."
+    introduction: "Your sign-in gave no address. The service keeps it with your account, and sends the meeting notes there that you ask for."
     canContinue: step.start.isEmail(address.text)
     skipCaption: "Skip for now"
     first: address

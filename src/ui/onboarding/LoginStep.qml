@@ -6,7 +6,7 @@ StepPage {
     id: step
 
     nextCaption: ""
-    first: step.start.offersSignIn ? google : without
+    first: step.start.offersGoogle ? google : step.start.offersApple ? apple : without
 
     ColumnLayout {
         spacing: Theme.unit * 2
@@ -43,30 +43,39 @@ StepPage {
             id: google
 
             text: "Continue with Google"
-            visible: step.start.offersSignIn
-            enabled: !step.start.isSigningIn
+            visible: step.start.offersGoogle
             Layout.alignment: Qt.AlignHCenter
             Layout.preferredWidth: Theme.textSize * 22
             onClicked: step.start.signInWithGoogle()
         }
         PlainButton {
+            id: apple
+
             text: "Continue with Apple"
-            visible: step.start.offersSignIn
-            enabled: !step.start.isSigningIn
+            visible: step.start.offersApple
             Layout.alignment: Qt.AlignHCenter
             Layout.preferredWidth: Theme.textSize * 22
             onClicked: step.start.signInWithApple()
         }
         RowLayout {
-            visible: step.start.waitsForApple
+            visible: step.start.waitingText !== ""
             spacing: Theme.unit
             Layout.alignment: Qt.AlignHCenter
 
-            Label { text: "Waiting for Apple sign-in..." }
+            Label { text: step.start.waitingText }
             LinkButton {
                 text: "Cancel"
-                onClicked: step.start.cancelSignIn()
+                onClicked: {
+                    step.start.cancelSignIn()
+                    step.first.forceActiveFocus(Qt.TabFocusReason) // this button goes
+                }
             }
+        }
+        Notice {
+            kind: "warning"
+            text: step.start.browserText
+            action: "Copy Address"
+            onActed: step.start.copySignInAddress()
         }
         Notice {
             kind: "error"

@@ -29,9 +29,10 @@ class OnboardingAdapter final : public QObject {
     Q_PROPERTY(QString hotkey READ hotkey NOTIFY changed)          // its label
     Q_PROPERTY(QString sample READ sample NOTIFY changed)          // a sentence to try
     Q_PROPERTY(QVariantList features READ features NOTIFY changed) // title, text
-    Q_PROPERTY(bool offersSignIn READ offersSignIn CONSTANT)
-    Q_PROPERTY(bool isSigningIn READ isSigningIn NOTIFY changed)
-    Q_PROPERTY(bool waitsForApple READ waitsForApple NOTIFY changed)
+    Q_PROPERTY(bool offersGoogle READ offersGoogle CONSTANT)
+    Q_PROPERTY(bool offersApple READ offersApple CONSTANT)
+    Q_PROPERTY(QString waitingText READ waitingText NOTIFY changed) // during a sign-in
+    Q_PROPERTY(QString browserText READ browserText NOTIFY changed) // where no browser opened
     Q_PROPERTY(QString loginError READ loginError NOTIFY changed)
     Q_PROPERTY(fenlo::ProfessionAdapter* profession READ profession CONSTANT)
     Q_PROPERTY(fenlo::SystemChecksAdapter* checks READ checks CONSTANT)
@@ -68,9 +69,10 @@ public:
     QString hotkey() const { return QString::fromStdString(m_onboarding.hotkey()); }
     QString sample() const { return QString::fromStdString(m_onboarding.sample()); }
     QVariantList features() const;
-    bool offersSignIn() const { return m_onboarding.login.isOffered(); }
-    bool isSigningIn() const { return m_onboarding.login.waitingFor().has_value(); }
-    bool waitsForApple() const { return m_onboarding.login.waitingFor() == SignInProvider::apple; }
+    bool offersGoogle() const { return m_onboarding.login.isOffered(SignInProvider::google); }
+    bool offersApple() const { return m_onboarding.login.isOffered(SignInProvider::apple); }
+    QString waitingText() const { return QString::fromStdString(m_onboarding.login.waitingText()); }
+    QString browserText() const { return QString::fromStdString(m_onboarding.login.browserText()); }
     QString loginError() const { return QString::fromStdString(m_onboarding.login.error()); }
     ProfessionAdapter* profession() { return &m_profession; }
     SystemChecksAdapter* checks() { return &m_checks; }
@@ -85,6 +87,7 @@ public:
     Q_INVOKABLE void signInWithGoogle() { m_onboarding.login.begin(SignInProvider::google); }
     Q_INVOKABLE void signInWithApple() { m_onboarding.login.begin(SignInProvider::apple); }
     Q_INVOKABLE void cancelSignIn() { m_onboarding.login.cancel(); }
+    Q_INVOKABLE void copySignInAddress() { m_onboarding.login.copyAddress(); }
     Q_INVOKABLE void continueWithoutAccount() { m_onboarding.flow.continueWithoutAccount(); }
     Q_INVOKABLE bool isEmail(const QString& text) const { return LoginForm::isEmail(text.toStdString()); }
     Q_INVOKABLE void giveEmail(const QString& text) { m_onboarding.login.giveEmail(text.toStdString()); }

@@ -1,6 +1,6 @@
 #include "shell/home/HomeViewModel.h"
+#include "account/AccountStore.h"
 #include "base/NotificationCenter.h"
-#include "settings/Keychain.h"
 #include "shell/Sounds.h"
 #include "shell/home/SettingChoices.h"
 #include "speech/LocalTranscriber.h"
@@ -43,6 +43,7 @@ protected:
     NotificationCenter notifications;
     FakeSecureStore secrets;
     Keychain keychain{secrets};
+    AccountStore account{keychain, queue, background};
     std::vector<std::string> offlineLines; // after each step of a set-up
     void toldOfSteps(const LocalTranscriber::Steps& steps, const SetupStep& step) {
         steps(step);
@@ -65,7 +66,7 @@ protected:
     FakeWorkspace workspace;
     std::vector<std::string> posts;
     std::vector<NotificationCenter::Observation> observations;
-    HomeViewModel model{{config, queue, background, notifications, keychain, transcriber, tones, workspace}};
+    HomeViewModel model{{config, queue, background, notifications, account, transcriber, tones, workspace}};
 };
 
 } // namespace
@@ -288,7 +289,9 @@ TEST_F(SettingsModel, GlossaryFilesAreReadOnAWorker) {
 }
 
 TEST_F(SettingsModel, SignOutForgetsTheAccountOnly) {
-    secrets.values = {{"google_refresh_token", "a"}, {"google_user_name", "b"}, {"groq_api_key", "c"}};
+    secrets.values = {{"google_refresh_token", "a"}, {"google_user_name", "b"},    {"google_user_email", "d"},
+                      {"google_token_expiry", "e"},  {"google_access_token", "f"}, {"auth_provider", "apple"},
+                      {"groq_api_key", "c"}};
     model.signOut();
     background.runAll();
     EXPECT_TRUE(posts.empty());

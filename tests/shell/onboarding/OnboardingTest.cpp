@@ -53,8 +53,8 @@ TEST_F(FirstStartFlow, TheServiceHearsOfEachStepOnce) {
 }
 
 TEST_F(FirstStartFlow, GoesBackToTheFirstScreenAndNotToTheLogin) {
-    signIn.begin = [](SignInProvider, const auto& tell) {
-        tell({.error = {}, .name = "Ada", .email = "ada@example.org"});
+    signIn.begin = [](SignInProvider, const SignIn::Told& tell) {
+        tell.done({.error = {}, .name = "Ada", .email = "ada@example.org"});
     };
     start({});
     EXPECT_EQ(onboarding->flow.screen(), Screen::login);
@@ -91,32 +91,73 @@ TEST_F(FirstStartFlow, ClosedWindowKeepsWhatWasChosenAndComesAgain) {
 TEST_F(FirstStartFlow, LoginIsTheOnlyScreenForWhoWasHereBefore) {
     const LogCapture logged;
     ASSERT_TRUE(OnboardingMarks::setOnboarded());
-    std::function<void(SignInResult)> tell;
-    signIn.begin = [&](SignInProvider, auto callback) { tell = std::move(callback); };
+    std::vector<SignIn::Told> attempts;
+    int cancelled = 0;
+    signIn.begin = [&](SignInProvider, SignIn::Told told) { attempts.push_back(std::move(told)); };
+    signIn.cancel = [&] { ++cancelled; };
     start({});
-    onboarding->login.begin(SignInProvider::apple);
-    onboarding->login.begin(SignInProvider::google); // one at a time
-    tell({.error = "the browser was closed", .name = {}, .email = {}});
-    EXPECT_EQ(onboarding->login.error(), "the browser was closed");
+    LoginForm& login = onboarding->login;
+    login.begin(SignInProvider::apple);
+    EXPECT_EQ(login.waitingText(), "Waiting for Apple sign-in...");
+    login.begin(SignInProvider::google); // takes its place
+    EXPECT_EQ(login.waitingText(), "Waiting for your browser...");
+    attempts[0].done({.error = {}, .name = "Eve", .email = {}});
+    attempts[0].noBrowser("https://eve.example");
+    EXPECT_EQ(login.browserText(), "");
+    attempts[1].noBrowser("https://login.example");
+    EXPECT_EQ(login.browserText(), "No web browser opened; copy the address and open it in one yourself.");
+    login.copyAddress();
+    EXPECT_EQ(done.back(), "copied https://login.example");
+    attempts[1].done({.error = "Login timed out", .name = {}, .email = {}});
+    EXPECT_EQ(login.error(), "Login timed out");
+    EXPECT_EQ(login.browserText() + login.waitingText(), "");
+    login.begin(SignInProvider::apple);
+    EXPECT_EQ(login.error(), "");
+    attempts[2].done({.error = "You have refused", .name = {}, .email = {}});
     EXPECT_TRUE(ended.empty());
 
-    onboarding->login.begin(SignInProvider::apple);
-    const auto tooLate = tell;
-    onboarding->login.cancel();
-    EXPECT_EQ(onboarding->login.waitingFor(), std::nullopt);
-    onboarding->login.begin(SignInProvider::google);
-    tooLate({.error = {}, .name = "Eve", .email = {}});
-    EXPECT_TRUE(ended.empty());
-    tell({.error = {}, .name = "Ada", .email = "ada@example.org"});
+    login.begin(SignInProvider::google);
+    login.cancel();
+    EXPECT_EQ(cancelled, 1);
+    EXPECT_EQ(login.waitingFor(), std::nullopt);
+    login.begin(SignInProvider::google);
+    attempts[3].done({.error = {}, .name = "Eve", .email = {}});
+    EXPECT_TRUE(ended.empty()) << "too late";
+    attempts[4].done({.error = {}, .name = "Ada", .email = "ada@example.org"});
     EXPECT_EQ(ended, (std::vector<std::string>{"Ada <ada@example.org>", "finished"}));
-    EXPECT_TRUE(logged.contains("[Fenlo] Apple login failed: the browser was closed"));
+    EXPECT_TRUE(logged.contains("[Fenlo] Login failed: Login timed out"));
+    EXPECT_TRUE(logged.contains("[Fenlo] Apple login failed: You have refused"));
     EXPECT_TRUE(logged.contains("[Fenlo] Login success (Google): Ada"));
+    EXPECT_EQ(cancelled, 1);
+}
+
+TEST_F(FirstStartFlow, LeavingTheLoginGivesARunningSignInUp) {
+    int cancelled = 0;
+    signIn.begin = [](SignInProvider, const SignIn::Told&) {};
+    signIn.cancel = [&] { ++cancelled; };
+    signIn.hasApple = false;
+    start({});
+    onboarding->login.begin(SignInProvider::apple);
+    EXPECT_EQ(onboarding->login.waitingText(), "") << "not offered";
+    onboarding->login.begin(SignInProvider::google);
+    onboarding->flow.continueWithoutAccount();
+    EXPECT_EQ(cancelled, 1);
+    start({});
+    onboarding->login.begin(SignInProvider::google);
+    onboarding->flow.close();
+    EXPECT_EQ(cancelled, 2);
+    start({});
+    onboarding->login.begin(SignInProvider::google);
+    onboarding.reset();
+    EXPECT_EQ(cancelled, 3);
 }
 
 TEST_F(FirstStartFlow, AddressIsAskedForWhereTheProviderGaveNone) {
     const LogCapture logged;
     std::string given;
-    signIn.begin = [](SignInProvider, const auto& tell) { tell({.error = {}, .name = "Ada", .email = {}}); };
+    signIn.begin = [](SignInProvider, const SignIn::Told& tell) {
+        tell.done({.error = {}, .name = "Ada", .email = {}});
+    };
     signIn.giveEmail = [&](const std::string& email) { given = email; };
     start({});
     onboarding->login.begin(SignInProvider::apple);

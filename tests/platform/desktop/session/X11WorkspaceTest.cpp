@@ -14,6 +14,7 @@
 #include "platform/linux/desktop/session/X11Workspace.h"
 #include "support/ChildProcess.h"
 #include "support/EnvironmentVariable.h"
+#include "support/TemporaryFolder.h"
 
 #include <atomic>
 #include <chrono>
@@ -256,6 +257,37 @@ TEST(X11WorkspaceTest, OnlyAddressesAreOpened) {
     for (const char* url : {"javascript:alert(1)", "--help", "/etc/passwd", "", "ssh://host", "MAILTO:a@example.org"})
         workspace.openUrl(url);
     EXPECT_THAT(browser.opened(), ElementsAre("MAILTO:a@example.org"));
+}
+
+TEST(X11WorkspaceTest, MissingBrowserIsToldOnce) {
+    const TemporaryFolder programs;
+    PumpedQueue queue;
+    int told = 0;
+    {
+        X11Workspace workspace(queue);
+        const auto opener = programs / "xdg-open";
+        const EnvironmentVariable path("PATH", (programs.path.string() + ":/bin:/usr/bin").c_str());
+        files::writeAtomically(opener, "#!/bin/sh\nexit 3\n");
+        fs::permissions(opener, fs::perms::owner_all);
+        workspace.openUrl("https://example.org/", [&] { ++told; });
+        EXPECT_TRUE(queue.runUntil([&] { return told == 1; }));
+        workspace.openUrl("javascript:alert(1)", [&] { ++told; });
+        EXPECT_TRUE(queue.runUntil([&] { return told == 2; }));
+        const EnvironmentVariable nowhere("PATH", (programs / "empty").c_str());
+        workspace.openUrl("https://example.org/", [&] { ++told; });
+        EXPECT_TRUE(queue.runUntil([&] { return told == 3; }));
+    }
+    {
+        X11Workspace workspace(queue);
+        const StubBrowser browser;
+        workspace.openUrl("https://example.org/", [&] { ++told; });
+        EXPECT_EQ(browser.opened().size(), 1u);
+        files::writeAtomically(programs / "xdg-open", "#!/bin/sh\nexec sleep 3\n");
+        fs::permissions(programs / "xdg-open", fs::perms::owner_all);
+        const EnvironmentVariable path("PATH", (programs.path.string() + ":/bin:/usr/bin").c_str());
+        workspace.openUrl("https://example.org/", [&] { ++told; });
+    } // does not wait for a browser that runs on
+    EXPECT_FALSE(queue.runUntil([&] { return told != 3; }, 0));
 }
 
 TEST(X11WorkspaceTest, WithoutAServerThereIsNoFrontApplication) {
