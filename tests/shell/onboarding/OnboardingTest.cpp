@@ -39,7 +39,9 @@ TEST_F(FirstStartFlow, WalksThroughTheStepsAndLeavesTheMarker) {
 }
 
 TEST_F(FirstStartFlow, TheServiceHearsOfEachStepOnce) {
-    signIn.begin = [](SignInProvider, const auto& tell) { tell({.error = {}, .name = "Ada", .email = ""}); };
+    signIn.begin = [](SignInProvider, const SignIn::Told& tell) {
+        tell.done({.error = {}, .name = "Ada", .email = ""});
+    };
     start({});
     onboarding->login.begin(SignInProvider::google);
     goTo(Screen::permissions);
