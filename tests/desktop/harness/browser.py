@@ -1,5 +1,6 @@
 """The user's browser: Chromium, which the desktop opens addresses with."""
 
+import contextlib
 import json
 import os
 import shutil
@@ -9,6 +10,7 @@ from . import processes
 from .devtools import Page
 from .waiting import wait_for
 
+_FIRST = "about:blank"
 _QUIET = [
     "--no-first-run", "--no-default-browser-check", "--disable-gpu", "--disable-background-networking",
     "--disable-component-update", "--disable-sync", "--disable-extensions", "--password-store=basic",
@@ -29,25 +31,26 @@ class Browser:
         self._register(data / "applications", command)
         self.environment = {"XDG_DATA_HOME": str(data)}
         self._log = open(folder / "browser.log", "w")
-        self._process = processes.start([*command, "about:blank"], stdout=self._log, stderr=self._log)
+        self._process = processes.start([*command, _FIRST], stdout=self._log, stderr=self._log)
         port_file = self._profile / "DevToolsActivePort"
         port = wait_for(lambda: port_file.exists() and port_file.read_text().split("\n")[0], "the browser", 60)
         self._address = f"http://127.0.0.1:{port}"
         wait_for(self.tabs, "the browser's first page", 60)
 
     def tabs(self):
-        """What it shows, newest first, each with "title" and "url"; none when nobody answers."""
+        """What it shows, each with "title" and "url"; none when nobody answers."""
         try:
             with urllib.request.urlopen(self._address + "/json/list", timeout=5) as reply:
                 return [tab for tab in json.load(reply) if tab["type"] == "page"]
         except OSError:
             return []
 
-    def wait_for_page(self, title, patience=30.0):
-        """Waits until a tab has this title, and returns it."""
+    def wait_for_page(self, title, besides=(), patience=30.0):
+        """Waits until a tab has this title, but for those `besides`, and returns it."""
+        known = [tab["id"] for tab in besides]
 
         def found():
-            return next((tab for tab in self.tabs() if tab["title"] == title), None)
+            return next((tab for tab in self.tabs() if tab["title"] == title and tab["id"] not in known), None)
 
         try:
             return wait_for(found, f"the page {title!r}", patience)
@@ -67,8 +70,17 @@ class Browser:
         finally:
             page.close()
 
-    def close_tab(self, tab):
-        urllib.request.urlopen(f"{self._address}/json/close/{tab['id']}", timeout=5).close()
+    def close_tabs(self):
+        """All but the first, which keeps the browser open."""
+
+        def are_closed():
+            others = [tab for tab in self.tabs() if tab["url"] != _FIRST]
+            for tab in others:  # once more where one that is loading was not; another has gone meanwhile
+                with contextlib.suppress(OSError):
+                    urllib.request.urlopen(f"{self._address}/json/close/{tab['id']}", timeout=5).close()
+            return not others
+
+        wait_for(are_closed, "the tabs to close")
 
     def close(self):
         processes.end(self._process)

@@ -84,12 +84,16 @@ class Service:
         self._control(endpoint, mode=mode, delay=0, **more)
 
     def behave(self):
-        """Everything goes well again."""
-        self._control(mode="ok", delay=0, reply=None)
+        """Everything goes well again; what was changed stays."""
+        self._control(mode="ok", delay=0)
 
     def change(self, endpoint, **values):
         """The endpoint of an account answers with these values, and without those that are None."""
         self._control(endpoint, reply=values)
+
+    def reset(self):
+        """Everything goes well, and nothing is changed."""
+        self._control(mode="ok", delay=0, reply=None)
 
     def revoke(self):
         """The tokens that it has given out are worth nothing any more."""
