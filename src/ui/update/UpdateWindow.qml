@@ -30,10 +30,16 @@ ApplicationWindow {
     Binding { target: Theme; property: "textSize"; value: window.appearance.textSize }
     Binding { target: Theme; property: "family"; value: window.appearance.family }
 
+    Timer { // once the buttons are those of the stage
+        id: shown
+
+        interval: 0
+        onTriggered: window.takeKeyboard()
+    }
     Shortcut { sequences: ["Escape", "Ctrl+W"]; onActivated: window.close() }
 
     // The button that most will want next has the keyboard.
-    onStageChanged: Qt.callLater(takeKeyboard)
+    onStageChanged: shown.restart()
     onActiveChanged: if (active && !activeFocusControl) takeKeyboard()
 
     function takeKeyboard() {
