@@ -76,8 +76,7 @@ class Meetings(DesktopCase):
         fenlo.wait_for("[Fenlo] An interrupted meeting is taken up")
         [file] = wait_for(lambda: set((fenlo.home / ".fenlo/meetings").glob("*.md")) - old, "the interrupted meeting", patience=60)
         home = self._open_tab()
-        home.find("push button", "Start Meeting").focus()
-        desktop.press("End")  # the recent ones may lie below the window
+        self._look_below(home)
         home.find("list item", "Foxes, …").press()
         home.find("heading", "Foxes")
         home.find("label", "Feed the dog")
@@ -189,6 +188,7 @@ class Meetings(DesktopCase):
 
     def _check_long_lists(self, home):
         """Keys lead to the ends of a transcript that is longer than the window, and back to where the history stood."""
+        self._look_below(home)
         home.press_button("View All")
         history = home.find("list", "Meetings")
         history.focus()
@@ -205,6 +205,11 @@ class Meetings(DesktopCase):
         history = home.find("list", "Meetings")
         wait_for(lambda: history.find("list item", "Old 0, …").place == before, "the history as it stood")
 
+    def _look_below(self, home):
+        """The recent meetings may lie below the window."""
+        home.find("push button", "Start Meeting").focus()
+        desktop.press("End")
+
     def _sees_selected(self, home, transcript, number):
         """Whether the chosen row, which is this one if a number is given, lies inside the window."""
         rows = [row for row in transcript.all("list item") if row.has("selected")]
@@ -216,7 +221,7 @@ class Meetings(DesktopCase):
 
     def _check_place(self, home):
         """The list stays with the newest row, but not under the eyes of a user who reads others."""
-        self._hear(home, PARAGRAPH, 5)  # of the room's silence, in which the stand-in hears them too
+        self._hear(home, PARAGRAPH, 5)
         transcript = home.find("list", "Transcript")
         left, top, width, height = transcript.place
 
@@ -241,23 +246,32 @@ class Meetings(DesktopCase):
 
     def _hear(self, home, words, segments):
         """At least so many more segments of these words, and no more words after them."""
-        mark = self.fenlo.mark()
         self.recogniser.answer(words)
-        self.fenlo.wait_for("[Fenlo] Meeting segment", mark, count=segments, patience=60)
+        self._speak_until_heard(segments)
         self.recogniser.answer("")
         wait_for(lambda: home.all("label", self._count_text()), "the rows")
+
+    def _speak_until_heard(self, segments=1):
+        """Sound without a voice in it is not sent to the recogniser."""
+        mark = self.fenlo.mark()
+
+        def heard():
+            self.clip.speak(latency=500)
+            return len(self.fenlo.lines("[Fenlo] Meeting segment", mark)) >= segments
+
+        wait_for(heard, f"{segments} segments", patience=90)
 
     def _count_text(self):
         return f"{len(self.fenlo.lines('[Fenlo] Meeting segment'))} segments"
 
     def _check_outage(self, home):
         """A recogniser that is out of order is told, also after the end, until it answers again."""
-        mark = self.fenlo.mark()
         self.recogniser.answer("Words before it")
         home.press_button("Start Transcription")
-        self.fenlo.wait_for("[Fenlo] Meeting segment", mark)
+        self._speak_until_heard()
         self.recogniser.misbehave("503")
-        home.find("alert", "Service out of order")
+        self.clip.speak(latency=500)
+        home.find("alert", "Service out of order", patience=60)
         home.press_button("Stop Transcription")
         home.find("heading", "Transcription complete…")
         notices = wait_for(lambda: len(found := [node.name for node in home.all("alert")]) == 2 and found, "both notices")
