@@ -107,14 +107,20 @@ FocusScope {
                 Accessible.role: Accessible.List
                 Accessible.name: "Meetings"
 
-                // Where it stood when one of its meetings was opened.
-                Component.onCompleted: {
+                Timer { // when the list has its height
+                    interval: 0
+                    running: true
+                    onTriggered: list.restore()
+                }
+
+                /// To where it stood when one of its meetings was opened.
+                function restore() {
                     const row = face.meeting.history.rowOf(face.meeting.historyRow)
                     if (row < 0)
                         return
                     currentIndex = row
-                    positionViewAtIndex(row, ListView.Beginning)
-                    contentY = Math.max(originY, contentY - face.meeting.historyOffset)
+                    positionViewAtIndex(row, ListView.Contain)
+                    contentY = itemAtIndex(row).y - face.meeting.historyOffset
                     returnToBounds()
                 }
 
