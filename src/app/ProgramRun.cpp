@@ -7,6 +7,7 @@ namespace fenlo {
 void runProgram(const ProgramSteps& steps, ThreadBackground& background) {
     struct Ending {
         ~Ending() {
+            background.askToStop();
             release();
             background.stop();
         }

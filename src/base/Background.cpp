@@ -3,6 +3,7 @@
 #include "base/LogThrown.h"
 
 #include <future>
+#include <vector>
 
 namespace fenlo {
 
@@ -37,15 +38,24 @@ void ThreadBackground::run(Task task) {
     });
 }
 
-void ThreadBackground::stop() {
-    std::list<Worker> workers;
+/// Without the lock, since a stop request calls whatever waits for it.
+void ThreadBackground::askToStop() {
+    std::vector<std::stop_source> sources;
     {
         std::lock_guard lock(m_mutex);
         m_stopped = true;
-        workers.swap(m_workers);
+        for (Worker& worker : m_workers)
+            sources.push_back(worker.thread.get_stop_source());
     }
-    for (Worker& worker : workers)
-        worker.thread.request_stop();
+    for (std::stop_source& source : sources)
+        source.request_stop();
+}
+
+void ThreadBackground::stop() {
+    askToStop();
+    std::list<Worker> workers;
+    std::lock_guard lock(m_mutex);
+    workers.swap(m_workers);
 }
 
 } // namespace fenlo

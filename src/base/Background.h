@@ -28,8 +28,9 @@ public:
 
     void run(Task task) override;
 
-    /// Asks all tasks to end and waits for them; later tasks are dropped. End the main queue first: a task that waits
-    /// for the main thread would never return.
+    /// Asks all tasks to end; later tasks are dropped.
+    void askToStop();
+    /// Asks, and waits for them. End the main queue first: a task that waits for the main thread would never return.
     void stop();
 
 private:
