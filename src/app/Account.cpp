@@ -71,6 +71,7 @@ SignIn Account::signIn() {
 }
 
 void Account::begin(SignInProvider provider, const SignIn::Told& told) {
+    store.askAgain(); // the user is here to unlock the keyring
     if (provider == SignInProvider::google) {
         apple.cancel();
         google.signIn(

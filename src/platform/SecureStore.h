@@ -8,7 +8,7 @@ namespace fenlo {
 /// The desktop's store for secrets: string values by account name, under the service "com.fenlo.voicetotext".
 ///
 /// After a store has stayed locked or silent, it is not asked to unlock again, and later calls find only what is
-/// unlocked. askAgain() ends that.
+/// unlocked and save only into what is unlocked. askAgain() ends that.
 ///
 /// Threads: worker threads only; a locked store may wait for the user. askAgain() on any.
 class SecureStore {

@@ -132,7 +132,13 @@ TEST_F(SecretServiceStoreTest, AKeyringThatStayedLocked_IsNotWaitedForAgainUntil
     EXPECT_LT(secondsOf(load), 2);
     asking.askAgain();
     EXPECT_GT(secondsOf(load), 2.5);
+    const auto save = [&] { EXPECT_NE(asking.save("backend_token", "new"), std::nullopt); };
+    EXPECT_LT(secondsOf(save), 2);
+    asking.askAgain();
+    EXPECT_GT(secondsOf(save), 2.5);
+    EXPECT_LT(secondsOf(save), 2) << "nor is it by one who saves many";
     daemon.thaw();
+    EXPECT_EQ(asking.save("backend_token", "new"), std::nullopt) << "it is open";
     EXPECT_EQ(asking.load("deepgram_api_key").text, "kept") << "what lies open is found";
 
     daemon.lock();

@@ -35,6 +35,7 @@ struct Free {
     void operator()(GList* items) const { g_list_free_full(items, g_object_unref); }
     void operator()(GHashTable* table) const { g_hash_table_unref(table); }
     void operator()(SecretService* service) const { g_object_unref(service); }
+    void operator()(SecretCollection* collection) const { g_object_unref(collection); }
 };
 
 template <typename T>
@@ -89,11 +90,28 @@ Connection connect(GCancellable* cancellable) {
     return {nullptr, explain(*fault), isCancelled(*fault)};
 }
 
-/// Returns what went wrong, or nothing.
-std::optional<std::string> store(const std::string& name, const std::string& value, GCancellable* cancellable) {
+enum class Unlock { ask, leave };
+
+/// Whether what is saved goes in without a question to the user.
+bool isOpen(SecretService* service, GCancellable* cancellable) {
+    const Owned<SecretCollection> collection(secret_collection_for_alias_sync(
+        service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, cancellable, nullptr));
+    return collection && !secret_collection_get_locked(collection.get());
+}
+
+struct Refusal {
+    std::string fault;
+    bool wasRefused = false; // the keyring stayed locked or silent
+};
+
+/// Nothing when the value is stored.
+std::optional<Refusal> store(const std::string& name, const std::string& value, Unlock unlock,
+                             GCancellable* cancellable) {
     const Connection keyring = connect(cancellable);
     if (!keyring.service)
-        return keyring.fault;
+        return Refusal{keyring.fault, keyring.tookTooLong};
+    if (unlock == Unlock::leave && !isOpen(keyring.service.get(), cancellable))
+        return Refusal{"the keyring stays locked or silent", true};
     const Owned<SecretValue> secret(secret_value_new(value.data(), static_cast<gssize>(value.size()), "text/plain"));
     const std::string label = "Fenlo: " + name;
     GError* error = nullptr;
@@ -101,10 +119,9 @@ std::optional<std::string> store(const std::string& name, const std::string& val
                               label.c_str(), secret.get(), cancellable, &error);
     if (!error)
         return {};
-    return explain(*Owned<GError>(error));
+    const Owned<GError> fault(error);
+    return Refusal{explain(*fault), isCancelled(*fault)};
 }
-
-enum class Unlock { ask, leave };
 
 struct LookUp {
     SecureStore::Value value;
@@ -146,18 +163,34 @@ SecretServiceStore::~SecretServiceStore() {
     g_object_unref(m_closed);
 }
 
+/// Of one operation, in seconds: a keyring that was silent once is not waited for again.
+double SecretServiceStore::limit(bool wasRefused) const {
+    return wasRefused ? std::min(m_limit, limitAfterRefusal) : m_limit;
+}
+
+void SecretServiceStore::noteRefusal() {
+    if (!m_wasRefused.exchange(true))
+        logError("the keyring stays locked or silent; it is not asked again until a take is tried again from "
+                 "the menu, or Fenlo starts again");
+}
+
 std::optional<std::string> SecretServiceStore::save(const std::string& name, const std::string& value) {
-    const SecretDeadline deadline(m_closed, m_limit);
-    const auto fault = store(name, value, deadline.cancellable());
+    const bool wasRefused = m_wasRefused;
+    const SecretDeadline deadline(m_closed, limit(wasRefused));
+    const auto refusal = store(name, value, wasRefused ? Unlock::leave : Unlock::ask, deadline.cancellable());
     m_processOnly.with([&](auto& values) {
-        if (fault)
+        if (refusal)
             values[name] = value;
         else
             values.erase(name);
     });
-    if (!fault)
+    if (!refusal) {
         m_wasRefused = false;
-    return fault ? std::optional(*fault + "; the value is kept until the program ends") : std::nullopt;
+        return {};
+    }
+    if (refusal->wasRefused)
+        noteRefusal();
+    return refusal->fault + "; the value is kept until the program ends";
 }
 
 SecureStore::Value SecretServiceStore::load(const std::string& name) {
@@ -168,17 +201,16 @@ SecureStore::Value SecretServiceStore::load(const std::string& name) {
     if (kept)
         return {Status::ok, *kept};
     const bool wasRefused = m_wasRefused;
-    const SecretDeadline deadline(m_closed, wasRefused ? std::min(m_limit, limitAfterRefusal) : m_limit);
+    const SecretDeadline deadline(m_closed, limit(wasRefused));
     LookUp found = lookUp(name, wasRefused ? Unlock::leave : Unlock::ask, deadline.cancellable());
-    if (found.wasRefused && !m_wasRefused.exchange(true))
-        logError("the keyring stays locked or silent; it is not asked again until a take is tried again from "
-                 "the menu, or Fenlo starts again");
+    if (found.wasRefused)
+        noteRefusal();
     return std::move(found.value);
 }
 
 void SecretServiceStore::remove(const std::string& name) {
     m_processOnly.with([&](auto& values) { values.erase(name); });
-    const SecretDeadline deadline(m_closed, m_limit);
+    const SecretDeadline deadline(m_closed, limit(m_wasRefused));
     if (const Connection keyring = connect(deadline.cancellable()); keyring.service)
         secret_service_clear_sync(keyring.service.get(), &schema(), attributesOf(name).get(), deadline.cancellable(),
                                   nullptr);

@@ -31,6 +31,9 @@ public:
     void close();
 
 private:
+    double limit(bool wasRefused) const;
+    void noteRefusal();
+
     const double m_limit;
     GCancellable* const m_closed;
     std::atomic<bool> m_wasRefused = false; // the keyring stayed locked or silent
