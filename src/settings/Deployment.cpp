@@ -40,6 +40,11 @@ void takeValues(const nlohmann::json& values, Deployment& deployment) {
 
 } // namespace
 
+bool Deployment::offersGoogle() const {
+    return hasService() && !googleClientId.empty() && !googleAuthUri.empty() && !googleTokenUri.empty() &&
+           !googleUserInfoUri.empty();
+}
+
 Deployment Deployment::load() {
     Deployment deployment;
     takeValues(parseJsonOrThrow(defaults), deployment);

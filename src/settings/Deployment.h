@@ -31,8 +31,8 @@ struct Deployment {
     std::string updateKey = {};  // the Ed25519 public key of the packages, in Base64
 
     bool hasService() const { return !serviceHost.empty(); }
-    bool offersGoogle() const { return hasService() && !googleClientId.empty(); }
-    bool offersApple() const { return hasService() && !appleServicesId.empty(); }
+    bool offersGoogle() const;
+    bool offersApple() const { return hasService() && !appleServicesId.empty() && !appleAuthUri.empty(); }
     bool offersSignIn() const { return offersGoogle() || offersApple(); }
     bool offersUpdates() const { return !updateFeed.empty() && !updateKey.empty(); }
 

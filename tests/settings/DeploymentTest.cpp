@@ -29,6 +29,30 @@ TEST(Deployment, AFileOverridesKeyByKeyAndABadOneIsLeftOut) {
     EXPECT_TRUE(logged.containsPrefix("[Fenlo] ERROR: FENLO_DEPLOYMENT names " + file.string()));
 }
 
+TEST(Deployment, WhatLacksAValueIsNotOffered) {
+    Deployment whole = Deployment::load();
+    EXPECT_FALSE(whole.offersSignIn() || whole.offersUpdates()) << "the built-in values name no service";
+    whole.serviceHost = "https://service.example";
+    EXPECT_FALSE(whole.offersGoogle());
+    EXPECT_TRUE(whole.offersApple() && whole.offersSignIn());
+    whole.googleClientId = "id";
+    EXPECT_TRUE(whole.offersGoogle());
+
+    for (std::string Deployment::*value :
+         {&Deployment::serviceHost, &Deployment::googleClientId, &Deployment::googleAuthUri,
+          &Deployment::googleTokenUri, &Deployment::googleUserInfoUri}) {
+        Deployment lacking = whole;
+        (lacking.*value).clear();
+        EXPECT_FALSE(lacking.offersGoogle());
+    }
+    for (std::string Deployment::*value :
+         {&Deployment::serviceHost, &Deployment::appleServicesId, &Deployment::appleAuthUri}) {
+        Deployment lacking = whole;
+        (lacking.*value).clear();
+        EXPECT_FALSE(lacking.offersApple());
+    }
+}
+
 TEST(Keychain, KeepsValuesByNameAndLogsARefusalWithoutTheSecret) {
     test::FakeSecureStore store;
     Keychain keychain(store);
