@@ -44,7 +44,7 @@ void AppDelegate::launch() {
     registerLoginItem();
     wireMenu();
     m_services.workspace.onCalled(m_lifetime.bind([this] { showItself(); }));
-    if (m_hooks.hasAccounts && !OnboardingMarks::isWithoutAccount())
+    if (hasAccount())
         askForAccount();
     else
         decide(false);
@@ -79,12 +79,15 @@ void AppDelegate::registerLoginItem() {
         logInfo("Launch at login: registered");
 }
 
-/// The secure store may wait for the user to unlock it, so it is asked on a worker. Who signed in once is not asked to
-/// do so again because the keyring is silent.
+/// The secure store may wait for the user to unlock it, so it is asked on a worker. Where it is silent or locked nobody
+/// knows who is signed in: who went through the first start is not asked again, and who did not is.
 void AppDelegate::askForAccount() {
-    m_keyringLimit = m_services.mainQueue.postAfter(keyringPatience, [this] { decide(false); });
+    m_keyringLimit =
+        m_services.mainQueue.postAfter(keyringPatience, [this] { decide(!OnboardingMarks::isOnboarded()); });
     m_services.background.run([this](std::stop_token) {
-        const bool needsLogin = !m_services.keychain.load("google_refresh_token").has_value();
+        Keychain& keychain = m_services.keychain;
+        const bool needsLogin = !keychain.load("google_refresh_token").has_value() &&
+                                (keychain.answers() || !OnboardingMarks::isOnboarded());
         m_services.mainQueue.post(m_lifetime.bind([this, needsLogin] { decide(needsLogin); }));
     });
 }
@@ -95,7 +98,7 @@ void AppDelegate::decide(bool needsLogin) {
     m_keyringLimit.cancel();
     const bool needsOnboarding = !OnboardingMarks::isOnboarded();
     logInfo("Startup: needsLogin={} needsOnboarding={}", needsLogin, needsOnboarding);
-    if (m_hooks.hasAccounts && !needsLogin)
+    if (hasAccount() && !needsLogin)
         m_services.background.run(m_hooks.tellRememberedLogin);
     if (needsLogin || needsOnboarding) {
         beginFirstStart(needsLogin);
@@ -179,14 +182,26 @@ void AppDelegate::observeNotifications() {
                            if (keyName)
                                m_hotkey.setKey(*keyName);
                        }),
-        centre.observe(notification::hotkeyPause, [this](const auto&) { m_hotkey.stop(); }),
-        centre.observe(notification::hotkeyResume, [this](const auto&) { m_hotkey.start(); }),
+        centre.observe(notification::hotkeyPause, [this](const auto&) { pauseHotkey(); }),
+        centre.observe(notification::hotkeyResume, [this](const auto&) { resumeHotkey(); }),
         centre.observe(notification::userDidSignOut, [this](const auto&) { signedOut(); }),
         centre.observe(notification::userWantsSignIn, [this](const auto&) { signIn(); }),
         centre.observe(notification::inputDeviceChanged, [this](const auto&) { m_services.menuBar.refreshMenu(); }),
     };
     m_services.workspace.onWillSleep(m_lifetime.bind([this] { stopMeeting(); }));
     m_services.workspace.onScreenLocked(m_lifetime.bind([this] { m_services.session.screenLocked(); }));
+}
+
+/// A take under way could not be ended any more; its words are not lost.
+void AppDelegate::pauseHotkey() {
+    m_services.session.hotkeyPaused();
+    m_hotkey.stop();
+}
+
+/// Not while the login is there, whose end lets dictation go on.
+void AppDelegate::resumeHotkey() {
+    if (m_stage == Stage::ready)
+        m_hotkey.start();
 }
 
 void AppDelegate::checkAccessibility() {
@@ -201,7 +216,7 @@ void AppDelegate::checkAccessibility() {
         if (!m_services.accessibility.trusted())
             return;
         logInfo(accessibilityGranted);
-        m_hotkey.start(); // the key-down stream can be had only now
+        resumeHotkey(); // the key-down stream can be had only now
         m_accessibilityTimer.cancel();
     });
 }
@@ -230,15 +245,19 @@ void AppDelegate::startBackgroundWork() {
         m_services.background.run(m_hooks.syncProfile);
 }
 
-/// Who goes without an account is not asked for the keyring.
+/// Who goes without one is not asked for the keyring, and the service hears nothing of who was signed in before.
+bool AppDelegate::hasAccount() const {
+    return m_hooks.hasAccounts && !OnboardingMarks::isWithoutAccount();
+}
+
 void AppDelegate::refreshSignIn() {
-    if (m_hooks.hasAccounts && !OnboardingMarks::isWithoutAccount())
+    if (hasAccount())
         m_hooks.refreshSignIn();
 }
 
 /// The settings and the history stay; only the account is left.
 void AppDelegate::signedOut() {
-    m_hotkey.stop();
+    pauseHotkey();
     m_hooks.closeHome();
     OnboardingStart start;
     start.onLogin = [this](const std::string& name, const std::string& email) {
@@ -264,11 +283,11 @@ void AppDelegate::signIn() {
 
 /// Over the running program, which does not hear the hotkey meanwhile. However the window goes, it hears it again.
 void AppDelegate::showLogin(OnboardingStart start) {
-    m_hotkey.stop();
+    pauseHotkey();
     m_stage = Stage::firstStart;
     start.onFinish = start.onClose = [this] {
         m_stage = Stage::ready;
-        m_hotkey.start();
+        resumeHotkey();
         m_services.menuBar.refreshMenu();
     };
     m_hooks.showOnboarding(std::move(start));

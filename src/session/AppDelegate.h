@@ -106,6 +106,7 @@ private:
     void registerLoginItem();
     void wireMenu();
     void showItself();
+    bool hasAccount() const;
     void askForAccount();
     void decide(bool needsLogin);
     void beginFirstStart(bool needsLogin);
@@ -116,6 +117,8 @@ private:
     void refreshSignIn();
     void wireSession();
     void observeNotifications();
+    void pauseHotkey();
+    void resumeHotkey();
     void checkAccessibility();
     void checkMicrophone();
     void startBackgroundWork();

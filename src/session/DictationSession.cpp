@@ -97,9 +97,17 @@ void DictationSession::release() {
 }
 
 void DictationSession::screenLocked() {
+    endEarly("Screen locked");
+}
+
+void DictationSession::hotkeyPaused() {
+    endEarly("Hotkey paused");
+}
+
+void DictationSession::endEarly(const char* why) {
     if (!m_isRecording)
         return;
-    logInfo("Screen locked: the take ends here");
+    logInfo("{}: the take ends here", why);
     endTakeOnError([this] { endRecording(); });
 }
 

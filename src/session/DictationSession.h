@@ -76,6 +76,8 @@ public:
     void cancelProcessing();
     /// Ends a take. Its words are recognised and recorded, but not pasted while the screen is locked.
     void screenLocked();
+    /// Ends a take: the release of the hotkey will not be heard.
+    void hotkeyPaused();
     /// The recorder heard nothing for a while.
     void silenceDetected();
     /// The user chose to have the last take that was kept recognised again. Ignored while another is under way.
@@ -93,6 +95,7 @@ private:
     // From the hotkey to the recorded take: DictationSession.cpp.
     void press();
     void release();
+    void endEarly(const char* why);
     template <typename Work>
     void endTakeOnError(Work work);
     void beginRecording();

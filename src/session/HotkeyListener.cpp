@@ -54,6 +54,7 @@ void HotkeyListener::start() {
 
 void HotkeyListener::stop() {
     m_events.stopListening();
+    m_pressed = false; // the release would not be heard, and the next press not be one
 }
 
 void HotkeyListener::setKey(const std::string& keyName) {

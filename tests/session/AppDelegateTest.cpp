@@ -78,7 +78,8 @@ protected:
     test::FakeSecureStore store;
     Keychain keychain{store};
     AppHooks appHooks;
-    int refreshes = 0, heartbeats = 0, profiles = 0, remembered = 0, meetingsStopped = 0, meetingsLeft = 0, meetingsRecovered = 0;
+    int refreshes = 0, heartbeats = 0, profiles = 0, remembered = 0, meetingsStopped = 0, meetingsLeft = 0,
+        meetingsRecovered = 0;
     std::vector<std::string> prepared;
     std::optional<OnboardingStart> onboarding;
     std::vector<std::string> shown, logins;
@@ -267,6 +268,7 @@ TEST_F(Startup, AccountIsNotAskedForWhereItIsKnownOrUnwanted) {
     appHooks.hasAccounts = true;
     launchAndWait();
     EXPECT_FALSE(onboarding);
+    EXPECT_EQ(remembered, 1) << "nothing of who was signed in before";
     EXPECT_TRUE(hears());
 }
 
@@ -278,6 +280,26 @@ TEST_F(Startup, SilentKeyringHoldsTheStartUpForAWhileOnly) {
     EXPECT_EQ(shown, std::vector<std::string>{"home 4"}) << "as was asked meanwhile";
     EXPECT_TRUE(hears()); // and the keyring answers in it, too late to matter
     EXPECT_FALSE(onboarding);
+}
+
+TEST_F(Startup, KeyringThatIsLockedHidesTheLoginFromNobodyNew) {
+    appHooks.hasAccounts = true;
+    store.isAvailable = false;
+    launchAndWait();
+    EXPECT_FALSE(onboarding) << "who signed in once is not asked again";
+    EXPECT_TRUE(hears());
+
+    for (const double waited : {0.0, 3.0}) {
+        mark(false);
+        onboarding.reset();
+        appHooks = {};
+        appHooks.hasAccounts = true;
+        launch();
+        mainQueue.advance(waited);
+        finish();
+        ASSERT_TRUE(onboarding);
+        EXPECT_FALSE(onboarding->skipLogin);
+    }
 }
 
 TEST_F(Startup, SignOutPausesDictationUntilTheLoginEnds) {
@@ -295,6 +317,29 @@ TEST_F(Startup, SignOutPausesDictationUntilTheLoginEnds) {
     EXPECT_EQ(shown.size(), 1u) << "nobody is welcomed";
     EXPECT_TRUE(logged.contains("[Fenlo] Re-logged in as Ada"));
     EXPECT_EQ(config.get().hotkey, before.hotkey);
+}
+
+TEST_F(Startup, LoginEndsATakeAndDictationHearsNothingUntilItGoes) {
+    config.update([](Settings& settings) { settings.continuousMode = true; });
+    transcript = "what was said";
+    launchAndWait();
+    for (const char* way : {notification::userDidSignOut, notification::userWantsSignIn}) {
+        keys.change(mask::control, key::controlLeft); // and held while the user clicks
+        speak(2.0);
+        ASSERT_TRUE(session.isRecording());
+        notifications.post(way);
+        EXPECT_FALSE(session.isRecording()) << "nothing else could end it";
+        finish();
+        notifications.post(notification::hotkeyResume); // by a window that the login replaced
+        EXPECT_FALSE(hears());
+        onboarding->onClose();
+        keys.change(mask::control, key::controlLeft);
+        EXPECT_TRUE(session.isRecording()) << "the first press counts";
+        session.hotkeyPaused();
+        keys.change(0, key::controlLeft);
+        finish();
+    }
+    EXPECT_EQ(records, (std::vector<std::string>{transcript, transcript}));
 }
 
 TEST_F(Startup, LoginThatIsClosedAfterASignOutLeavesAProgramThatDictates) {
