@@ -102,8 +102,10 @@ void Account::begin(SignInProvider provider, const SignIn::Told& told) {
 }
 
 void Account::tell(const SignIn::Told& told, const SignInResult& result) {
-    if (result.error.empty())
+    if (result.error.empty()) {
+        m_around.services.statistics.followServer();
         m_around.notifications.post(notification::accountChanged);
+    }
     told.done(result);
 }
 
@@ -152,7 +154,8 @@ void Account::followProfile() {
         profile.ask();
 }
 
-/// What is shown may be of another person soon. A sign-in beside it would bring one back.
+/// To the service this machine stays that person's until another signs in, but what it tells of the person's other
+/// machines is shown no more. A sign-in beside it would bring the person back.
 void Account::signedOut() {
     cancelSignIn();
     m_around.services.statistics.forgetServerStats();

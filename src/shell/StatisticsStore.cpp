@@ -401,11 +401,21 @@ void StatisticsStore::applyServerStats(const Json& reply) {
     view.history = readNewestFirst(history);
     view.ownAllTime = allTimeStats();
     view.ownToday = todayStats();
-    m_serverView.with([&](std::optional<ServerView>& current) { current = std::move(view); });
+    m_serverView.with([&](std::optional<ServerView>& current) {
+        if (m_followsServer)
+            current = std::move(view);
+    });
 }
 
 void StatisticsStore::forgetServerStats() {
-    m_serverView.with([](std::optional<ServerView>& view) { view.reset(); });
+    m_serverView.with([&](std::optional<ServerView>& view) {
+        m_followsServer = false;
+        view.reset();
+    });
+}
+
+void StatisticsStore::followServer() {
+    m_serverView.with([&](const std::optional<ServerView>&) { m_followsServer = true; });
 }
 
 std::optional<std::vector<HistoryEntry>> StatisticsStore::serverHistory() const {

@@ -84,8 +84,9 @@ public:
     void markSynced(const std::set<std::string>& entryIds);
     /// From now on the numbers of the backend's reply are shown. The file stays as it is. Only a JSON object counts.
     void applyServerStats(const nlohmann::json& reply);
-    /// The file's numbers are shown again.
+    /// The file's numbers are shown again, whatever the backend replies, until followServer().
     void forgetServerStats();
+    void followServer();
     /// The history of the server view; nothing before the first applyServerStats().
     std::optional<std::vector<HistoryEntry>> serverHistory() const;
     bool hasServerView() const;
@@ -131,6 +132,7 @@ private:
     mutable std::mutex m_writing;     // orders those who change the file
     std::vector<Session> m_unwritten; // oldest first; none while the disk takes them
     Guarded<std::optional<ServerView>> m_serverView;
+    bool m_followsServer = true; // under the lock of the view
 };
 
 } // namespace fenlo

@@ -118,6 +118,15 @@ TEST_F(StatisticsSync, TwoMachinesAreOneHistory) {
     own.forgetServerStats();
     EXPECT_EQ(own.shownAllTimeStats().totalWords, 5);
     EXPECT_THAT(shownTexts(), ElementsAre("three more words", "two words"));
+
+    // The service, which knows of no sign-out, tells the same as before.
+    service.answer("/stats/sync", 200, R"({"total_words": 9, "history": [{"ts": "2026-11-15T10:00:00Z"}]})");
+    EXPECT_TRUE(backend.syncStats({}));
+    EXPECT_EQ(own.shownAllTimeStats().totalWords, 5) << "nobody is signed in";
+    EXPECT_EQ(own.past().entries.size(), 2u);
+    own.followServer();
+    EXPECT_TRUE(backend.syncStats({}));
+    EXPECT_EQ(own.shownAllTimeStats().totalWords, 9);
 }
 
 TEST_F(StatisticsSync, WhatWasDeletedDoesNotComeBack) {
