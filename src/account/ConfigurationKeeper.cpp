@@ -41,6 +41,13 @@ ConfigurationKeeper::Values ConfigurationKeeper::fetch(std::stop_token stop) {
     return atHand().value_or(Values());
 }
 
+void ConfigurationKeeper::askAgain() {
+    m_leftAloneUntil = -std::numeric_limits<double>::infinity();
+    m_hasFailed = false;
+    if (mayAsk())
+        askBeside();
+}
+
 bool ConfigurationKeeper::mayAsk() const {
     return m_backend.hasService() && !m_backend.isConfigFresh() && m_clock.now() >= m_leftAloneUntil;
 }

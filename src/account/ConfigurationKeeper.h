@@ -33,6 +33,9 @@ public:
     /// The same, and where there is nothing in memory waits for the service, five seconds at most. All who wait wait
     /// for one answer. Empty when there is none.
     Values fetch(std::stop_token stop);
+    /// Has it fetched beside where it is missing, also after a failure: the service may have keys for whoever signed
+    /// in.
+    void askAgain();
     /// Whether the service had no configuration when it was last asked.
     bool hasFailed() const { return m_hasFailed; }
 

@@ -51,6 +51,7 @@ void Account::addTo(AppHooks& hooks) {
     hooks.tellLogin = [this](const std::string& name, const std::string& email) {
         m_around.background.run([this, name, email](std::stop_token stop) {
             backend.sendLogin(email, name, std::move(stop));
+            m_around.services.configuration.askAgain();
             statistics.ask(); // those of all machines of this person
         });
     };

@@ -117,6 +117,18 @@ TEST_F(ServiceInTheWay, WhoHasNoKeyWaitsFiveSecondsAndNotAgainSoon) {
     EXPECT_EQ(take(), std::pair(0.0, std::string("Bearer remote")));
 }
 
+TEST_F(ServiceInTheWay, ASignInHasItAskedAtOnce) {
+    EXPECT_EQ(take().second, "none");
+    isHanging = false;
+    takeAsked();
+    keeper.askAgain();
+    beside.runAll();
+    EXPECT_THAT(takeAsked(), ElementsAre("/register", "/config"));
+    EXPECT_EQ(take(), std::pair(0.0, std::string("Bearer remote")));
+    keeper.askAgain();
+    EXPECT_EQ(beside.pending(), 0u) << "what is fresh counts";
+}
+
 TEST_F(ServiceInTheWay, RewritingWaitsOnceAtMost) {
     SmartRewrite rewriting{config, deployment, http, keys, clock};
     config.update([](Settings& settings) { settings.smartRewriteModel = SmartRewriteModel::automatic; });
