@@ -2,7 +2,6 @@
 
 #include "app/Account.h"
 #include "app/TakeServices.h"
-#include "base/NotificationCenter.h"
 #include "settings/Config.h"
 #include "shell/home/OfflineModels.h"
 
@@ -61,6 +60,11 @@ Meetings::Meetings(const Surroundings& around)
                 .clock = around.clock,
                 .serviceMail = serviceMail(around.services.backend),
                 .mailProgram = &mailProgram}),
-      controller(controllerServices(around, *this)) {}
+      controller(controllerServices(around, *this)),
+      // Within the minute the mail would go to whoever signs in next, or open the mail program by itself.
+      m_signedOut(around.notifications.observe(notification::userDidSignOut, [this](const auto&) {
+          if (controller.autoSendCountdown() > 0)
+              controller.cancelAutoSend();
+      })) {}
 
 } // namespace fenlo

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/OwnSounds.h"
+#include "base/NotificationCenter.h"
 #include "meeting/MeetingArchive.h"
 #include "meeting/MeetingDelivery.h"
 #include "meeting/MeetingModeController.h"
@@ -10,7 +11,6 @@
 
 namespace fenlo {
 
-class NotificationCenter;
 struct Account;
 struct TakeServices;
 
@@ -40,6 +40,9 @@ struct Meetings {
     XdgMailProgram mailProgram;
     MeetingDelivery delivery;
     MeetingModeController controller;
+
+private:
+    NotificationCenter::Observation m_signedOut;
 };
 
 } // namespace fenlo
