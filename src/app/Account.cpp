@@ -57,6 +57,8 @@ void Account::addTo(AppHooks& hooks) {
     };
     if (m_around.deployment.offersGoogle())
         hooks.refreshSignIn = [this] { google.refreshIfNeeded([](bool) {}); };
+    // To the service this machine may still be that of who signed out.
+    hooks.nobodySignedIn = [this] { m_around.services.statistics.forgetServerStats(); };
     hooks.tellRememberedLogin = [this](std::stop_token stop) { sendRememberedLogin(std::move(stop)); };
 }
 

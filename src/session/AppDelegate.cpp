@@ -100,6 +100,8 @@ void AppDelegate::decide(bool needsLogin) {
     logInfo("Startup: needsLogin={} needsOnboarding={}", needsLogin, needsOnboarding);
     if (hasAccount() && !needsLogin)
         m_services.background.run(m_hooks.tellRememberedLogin);
+    else if (m_hooks.hasAccounts)
+        m_hooks.nobodySignedIn();
     if (needsLogin || needsOnboarding) {
         beginFirstStart(needsLogin);
         return;

@@ -58,6 +58,8 @@ struct AppHooks {
     std::function<void(const std::string& name, const std::string& email)> tellLogin = [](const auto&, const auto&) {};
     /// The same of a user who signed in at an earlier start.
     std::function<void(std::stop_token)> tellRememberedLogin = [](std::stop_token) {};
+    /// Told at the start where there could be a user and is none.
+    std::function<void()> nobodySignedIn = [] {};
     /// Keeps the sign-in of a remembered user good. Returns at once.
     std::function<void()> refreshSignIn = [] {};
     std::function<void(std::stop_token)> prepareLocalEngine = [](std::stop_token) {};

@@ -64,6 +64,7 @@ protected:
         appHooks.refreshSignIn = [this] { ++refreshes; };
         appHooks.tellLogin = [this](const auto& name, const auto& email) { logins.push_back(name + " " + email); };
         appHooks.tellRememberedLogin = [this](std::stop_token) { ++remembered; };
+        appHooks.nobodySignedIn = [this] { ++nobodies; };
         delegate =
             std::make_unique<AppDelegate>(AppServices{config, mainQueue, background, notifications, keys, accessibility,
                                                       workspace, keychain, recorder, overlay, menuBar, session},
@@ -78,8 +79,8 @@ protected:
     test::FakeSecureStore store;
     Keychain keychain{store};
     AppHooks appHooks;
-    int refreshes = 0, heartbeats = 0, profiles = 0, remembered = 0, meetingsStopped = 0, meetingsLeft = 0,
-        meetingsRecovered = 0;
+    int nobodies = 0, refreshes = 0, heartbeats = 0, profiles = 0, remembered = 0, meetingsStopped = 0,
+        meetingsLeft = 0, meetingsRecovered = 0;
     std::vector<std::string> prepared;
     std::optional<OnboardingStart> onboarding;
     std::vector<std::string> shown, logins;
@@ -245,6 +246,7 @@ TEST_F(Startup, AccountDecidesBeforeTheMarkerDoes) {
     onboarding->onFinish();
     EXPECT_EQ(logins, std::vector<std::string>{"Ada ada@example.org"});
     EXPECT_EQ(remembered, 0) << "it is told as it comes";
+    EXPECT_EQ(nobodies, 1);
     EXPECT_TRUE(hears());
     expectInOrder(logged,
                   {"[Fenlo] Startup: needsLogin=true needsOnboarding=false",
@@ -259,6 +261,7 @@ TEST_F(Startup, AccountIsNotAskedForWhereItIsKnownOrUnwanted) {
     ASSERT_TRUE(onboarding);
     EXPECT_TRUE(onboarding->skipLogin);
     EXPECT_EQ(remembered, 1);
+    EXPECT_EQ(nobodies, 0);
 
     store.values.clear();
     mark(true);
@@ -269,6 +272,7 @@ TEST_F(Startup, AccountIsNotAskedForWhereItIsKnownOrUnwanted) {
     launchAndWait();
     EXPECT_FALSE(onboarding);
     EXPECT_EQ(remembered, 1) << "nothing of who was signed in before";
+    EXPECT_EQ(nobodies, 1);
     EXPECT_TRUE(hears());
 }
 
