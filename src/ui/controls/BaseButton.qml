@@ -42,6 +42,11 @@ Button {
         border.width: control.outline.a > 0 ? 1 : 0
 
         Behavior on color { ColorAnimation { duration: Theme.quick } }
-        FocusRing { visible: control.visualFocus }
+        // Also where a dialog or the login gave it the keyboard, of which the toolkit shows nothing.
+        FocusRing {
+            visible: control.visualFocus
+                     || (control.activeFocus && control.focusReason !== Qt.MouseFocusReason
+                         && control.focusReason !== Qt.NoFocusReason)
+        }
     }
 }

@@ -60,6 +60,12 @@ FocusScope {
             Layout.margins: Theme.unit * 1.5
             spacing: 2
             keyNavigationEnabled: true
+            // By itself it knows the arrows only.
+            Keys.onPressed: event => {
+                event.accepted = event.key === Qt.Key_Home || event.key === Qt.Key_End
+                if (event.accepted)
+                    list.currentIndex = event.key === Qt.Key_Home ? 0 : list.count - 1
+            }
             ScrollBar.vertical: ScrollBar {}
             Accessible.role: Accessible.List
             Accessible.name: "Sections"

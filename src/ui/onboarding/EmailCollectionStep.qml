@@ -7,7 +7,8 @@ StepPage {
     id: step
 
     heading: "Where does mail reach you?"
-    introduction: "Your sign-in gave no address. The service keeps it with your account, and sends the meeting notes there that you ask for."
+    introduction: "Your sign-in gave no e-mail address. The service keeps the one that you enter here with your account, and "
+        + "sends the meeting notes there that you ask for."
     canContinue: step.start.isEmail(address.text)
     skipCaption: "Skip for now"
     first: address

@@ -8,10 +8,22 @@ StepPage {
     nextCaption: ""
     first: step.start.offersGoogle ? google : step.start.offersApple ? apple : without
 
+    Timer { // once the page has its new height
+        id: told
+
+        interval: 0
+        onTriggered: { // in a low window what a sign-in has to say would stay below the edge
+            for (const news of [waiting, noBrowser, failure])
+                if (news.visible)
+                    step.reveal(news)
+        }
+    }
     ColumnLayout {
         spacing: Theme.unit * 2
         Layout.fillWidth: true
-        Layout.topMargin: Theme.unit * 3
+        onHeightChanged: told.restart()
+        // In the middle, with room for what a sign-in has to say, so that nothing moves when it says it.
+        Layout.topMargin: Math.max(Theme.unit, (step.availableHeight - Theme.textSize * 32) / 2)
 
         Repeater {
             model: ["Talk more.", "Type less."]
@@ -58,11 +70,16 @@ StepPage {
             onClicked: step.start.signInWithApple()
         }
         RowLayout {
+            id: waiting
+
             visible: step.start.waitingText !== ""
             spacing: Theme.unit
             Layout.alignment: Qt.AlignHCenter
 
-            Label { text: step.start.waitingText }
+            Busy {
+                text: step.start.waitingText
+                Layout.fillWidth: false
+            }
             LinkButton {
                 text: "Cancel"
                 onClicked: {
@@ -72,13 +89,21 @@ StepPage {
             }
         }
         Notice {
+            id: noBrowser
+
             kind: "warning"
+            Layout.maximumWidth: Theme.textSize * 38
+            Layout.alignment: Qt.AlignHCenter
             text: step.start.browserText
             action: "Copy Address"
             onActed: step.start.copySignInAddress()
         }
         Notice {
+            id: failure
+
             kind: "error"
+            Layout.maximumWidth: Theme.textSize * 38
+            Layout.alignment: Qt.AlignHCenter
             text: step.start.loginError
         }
         LinkButton {
