@@ -27,10 +27,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view input(reinterpret_cast<const char*>(data), size);
     const std::string_view header = input.substr(0, input.find('\n'));
     const std::string_view body = input.substr(std::min(header.size() + 1, input.size()));
-    const std::string next = resolveAddress("https://hub.example/api/models/a/b", nextPage(header));
-    require(next.empty() || !originOf(next).empty());
-    const std::string elsewhere = resolveAddress("https://hub.example/a", header);
-    require(elsewhere.empty() || !originOf(elsewhere).empty());
+    const std::string next = url::resolveAddress("https://hub.example/api/models/a/b", nextPage(header));
+    require(next.empty() || !url::originOf(next).empty());
+    const std::string elsewhere = url::resolveAddress("https://hub.example/a", header);
+    require(elsewhere.empty() || !url::originOf(elsewhere).empty());
     try {
         for (const RepoFile& file : parseTreePage("maker/model", body)) {
             requireInside(file.path);
