@@ -29,6 +29,16 @@ FocusScope {
         face.meeting.showMeetingHistory = false
     }
 
+    /// The keyboard goes to the list, or from an empty one to what is of use.
+    function takeKeyboard() {
+        if (list.count > 0)
+            list.forceActiveFocus(Qt.TabFocusReason)
+        else if (face.meeting.searchQuery !== "")
+            search.forceActiveFocus(Qt.TabFocusReason)
+        else
+            back.forceActiveFocus(Qt.TabFocusReason)
+    }
+
     function ask(id) {
         doomed = id
         question.open()
@@ -44,6 +54,8 @@ FocusScope {
             Layout.fillWidth: true
 
             IconButton {
+                id: back
+
                 name: "Back"
                 sign: "‹"
                 font.pixelSize: Theme.titleSize
@@ -93,6 +105,7 @@ FocusScope {
                 id: list
 
                 readonly property int page: Math.max(1, Math.floor(height / (Theme.textSize * 4)))
+                property bool hadRows: false
 
                 anchors.fill: parent
                 model: face.meeting.history
@@ -106,6 +119,12 @@ FocusScope {
                 ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
                 Accessible.role: Accessible.List
                 Accessible.name: "Meetings"
+
+                onCountChanged: {
+                    if (hadRows && count === 0 && activeFocus)
+                        face.takeKeyboard()
+                    hadRows = count > 0
+                }
 
                 Timer { // when the list has its height
                     interval: 0
@@ -172,6 +191,6 @@ FocusScope {
         explanation: face.doomed === "" ? "" : face.meeting.deletionText(face.doomed)
         verb: "Delete Meeting"
         onAccepted: face.meeting.deletePastMeeting(face.doomed)
-        onClosed: list.forceActiveFocus(Qt.PopupFocusReason)
+        onClosed: face.takeKeyboard()
     }
 }
