@@ -1,5 +1,5 @@
-// What comes in during a sign-in: a browser's request, and the replies of the providers and of the service. Any bytes are
-// read without harm, and what goes on into a header, the keyring, a log line or the screen is one clean line.
+// What comes in during a sign-in: a browser's request, and the replies of the providers and of the service. Any bytes
+// are read without harm, and what goes on into a header, the keyring, a log line or the screen is one clean line.
 
 #include "account/AppleStatus.h"
 #include "account/GoogleReplies.h"

@@ -1,5 +1,5 @@
-// The update feed: any content is read or refused, and what is chosen of it keeps what the feed may not decide: it is newer
-// than what is installed, and its package comes from the feed's own server with a length and a signature.
+// The update feed: any content is read or refused, and what is chosen of it keeps what the feed may not decide: it is
+// newer than what is installed, and its package comes from the feed's own server with a length and a signature.
 
 #include "account/PackageSignature.h"
 #include "account/UpdateOffer.h"
