@@ -81,7 +81,7 @@ class Meetings(DesktopCase):
         home.find("heading", "Foxes")
         home.find("label", "Feed the dog")
         home.press_button("Full Transcript…")
-        desktop.press("End")
+        self._scroll_down_to(home, "list", "Transcript")
         self._check_words(home.find("list", "Transcript"))
         self.assertIn("Priya:**", file.read_text())
         desktop.press("Escape")
@@ -126,7 +126,7 @@ class Meetings(DesktopCase):
         home.find("push button", "Copy Formatted").focus()
         desktop.press("End")
         home.press_button("Full Transcript…")
-        desktop.press("End")
+        self._scroll_down_to(home, "push button", "Star")
         home.press_button("Star")
         home.find("push button", "Remove the star")
         home.find("push button", "Rename Speaker 1")
@@ -209,6 +209,15 @@ class Meetings(DesktopCase):
         """The recent meetings may lie below the window."""
         home.find("push button", "Start Meeting").focus()
         desktop.press("End")
+
+    def _scroll_down_to(self, home, role, name):
+        """What lies at the end of a page that is growing."""
+
+        def shown():
+            desktop.press("End")
+            return home.all(role, name)
+
+        wait_for(shown, f"{role} {name!r} at the end of the page")
 
     def _sees_selected(self, home, transcript, number):
         """Whether the chosen row, which is this one if a number is given, lies inside the window."""
