@@ -2,6 +2,7 @@
 
 #include "account/AccountItems.h"
 #include "account/AccountStore.h"
+#include "account/BackendTransport.h"
 #include "base/Clock.h"
 #include "base/Files.h"
 #include "base/Log.h"
@@ -68,8 +69,8 @@ std::string AppleAuthManager::AuthError::description() const {
 
 AppleAuthManager::AppleAuthManager(const SignInServices& services)
     : m_services(services), m_servicesId(services.deployment.appleServicesId),
-      m_redirectUri(services.deployment.serviceHost + "/api/v1/auth/apple/callback"),
-      m_baseUrl(services.deployment.serviceHost + "/api/v1") {}
+      m_redirectUri(services.deployment.serviceHost + servicePath + "/auth/apple/callback"),
+      m_baseUrl(services.deployment.serviceHost + servicePath) {}
 
 void AppleAuthManager::signIn(Completion completion, NoBrowser noBrowser) {
     cancel();

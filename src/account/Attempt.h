@@ -1,8 +1,6 @@
 #pragma once
 
-#include "base/Background.h"
-#include "base/Lifetime.h"
-#include "base/MainQueue.h"
+#include "base/AskWorker.h"
 
 #include <stop_token>
 #include <utility>
@@ -22,11 +20,13 @@ public:
     /// Gives what `work(std::stop_token)` returns on a worker to `next` on the main thread.
     template <typename Work, typename Next>
     void run(Work work, Next next) const {
-        m_background.run([&queue = m_mainQueue, stop = m_stop, work = std::move(work),
-                          next = m_lifetime.bind(std::move(next))](std::stop_token quit) mutable {
-            const std::stop_callback onQuit(quit, [&stop] { stop.request_stop(); });
-            queue.post([next, result = work(stop.get_token())]() mutable { next(std::move(result)); });
-        });
+        askWorker(
+            m_background, m_mainQueue, m_lifetime,
+            [stop = m_stop, work = std::move(work)](std::stop_token quit) mutable {
+                const std::stop_callback onQuit(std::move(quit), [&stop] { stop.request_stop(); });
+                return work(stop.get_token());
+            },
+            std::move(next));
     }
 
     /// A task that does nothing once this is over.

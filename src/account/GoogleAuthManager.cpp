@@ -5,6 +5,7 @@
 #include "account/GoogleWire.h"
 #include "account/Redirect.h"
 #include "account/RedirectAnswers.h"
+#include "base/AskWorker.h"
 #include "base/Clock.h"
 #include "base/Dates.h"
 #include "base/Log.h"
@@ -240,17 +241,15 @@ void GoogleAuthManager::refreshIfNeeded(Told done) {
 }
 
 void GoogleAuthManager::renew(const std::string& refreshToken, Told done) {
-    const std::function<void(std::optional<GoogleTokens>)> next =
-        m_lifetime.bind([this, refreshToken, done = std::move(done)](const std::optional<GoogleTokens>& tokens) {
+    askWorker(
+        m_services.background, m_services.mainQueue, m_lifetime,
+        [&http = m_services.http, request = googleWire::renewalRequest(m_services.deployment, refreshToken)](
+            std::stop_token stop) { return readTokens(bodyOf(http, request, "the renewal", stop)); },
+        [this, refreshToken, done = std::move(done)](const std::optional<GoogleTokens>& tokens) {
             if (tokens)
                 keepRenewed(*tokens, refreshToken, done);
             else
                 done(false);
-        });
-    m_services.background.run(
-        [&http = m_services.http, &queue = m_services.mainQueue, next,
-         request = googleWire::renewalRequest(m_services.deployment, refreshToken)](std::stop_token stop) {
-            queue.post([next, tokens = readTokens(bodyOf(http, request, "the renewal", stop))] { next(tokens); });
         });
 }
 

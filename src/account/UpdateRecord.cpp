@@ -1,5 +1,6 @@
 #include "account/UpdateRecord.h"
 
+#include "account/ReplyFields.h"
 #include "base/Dates.h"
 #include "base/Files.h"
 #include "base/Json.h"
@@ -17,8 +18,7 @@ constexpr char verifiedKey[] = "newest_verified_version";
 constexpr char checkKey[] = "last_check";
 
 std::string textAt(const nlohmann::json& values, const char* key) {
-    const auto found = values.is_object() ? values.find(key) : values.end();
-    return found != values.end() && found->is_string() ? found->get<std::string>() : "";
+    return replyFields::stringAt(values, key).value_or("");
 }
 
 } // namespace

@@ -87,9 +87,8 @@ std::string AccountModel::questionTitle() {
 
 std::string AccountModel::questionText() {
     return "Your settings, words, history, meetings and keys stay on this computer. The sign-in goes from your "
-           "keyring, "
-           "and this window closes. The login comes next, and dictation waits until you are through with it or close "
-           "it.";
+           "keyring, and this window closes. The login comes next, and dictation waits until you are through with it "
+           "or close it.";
 }
 
 } // namespace fenlo
