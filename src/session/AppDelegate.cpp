@@ -1,5 +1,6 @@
 #include "session/AppDelegate.h"
 
+#include "account/AccountItems.h"
 #include "audio/AudioRecorder.h"
 #include "base/Background.h"
 #include "base/Log.h"
@@ -86,7 +87,7 @@ void AppDelegate::askForAccount() {
         m_services.mainQueue.postAfter(keyringPatience, [this] { decide(!OnboardingMarks::isOnboarded()); });
     m_services.background.run([this](std::stop_token) {
         Keychain& keychain = m_services.keychain;
-        const bool needsLogin = !keychain.load("google_refresh_token").has_value() &&
+        const bool needsLogin = !keychain.load(accountItem::refreshToken).has_value() &&
                                 (keychain.answers() || !OnboardingMarks::isOnboarded());
         m_services.mainQueue.post(m_lifetime.bind([this, needsLogin] { decide(needsLogin); }));
     });
@@ -111,6 +112,13 @@ void AppDelegate::decide(bool needsLogin) {
         showItself();
 }
 
+std::function<void(const std::string&, const std::string&)> AppDelegate::tellsLogin(const char* what) {
+    return [this, what](const std::string& name, const std::string& email) {
+        logInfo("{} as {}", what, name);
+        m_hooks.tellLogin(name, email);
+    };
+}
+
 void AppDelegate::beginFirstStart(bool needsLogin) {
     m_stage = Stage::firstStart;
     if (needsLogin)
@@ -119,10 +127,7 @@ void AppDelegate::beginFirstStart(bool needsLogin) {
         logInfo("Showing onboarding (already logged in)");
     OnboardingStart start;
     start.skipLogin = !needsLogin;
-    start.onLogin = [this](const std::string& name, const std::string& email) {
-        logInfo("Logged in as {}", name);
-        m_hooks.tellLogin(name, email);
-    };
+    start.onLogin = tellsLogin("Logged in");
     start.onFinish = [this] {
         logInfo("Setup complete");
         setUpApplication();
@@ -262,10 +267,7 @@ void AppDelegate::signedOut() {
     pauseHotkey();
     m_hooks.closeHome();
     OnboardingStart start;
-    start.onLogin = [this](const std::string& name, const std::string& email) {
-        logInfo("Re-logged in as {}", name);
-        m_hooks.tellLogin(name, email);
-    };
+    start.onLogin = tellsLogin("Re-logged in");
     showLogin(std::move(start));
 }
 
@@ -276,10 +278,7 @@ void AppDelegate::signIn() {
         return;
     }
     OnboardingStart start;
-    start.onLogin = [this](const std::string& name, const std::string& email) {
-        logInfo("Logged in as {}", name);
-        m_hooks.tellLogin(name, email);
-    };
+    start.onLogin = tellsLogin("Logged in");
     showLogin(std::move(start));
 }
 

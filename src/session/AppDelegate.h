@@ -111,6 +111,7 @@ private:
     bool hasAccount() const;
     void askForAccount();
     void decide(bool needsLogin);
+    std::function<void(const std::string& name, const std::string& email)> tellsLogin(const char* what);
     void beginFirstStart(bool needsLogin);
     void setUpApplication();
     void signedOut();
