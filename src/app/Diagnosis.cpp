@@ -19,6 +19,7 @@
 #include "session/HotkeyListener.h"
 #include "settings/Config.h"
 #include "settings/Deployment.h"
+#include "settings/Keychain.h"
 #include "ui/TrayWatch.h"
 
 #include <QApplication>
@@ -120,7 +121,7 @@ void examineSound(std::vector<Diagnosis>& findings, const Settings& settings) {
 }
 
 void examineSecrets(std::vector<Diagnosis>& findings, SecureStore& store) {
-    if (store.load("google_refresh_token").status == SecureStore::Status::unavailable)
+    if (!Keychain(store).answers())
         findings.push_back({"secure store", State::limited,
                             "no keyring answers: keys cannot be kept from one start to the next",
                             "install and unlock gnome-keyring or KWallet, or keep API keys in the environment"});

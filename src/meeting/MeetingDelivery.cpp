@@ -1,5 +1,6 @@
 #include "meeting/MeetingDelivery.h"
 
+#include "account/AccountItems.h"
 #include "base/Clock.h"
 #include "base/Log.h"
 #include "base/Text.h"
@@ -36,7 +37,7 @@ std::string openedLine(const ReadableMail& mail, const std::filesystem::path& fi
 } // namespace
 
 std::string MeetingDelivery::userAddress() const {
-    return m_services.keychain.load("google_user_email").value_or("");
+    return m_services.keychain.load(accountItem::userEmail).value_or("");
 }
 
 bool MeetingDelivery::sendsByItself() const {
