@@ -32,14 +32,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string elsewhere = url::resolveAddress("https://hub.example/a", header);
     require(elsewhere.empty() || !url::originOf(elsewhere).empty());
     try {
-        for (const RepoFile& file : parseTreePage("maker/model", body)) {
-            requireInside(file.path);
-            require(!file.sha256 || file.sha256->size() == 64);
-            require(matchesGlob(file.path, "*") && url::percentEncode(file.path, "/").find(' ') == std::string::npos);
-        }
+        for (const char* subfolder : {"", "folder"})
+            for (const RepoFile& file : parseTreePage({"maker/model", "main", subfolder}, body)) {
+                requireInside(file.path);
+                require(!file.sha256 || file.sha256->size() == 64);
+                require(matchesGlob(file.path, "*") && matchesGlob(file.path, literalGlob(file.path)));
+                require(url::percentEncode(file.path, "/").find(' ') == std::string::npos);
+            }
     } catch (const HubError& error) {
         require(std::string_view(error.what()).find('\n') == std::string_view::npos);
     }
+    matchesGlob(body.substr(0, 200), header.substr(0, 60));
+    if (isRevision(header))
+        require(header.find_first_of("\n\\ ?*[") == std::string_view::npos && !header.ends_with('/'));
     if (const auto manifest = SnapshotManifest::parse(body)) {
         const auto again = SnapshotManifest::parse(manifest->text());
         require(again && again->text() == manifest->text());

@@ -1,25 +1,13 @@
 #include "hub/ContentCheck.h"
 
+#include "base/Hexadecimal.h"
+#include "base/OpenSsl.h"
+
 #include <array>
 #include <fstream>
 #include <new>
-#include <openssl/evp.h>
 
 namespace fenlo::hub {
-
-namespace {
-
-std::string hexadecimal(const unsigned char* bytes, unsigned size) {
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (unsigned i = 0; i < size; ++i) {
-        text += digits[bytes[i] >> 4u];
-        text += digits[bytes[i] & 15u];
-    }
-    return text;
-}
-
-} // namespace
 
 void ContentCheck::Free::operator()(evp_md_ctx_st* context) const {
     EVP_MD_CTX_free(context);
@@ -50,7 +38,8 @@ bool ContentCheck::isRight() {
         return true;
     std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
     unsigned size = 0;
-    return EVP_DigestFinal_ex(m_digest.get(), hash.data(), &size) && hexadecimal(hash.data(), size) == m_expectedHash;
+    return EVP_DigestFinal_ex(m_digest.get(), hash.data(), &size) &&
+           hexadecimal(std::as_bytes(std::span(hash).first(size))) == m_expectedHash;
 }
 
 std::string contentHash(const RepoFile& file) {

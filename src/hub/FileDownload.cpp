@@ -2,6 +2,7 @@
 
 #include "hub/HubPaths.h"
 #include "hub/Retries.h"
+#include "hub/TreePage.h"
 
 namespace fenlo::hub {
 
@@ -21,7 +22,7 @@ std::string strongTag(const HttpResponse& head) {
 
 FileDownload::FileDownload(const HubConnection& connection, Clock& clock, const std::filesystem::path& folder,
                            const RepoFile& file, Tell tell)
-    : m_connection(connection), m_clock(clock), m_file(file), m_what(connection.repo() + "/" + shown(file.path)),
+    : m_connection(connection), m_clock(clock), m_file(file), m_what(connection.described(file.path)),
       m_tell(std::move(tell)), m_partial(folder, file), m_check(file) {}
 
 void FileDownload::run(std::stop_token stop) {
@@ -61,12 +62,32 @@ void FileDownload::fetchRest(std::stop_token stop) {
         return true;
     };
     request.onBody = [this](std::string_view bytes) { takeBytes(bytes); };
-    if (m_connection.get(request, m_what, stop).status == 416) {
+    if (send(request, stop).status == 416) {
         begin("");
         throw PassingFault(Kind::badReply, "the hub refuses to continue " + m_what + "; try again");
     }
     if (m_check.size() < m_file.size)
         throw PassingFault(Kind::network, "the hub ended " + m_what + " too early; check the network and try again");
+}
+
+HttpResponse FileDownload::send(const HttpRequest& request, std::stop_token stop) const {
+    try {
+        return m_connection.get(request, m_what, stop,
+                                [this](const HttpResponse& redirect) { takeRedirect(redirect); });
+    } catch (const HubError& error) {
+        if (error.kind != Kind::notFound)
+            throw;
+        throw HubError(Kind::notFound, "the hub lists " + m_what + " but does not have it; try again later");
+    }
+}
+
+/// The hub tells the hash of a large file before the storage sends it. So a changed file is not fetched in vain.
+void FileDownload::takeRedirect(const HttpResponse& redirect) const {
+    std::string tag = headerOf(redirect, "x-linked-etag");
+    std::erase(tag, '"');
+    const auto hash = hexadecimalHash(tag, 64);
+    if (hash && m_file.sha256 && hash != m_file.sha256)
+        throw HubError(Kind::damaged, "the hub has another " + m_what + " than it lists; try again later");
 }
 
 void FileDownload::takeHead(const HttpResponse& head) {
@@ -108,10 +129,7 @@ void FileDownload::requireRightContent() {
     if (m_check.isRight())
         return;
     begin("");
-    const std::string message = "the content of " + m_what + " is not what the hub lists; try again later";
-    if (std::exchange(m_wasDamaged, true))
-        throw HubError(Kind::damaged, message);
-    throw PassingFault(Kind::damaged, message);
+    throw HubError(Kind::damaged, "the content of " + m_what + " is not what the hub lists; try again later");
 }
 
 } // namespace fenlo::hub

@@ -6,7 +6,8 @@
 namespace fenlo::hub {
 
 /// Downloads one file of a repository: continues an earlier attempt, tries again after passing faults, and accepts only
-/// the content that the hub lists.
+/// the content that the hub lists. When the hub has other content it throws HubError damaged, and when it has the file
+/// no more, notFound: the list may be out of date.
 ///
 /// Threads: one at a time; several downloads run side by side.
 class FileDownload {
@@ -25,6 +26,8 @@ public:
 
 private:
     void fetchRest(std::stop_token stop);
+    HttpResponse send(const HttpRequest& request, std::stop_token stop) const;
+    void takeRedirect(const HttpResponse& redirect) const;
     void takeHead(const HttpResponse& head);
     void takeBytes(std::string_view bytes);
     void begin(const std::string& entityTag);
@@ -37,7 +40,6 @@ private:
     const Tell m_tell;
     PartialFile m_partial;
     ContentCheck m_check;
-    bool m_wasDamaged = false;
 };
 
 } // namespace fenlo::hub

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace fenlo {
@@ -34,11 +35,32 @@ struct HubSettings {
     static HubSettings fromEnvironment();
 };
 
+/// A repository on the hub, as it is at a revision. With a subfolder, the repository is what lies below that: paths and
+/// patterns are relative to it.
+struct HubRepo {
+    std::string name;              // "publisher/name"
+    std::string revision = "main"; // a branch, a tag or a commit
+    std::string subfolder = {};    // "folder" or "folder/within"; empty for the whole repository
+
+    bool operator==(const HubRepo&) const = default;
+};
+
+/// Which files of a repository: those that an allow pattern matches, all without one, but for those that an ignore
+/// pattern matches. Patterns are globs.
+struct FilePatterns {
+    std::vector<std::string> allow = {};
+    std::vector<std::string> ignore = {};
+
+    bool match(const std::string& path) const;
+};
+
 struct RepoFile {
     std::string path; // relative, with forward slashes; never leaves the repository's folder
     std::uint64_t size = 0;
     std::optional<std::string> sha256; // lower-case hexadecimal, where the hub tells it
     std::optional<std::string> blobId; // git's SHA-1 of the content, where the hub tells that instead
+
+    bool operator==(const RepoFile&) const = default;
 };
 
 struct DownloadProgress {
@@ -49,25 +71,25 @@ struct DownloadProgress {
 /// Client of a Hugging Face hub: lists repositories and downloads files.
 ///
 /// Threads: any; calls block. Several files are downloaded at a time.
-/// Errors:  HubError. A stop request ends a call within a fraction of a second; the next attempt continues from what
-/// has
+/// Errors:  HubError; of the kind notFound for a name, revision or subfolder that cannot be one, before anything is
+///          sent. A stop request ends a call within a fraction of a second; the next attempt continues from what has
 ///          been received.
 class HubClient {
 public:
     /// The clock times the pauses before another attempt.
     HubClient(HttpClient& http, HubSettings settings, Clock& clock);
 
-    /// The files of a repository whose path matches one of the globs; without globs, all files. `*` also matches
-    /// slashes.
-    std::vector<RepoFile> listFiles(const std::string& repo, const std::vector<std::string>& globs,
-                                    std::stop_token stop);
+    std::vector<RepoFile> listFiles(const HubRepo& repo, const FilePatterns& wanted, std::stop_token stop);
 
     /// Downloads the matching files into `folder`, each at its path. A file that is already whole is not fetched again.
     /// A broken download continues where it stopped, as long as the hub has the same file. A file gets its name only
-    /// when its size and hash are right. When the hub cannot be reached, files that were complete before are used as
-    /// they are. A second process that wants the same folder waits for the first. The progress callback may be empty;
-    /// it is called on the calling thread.
-    void snapshot(const std::string& repo, const std::vector<std::string>& globs, const std::filesystem::path& folder,
+    /// when its size and hash are right. A file that changes on the hub meanwhile has the repository listed again,
+    /// once, so that the folder never holds a mixture; files of an earlier snapshot that the repository has no more are
+    /// removed, unless somebody has changed them. When the hub cannot be reached, files that were complete before, at
+    /// the same revision, are used as they are; those of a commit, which never changes, are not even asked for. A
+    /// second process that wants the same folder waits for the first. The progress callback may be empty; it is called
+    /// on the calling thread.
+    void snapshot(const HubRepo& repo, const FilePatterns& wanted, const std::filesystem::path& folder,
                   const std::function<void(DownloadProgress)>& progress, std::stop_token stop);
 
 private:
@@ -76,7 +98,11 @@ private:
     Clock& m_clock;
 };
 
-/// `*` stands for any run of characters, `?` for one.
-bool matchesGlob(const std::string& path, const std::string& glob);
+/// `*` stands for any run of characters, slashes too, `?` for one, `[a-f_]` for one of a set, `[!a]` for one that is
+/// not in it. A slash at the end of the glob stands for all that is in the folder.
+bool matchesGlob(std::string_view path, std::string_view glob);
+
+/// The glob that matches this text only.
+std::string literalGlob(std::string_view text);
 
 } // namespace fenlo::hub

@@ -36,24 +36,43 @@ std::string withoutSlash(std::string endpoint) {
 
 } // namespace
 
-HubConnection::HubConnection(HttpClient& http, const HubSettings& settings, std::string repo)
+HubConnection::HubConnection(HttpClient& http, const HubSettings& settings, HubRepo repo)
     : m_http(http), m_settings(settings), m_repo(std::move(repo)), m_endpoint(withoutSlash(settings.endpoint)) {
-    if (!isRepoName(m_repo))
+    if (!isRepoName(m_repo.name))
         throw HubError(Kind::notFound,
-                       "\"" + shown(m_repo) + "\" is no name of a repository; it looks like \"publisher/name\"");
+                       "\"" + shown(m_repo.name) + "\" is no name of a repository; it looks like \"publisher/name\"");
+    if (!isRevision(m_repo.revision))
+        throw HubError(Kind::notFound, "\"" + shown(m_repo.revision) + "\" is no revision of " + m_repo.name +
+                                           "; check that it is a branch, a tag or a commit");
+    if (!m_repo.subfolder.empty() && !isSafePath(m_repo.subfolder))
+        throw HubError(Kind::notFound, "\"" + shown(m_repo.subfolder) + "\" is no folder of " + m_repo.name +
+                                           "; check that it looks like \"folder/within\"");
     if (url::originOf(m_endpoint).empty())
         throw HubError(Kind::network, "the address of the model hub is no http or https address; check HF_ENDPOINT");
 }
 
+std::string HubConnection::described(const std::string& path) const {
+    std::string text = m_repo.name;
+    for (const std::string& below : {m_repo.subfolder, path})
+        if (!below.empty())
+            text += "/" + shown(below);
+    return m_repo.revision == HubRepo().revision ? text : text + " at " + shown(m_repo.revision);
+}
+
 std::string HubConnection::listingAddress() const {
-    return m_endpoint + "/api/models/" + m_repo + "/tree/" + revision + "?recursive=true";
+    const std::string folder = m_repo.subfolder.empty() ? "" : "/" + url::percentEncode(m_repo.subfolder, "/");
+    return m_endpoint + "/api/models/" + m_repo.name + "/tree/" + url::percentEncode(m_repo.revision, "") + folder +
+           "?recursive=true";
 }
 
 std::string HubConnection::fileAddress(const std::string& path) const {
-    return m_endpoint + "/" + m_repo + "/resolve/" + revision + "/" + url::percentEncode(path, "/");
+    const std::string whole = m_repo.subfolder.empty() ? path : m_repo.subfolder + "/" + path;
+    return m_endpoint + "/" + m_repo.name + "/resolve/" + url::percentEncode(m_repo.revision, "") + "/" +
+           url::percentEncode(whole, "/");
 }
 
-HttpResponse HubConnection::get(HttpRequest request, const std::string& what, std::stop_token stop) const {
+HttpResponse HubConnection::get(HttpRequest request, const std::string& what, std::stop_token stop,
+                                const std::function<void(const HttpResponse&)>& onRedirect) const {
     const std::string home = url::originOf(m_endpoint);
     const auto plainHeaders = request.headers;
     if (request.onBody)
@@ -74,6 +93,8 @@ HttpResponse HubConnection::get(HttpRequest request, const std::string& what, st
             return answer;
         if (!isRedirect(answer.status))
             refuse(answer, what, isFromHub);
+        if (onRedirect && isFromHub)
+            onRedirect(answer);
         const std::string next = url::resolveAddress(request.url, headerOf(answer, "location"));
         if (next.empty() || (request.url.starts_with("https:") && !text::lower(next).starts_with("https:")))
             throw HubError(Kind::badReply,
@@ -117,10 +138,12 @@ void HubConnection::refuse(const HttpResponse& answer, const std::string& what, 
     case 401:
     case 403:
         throw HubError(Kind::unauthorized, "the hub does not give out " + what + status +
-                                               "; check the name, and set HF_TOKEN to a token that may read " + m_repo);
+                                               "; check the name, and set HF_TOKEN to a token that may read " +
+                                               m_repo.name);
     case 404:
     case 410:
-        throw HubError(Kind::notFound, "the hub has no " + what + status + "; check the name of the repository");
+        throw HubError(Kind::notFound, "the hub has no " + what + status + "; check the name of the repository" +
+                                           (m_repo == HubRepo{m_repo.name} ? "" : ", its revision and its folder"));
     case 408:
     case 429:
     case 500:

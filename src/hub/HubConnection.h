@@ -11,19 +11,21 @@ namespace fenlo::hub {
 /// Errors:  HubError; a PassingFault where another attempt makes sense.
 class HubConnection {
 public:
-    HubConnection(HttpClient& http, const HubSettings& settings, std::string repo);
+    HubConnection(HttpClient& http, const HubSettings& settings, HubRepo repo);
 
-    const std::string& repo() const { return m_repo; }
+    const HubRepo& repo() const { return m_repo; }
+    /// The repository or a file of it, for messages: "publisher/name/folder/file at v2".
+    std::string described(const std::string& path = "") const;
     /// Bytes. When an attempt received fewer before the connection fell silent, it is not repeated.
     double leastProgress() const { return m_settings.idleLimit * m_settings.leastRate; }
     std::string listingAddress() const;
     std::string fileAddress(const std::string& path) const;
 
     /// Sends a GET and follows its redirects. There is no time limit while enough bytes arrive. Answers of 2xx and 416
-    /// (no such range) are returned; only the body of a 2xx is streamed. `what` is named in messages.
-    HttpResponse get(HttpRequest request, const std::string& what, std::stop_token stop) const;
-
-    static constexpr char revision[] = "main";
+    /// (no such range) are returned; only the body of a 2xx is streamed. `what` is named in messages. `onRedirect` sees
+    /// the hub's own redirects, which tell about the file that they lead to; it may throw.
+    HttpResponse get(HttpRequest request, const std::string& what, std::stop_token stop,
+                     const std::function<void(const HttpResponse&)>& onRedirect = {}) const;
 
 private:
     HttpResponse sendOnce(const HttpRequest& request, const std::string& what, std::stop_token stop) const;
@@ -31,7 +33,7 @@ private:
 
     HttpClient& m_http;
     const HubSettings& m_settings;
-    const std::string m_repo;
+    const HubRepo m_repo;
     const std::string m_endpoint; // without a slash at its end
 };
 

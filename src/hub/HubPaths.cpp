@@ -38,6 +38,23 @@ bool isRepoName(std::string_view repo) {
            });
 }
 
+bool isRevision(std::string_view revision) {
+    const auto components = text::split(revision, '/');
+    return revision.size() <= maxComponentBytes && text::repairUtf8(revision) == revision &&
+           revision.find_first_of(" ~^:?*[") == std::string_view::npos &&
+           revision.find("..") == std::string_view::npos && revision.find("@{") == std::string_view::npos &&
+           revision != "@" && !revision.starts_with('-') &&
+           std::all_of(components.begin(), components.end(), [](const std::string& component) {
+               return isSafeComponent(component) && !component.starts_with('.') && !component.ends_with('.') &&
+                      !component.ends_with(".lock");
+           });
+}
+
+bool isCommit(std::string_view revision) {
+    constexpr std::size_t digits = 40;
+    return revision.size() == digits && revision.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
 bool isSafePath(std::string_view path) {
     const auto components = text::split(path, '/');
     const std::string& first = components.front();

@@ -11,6 +11,12 @@ namespace fenlo::hub {
 /// "publisher/name", or a bare name, of letters, digits, '.', '-' and '_'.
 bool isRepoName(std::string_view repo);
 
+/// Whether git allows the name for a branch or a tag, or it is a commit. At most 255 bytes.
+bool isRevision(std::string_view revision);
+
+/// A commit's whole hash: what it names never changes.
+bool isCommit(std::string_view revision);
+
 /// Whether a path stays inside its folder on every file system and avoids the client's own files there: it is relative,
 /// has no empty, "." or ".." component, no backslash, no control character and no component over 255 bytes.
 bool isSafePath(std::string_view path);

@@ -82,6 +82,12 @@ std::uint64_t PartialFile::sizeOf(const fs::path& folder, const RepoFile& file) 
     return error || size > file.size || recordedTag(partial, file).empty() ? 0 : size;
 }
 
+void PartialFile::discard(const fs::path& folder, const RepoFile& file) {
+    const fs::path partial = partialPath(folder, file);
+    files::removeQuietly(recordPath(partial));
+    files::removeQuietly(partial);
+}
+
 bool PartialFile::readInto(ContentCheck& check, std::stop_token stop) {
     std::string piece(1u << 20u, '\0');
     for (off_t at = 0; !stop.stop_requested();) {

@@ -18,6 +18,9 @@ public:
     /// How many bytes an earlier attempt left.
     static std::uint64_t sizeOf(const std::filesystem::path& folder, const RepoFile& file);
 
+    /// Forgets what an earlier attempt left.
+    static void discard(const std::filesystem::path& folder, const RepoFile& file);
+
     /// Empty when the rest cannot be requested.
     const std::string& entityTag() const { return m_entityTag; }
 

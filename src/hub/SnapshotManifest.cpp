@@ -15,7 +15,7 @@ using nlohmann::json;
 
 namespace {
 
-const std::vector<std::string> everything{"*"};
+const std::string everything = "*";
 
 json toJson(const RepoFile& file) {
     json entry = {{"path", file.path}, {"size", file.size}};
@@ -35,7 +35,41 @@ std::optional<RepoFile> toFile(const json& entry) {
     return file;
 }
 
+/// A plain string where nothing is ignored.
+json toJson(const SnapshotManifest::Done& done) {
+    if (done.ignore.empty())
+        return done.allow;
+    return {{"allow", done.allow}, {"ignore", done.ignore}};
+}
+
+SnapshotManifest::Done toDone(const json& entry) {
+    if (entry.is_string())
+        return {entry};
+    return {entry.at("allow"), entry.at("ignore")};
+}
+
+std::vector<SnapshotManifest::Done> doneBy(const FilePatterns& wanted) {
+    std::vector<SnapshotManifest::Done> done;
+    for (const std::string& allow : wanted.allow)
+        done.push_back({allow, wanted.ignore});
+    if (wanted.allow.empty())
+        done.push_back({everything, wanted.ignore});
+    return done;
+}
+
+/// Whether all files of `wanted` are among those of `done`, as far as that can be told by the patterns' texts.
+bool includes(const SnapshotManifest::Done& done, const SnapshotManifest::Done& wanted) {
+    return (done.allow == everything || done.allow == wanted.allow) &&
+           std::ranges::all_of(done.ignore, [&](const std::string& glob) {
+               return std::ranges::find(wanted.ignore, glob) != wanted.ignore.end();
+           });
+}
+
 } // namespace
+
+SnapshotManifest SnapshotManifest::of(const HubRepo& repo, const FilePatterns& wanted, std::vector<RepoFile> files) {
+    return {repo, doneBy(wanted), std::move(files)};
+}
 
 std::optional<SnapshotManifest> SnapshotManifest::load(const fs::path& folder) {
     const auto content = files::read(folder / manifestName);
@@ -44,7 +78,9 @@ std::optional<SnapshotManifest> SnapshotManifest::load(const fs::path& folder) {
 
 std::optional<SnapshotManifest> SnapshotManifest::parse(std::string_view content) try {
     const json values = parseJson(content);
-    SnapshotManifest manifest{values.at("repo"), values.at("revision"), values.at("globs"), {}};
+    SnapshotManifest manifest{{values.at("repo"), values.at("revision"), values.value("subfolder", "")}, {}, {}};
+    for (const json& entry : values.at("globs"))
+        manifest.done.push_back(toDone(entry));
     for (const json& entry : values.at("files")) {
         const auto file = toFile(entry);
         if (!file)
@@ -60,7 +96,12 @@ std::string SnapshotManifest::text() const {
     json entries = json::array();
     for (const RepoFile& file : files)
         entries.push_back(toJson(file));
-    const json values = {{"repo", repo}, {"revision", revision}, {"globs", globs}, {"files", entries}};
+    json globs = json::array();
+    for (const Done& each : done)
+        globs.push_back(toJson(each));
+    json values = {{"repo", repo.name}, {"revision", repo.revision}, {"globs", globs}, {"files", entries}};
+    if (!repo.subfolder.empty())
+        values["subfolder"] = repo.subfolder;
     return writeJson(values, 2) + "\n";
 }
 
@@ -70,39 +111,30 @@ void SnapshotManifest::save(const fs::path& folder) const {
                                                  "; check the folder's permissions and the free space");
 }
 
-bool SnapshotManifest::isCompleteFor(const std::string& wantedRepo, const std::vector<std::string>& wantedGlobs,
+bool SnapshotManifest::isCompleteFor(const HubRepo& wantedRepo, const FilePatterns& wanted,
                                      const fs::path& folder) const {
-    const auto isDone = [this](const std::string& glob) {
-        return std::find(globs.begin(), globs.end(), glob) != globs.end();
+    const auto isDone = [this](const Done& each) {
+        return std::ranges::any_of(done, [&](const Done& had) { return includes(had, each); });
     };
-    const auto& wanted = wantedGlobs.empty() ? everything : wantedGlobs;
-    return repo == wantedRepo && (isDone("*") || std::all_of(wanted.begin(), wanted.end(), isDone)) &&
-           std::all_of(files.begin(), files.end(),
-                       [&](const RepoFile& file) { return !matchesAny(file.path, wanted) || hasSize(folder, file); });
+    return repo == wantedRepo && std::ranges::all_of(doneBy(wanted), isDone) &&
+           std::ranges::all_of(files,
+                               [&](const RepoFile& file) { return !wanted.match(file.path) || hasSize(folder, file); });
 }
 
 bool SnapshotManifest::names(const RepoFile& file) const {
-    return std::any_of(files.begin(), files.end(), [&](const RepoFile& known) {
-        return known.path == file.path && known.size == file.size && known.sha256 == file.sha256 &&
-               known.blobId == file.blobId;
-    });
+    return std::ranges::find(files, file) != files.end();
 }
 
-void SnapshotManifest::merge(const SnapshotManifest& newer) {
-    if (repo != newer.repo || revision != newer.revision) {
+void SnapshotManifest::merge(const SnapshotManifest& newer, const FilePatterns& wanted) {
+    if (repo != newer.repo) {
         *this = newer;
         return;
     }
-    for (const std::string& glob : newer.globs)
-        if (std::find(globs.begin(), globs.end(), glob) == globs.end())
-            globs.push_back(glob);
-    std::erase_if(files, [&](const RepoFile& file) { return matchesAny(file.path, newer.globs); });
+    for (const Done& each : newer.done)
+        if (std::ranges::find(done, each) == done.end())
+            done.push_back(each);
+    std::erase_if(files, [&](const RepoFile& file) { return wanted.match(file.path); });
     files.insert(files.end(), newer.files.begin(), newer.files.end());
-}
-
-bool matchesAny(const std::string& path, const std::vector<std::string>& globs) {
-    return globs.empty() ||
-           std::any_of(globs.begin(), globs.end(), [&](const std::string& glob) { return matchesGlob(path, glob); });
 }
 
 bool hasSize(const fs::path& folder, const RepoFile& file) {

@@ -16,8 +16,8 @@ constexpr std::size_t sha1Digits = 40;
 constexpr std::size_t sha256Digits = 64;
 constexpr std::uint64_t maxFileBytes = 1ull << 46u; // so that the sum of a listing does not overflow
 
-[[noreturn]] void refuse(const std::string& repo, const std::string& fault) {
-    throw HubError(HubError::Kind::badReply, "the hub's list of the files of " + shown(repo) + " " + fault);
+[[noreturn]] void refuse(const HubRepo& repo, const std::string& fault) {
+    throw HubError(HubError::Kind::badReply, "the hub's list of the files of " + shown(repo.name) + " " + fault);
 }
 
 const json* find(const json& object, const char* key) {
@@ -30,9 +30,14 @@ std::string textOf(const json& object, const char* key) {
     return value && value->is_string() ? value->get<std::string>() : "";
 }
 
-RepoFile parseFile(const std::string& repo, const json& entry) {
+RepoFile parseFile(const HubRepo& repo, const json& entry) {
     RepoFile file;
     file.path = textOf(entry, "path");
+    const std::string below = repo.subfolder.empty() ? "" : repo.subfolder + "/";
+    if (!file.path.starts_with(below))
+        refuse(repo,
+               "has \"" + shown(file.path) + "\", which is not in " + shown(repo.subfolder) + "; try again later");
+    file.path.erase(0, below.size());
     if (!isSafePath(file.path))
         refuse(repo, "has an unsafe path, \"" + shown(file.path) + "\"; nothing is downloaded from it");
 
@@ -61,7 +66,7 @@ std::optional<std::string> hexadecimalHash(std::string_view text, std::size_t di
     return hash;
 }
 
-std::vector<RepoFile> parseTreePage(const std::string& repo, std::string_view body) {
+std::vector<RepoFile> parseTreePage(const HubRepo& repo, std::string_view body) {
     const json page = parseJson(body);
     if (!page.is_array())
         refuse(repo, "cannot be read; check HF_ENDPOINT and whether the network asks for a sign-in");

@@ -68,11 +68,13 @@ TEST_F(DownloadFaultsTest, DamagedContentNeverGetsItsName) {
         std::string message;
         std::string file = "weights/model one.safetensors";
     };
-    for (const Case& test : {Case{{.mode = "content", .times = 9}, "is not what the hub lists"},
-                             Case{{.mode = "hash", .inListing = true}, "is not what the hub lists"},
-                             Case{{.mode = "size", .inListing = true}, "with 2500000 bytes but lists it with 2500001"},
-                             Case{{.mode = "content", .times = 9}, "is not what the hub lists", "config.json"},
-                             Case{{.mode = "endless"}, "sends more of"}}) {
+    for (const Case& test :
+         {Case{{.mode = "content", .times = 9}, "is not what the hub lists"},
+          Case{{.mode = "hash", .inListing = true, .times = 2}, "has another maker/model/weights/"},
+          Case{{.mode = "hash", .inListing = true, .times = 2}, "is not what the hub lists", "config.json"},
+          Case{{.mode = "size", .inListing = true, .times = 2}, "with 2500000 bytes but lists it with 2500001"},
+          Case{{.mode = "content", .times = 9}, "is not what the hub lists", "config.json"},
+          Case{{.mode = "endless", .times = 2}, "sends more of"}}) {
         hub.hit(test.fault);
         const HubError error = failure({test.file});
         EXPECT_EQ(error.kind, Kind::damaged) << test.fault.mode;

@@ -24,7 +24,7 @@ protected:
     hub::HubClient hubClient() { return {http, settings, clock}; }
     void download(const std::vector<std::string>& globs = {}, std::stop_token stop = {}) {
         hubClient().snapshot(
-            repo, globs, folder, [this](hub::DownloadProgress now) { told.push_back(now); }, stop);
+            repo, {globs}, folder, [this](hub::DownloadProgress now) { told.push_back(now); }, stop);
     }
     /// The error of a download that must not succeed; its message is checked for what holds for all.
     hub::HubError failure(const std::vector<std::string>& globs = {}, std::stop_token stop = {});
@@ -43,7 +43,7 @@ protected:
 
     const TemporaryFolder root;
     const std::filesystem::path folder = root / "downloads" / "model";
-    const std::string repo = "maker/model";
+    hub::HubRepo repo{"maker/model"};
     const std::string weights = "weights/model one.safetensors";
     const std::vector<std::string> onlyLarge{"weights/*"};
     const std::string& large; // the content of `weights`, 2,500,000 random bytes

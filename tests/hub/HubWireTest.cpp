@@ -39,9 +39,9 @@ TEST_F(HubWireTest, AListingNamesFilesOfAllPagesThatMatch) {
     EXPECT_EQ(all[2].sha256, std::nullopt);
     EXPECT_EQ(all[3].size, large.size());
     EXPECT_EQ(all[3].sha256, test::sha256(large));
-    EXPECT_THAT(paths(hubClient().listFiles(repo, {"*.txt", "weights/*"}, {})),
+    EXPECT_THAT(paths(hubClient().listFiles(repo, {{"*.txt", "weights/*"}}, {})),
                 ElementsAre("a.txt", "b/c.txt", weights));
-    EXPECT_THAT(paths(hubClient().listFiles(repo, {"none*"}, {})), ElementsAre());
+    EXPECT_THAT(paths(hubClient().listFiles(repo, {{"none*"}}, {})), ElementsAre());
 
     const WireRequest first = hub.requests().front().wire;
     EXPECT_EQ(first.method, "GET");

@@ -47,7 +47,7 @@ TEST_F(SnapshotTest, OfflineOnlyACompleteSnapshotIsUsed) {
     fs::resize_file(folder / weights, 3);
     EXPECT_EQ(failure().kind, Kind::offline);
     download({"config.json"});
-    EXPECT_THROW(hubClient().snapshot("maker/other", {}, folder, {}, {}), HubError);
+    EXPECT_THROW(hubClient().snapshot({"maker/other"}, {}, folder, {}, {}), HubError);
 }
 
 TEST_F(SnapshotTest, WithoutANetworkCompleteFilesAreUsedAtOnce) {
@@ -154,7 +154,7 @@ TEST_F(SnapshotTest, CancellingEndsAllWorkersAtOnceAndKeepsWhatCame) {
     std::chrono::steady_clock::time_point asked;
     try {
         hubClient().snapshot(
-            repo, {"more/*"}, folder,
+            repo, {{"more/*"}}, folder,
             [&](DownloadProgress now) {
                 if (now.received == 4 * 500'000) {
                     asked = std::chrono::steady_clock::now();
@@ -190,10 +190,12 @@ TEST_F(SnapshotTest, TheFirstFailureEndsTheOthersAndAListenersFaultPassesThrough
 }
 
 TEST(SnapshotManifest, DamagedManifestsAreIgnored) {
-    const SnapshotManifest manifest{"a/b", "main", {"*"}, {{"c", 5, std::string(64, 'a'), {}}, {"d/e", 0, {}, {}}}};
+    const SnapshotManifest manifest{
+        {"a/b"}, {{"*"}, {"c*", {"cd", "ce"}}}, {{"c", 5, std::string(64, 'a'), {}}, {"d/e", 0, {}, {}}}};
     const auto back = SnapshotManifest::parse(manifest.text());
     ASSERT_TRUE(back);
     EXPECT_EQ(back->text(), manifest.text());
+    EXPECT_EQ(back->done, manifest.done);
     EXPECT_TRUE(back->names(manifest.files[0]));
     EXPECT_FALSE(back->names({"c", 5, std::string(64, 'b'), {}}));
     for (const char* content :

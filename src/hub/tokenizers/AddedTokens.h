@@ -1,7 +1,7 @@
 #pragma once
 
 #include "hub/tokenizers/JsonNode.h"
-#include "hub/tokenizers/Vocabulary.h"
+#include "hub/tokenizers/models/Vocabulary.h"
 
 #include <bitset>
 #include <cstddef>

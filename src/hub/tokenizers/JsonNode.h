@@ -1,8 +1,13 @@
 #pragma once
 
+#include "base/Json.h"
+
+#include <memory>
 #include <nlohmann/json_fwd.hpp>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace fenlo::hub {
@@ -15,7 +20,7 @@ class JsonNode {
 public:
     /// `source` is what error texts call the file.
     JsonNode(const nlohmann::json& value, std::string place, const std::string& source)
-        : m_value(&value), m_place(std::move(place)), m_source(&source) {}
+        : JsonNode(value, std::move(place), source, std::make_shared<std::set<std::string>>()) {}
 
     /// The file is damaged.
     [[noreturn]] void fail(const std::string& fault) const;
@@ -32,24 +37,30 @@ public:
     bool boolean(bool whenMissing) const;
     /// A whole number from 0 to `maximum`.
     int integer(int maximum) const;
-    bool isZero() const;
 
     /// The member "type" of an object.
     std::string type() const;
     [[noreturn]] void refuseType() const;
-    /// Refuses other members: to ignore them could change the tokens.
+    /// What to do with other members. One that is null asks for nothing, and one of the table of harmless members, such
+    /// as a comment or what the vocabulary was trained with, cannot change a token: these are left out, which the log
+    /// tells once for each name in a file. All others are refused by name, since to leave them out could change tokens.
     void allowOnly(const std::vector<std::string_view>& keys) const;
 
 private:
+    using Names = std::shared_ptr<std::set<std::string>>;
+
+    JsonNode(const nlohmann::json& value, std::string place, const std::string& source, Names leftOut)
+        : m_value(&value), m_place(std::move(place)), m_source(&source), m_leftOut(std::move(leftOut)) {}
+
+    void leaveOut(const std::string& key, std::string_view reason) const;
+
     const nlohmann::json* m_value;
     std::string m_place;
     const std::string* m_source;
+    Names m_leftOut; // of the whole file, told in the log
 };
 
 /// Throws the TokenizerError for a damaged file.
 [[noreturn]] void failDocument(const std::string& source, const std::string& place, const std::string& fault);
-
-/// The text for an error message: cut short, in quotes, on one line.
-std::string inQuotes(std::string_view text);
 
 } // namespace fenlo::hub

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hub/tokenizers/Vocabulary.h"
+#include "hub/tokenizers/models/Vocabulary.h"
 
 #include <cstddef>
 #include <nlohmann/json.hpp>
@@ -19,11 +19,16 @@ struct MergeText {
     std::string_view right() const { return std::string_view(both).substr(leftSize); }
 };
 
+/// How a file writes its vocabulary: ids by piece, or a list of pieces with their scores.
+enum class VocabularyForm { missing, table, list };
+
 /// The content of a tokenizer file. Vocabulary and merges, nearly all of it, are read straight into their tables: as a
 /// tree of JSON values they would take four times as long.
 struct TokenizerDocument {
     nlohmann::json settings; // all but model.vocab and model.merges
+    VocabularyForm form = VocabularyForm::missing;
     Vocabulary vocabulary;
+    std::vector<double> scores;    // [id], of a list
     std::vector<MergeText> merges; // the best first
 };
 

@@ -26,6 +26,9 @@ inline json smallFile(const std::vector<std::string>& pieces, const json& merges
             {"model", {{"type", "BPE"}, {"vocab", vocabulary}, {"merges", merges}}}};
 }
 
+/// A vocabulary of pieces with their scores.
+using Scores = std::vector<std::pair<std::string, double>>;
+
 inline Tokenizer parsed(const json& file) {
     return Tokenizer::parse(writeJson(file), "small.json");
 }

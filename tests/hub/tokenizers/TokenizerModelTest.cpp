@@ -40,6 +40,72 @@ TEST(BytePairEncoding, PrefixAndWholeWords_AreAsTheModelSays) {
     EXPECT_THAT(piecesOf(parsed(file), "aab"), ElementsAre("aab"));
 }
 
+TEST(Model, TypeThatIsMissing_IsToldByTheMembers) {
+    const auto piecesBy = [](const json& model) {
+        json file = smallFile({});
+        file["model"] = model;
+        return piecesOf(parsed(file), "abab");
+    };
+    const json words = {{"?", 0}, {"abab", 1}, {"a", 2}, {"##bab", 3}, {"b", 4}};
+    EXPECT_THAT(piecesBy({{"vocab", words}, {"unk_token", "?"}}), ElementsAre("abab"));
+    EXPECT_THAT(piecesBy({{"vocab", words}, {"unk_token", "?"}, {"merges", json::array()}}),
+                ElementsAre("a", "b", "a", "b"));
+    json without = words;
+    without.erase("abab");
+    EXPECT_THAT(piecesBy({{"vocab", without}, {"unk_token", "?"}, {"max_input_chars_per_word", 9}}),
+                ElementsAre("a", "##bab"));
+    EXPECT_THAT(piecesBy({{"vocab", Scores{{"?", 0}, {"a", -1}, {"ba", -2}, {"b", -1.5}}}, {"unk_id", 0}}),
+                ElementsAre("a", "ba", "b"));
+}
+
+// An unknown word must not look through the whole vocabulary, and a hostile one must not make it grow.
+TEST(Model, WordOfManyLetters_IsEncodedWithoutBlowUp) {
+    constexpr std::size_t letters = 1 << 17;
+    json file = smallFile({});
+    Scores scores{{"?", 0.0}};
+    for (std::size_t length = 1; length <= 256; length *= 2)
+        scores.emplace_back(std::string(length, 'a'), -1.0);
+    file["model"] = {{"type", "Unigram"}, {"vocab", scores}, {"unk_id", 0}};
+    const Tokenizer likely = parsed(file);
+    EXPECT_EQ(likely.encode(std::string(letters, 'a')).size(), letters / 256);
+    EXPECT_EQ(likely.encode(std::string(letters, 'b')), std::vector{0}); // one run
+    file["model"] = {{"type", "WordPiece"}, {"vocab", {{"?", 0}, {"a", 1}, {"##a", 2}}}, {"unk_token", "?"}};
+    EXPECT_EQ(parsed(file).encode(std::string(letters, 'a')), std::vector{0});
+}
+
+// Some words are remembered, others are too many or too long for that.
+TEST(Model, WordsThatComeAgain_HaveTheSameTokens) {
+    json file = smallFile({"1", "2", "3", "4", "12", "41", "412"}, {"1 2", "4 1", "41 2"});
+    file["pre_tokenizer"] = {{"type", "WhitespaceSplit"}};
+    const Tokenizer tokenizer = parsed(file);
+    std::vector<std::string> words{std::string(100, '4')};
+    for (const std::string before = "1234"; words.size() < 20'000;) {
+        const std::string& word = words[words.size() / 4];
+        words.push_back((word.size() > 50 ? "" : word) + before[words.size() % 4]);
+    }
+    std::string text;
+    std::vector<int> expected;
+    for (const std::string& word : words)
+        for (const int token : tokenizer.encode(word))
+            expected.push_back(token);
+    expected.insert(expected.end(), expected.begin(), expected.end());
+    for (int time = 0; time < 2; ++time)
+        for (const std::string& word : words)
+            text += word + " ";
+    EXPECT_EQ(tokenizer.encode(text), expected);
+    EXPECT_EQ(tokenizer.encoding({text}, {}).ids(), expected);
+}
+
+// What was not known to the model when it was trained is no piece for it.
+TEST(Model, AddedTokens_AreNoPiecesOfTheModel) {
+    json file = smallFile({});
+    file["normalizer"] = {{"type", "Lowercase"}};
+    file["added_tokens"] = {{{"id", 7}, {"content", "new"}, {"normalized", false}}};
+    file["model"] = {{"type", "WordLevel"}, {"vocab", {{"?", 0}}}, {"unk_token", "?"}};
+    EXPECT_THAT(piecesOf(parsed(file), "new"), ElementsAre("new"));
+    EXPECT_THAT(piecesOf(parsed(file), "NEW"), ElementsAre("?"));
+}
+
 TEST(AddedTokens, AreFoundLongestFirstWithTheirSettings) {
     json file = smallFile({"a", "b", " ", "A"});
     file["normalizer"] = {{"type", "Lowercase"}};
