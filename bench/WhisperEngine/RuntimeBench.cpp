@@ -68,12 +68,12 @@ void matMulInt8(benchmark::State& state, int outputs, int inputs, Activation act
              activation, rows);
 }
 
-void attend(benchmark::State& state) {
+void attend(benchmark::State& state, decltype(attendAll)& attention) {
     ThreadPool pool(static_cast<int>(state.range(0)));
     const auto q = randomFloats(positions * width);
     std::vector<float> dst(q.size());
     for (auto _ : state)
-        attendAll(q.data(), q.data(), q.data(), dst.data(), positions, heads, width / heads, pool);
+        attention(q.data(), q.data(), q.data(), dst.data(), positions, heads, width / heads, pool);
     perSecond(state, "GFLOP/s", 4.0 * positions * positions * width);
 }
 
@@ -103,6 +103,20 @@ void matVecInt8(benchmark::State& state, int rows) {
     sliced(state, rows, 1.0 * rows * width, [&](int first, int last) {
         kernels::matVecInt8(weights.values.data(), weights.scales.data(), nullptr, x.values.data(), 0.01F, dst.data(),
                             first, last, width);
+    });
+}
+
+/// Some windows' vectors against the same weights.
+void matVecsInt8(benchmark::State& state, int rows) {
+    const Bytes weights = randomBytes(rows, width);
+    const auto count = static_cast<int>(state.range(1));
+    const Bytes x = randomBytes(count, width);
+    std::vector<float> dst(static_cast<std::size_t>(rows) * count);
+    std::vector<kernels::ByteVector> vectors;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i)
+        vectors.push_back({x.values.data() + i * width, 0.01F, dst.data() + i * rows});
+    sliced(state, rows, 1.0 * rows * width, [&](int first, int last) {
+        kernels::matVecsInt8({weights.values.data(), weights.scales.data(), nullptr, width}, vectors, first, last);
     });
 }
 
@@ -173,11 +187,14 @@ BENCHMARK_CAPTURE(matMulInt8, 1500x768x768, width, width, Activation::none)->Arg
 BENCHMARK_CAPTURE(matMulInt8, 1500x3072x768_gelu, 4 * width, width, Activation::gelu)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matMulInt8, 1500x768x3072, width, 4 * width, Activation::none)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matMulInt8, 4x768x768, width, width, Activation::none, 4)->Arg(1)->Arg(2)->UseRealTime();
-BENCHMARK(attend)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(attend, float32, attendAll)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(attend, int8, attendAllInt8)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matVecFloat32, 51865x768, vocabulary)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matVecFloat32, 256x768, 256)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matVecInt8, 51865x768, vocabulary)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matVecInt8, 768x768, width)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matVecsInt8, 51865x768, vocabulary)->Args({1, 2})->Args({1, 4})->Args({1, 8})->UseRealTime();
+BENCHMARK_CAPTURE(matVecsInt8, 768x768, width)->Args({1, 2})->Args({1, 4})->Args({1, 8})->UseRealTime();
 BENCHMARK(attendOne)->Arg(width)->Arg(width / heads);
 BENCHMARK(softmax)->Arg(1500);
 BENCHMARK(gelu)->Arg(3072);

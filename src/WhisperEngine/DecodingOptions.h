@@ -45,6 +45,10 @@ struct DecodingOptions {
     /// All speech gets a text, or a segment that says that none was found; see TranscribeTask. Without this a window
     /// can end without a text although somebody speaks in it.
     bool losesNoSpeech = false;
+    /// The recording ends soon behind its last sound, however long it goes on in silence: see media/LastSound.
+    bool endsAtLastSound = false;
+
+    bool operator==(const DecodingOptions&) const = default;
 };
 
 } // namespace fenlo::whisper

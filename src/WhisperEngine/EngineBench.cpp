@@ -1,8 +1,10 @@
 #include "WhisperEngine/EngineBench.h"
 
 #include "WhisperEngine/AudioTime.h"
+#include "WhisperEngine/SideBySide.h"
 #include "WhisperEngine/TextDecoder/CacheStepper.h"
 #include "WhisperEngine/TextDecoder/DecodingInputs.h"
+#include "WhisperEngine/TextDecoder/StepBatch.h"
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/ModelFiles.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
@@ -49,15 +51,30 @@ void endWhenStopped(std::stop_token stop) {
         throw WhisperError(WhisperError::Kind::cancelled, "the measurement was ended");
 }
 
-void decode(const TextDecoderModel& decoder, const AudioEmbeddings& embeddings, std::stop_token stop) {
+void decode(const TextDecoderModel& decoder, const AudioEmbeddings& embeddings, const CacheStepper::Run& run,
+            std::stop_token stop) {
     const int positions = decoder.kvCacheMaxSequenceLength().value();
     auto inputs = DecodingInputs::forModel(decoder, positions, false);
-    CacheStepper stepper(decoder, embeddings, inputs);
+    CacheStepper stepper(decoder, embeddings, inputs, run);
     std::vector<float> logits(static_cast<std::size_t>(decoder.logitsSize().value()));
     for (int step = 0; step < std::min(decoderSteps, positions); ++step) {
         endWhenStopped(stop);
         stepper.step(1000 + step, logits);
     }
+}
+
+/// Each window on a thread, with keys and values of its own, as a transcription has them.
+void decodeTogether(const TextDecoderModel& decoder, const std::vector<AudioEmbeddings>& windows,
+                    std::stop_token stop) {
+    StepBatch batch(decoder);
+    std::vector<std::unique_ptr<StepBatch::Window>> members; // all before the first step
+    for (std::size_t i = 0; i < windows.size(); ++i)
+        members.push_back(std::make_unique<StepBatch::Window>(batch));
+    runSideBySide(windows.size(), windows.size(), [&](std::size_t i) {
+        const auto window = std::move(members[i]);
+        decode(
+            decoder, windows[i], [&](const TextDecoderModel::Call& call) { window->step(call, stop); }, stop);
+    });
 }
 
 } // namespace
@@ -76,12 +93,15 @@ const char* textOf(BenchStage::Kind kind) {
         return "cross-attention keys and values";
     case Kind::decode:
         return "decode a token, mean of 100";
+    case Kind::decodeTogether:
+        return "decode a token of several windows at once";
     }
     std::abort();
 }
 
 std::vector<BenchStage> measureEngine(const ModelPlace& place, const ModelComputeOptions& compute, ThreadPool& pool,
-                                      Clock& clock, int runs, std::stop_token stop) {
+                                      Clock& clock, const BenchExtent& extent, std::stop_token stop) {
+    const int runs = extent.runs;
     std::vector<BenchStage> stages;
     const auto measure = [&](Kind kind, int count, const std::function<void()>& work) {
         stages.push_back({kind, fastest(clock, count, [&] {
@@ -105,8 +125,15 @@ std::vector<BenchStage> measureEngine(const ModelPlace& place, const ModelComput
     measure(Kind::mel, runs, [&] { mel->predict(audio, features); });
     measure(Kind::encode, runs, [&] { encoder->predict(features, embeddings); });
     measure(Kind::attach, runs, [&] { decoder->attach(embeddings); });
-    measure(Kind::decode, runs, [&] { decode(*decoder, embeddings, stop); });
+    measure(Kind::decode, runs, [&] { decode(*decoder, embeddings, {}, stop); });
     stages.back().seconds /= decoderSteps;
+    if (extent.windows > 1) {
+        std::vector<AudioEmbeddings> windows(static_cast<std::size_t>(extent.windows), embeddings);
+        for (AudioEmbeddings& window : windows)
+            decoder->attach(window);
+        measure(Kind::decodeTogether, runs, [&] { decodeTogether(*decoder, windows, stop); });
+        stages.back().seconds /= decoderSteps * extent.windows;
+    }
     return stages;
 }
 
@@ -115,7 +142,7 @@ double secondsForSentence(const std::vector<BenchStage>& stages) {
     for (const BenchStage& stage : stages)
         if (stage.kind == Kind::decode)
             seconds += stage.seconds * tokensOfSentence;
-        else if (stage.kind != Kind::compile && stage.kind != Kind::load)
+        else if (stage.kind == Kind::mel || stage.kind == Kind::encode || stage.kind == Kind::attach)
             seconds += stage.seconds;
     return seconds;
 }

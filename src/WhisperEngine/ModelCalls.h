@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <vector>
 
 /// The neural models as the engine sees them: calls with named features, on views of the caller's memory. The stock
@@ -44,6 +45,11 @@ public:
     virtual int width() const = 0;
     /// `melspectrogram_features` [melBands, melFrames]; fills `encoder_output_embeds`.
     virtual void predict(std::span<const float> melspectrogram_features, AudioEmbeddings& output) const = 0;
+    /// The same, but a model that takes long ends soon after a stop request, with an output that counts for nothing.
+    virtual void predictUntil(std::span<const float> melspectrogram_features, AudioEmbeddings& output,
+                              const std::stop_token& /*stop*/) const {
+        predict(melspectrogram_features, output);
+    }
 };
 
 struct TextDecoderInputs {
@@ -86,6 +92,20 @@ public:
     virtual std::unique_ptr<Scratch> makeScratch() const = 0;
     virtual void predict(const TextDecoderInputs& inputs, const TextDecoderOutputs& outputs,
                          Scratch& scratch) const = 0;
+
+    /// One step of each of several decodings, with the bits that each would have alone. A model that reads its weights
+    /// once for all of them replaces this.
+    struct Call {
+        const TextDecoderInputs& inputs;
+        const TextDecoderOutputs& outputs;
+        Scratch& scratch;
+    };
+    virtual void predict(std::span<const Call> calls) const {
+        for (const Call& call : calls)
+            predict(call.inputs, call.outputs, call.scratch);
+    }
+    /// How many windows are worth decoding at once, by what a step gains and what their memory is.
+    virtual int windowsAtOnce() const { return 1; }
 };
 
 /// Optional: a stored cache for the fixed start of the sequence.

@@ -2,12 +2,12 @@
 
 #include "WhisperEngine/Models/LocalModels.h"
 #include "WhisperEngine/Models/ModelRepository.h"
+#include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/CheckpointFiles.h"
 #include "WhisperEngine/network/ModelFiles.h"
 #include "base/Files.h"
 #include "hub/HubClient.h"
-#include "hub/tokenizers/Tokenizer.h"
 
 #include <system_error>
 #include <vector>
@@ -89,7 +89,7 @@ std::vector<std::string> repairFromBundled(const fs::path& bundled, const fs::pa
 bool isUsable(const fs::path& folder) {
     try {
         checkCheckpoint(folder, {});
-        hub::Tokenizer::load(folder / "tokenizer.json");
+        [[maybe_unused]] const WhisperTokenizer loads(hub::Tokenizer::load(folder / "tokenizer.json"));
         return true;
     } catch (const std::runtime_error&) {
         return false;
@@ -145,7 +145,7 @@ fs::path findTokenizer(const WhisperEngineConfig& config, const ModelPlace& plac
     logging.debug("No tokenizer found in any local search paths");
     const fs::path folder = config.tokenizerFolder.value_or(place.compiled);
     try {
-        hubFor(config, http, clock).snapshot(tokenizerRepository, {name}, folder, {}, stop);
+        hubFor(config, http, clock).snapshot({tokenizerRepository}, {{name}}, folder, {}, stop);
     } catch (const hub::HubError& error) {
         throw WhisperError(error.kind == hub::HubError::Kind::cancelled ? WhisperError::Kind::cancelled
                                                                         : WhisperError::Kind::tokenizerUnavailable,

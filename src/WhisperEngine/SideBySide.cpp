@@ -30,4 +30,18 @@ void runSideBySide(std::size_t count, std::size_t workers, const std::function<v
             std::rethrow_exception(failure);
 }
 
+Places::Taken::Taken(Places& places, std::stop_token stop) : m_places(places) {
+    std::unique_lock lock(m_places.m_mutex);
+    m_places.m_changed.wait(lock, stop, [this] { return m_places.m_free > 0; });
+    --m_places.m_free;
+}
+
+Places::Taken::~Taken() {
+    {
+        const std::lock_guard lock(m_places.m_mutex);
+        ++m_places.m_free;
+    }
+    m_places.m_changed.notify_all();
+}
+
 } // namespace fenlo::whisper

@@ -4,10 +4,12 @@
 #include "WhisperEngine/AudioProcessor/AudioProcessor.h"
 #include "WhisperEngine/SegmentSeeker/SegmentSeeker.h"
 #include "WhisperEngine/TemperatureFallback.h"
+#include "WhisperEngine/TextDecoder/StepBatch.h"
 #include "WhisperEngine/TokenSampler/TokenSampler.h"
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 #include "WhisperEngine/WhisperError.h"
 #include "base/Clock.h"
+#include "media/LastSound.h"
 
 #include <algorithm>
 #include <fmt/ranges.h>
@@ -66,12 +68,12 @@ TranscriptionResult TranscribeTask::run(std::span<const float> audioArray, const
     if (audioArray.empty())
         throw WhisperError(WhisperError::Kind::audioProcessingFailed, "Audio samples are nil");
     const Logging& logging = m_components.logging;
-    m_audio = audioArray;
+    m_audio = audioArray.first(options.endsAtLastSound ? behindLastSound(audioArray) : audioArray.size());
     m_options = options;
     m_callback = callback;
     m_stop = std::move(stop);
     if (options.losesNoSpeech)
-        m_heard.emplace(audioArray, m_components.voiceActivityDetector);
+        m_heard.emplace(m_audio, m_components.voiceActivityDetector);
     if (!m_firstSeek)
         m_previousTokens = options.promptTokens.value_or(std::vector<int>());
     m_language = languageToStartWith();
@@ -138,17 +140,21 @@ void TranscribeTask::tellCheckpoint(std::size_t clip, int seek, std::size_t segm
                              std::span(m_segments).subspan(segmentsBefore));
 }
 
-int TranscribeTask::transcribeWindow(int seek, int length) {
+void TranscribeTask::throwIfStopped() const {
     if (m_stop.stop_requested())
         throw WhisperError(WhisperError::Kind::cancelled, "cancelled");
+}
+
+int TranscribeTask::transcribeWindow(int seek, int length) {
+    throwIfStopped();
     m_components.logging.debug("Decoding Window Size: {} Seek: {}", length, seek);
-    const AudioEmbeddings embeddings = encode(seek, length, m_clip->begin());
+    Window window = windowAt(seek, length, m_clip->begin());
     if (m_language.empty())
-        m_language = detectLanguage(embeddings).language;
-    DecodingResult result = decode(embeddings, m_options);
+        m_language = detectLanguage(window).language;
+    DecodingResult result = decode(window, m_options);
     SeekResult found = findSegments(result, m_options, seek, length);
     if (m_options.losesNoSpeech && !hasSegments(found) && m_clip->speechIn(seek, found.nextSeek))
-        found = listenAgain(embeddings, result, seek, length);
+        found = listenAgain(window, result, seek, length);
     if (m_clip->hearsEverySound() && hasSegments(found))
         endBeforeUnheardSpeech(found, seek);
     ++m_timings.totalDecodingWindows;
@@ -169,8 +175,7 @@ void TranscribeTask::endBeforeUnheardSpeech(SeekResult& found, int seek) const {
 
 /// Decodes a window once more and takes any result, since the tests are made for windows in which nobody speaks. If
 /// there still is no text, a segment without text says so.
-SeekResult TranscribeTask::listenAgain(const AudioEmbeddings& embeddings, DecodingResult& result, int seek,
-                                       int length) {
+SeekResult TranscribeTask::listenAgain(Window& window, DecodingResult& result, int seek, int length) {
     const Logging& logging = m_components.logging;
     logging.info("No text for the speech in the window at {:.2f}s, decoding without tests", secondsAt(seek));
     DecodingOptions untested = m_options;
@@ -178,7 +183,7 @@ SeekResult TranscribeTask::listenAgain(const AudioEmbeddings& embeddings, Decodi
     untested.compressionRatioThreshold.reset();
     untested.logProbThreshold.reset();
     untested.noSpeechThreshold.reset();
-    result = decode(embeddings, untested);
+    result = decode(window, untested);
     SeekResult found = findSegments(result, untested, seek, length);
     const auto speech = hasSegments(found) ? std::nullopt : m_clip->speechIn(seek, found.nextSeek);
     if (!speech)
@@ -199,61 +204,86 @@ SeekResult TranscribeTask::listenAgain(const AudioEmbeddings& embeddings, Decodi
 }
 
 /// Silence stands before `clipBegin`.
-AudioEmbeddings TranscribeTask::encode(int seek, int length, int clipBegin) {
-    const MelSpectrogramModel& featureExtractor = m_components.featureExtractor;
-    std::vector<float> window;
-    {
-        const Stopwatch watch(m_components.clock, m_timings.audioProcessing);
-        const int silence = std::max(0, clipBegin - seek);
-        window = m_components.audioProcessor.padOrTrim(m_audio.first(static_cast<std::size_t>(seek + length)),
-                                                       seek + silence, featureExtractor.windowSamples() - silence);
-        window.insert(window.begin(), static_cast<std::size_t>(silence), 0.0f);
-    }
+TranscribeTask::Window TranscribeTask::windowAt(int seek, int length, int clipBegin) {
+    const Stopwatch watch(m_components.clock, m_timings.audioProcessing);
+    const int silence = std::max(0, clipBegin - seek);
+    Window window;
+    window.samples =
+        m_components.audioProcessor.padOrTrim(m_audio.first(static_cast<std::size_t>(seek + length)), seek + silence,
+                                              m_components.featureExtractor.windowSamples() - silence);
+    window.samples.insert(window.samples.begin(), static_cast<std::size_t>(silence), 0.0f);
     ++m_timings.totalAudioProcessingRuns;
+    return window;
+}
+
+const AudioEmbeddings& TranscribeTask::encode(Window& window) {
+    if (window.embeddings)
+        return *window.embeddings;
+    const MelSpectrogramModel& featureExtractor = m_components.featureExtractor;
     std::vector<float> mel(static_cast<std::size_t>(featureExtractor.melBands()) *
                            static_cast<std::size_t>(featureExtractor.melFrames()));
     {
         const Stopwatch watch(m_components.clock, m_timings.logmels);
-        featureExtractor.predict(window, mel);
+        featureExtractor.predict(window.samples, mel);
     }
     ++m_timings.totalLogmelRuns;
+    const StepBatch::Encoding turn(m_components.textDecoder.batch(), m_stop);
     AudioEmbeddings embeddings;
     {
         const Stopwatch watch(m_components.clock, m_timings.encoding);
-        m_components.audioEncoder.predict(mel, embeddings);
+        m_components.audioEncoder.predictUntil(mel, embeddings, m_stop);
     }
     ++m_timings.totalEncodingRuns;
+    throwIfStopped();
     if (embeddings.encoder_output_embeds.empty())
         throw WhisperError(WhisperError::Kind::transcriptionFailed, "Encoder output is nil");
     const Stopwatch watch(m_components.clock, m_timings.prefill);
     m_components.textDecoder.attach(embeddings);
-    return embeddings;
+    return window.embeddings.emplace(std::move(embeddings));
 }
 
 DecodingResult TranscribeTask::detectLanguage(std::span<const float> audioArray) {
     m_audio = audioArray;
     const int length = std::min(static_cast<int>(m_audio.size()), m_components.featureExtractor.windowSamples());
     m_inputs = std::make_unique<DecodingInputs>(m_components.textDecoder.prepareDecoderInputs({}, false));
-    return detectLanguage(encode(0, length, 0));
+    Window window = windowAt(0, length, 0);
+    return detectLanguage(window);
 }
 
-DecodingResult TranscribeTask::detectLanguage(const AudioEmbeddings& embeddings) {
-    GreedyTokenSampler sampler(0, m_components.tokenizer.specialTokens().endToken, m_options);
-    return m_components.textDecoder.detectLanguage(embeddings, *m_inputs, sampler, m_timings);
+DecodingResult TranscribeTask::detectLanguage(Window& window) {
+    return answer(window, m_options, {}, [&] {
+        GreedyTokenSampler sampler(0, m_components.tokenizer.specialTokens().endToken, m_options);
+        return m_components.textDecoder.detectLanguage(encode(window), *m_inputs, sampler, m_timings, m_stop);
+    });
 }
 
-DecodingResult TranscribeTask::decode(const AudioEmbeddings& embeddings, const DecodingOptions& options) {
+DecodingResult TranscribeTask::decode(Window& window, const DecodingOptions& options) {
     const TextDecoder& decoder = m_components.textDecoder;
-    {
-        const Stopwatch watch(m_components.clock, m_timings.prefill);
-        m_inputs->reset(decoder.prefillPrompt(options, m_language, m_previousTokens));
-        decoder.prefillDecoderInputs(*m_inputs, options, m_language);
-    }
-    m_components.logging.debug("Prefill time: {:.3f}", m_timings.prefill);
-    m_components.logging.debug("Prefill prompt: [{}]", fmt::join(m_inputs->initialPrompt, ", "));
-    return decodeWithFallback(
-        m_components, embeddings, *m_inputs, options,
-        {.language = m_language, .windowId = m_windowId, .callback = m_callback, .timings = m_timings, .stop = m_stop});
+    const std::vector<int> prompt = decoder.prefillPrompt(options, m_language, m_previousTokens);
+    return answer(window, options, prompt, [&] {
+        const AudioEmbeddings& embeddings = encode(window);
+        {
+            const Stopwatch watch(m_components.clock, m_timings.prefill);
+            m_inputs->reset(prompt);
+            decoder.prefillDecoderInputs(*m_inputs, options, m_language);
+        }
+        m_components.logging.debug("Prefill time: {:.3f}", m_timings.prefill);
+        m_components.logging.debug("Prefill prompt: [{}]", fmt::join(m_inputs->initialPrompt, ", "));
+        return decodeWithFallback(m_components, embeddings, *m_inputs, options,
+                                  {.language = m_language,
+                                   .windowId = m_windowId,
+                                   .callback = m_callback,
+                                   .timings = m_timings,
+                                   .stop = m_stop});
+    });
+}
+
+/// Word times need what a decoding leaves behind, and a callback wants to see it.
+DecodingResult TranscribeTask::answer(const Window& window, const DecodingOptions& options, std::span<const int> prompt,
+                                      const std::function<DecodingResult()>& decode) const {
+    if (!m_answer || m_options.wordTimestamps || m_callback)
+        return decode();
+    return m_answer({window.samples, prompt, options}, decode);
 }
 
 SeekResult TranscribeTask::findSegments(const DecodingResult& result, const DecodingOptions& options, int seek,

@@ -7,6 +7,7 @@
 #include "WhisperEngine/TranscriptionCheckpoint.h"
 #include "WhisperEngine/TranscriptionResult.h"
 #include "WhisperEngine/VoiceActivityDetector/HeardSpeech.h"
+#include "WhisperEngine/WindowAnswer.h"
 
 #include <functional>
 #include <memory>
@@ -44,6 +45,8 @@ public:
     /// Tells `callback` of every window, and goes on where an earlier task was stopped. Before run().
     void keepCheckpoints(CheckpointCallback callback) { m_checkpointCallback = std::move(callback); }
     void resume(StoppedTranscription stopped);
+    /// Has `answer` asked before a window is decoded. Not for word times, which need the decoding itself. Before run().
+    void askFirst(WindowAnswer answer) { m_answer = std::move(answer); }
 
     /// `audioArray` at 16 kHz. Segment times count from its start.
     TranscriptionResult run(std::span<const float> audioArray, const DecodingOptions& options,
@@ -53,17 +56,27 @@ public:
     DecodingResult detectLanguage(std::span<const float> audioArray);
 
 private:
+    /// The window that the walk is at. It is encoded when its embeddings are first asked for.
+    struct Window {
+        std::vector<float> samples;
+        std::optional<AudioEmbeddings> embeddings;
+    };
+
     std::string languageToStartWith() const;
     /// The windows of m_clip, from `seek`.
     void transcribeClip(std::size_t clip, int seek);
     void tellCheckpoint(std::size_t clip, int seek, std::size_t segmentsBefore) const;
+    void throwIfStopped() const;
     /// Where the next window begins.
     int transcribeWindow(int seek, int length);
     void endBeforeUnheardSpeech(SeekResult& found, int seek) const;
-    AudioEmbeddings encode(int seek, int length, int clipBegin);
-    DecodingResult decode(const AudioEmbeddings& embeddings, const DecodingOptions& options);
-    SeekResult listenAgain(const AudioEmbeddings& embeddings, DecodingResult& result, int seek, int length);
-    DecodingResult detectLanguage(const AudioEmbeddings& embeddings);
+    Window windowAt(int seek, int length, int clipBegin);
+    const AudioEmbeddings& encode(Window& window);
+    DecodingResult decode(Window& window, const DecodingOptions& options);
+    DecodingResult answer(const Window& window, const DecodingOptions& options, std::span<const int> prompt,
+                          const std::function<DecodingResult()>& decode) const;
+    SeekResult listenAgain(Window& window, DecodingResult& result, int seek, int length);
+    DecodingResult detectLanguage(Window& window);
     SeekResult findSegments(const DecodingResult& result, const DecodingOptions& options, int seek, int length);
     void takeSegments(std::vector<TranscriptionSegment> segments, const DecodingResult& result, int seek, int length);
     void holdToClip(std::vector<TranscriptionSegment>& segments) const;
@@ -73,6 +86,7 @@ private:
     const SegmentDiscoveryCallback m_segmentDiscoveryCallback;
     const std::function<void(double)> m_progress;
     CheckpointCallback m_checkpointCallback;
+    WindowAnswer m_answer;
 
     std::span<const float> m_audio;
     DecodingOptions m_options;

@@ -91,6 +91,8 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const fs::path& audio
     const double begin = m_clock.now();
     const LoadedAudio audio = m_audioProcessor->loadAudio(audioPath, m_config.audioInputConfig, m_logging, stop);
     const double audioLoading = m_clock.now() - begin;
+    if (callbacks.loaded)
+        callbacks.loaded(static_cast<double>(audio.samples.size()) / sampleRate);
     if (callbacks.damage)
         std::ranges::for_each(audio.damages, callbacks.damage);
     tell(TranscriptionState::transcribing);
@@ -151,9 +153,9 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const std::vector<std
 
     std::vector<TranscriptionResult> results(count);
     CommonFraction fraction(audioArrays, callbacks.fraction);
-    // More tasks than cores would only take turns, each with a window's memory.
-    const int workers = std::min(mostWorkers(decodeOptions), m_pool->size());
+    const int workers = std::min(mostWorkers(decodeOptions), windowsAtOnce());
     runSideBySide(count, static_cast<std::size_t>(workers), [&](std::size_t i) {
+        const Places::Taken place(*m_places, stop);
         SegmentDiscoveryCallback discovery;
         if (callbacks.segmentDiscovery)
             discovery = [&, i](const std::vector<TranscriptionSegment>& segments) {
@@ -165,6 +167,7 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const std::vector<std
         TranscribeTask task(parts, std::move(discovery), [&, i](double ofPart) { fraction.tell(i, ofPart); });
         if (callbacks.checkpoint)
             task.keepCheckpoints(std::bind_front(callbacks.checkpoint, i));
+        task.askFirst(callbacks.answer);
         if (const auto stopped = resume.find(i); stopped != resume.end())
             task.resume(stopped->second);
         results[i] = task.run(audioArrays[i], decodeOptions[i], callbacks.progress, stop);
@@ -179,6 +182,10 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const std::vector<std
         for (TranscriptionSegment& segment : result.segments)
             segment.id = id++;
     return results;
+}
+
+int WhisperEngine::windowsAtOnce() const {
+    return components().textDecoder.windowsAtOnce();
 }
 
 DecodingResult WhisperEngine::detectLanguage(const fs::path& audioPath, std::stop_token stop) const {

@@ -20,6 +20,7 @@ class HttpClient;
 
 namespace fenlo::whisper {
 
+class Places;
 class ThreadPool;
 struct ModelPlace;
 
@@ -32,6 +33,7 @@ struct TranscriptionCallbacks {
     TranscriptionCallback progress;
     SegmentDiscoveryCallback segmentDiscovery; // times count from the start of the whole audio
     std::function<void(TranscriptionState)> state;
+    std::function<void(double seconds)> loaded;    // a file's length, on the calling thread
     std::function<void(double fraction)> fraction; // of the audio, over all of its parts
     /// Each stretch of a file that could not be read, in order, on the calling thread before the state "Transcribing".
     std::function<void(const AudioDamage&)> damage;
@@ -40,6 +42,7 @@ struct TranscriptionCallbacks {
         checkpoint;
     /// After the last window of a part.
     std::function<void(std::size_t part)> finished;
+    WindowAnswer answer; // asked before a window is decoded; on the threads of the tasks
 };
 
 /// What checkpoints have told of a transcription that was stopped, by the index of the part.
@@ -92,6 +95,10 @@ public:
     const std::filesystem::path& modelFolder() const { return m_modelFolder; }
     const std::string& modelVariant() const { return m_modelVariant; }
     bool isModelMultilingual() const;
+    /// How many windows this machine decodes in little more time than one, and with memory to spare. Transcriptions at
+    /// the same time share the steps of the decoder, so that so many files at once are done much sooner than one after
+    /// the other; more of them wait. Throws WhisperError without loaded models.
+    int windowsAtOnce() const;
     /// Of the loaded models. Throws WhisperError when there are none.
     const WhisperTokenizer& tokenizer() const;
     /// What the loads took; the stages of a transcription are in its result.
@@ -121,6 +128,7 @@ private:
     std::shared_ptr<const MelSpectrogramModel> m_featureExtractor;
     std::shared_ptr<const AudioEncoderModel> m_audioEncoder;
     std::shared_ptr<const TextDecoder> m_textDecoder;
+    std::unique_ptr<Places> m_places; // of windows in memory
     TranscriptionTimings m_timings;
 };
 

@@ -5,6 +5,7 @@
 #include "WhisperEngine/ModelSetup.h"
 #include "WhisperEngine/Models/ModelVariant.h"
 #include "WhisperEngine/SegmentSeeker/SegmentSeeker.h"
+#include "WhisperEngine/SideBySide.h"
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/ModelFault.h"
@@ -129,6 +130,7 @@ void WhisperEngine::load(bool prewarmMode, std::stop_token stop) {
     loadTokenizer(tokenizerRepository(variant), place, stop);
     m_textDecoder = std::make_shared<const TextDecoder>(decoder, m_config.textDecoderContextPrefill, m_tokenizer,
                                                         m_config.logitsFilters, m_clock, m_logging);
+    m_places = std::make_unique<Places>(m_textDecoder->windowsAtOnce());
     m_timings.modelLoading = m_clock.now() - begin;
     setState(ModelState::loaded);
 }

@@ -62,6 +62,7 @@ protected:
             {mel, encoder, decoder, processor, seeker, tokenizer(), clock, logging, &detector},
             [this](const auto& segments) { discovered.push_back(textOf(segments)); },
             [this](double fraction) { fractions.push_back(fraction); });
+        task.askFirst(answer);
         return task.run(audio, options, callback, {});
     }
 
@@ -73,6 +74,7 @@ protected:
     int logits = 51864;
     DecodingOptions options;
     TranscriptionCallback callback;
+    WindowAnswer answer;
     std::shared_ptr<ScriptedDecoder> model;
     NotingMel mel;
     IdleEncoder encoder;
@@ -235,4 +237,30 @@ TEST_F(Task, ALanguageNobodyNamedIsDetectedOnce) {
     options.language.reset();
     options.detectLanguage = false;
     EXPECT_EQ(detected({text}), "en");
+}
+
+TEST_F(Task, AWindowWhoseResultIsKnownIsNotEncoded) {
+    const std::vector<ScriptedPass> script{{.tokens = tokens(at(0), " New line.", at(4))},
+                                           {.tokens = tokens(at(0), " Copy that.", at(5))}};
+    std::vector<float> asked; // the first sample of each window
+    std::vector<DecodingResult> results;
+    answer = [&](const WindowQuestion& window, const std::function<DecodingResult()>& decode) {
+        EXPECT_EQ(window.samples.size(), static_cast<std::size_t>(windowSamples));
+        EXPECT_FALSE(window.prompt.empty());
+        asked.push_back(window.samples.front());
+        results.push_back(decode());
+        return results.back();
+    };
+    const TranscriptionResult anew = run(45, script);
+    EXPECT_EQ(asked, mel.firstSamples);
+
+    answer = [&, next = std::size_t(0)](const WindowQuestion&, const auto&) mutable { return results.at(next++); };
+    const TranscriptionResult taken = run(45, script);
+    EXPECT_EQ(mel.firstSamples.size(), asked.size()) << "nothing more was encoded";
+    EXPECT_EQ(taken.text, anew.text);
+    EXPECT_EQ(taken.segments.back().end, anew.segments.back().end);
+
+    options.wordTimestamps = true;
+    run(45, script);
+    EXPECT_GT(mel.firstSamples.size(), asked.size()) << "word times need the decoding itself";
 }

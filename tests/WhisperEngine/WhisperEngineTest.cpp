@@ -12,6 +12,7 @@
 #include "support/VirtualTime.h"
 
 #include <filesystem>
+#include <fmt/ranges.h>
 #include <gmock/gmock.h>
 #include <numeric>
 
@@ -214,6 +215,38 @@ TEST_F(WhisperEngineTest, BatchesMustBeBalanced) {
     EXPECT_NEAR(results[1].segments[0].start - results[0].segments[0].start, 10, 1e-3);
     const auto files = engine->transcribe(std::vector<fs::path>{clip, clip}, options, {});
     EXPECT_EQ(textOfAll(files[0]), textOfAll(files[1]));
+}
+
+/// Drawn at a temperature, so that a token of another's would show, with prompts of different lengths.
+TEST_F(WhisperEngineTest, WindowsSideBySideGiveWhatTheyGiveOneByOne) {
+    const auto engine = make();
+    EXPECT_GT(engine->windowsAtOnce(), 1);
+    const fs::path samples = fs::path(GOLDEN_FOLDER) / "samples";
+    std::vector<std::vector<float>> sounds;
+    for (const auto& file : fs::directory_iterator(samples))
+        if (file.path().extension() == ".wav")
+            sounds.push_back(readSoundFile(file.path(), ChannelMix::first).mono);
+    const std::vector<std::span<const float>> arrays(sounds.begin(), sounds.end());
+    std::vector<DecodingOptions> each(arrays.size(), options);
+    for (std::size_t i = 0; i < each.size(); ++i) {
+        each[i].temperature = i % 2 == 0 ? 0.0f : 0.8f;
+        each[i].wordTimestamps = i % 3 == 0;
+        each[i].promptTokens = std::vector<int>(i, 775);
+        each[i].losesNoSpeech = true;
+    }
+    const auto document = [&](int workers) {
+        for (DecodingOptions& one : each)
+            one.concurrentWorkerCount = workers;
+        std::string all;
+        for (const TranscriptionResult& result : engine->transcribe(arrays, {}, each, {}, {}))
+            for (const TranscriptionSegment& segment : result.segments)
+                all += fmt::format("{} {} {} {} {}\n", segment.text, segment.tokens, segment.tokenLogProbs,
+                                   segment.noSpeechProb, segment.words.value_or(std::vector<WordTiming>()).size());
+        return all;
+    };
+    const std::string oneByOne = document(1);
+    EXPECT_THAT(oneByOne, HasSubstr("riverbank"));
+    EXPECT_EQ(document(16), oneByOne);
 }
 
 TEST_F(WhisperEngineTest, AStoppedTranscriptionGoesOnToTheSameResult) {

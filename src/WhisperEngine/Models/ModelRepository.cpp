@@ -9,10 +9,10 @@
 #include "base/Files.h"
 #include "hub/ContentCheck.h"
 #include "hub/FolderLock.h"
-#include "hub/HubConnection.h"
 #include "hub/SnapshotManifest.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <set>
 
@@ -139,7 +139,7 @@ struct Gathering {
     }
 
     std::vector<hub::RepoFile> neededFromHub(std::stop_token stop) const {
-        auto listed = from.hub.listFiles(source, {below + "*"}, stop);
+        auto listed = from.hub.listFiles({source}, {{hub::literalGlob(below) + "*"}}, stop);
         const auto needed = neededFiles(pathsOf(listed), below, source);
         std::erase_if(listed,
                       [&](const hub::RepoFile& file) { return std::ranges::find(needed, file.path) == needed.end(); });
@@ -151,7 +151,7 @@ struct Gathering {
         std::error_code error;
         fs::create_directories(files, error);
         std::vector<std::string> damaged;
-        hub::SnapshotManifest sound{source, hub::HubConnection::revision, {}, {}};
+        hub::SnapshotManifest sound{{source}, {}, {}};
         for (const hub::RepoFile& file : needed)
             if (hub::holds(snapshot / file.path, file, stop)) {
                 sound.files.push_back(file);
@@ -164,7 +164,9 @@ struct Gathering {
     }
 
     void fetch(const std::vector<std::string>& paths, std::stop_token stop) const {
-        from.hub.snapshot(source, paths, snapshot, from.progress, stop);
+        hub::FilePatterns wanted;
+        std::ranges::transform(paths, std::back_inserter(wanted.allow), hub::literalGlob);
+        from.hub.snapshot({source}, wanted, snapshot, from.progress, stop);
         if (!below.empty())
             describeFolder();
         moveIntoPlace(files, folder);
@@ -201,7 +203,7 @@ std::vector<std::string> fetchAvailableModels(hub::HubClient& hub, const ModelRe
     } else {
         try {
             std::set<std::string> folders; // sorted by name: by path "small.en/" comes before "small/"
-            for (const hub::RepoFile& file : hub.listFiles(repository.name, {"*/config.json"}, stop))
+            for (const hub::RepoFile& file : hub.listFiles({repository.name}, {{"*/config.json"}}, stop))
                 if (const fs::path folder = fs::path(file.path).parent_path(); isModelName(folder.string()))
                     folders.insert(folder.string());
             names.assign(folders.begin(), folders.end());
@@ -242,9 +244,9 @@ ModelSupportConfig fetchModelSupportConfig(const ModelDownloads& from, const Log
         return ModelSupportConfig::fallback();
     log.info("Searching for config file matching \"{}\" in {}", configName, repo);
     try {
-        const std::string file = configFile(pathsOf(from.hub.listFiles(repo, {"config*.json"}, stop)), log);
+        const std::string file = configFile(pathsOf(from.hub.listFiles({repo}, {{"config*.json"}}, stop)), log);
         const fs::path folder = partialDownload(from.base, ".support");
-        from.hub.snapshot(repo, {file}, folder, {}, stop);
+        from.hub.snapshot({repo}, {{hub::literalGlob(file)}}, folder, {}, stop);
         return ModelSupportConfig::parse(files::read(folder / file).value_or(""));
     } catch (const std::runtime_error& error) {
         if (stop.stop_requested())

@@ -2,15 +2,17 @@
 
 #include "WhisperEngine/TextDecoder/DecodingInputs.h"
 
+#include <utility>
 #include <vector>
 
 namespace fenlo::whisper {
 
-CacheStepper::CacheStepper(const TextDecoderModel& model, const AudioEmbeddings& embeddings, DecodingInputs& inputs)
+CacheStepper::CacheStepper(const TextDecoderModel& model, const AudioEmbeddings& embeddings, DecodingInputs& inputs,
+                           Run run)
     : m_model(model), m_embeddings(embeddings), m_inputs(inputs),
       m_width(inputs.keyCache.size() / static_cast<std::size_t>(inputs.positions())),
       m_frames(inputs.alignmentWeights.size() / static_cast<std::size_t>(inputs.positions())),
-      m_scratch(model.makeScratch()) {}
+      m_scratch(model.makeScratch()), m_run(std::move(run)) {}
 
 void CacheStepper::step(int token, std::span<float> logits) {
     const auto position = static_cast<std::size_t>(m_inputs.cacheLength);
@@ -33,12 +35,14 @@ void CacheStepper::step(int token, std::span<float> logits) {
     const auto placeIn = [position](std::vector<float>& all, std::size_t width) {
         return std::span(all).subspan(position * width, width);
     };
-    m_model.predict(features,
-                    {.logits = logits,
-                     .key_cache_updates = placeIn(m_inputs.keyCache, m_width),
-                     .value_cache_updates = placeIn(m_inputs.valueCache, m_width),
-                     .alignment_heads_weights = placeIn(m_inputs.alignmentWeights, m_frames)},
-                    *m_scratch);
+    const TextDecoderOutputs places{.logits = logits,
+                                    .key_cache_updates = placeIn(m_inputs.keyCache, m_width),
+                                    .value_cache_updates = placeIn(m_inputs.valueCache, m_width),
+                                    .alignment_heads_weights = placeIn(m_inputs.alignmentWeights, m_frames)};
+    if (m_run)
+        m_run({features, places, *m_scratch});
+    else
+        m_model.predict(features, places, *m_scratch);
     ++m_inputs.cacheLength;
 }
 

@@ -3,6 +3,7 @@
 #include "WhisperEngine/ModelCalls.h"
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <span>
 
@@ -17,7 +18,11 @@ struct DecodingInputs;
 /// Lifetime: the model, the embeddings (attached to the model) and the inputs outlive this.
 class CacheStepper {
 public:
-    CacheStepper(const TextDecoderModel& model, const AudioEmbeddings& embeddings, DecodingInputs& inputs);
+    /// Runs the model; by default by itself.
+    using Run = std::function<void(const TextDecoderModel::Call&)>;
+
+    CacheStepper(const TextDecoderModel& model, const AudioEmbeddings& embeddings, DecodingInputs& inputs,
+                 Run run = {});
 
     /// Runs the model on `token` at the next position. Its keys and values, and its alignment where the inputs have
     /// room for one, go to their place in the inputs. `logits` may be empty: then they are not computed. Allocates
@@ -33,6 +38,7 @@ private:
     std::size_t m_width;  // of a position in the caches
     std::size_t m_frames; // of a position in the alignment
     std::unique_ptr<TextDecoderModel::Scratch> m_scratch;
+    Run m_run;
 };
 
 } // namespace fenlo::whisper

@@ -3,6 +3,7 @@
 #include "WhisperEngine/AudioTime.h"
 #include "WhisperEngine/Models/ModelVariant.h"
 #include "WhisperEngine/TextDecoder/CacheStepper.h"
+#include "WhisperEngine/TextDecoder/StepBatch.h"
 #include "WhisperEngine/TextDecoder/WindowDecoding.h"
 #include "WhisperEngine/TokenSampler/Scores.h"
 #include "WhisperEngine/TokenSampler/TokenSampler.h"
@@ -45,7 +46,10 @@ TextDecoder::TextDecoder(std::shared_ptr<const TextDecoderModel> model,
     m_isModelMultilingual = isMultilingual(m_sizes.logits);
     m_languageLogitsFilter =
         std::make_shared<LanguageLogitsFilter>(m_tokenizer->allLanguageTokens(), m_sizes.logits, 1);
+    m_batch = std::make_unique<StepBatch>(*m_model);
 }
+
+TextDecoder::~TextDecoder() = default;
 
 std::vector<int> TextDecoder::prefillPrompt(const DecodingOptions& options, const std::string& language,
                                             const std::vector<int>& previousTokens) const {
@@ -55,7 +59,7 @@ std::vector<int> TextDecoder::prefillPrompt(const DecodingOptions& options, cons
         return std::span(tokens).last(static_cast<std::size_t>(std::min<std::ptrdiff_t>(half, std::ssize(tokens))));
     };
     std::vector<int> prompt;
-    if (!previousTokens.empty()) {
+    if (!previousTokens.empty() && special.startOfPreviousToken != noToken) {
         prompt.push_back(special.startOfPreviousToken);
         std::ranges::copy(lastOf(previousTokens), std::back_inserter(prompt));
     }
@@ -66,7 +70,7 @@ std::vector<int> TextDecoder::prefillPrompt(const DecodingOptions& options, cons
         prompt.push_back(m_tokenizer->languageToken(language).value_or(special.englishToken));
         prompt.push_back(options.task == DecodingTask::translate ? special.translateToken : special.transcribeToken);
     }
-    if (options.withoutTimestamps)
+    if (options.withoutTimestamps && special.noTimestampsToken != noToken)
         prompt.push_back(special.noTimestampsToken);
     if (options.prefixTokens)
         std::ranges::copy(lastOf(*options.prefixTokens), std::back_inserter(prompt));
@@ -75,7 +79,11 @@ std::vector<int> TextDecoder::prefillPrompt(const DecodingOptions& options, cons
     if (prompt.size() > most)
         prompt.erase(prompt.begin(), prompt.end() - static_cast<std::ptrdiff_t>(most));
     for (const int token : prompt)
-        if (token < 0 || token >= m_sizes.logits)
+        if (token == noToken)
+            throw WhisperError(
+                WhisperError::Kind::prepareDecoderInputsFailed,
+                "the tokenizer has no token for the language or the task; use the tokenizer of the model");
+        else if (token < 0 || token >= m_sizes.logits)
             throw WhisperError(WhisperError::Kind::prepareDecoderInputsFailed,
                                "the prompt holds the token " + std::to_string(token) +
                                    ", which this model does not have; use the tokenizer of the model");
@@ -90,16 +98,16 @@ DecodingInputs TextDecoder::prepareDecoderInputs(std::vector<int> withPrompt, bo
 
 void TextDecoder::prefillDecoderInputs(DecodingInputs& inputs, const DecodingOptions& options,
                                        const std::string& language) const {
-    if (!m_prefillData || !options.usePrefillCache || !options.usePrefillPrompt)
+    const int englishToken = m_tokenizer->specialTokens().englishToken; // the languages are counted from it
+    if (!m_prefillData || !options.usePrefillCache || !options.usePrefillPrompt || englishToken == noToken)
         return;
     const auto values = static_cast<std::size_t>(m_prefillData->positions()) * m_sizes.kvCacheEmbedDim;
     inputs.prefillKeyCache.resize(values);
     inputs.prefillValueCache.resize(values);
-    const int languageToken = m_tokenizer->languageToken(language).value_or(m_tokenizer->specialTokens().englishToken);
+    const int languageToken = m_tokenizer->languageToken(language).value_or(englishToken);
     try {
-        m_prefillData->predict(options.task == DecodingTask::translate ? 1 : 0,
-                               languageToken - m_tokenizer->specialTokens().englishToken, inputs.prefillKeyCache,
-                               inputs.prefillValueCache);
+        m_prefillData->predict(options.task == DecodingTask::translate ? 1 : 0, languageToken - englishToken,
+                               inputs.prefillKeyCache, inputs.prefillValueCache);
     } catch (const std::exception&) {
         throw WhisperError(WhisperError::Kind::prefillFailed, "Unable to prefill cache");
     }
@@ -132,7 +140,10 @@ void TextDecoder::step(CacheStepper& stepper, int token, std::span<float> logits
 DecodingResult TextDecoder::decodeText(const AudioEmbeddings& encoderOutput, DecodingInputs& inputs,
                                        TokenSampler& sampler, const DecodingOptions& options,
                                        const WindowContext& window) const {
-    WindowDecoding decoding(*this, CacheStepper(*m_model, encoderOutput, inputs), sampler, options, window);
+    StepBatch::Window shared(*m_batch);
+    CacheStepper stepper(*m_model, encoderOutput, inputs,
+                         [&](const TextDecoderModel::Call& call) { shared.step(call, window.stop); });
+    WindowDecoding decoding(*this, std::move(stepper), sampler, options, window);
     decoding.prefill();
     while (decoding.step()) {
     }
@@ -140,12 +151,15 @@ DecodingResult TextDecoder::decodeText(const AudioEmbeddings& encoderOutput, Dec
 }
 
 DecodingResult TextDecoder::detectLanguage(const AudioEmbeddings& encoderOutput, DecodingInputs& inputs,
-                                           TokenSampler& sampler, TranscriptionTimings& timings) const {
+                                           TokenSampler& sampler, TranscriptionTimings& timings,
+                                           std::stop_token stop) const {
     m_logging.debug("Detecting language...");
     const std::vector<int> start{m_tokenizer->specialTokens().startOfTranscriptToken};
     inputs.reset(start);
     std::vector<float> logits(static_cast<std::size_t>(m_sizes.logits));
-    CacheStepper stepper(*m_model, encoderOutput, inputs);
+    StepBatch::Window shared(*m_batch);
+    CacheStepper stepper(*m_model, encoderOutput, inputs,
+                         [&](const TextDecoderModel::Call& call) { shared.step(call, stop); });
     step(stepper, start.front(), logits, timings);
     m_languageLogitsFilter->filterLogits(logits, start);
     if (std::ranges::none_of(logits, [](float logit) { return std::isfinite(logit); }))

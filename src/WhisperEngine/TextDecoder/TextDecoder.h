@@ -22,6 +22,7 @@ class Clock;
 namespace fenlo::whisper {
 
 class CacheStepper;
+class StepBatch;
 class TokenSampler;
 class WhisperTokenizer;
 
@@ -40,7 +41,8 @@ struct WindowContext {
 /// Turns the embeddings of one window into tokens, a model call for each, with the key and value cache held here.
 ///
 /// Threads: constant apart from the early-stop flags; several windows may be decoded at once, each with its own inputs,
-///          sampler and scratch. The callback runs on the decoding thread.
+///          sampler and scratch. They share the model's calls (StepBatch). The callback runs on the decoding thread;
+///          the other windows wait for it.
 /// Errors:  WhisperError. A stop request ends in the kind `cancelled`.
 class TextDecoder {
 public:
@@ -51,6 +53,7 @@ public:
                 std::shared_ptr<const TextDecoderContextPrefillModel> prefillData,
                 std::shared_ptr<const WhisperTokenizer> tokenizer, LogitsFilters logitsFilters, Clock& clock,
                 Logging logging);
+    ~TextDecoder();
 
     bool isModelMultilingual() const { return m_isModelMultilingual; }
 
@@ -71,9 +74,12 @@ public:
 
     /// One step from the start-of-transcript token: the language with its probability beside all others.
     DecodingResult detectLanguage(const AudioEmbeddings& encoderOutput, DecodingInputs& inputs, TokenSampler& sampler,
-                                  TranscriptionTimings& timings) const;
+                                  TranscriptionTimings& timings, std::stop_token stop = {}) const;
 
     void attach(AudioEmbeddings& embeddings) const { m_model->attach(embeddings); }
+    int windowsAtOnce() const { return m_model->windowsAtOnce(); }
+    /// Whose windows wait for each other.
+    StepBatch& batch() const { return *m_batch; }
 
 private:
     class WindowDecoding;
@@ -98,6 +104,7 @@ private:
     Sizes m_sizes;
     bool m_isModelMultilingual = false;
     mutable EarlyStopActor m_earlyStopActor;
+    std::unique_ptr<StepBatch> m_batch;
 };
 
 } // namespace fenlo::whisper

@@ -83,7 +83,7 @@ void TextDecoder::WindowDecoding::call(bool wantsLogits) {
     const bool computesLogits = wantsLogits || startsTranscript;
     m_decoder.step(m_stepper, token, computesLogits ? std::span(m_logits) : std::span<float>(), m_window.timings);
     ++m_window.timings.totalDecodingLoops;
-    if (startsTranscript)
+    if (startsTranscript && m_special.noSpeechToken != noToken && m_special.noSpeechToken < m_decoder.m_sizes.logits)
         m_noSpeechProb = probabilityOf(m_special.noSpeechToken, m_logits, logSumExp(m_logits, maximumScore(m_logits)));
 }
 

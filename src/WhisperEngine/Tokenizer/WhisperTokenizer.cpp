@@ -13,6 +13,7 @@ namespace {
 
 using WordTokens = std::vector<std::pair<std::string, std::vector<int>>>;
 
+constexpr int timeTokenCount = 1501;                // 0 to 30 seconds in steps of 0.02
 constexpr std::string_view cutCharacter = "\uFFFD"; // what decoding gives for bytes that are no whole character
 constexpr std::string_view asciiPunctuation = "!\"#$%&'()*+,-./:;<=>?@[\\]^_`{|}~";
 
@@ -20,28 +21,63 @@ std::string marked(std::string_view name) {
     return "<|" + std::string(name) + "|>";
 }
 
-SpecialTokens findSpecialTokens(const hub::Tokenizer& tokenizer) {
+int required(const hub::Tokenizer& tokenizer, std::string_view literal) {
+    const std::optional<int> token = tokenizer.tokenToId(literal);
+    if (!token) {
+        const std::string fault = "the tokenizer has no token " + std::string(literal) + " and is of no speech model";
+        throw hub::TokenizerError(fault + "; download the model again", fault);
+    }
+    return *token;
+}
+
+/// Vocabularies that do not list their times number them behind the special tokens.
+int firstTime(const hub::Tokenizer& tokenizer, const SpecialTokens& found, const std::set<int>& languages) {
+    if (const std::optional<int> time = tokenizer.tokenToId("<|0.00|>"))
+        return *time;
+    int token = std::max({found.endToken, found.noSpeechToken, found.noTimestampsToken, found.startOfPreviousToken,
+                          found.startOfTranscriptToken, found.transcribeToken, found.translateToken,
+                          tokenizer.tokenToId("<|startoflm|>").value_or(noToken)});
+    if (!languages.empty())
+        token = std::max(token, *languages.rbegin());
+    do
+        ++token;
+    while (tokenizer.idToToken(token)); // special tokens that only this vocabulary has
+    return token;
+}
+
+SpecialTokens findSpecialTokens(const hub::Tokenizer& tokenizer, const std::set<int>& languages) {
     SpecialTokens found;
-    const auto find = [&](int& token, std::initializer_list<std::string_view> literals) {
-        for (const std::string_view literal : literals)
-            if (const std::optional<int> id = tokenizer.tokenToId(literal)) {
-                token = *id;
-                return;
-            }
-    };
-    find(found.endToken, {"<|endoftext|>"});
-    find(found.englishToken, {"<|en|>"});
-    find(found.noSpeechToken, {"<|nospeech|>", "<|nocaptions|>"}); // the second in older vocabularies
-    find(found.noTimestampsToken, {"<|notimestamps|>"});
-    find(found.startOfPreviousToken, {"<|startofprev|>"});
-    find(found.startOfTranscriptToken, {"<|startoftranscript|>"});
-    find(found.timeTokenBegin, {"<|0.00|>"});
-    find(found.transcribeToken, {"<|transcribe|>"});
-    find(found.translateToken, {"<|translate|>"});
+    const auto find = [&](std::string_view literal) { return tokenizer.tokenToId(literal).value_or(noToken); };
+    found.endToken = required(tokenizer, "<|endoftext|>");
+    found.startOfTranscriptToken = required(tokenizer, "<|startoftranscript|>");
+    found.englishToken = find("<|en|>");
+    found.noSpeechToken = find("<|nospeech|>");
+    if (found.noSpeechToken == noToken)
+        found.noSpeechToken = find("<|nocaptions|>"); // in older vocabularies
+    found.noTimestampsToken = find("<|notimestamps|>");
+    found.startOfPreviousToken = find("<|startofprev|>");
+    found.transcribeToken = find("<|transcribe|>");
+    found.translateToken = find("<|translate|>");
+    found.timeTokenBegin = firstTime(tokenizer, found, languages);
     found.specialTokenBegin = found.endToken;
     if (const std::vector<int> blank = tokenizer.encode(" "); blank.size() == 1)
         found.whitespaceToken = blank.front();
     return found;
+}
+
+std::set<int> findLanguageTokens(const hub::Tokenizer& tokenizer) {
+    std::set<int> tokens;
+    for (const Language& language : languages())
+        if (const std::optional<int> token = tokenizer.tokenToId(marked(language.code)))
+            tokens.insert(*token);
+    return tokens;
+}
+
+/// "<|1.50|>" for the token 75 steps behind the first.
+std::string timeLiteral(int steps) {
+    const int hundredths = 2 * steps;
+    const std::string fraction = std::to_string(100 + hundredths % 100).substr(1);
+    return marked(std::to_string(hundredths / 100) + "." + fraction);
 }
 
 /// The smallest groups of tokens that are whole characters.
@@ -78,18 +114,29 @@ bool beginsWord(const std::string& piece) {
 } // namespace
 
 WhisperTokenizer::WhisperTokenizer(hub::Tokenizer tokenizer)
-    : m_tokenizer(std::move(tokenizer)), m_specialTokens(findSpecialTokens(m_tokenizer)) {
-    for (const Language& language : languages())
-        if (const std::optional<int> token = m_tokenizer.tokenToId(marked(language.code)))
-            m_languageTokens.insert(*token);
-}
+    : m_tokenizer(std::move(tokenizer)), m_languageTokens(findLanguageTokens(m_tokenizer)),
+      m_specialTokens(findSpecialTokens(m_tokenizer, m_languageTokens)) {}
 
 std::string WhisperTokenizer::decode(std::span<const int> tokens, bool skipSpecialTokens) const {
-    if (!skipSpecialTokens)
-        return m_tokenizer.decode(tokens);
-    std::vector<int> text(tokens.begin(), tokens.end());
-    std::erase_if(text, [this](int token) { return token >= m_specialTokens.specialTokenBegin; });
-    return m_tokenizer.decode(text);
+    if (skipSpecialTokens) {
+        std::vector<int> text(tokens.begin(), tokens.end());
+        std::erase_if(text, [this](int token) { return token >= m_specialTokens.specialTokenBegin; });
+        return m_tokenizer.decode(text);
+    }
+    std::string text;
+    std::size_t done = 0;
+    for (std::size_t i = 0; i < tokens.size(); ++i)
+        if (isUnlistedTime(tokens[i])) {
+            text += m_tokenizer.decode(tokens.subspan(done, i - done));
+            text += timeLiteral(tokens[i] - m_specialTokens.timeTokenBegin);
+            done = i + 1;
+        }
+    return text + m_tokenizer.decode(tokens.subspan(done));
+}
+
+bool WhisperTokenizer::isUnlistedTime(int token) const {
+    const int steps = token - m_specialTokens.timeTokenBegin;
+    return steps >= 0 && steps < timeTokenCount && !m_tokenizer.idToToken(token);
 }
 
 std::optional<int> WhisperTokenizer::languageToken(const std::string& language) const {

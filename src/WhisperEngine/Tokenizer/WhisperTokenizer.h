@@ -16,11 +16,13 @@ namespace fenlo::whisper {
 /// A tokenizer with Whisper's special tokens, language tokens and words.
 ///
 /// Threads: constant once made.
+/// Errors:  hub::TokenizerError for a vocabulary without "<|endoftext|>" or "<|startoftranscript|>".
 class WhisperTokenizer {
 public:
     explicit WhisperTokenizer(hub::Tokenizer tokenizer);
 
     std::vector<int> encode(std::string_view text) const { return m_tokenizer.encode(text); }
+    /// Times have their literals even where the vocabulary does not list them.
     std::string decode(std::span<const int> tokens, bool skipSpecialTokens = false) const;
 
     const SpecialTokens& specialTokens() const { return m_specialTokens; }
@@ -37,9 +39,11 @@ public:
                                                                             const std::string& language) const;
 
 private:
+    bool isUnlistedTime(int token) const;
+
     hub::Tokenizer m_tokenizer;
-    SpecialTokens m_specialTokens;
     std::set<int> m_languageTokens;
+    SpecialTokens m_specialTokens;
 };
 
 /// The code of a language by its code or English name, as the published table of Whisper's languages has them; none for

@@ -7,6 +7,9 @@
 
 #include <algorithm>
 #include <functional>
+#include <memory>
+#include <new>
+#include <sys/mman.h>
 
 namespace fenlo::whisper {
 
@@ -14,24 +17,64 @@ namespace {
 
 constexpr int rowsPerTask = 64;
 
+/// Calls `work(first, last)` for blocks of rows, on the pool's threads.
+void forRows(ThreadPool& pool, int rows, const std::function<void(int first, int last)>& work) {
+    pool.run((rows + rowsPerTask - 1) / rowsPerTask,
+             [&](int task) { work(task * rowsPerTask, std::min(rows, (task + 1) * rowsPerTask)); });
+}
+
 /// A convolution of three frames as a product: row t holds frames t * step, t * step + 1 and t * step + 2 of the padded
 /// source, which lie one behind the other.
-void gatherFrames(const float* padded, float* dst, int rows, int step, int channels) {
-    for (int row = 0; row < rows; ++row)
-        std::copy_n(padded + static_cast<std::ptrdiff_t>(row) * step * channels, 3 * channels,
-                    dst + static_cast<std::ptrdiff_t>(row) * 3 * channels);
+void gatherFrames(ThreadPool& pool, const float* padded, float* dst, int rows, int step, int channels) {
+    forRows(pool, rows, [=](int first, int last) {
+        for (std::ptrdiff_t row = first; row < last; ++row)
+            std::copy_n(padded + row * step * channels, 3 * channels, dst + row * 3 * channels);
+    });
 }
+
+/// Floats without a value yet, so that the threads that write them first bring the pages in. In large pages where the
+/// system has them: a window takes ten thousand small ones.
+class LargeMemory {
+public:
+    explicit LargeMemory(std::size_t count)
+        : m_floats(static_cast<float*>(::operator new(count * sizeof(float), largePage))) {
+        ::madvise(m_floats.get(), count * sizeof(float), MADV_HUGEPAGE); // a hint
+    }
+    float* get() const { return m_floats.get(); }
+
+private:
+    static constexpr std::align_val_t largePage{std::size_t{2} << 20};
+    struct Free {
+        void operator()(float* memory) const { ::operator delete(memory, largePage); }
+    };
+    std::unique_ptr<float, Free> m_floats;
+};
 
 } // namespace
 
-/// Of one call.
+/// Of one call. The convolutions use the memory of what comes after them.
 struct AudioEncoderNetwork::Buffers {
-    explicit Buffers(const ModelArchitecture& net)
-        : state(size(net.audioPositions, net.width)), normed(state.size()), query(state.size()), key(state.size()),
-          value(state.size()), inner(size(net.audioPositions, net.encoderFeedForward)) {}
+    explicit Buffers(const ModelArchitecture& net) : Buffers(net, size(net.audioPositions, net.width)) {}
 
-    std::vector<float> state, normed, query, key, value; // [audioPositions, width]
-    std::vector<float> inner;                            // [audioPositions, feed-forward]
+    std::size_t padded, convolved, gathered, part; // sizes of the convolutions' parts, and of one of the others
+    LargeMemory memory;
+    float* const state = memory.get(); // [audioPositions, width], as are the four behind it
+    float* const normed = state + part;
+    float* const query = normed + std::max(part, padded);
+    float* const key = query + part;
+    float* const value = key + part;
+    float* const inner = query + std::max(3 * part, convolved); // [audioPositions, feed-forward]
+
+    float* paddedFrames() const { return normed; }   // [melFrames + 2, melBands]
+    float* convolvedFrames() const { return query; } // [melFrames + 2, width]
+    float* gatheredFrames() const { return inner; }  // [frames, 3 channels]
+
+private:
+    Buffers(const ModelArchitecture& net, std::size_t each)
+        : padded(size(net.melFrames() + 2, net.melBands)), convolved(size(net.melFrames() + 2, net.width)),
+          gathered(std::max(size(net.melFrames(), 3 * net.melBands), 3 * each)), part(each),
+          memory(part + std::max(part, padded) + std::max(3 * part, convolved) +
+                 std::max(gathered, size(net.audioPositions, net.encoderFeedForward))) {}
 };
 
 AudioEncoderNetwork::Layer AudioEncoderNetwork::loadLayer(const CompiledFile& file, const std::string& prefix) {
@@ -41,7 +84,8 @@ AudioEncoderNetwork::Layer AudioEncoderNetwork::loadLayer(const CompiledFile& fi
         return PackedLinear::load(file, prefix + name, outputs, inputs);
     };
     const PackedLinear joined = linear("self_qkv", 3 * width, width);
-    return {PackedNorm::load(file, prefix + "self_norm", width),
+    return {joined.bytes != nullptr,
+            PackedNorm::load(file, prefix + "self_norm", width),
             joined.rows(0, width).matMul(),
             joined.rows(width, width).matMul(),
             joined.rows(2 * width, width).matMul(),
@@ -62,60 +106,74 @@ AudioEncoderNetwork::AudioEncoderNetwork(CompiledFile file, ThreadPool& pool)
 }
 
 void AudioEncoderNetwork::predict(std::span<const float> melspectrogram_features, AudioEmbeddings& output) const {
+    predictUntil(melspectrogram_features, output, {});
+}
+
+void AudioEncoderNetwork::predictUntil(std::span<const float> melspectrogram_features, AudioEmbeddings& output,
+                                       const std::stop_token& stop) const {
     if (melspectrogram_features.size() != size(m_net.melBands, m_net.melFrames()))
         throw WhisperError(WhisperError::Kind::decodingFailed, "The mel features have not the shape of the model's.");
     Buffers buffers(m_net);
     convolve(melspectrogram_features, buffers);
-    for (const Layer& layer : m_layers)
+    for (const Layer& layer : m_layers) {
+        if (stop.stop_requested())
+            break;
         run(layer, buffers);
-    output.encoder_output_embeds.resize(buffers.state.size());
+    }
+    output.encoder_output_embeds.resize(buffers.part);
     output.derived.reset();
-    normalize(m_norm, buffers.state.data(), output.encoder_output_embeds.data());
+    normalize(m_norm, buffers.state, output.encoder_output_embeds.data());
 }
 
 void AudioEncoderNetwork::convolve(std::span<const float> features, Buffers& buffers) const {
     const int frames = m_net.melFrames(), bands = m_net.melBands, width = m_net.width, rows = m_net.audioPositions;
 
     // Frame after frame, with a frame of zeros at both ends.
-    std::vector<float> padded(size(frames + 2, bands));
-    for (int band = 0; band < bands; ++band)
-        for (int frame = 0; frame < frames; ++frame)
-            padded[size(frame + 1, bands) + static_cast<std::size_t>(band)] =
-                features[size(band, frames) + static_cast<std::size_t>(frame)];
-    std::vector<float> gathered(std::max(size(frames, 3 * bands), size(rows, 3 * width)));
-    gatherFrames(padded.data(), gathered.data(), frames, 1, bands);
+    float* const padded = buffers.paddedFrames();
+    std::fill_n(padded, bands, 0.0F);
+    std::fill_n(padded + size(frames + 1, bands), bands, 0.0F);
+    forRows(m_pool, frames, [&](int first, int last) {
+        for (int band = 0; band < bands; ++band)
+            for (int frame = first; frame < last; ++frame)
+                padded[size(frame + 1, bands) + static_cast<std::size_t>(band)] =
+                    features[size(band, frames) + static_cast<std::size_t>(frame)];
+    });
+    gatherFrames(m_pool, padded, buffers.gatheredFrames(), frames, 1, bands);
 
-    std::vector<float> first(size(frames + 2, width)); // padded likewise
-    m_conv1.run(gathered.data(), first.data() + width, frames, Activation::gelu, false, m_pool);
-    gatherFrames(first.data(), gathered.data(), rows, 2, width);
-    m_conv2.run(gathered.data(), buffers.state.data(), rows, Activation::gelu, false, m_pool);
-    kernels::add(buffers.state.data(), m_positions, static_cast<int>(buffers.state.size()));
+    float* const convolved = buffers.convolvedFrames(); // padded likewise
+    std::fill_n(convolved, width, 0.0F);
+    std::fill_n(convolved + size(frames + 1, width), width, 0.0F);
+    m_conv1.run(buffers.gatheredFrames(), convolved + width, frames, Activation::gelu, false, m_pool);
+    gatherFrames(m_pool, convolved, buffers.gatheredFrames(), rows, 2, width);
+    m_conv2.run(buffers.gatheredFrames(), buffers.state, rows, Activation::gelu, false, m_pool);
+    forRows(m_pool, rows, [&](int first, int last) {
+        kernels::add(buffers.state + size(first, width), m_positions + size(first, width), (last - first) * width);
+    });
 }
 
 void AudioEncoderNetwork::run(const Layer& layer, Buffers& buffers) const {
     const int rows = m_net.audioPositions;
-    float* const state = buffers.state.data();
-    float* const normed = buffers.normed.data();
+    float* const state = buffers.state;
+    float* const normed = buffers.normed;
     normalize(layer.selfNorm, state, normed);
-    layer.query.run(normed, buffers.query.data(), rows, Activation::none, false, m_pool);
-    layer.key.run(normed, buffers.key.data(), rows, Activation::none, false, m_pool);
-    layer.value.run(normed, buffers.value.data(), rows, Activation::none, false, m_pool);
-    attendAll(buffers.query.data(), buffers.key.data(), buffers.value.data(), normed, rows, m_net.encoderHeads,
-              m_net.width / m_net.encoderHeads, m_pool);
+    layer.query.run(normed, buffers.query, rows, Activation::none, false, m_pool);
+    layer.key.run(normed, buffers.key, rows, Activation::none, false, m_pool);
+    layer.value.run(normed, buffers.value, rows, Activation::none, false, m_pool);
+    const auto& attend = layer.isInt8 && attendsFasterInt8() ? attendAllInt8 : attendAll;
+    attend(buffers.query, buffers.key, buffers.value, normed, rows, m_net.encoderHeads,
+           m_net.width / m_net.encoderHeads, m_pool);
     layer.selfOut.run(normed, state, rows, Activation::none, true, m_pool);
 
     normalize(layer.feedNorm, state, normed);
-    layer.feedIn.run(normed, buffers.inner.data(), rows, Activation::gelu, false, m_pool);
-    layer.feedOut.run(buffers.inner.data(), state, rows, Activation::none, true, m_pool);
+    layer.feedIn.run(normed, buffers.inner, rows, Activation::gelu, false, m_pool);
+    layer.feedOut.run(buffers.inner, state, rows, Activation::none, true, m_pool);
 }
 
 void AudioEncoderNetwork::normalize(const PackedNorm& norm, const float* src, float* dst) const {
     const int rows = m_net.audioPositions, width = m_net.width;
-    m_pool.run((rows + rowsPerTask - 1) / rowsPerTask, [=](int task) {
-        for (int row = task * rowsPerTask; row < std::min(rows, (task + 1) * rowsPerTask); ++row) {
-            const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(row) * width;
-            kernels::layerNorm(src + at, norm.gain, norm.shift, dst + at, width);
-        }
+    forRows(m_pool, rows, [=](int first, int last) {
+        for (std::ptrdiff_t row = first; row < last; ++row)
+            kernels::layerNorm(src + row * width, norm.gain, norm.shift, dst + row * width, width);
     });
 }
 

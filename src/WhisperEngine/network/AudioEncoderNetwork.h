@@ -19,9 +19,12 @@ public:
     int audioFrames() const override { return m_net.audioPositions; }
     int width() const override { return m_net.width; }
     void predict(std::span<const float> melspectrogram_features, AudioEmbeddings& output) const override;
+    void predictUntil(std::span<const float> melspectrogram_features, AudioEmbeddings& output,
+                      const std::stop_token& stop) const override;
 
 private:
     struct Layer {
+        bool isInt8;
         PackedNorm selfNorm;
         MatMul query, key, value, selfOut;
         PackedNorm feedNorm;

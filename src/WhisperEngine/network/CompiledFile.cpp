@@ -34,6 +34,11 @@ CompiledFile::CompiledFile(std::span<const std::byte> bytes, const std::string& 
     parse(bytes);
 }
 
+void CompiledFile::readAhead() const {
+    if (m_file)
+        m_file->readAhead();
+}
+
 void CompiledFile::refuse(const std::string& fault) const {
     throw ModelDamage(m_name + " " + fault, ". Compile the model again.");
 }

@@ -40,6 +40,9 @@ public:
     /// The same of bytes that the caller keeps alive.
     CompiledFile(std::span<const std::byte> bytes, const std::string& name);
 
+    /// Asks the system to read the numbers, so that their first use does not wait for the disk.
+    void readAhead() const;
+
     const CompiledIdentity& identity() const { return m_identity; }
     const std::string& name() const { return m_name; }
 

@@ -1,8 +1,7 @@
 #include "WhisperEngine/network/Digest.h"
 
 #include "WhisperEngine/WhisperError.h"
-
-#include <openssl/evp.h>
+#include "base/OpenSsl.h"
 
 namespace fenlo::whisper {
 

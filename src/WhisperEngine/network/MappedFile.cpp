@@ -2,6 +2,7 @@
 
 #include "WhisperEngine/network/ModelFault.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -35,6 +36,12 @@ MappedFile::MappedFile(MappedFile&& other) noexcept : m_bytes(std::exchange(othe
 MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
     std::swap(m_bytes, other.m_bytes);
     return *this;
+}
+
+void MappedFile::readAhead() const {
+    constexpr std::size_t step = std::size_t{128} * 1024; // of one request the system reads no more than its look-ahead
+    for (std::size_t at = 0; at < m_bytes.size(); at += step)
+        ::madvise(const_cast<std::byte*>(m_bytes.data() + at), std::min(step, m_bytes.size() - at), MADV_WILLNEED);
 }
 
 MappedFile::~MappedFile() {

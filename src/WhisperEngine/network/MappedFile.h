@@ -18,6 +18,8 @@ public:
     ~MappedFile();
 
     std::span<const std::byte> bytes() const { return m_bytes; }
+    /// Asks the system to read all of it into its cache; waits no longer than until that is asked.
+    void readAhead() const;
 
 private:
     std::span<const std::byte> m_bytes;

@@ -24,6 +24,7 @@ CompiledFile openCompiled(const ModelPlace& place, CompiledKind kind, ComputeUni
         file.refuse("holds another part of a model");
     if (file.identity().fingerprint != checkpointFingerprint(place.checkpoint))
         file.refuse("belongs to another checkpoint than " + place.checkpoint.string());
+    file.readAhead();
     return file;
 }
 

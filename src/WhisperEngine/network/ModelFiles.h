@@ -37,7 +37,7 @@ void checkCheckpoint(const std::filesystem::path& modelFolder, const ModelComput
 void compileModel(const ModelPlace& place, const ModelComputeOptions& options,
                   const std::function<void(double)>& progress, std::stop_token stop);
 
-/// Each maps its file. The pool outlives the model.
+/// Each maps its file, and has the system begin to read it. The pool outlives the model.
 std::unique_ptr<MelSpectrogramModel> loadMelSpectrogram(const ModelPlace& place, const ModelComputeOptions& options,
                                                         ThreadPool& pool);
 std::unique_ptr<AudioEncoderModel> loadAudioEncoder(const ModelPlace& place, const ModelComputeOptions& options,

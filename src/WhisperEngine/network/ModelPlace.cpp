@@ -4,6 +4,7 @@
 #include "WhisperEngine/network/Digest.h"
 #include "WhisperEngine/network/ModelFiles.h"
 #include "base/Files.h"
+#include "base/Hexadecimal.h"
 
 #include <fcntl.h>
 #include <system_error>
@@ -19,13 +20,7 @@ namespace {
 constexpr std::size_t keyBytes = 8; // of each half of a name: the folder, and the state of its checkpoint
 
 std::string keyOf(const std::array<std::uint8_t, 32>& digest) {
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (std::size_t i = 0; i < keyBytes; ++i) {
-        text += digits[digest[i] >> 4u];
-        text += digits[digest[i] & 15u];
-    }
-    return text;
+    return hexadecimal(std::as_bytes(std::span(digest).first(keyBytes)));
 }
 
 fs::path wholePath(const fs::path& folder) {

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <unistd.h>
 
 namespace fenlo::whisper {
 
@@ -64,6 +65,10 @@ void TextDecoderNetwork::loadAlignmentHeads() {
     }
 }
 
+std::size_t TextDecoderNetwork::cachedWidth() const {
+    return size(m_net.decoderLayers, m_net.width);
+}
+
 std::optional<int> TextDecoderNetwork::kvCacheMaxSequenceLength() const {
     return std::min(longestSequence, m_net.textPositions);
 }
@@ -72,31 +77,22 @@ void TextDecoderNetwork::attach(AudioEmbeddings& embeddings) const {
     const int frames = m_net.audioPositions, width = m_net.width, headWidth = width / m_net.decoderHeads;
     if (embeddings.encoder_output_embeds.size() != size(frames, width))
         refuse("The audio embeddings have not the shape that the decoder expects.");
-    const bool half = m_file.identity().unit == ComputeUnit::automatic;
-    const std::size_t total = m_layers.size() * size(frames, width);
-    auto cache = std::make_shared<CrossCache>();
-    cache->owner = this;
-    cache->halfKeys.resize(half ? total : 0);
-    cache->halfValues.resize(half ? total : 0);
-    cache->keys.resize(half ? 0 : total);
-    cache->values.resize(half ? 0 : total);
-
+    const bool inBytes = m_file.identity().unit == ComputeUnit::automatic;
+    auto cache = std::make_shared<CrossCache>(*this, inBytes);
     std::vector<float> joined(size(frames, 2 * width)); // [frames, keys and values]
     for (std::size_t i = 0; i < m_layers.size(); ++i) {
         m_layers[i].crossKeysValues.run(embeddings.encoder_output_embeds.data(), joined.data(), frames,
                                         Activation::none, false, m_pool);
         const auto apart = [&](int head) {
-            const std::size_t start = i * size(frames, width) + size(head, frames * headWidth);
-            for (int frame = 0; frame < frames; ++frame) {
-                const float* key = joined.data() + size(frame, 2 * width) + size(head, headWidth);
-                const std::size_t to = start + size(frame, headWidth);
-                if (half) {
-                    kernels::toHalf(key, cache->halfKeys.data() + to, headWidth);
-                    kernels::toHalf(key + width, cache->halfValues.data() + to, headWidth);
-                } else {
-                    std::copy_n(key, headWidth, cache->keys.data() + to);
-                    std::copy_n(key + width, headWidth, cache->values.data() + to);
-                }
+            const float* const keys = joined.data() + size(head, headWidth);
+            const std::size_t stride = size(2 * width, 1);
+            if (inBytes)
+                return kernels::quantizeHead(keys, keys + width, stride, cache->head(i, head));
+            float* key = cache->keys.data() + i * size(frames, width) + size(head, frames * headWidth);
+            float* value = cache->values.data() + (key - cache->keys.data());
+            for (std::size_t frame = 0; frame < size(frames, 1); ++frame, key += headWidth, value += headWidth) {
+                std::copy_n(keys + frame * stride, headWidth, key);
+                std::copy_n(keys + width + frame * stride, headWidth, value);
             }
         };
         m_pool.run(m_net.decoderHeads, std::ref(apart));
@@ -110,6 +106,21 @@ std::unique_ptr<TextDecoderModel::Scratch> TextDecoderNetwork::makeScratch() con
 
 void TextDecoderNetwork::predict(const TextDecoderInputs& inputs, const TextDecoderOutputs& outputs,
                                  Scratch& scratch) const {
+    Row row = rowOf(inputs, outputs, scratch);
+    Step(*this, {&row, 1}).run();
+}
+
+void TextDecoderNetwork::predict(std::span<const Call> calls) const {
+    std::vector<Row> rows;
+    for (const Call& call : calls)
+        rows.push_back(rowOf(call.inputs, call.outputs, call.scratch));
+    constexpr std::size_t most = Step::mostRows;
+    for (std::size_t first = 0; first < rows.size(); first += most)
+        Step(*this, std::span(rows).subspan(first, std::min(most, rows.size() - first))).run();
+}
+
+TextDecoderNetwork::Row TextDecoderNetwork::rowOf(const TextDecoderInputs& inputs, const TextDecoderOutputs& outputs,
+                                                  Scratch& scratch) const {
     const auto dimension = size(m_net.decoderLayers, m_net.width);
     const AudioEmbeddings* embeddings = inputs.encoder_output_embeds;
     const auto* cross = embeddings ? dynamic_cast<const CrossCache*>(embeddings->derived.get()) : nullptr;
@@ -127,7 +138,16 @@ void TextDecoderNetwork::predict(const TextDecoderInputs& inputs, const TextDeco
         (inputs.wantsLogits && outputs.logits.size() != size(m_net.vocabularySize, 1)) ||
         (inputs.wantsAlignment && outputs.alignment_heads_weights.size() != size(m_net.audioPositions, 1)))
         refuse("The decoder's outputs have not the sizes of the model's.");
-    Step(*this, inputs, outputs, *cross, *workspace).run();
+    return {inputs, outputs, *cross, *workspace};
+}
+
+int TextDecoderNetwork::windowsAtOnce() const {
+    const std::size_t number = m_file.identity().unit == ComputeUnit::automatic ? 1 : sizeof(float);
+    const std::size_t audio = 2 * m_layers.size() * size(m_net.audioPositions, m_net.width) * number;
+    const std::size_t text = 2 * (m_layers.size() + 1) * size(longestSequence, m_net.width) * sizeof(float);
+    const auto memory =
+        static_cast<std::size_t>(::sysconf(_SC_PHYS_PAGES)) * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    return static_cast<int>(std::clamp<std::size_t>(memory / 8 / (audio + text), 1, Step::mostRows));
 }
 
 } // namespace fenlo::whisper

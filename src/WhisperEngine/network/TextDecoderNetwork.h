@@ -8,8 +8,9 @@ namespace fenlo::whisper {
 
 class ThreadPool;
 
-/// Whisper's text decoder, one token a call: layers of self-attention over the cached positions, attention to the audio
-/// and a feed-forward network, each behind a layer norm; the scores are products with the token embedding.
+/// Whisper's text decoder, one token of each decoding a call: layers of self-attention over the cached positions,
+/// attention to the audio and a feed-forward network, each behind a layer norm; the scores are products with the token
+/// embedding.
 class TextDecoderNetwork final : public TextDecoderModel {
 public:
     TextDecoderNetwork(CompiledFile file, ThreadPool& pool);
@@ -23,6 +24,9 @@ public:
     void attach(AudioEmbeddings& embeddings) const override;
     std::unique_ptr<Scratch> makeScratch() const override;
     void predict(const TextDecoderInputs& inputs, const TextDecoderOutputs& outputs, Scratch& scratch) const override;
+    void predict(std::span<const Call> calls) const override;
+    /// Eight, or fewer where their memory would be more than an eighth of the machine's.
+    int windowsAtOnce() const override;
 
 private:
     struct Layer {
@@ -38,9 +42,13 @@ private:
     struct CrossCache;
     struct Workspace;
     class Step;
+    struct Row;
 
+    /// The call with what it brings. Throws where that does not fit the model.
+    Row rowOf(const TextDecoderInputs& inputs, const TextDecoderOutputs& outputs, Scratch& scratch) const;
     static Layer loadLayer(const CompiledFile& file, const std::string& prefix);
     void loadAlignmentHeads();
+    std::size_t cachedWidth() const; // of a position, in all layers
 
     CompiledFile m_file;
     ModelArchitecture m_net;

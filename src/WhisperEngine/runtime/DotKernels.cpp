@@ -1,8 +1,10 @@
 // Kernels that multiply one vector with the rows of a matrix. This file is compiled once for each instruction set.
 
-#include "WhisperEngine/runtime/HalfFloat.h"
+#include "WhisperEngine/runtime/ByteRows.h"
 #include "WhisperEngine/runtime/InstructionSet.h"
 #include "WhisperEngine/runtime/Kernels.h"
+
+#include <algorithm>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "WhisperEngine/runtime/DotKernels.cpp"
@@ -15,20 +17,24 @@ HWY_BEFORE_NAMESPACE();
 namespace fenlo::whisper::kernels::HWY_NAMESPACE {
 namespace {
 
-const hn::Rebind<hwy::float16_t, decltype(floats)> halves;
+/// As in the product of rows of bytes: into the second cache, across the next page.
+constexpr std::size_t lookAhead = 4096;
 
-// Rows are floats or, for the cache of a whole window, floats of half precision.
+const hn::Rebind<std::int8_t, decltype(floats)> quarters;
+
+// Rows are floats or, for the cache of a whole window, bytes.
 HWY_INLINE Floats load(const float* from) {
     return hn::LoadU(floats, from);
 }
-HWY_INLINE Floats load(const std::uint16_t* from) {
-    return hn::PromoteTo(floats, hn::LoadU(halves, reinterpret_cast<const hwy::float16_t*>(from)));
+HWY_INLINE Floats load(const std::int8_t* from) {
+    const hn::RebindToSigned<decltype(floats)> wide;
+    return hn::ConvertTo(floats, hn::PromoteTo(wide, hn::LoadU(quarters, from)));
 }
 HWY_INLINE float single(float value) {
     return value;
 }
-HWY_INLINE float single(std::uint16_t value) {
-    return floatFromHalf(value);
+HWY_INLINE float single(std::int8_t value) {
+    return static_cast<float>(value);
 }
 
 /// Row after row, each from end to end: a matrix comes from main memory, which delivers one stream twice as fast as
@@ -92,18 +98,24 @@ std::int32_t dotBytes(const std::int8_t* row, const std::int8_t* x, std::size_t 
     return sum;
 }
 
-void matVecBytes(const std::int8_t* weights, const float* rowScales, const float* bias, const std::int8_t* x,
-                 float xScale, float* dst, int firstRow, int lastRow, std::size_t columns) {
-    for (int row = firstRow; row < lastRow; ++row)
-        dst[row] = static_cast<float>(dotBytes(weights + row * columns, x, columns)) * (rowScales[row] * xScale) +
-                   (bias ? bias[row] : 0.0F);
+void dotByteRows(const std::int8_t* rows, const std::int8_t* x, std::size_t count, std::int32_t* sums,
+                 std::size_t rowCount) {
+    for (std::size_t i = 0; i < rowCount; ++i)
+        sums[i] = dotBytes(rows + i * count, x, count);
 }
 
-/// dst = the rows' sum, each times its factor. Four vectors of columns at a time, and even and odd rows apart: eight
-/// sums in flight.
-template <class Number>
-void mixRows(const Number* rows, std::size_t stride, const float* factors, float* dst, std::size_t rowCount,
-             std::size_t width) {
+/// Two factors of each row as one.
+struct Factors {
+    const float* some;
+    const float* others;
+    HWY_INLINE float operator[](std::size_t row) const { return some[row] * others[row]; }
+};
+
+/// keep(sum, column) is given the rows' sum, each times its factor. Four vectors of columns at a time, and even and odd
+/// rows apart: eight sums in flight.
+template <class Number, class Numbers, class Keep>
+void mixRows(const Number* rows, std::size_t stride, const Numbers& factors, std::size_t rowCount, std::size_t width,
+             const Keep& keep) {
     const std::size_t lanes = hn::Lanes(floats);
     std::size_t i = 0;
     for (; i + 4 * lanes <= width; i += 4 * lanes) {
@@ -136,47 +148,57 @@ void mixRows(const Number* rows, std::size_t stride, const float* factors, float
             even2 = hn::MulAdd(load(at + 2 * lanes), factor, even2);
             even3 = hn::MulAdd(load(at + 3 * lanes), factor, even3);
         }
-        hn::StoreU(hn::Add(even0, odd0), floats, dst + i);
-        hn::StoreU(hn::Add(even1, odd1), floats, dst + i + lanes);
-        hn::StoreU(hn::Add(even2, odd2), floats, dst + i + 2 * lanes);
-        hn::StoreU(hn::Add(even3, odd3), floats, dst + i + 3 * lanes);
+        keep(hn::Add(even0, odd0), i);
+        keep(hn::Add(even1, odd1), i + lanes);
+        keep(hn::Add(even2, odd2), i + 2 * lanes);
+        keep(hn::Add(even3, odd3), i + 3 * lanes);
     }
     for (; i < width; ++i) {
         float sum = 0.0F;
         for (std::size_t p = 0; p < rowCount; ++p)
             sum += factors[p] * single(rows[p * stride + i]);
-        dst[i] = sum;
+        keep(sum, i);
     }
 }
+
+/// Places sums.
+struct Store {
+    float* dst;
+    HWY_INLINE void operator()(Floats sum, std::size_t at) const { hn::StoreU(sum, floats, dst + at); }
+    HWY_INLINE void operator()(float sum, std::size_t at) const { dst[at] = sum; }
+};
+
+/// Places sums of bytes as what they stand for.
+struct StoreScaled {
+    float* dst;
+    const float* scales;
+    const float* centres;
+    HWY_INLINE void operator()(Floats sum, std::size_t at) const {
+        hn::StoreU(hn::MulAdd(sum, load(scales + at), load(centres + at)), floats, dst + at);
+    }
+    HWY_INLINE void operator()(float sum, std::size_t at) const { dst[at] = sum * scales[at] + centres[at]; }
+};
 
 void dotFloatRows(const float* rows, std::size_t stride, const float* offsets, const float* x, std::size_t count,
                   float* sums, std::size_t rowCount) {
     dotRows(rows, stride, offsets, x, count, sums, rowCount);
 }
-void dotHalfRows(const std::uint16_t* rows, std::size_t stride, const float* offsets, const float* x, std::size_t count,
-                 float* sums, std::size_t rowCount) {
-    dotRows(rows, stride, offsets, x, count, sums, rowCount);
+void scoreBytes(const ByteHead& head, const float* query, float* scores) {
+    const auto width = static_cast<std::size_t>(head.width);
+    for (std::size_t p = 0; p < static_cast<std::size_t>(head.positions); ++p) {
+        const std::int8_t* const key = head.keys() + p * width;
+        __builtin_prefetch(key + lookAhead, 0, 2);
+        scores[p] = dot(key, query, width) * head.keyFactors()[p];
+    }
 }
 void mixFloatRows(const float* rows, std::size_t stride, const float* factors, float* dst, std::size_t rowCount,
                   std::size_t width) {
-    mixRows(rows, stride, factors, dst, rowCount, width);
+    mixRows(rows, stride, factors, rowCount, width, Store{dst});
 }
-void mixHalfRows(const std::uint16_t* rows, std::size_t stride, const float* factors, float* dst, std::size_t rowCount,
-                 std::size_t width) {
-    mixRows(rows, stride, factors, dst, rowCount, width);
-}
-
-void halve(const float* src, std::uint16_t* dst, std::size_t count) {
-    const std::size_t lanes = hn::Lanes(floats);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes)
-        hn::StoreU(hn::DemoteTo(halves, hn::LoadU(floats, src + i)), halves,
-                   reinterpret_cast<hwy::float16_t*>(dst + i));
-    for (; i < count; ++i) {
-        const hn::CappedTag<float, 1> one;
-        const hn::Rebind<hwy::float16_t, decltype(one)> oneHalf;
-        hn::StoreU(hn::DemoteTo(oneHalf, hn::LoadU(one, src + i)), oneHalf, reinterpret_cast<hwy::float16_t*>(dst + i));
-    }
+void mixBytes(const ByteHead& head, const float* scores, float* dst) {
+    const auto width = static_cast<std::size_t>(head.width);
+    mixRows(head.values(), width, Factors{scores, head.valueFactors()}, static_cast<std::size_t>(head.positions), width,
+            StoreScaled{dst, head.valueScales(), head.valueCentres()});
 }
 
 } // namespace
@@ -187,12 +209,11 @@ HWY_AFTER_NAMESPACE();
 namespace fenlo::whisper::kernels {
 
 namespace {
+HWY_EXPORT(dotByteRows);
 HWY_EXPORT(dotFloatRows);
-HWY_EXPORT(dotHalfRows);
-HWY_EXPORT(halve);
-HWY_EXPORT(matVecBytes);
 HWY_EXPORT(mixFloatRows);
-HWY_EXPORT(mixHalfRows);
+HWY_EXPORT(scoreBytes);
+HWY_EXPORT(mixBytes);
 } // namespace
 
 void matVec(const float* weights, const float* bias, const float* x, float* dst, int firstRow, int lastRow,
@@ -204,11 +225,20 @@ void matVec(const float* weights, const float* bias, const float* x, float* dst,
      static_cast<std::size_t>(lastRow - firstRow));
 }
 
-void matVecInt8(const std::int8_t* weights, const float* rowScales, const float* bias, const std::int8_t* x,
-                float xScale, float* dst, int firstRow, int lastRow, int columns) {
+void multiplyWidened(const ByteMatrix& matrix, std::span<const ByteVector> vectors, int firstRow, int lastRow) {
     allowedInstructionSet();
-    HWY_DYNAMIC_DISPATCH(matVecBytes)
-    (weights, rowScales, bias, x, xScale, dst, firstRow, lastRow, static_cast<std::size_t>(columns));
+    const auto columns = static_cast<std::size_t>(matrix.columns);
+    constexpr int block = 16; // rows that stay in the first cache for the next vector
+    std::int32_t sums[block];
+    for (int first = firstRow; first < lastRow; first += block) {
+        const int rows = std::min(block, lastRow - first);
+        for (const ByteVector& vector : vectors) {
+            HWY_DYNAMIC_DISPATCH(dotByteRows)
+            (matrix.weights + static_cast<std::size_t>(first) * columns, vector.values, columns, sums,
+             static_cast<std::size_t>(rows));
+            finish(matrix, vector, sums, first, rows);
+        }
+    }
 }
 
 void attendOne(const float* query, const float* keys, const float* values, std::size_t stride, const float* mask,
@@ -221,19 +251,13 @@ void attendOne(const float* query, const float* keys, const float* values, std::
     (values, stride, scores, dst, static_cast<std::size_t>(positions), static_cast<std::size_t>(headWidth));
 }
 
-void toHalf(const float* src, std::uint16_t* dst, int count) {
+void attendBytes(const float* query, const ByteHead& head, float* scores, float* dst) {
     allowedInstructionSet();
-    HWY_DYNAMIC_DISPATCH(halve)(src, dst, static_cast<std::size_t>(count));
-}
-
-void attendOne(const float* query, const std::uint16_t* keys, const std::uint16_t* values, std::size_t stride,
-               const float* mask, float* scores, float* dst, int positions, int headWidth) {
-    allowedInstructionSet();
-    HWY_DYNAMIC_DISPATCH(dotHalfRows)
-    (keys, stride, mask, query, static_cast<std::size_t>(headWidth), scores, static_cast<std::size_t>(positions));
-    softmax(scores, positions);
-    HWY_DYNAMIC_DISPATCH(mixHalfRows)
-    (values, stride, scores, dst, static_cast<std::size_t>(positions), static_cast<std::size_t>(headWidth));
+    for (int i = 0; i < head.width; ++i)
+        dst[i] = query[i] * head.keyScales()[i]; // a place that is free until the values come
+    HWY_DYNAMIC_DISPATCH(scoreBytes)(head, dst, scores);
+    softmax(scores, head.positions);
+    HWY_DYNAMIC_DISPATCH(mixBytes)(head, scores, dst);
 }
 
 } // namespace fenlo::whisper::kernels

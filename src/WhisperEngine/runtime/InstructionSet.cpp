@@ -1,13 +1,13 @@
 #include "WhisperEngine/runtime/InstructionSet.h"
 
 #include "WhisperEngine/runtime/InstructionChoice.h"
+#include "WhisperEngine/runtime/OneDnn.h"
 #include "base/Environment.h"
 #include "base/Log.h"
 
 #include <algorithm>
 #include <array>
 #include <hwy/targets.h>
-#include <oneapi/dnnl/dnnl.hpp>
 
 namespace fenlo::whisper {
 

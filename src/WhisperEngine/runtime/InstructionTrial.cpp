@@ -1,5 +1,6 @@
 #include "WhisperEngine/runtime/InstructionTrial.h"
 
+#include "WhisperEngine/runtime/OneDnn.h"
 #include "WhisperEngine/runtime/Processor.h"
 #include "base/ChildProcess.h"
 #include "base/Files.h"
@@ -10,7 +11,6 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <map>
-#include <oneapi/dnnl/dnnl.hpp>
 #include <sstream>
 #include <sys/wait.h>
 
@@ -110,12 +110,13 @@ InstructionTrial remembered(InstructionTrial trial, fs::path file, std::string k
 }
 
 std::string trialKey() {
-    const dnnl_version_t& version = *dnnl::version();
+    decltype(::dnnl_version)* const tellVersion = dnnl::dnnl_version;
+    const dnnl_version_t& version = *tellVersion();
     std::ostringstream key;
     key << readProcessor().identity << "; oneDNN " << version.major << '.' << version.minor << '.' << version.patch;
     Dl_info library{}; // a distribution repairs a library without changing its version
     std::error_code error;
-    if (::dladdr(reinterpret_cast<const void*>(&dnnl_version), &library) != 0)
+    if (::dladdr(reinterpret_cast<const void*>(tellVersion), &library) != 0)
         key << " of " << fs::last_write_time(library.dli_fname, error).time_since_epoch().count();
     return key.str();
 }

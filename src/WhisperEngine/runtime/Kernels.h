@@ -16,9 +16,28 @@ namespace fenlo::whisper::kernels {
 void matVec(const float* weights, const float* bias, const float* x, float* dst, int firstRow, int lastRow,
             int columns);
 
-/// The same with 8-bit weights, one scale a row, and 8-bit activations of one scale: exact in 32-bit integers.
+/// The same with 8-bit weights, one scale a row, and 8-bit activations of one scale: exact in 32-bit integers, and from
+/// there the same float on every step. No activation is -128, which quantize() never makes.
 void matVecInt8(const std::int8_t* weights, const float* rowScales, const float* bias, const std::int8_t* x,
                 float xScale, float* dst, int firstRow, int lastRow, int columns);
+
+/// A matrix of 8-bit weights as matVecInt8() takes it.
+struct ByteMatrix {
+    const std::int8_t* weights; // [rows, columns]
+    const float* rowScales;     // [rows]
+    const float* bias;          // [rows], or null
+    int columns;
+};
+/// A vector that a matrix is multiplied with, and the place of its own product.
+struct ByteVector {
+    const std::int8_t* values; // [columns]
+    float scale;
+    float* dst; // [rows]; none of the other vectors'
+};
+inline constexpr int mostByteVectors = 8;
+/// matVecInt8() of any number of vectors against the same weights, which are read once for each `mostByteVectors` of
+/// them. Each product has the bits that it has alone, whoever is beside it.
+void matVecsInt8(const ByteMatrix& matrix, std::span<const ByteVector> vectors, int firstRow, int lastRow);
 
 /// Symmetric quantisation to [-127, 127]; returns the scale, 0 for a row of zeros.
 float quantize(const float* src, std::int8_t* dst, int count);
@@ -47,13 +66,37 @@ float logSumExp(const float* values, int count, float maximum);
 /// [positions] holds the attention weights afterwards. `query` is scaled by the caller.
 void attendOne(const float* query, const float* keys, const float* values, std::size_t stride, const float* mask,
                float* scores, float* dst, int positions, int headWidth);
-/// The same with keys and values of half precision (IEEE 754 binary16), which halves what is read.
-void attendOne(const float* query, const std::uint16_t* keys, const std::uint16_t* values, std::size_t stride,
-               const float* mask, float* scores, float* dst, int positions, int headWidth);
 
-/// To half precision: the nearest, or on a processor that cannot convert (before 2012) the one towards zero. Beyond
-/// 65504 the result is not defined.
-void toHalf(const float* src, std::uint16_t* dst, int count);
+/// Keys and values of one head of a window in 8 bits, a quarter of what floats are to read. A number stands for
+///
+///     number * factor of its position * scale of its channel + centre of its channel
+///
+/// so that a channel, or a moment, that is a hundred times as large as the others does not cost these their digits. The
+/// scale is the channel's mean distance from its centre, the factor brings the position's largest number to 127. The
+/// keys' centres are not kept: they add the same to all scores, which softmax does not see.
+struct ByteHead {
+    std::int8_t* numbers = nullptr; // [keys and values, positions, width]
+    float* scales = nullptr;        // the parts below, one behind the other
+    int positions = 0;
+    int width = 0;
+
+    static std::size_t numberCount(int positions, int width);
+    static std::size_t scaleCount(int positions, int width);
+
+    std::int8_t* keys() const { return numbers; }
+    std::int8_t* values() const { return numbers + static_cast<std::ptrdiff_t>(positions) * width; }
+    float* keyScales() const { return scales; }                                // [width]
+    float* valueScales() const { return scales + width; }                      // [width]
+    float* valueCentres() const { return scales + std::ptrdiff_t{2} * width; } // [width]
+    float* keyFactors() const { return scales + std::ptrdiff_t{3} * width; }   // [positions]
+    float* valueFactors() const { return keyFactors() + positions; }
+};
+
+/// Fills `head`. `stride` is the distance between two positions in floats.
+void quantizeHead(const float* keys, const float* values, std::size_t stride, const ByteHead& head);
+
+/// As attendOne() without a mask.
+void attendBytes(const float* query, const ByteHead& head, float* scores, float* dst);
 
 /// The plain forms.
 namespace reference {
@@ -61,6 +104,7 @@ void matVec(const float* weights, const float* bias, const float* x, float* dst,
             int columns);
 void matVecInt8(const std::int8_t* weights, const float* rowScales, const float* bias, const std::int8_t* x,
                 float xScale, float* dst, int firstRow, int lastRow, int columns);
+void matVecsInt8(const ByteMatrix& matrix, std::span<const ByteVector> vectors, int firstRow, int lastRow);
 float quantize(const float* src, std::int8_t* dst, int count);
 void rescale(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst, int count);
 void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count);
@@ -71,6 +115,8 @@ float largest(const float* values, int count);
 float logSumExp(const float* values, int count, float maximum);
 void attendOne(const float* query, const float* keys, const float* values, std::size_t stride, const float* mask,
                float* scores, float* dst, int positions, int headWidth);
+void quantizeHead(const float* keys, const float* values, std::size_t stride, const ByteHead& head);
+void attendBytes(const float* query, const ByteHead& head, float* scores, float* dst);
 } // namespace reference
 
 } // namespace fenlo::whisper::kernels

@@ -1,5 +1,6 @@
 #include "WhisperEngine/runtime/MatMul.h"
 
+#include "WhisperEngine/runtime/ByteBlocks.h"
 #include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/Product.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
@@ -41,28 +42,19 @@ struct Shape {
 struct MatMul::Implementation {
     int outputs;
     int inputs;
-    std::vector<float> bias;   // empty for none
-    std::vector<float> scales; // one an output; empty for weights of 32-bit floats
-    dnnl::memory weights;      // in the format that the product wants
+    kernels::ByteMatrix bytes{}; // weights of 8 bits, or
+    dnnl::memory weights;        // of 32-bit floats in the format that the product wants, with
+    std::vector<float> bias;     // empty for none
     std::mutex mutex;
     std::map<Shape, Product> products; // guarded by mutex; what is in it stays and is constant
 
-    Implementation(int outputCount, int inputCount, const float* biases)
-        : outputs(outputCount), inputs(inputCount), bias(biases, biases ? biases + outputCount : nullptr) {}
-
-    const float* biasOrNull() const { return bias.empty() ? nullptr : bias.data(); }
-
-    void setWeights(const void* values, Type type) {
-        const Product typical = make({block, {}}, Description({inputs, outputs}, type, Format::any));
-        weights = reordered(values, Description({inputs, outputs}, type, Format::ba), typical.weights());
+    void setWeights(const float* values) {
+        const Product typical = make({block, {}}, Description({inputs, outputs}, Type::f32, Format::any));
+        weights = reordered(values, Description({inputs, outputs}, Type::f32, Format::ba), typical.weights());
     }
 
     Product make(const Shape& shape, const Description& weightsFormat) const {
-        const auto matrix = [&shape](int columns, Type type) {
-            return Description({shape.rows, columns}, type, Format::ab);
-        };
-        if (!scales.empty())
-            return Product(matrix(inputs, Type::s8), weightsFormat, {}, matrix(outputs, Type::s32));
+        const auto matrix = [&shape](int columns) { return Description({shape.rows, columns}, Type::f32, Format::ab); };
         dnnl::post_ops after;
         if (shape.finish.activation == Activation::gelu)
             after.append_eltwise(1.0F, dnnl::algorithm::eltwise_gelu_erf, 0.0F, 0.0F);
@@ -71,7 +63,7 @@ struct MatMul::Implementation {
         dnnl::primitive_attr attributes;
         attributes.set_post_ops(after);
         const Description biasFormat = bias.empty() ? Description() : Description({1, outputs}, Type::f32, Format::ab);
-        return Product(matrix(inputs, Type::f32), weightsFormat, biasFormat, matrix(outputs, Type::f32), attributes);
+        return Product(matrix(inputs), weightsFormat, biasFormat, matrix(outputs), attributes);
     }
 
     const Product& product(const Shape& shape) {
@@ -82,46 +74,60 @@ struct MatMul::Implementation {
         return found->second;
     }
 
-    void runInt8(const Product& product, const float* src, float* dst, int rows, Finish finish) const {
-        const std::size_t width = outputs;
-        auto* const quantized = scratchOf<std::int8_t>(Slot::sources, static_cast<std::size_t>(rows) * inputs);
-        auto* const sums = scratchOf<std::int32_t>(Slot::results, rows * width);
-        auto* const row = scratchOf<float>(Slot::row, width + rows);
-        auto* const factors = row + width;
-        for (int i = 0; i < rows; ++i) {
-            const std::size_t at = static_cast<std::size_t>(i) * inputs;
-            factors[i] = kernels::quantize(src + at, quantized + at, inputs);
-        }
-        product.execute(quantized, weights.get_data_handle(), nullptr, sums);
-        for (int i = 0; i < rows; ++i) {
-            float* const target = finish.accumulate ? row : dst + i * width;
-            kernels::rescale(sums + i * width, scales.data(), factors[i], biasOrNull(), target, outputs);
+    void runFloat32(const float* src, float* dst, int rows, Finish finish, ThreadPool& pool) {
+        const int blocks = (rows + block - 1) / block;
+        const int rest = rows - (blocks - 1) * block;
+        const Product& last = product({rest, finish});
+        const Product& whole = blocks > 1 ? product({block, finish}) : last;
+        pool.run(blocks, [&](int task) {
+            const Product& one = task + 1 == blocks ? last : whole;
+            const std::size_t row = static_cast<std::size_t>(task) * block;
+            one.execute(src + row * inputs, weights.get_data_handle(), bias.empty() ? nullptr : bias.data(),
+                        dst + row * outputs);
+        });
+    }
+
+    void runInt8(const float* src, float* dst, int rows, Finish finish, ThreadPool& pool) const {
+        pool.run((rows + kernels::mostPanelRows - 1) / kernels::mostPanelRows, [&](int task) {
+            const int first = task * kernels::mostPanelRows;
+            const auto row = static_cast<std::size_t>(first);
+            runPanel(src + row * inputs, dst + row * outputs, std::min(kernels::mostPanelRows, rows - first), finish);
+        });
+    }
+
+    void runPanel(const float* src, float* dst, int rows, Finish finish) const {
+        constexpr std::size_t lanes = kernels::panelLanes;
+        float factors[lanes];
+        const kernels::Panel panel{static_cast<std::int32_t*>(scratch(Slot::sources, kernels::panelBytes(inputs))),
+                                   factors, rows};
+        kernels::packPanel(src, inputs, panel, scratchOf<std::int8_t>(Slot::row, lanes * (inputs + std::size_t{4})));
+        auto* const work = scratchOf<std::byte>(Slot::row, kernels::panelWork(inputs));
+        auto* const found = scratchOf<float>(Slot::results, lanes * kernels::outputsAtATime);
+        for (int first = 0; first < outputs; first += kernels::outputsAtATime) {
+            const int count = std::min(kernels::outputsAtATime, outputs - first);
+            kernels::multiplyPanel(bytes, panel, first, count, found, work);
             if (finish.activation == Activation::gelu)
-                kernels::gelu(target, outputs);
-            if (finish.accumulate)
-                kernels::add(dst + i * width, row, outputs);
+                kernels::gelu(found, count * kernels::panelLanes);
+            kernels::unpackPanel(found, rows, count, dst + first, static_cast<std::size_t>(outputs), finish.accumulate);
         }
     }
 };
 
 MatMul MatMul::float32(const float* weights, const float* bias, int outputs, int inputs) {
-    auto made = std::make_unique<Implementation>(outputs, inputs, bias);
-    made->setWeights(weights, Type::f32);
+    auto made = std::make_unique<Implementation>();
+    made->outputs = outputs;
+    made->inputs = inputs;
+    made->bias.assign(bias, bias ? bias + outputs : nullptr);
+    made->setWeights(weights);
     return MatMul(std::move(made));
 }
 
 MatMul MatMul::int8(const std::int8_t* weights, const float* rowScales, const float* bias, int outputs, int inputs) {
-    if (hasInt8Products()) {
-        auto made = std::make_unique<Implementation>(outputs, inputs, bias);
-        made->scales.assign(rowScales, rowScales + outputs);
-        made->setWeights(weights, Type::s8);
-        return MatMul(std::move(made));
-    }
-    std::vector<float> wide(static_cast<std::size_t>(outputs) * inputs);
-    for (std::size_t row = 0, at = 0; row < static_cast<std::size_t>(outputs); ++row)
-        for (int j = 0; j < inputs; ++j, ++at)
-            wide[at] = rowScales[row] * weights[at];
-    return float32(wide.data(), bias, outputs, inputs);
+    auto made = std::make_unique<Implementation>();
+    made->outputs = outputs;
+    made->inputs = inputs;
+    made->bytes = {weights, rowScales, bias, inputs};
+    return MatMul(std::move(made));
 }
 
 MatMul::MatMul(std::unique_ptr<Implementation> implementation) : m_implementation(std::move(implementation)) {}
@@ -140,24 +146,10 @@ void MatMul::run(const float* src, float* dst, int rows, Activation activation, 
                  ThreadPool& pool) const {
     if (rows <= 0)
         return;
-    Implementation& layer = *m_implementation;
-    const bool int8 = !layer.scales.empty();
-    const Finish finish{activation, accumulate};
-    const Finish finishInProduct = int8 ? Finish{} : finish;
-    const int blocks = (rows + block - 1) / block;
-    const int rest = rows - (blocks - 1) * block;
-    const Product& last = layer.product({rest, finishInProduct});
-    const Product& whole = blocks > 1 ? layer.product({block, finishInProduct}) : last;
-    pool.run(blocks, [&](int task) {
-        const bool isLast = task + 1 == blocks;
-        const Product& product = isLast ? last : whole;
-        const float* from = src + static_cast<std::size_t>(task) * block * layer.inputs;
-        float* to = dst + static_cast<std::size_t>(task) * block * layer.outputs;
-        if (int8)
-            layer.runInt8(product, from, to, isLast ? rest : block, finish);
-        else
-            product.execute(from, layer.weights.get_data_handle(), layer.biasOrNull(), to);
-    });
+    if (m_implementation->bytes.weights)
+        m_implementation->runInt8(src, dst, rows, {activation, accumulate}, pool);
+    else
+        m_implementation->runFloat32(src, dst, rows, {activation, accumulate}, pool);
 }
 
 } // namespace fenlo::whisper

@@ -10,20 +10,19 @@ class ThreadPool;
 enum class Activation { none, gelu };
 
 /// The matrix product of a linear layer with many rows: dst[rows, outputs] = activation(src[rows, inputs] x weights^T +
-/// bias), then, with `accumulate`, added to what dst holds. Through oneDNN on the widest instruction set that the
-/// processor has; each thread of the pool takes a block of rows.
+/// bias), then, with `accumulate`, added to what dst holds. Each thread of the pool takes a block of rows.
 ///
 /// Threads:  constant once made; run() may be called from several threads, each with a scratch of its own. Results
 ///           repeat bit for bit, whatever the pool's size.
-/// Lifetime: weights and bias are copied.
+/// Lifetime: weights and bias of floats are copied; those of 8 bits are viewed and outlive this.
 /// Errors:   an exception only where memory runs out.
 /// Shapes:   weights [outputs, inputs], row-major.
 class MatMul {
 public:
-    /// 32-bit floats throughout.
+    /// 32-bit floats throughout, by oneDNN on the widest instruction set that the processor has.
     static MatMul float32(const float* weights, const float* bias, int outputs, int inputs);
-    /// 8-bit weights with one scale a row; activations are quantised row by row. On a processor without 8-bit dot
-    /// products the weights are widened once, and the product is one of 32-bit floats.
+    /// 8-bit weights with one scale a row; activations are quantised row by row. Weights are used as they lie, so that
+    /// this costs nothing to make.
     static MatMul int8(const std::int8_t* weights, const float* rowScales, const float* bias, int outputs, int inputs);
 
     MatMul(MatMul&&) noexcept;
@@ -46,5 +45,13 @@ private:
 /// are held, on each thread.
 void attendAll(const float* q, const float* k, const float* v, float* dst, int positions, int heads, int headWidth,
                ThreadPool& pool);
+/// The same in products of 8-bit values, for a model of 8 bits: queries and keys have a scale a row, values one a
+/// channel, all after what their channels have in common is taken off, and shares count in 255ths of the largest in a
+/// block of keys. Sums are exact, so that only the scales' floats differ between instruction sets.
+void attendAllInt8(const float* q, const float* k, const float* v, float* dst, int positions, int heads, int headWidth,
+                   ThreadPool& pool);
+/// Whether that is faster than the products of floats, as it is from AVX-512 on: AVX2 adds up pairs of 16-bit products
+/// no faster than it multiplies floats.
+bool attendsFasterInt8();
 
 } // namespace fenlo::whisper

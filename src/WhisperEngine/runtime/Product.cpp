@@ -78,19 +78,6 @@ dnnl::memory reordered(const void* values, const dnnl::memory::desc& given, cons
     return to;
 }
 
-bool hasInt8Products() {
-    processor();
-    switch (dnnl::get_effective_cpu_isa()) {
-    case dnnl::cpu_isa::avx2_vnni:
-    case dnnl::cpu_isa::avx512_core_vnni:
-    case dnnl::cpu_isa::avx512_core_bf16:
-    case dnnl::cpu_isa::avx512_core_amx:
-        return true;
-    default:
-        return false;
-    }
-}
-
 dnnl::engine processor() {
     allowedInstructionSet();
     static const dnnl::engine engine(dnnl::engine::kind::cpu, 0);

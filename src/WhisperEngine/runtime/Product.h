@@ -1,6 +1,6 @@
 #pragma once
 
-#include <oneapi/dnnl/dnnl.hpp>
+#include "WhisperEngine/runtime/OneDnn.h"
 
 #include <cstddef>
 
@@ -29,15 +29,12 @@ private:
 /// The values of `given` in another format.
 dnnl::memory reordered(const void* values, const dnnl::memory::desc& given, const dnnl::memory::desc& wanted);
 
-/// Whether the processor, as far as it is allowed, multiplies 8-bit values four at a time.
-bool hasInt8Products();
-
 /// The processor as oneDNN sees it, with the instruction set allowed here.
 dnnl::engine processor();
 
 /// Memory of the calling thread for the moment, at least `bytes` and 64-byte aligned; the next call on this thread with
 /// the same `slot` takes it over.
-enum class Slot { library, sources, results, row, count };
+enum class Slot { library, sources, results, row, packed, count };
 void* scratch(Slot slot, std::size_t bytes);
 
 template <class T>

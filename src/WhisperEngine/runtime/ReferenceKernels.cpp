@@ -31,6 +31,12 @@ void matVecInt8(const std::int8_t* weights, const float* rowScales, const float*
     }
 }
 
+void matVecsInt8(const ByteMatrix& matrix, std::span<const ByteVector> vectors, int firstRow, int lastRow) {
+    for (const ByteVector& vector : vectors)
+        matVecInt8(matrix.weights, matrix.rowScales, matrix.bias, vector.values, vector.scale, vector.dst, firstRow,
+                   lastRow, matrix.columns);
+}
+
 float quantize(const float* src, std::int8_t* dst, int count) {
     float widest = 0.0F;
     for (int i = 0; i < count; ++i)
@@ -118,6 +124,71 @@ void attendOne(const float* query, const float* keys, const float* values, std::
         for (int p = 0; p < positions; ++p)
             sum += static_cast<double>(scores[p]) * values[p * stride + i];
         dst[i] = static_cast<float>(sum);
+    }
+}
+
+namespace {
+
+float inverse(float value) {
+    const float found = value > 0.0F ? 1.0F / value : 0.0F;
+    return std::isfinite(found) ? found : 0.0F;
+}
+
+/// In single precision and in this order, as the fast form.
+void measureColumn(const float* column, std::size_t stride, int positions, float& centre, float& inverseScale) {
+    float sum = 0.0F;
+    for (int p = 0; p < positions; ++p)
+        sum += column[p * stride];
+    centre = sum / static_cast<float>(positions);
+    float distances = 0.0F;
+    for (int p = 0; p < positions; ++p)
+        distances += std::fabs(column[p * stride] - centre);
+    inverseScale = inverse(distances / static_cast<float>(positions));
+}
+
+void quantizePart(const float* src, std::size_t stride, const ByteHead& head, const float* centres, float* scales,
+                  std::int8_t* numbers, float* factors) {
+    for (int p = 0; p < head.positions; ++p, src += stride, numbers += head.width) {
+        const auto level = [&](int i) { return (src[i] - centres[i]) * scales[i]; };
+        float widest = 0.0F;
+        for (int i = 0; i < head.width; ++i)
+            widest = std::max(widest, std::fabs(level(i)));
+        const float toInteger = 127.0F * inverse(widest);
+        factors[p] = widest / 127.0F;
+        for (int i = 0; i < head.width; ++i)
+            numbers[i] = static_cast<std::int8_t>(std::nearbyint(std::min(level(i) * toInteger, 127.0F)));
+    }
+    for (int i = 0; i < head.width; ++i)
+        scales[i] = inverse(scales[i]);
+}
+
+} // namespace
+
+void quantizeHead(const float* keys, const float* values, std::size_t stride, const ByteHead& head) {
+    for (int i = 0; i < head.width; ++i) // the values' place for centres holds the keys' until they are used
+        measureColumn(keys + i, stride, head.positions, head.valueCentres()[i], head.keyScales()[i]);
+    quantizePart(keys, stride, head, head.valueCentres(), head.keyScales(), head.keys(), head.keyFactors());
+    for (int i = 0; i < head.width; ++i)
+        measureColumn(values + i, stride, head.positions, head.valueCentres()[i], head.valueScales()[i]);
+    quantizePart(values, stride, head, head.valueCentres(), head.valueScales(), head.values(), head.valueFactors());
+}
+
+void attendBytes(const float* query, const ByteHead& head, float* scores, float* dst) {
+    const auto number = [&head](const std::int8_t* numbers, int p, int i) {
+        return static_cast<double>(numbers[static_cast<std::size_t>(p) * head.width + i]);
+    };
+    for (int p = 0; p < head.positions; ++p) {
+        double sum = 0;
+        for (int i = 0; i < head.width; ++i)
+            sum += query[i] * number(head.keys(), p, i) * head.keyScales()[i];
+        scores[p] = static_cast<float>(sum * head.keyFactors()[p]);
+    }
+    softmax(scores, head.positions);
+    for (int i = 0; i < head.width; ++i) {
+        double sum = 0;
+        for (int p = 0; p < head.positions; ++p)
+            sum += scores[p] * number(head.values(), p, i) * head.valueFactors()[p];
+        dst[i] = static_cast<float>(sum * head.valueScales()[i] + head.valueCentres()[i]);
     }
 }
 

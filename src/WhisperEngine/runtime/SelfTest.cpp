@@ -1,6 +1,6 @@
 #include "WhisperEngine/runtime/SelfTest.h"
 
-#include "WhisperEngine/runtime/HalfFloat.h"
+#include "WhisperEngine/runtime/AttendInt8Kernels.h"
 #include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/MatMul.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
@@ -92,24 +92,28 @@ bool linearInt8IsRight(const Products& products, Size size) {
     return near(actual, expected, 0.0F);
 }
 
-bool attendAllIsRight(const Products& products, int positions, int heads, int headWidth) {
+using PlainHead = void (*)(const kernels::HeadRows& rows, float* dst);
+
+void plainHead(const kernels::HeadRows& rows, float* dst) {
+    std::vector<float> scores(static_cast<std::size_t>(rows.positions));
+    for (std::size_t p = 0; p < scores.size(); ++p)
+        plain::attendOne(rows.query + p * rows.stride, rows.key, rows.value, rows.stride, nullptr, scores.data(),
+                         dst + p * rows.stride, rows.positions, rows.width);
+}
+
+bool attentionIsRight(const Products::Attention& attend, PlainHead plainly, int positions, float tolerance) {
+    constexpr int heads = 2, headWidth = 64, stride = heads * headWidth;
     Numbers numbers;
-    const int stride = heads * headWidth;
     const auto q = numbers.floats(positions * stride, 0.5F);
     const auto k = numbers.floats(positions * stride, 0.5F);
     const auto v = numbers.floats(positions * stride);
     std::vector<float> expected(q.size());
-    std::vector<float> scores(static_cast<std::size_t>(positions));
-    for (int head = 0; head < heads; ++head)
-        for (int p = 0; p < positions; ++p) {
-            const int column = head * headWidth;
-            const int at = p * stride + column;
-            plain::attendOne(q.data() + at, k.data() + column, v.data() + column, static_cast<std::size_t>(stride),
-                             nullptr, scores.data(), expected.data() + at, positions, headWidth);
-        }
+    for (std::ptrdiff_t column = 0; column < stride; column += headWidth)
+        plainly({q.data() + column, k.data() + column, v.data() + column, stride, positions, headWidth},
+                expected.data() + column);
     std::vector<float> actual(q.size());
-    products.attendAll(q.data(), k.data(), v.data(), actual.data(), positions, heads, headWidth);
-    return near(actual, expected, 1e-5F);
+    attend(q.data(), k.data(), v.data(), actual.data(), positions, heads, headWidth);
+    return near(actual, expected, tolerance);
 }
 
 bool oneRowProductsAreRight(int outputs, int inputs) {
@@ -132,11 +136,21 @@ bool oneRowProductsAreRight(int outputs, int inputs) {
     const float scale = kernels::quantize(x.data(), quantized.data(), inputs);
     if (scale != plain::quantize(x.data(), plainlyQuantized.data(), inputs) || quantized != plainlyQuantized)
         return false;
-    kernels::matVecInt8(bytes.data(), scales.data(), bias.data(), quantized.data(), scale, actual.data(), 0, outputs,
-                        inputs);
-    plain::matVecInt8(bytes.data(), scales.data(), bias.data(), quantized.data(), scale, expected.data(), 0, outputs,
-                      inputs);
-    return near(actual, expected, 16 * epsilon * std::sqrt(static_cast<float>(inputs)));
+    // One, some and the most at once, exact to the bit; the others' products go to places of their own.
+    std::vector<float> others(bias.size() * kernels::mostByteVectors);
+    const kernels::ByteMatrix matrix{bytes.data(), scales.data(), bias.data(), inputs};
+    plain::matVecsInt8(matrix, std::vector<kernels::ByteVector>{{quantized.data(), scale, expected.data()}}, 0,
+                       outputs);
+    for (const int count : {1, 2, 3, kernels::mostByteVectors}) {
+        std::vector<kernels::ByteVector> vectors;
+        for (int i = 0; i + 1 < count; ++i)
+            vectors.push_back({bytes.data(), scale, others.data() + static_cast<std::ptrdiff_t>(i) * outputs});
+        vectors.push_back({quantized.data(), scale, actual.data()});
+        kernels::matVecsInt8(matrix, vectors, 0, outputs);
+        if (actual != expected)
+            return false;
+    }
+    return true;
 }
 
 bool rowKernelsAreRight(int count) {
@@ -173,35 +187,30 @@ bool rowKernelsAreRight(int count) {
 bool attendOneIsRight(int positions, int headWidth) {
     Numbers numbers;
     const auto query = numbers.floats(headWidth);
-    auto keys = numbers.floats(positions * headWidth);
-    auto values = numbers.floats(positions * headWidth);
-    std::vector<std::uint16_t> halfKeys(keys.size());
-    std::vector<std::uint16_t> halfValues(values.size());
-    kernels::toHalf(keys.data(), halfKeys.data(), positions * headWidth);
-    kernels::toHalf(values.data(), halfValues.data(), positions * headWidth);
+    const auto keys = numbers.floats(positions * headWidth);
+    const auto values = numbers.floats(positions * headWidth);
     const auto stride = static_cast<std::size_t>(headWidth);
     std::vector<float> scores(static_cast<std::size_t>(positions));
     std::vector<float> actual(stride);
     std::vector<float> expected(stride);
-    const auto plainly = [&] {
-        plain::attendOne(query.data(), keys.data(), values.data(), stride, nullptr, scores.data(), expected.data(),
-                         positions, headWidth);
-    };
-    plainly();
+    plain::attendOne(query.data(), keys.data(), values.data(), stride, nullptr, scores.data(), expected.data(),
+                     positions, headWidth);
     kernels::attendOne(query.data(), keys.data(), values.data(), stride, nullptr, scores.data(), actual.data(),
                        positions, headWidth);
     if (!near(actual, expected, 1e-5F))
         return false;
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        if (std::fabs(floatFromHalf(halfKeys[i]) - keys[i]) > 0x1p-10F)
-            return false;
-        keys[i] = floatFromHalf(halfKeys[i]);
-        values[i] = floatFromHalf(halfValues[i]);
-    }
-    plainly();
-    kernels::attendOne(query.data(), halfKeys.data(), halfValues.data(), stride, nullptr, scores.data(), actual.data(),
-                       positions, headWidth);
-    return near(actual, expected, 1e-5F);
+
+    std::vector<std::int8_t> bytes(kernels::ByteHead::numberCount(positions, headWidth));
+    std::vector<std::int8_t> plainBytes(bytes.size());
+    std::vector<float> scales(kernels::ByteHead::scaleCount(positions, headWidth));
+    std::vector<float> plainScales(scales.size());
+    const kernels::ByteHead head{bytes.data(), scales.data(), positions, headWidth};
+    kernels::quantizeHead(keys.data(), values.data(), stride, head);
+    plain::quantizeHead(keys.data(), values.data(), stride,
+                        {plainBytes.data(), plainScales.data(), positions, headWidth});
+    kernels::attendBytes(query.data(), head, scores.data(), actual.data());
+    plain::attendBytes(query.data(), head, scores.data(), expected.data());
+    return bytes == plainBytes && scales == plainScales && near(actual, expected, 1e-5F);
 }
 
 } // namespace
@@ -219,6 +228,9 @@ Products engineProducts() {
         },
         [pool](const float* q, const float* k, const float* v, float* dst, int positions, int heads, int headWidth) {
             whisper::attendAll(q, k, v, dst, positions, heads, headWidth, *pool);
+        },
+        [pool](const float* q, const float* k, const float* v, float* dst, int positions, int heads, int headWidth) {
+            whisper::attendAllInt8(q, k, v, dst, positions, heads, headWidth, *pool);
         }};
 }
 
@@ -231,9 +243,12 @@ std::string selfTest(const Products& products) {
         if (!linearInt8IsRight(products, size))
             return "the product of 8-bit values" + ofSize;
     }
-    for (const int positions : {1, 97}) // more than a block of query rows
-        if (!attendAllIsRight(products, positions, 2, 64))
+    for (const int positions : {1, 97, 140}) { // more than a block of query rows, or of keys
+        if (!attentionIsRight(products.attendAll, plainHead, positions, 1e-5F))
             return "attention over " + std::to_string(positions) + " positions";
+        if (!attentionIsRight(products.attendAllInt8, plain::attendInt8, positions, 2e-3F))
+            return "attention in 8 bits over " + std::to_string(positions) + " positions";
+    }
     if (!oneRowProductsAreRight(9, 384) || !oneRowProductsAreRight(7, 37))
         return "the product of one row";
     if (!rowKernelsAreRight(384) || !rowKernelsAreRight(37))

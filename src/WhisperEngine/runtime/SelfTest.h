@@ -16,13 +16,13 @@ struct Products {
     std::function<void(const std::int8_t* weights, const float* scales, const float* bias, int outputs, int inputs,
                        const float* src, float* dst, int rows)>
         linearInt8;
-    /// As attendAll().
-    std::function<void(const float* q, const float* k, const float* v, float* dst, int positions, int heads,
-                       int headWidth)>
-        attendAll;
+    using Attention = std::function<void(const float* q, const float* k, const float* v, float* dst, int positions,
+                                         int heads, int headWidth)>;
+    /// As attendAll() and attendAllInt8().
+    Attention attendAll, attendAllInt8;
 };
 
-/// Those of the engine: MatMul and attendAll.
+/// Those of the engine: MatMul and attendAll, attendAllInt8.
 Products engineProducts();
 
 /// Compares each product and each small kernel with its plain form, in packed and in odd sizes; takes some

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <exception>
@@ -43,15 +44,17 @@ struct Job {
     }
 };
 
-/// Ten to thirty microseconds, by the processor's make: longer than a decoder computes between two calls. Waking a
-/// sleeping thread takes as long, and each of a token's seventy calls would wait for it.
-constexpr int pausesBeforeSleep = 500;
+/// Longer than a decoder computes between two calls, and than its threads' shares of one differ. Waking a sleeping
+/// thread takes as long, and each of a token's seventy calls would wait for it.
+constexpr std::chrono::microseconds lingering{50};
 
 /// Waits a moment, unlocked, before the thread goes to sleep. `ready` reads atomics only.
 template <class Ready>
 void linger(std::unique_lock<std::mutex>& lock, const Ready& ready) {
+    using Clock = std::chrono::steady_clock;
     lock.unlock();
-    for (int i = 0; i < pausesBeforeSleep && !ready(); ++i)
+    const Clock::time_point end = Clock::now() + lingering;
+    for (int pauses = 1; !ready() && (pauses % 16 != 0 || Clock::now() < end); ++pauses)
         hwy::Pause();
     lock.lock();
 }
@@ -65,6 +68,7 @@ struct ThreadPool::State {
     std::deque<Job*> jobs;          // those that may have tasks left, the eldest first
     std::atomic<unsigned> calls{0}; // of run(); changes under the mutex
     bool stopping = false;
+    bool lingers = false; // not where the awaited thread may need the core of the one that waits
     std::vector<std::jthread> threads;
 
     ~State() {
@@ -82,7 +86,7 @@ struct ThreadPool::State {
         const SingleThreadedLibraries alone;
         std::unique_lock lock(mutex);
         for (;;) {
-            if (!stopping && jobs.empty())
+            if (lingers && !stopping && jobs.empty())
                 linger(lock, [this, before = calls.load()] { return calls != before; });
             wake.wait(lock, [this] { return stopping || !jobs.empty(); });
             if (stopping)
@@ -100,8 +104,10 @@ struct ThreadPool::State {
 };
 
 ThreadPool::ThreadPool(int threads) : m_state(std::make_unique<State>()) {
+    const auto cores = static_cast<int>(std::thread::hardware_concurrency());
     if (threads <= 0)
-        threads = std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+        threads = std::max(1, cores);
+    m_state->lingers = threads <= cores;
     for (int i = 1; i < threads; ++i)
         m_state->threads.emplace_back([state = m_state.get()] { state->serve(); });
 }
@@ -134,7 +140,7 @@ void ThreadPool::run(int tasks, const std::function<void(int task)>& work) {
     std::unique_lock lock(m_state->mutex);
     m_state->retire(job);
     const auto isDone = [&job] { return job.workers == 0; };
-    if (!isDone())
+    if (m_state->lingers && !isDone())
         linger(lock, isDone);
     m_state->done.wait(lock, isDone);
     lock.unlock();

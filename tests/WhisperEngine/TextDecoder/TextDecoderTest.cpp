@@ -40,7 +40,7 @@ protected:
     DecodingResult decode(std::vector<ScriptedPass> passes, const TranscriptionCallback& callback = {},
                           std::shared_ptr<const TextDecoderContextPrefillModel> prefill = nullptr, int logits = 51864) {
         model = std::make_shared<ScriptedDecoder>(std::move(passes), logits);
-        const TextDecoder decoder(model, std::move(prefill), sharedTokenizer(), {}, time, Logging());
+        const TextDecoder decoder(model, std::move(prefill), vocabulary, {}, time, Logging());
         DecodingInputs inputs = decoder.prepareDecoderInputs(decoder.prefillPrompt(options, "en", previous), true);
         decoder.prefillDecoderInputs(inputs, options, "en");
         model->promptLength = static_cast<int>(inputs.initialPrompt.size());
@@ -63,6 +63,7 @@ protected:
     DecodingOptions options;
     std::vector<int> previous;
     std::shared_ptr<ScriptedDecoder> model;
+    std::shared_ptr<const WhisperTokenizer> vocabulary = sharedTokenizer();
     std::size_t promptLength = 0;
     const SpecialTokens special = tokenizer().specialTokens();
 };
@@ -167,6 +168,19 @@ TEST_F(Decoding, ThePromptOfAModelOfManyLanguagesNamesLanguageAndTask) {
     options.usePrefillPrompt = true;
     options.prefixTokens = std::vector<int>{60000};
     EXPECT_THROW(decoder.prefillPrompt(options, "de", {}), WhisperError);
+}
+
+// A literal that the vocabulary lacks is never taken for another token.
+TEST_F(Decoding, TokensThatTheVocabularyLacks_AreInNoPromptAndHaveNoProbability) {
+    const char* file = R"({"model":{"type":"BPE","vocab":{"a":0},"merges":[]},"added_tokens":[
+        {"id":5,"content":"<|endoftext|>"},{"id":6,"content":"<|startoftranscript|>"}]})";
+    vocabulary = std::make_shared<const WhisperTokenizer>(hub::Tokenizer::parse(file, "bare.json"));
+    previous = {0, 0};
+    options.sampleLength = 3;
+    EXPECT_EQ(decode({{.tokens = {0, 0, 0}, .noSpeechScore = 20}}).noSpeechProb, 0);
+    EXPECT_EQ(model->fedTokens.front().front(), 6); // no token stands for the earlier text
+    EXPECT_EQ(promptLength, 1U);
+    EXPECT_THROW(decode({{}}, {}, nullptr, 51865), WhisperError); // no language, no task
 }
 
 TEST(TextMeasures, RepetitionRaisesTheCompressionRatio) {

@@ -4,6 +4,7 @@
 #include "WhisperEngine/support/Tokens.h"
 #include "base/Json.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
@@ -33,25 +34,85 @@ std::vector<std::string> wordsOf(const char* text, const std::string& language) 
     return wordsOf(tokenizer().encode(text), language);
 }
 
-} // namespace
-
-TEST(WhisperTokenizer, SpecialTokensOfOtherVocabularies_AreFoundByTheirText) {
+/// A file with the special tokens of a published vocabulary: `languageCount` languages, the end token at `id`.
+json fileOf(int id, std::size_t languageCount, bool listsTimes) {
     json file = {{"added_tokens", json::array()},
                  {"pre_tokenizer", {{"type", "ByteLevel"}, {"add_prefix_space", false}}},
                  {"decoder", {{"type", "ByteLevel"}}},
                  {"model", {{"type", "BPE"}, {"vocab", {{"a", 0}, {"\u0120", 7}}}, {"merges", json::array()}}}};
-    int id = 10;
-    for (const char* content : {"<|endoftext|>", "<|startoftranscript|>", "<|en|>", "<|yue|>", "<|nocaptions|>"})
-        file["added_tokens"].push_back({{"id", id++}, {"content", content}, {"special", true}});
-    const WhisperTokenizer other(hub::Tokenizer::parse(writeJson(file), "other.json"));
-    EXPECT_EQ(other.specialTokens().endToken, 10);
-    EXPECT_EQ(other.specialTokens().specialTokenBegin, 10);
-    EXPECT_EQ(other.specialTokens().noSpeechToken, 14);
-    EXPECT_EQ(other.specialTokens().whitespaceToken, 7);
-    EXPECT_EQ(other.specialTokens().timeTokenBegin, 50363); // not in this vocabulary
-    EXPECT_THAT(other.allLanguageTokens(), ElementsAre(12, 13));
-    EXPECT_EQ(other.languageToken("Cantonese"), 13);
-    EXPECT_EQ(other.languageToken("de"), std::nullopt);
+    const auto add = [&](const std::string& name, bool isSpecial = true) {
+        file["added_tokens"].push_back({{"id", id++}, {"content", "<|" + name + "|>"}, {"special", isSpecial}});
+    };
+    add("endoftext");
+    add("startoftranscript");
+    for (const Language& language : languages().first(languageCount))
+        add(std::string(language.code));
+    for (const char* name : {"translate", "transcribe", "startoflm", "startofprev", "nospeech", "notimestamps"})
+        add(name);
+    for (int hundredths = 0; listsTimes && hundredths <= 3000; hundredths += 2)
+        add(fmt::format("{:.2f}", hundredths / 100.0), false);
+    return file;
+}
+
+WhisperTokenizer tokenizerOf(const json& file) {
+    return WhisperTokenizer(hub::Tokenizer::parse(writeJson(file), "other.json"));
+}
+
+} // namespace
+
+TEST(WhisperTokenizer, VocabulariesOfEveryShape_HaveTheirOwnTokensWithAndWithoutTimes) {
+    const struct {
+        int size;
+        int endToken;
+        std::size_t languageCount;
+    } shapes[] = {{51864, 50256, 99}, {51865, 50257, 99}, {51866, 50257, 100}};
+    for (const auto& [size, endToken, languageCount] : shapes)
+        for (const bool listsTimes : {true, false}) {
+            SCOPED_TRACE(std::to_string(size) + (listsTimes ? " with times" : " without times"));
+            const WhisperTokenizer it = tokenizerOf(fileOf(endToken, languageCount, listsTimes));
+            const SpecialTokens& special = it.specialTokens();
+            const int firstTask = endToken + 2 + static_cast<int>(languageCount);
+            EXPECT_EQ(special.specialTokenBegin, endToken);
+            EXPECT_EQ(special.startOfTranscriptToken, endToken + 1);
+            EXPECT_EQ(special.englishToken, endToken + 2);
+            EXPECT_EQ(special.translateToken, firstTask);
+            EXPECT_EQ(special.transcribeToken, firstTask + 1);
+            EXPECT_EQ(special.startOfPreviousToken, firstTask + 3);
+            EXPECT_EQ(special.noSpeechToken, firstTask + 4);
+            EXPECT_EQ(special.noTimestampsToken, firstTask + 5);
+            EXPECT_EQ(special.timeTokenBegin, size - 1501);
+            EXPECT_EQ(it.allLanguageTokens().size(), languageCount);
+            const std::vector<int> timed{size - 1501, 0, 7, size - 1500 + 74, size - 1, endToken};
+            EXPECT_EQ(it.decode(timed), "<|0.00|>a <|1.50|><|30.00|><|endoftext|>");
+            EXPECT_EQ(it.decode(timed, true), "a ");
+            EXPECT_EQ(it.decode(std::vector{size, 0}), "a"); // no time of thirty seconds
+        }
+}
+
+TEST(WhisperTokenizer, LiteralThatIsMissing_HasNoIdOfAnotherVocabulary) {
+    json file = fileOf(10, 0, false);
+    json& tokens = file["added_tokens"];
+    tokens = {tokens[0], tokens[1], {{"id", 12}, {"content", "<|yue|>"}}, {{"id", 13}, {"content", "<|nocaptions|>"}}};
+    const WhisperTokenizer it = tokenizerOf(file);
+    const SpecialTokens& special = it.specialTokens();
+    EXPECT_EQ(special.endToken, 10);
+    EXPECT_EQ(special.noSpeechToken, 13);
+    EXPECT_EQ(special.whitespaceToken, 7);
+    EXPECT_EQ(special.timeTokenBegin, 14);
+    for (const int missing : {special.englishToken, special.noTimestampsToken, special.startOfPreviousToken,
+                              special.transcribeToken, special.translateToken})
+        EXPECT_EQ(missing, noToken);
+    EXPECT_THAT(it.allLanguageTokens(), ElementsAre(12));
+    EXPECT_EQ(it.languageToken("Cantonese"), 12);
+    EXPECT_EQ(it.languageToken("de"), std::nullopt);
+    // A special token of a vocabulary of somebody's own comes before the times too, one far behind them does not.
+    tokens.push_back({{"id", 14}, {"content", "<|shout|>"}});
+    tokens.push_back({{"id", 5000}, {"content", "<|far|>"}});
+    EXPECT_EQ(tokenizerOf(file).specialTokens().timeTokenBegin, 15);
+    for (const std::size_t needed : {1U, 0U}) {
+        tokens.erase(needed);
+        EXPECT_THROW(tokenizerOf(file), hub::TokenizerError);
+    }
 }
 
 TEST(WhisperTokenizer, SkippingSpecialTokens_LeavesNothingButText) {

@@ -1,9 +1,9 @@
 #include "WhisperEngine/runtime/InstructionSet.h"
+#include "WhisperEngine/runtime/OneDnn.h"
 #include "WhisperEngine/runtime/Processor.h"
 
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
-#include <oneapi/dnnl/dnnl.hpp>
 
 #include <cstdlib>
 #include <map>

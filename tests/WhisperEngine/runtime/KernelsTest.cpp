@@ -1,7 +1,6 @@
 // The fast kernels against the plain ones. ctest runs this program once for each instruction set.
 
 #include "WhisperEngine/runtime/Kernels.h"
-#include "WhisperEngine/runtime/HalfFloat.h"
 
 #include "RandomValues.h"
 
@@ -10,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string_view>
 
 using namespace fenlo::whisper;
 
@@ -195,62 +195,134 @@ TEST(Kernels, MatVec_IsThePlainForm_AndEachRowTheSameInAnySplit) {
     }
 }
 
-TEST(Kernels, MatVecInt8_IsExactAtTheExtremes) {
-    constexpr int outputs = 7;
+// To the bit, on every step: the sums are exact, and what makes floats of them is the same code everywhere.
+TEST(Kernels, MatVecsInt8_AreThePlainFormToTheBit_WhoeverIsBeside) {
+    constexpr int outputs = 39; // more than a block of sums, and no multiple of the rows that are added up together
     for (const Row row : rows()) {
         auto weights = randomBytes(outputs * row.count + row.start, 11);
-        auto x = randomBytes(row.count + row.start, 12);
-        std::fill_n(weights.begin() + row.start, row.count, std::int8_t{-127}); // the first row takes the largest sum
+        std::fill_n(weights.begin() + row.start, row.count, std::int8_t{-127}); // the first rows take the largest sums
+        std::fill_n(weights.begin() + row.start + row.count, row.count, std::int8_t{-128}); // a damaged file's
         const auto scales = randomFloats(outputs, 13);
         const auto bias = randomFloats(outputs, 14);
-        for (const bool extreme : {false, true}) {
-            if (extreme)
-                std::fill(x.begin(), x.end(), std::int8_t{127});
-            std::vector<float> expected(outputs);
-            std::vector<float> actual(outputs);
-            const auto* w = weights.data() + row.start;
-            kernels::reference::matVecInt8(w, scales.data(), bias.data(), x.data() + row.start, 0.01F, expected.data(),
-                                           0, outputs, row.count);
-            kernels::matVecInt8(w, scales.data(), bias.data(), x.data() + row.start, 0.01F, actual.data(), 0, 3,
-                                row.count);
-            kernels::matVecInt8(w, scales.data(), bias.data(), x.data() + row.start, 0.01F, actual.data(), 3, outputs,
-                                row.count);
-            for (int i = 0; i < outputs; ++i)
-                EXPECT_FLOAT_EQ(actual[i], expected[i]) << row.count;
+        for (const int count : {1, 2, 3, 4, 5, 6, 7, 8, 11}) {
+            const kernels::ByteMatrix matrix{weights.data() + row.start, scales.data(),
+                                             count == 3 ? nullptr : bias.data(), row.count};
+            auto xs = randomBytes(count * row.count + row.start, 12);
+            std::fill_n(xs.begin() + row.start, row.count, std::int8_t{127});
+            std::vector<float> expected(count * outputs), actual(count * outputs);
+            std::vector<kernels::ByteVector> plain, fast;
+            for (int v = 0; v < count; ++v) {
+                const auto* x = xs.data() + row.start + v * row.count;
+                plain.push_back({x, 0.01F * static_cast<float>(v + 1), expected.data() + v * outputs});
+                fast.push_back({x, plain.back().scale, actual.data() + v * outputs});
+            }
+            kernels::reference::matVecsInt8(matrix, plain, 0, outputs);
+            kernels::matVecsInt8(matrix, fast, 0, 3);
+            kernels::matVecsInt8(matrix, fast, 3, outputs);
+            ASSERT_EQ(actual, expected) << row.count << " columns, " << count << " vectors";
         }
     }
 }
 
-// Halves are read as the floats that they stand for.
-TEST(Kernels, AttendOne_IsThePlainForm_OfFloatsAndOfHalves) {
+TEST(Kernels, AttendOne_IsThePlainForm) {
     for (const int width : {1, 5, 16, 24, 64, 70})
         for (const int positions : {1, 2, 7, 40}) {
             const std::size_t stride = width + 3;
             const auto query = randomFloats(width, 15, 0.3F);
-            auto keys = randomFloats(positions * stride, 16);
-            auto values = randomFloats(positions * stride, 17);
-            std::vector<std::uint16_t> halfKeys(keys.size()), halfValues(values.size());
-            kernels::toHalf(keys.data(), halfKeys.data(), static_cast<int>(keys.size()));
-            kernels::toHalf(values.data(), halfValues.data(), static_cast<int>(values.size()));
-            for (std::size_t i = 0; i < keys.size(); ++i) {
-                EXPECT_NEAR(floatFromHalf(halfKeys[i]), keys[i], std::abs(keys[i]) * 0x1p-10F + 0x1p-24F);
-                keys[i] = floatFromHalf(halfKeys[i]);
-                values[i] = floatFromHalf(halfValues[i]);
-            }
+            const auto keys = randomFloats(positions * stride, 16);
+            const auto values = randomFloats(positions * stride, 17);
             auto mask = randomFloats(positions, 18);
             mask[positions / 2] = positions > 1 ? -infinity : 0.0F;
             for (const float* masked : {static_cast<const float*>(mask.data()), static_cast<const float*>(nullptr)}) {
                 std::vector<float> expectedScores(positions), expected(width), scores(positions), actual(width);
                 kernels::reference::attendOne(query.data(), keys.data(), values.data(), stride, masked,
                                               expectedScores.data(), expected.data(), positions, width);
-                const auto compare = [&](const auto& someKeys, const auto& someValues) {
-                    kernels::attendOne(query.data(), someKeys.data(), someValues.data(), stride, masked, scores.data(),
-                                       actual.data(), positions, width);
-                    expectNear(scores, expectedScores, 1e-5F);
-                    expectNear(actual, expected, 1e-5F);
-                };
-                compare(keys, values);
-                compare(halfKeys, halfValues);
+                kernels::attendOne(query.data(), keys.data(), values.data(), stride, masked, scores.data(),
+                                   actual.data(), positions, width);
+                expectNear(scores, expectedScores, 1e-5F);
+                expectNear(actual, expected, 1e-5F);
             }
         }
+}
+
+namespace {
+
+/// A head in 8 bits with the memory that it views.
+struct OwnedHead {
+    OwnedHead(int positions, int width)
+        : numbers(kernels::ByteHead::numberCount(positions, width)),
+          scales(kernels::ByteHead::scaleCount(positions, width)), view{numbers.data(), scales.data(), positions,
+                                                                        width} {}
+    std::vector<std::int8_t> numbers;
+    std::vector<float> scales;
+    kernels::ByteHead view;
+};
+
+} // namespace
+
+TEST(Kernels, QuantizeHead_IsThePlainFormToTheBit) {
+    for (const int width : {1, 5, 16, 24, 64, 70})
+        for (const int positions : {1, 2, 40, 256, 257, 600}) {
+            const std::size_t stride = 2 * width + 3;
+            auto keys = randomFloats(positions * stride, 21);
+            auto values = randomFloats(positions * stride, 22);
+            for (std::size_t p = 0; p < static_cast<std::size_t>(positions); ++p) { // a constant, and no scale's number
+                keys[p * stride] = 3.0F;
+                values[p * stride + width / 2] = p % 2 ? 1e-44F : 0.0F;
+            }
+            OwnedHead fast(positions, width), plain(positions, width);
+            kernels::quantizeHead(keys.data(), values.data(), stride, fast.view);
+            kernels::reference::quantizeHead(keys.data(), values.data(), stride, plain.view);
+            EXPECT_EQ(fast.numbers, plain.numbers) << width << " x " << positions;
+            EXPECT_EQ(fast.scales, plain.scales) << width << " x " << positions;
+
+            const auto query = randomFloats(width, 15, 0.3F);
+            std::vector<float> expectedScores(positions), expected(width), scores(positions), actual(width);
+            kernels::reference::attendBytes(query.data(), plain.view, expectedScores.data(), expected.data());
+            kernels::attendBytes(query.data(), plain.view, scores.data(), actual.data());
+            expectNear(scores, expectedScores, 1e-5F);
+            expectNear(actual, expected, 1e-5F);
+        }
+}
+
+// Published models have channels, and single positions, that are a hundred times as large as the rest: neither may cost
+// the others their digits.
+TEST(Kernels, AttendBytes_FollowsTheFloats_BesideOutliers) {
+    constexpr int width = 64;
+    constexpr int positions = 1500;
+    const auto query = randomFloats(width, 15, 0.3F);
+    const auto plain = randomFloats(positions * width, 16);
+    for (const char* outlier : {"none", "channels", "offsets", "position"}) {
+        auto keys = plain;
+        auto values = randomFloats(positions * width, 17);
+        auto asked = query;
+        for (int p = 0; p < positions; ++p)
+            for (const int channel : {5, 40}) {
+                const std::size_t at = p * width + channel;
+                if (outlier == std::string_view("channels")) {
+                    keys[at] *= 100.0F;
+                    values[at] *= 100.0F;
+                    asked[channel] = query[channel] / 100.0F; // else one position takes all
+                } else if (outlier == std::string_view("offsets")) {
+                    keys[at] += 100.0F;
+                    values[at] += 100.0F;
+                }
+            }
+        if (outlier == std::string_view("position"))
+            for (int i = 0; i < width; ++i) {
+                keys[700 * width + i] *= -100.0F * (asked[i] * keys[700 * width + i] > 0 ? 1.0F : -1.0F);
+                values[700 * width + i] *= 100.0F;
+            }
+        OwnedHead head(positions, width);
+        kernels::quantizeHead(keys.data(), values.data(), width, head.view);
+        std::vector<float> scores(positions), expectedScores(positions), actual(width), expected(width);
+        kernels::attendBytes(asked.data(), head.view, scores.data(), actual.data());
+        kernels::reference::attendOne(asked.data(), keys.data(), values.data(), width, nullptr, expectedScores.data(),
+                                      expected.data(), positions, width);
+        for (int p = 0; p < positions; ++p) {
+            ASSERT_NEAR(scores[p], expectedScores[p], 0.12F * expectedScores[p]) << outlier << " " << p;
+        }
+        for (int i = 0; i < width; ++i)
+            EXPECT_NEAR(actual[i], expected[i], 0.01F * (i == 5 || i == 40 ? 100.0F : 1.0F)) << outlier << " " << i;
+    }
 }

@@ -62,7 +62,7 @@ TEST(MatMul, IsTheLinearLayer_WhateverItsSize) {
 // Whole numbers of which the largest in a row is 127 keep their value in 8 bits: all sums are exact but for the scales.
 TEST(MatMul, Int8_IsTheLinearLayer_WhateverItsSize) {
     ThreadPool pool(2);
-    for (const auto& [outputs, inputs] : {std::pair{1, 1}, {7, 5}, {64, 80}, {131, 257}}) {
+    for (const auto& [outputs, inputs] : {std::pair{1, 1}, {7, 5}, {8, 6}, {64, 80}, {131, 257}, {264, 771}}) {
         const auto bytes = randomBytes(outputs * inputs, 1);
         std::vector<float> scales(outputs);
         std::vector<float> weights(bytes.size());
@@ -72,7 +72,7 @@ TEST(MatMul, Int8_IsTheLinearLayer_WhateverItsSize) {
         }
         const auto bias = randomFloats(outputs, 2);
         const MatMul layer = MatMul::int8(bytes.data(), scales.data(), bias.data(), outputs, inputs);
-        for (const int rows : {1, 3, 40})
+        for (const int rows : {1, 3, 40, 47, 48, 100})
             for (const Activation activation : {Activation::none, Activation::gelu})
                 for (const bool accumulate : {false, true}) {
                     const auto whole = randomBytes(rows * inputs, 3);

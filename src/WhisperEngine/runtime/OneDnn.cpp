@@ -1,0 +1,7 @@
+#include "WhisperEngine/runtime/OneDnn.h"
+
+namespace dnnl {
+
+const char oneDnnLibrary[] = LIBRARY; // from the build
+
+} // namespace dnnl
