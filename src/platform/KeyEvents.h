@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Trigger.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -27,7 +29,8 @@ class KeyEvents {
 public:
     struct Listener {
         std::function<void(ModifierChange)> onFlagsChanged;
-        std::function<void(std::uint16_t keyCode)> onKeyDown; // no modifiers, no auto-repeat
+        std::function<void(std::uint16_t keyCode)> onKeyDown;  // no modifiers, no auto-repeat
+        std::function<TriggerOutcome(Trigger)> onTrigger = {}; // a shortcut in place of the key
     };
 
     /// Which of the streams are available: flag changes in other programs and in our own windows, and key-downs.
@@ -42,6 +45,9 @@ public:
     /// Replaces an earlier listener. When the system loses the release of a modifier, it is reported late.
     virtual Sources listen(Listener listener) = 0;
     virtual void stopListening() = 0;
+
+    /// Hands the listener a trigger that came in from outside, such as a command's.
+    virtual TriggerOutcome trigger(Trigger trigger) = 0;
 
     /// Reports each mouse-down anywhere on the desktop; an empty handler ends it.
     virtual void watchMouseDown(std::function<void(ScreenPoint)> handler) = 0;
@@ -59,11 +65,19 @@ public:
     /// pressing them again. Blocks.
     virtual void releaseModifiers(double limit) = 0;
 
+    /// A dictation has begun, and keys will be posted: what the user has to agree to is asked for now, and not when
+    /// the question would take the focus from the text. Returns at once.
+    virtual void prepareToPost() {}
+
     /// Whether keys can be posted at all.
     virtual bool canPost() const = 0;
 
     /// Whether this desktop can deliver the key (some keyboards keep Fn to themselves).
     virtual bool canDeliver(std::uint16_t keyCode) const = 0;
+
+    /// What the user holds where no key is heard, in words that follow "Hold", such as "Ctrl+Alt+D"; empty where the
+    /// key of the settings is heard.
+    virtual std::string hotkeySubstitute() const { return {}; }
 };
 
 } // namespace fenlo

@@ -24,7 +24,8 @@ public:
     /// Returns an error text, or nothing.
     virtual std::optional<std::string> save(const std::string& name, const std::string& value) = 0;
     virtual Value load(const std::string& name) = 0;
-    virtual void remove(const std::string& name) = 0;
+    /// Returns why the value is still there, or nothing when there is none any more.
+    virtual std::optional<std::string> remove(const std::string& name) = 0;
     /// The user has acted and may be asked once more to unlock the store.
     virtual void askAgain() = 0;
 };

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "support/ChildProcess.h"
+#include "support/EnvironmentVariable.h"
+#include "support/TemporaryFolder.h"
 #include "support/WaitUntil.h"
 
 #include <functional>
@@ -23,13 +25,17 @@ private:
     std::string m_previousDisplay;
 };
 
-/// A message bus of its own, on which accessibility can be started. The usual variables name it meanwhile.
+/// A message bus of its own, on which accessibility can be started, and nothing else of the machine's. The usual
+/// variables name it meanwhile.
 class VirtualBus {
 public:
     VirtualBus();
     ~VirtualBus();
 
 private:
+    const TemporaryFolder m_folder;
+    /// Settings of the desktop last as long as the process that sets them, instead of reaching the user's.
+    const EnvironmentVariable m_settings{"GSETTINGS_BACKEND", "memory"};
     ChildProcess m_bus;
 };
 

@@ -21,28 +21,32 @@ PulseAudioInput::PulseAudioInput(MainQueue& queue)
                   tell(m_defaultHandlers);
               tell(m_listHandlers);
           }));
-      })) {
-    m_sources->awaitFirstAnswer(firstAnswerLimit);
-}
+      })) {}
 
 PulseAudioInput::~PulseAudioInput() = default;
 
+const KnownSources& PulseAudioInput::known() const {
+    if (!std::exchange(m_hasWaited, true))
+        m_sources->awaitFirstAnswer(firstAnswerLimit);
+    return m_sources->known();
+}
+
 std::unique_ptr<CaptureEngine> PulseAudioInput::makeEngine() {
-    return std::make_unique<PulseCaptureEngine>(m_connection, m_sources->known(), m_sources->known().current());
+    return std::make_unique<PulseCaptureEngine>(m_connection, known(), known().current());
 }
 
 std::unique_ptr<CaptureEngine> PulseAudioInput::makeEngineOf(const std::string& key) {
-    return std::make_unique<PulseCaptureEngine>(m_connection, m_sources->known(), m_sources->known().named(key));
+    return std::make_unique<PulseCaptureEngine>(m_connection, known(), known().named(key));
 }
 
 std::optional<InputDevice> PulseAudioInput::defaultDevice() const {
-    const auto source = m_sources->known().current();
+    const auto source = known().current();
     return source ? std::optional(source->device) : std::nullopt;
 }
 
 std::vector<InputDevice> PulseAudioInput::devices() const {
     std::vector<InputDevice> devices;
-    for (PulseSource& source : m_sources->known().all())
+    for (PulseSource& source : known().all())
         devices.push_back(std::move(source.device));
     return devices;
 }

@@ -13,6 +13,7 @@ namespace fenlo {
 class MainQueue;
 class PulseConnection;
 class PulseSources;
+class KnownSources;
 
 /// The inputs of a PulseAudio server (or PipeWire's). Without a server there is no device; one that comes later is
 /// noticed within a second.
@@ -20,7 +21,7 @@ class PulseSources;
 /// Threads: main thread. Its engines may outlive it.
 class PulseAudioInput final : public AudioInput {
 public:
-    /// Waits for the server's first answer, up to a second.
+    /// Does not wait for the server; the first question does, up to a second.
     explicit PulseAudioInput(MainQueue& queue);
     ~PulseAudioInput() override;
 
@@ -36,12 +37,14 @@ private:
     using Handlers = std::vector<std::function<void()>>;
 
     static void tell(const Handlers& handlers);
+    const KnownSources& known() const;
 
     MainQueue& m_queue;
     Handlers m_defaultHandlers;
     Handlers m_listHandlers;
     std::shared_ptr<PulseConnection> m_connection;
     Lifetime m_lifetime;
+    mutable bool m_hasWaited = false;
     std::unique_ptr<PulseSources> m_sources; // dies first: it calls back from the connection's thread
 };
 

@@ -13,7 +13,7 @@ namespace fenlo {
 /// A thread with a GLib main loop of its own, on which subscribed signals are delivered. The main thread's loop belongs
 /// to the toolkit.
 ///
-/// Threads: invoke() on any.
+/// Threads: invoke(), attach() and isCurrent() on any.
 class GlibThread {
 public:
     GlibThread();
@@ -24,6 +24,9 @@ public:
 
     /// Runs the task on the thread, after the earlier ones.
     void invoke(std::function<void()> task);
+    /// Lets the loop watch a source, which stays the caller's.
+    void attach(GSource* source) { g_source_attach(source, m_context.get()); }
+    bool isCurrent() const { return std::this_thread::get_id() == m_thread.get_id(); }
 
 private:
     using Context = std::unique_ptr<GMainContext, decltype(&g_main_context_unref)>;

@@ -1,10 +1,9 @@
 #include "platform/linux/desktop/XDisplay.h"
 
-#include "base/Log.h"
+#include "platform/linux/desktop/DisplayLoss.h"
 
 #include <X11/Xlib.h>
 #include <fcntl.h>
-#include <mutex>
 
 namespace fenlo {
 
@@ -29,8 +28,7 @@ XDisplay::XDisplay(Display* display) : m_display(display) {
 }
 
 void XDisplay::tellLoss() {
-    static std::once_flag told;
-    std::call_once(told, [] { logError("The connection to the X server is lost"); });
+    tellDisplayLoss("X server");
 }
 
 XDisplay::~XDisplay() {

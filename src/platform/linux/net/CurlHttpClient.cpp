@@ -8,12 +8,28 @@ namespace fenlo {
 
 CurlHttpClient::CurlHttpClient() : CurlHttpClient(Options()) {}
 
-CurlHttpClient::CurlHttpClient(Options options)
-    : m_options(std::move(options)), m_warmHosts(m_options.keepWarm), m_network(std::make_unique<Network>()) {}
+CurlHttpClient::CurlHttpClient(Options options) : m_options(std::move(options)), m_warmHosts(m_options.keepWarm) {}
 
 CurlHttpClient::~CurlHttpClient() = default;
 
+/// HttpError where libcurl is missing.
+CurlHttpClient::Network& CurlHttpClient::network() try {
+    std::call_once(m_opened, [this] { m_network = std::make_unique<Network>(); });
+    return *m_network;
+} catch (const LateLibraryError& error) {
+    throw HttpError(HttpError::Kind::connection, error.what());
+}
+
+void CurlHttpClient::open() {
+    try {
+        network();
+    } catch (const std::exception& error) {
+        logError("No service can be reached: {}", error.what());
+    }
+}
+
 HttpResponse CurlHttpClient::send(const HttpRequest& request, std::stop_token stop) {
+    Network& network = this->network();
     // The sender waits for the end, so the request need not be copied.
     const std::shared_ptr<const HttpRequest> borrowed(std::shared_ptr<const HttpRequest>(), &request);
     const HttpHost host = HttpHost::of(request.url);
@@ -22,17 +38,18 @@ HttpResponse CurlHttpClient::send(const HttpRequest& request, std::stop_token st
         if (answered)
             m_warmHosts.used(origin, std::chrono::steady_clock::now());
     };
-    transfer->onWake = [this] { m_network->wake(); };
+    transfer->onWake = [&network] { network.wake(); };
     const std::stop_callback cancel(stop, [&] {
         transfer->cancel();
-        m_network->wake();
+        network.wake();
     });
-    m_network->start(transfer);
+    network.start(transfer);
     return request.onBody ? transfer->deliver() : transfer->wait();
 }
 
 void CurlHttpClient::preconnect(const std::string& url) {
     try {
+        network(); // opens what reads the address too
         const HttpHost host = HttpHost::of(url);
         if (m_warmHosts.beginWarming(host.origin, std::chrono::steady_clock::now()))
             warm(host);
@@ -53,7 +70,7 @@ void CurlHttpClient::warm(const HttpHost& host) {
             m_warmHosts.used(origin, std::chrono::steady_clock::now());
         m_warmHosts.endWarming(origin);
     };
-    m_network->start(transfer);
+    network().start(transfer);
 }
 
 } // namespace fenlo

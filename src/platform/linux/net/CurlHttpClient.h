@@ -4,6 +4,7 @@
 #include "platform/linux/net/WarmHosts.h"
 
 #include <memory>
+#include <mutex>
 
 namespace fenlo {
 
@@ -27,17 +28,25 @@ public:
     explicit CurlHttpClient(Options options);
     ~CurlHttpClient() override;
 
+    /// Loads libcurl and starts the network thread, which takes some milliseconds; else the first request does it.
+    ///
+    /// Threads: any.
+    /// Errors:  a line in the log where the library is missing; then every request fails.
+    void open();
+
     HttpResponse send(const HttpRequest& request, std::stop_token stop) override;
     void preconnect(const std::string& url) override;
 
 private:
     class Network;
 
+    Network& network();
     void warm(const HttpHost& host);
 
     const Options m_options;
     WarmHosts m_warmHosts;
-    std::unique_ptr<Network> m_network;
+    std::once_flag m_opened;
+    std::unique_ptr<Network> m_network; // from then on
 };
 
 } // namespace fenlo

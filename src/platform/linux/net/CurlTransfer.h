@@ -1,13 +1,13 @@
 #pragma once
 
 #include "platform/linux/net/BodyStream.h"
+#include "platform/linux/net/Curl.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/net/HttpHost.h"
 
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <curl/curl.h>
 #include <functional>
 #include <future>
 #include <memory>
@@ -65,8 +65,8 @@ private:
         HttpError::Kind kind;
         std::string message;
     };
-    using Easy = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
-    using HeaderList = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
+    using Easy = std::unique_ptr<CURL, decltype(::curl_easy_cleanup)*>;
+    using HeaderList = std::unique_ptr<curl_slist, decltype(::curl_slist_free_all)*>;
 
     void setUpConnection(const CurlHttpClient::Options& options);
     void setUpMethod();

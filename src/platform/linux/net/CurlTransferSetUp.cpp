@@ -37,8 +37,8 @@ int setUpSocket(void*, curl_socket_t socket, curlsocktype) {
 
 CurlTransfer::CurlTransfer(std::shared_ptr<const HttpRequest> request, HttpHost host,
                            const CurlHttpClient::Options& options)
-    : m_request(std::move(request)), m_host(std::move(host)), m_headers(nullptr, &curl_slist_free_all),
-      m_easy(curl_easy_init(), &curl_easy_cleanup) {
+    : m_request(std::move(request)), m_host(std::move(host)), m_headers(nullptr, curl_slist_free_all),
+      m_easy(curl_easy_init(), curl_easy_cleanup) {
     if (!m_easy)
         throw HttpError(HttpError::Kind::connection, "the network library could not be started");
     setUpConnection(options);

@@ -1,15 +1,15 @@
 #include "platform/linux/net/HttpHost.h"
 
 #include "platform/HttpClient.h"
+#include "platform/linux/net/Curl.h"
 
-#include <curl/curl.h>
 #include <memory>
 
 namespace fenlo {
 
 namespace {
 
-using ParsedUrl = std::unique_ptr<CURLU, decltype(&curl_url_cleanup)>;
+using ParsedUrl = std::unique_ptr<CURLU, decltype(::curl_url_cleanup)*>;
 
 std::string partOf(const ParsedUrl& url, CURLUPart part, unsigned flags = 0) {
     char* text = nullptr;
@@ -23,7 +23,7 @@ std::string partOf(const ParsedUrl& url, CURLUPart part, unsigned flags = 0) {
 } // namespace
 
 HttpHost HttpHost::of(const std::string& url) {
-    const ParsedUrl parsed(curl_url(), &curl_url_cleanup);
+    const ParsedUrl parsed(curl_url(), curl_url_cleanup);
     const bool isUrl = parsed && url.find('\0') == std::string::npos &&
                        curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) == CURLUE_OK;
     const std::string scheme = isUrl ? partOf(parsed, CURLUPART_SCHEME) : "";

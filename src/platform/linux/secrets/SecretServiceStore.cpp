@@ -208,12 +208,23 @@ SecureStore::Value SecretServiceStore::load(const std::string& name) {
     return std::move(found.value);
 }
 
-void SecretServiceStore::remove(const std::string& name) {
-    m_processOnly.with([&](auto& values) { values.erase(name); });
-    const SecretDeadline deadline(m_closed, limit(m_wasRefused));
-    if (const Connection keyring = connect(deadline.cancellable()); keyring.service)
-        secret_service_clear_sync(keyring.service.get(), &schema(), attributesOf(name).get(), deadline.cancellable(),
-                                  nullptr);
+std::optional<std::string> SecretServiceStore::remove(const std::string& name) {
+    const bool wasOurs = m_processOnly.with([&](auto& values) { return values.erase(name) > 0; });
+    const bool wasRefused = m_wasRefused;
+    const SecretDeadline deadline(m_closed, limit(wasRefused));
+    const Connection keyring = connect(deadline.cancellable());
+    if (!keyring.service) // where there is no keyring at all, what was kept for the process was all
+        return wasOurs && !keyring.tookTooLong ? std::nullopt : std::optional(keyring.fault);
+    GError* error = nullptr;
+    secret_service_clear_sync(keyring.service.get(), &schema(), attributesOf(name).get(), deadline.cancellable(),
+                              &error);
+    if (error)
+        return explain(*Owned<GError>(error));
+    // It says nothing of what the user did not unlock.
+    const LookUp left = lookUp(name, Unlock::leave, deadline.cancellable());
+    if (left.value.status == Status::notFound)
+        return {};
+    return "the keyring stays locked or silent";
 }
 
 void SecretServiceStore::close() {

@@ -24,7 +24,7 @@ public:
 
     std::optional<std::string> save(const std::string& name, const std::string& value) override;
     Value load(const std::string& name) override;
-    void remove(const std::string& name) override;
+    std::optional<std::string> remove(const std::string& name) override;
     void askAgain() override { m_wasRefused = false; }
 
     /// Ends the operations in progress and refuses later ones, so that quitting does not wait for the keyring.

@@ -1,8 +1,8 @@
-#include "platform/linux/desktop/clipboard/X11Pasteboard.h"
-
 #include "base/Files.h"
 #include "platform/desktop/VirtualDesktop.h"
 #include "platform/desktop/clipboard/SelectionOwner.h"
+#include "platform/linux/desktop/clipboard/ServedPasteboard.h"
+#include "platform/linux/desktop/clipboard/X11Selections.h"
 #include "support/EnvironmentVariable.h"
 #include "support/TemporaryFolder.h"
 
@@ -44,7 +44,7 @@ protected:
     }
 
     VirtualDesktop desktop;
-    X11Pasteboard pasteboard;
+    ServedPasteboard pasteboard{X11Selections::open()};
 };
 
 TEST_F(X11PasteboardTest, OtherProgramsFindTheTextInEveryUsualForm) {
@@ -203,7 +203,7 @@ TEST(X11PasteboardBesideAManager, LoanLeavesNoTraceInAHistoryThatIgnoresTheHint)
                          "--method=org.gnome.GPaste2.GetHistory"});
     };
     ASSERT_TRUE(eventually([&] { return history().find("[]") != std::string::npos; }, 30));
-    X11Pasteboard pasteboard;
+    ServedPasteboard pasteboard{X11Selections::open()};
     for (const char* text : {"copied", "asked for"}) {
         pasteboard.set(text, {});
         ASSERT_TRUE(eventually([&] { return history().find(text) != std::string::npos; }));
@@ -254,7 +254,7 @@ TEST(X11PasteboardAtTheEnd, LastingTextGoesToTheClipboardManager) {
     for (const bool transient : {false, true}) {
         const auto start = std::chrono::steady_clock::now();
         {
-            X11Pasteboard pasteboard;
+            ServedPasteboard pasteboard{X11Selections::open()};
             pasteboard.set("text", {.transient = transient});
         }
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(900));
@@ -270,7 +270,7 @@ TEST(X11PasteboardAtTheEnd, LastingTextGoesToTheClipboardManager) {
 TEST(X11PasteboardAtTheEnd, ComesAtAnyMoment) {
     const VirtualDesktop desktop;
     for (int i = 0; i < 300; ++i) {
-        X11Pasteboard pasteboard;
+        ServedPasteboard pasteboard{X11Selections::open()};
         pasteboard.set("text", {.transient = true});
         // The end comes at moments from before the thread's start until it has the text.
         std::this_thread::sleep_for(std::chrono::microseconds(i * 5));
@@ -279,7 +279,7 @@ TEST(X11PasteboardAtTheEnd, ComesAtAnyMoment) {
 
 TEST(X11PasteboardWithoutServer, HasNoText) {
     const EnvironmentVariable noServer("DISPLAY", ":9999");
-    X11Pasteboard pasteboard;
+    ServedPasteboard pasteboard{X11Selections::open()};
     EXPECT_FALSE(pasteboard.isConnected());
     pasteboard.set("text", {});
     pasteboard.clear();

@@ -4,6 +4,7 @@
 #include "platform/KeyCodes.h"
 #include "platform/desktop/VirtualDesktop.h"
 #include "platform/linux/desktop/XDisplay.h"
+#include "platform/linux/desktop/keys/KeyboardMap.h"
 
 #include <gmock/gmock.h>
 
@@ -23,9 +24,9 @@ protected:
         map = KeyboardMap::read(XDisplay::open()->get());
     }
 
-    void press(KeyboardMap::XKey key) { held.press(key, map); }
+    void press(KeyboardMap::XKey key) { held.press(key, map.meaning(key)); }
     void look(std::initializer_list<KeyboardMap::XKey> down) {
-        held.compare([&](KeyboardMap::XKey key) { return std::find(down.begin(), down.end(), key) != down.end(); });
+        held.compare([&](HeldKeys::Key key) { return std::find(down.begin(), down.end(), key) != down.end(); });
     }
 
     inline static KeyboardMap map;

@@ -7,7 +7,10 @@
 #include "platform/desktop/VirtualDesktop.h"
 #include "platform/desktop/keys/Fingers.h"
 #include "platform/linux/desktop/keys/X11KeyEvents.h"
+#include "platform/linux/wayland/keys/WaylandKeyEvents.h"
+#include "platform/wayland/keys/PipeKeyboard.h"
 #include "support/FakeKeyEvents.h"
+#include "support/TemporaryFolder.h"
 
 #include <X11/keysym.h>
 
@@ -90,14 +93,52 @@ private:
     Fingers m_fingers;
 };
 
+/// A Wayland session whose keyboard is a pipe. Nothing can be posted there, and nobody hears the mouse.
+class WaylandRig final : public Rig {
+public:
+    KeyEvents& keys() override { return m_keys; }
+    void press(Named key) override { m_keyboard.press(codeOf(key)); }
+    void release(Named key) override { m_keyboard.release(codeOf(key)); }
+    void click(int, int) override {}
+    bool runUntil(const std::function<bool()>& condition) override { return m_queue.runUntil(condition); }
+
+private:
+    static std::uint16_t codeOf(Named key) {
+        constexpr std::pair<KeySym, std::uint16_t> codes[] = {{XK_Control_L, KEY_LEFTCTRL},
+                                                              {XK_Control_R, KEY_RIGHTCTRL},
+                                                              {XK_Shift_L, KEY_LEFTSHIFT},
+                                                              {XK_Super_L, KEY_LEFTMETA},
+                                                              {XK_Alt_R, KEY_RIGHTALT},
+                                                              {XK_space, KEY_SPACE},
+                                                              {XK_q, KEY_Q}};
+        return std::find_if(std::begin(codes), std::end(codes), [&](auto& each) { return each.first == key.symbol; })
+            ->second;
+    }
+    WaylandKeyEvents::Options options() {
+        return {.keyboards = {m_folder.path, m_kernel.questions(), ""}, .asksPortal = false, .posting = {}};
+    }
+
+    const TemporaryFolder m_folder;
+    PipeKernel m_kernel;
+    PipeKeyboard m_keyboard{m_kernel, m_folder / "event0"};
+    PumpedQueue m_queue;
+    WaylandKeyEvents m_keys{m_queue, nullptr, options()};
+};
+
 using MakeRig = std::unique_ptr<Rig> (*)();
 
-class KeyEventsContract : public ::testing::TestWithParam<MakeRig> {
+/// What holds of every keyboard that is listened to.
+class HeardKeysContract : public ::testing::TestWithParam<MakeRig> {
 protected:
     void listen() {
         const auto sources = rig->keys().listen({
             .onFlagsChanged = [this](ModifierChange change) { changes.emplace_back(change.flags, change.keyCode); },
             .onKeyDown = [this](std::uint16_t keyCode) { downs.push_back(keyCode); },
+            .onTrigger =
+                [this](Trigger trigger) {
+                    triggersHeard.push_back(trigger);
+                    return TriggerOutcome::done;
+                },
         });
         EXPECT_TRUE(sources.global && sources.local && sources.eventTap);
     }
@@ -111,9 +152,13 @@ protected:
     std::unique_ptr<Rig> rig = GetParam()();
     std::vector<std::pair<std::uint64_t, std::uint16_t>> changes; // flags, key code
     std::vector<std::uint16_t> downs;
+    std::vector<Trigger> triggersHeard;
 };
 
-TEST_P(KeyEventsContract, ModifiersTellWhatIsHeldAndWhichSideChanged) {
+/// What holds where keys can be posted and the mouse is heard.
+class KeyEventsContract : public HeardKeysContract {};
+
+TEST_P(HeardKeysContract, ModifiersTellWhatIsHeldAndWhichSideChanged) {
     listen();
     for (const Named& key : {leftControl, rightControl})
         rig->press(key);
@@ -135,7 +180,7 @@ TEST_P(KeyEventsContract, ModifiersTellWhatIsHeldAndWhichSideChanged) {
     EXPECT_TRUE(downs.empty());
 }
 
-TEST_P(KeyEventsContract, KeysAreReportedWhenTheyGoDown) {
+TEST_P(HeardKeysContract, KeysAreReportedWhenTheyGoDown) {
     listen();
     for (const Named& key : {leftControl, space, letterQ}) {
         rig->press(key);
@@ -143,6 +188,20 @@ TEST_P(KeyEventsContract, KeysAreReportedWhenTheyGoDown) {
     }
     ASSERT_TRUE(runUntilDowns(2));
     EXPECT_THAT(downs, ElementsAre(key::space, key::other));
+}
+
+TEST_P(HeardKeysContract, TriggersReachWhoListens) {
+    EXPECT_EQ(rig->keys().trigger(Trigger::press), TriggerOutcome::notListening);
+    listen();
+    EXPECT_EQ(rig->keys().trigger(Trigger::press), TriggerOutcome::done);
+    EXPECT_EQ(rig->keys().trigger(Trigger::release), TriggerOutcome::done);
+    rig->keys().stopListening();
+    EXPECT_EQ(rig->keys().trigger(Trigger::toggle), TriggerOutcome::notListening);
+    EXPECT_THAT(triggersHeard, ElementsAre(Trigger::press, Trigger::release));
+}
+
+TEST_P(HeardKeysContract, KeysThatAreOnTheKeyboardCanBeDelivered) {
+    EXPECT_TRUE(rig->keys().canDeliver(key::controlLeft));
 }
 
 TEST_P(KeyEventsContract, ItsOwnKeysAreNeverReported) {
@@ -196,9 +255,20 @@ TEST_P(KeyEventsContract, MouseDownTellsThePlaceUntilNobodyWatches) {
     EXPECT_EQ(points.size(), 1U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Fake, KeyEventsContract,
-                         ::testing::Values([]() -> std::unique_ptr<Rig> { return std::make_unique<FakeRig>(); }));
-INSTANTIATE_TEST_SUITE_P(X11, KeyEventsContract,
-                         ::testing::Values([]() -> std::unique_ptr<Rig> { return std::make_unique<X11Rig>(); }));
+std::unique_ptr<Rig> makeFakeRig() {
+    return std::make_unique<FakeRig>();
+}
+std::unique_ptr<Rig> makeX11Rig() {
+    return std::make_unique<X11Rig>();
+}
+std::unique_ptr<Rig> makeWaylandRig() {
+    return std::make_unique<WaylandRig>();
+}
+
+INSTANTIATE_TEST_SUITE_P(Fake, HeardKeysContract, ::testing::Values(&makeFakeRig));
+INSTANTIATE_TEST_SUITE_P(X11, HeardKeysContract, ::testing::Values(&makeX11Rig));
+INSTANTIATE_TEST_SUITE_P(Wayland, HeardKeysContract, ::testing::Values(&makeWaylandRig));
+INSTANTIATE_TEST_SUITE_P(Fake, KeyEventsContract, ::testing::Values(&makeFakeRig));
+INSTANTIATE_TEST_SUITE_P(X11, KeyEventsContract, ::testing::Values(&makeX11Rig));
 
 } // namespace

@@ -145,6 +145,24 @@ TEST_F(X11KeyEventsTest, ChordOfAHeldModifier_DoesNotLetGoOfIt) {
     EXPECT_THAT(flags, ElementsAre(mask::control, 0));
 }
 
+TEST_F(X11KeyEventsTest, ModifierThatTheUserLetsGoOfMeanwhile_StaysInTheChord) {
+    KeyWindow window;
+    for (int chord = 0; chord < 5; ++chord) {
+        std::jthread user([&](std::stop_token tooLate) {
+            while (!isDown(XK_Control_L) && !tooLate.stop_requested())
+                std::this_thread::yield();
+            fingers.press(XK_Control_L);
+            fingers.release(XK_Control_L);
+        });
+        postChord(key::v, mask::command);
+        user.request_stop();
+        user.join();
+        EXPECT_EQ(window.next().value(), (Press{XK_v, XK_v, ControlMask}));
+        EXPECT_FALSE(isDown(XK_Control_L));
+        std::this_thread::sleep_for(std::chrono::milliseconds(120)); // the next chord settles anew
+    }
+}
+
 TEST_F(X11KeyEventsTest, HeldModifierIsWaitedFor) {
     const auto start = std::chrono::steady_clock::now();
     fingers.press(XK_Shift_R);

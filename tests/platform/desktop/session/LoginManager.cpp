@@ -58,8 +58,17 @@ void LoginManager::askForLock() {
 
 void LoginManager::setLocked(bool isLocked) {
     m_isLocked = isLocked;
+    tellChange("LockedHint");
+}
+
+void LoginManager::setActive(bool isActive) {
+    m_isActive = isActive;
+    tellChange("Active");
+}
+
+void LoginManager::tellChange(const char* property) {
     emit(session, "org.freedesktop.DBus.Properties", "PropertiesChanged",
-         g_variant_new_parsed("('org.freedesktop.login1.Session', @a{sv} {}, ['LockedHint'])"));
+         g_variant_new_parsed("('org.freedesktop.login1.Session', @a{sv} {}, [%s])", property));
 }
 
 void LoginManager::setScreenSaverActive(bool isActive) {
@@ -96,8 +105,12 @@ GVariant* LoginManager::answer(const std::string& question, GDBusMessage* call, 
     const std::string object = g_dbus_message_get_path(call);
     if (question == "GetSession")
         return g_variant_new("(o)", session);
-    if (question == "Get" && object == session)
-        return g_variant_new("(v)", g_variant_new_boolean(m_isLocked));
+    if (question == "Get" && object == session) {
+        const char* property = "";
+        g_variant_get(g_dbus_message_get_body(call), "(&s&s)", nullptr, &property);
+        const bool isTrue = std::string(property) == "Active" ? m_isActive : m_isLocked;
+        return g_variant_new("(v)", g_variant_new_boolean(isTrue));
+    }
     if (question == "GetActive" && object == saverPath)
         return g_variant_new("(b)", m_isSaverActive.load());
     int ends[2];

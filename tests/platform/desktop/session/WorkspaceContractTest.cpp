@@ -7,9 +7,10 @@
 #include "platform/desktop/StubBrowser.h"
 #include "platform/desktop/keys/KeyWindow.h"
 #include "platform/desktop/session/LoginManager.h"
+#include "platform/linux/desktop/session/ActiveWindow.h"
+#include "platform/linux/desktop/session/DesktopWorkspace.h"
 #include "platform/linux/desktop/session/InstanceDoor.h"
 #include "platform/linux/desktop/session/InstanceLock.h"
-#include "platform/linux/desktop/session/X11Workspace.h"
 #include "support/EnvironmentVariable.h"
 #include "support/FakeDesktop.h"
 #include "support/TemporaryFolder.h"
@@ -66,7 +67,7 @@ class X11Rig final : public Rig {
 public:
     Workspace& workspace() override {
         if (!m_workspace)
-            m_workspace.emplace(m_queue);
+            m_workspace.emplace(m_queue, activeWindowOfX11());
         return *m_workspace;
     }
     void showTerminal() override { m_window.emplace("XTerm"); }
@@ -76,7 +77,8 @@ public:
         m_otherDoor = InstanceDoor::open(InstanceDoor::beside(m_other->file()), [](const auto& answer) { answer(); });
     }
     void call() override {
-        m_caller = std::jthread([this] { m_isAnswered = X11Workspace(m_callersQueue).callOtherInstance(); });
+        m_caller = std::jthread(
+            [this] { m_isAnswered = DesktopWorkspace(m_callersQueue, activeWindowOfX11()).callOtherInstance(); });
     }
     bool isAnswered() override { return m_isAnswered; }
     void sleep() override {
@@ -98,7 +100,7 @@ private:
     std::optional<KeyWindow> m_window;
     std::optional<InstanceLock> m_other;
     std::unique_ptr<InstanceDoor> m_otherDoor;
-    std::optional<X11Workspace> m_workspace;
+    std::optional<DesktopWorkspace> m_workspace;
     PumpedQueue m_callersQueue;
     std::atomic<bool> m_isAnswered = false;
     std::jthread m_caller;

@@ -26,4 +26,8 @@ std::optional<FocusedElement> AtspiAccessibility::focusedElement(double limit) {
     return m_thread->focusedElement(limit);
 }
 
+std::optional<ActiveProgram> AtspiAccessibility::activeProgram(double limit) {
+    return m_thread->activeProgram(limit);
+}
+
 } // namespace fenlo

@@ -7,6 +7,7 @@
 namespace fenlo {
 
 class AtspiThread;
+struct ActiveProgram;
 class KeyEvents;
 
 /// The accessibility bus (AT-SPI), on a thread of its own, which follows the focus by its events. Of a long text only
@@ -26,6 +27,9 @@ public:
     bool trusted() const override;
     void request() override;
     std::optional<FocusedElement> focusedElement(double limit) override;
+
+    /// The program in front, for desktops that tell it in no other way. Takes `limit` seconds at most.
+    std::optional<ActiveProgram> activeProgram(double limit);
 
 private:
     const KeyEvents& m_keys;

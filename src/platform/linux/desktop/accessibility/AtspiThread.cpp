@@ -3,6 +3,7 @@
 #include "base/Deadline.h"
 #include "base/Environment.h"
 #include "base/Log.h"
+#include "base/Text.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -43,20 +44,30 @@ void AtspiThread::announce() {
     m_thread->invoke([this] { announceNow(); });
 }
 
-std::optional<FocusedElement> AtspiThread::focusedElement(double limit) {
+template <typename T>
+std::optional<T> AtspiThread::ask(double limit, void (AtspiThread::*work)(Time deadline, Growing<T>& answer)) {
     const auto deadline = deadlineAfter(limit);
     struct Request {
-        Answer answer;
+        Growing<T> answer;
         std::promise<void> done;
     };
     const auto request = std::make_shared<Request>();
     const auto done = request->done.get_future();
-    m_thread->invoke([this, request, deadline] {
-        readNow(deadline, request->answer);
+    m_thread->invoke([this, request, deadline, work] {
+        if (isConnected())
+            (this->*work)(deadline, request->answer);
         request->done.set_value();
     });
     done.wait_until(deadline);
-    return request->answer.with([](const auto& element) { return element; });
+    return request->answer.with([](const auto& answer) { return answer; });
+}
+
+std::optional<FocusedElement> AtspiThread::focusedElement(double limit) {
+    return ask<FocusedElement>(limit, &AtspiThread::readNow);
+}
+
+std::optional<ActiveProgram> AtspiThread::activeProgram(double limit) {
+    return ask<ActiveProgram>(limit, &AtspiThread::findProgramNow);
 }
 
 bool AtspiThread::connect() {
@@ -155,13 +166,16 @@ void AtspiThread::handleSignal(const Object& source, const std::string& member, 
     }
 }
 
+bool AtspiThread::isConnected() {
+    if (m_bus && !m_bus->isClosed())
+        return true;
+    // For the next call; this one is over before the search is.
+    if (Clock::now() - m_lastAttempt > retryPause)
+        connect();
+    return false;
+}
+
 void AtspiThread::readNow(Time deadline, Answer& answer) {
-    if (!m_bus || m_bus->isClosed()) {
-        // For the next call; this one is over before the search is.
-        if (Clock::now() - m_lastAttempt > retryPause)
-            connect();
-        return;
-    }
     if (m_focus && AtspiElement(*m_bus, *m_focus, deadline).read(answer))
         return;
     // A control that is gone fails at once and leaves time to look for another; a slow one keeps the focus.
@@ -196,6 +210,23 @@ std::optional<AtspiThread::Object> AtspiThread::findActiveWindow(Time deadline) 
                 return window;
     }
     return std::nullopt;
+}
+
+void AtspiThread::findProgramNow(Time deadline, Growing<ActiveProgram>& answer) {
+    const auto window = m_window ? m_window : findActiveWindow(deadline);
+    if (!window)
+        return;
+    ActiveProgram program;
+    const Object root{window->program, desktop.path};
+    if (const auto name = m_bus->property(root, "org.a11y.atspi.Accessible", "Name", deadline);
+        name && g_variant_is_of_type(name.get(), G_VARIANT_TYPE_STRING))
+        program.name = text::repairUtf8(g_variant_get_string(name.get(), nullptr));
+    const char* const busName = "org.freedesktop.DBus";
+    if (const auto process = m_bus->call(
+            {busName, "/org/freedesktop/DBus"},
+            {busName, "GetConnectionUnixProcessID", g_variant_new("(s)", window->program.c_str()), "(u)"}, deadline))
+        g_variant_get(process.get(), "(u)", &program.process);
+    answer.with([&](auto& found) { found = std::move(program); });
 }
 
 } // namespace fenlo

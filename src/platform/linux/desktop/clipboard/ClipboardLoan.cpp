@@ -8,7 +8,8 @@ namespace fenlo {
 
 namespace {
 
-using Stay = SelectionServer::Stay;
+using Name = Selections::Name;
+using Stay = Selections::Stay;
 
 constexpr auto latePatience = std::chrono::seconds(3);
 /// The primary selection is saved while the text on the clipboard settles before the paste.
@@ -16,25 +17,12 @@ constexpr auto primaryLimit = std::chrono::milliseconds(100);
 
 } // namespace
 
-ClipboardLoan::ClipboardLoan(XcbConnection& x, xcb_window_t window, SelectionServer& server, ClipboardEvents& events,
-                             SelectionSaver& saver)
-    : m_x(x), m_window(window), m_server(server), m_events(events), m_saver(saver), m_clipboard(x.atom("CLIPBOARD")) {}
-
 ClipboardLoan::Saved ClipboardLoan::keep(Clock::time_point deadline) {
     if (const auto returning = std::exchange(m_return, {}))
         m_kept = returning->saved;
-    else if (!m_server.lends(m_clipboard) || !m_kept)
-        m_kept = save(m_clipboard, deadline);
+    else if (!m_selections.lends(Name::clipboard) || !m_kept)
+        m_kept = m_selections.save(Name::clipboard, deadline);
     return m_kept;
-}
-
-ClipboardLoan::Saved ClipboardLoan::save(xcb_atom_t selection, Clock::time_point deadline) {
-    const xcb_window_t owner = m_x.selectionOwner(selection);
-    if (owner == XCB_WINDOW_NONE)
-        return std::make_shared<const SavedSelection>();
-    if (owner == m_window)
-        return std::make_shared<const SavedSelection>(m_server.contents(selection));
-    return m_saver.save(selection, deadline);
 }
 
 void ClipboardLoan::giveBack(Saved saved, Pasteboard::Return why) {
@@ -55,40 +43,35 @@ void ClipboardLoan::settle(bool isLast) {
     comeBack(*returning->saved, returning->why);
 }
 
-void ClipboardLoan::comeBack(const SavedSelection& saved, Pasteboard::Return why) {
+void ClipboardLoan::comeBack(const Selections::Saved& saved, Pasteboard::Return why) {
     // When this is answered, the news of another owner has arrived too.
-    const xcb_timestamp_t time = m_events.serverTime();
-    if (why == Pasteboard::Return::afterLoan && !m_server.lends(m_clipboard))
+    const Selections::Moment now = m_selections.now();
+    if (why == Pasteboard::Return::afterLoan && !m_selections.lends(Name::clipboard))
         return;
-    SelectionContents contents = saved.contents();
     if (saved.wasEmpty() && why == Pasteboard::Return::afterCopy)
         return;
     if (saved.wasEmpty())
-        contents.text = "";
-    if (contents.isEmpty())
+        m_selections.offer(Name::clipboard, "", Stay::lasting, now);
+    else if (!m_selections.offerAgain(Name::clipboard, saved, now))
         logInfo("Clipboard not given back: its owner did not say what it held");
-    else
-        m_server.offer(m_clipboard, std::move(contents), Stay::lasting, time);
     m_kept.reset();
 }
 
 void ClipboardLoan::lendPrimary(const std::string& text) {
-    if (!m_server.lends(XCB_ATOM_PRIMARY))
-        m_primary = save(XCB_ATOM_PRIMARY, Clock::now() + primaryLimit);
-    m_server.offer(XCB_ATOM_PRIMARY, {.text = text, .forms = {}}, Stay::onLoan, m_events.serverTime());
+    if (!m_selections.lends(Name::primary))
+        m_primary = m_selections.save(Name::primary, Clock::now() + primaryLimit);
+    m_selections.offer(Name::primary, text, Stay::onLoan, m_selections.now());
 }
 
 void ClipboardLoan::endPrimary() {
     const auto saved = std::exchange(m_primary, {});
     if (!saved)
         return;
-    const xcb_timestamp_t time = m_events.serverTime();
-    if (!m_server.lends(XCB_ATOM_PRIMARY))
+    const Selections::Moment now = m_selections.now();
+    if (!m_selections.lends(Name::primary))
         return; // something has been selected meanwhile
-    if (SelectionContents contents = saved->contents(); !contents.isEmpty())
-        m_server.offer(XCB_ATOM_PRIMARY, std::move(contents), Stay::lasting, time);
-    else
-        m_server.clear(XCB_ATOM_PRIMARY, time);
+    if (!m_selections.offerAgain(Name::primary, *saved, now))
+        m_selections.clear(Name::primary, now);
 }
 
 } // namespace fenlo

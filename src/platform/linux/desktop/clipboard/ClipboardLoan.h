@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Pasteboard.h"
-#include "platform/linux/desktop/clipboard/SelectionSaver.h"
+#include "platform/linux/desktop/clipboard/Selections.h"
 
 #include <memory>
 #include <optional>
@@ -13,11 +13,10 @@ namespace fenlo {
 /// Threads: one.
 class ClipboardLoan {
 public:
-    using Clock = ClipboardEvents::Clock;
-    using Saved = std::shared_ptr<const SavedSelection>;
+    using Clock = Selections::Clock;
+    using Saved = std::shared_ptr<const Selections::Saved>;
 
-    ClipboardLoan(XcbConnection& x, xcb_window_t window, SelectionServer& server, ClipboardEvents& events,
-                  SelectionSaver& saver);
+    explicit ClipboardLoan(Selections& selections) : m_selections(selections) {}
 
     Saved keep(Clock::time_point deadline);
     /// Asks for the return; settle() carries it out once the owner has told everything.
@@ -41,15 +40,9 @@ private:
         Clock::time_point due;
     };
 
-    Saved save(xcb_atom_t selection, Clock::time_point deadline);
-    void comeBack(const SavedSelection& saved, Pasteboard::Return why);
+    void comeBack(const Selections::Saved& saved, Pasteboard::Return why);
 
-    XcbConnection& m_x;
-    const xcb_window_t m_window;
-    SelectionServer& m_server;
-    ClipboardEvents& m_events;
-    SelectionSaver& m_saver;
-    const xcb_atom_t m_clipboard;
+    Selections& m_selections;
     Saved m_kept;    // what the text on loan stands for
     Saved m_primary; // the same of the primary selection
     std::optional<Returning> m_return;

@@ -10,7 +10,8 @@ namespace fenlo {
 
 namespace {
 
-using Stay = SelectionServer::Stay;
+using Name = Selections::Name;
+using Stay = Selections::Stay;
 
 /// A text that follows within this time replaces the old one directly. Clipboard managers put old content back into a
 /// clipboard that they see empty.
@@ -20,16 +21,9 @@ constexpr auto handOverLimit = std::chrono::milliseconds(300);
 
 } // namespace
 
-std::unique_ptr<ClipboardThread> ClipboardThread::start() {
-    auto x = XcbConnection::open();
-    return x ? std::unique_ptr<ClipboardThread>(new ClipboardThread(std::move(x))) : nullptr;
-}
-
-ClipboardThread::ClipboardThread(std::unique_ptr<XcbConnection> x)
-    : m_x(std::move(x)), m_window(m_x->makeWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)), m_clipboard(m_x->atom("CLIPBOARD")),
-      m_server(*m_x, m_window), m_conversions(*m_x, m_window), m_events(*m_x, m_window, m_server, m_conversions),
-      m_reader(*m_x, m_conversions, m_events), m_saver(*m_x, m_conversions, m_events),
-      m_loan(*m_x, m_window, m_server, m_events, m_saver), m_thread([this](std::stop_token stop) { run(stop); }) {}
+ClipboardThread::ClipboardThread(std::unique_ptr<Selections> selections)
+    : m_selections(std::move(selections)), m_loan(*m_selections),
+      m_thread([this](std::stop_token stop) { run(stop); }) {}
 
 ClipboardThread::~ClipboardThread() {
     m_thread.request_stop();
@@ -43,13 +37,14 @@ void ClipboardThread::set(std::string text, Pasteboard::Offer offer) {
 void ClipboardThread::clear() {
     post([this] {
         m_loan.forgetReturn();
-        m_clearing = {Clock::now() + clearDelay, m_events.serverTime()};
+        m_clearing = {Clock::now() + clearDelay, m_selections->now()};
     });
 }
 
 Pasteboard::Reading ClipboardThread::read(double limit) {
     const auto deadline = deadlineAfter(limit);
-    const auto reading = ask<std::optional<Pasteboard::Reading>>(deadline, [=, this] { return readNow(deadline); });
+    const auto reading = ask<std::optional<Pasteboard::Reading>>(
+        deadline, [=, this] { return m_clearing ? Pasteboard::Reading{} : m_selections->read(deadline); });
     return reading.value_or(Pasteboard::Reading{.text = {}, .isAnswered = false});
 }
 
@@ -87,16 +82,16 @@ void ClipboardThread::post(Task task) {
 }
 
 void ClipboardThread::run(std::stop_token stop) {
-    while (!stop.stop_requested() && !m_x->isLost()) {
+    while (!stop.stop_requested() && !m_selections->isLost()) {
         runTasks();
         clearIfDue();
         m_loan.settle();
-        m_events.handleArrived();
+        m_selections->handleArrived();
         sleep();
     }
     runTasks();
     handOver();
-    xcb_flush(m_x->get());
+    m_selections->flush();
     const auto dropped = m_inbox.with([](Inbox& inbox) {
         inbox.isClosed = true;
         return std::exchange(inbox.tasks, {});
@@ -120,7 +115,7 @@ void ClipboardThread::runTasks() {
 
 void ClipboardThread::sleep() {
     const auto now = Clock::now();
-    const bool watchesTransfers = m_server.dropStalled(now);
+    const bool watchesTransfers = m_selections->dropStalled(now);
     auto until = m_loan.due();
     const auto atLatest = [&](Clock::time_point time) { until = std::min(until.value_or(time), time); };
     if (watchesTransfers)
@@ -128,26 +123,17 @@ void ClipboardThread::sleep() {
     if (m_clearing)
         atLatest(m_clearing->due);
     const std::chrono::duration<double> left = until ? std::max(*until, now) - now : -stallCheck;
-    m_wakeup.sleep(m_x->descriptor(), left.count());
+    m_wakeup.sleep(m_selections->descriptor(), left.count());
 }
 
 void ClipboardThread::setNow(const std::string& text, Pasteboard::Offer offer) {
     m_clearing.reset();
     m_loan.forgetReturn();
-    m_server.offer(m_clipboard, {.text = text, .forms = {}}, offer.transient ? Stay::onLoan : Stay::lasting,
-                   m_events.serverTime());
+    m_selections->offer(Name::clipboard, text, offer.transient ? Stay::onLoan : Stay::lasting, m_selections->now());
     if (offer.primary)
         m_loan.lendPrimary(text);
     else
         m_loan.endPrimary();
-}
-
-Pasteboard::Reading ClipboardThread::readNow(Clock::time_point deadline) {
-    const xcb_window_t owner = m_clearing ? xcb_window_t{XCB_WINDOW_NONE} : m_x->selectionOwner(m_clipboard);
-    if (owner == XCB_WINDOW_NONE)
-        return {};
-    return owner == m_window ? Pasteboard::Reading{.text = m_server.contents(m_clipboard).text}
-                             : m_reader.read(deadline);
 }
 
 void ClipboardThread::clearIfDue() {
@@ -156,27 +142,16 @@ void ClipboardThread::clearIfDue() {
 }
 
 void ClipboardThread::clearNow() {
-    m_server.clear(m_clipboard, std::exchange(m_clearing, {})->time);
+    m_selections->clear(Name::clipboard, std::exchange(m_clearing, {})->moment);
     m_loan.endPrimary();
 }
 
 void ClipboardThread::handOver() {
-    const xcb_atom_t manager = m_x->atom("CLIPBOARD_MANAGER");
-    const xcb_atom_t property = m_x->atom("_FENLO_SAVE");
-    m_events.handleArrived();
+    m_selections->handleArrived();
     if (m_clearing)
         clearNow();
     m_loan.settle(true);
-    if (!m_server.owns(m_clipboard) || m_server.lends(m_clipboard))
-        return;
-    m_x->setNumbers(m_window, property, XCB_ATOM_ATOM, m_server.contentTargets(m_clipboard));
-    xcb_convert_selection(m_x->get(), m_window, manager, m_x->atom("SAVE_TARGETS"), property, m_events.serverTime());
-    // Without a manager the server itself answers at once.
-    const auto isSaved = [&](const xcb_generic_event_t& event) {
-        const auto* const notify = eventAs<xcb_selection_notify_event_t>(event, XCB_SELECTION_NOTIFY);
-        return notify && notify->selection == manager;
-    };
-    m_events.waitFor(isSaved, Clock::now() + handOverLimit);
+    m_selections->handOver(Clock::now() + handOverLimit);
 }
 
 } // namespace fenlo

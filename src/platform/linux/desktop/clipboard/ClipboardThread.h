@@ -3,9 +3,8 @@
 #include "base/Guarded.h"
 #include "platform/Pasteboard.h"
 #include "platform/linux/desktop/Wakeup.h"
-#include "platform/linux/desktop/clipboard/ClipboardEvents.h"
 #include "platform/linux/desktop/clipboard/ClipboardLoan.h"
-#include "platform/linux/desktop/clipboard/SelectionReader.h"
+#include "platform/linux/desktop/clipboard/Selections.h"
 
 #include <deque>
 #include <thread>
@@ -17,8 +16,7 @@ namespace fenlo {
 /// Threads: made, used and ended by the main thread.
 class ClipboardThread {
 public:
-    /// Nothing when there is no server.
-    static std::unique_ptr<ClipboardThread> start();
+    explicit ClipboardThread(std::unique_ptr<Selections> selections);
     ~ClipboardThread();
 
     bool isConnected() const {
@@ -39,8 +37,6 @@ private:
         bool isClosed = false;
     };
 
-    explicit ClipboardThread(std::unique_ptr<XcbConnection> x);
-
     void post(Task task);
     /// Runs the question on the thread. The default value when it is not answered by the deadline.
     template <typename Result>
@@ -49,25 +45,17 @@ private:
     void runTasks();
     void sleep();
     void setNow(const std::string& text, Pasteboard::Offer offer);
-    Pasteboard::Reading readNow(Clock::time_point deadline);
     void clearIfDue();
     void clearNow();
     void handOver();
 
-    const std::unique_ptr<XcbConnection> m_x;
-    const xcb_window_t m_window;
+    const std::unique_ptr<Selections> m_selections;
     Wakeup m_wakeup;
     Guarded<Inbox> m_inbox;
-    const xcb_atom_t m_clipboard;
-    SelectionServer m_server;
-    SelectionConversions m_conversions;
-    ClipboardEvents m_events;
-    SelectionReader m_reader;
-    SelectionSaver m_saver;
     ClipboardLoan m_loan;
     struct Clearing {
         Clock::time_point due;
-        xcb_timestamp_t time; // as of which the clipboard is empty
+        Selections::Moment moment; // as of which the clipboard is empty
     };
     std::optional<Clearing> m_clearing;
     std::jthread m_thread;

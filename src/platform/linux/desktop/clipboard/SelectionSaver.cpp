@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/clipboard/SelectionSaver.h"
 
+#include "platform/linux/desktop/clipboard/ClipboardForms.h"
 #include "platform/linux/desktop/clipboard/SelectionReader.h"
 
 #include <algorithm>
@@ -11,23 +12,7 @@ namespace {
 
 using State = SelectionConversion::State;
 
-constexpr std::size_t mostBytes = SelectionConversions::largest; // of all forms together
-
 constexpr const char* textNames[] = {"UTF8_STRING", "text/plain;charset=utf-8", "STRING", "text/plain"};
-
-/// Forms that even an owner without an answer in time is asked for.
-constexpr const char* usualNames[] = {"image/png", "text/html", "text/uri-list", "x-special/gnome-copied-files",
-                                      "x-kde-passwordManagerHint"};
-
-/// Targets that hold no content, that change something, or whose content is useless without their owner; and the other
-/// names of plain text.
-constexpr const char* otherNames[] = {"TARGETS",          "MULTIPLE",        "TIMESTAMP", "SAVE_TARGETS", "DELETE",
-                                      "INSERT_SELECTION", "INSERT_PROPERTY", "PIXMAP",    "BITMAP",       "DRAWABLE",
-                                      "COLORMAP",         "CLIENT_WINDOW",   "TEXT",      "COMPOUND_TEXT"};
-
-bool contains(const std::vector<xcb_atom_t>& atoms, xcb_atom_t atom) {
-    return std::find(atoms.begin(), atoms.end(), atom) != atoms.end();
-}
 
 } // namespace
 
@@ -47,7 +32,7 @@ SelectionContents SavedSelection::contents() const {
         contents.text = textIn((*text)->content);
     std::size_t bytes = contents.text ? contents.text->size() : 0;
     for (const Conversion& each : m_others) {
-        if (each->state != State::done || bytes + each->content.bytes.size() > mostBytes)
+        if (each->state != State::done || bytes + each->content.bytes.size() > clipboard::mostBytes)
             continue;
         bytes += each->content.bytes.size();
         contents.forms.push_back({each->target, std::shared_ptr<const XcbConnection::Property>(each, &each->content)});
@@ -61,15 +46,15 @@ std::shared_ptr<const SavedSelection> SelectionSaver::save(xcb_atom_t selection,
     const Request request{selection, m_events.serverTime(deadline), deadline};
     const auto offered = offeredTargets(request);
     for (const xcb_atom_t target : atoms(textNames)) {
-        if (offered && !contains(*offered, target))
+        if (offered && !clipboard::contains(*offered, target))
             continue;
         saved->m_texts.push_back(ask(request, target));
         if (offered || saved->m_texts.back()->state == State::done)
             break;
     }
-    const Atoms usual = atoms(usualNames);
+    const Atoms usual = atoms(clipboard::usualNames);
     for (const xcb_atom_t target : worthKeeping(offered))
-        if (Clock::now() < deadline || contains(usual, target))
+        if (Clock::now() < deadline || clipboard::contains(usual, target))
             saved->m_others.push_back(ask(request, target));
     return saved;
 }
@@ -86,15 +71,10 @@ std::optional<SelectionSaver::Atoms> SelectionSaver::offeredTargets(const Reques
 }
 
 SelectionSaver::Atoms SelectionSaver::worthKeeping(const std::optional<Atoms>& offered) {
-    Atoms wanted = atoms(usualNames);
+    Atoms usual = atoms(clipboard::usualNames);
     if (!offered)
-        return wanted;
-    std::erase_if(wanted, [&](xcb_atom_t each) { return !contains(*offered, each); });
-    const Atoms texts = atoms(textNames), others = atoms(otherNames);
-    for (const xcb_atom_t each : *offered)
-        if (!contains(texts, each) && !contains(others, each) && !contains(wanted, each))
-            wanted.push_back(each);
-    return wanted;
+        return usual;
+    return clipboard::worthKeeping(*offered, std::move(usual), atoms(textNames), atoms(clipboard::otherNames));
 }
 
 SavedSelection::Conversion SelectionSaver::ask(const Request& request, xcb_atom_t target) {

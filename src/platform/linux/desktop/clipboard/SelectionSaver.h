@@ -9,16 +9,14 @@
 
 namespace fenlo {
 
-/// What another program's selection held, as far as its owner has told so far.
-class SavedSelection {
+class SavedSelection final : public Selections::Saved {
 public:
     /// For a selection without an owner.
     SavedSelection() = default;
     explicit SavedSelection(SelectionContents ours) : m_known(std::move(ours)) {}
 
-    bool wasEmpty() const { return m_known && m_known->isEmpty(); }
-    /// Whether all answers have arrived.
-    bool isSettled() const;
+    bool wasEmpty() const override { return m_known && m_known->isEmpty(); }
+    bool isSettled() const override;
     /// All that has arrived, 64 MiB at most.
     SelectionContents contents() const;
 
@@ -41,8 +39,7 @@ public:
     SelectionSaver(XcbConnection& x, SelectionConversions& conversions, ClipboardEvents& events)
         : m_x(x), m_conversions(conversions), m_events(events) {}
 
-    /// Asks for one form after the other until the deadline, so as not to flood the owner; then for the usual ones all
-    /// at once, whose answers may come later.
+    /// As Selections::save().
     std::shared_ptr<const SavedSelection> save(xcb_atom_t selection, Clock::time_point deadline);
 
 private:

@@ -1,5 +1,6 @@
 #include "platform/linux/desktop/clipboard/SelectionServer.h"
 
+#include "platform/linux/desktop/clipboard/ClipboardForms.h"
 #include "platform/linux/desktop/clipboard/Latin1.h"
 
 #include <algorithm>
@@ -113,7 +114,7 @@ std::vector<xcb_atom_t> SelectionServer::contentTargets(const Selection& selecti
     if (selection.latin)
         targets.push_back(XCB_ATOM_STRING);
     if (selection.stay == Stay::onLoan)
-        targets.push_back(m_x.atom("x-kde-passwordManagerHint"));
+        targets.push_back(m_x.atom(clipboard::secretName));
     for (const auto& form : selection.contents->forms)
         targets.push_back(form.target);
     return targets;
@@ -124,9 +125,8 @@ std::optional<SelectionServer::Answer> SelectionServer::answerFor(const Selectio
     for (const auto& form : contents->forms)
         if (form.target == target)
             return Answer{form.content->type, {form.content, &form.content->bytes}, form.content->format};
-    // The hint on which clipboard managers agreed for texts they shall not keep.
-    if (selection.stay == Stay::onLoan && target == m_x.atom("x-kde-passwordManagerHint"))
-        return Answer{target, std::make_shared<const std::string>("secret")};
+    if (selection.stay == Stay::onLoan && target == m_x.atom(clipboard::secretName))
+        return Answer{target, std::make_shared<const std::string>(clipboard::secretValue)};
     if (selection.latin && target == XCB_ATOM_STRING)
         return Answer{target, selection.latin};
     const auto known = textTargets();

@@ -2,6 +2,7 @@
 
 #include "platform/linux/desktop/XcbConnection.h"
 #include "platform/linux/desktop/clipboard/SelectionContents.h"
+#include "platform/linux/desktop/clipboard/Selections.h"
 
 #include <chrono>
 #include <list>
@@ -16,10 +17,7 @@ class SelectionServer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    enum class Stay {
-        lasting,
-        onLoan, // asks clipboard managers to keep it out of their history
-    };
+    using Stay = Selections::Stay;
 
     /// The window owns the selections.
     SelectionServer(XcbConnection& x, xcb_window_t window)

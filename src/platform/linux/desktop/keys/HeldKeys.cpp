@@ -2,22 +2,21 @@
 
 namespace fenlo {
 
-void HeldKeys::press(XKey key, const KeyboardMap& map) {
+void HeldKeys::press(Key key, KeyMeaning meaning) {
     if (const auto held = m_held.find(key); held != m_held.end()) {
         if (!held->second.lifted)
             return;
         // A lifted key cannot repeat: its release was missed.
         release(key);
     }
-    const std::uint16_t portCode = map.portCode(key);
-    m_held[key] = {portCode};
-    if (flagOf(portCode))
-        m_sink.onFlagsChanged({flags(), portCode});
-    else if (map.isTyped(key))
-        m_sink.onKeyDown(portCode);
+    m_held[key] = {meaning.portCode};
+    if (flagOf(meaning.portCode))
+        m_sink.onFlagsChanged({flags(), meaning.portCode});
+    else if (meaning.isTyped)
+        m_sink.onKeyDown(meaning.portCode);
 }
 
-void HeldKeys::release(XKey key) {
+void HeldKeys::release(Key key) {
     const auto held = m_held.find(key);
     if (held == m_held.end())
         return;
@@ -27,7 +26,7 @@ void HeldKeys::release(XKey key) {
         m_sink.onFlagsChanged({flags(), portCode});
 }
 
-void HeldKeys::lift(XKey key) {
+void HeldKeys::lift(Key key) {
     if (const auto held = m_held.find(key); held != m_held.end())
         held->second.lifted = true;
 }

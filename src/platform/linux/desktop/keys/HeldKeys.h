@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/KeyEvents.h"
-#include "platform/linux/desktop/keys/KeyboardMap.h"
+#include "platform/linux/desktop/keys/PortKeys.h"
 
 #include <map>
 #include <utility>
@@ -13,19 +13,19 @@ namespace fenlo {
 /// Threads: one; the sink is called at once.
 class HeldKeys {
 public:
-    using XKey = KeyboardMap::XKey;
+    using Key = std::uint32_t; // the windowing system's number, or the kernel's
 
     explicit HeldKeys(KeyEvents::Listener sink) : m_sink(std::move(sink)) {}
 
     /// A key went down. When it is held already, this is a repeat and not reported.
-    void press(XKey key, const KeyboardMap& map);
-    void release(XKey key);
+    void press(Key key, KeyMeaning meaning);
+    void release(Key key);
 
     /// Counts a key that was down before we listened as held, without a report.
-    void adopt(XKey key, const KeyboardMap& map) { m_held[key] = {map.portCode(key)}; }
+    void adopt(Key key, KeyMeaning meaning) { m_held[key] = {meaning.portCode}; }
 
     /// The program lifted the key at the server: from now on only a release event tells that the user let go.
-    void lift(XKey key);
+    void lift(Key key);
 
     /// Compares with the server's keys. A held key that the server reports as up twice in a row has lost its release
     /// event and is released here. Once may be chance: its press or release may still be on the way.
@@ -45,6 +45,8 @@ public:
     void releaseAll();
 
     bool empty() const { return m_held.empty(); }
+    /// The masks of the modifiers that are held.
+    std::uint64_t flags() const;
 
 private:
     struct State {
@@ -53,10 +55,8 @@ private:
         bool missing = false; // at the last comparison
     };
 
-    std::uint64_t flags() const;
-
     KeyEvents::Listener m_sink;
-    std::map<XKey, State> m_held;
+    std::map<Key, State> m_held;
 };
 
 } // namespace fenlo

@@ -2,6 +2,7 @@
 
 #include "platform/KeyCodes.h"
 #include "platform/linux/desktop/keys/KeyboardDescription.h"
+#include "platform/linux/desktop/keys/PortKeys.h"
 
 #include <X11/XKBlib.h>
 #include <X11/Xutil.h>
@@ -10,41 +11,6 @@
 #include <memory>
 
 namespace fenlo {
-
-namespace {
-
-struct Row {
-    std::uint16_t portCode;
-    KeySym symbol;
-    std::uint64_t flag;
-    std::string_view place; // of the key on keyboards whose layout lacks the letter
-};
-
-constexpr KeySym fnSymbol = 0x100811D0; // XF86Fn; X11 names it by a macro that it does not define
-
-constexpr Row table[] = {
-    {key::a, XK_a, 0, "AC01"},
-    {key::x, XK_x, 0, "AB02"},
-    {key::c, XK_c, 0, "AB03"},
-    {key::v, XK_v, 0, "AB04"},
-    {key::space, XK_space, 0, ""},
-    {key::insert, XK_Insert, 0, ""},
-    {key::arrowLeft, XK_Left, 0, ""},
-    {key::controlLeft, XK_Control_L, mask::control, ""},
-    {key::controlRight, XK_Control_R, mask::control, ""},
-    {key::shiftLeft, XK_Shift_L, mask::shift, ""},
-    {key::shiftRight, XK_Shift_R, mask::shift, ""},
-    {key::commandLeft, XK_Super_L, mask::command, ""},
-    {key::commandLeft, XK_Meta_L, mask::command, ""},
-    {key::commandRight, XK_Super_R, mask::command, ""},
-    {key::commandRight, XK_Meta_R, mask::command, ""},
-    {key::optionLeft, XK_Alt_L, mask::option, ""},
-    {key::optionRight, XK_Alt_R, mask::option, ""},
-    {key::optionRight, XK_ISO_Level3_Shift, mask::option, ""},
-    {key::function, fnSymbol, mask::function, ""},
-};
-
-} // namespace
 
 KeyboardMap KeyboardMap::read(Display* display) {
     KeyboardMap map;
@@ -68,9 +34,10 @@ KeyboardMap KeyboardMap::read(Display* display) {
 }
 
 KeyboardMap::Kind KeyboardMap::kindOf(Symbol symbol) {
-    const bool isRowModifier = std::any_of(std::begin(table), std::end(table),
-                                           [&](const Row& row) { return row.symbol == symbol && row.flag; });
-    if (isRowModifier || symbol == XK_Hyper_L || symbol == XK_Hyper_R || symbol == XK_ISO_Level5_Shift)
+    const auto keys = portKeys();
+    const bool isOurModifier =
+        std::any_of(keys.begin(), keys.end(), [&](const PortKey& key) { return key.symbol == symbol && key.flag; });
+    if (isOurModifier || symbol == XK_Hyper_L || symbol == XK_Hyper_R || symbol == XK_ISO_Level5_Shift)
         return Kind::modifier;
     if (IsModifierKey(symbol))
         return Kind::lock;
@@ -85,14 +52,14 @@ void KeyboardMap::classify(Key& key) {
             if (symbol != NoSymbol && key.kind == Kind::none)
                 key.kind = kindOf(symbol);
         const Symbol plain = levels.empty() ? Symbol{NoSymbol} : levels.front();
-        for (const Row& row : table)
+        for (const PortKey& row : portKeys())
             if (row.symbol == plain && key.portCode == key::other)
                 key.portCode = row.portCode;
     }
 }
 
 std::optional<KeyboardMap::XKey> KeyboardMap::find(std::uint16_t portCode, unsigned group) const {
-    for (const Row& row : table)
+    for (const PortKey& row : portKeys())
         if (row.portCode == portCode)
             if (const auto found = findSymbol(row.symbol, group))
                 return found;
@@ -100,7 +67,7 @@ std::optional<KeyboardMap::XKey> KeyboardMap::find(std::uint16_t portCode, unsig
 }
 
 std::optional<KeyboardMap::XKey> KeyboardMap::atUsualPlace(std::uint16_t portCode) const {
-    for (const Row& row : table)
+    for (const PortKey& row : portKeys())
         if (row.portCode == portCode && !row.place.empty())
             return findPlace(row.place);
     return std::nullopt;
@@ -132,13 +99,6 @@ std::optional<KeyboardMap::XKey> KeyboardMap::findPlace(std::string_view place) 
 
 ServerKeys::ServerKeys(Display* display) {
     XQueryKeymap(display, m_bits.data());
-}
-
-std::uint64_t flagOf(std::uint16_t portCode) {
-    for (const Row& row : table)
-        if (row.portCode == portCode)
-            return row.flag;
-    return 0;
 }
 
 } // namespace fenlo

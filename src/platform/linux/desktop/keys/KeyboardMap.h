@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/linux/desktop/keys/PortKeys.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -28,8 +30,7 @@ public:
     /// Whether the key is held to change the meaning of others; locks are switched instead.
     bool isModifier(XKey key) const { return m_keys[key].kind == Kind::modifier; }
 
-    /// Whether the key types or moves something: no modifier, no lock, no media key.
-    bool isTyped(XKey key) const { return m_keys[key].kind == Kind::typed; }
+    KeyMeaning meaning(XKey key) const { return {portCode(key), m_keys[key].kind == Kind::typed}; }
 
     /// The key for the port's code in this group; failing that, in another group, as programs do for shortcuts.
     std::optional<XKey> find(std::uint16_t portCode, unsigned group) const;
@@ -66,8 +67,5 @@ public:
 private:
     std::array<char, 32> m_bits{}; // one bit a key
 };
-
-/// The mask of a modifier's port code; 0 for other keys.
-std::uint64_t flagOf(std::uint16_t portCode);
 
 } // namespace fenlo

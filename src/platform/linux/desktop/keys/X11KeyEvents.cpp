@@ -67,6 +67,11 @@ void X11KeyEvents::stopListening() {
     m_listener = {};
 }
 
+TriggerOutcome X11KeyEvents::trigger(Trigger trigger) {
+    const auto handler = m_listener.onTrigger;
+    return handler ? handler(trigger) : TriggerOutcome::notListening;
+}
+
 void X11KeyEvents::watchMouseDown(std::function<void(ScreenPoint)> handler) {
     m_mouseDown = std::move(handler);
     if (m_thread)

@@ -33,6 +33,7 @@ public:
 
     Sources listen(Listener listener) override;
     void stopListening() override;
+    TriggerOutcome trigger(Trigger trigger) override;
     void watchMouseDown(std::function<void(ScreenPoint)> handler) override;
     bool post(std::uint16_t keyCode, std::uint64_t flags, KeyDirection direction) override;
     bool type(const std::string& text) override;

@@ -110,8 +110,8 @@ void X11KeyListener::takeHeldKeys() {
     m_map = KeyboardMap::read(m_display->get());
     const ServerKeys keys(m_display->get());
     for (unsigned key = 0; key < 256; ++key)
-        if (keys.isDown(static_cast<HeldKeys::XKey>(key)))
-            m_held.adopt(static_cast<HeldKeys::XKey>(key), m_map);
+        if (const auto xKey = static_cast<KeyboardMap::XKey>(key); keys.isDown(xKey))
+            m_held.adopt(xKey, m_map.meaning(xKey));
 }
 
 void X11KeyListener::handleEvents() {
@@ -133,17 +133,18 @@ void X11KeyListener::handleRaw(int type, unsigned detail) {
     if (type == XI_RawButtonPress && !isScroll(detail))
         tellMouseDown();
     if ((type == XI_RawKeyPress || type == XI_RawKeyRelease) && detail < 256)
-        handleKey(static_cast<HeldKeys::XKey>(detail), type == XI_RawKeyPress ? KeyDirection::down : KeyDirection::up);
+        handleKey(static_cast<KeyboardMap::XKey>(detail),
+                  type == XI_RawKeyPress ? KeyDirection::down : KeyDirection::up);
 }
 
-void X11KeyListener::handleKey(HeldKeys::XKey key, KeyDirection direction) {
+void X11KeyListener::handleKey(KeyboardMap::XKey key, KeyDirection direction) {
     if (std::exchange(m_mapIsStale, false))
         m_map = KeyboardMap::read(m_display->get());
     const bool isOwn = m_own.consume(key, direction, Clock::now());
     if (isOwn && direction == KeyDirection::up)
         m_held.lift(key);
     else if (!isOwn && direction == KeyDirection::down)
-        m_held.press(key, m_map);
+        m_held.press(key, m_map.meaning(key));
     else if (!isOwn)
         m_held.release(key);
     if (direction == KeyDirection::up) {
@@ -156,7 +157,7 @@ void X11KeyListener::handleKey(HeldKeys::XKey key, KeyDirection direction) {
 void X11KeyListener::compare() {
     const ServerKeys keys(m_display->get());
     if (!m_display->isLost())
-        m_held.compare([&](HeldKeys::XKey key) { return keys.isDown(key); });
+        m_held.compare([&](HeldKeys::Key key) { return keys.isDown(static_cast<KeyboardMap::XKey>(key)); });
 }
 
 void X11KeyListener::tellMouseDown() {

@@ -4,6 +4,7 @@
 #include "platform/linux/desktop/Wakeup.h"
 #include "platform/linux/desktop/XDisplay.h"
 #include "platform/linux/desktop/keys/HeldKeys.h"
+#include "platform/linux/desktop/keys/KeyboardMap.h"
 
 #include <atomic>
 #include <chrono>
@@ -43,7 +44,7 @@ private:
     void takeHeldKeys();
     void handleEvents();
     void handleRaw(int type, unsigned detail);
-    void handleKey(HeldKeys::XKey key, KeyDirection direction);
+    void handleKey(KeyboardMap::XKey key, KeyDirection direction);
     void compare();
     void tellMouseDown();
 

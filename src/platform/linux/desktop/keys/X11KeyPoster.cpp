@@ -1,11 +1,13 @@
 #include "platform/linux/desktop/keys/X11KeyPoster.h"
 
 #include "platform/KeyCodes.h"
+#include "platform/linux/desktop/keys/PortKeys.h"
 #include "platform/linux/desktop/keys/TypedText.h"
 
 #include <X11/XKBlib.h>
 #include <X11/extensions/XTest.h>
 #include <algorithm>
+#include <thread>
 
 namespace fenlo {
 
@@ -13,9 +15,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr unsigned long settleTime = 20; // milliseconds; some programs miss a modifier that went down later
-constexpr unsigned long strokeTime = 2;  // milliseconds between typed characters
-constexpr auto runPause = std::chrono::milliseconds(100); // chords in quicker succession settle once
+constexpr auto settleTime = std::chrono::milliseconds(20); // some programs miss a modifier that went down later
+constexpr unsigned long strokeTime = 2;                    // milliseconds between typed characters
+constexpr auto runPause = std::chrono::milliseconds(100);  // chords in quicker succession settle once
 
 struct Modifier {
     std::uint64_t flag;
@@ -27,28 +29,6 @@ constexpr Modifier pressable[] = {
     {mask::shift, key::shiftLeft},
     {mask::option, key::optionLeft},
 };
-
-struct Chord {
-    std::uint16_t portCode;
-    std::uint64_t flags;
-    bool operator==(const Chord&) const = default;
-};
-
-/// Shortcuts with the same effect for keyboards without Latin letters. Shift-Insert pastes in windows and terminals;
-/// some terminals take Control-Shift-Insert too, others type an escape sequence for it.
-struct Substitute {
-    Chord meant, posted;
-};
-
-constexpr Substitute substitutes[] = {
-    {{key::v, mask::control}, {key::insert, mask::shift}},
-    {{key::v, mask::control | mask::shift}, {key::insert, mask::shift}},
-    {{key::c, mask::control}, {key::insert, mask::control}},
-};
-
-std::uint64_t onThisDesktop(std::uint64_t flags) {
-    return flags & mask::command ? (flags & ~mask::command) | mask::control : flags;
-}
 
 template <typename Handle>
 void forEachHeldModifier(Display* display, const KeyboardMap& map, Handle&& handle) {
@@ -92,34 +72,37 @@ bool X11KeyPoster::press(std::uint16_t portCode, std::uint64_t flags) {
     if (!m_hasXTest)
         return false;
     const unsigned group = currentGroup();
-    const auto press = findPress(portCode, onThisDesktop(flags), group);
+    const auto press = findPress(KeyChord{portCode, flags}.onThisDesktop(), group);
     if (!press || !isConnected())
         return false;
     const bool isRun = press->flags == m_settled && Clock::now() - m_lastRelease < runPause;
-    const bool changed = prepareModifiers(press->flags, group);
+    if (prepareModifiers(press->flags, group) && !isRun) {
+        XSync(m_display->get(), False);
+        std::this_thread::sleep_for(settleTime);
+    }
+    // Who lets go of a modifier meanwhile takes it from the chord too, and the letter alone would be typed.
+    XGrabServer(m_display->get());
+    prepareModifiers(press->flags, group);
     m_settled = press->flags;
     m_pressed[portCode] = press->key;
-    fake(press->key, KeyDirection::down, changed && !isRun ? settleTime : 0);
+    fake(press->key, KeyDirection::down);
+    XUngrabServer(m_display->get());
     // The answer shows that the server has handled the key, so the caller's hold begins now.
     XSync(m_display->get(), False);
     return isConnected();
 }
 
-std::optional<X11KeyPoster::Press> X11KeyPoster::findPress(std::uint16_t portCode, std::uint64_t flags,
-                                                           unsigned group) const {
-    if (const auto key = m_map.find(portCode, group))
-        return Press{*key, flags};
-    const auto* const substitute = std::find_if(std::begin(substitutes), std::end(substitutes), [&](const auto& each) {
-        return each.meant == Chord{portCode, flags};
-    });
-    if (substitute != std::end(substitutes)) {
-        const auto key = m_map.find(substitute->posted.portCode, group);
-        return key ? std::optional(Press{*key, substitute->posted.flags}) : std::nullopt;
+std::optional<X11KeyPoster::Press> X11KeyPoster::findPress(const KeyChord& chord, unsigned group) const {
+    if (const auto key = m_map.find(chord.portCode, group))
+        return Press{*key, chord.flags};
+    if (const auto substitute = chord.withoutLetters()) {
+        const auto key = m_map.find(substitute->portCode, group);
+        return key ? std::optional(Press{*key, substitute->flags}) : std::nullopt;
     }
     // Some toolkits resolve shortcuts by the letter's place. A shortcut with Shift goes to a terminal, which would type
     // what this layout has there.
-    const auto key = flags == mask::control ? m_map.atUsualPlace(portCode) : std::nullopt;
-    return key ? std::optional(Press{*key, flags}) : std::nullopt;
+    const auto key = chord.flags == mask::control ? m_map.atUsualPlace(chord.portCode) : std::nullopt;
+    return key ? std::optional(Press{*key, chord.flags}) : std::nullopt;
 }
 
 bool X11KeyPoster::release(std::uint16_t portCode) {
@@ -198,8 +181,11 @@ bool X11KeyPoster::prepareModifiers(std::uint64_t wanted, unsigned group) {
         const auto key = m_map.find(modifier.portCode, group);
         if (!(wanted & ~held & modifier.flag) || !key)
             continue;
+        if (std::ranges::find(m_pressedModifiers, *key) == m_pressedModifiers.end())
+            m_pressedModifiers.push_back(*key);
+        else
+            fake(*key, KeyDirection::up); // ours is down still, so that a press would be none
         fake(*key, KeyDirection::down);
-        m_pressedModifiers.push_back(*key);
         changed = true;
     }
     return changed;

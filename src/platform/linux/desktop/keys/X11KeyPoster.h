@@ -11,6 +11,8 @@
 
 namespace fenlo {
 
+struct KeyChord;
+
 /// Presses and releases keys through XTest, on a connection of its own.
 ///
 /// Threads: one.
@@ -46,7 +48,7 @@ private:
     };
 
     unsigned currentGroup();
-    std::optional<Press> findPress(std::uint16_t portCode, std::uint64_t flags, unsigned group) const;
+    std::optional<Press> findPress(const KeyChord& chord, unsigned group) const;
     /// Lifts and presses modifiers until exactly the wanted ones are down. Returns whether anything changed.
     bool prepareModifiers(std::uint64_t wanted, unsigned group);
     void releaseModifiers();

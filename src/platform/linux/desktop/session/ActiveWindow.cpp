@@ -2,12 +2,7 @@
 
 #include "base/Text.h"
 
-#include <filesystem>
-#include <unistd.h>
-
 namespace fenlo {
-
-namespace fs = std::filesystem;
 
 std::unique_ptr<ActiveWindow> ActiveWindow::connect() {
     auto x = XcbConnection::open();
@@ -25,14 +20,16 @@ std::optional<WindowIdentity> ActiveWindow::identity() {
         identity.instance = parts[0];
         identity.windowClass = parts.size() > 1 ? parts[1] : "";
     }
-    if (const auto process = m_x->numbers(windows.front(), m_x->atom("_NET_WM_PID")); !process.empty()) {
-        identity.isOwn = process.front() == static_cast<std::uint32_t>(::getpid());
-        std::error_code gone;
-        identity.program =
-            fs::read_symlink("/proc/" + std::to_string(process.front()) + "/exe", gone).filename().string();
-    }
+    if (const auto process = m_x->numbers(windows.front(), m_x->atom("_NET_WM_PID")); !process.empty())
+        addProcess(identity, process.front());
     const bool isKnown = !identity.windowClass.empty() || !identity.instance.empty() || !identity.program.empty();
     return isKnown ? std::optional(identity) : std::nullopt;
+}
+
+std::function<std::optional<WindowIdentity>()> activeWindowOfX11() {
+    return [active = std::shared_ptr<ActiveWindow>(ActiveWindow::connect())] {
+        return active ? active->identity() : std::nullopt;
+    };
 }
 
 } // namespace fenlo

@@ -3,6 +3,7 @@
 #include "platform/linux/desktop/XcbConnection.h"
 #include "platform/linux/desktop/session/ApplicationIdentity.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -26,5 +27,8 @@ private:
 
     const std::unique_ptr<XcbConnection> m_x;
 };
+
+/// Asks the server that DISPLAY names; without one there is never a window. For DesktopWorkspace.
+std::function<std::optional<WindowIdentity>()> activeWindowOfX11();
 
 } // namespace fenlo

@@ -4,6 +4,8 @@
 #include "platform/linux/desktop/session/ApplicationTable.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <unistd.h>
 
 namespace fenlo {
 
@@ -31,6 +33,13 @@ std::string idWithKind(const DesktopFile& file) {
 }
 
 } // namespace
+
+void addProcess(WindowIdentity& window, std::uint32_t process) {
+    std::error_code gone;
+    window.isOwn = process == static_cast<std::uint32_t>(::getpid());
+    window.program =
+        std::filesystem::read_symlink("/proc/" + std::to_string(process) + "/exe", gone).filename().string();
+}
 
 FrontApplication identifyApplication(const WindowIdentity& window, DesktopFiles& desktopFiles) {
     std::vector<std::string> keys{window.windowClass, window.instance, window.program};

@@ -6,6 +6,7 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "platform/linux/desktop/Glib.h"
+#include "platform/linux/desktop/session/OwnFile.h"
 #include "platform/linux/desktop/session/ShowInFolder.h"
 
 #include <csignal>
@@ -27,16 +28,6 @@ std::string outputOfGood(std::vector<std::string> command, std::stop_token stop)
     const Descriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
     const auto output = outputOf(std::move(command), dpkgLimit, std::move(stop), nowhere.number());
     return output && output->exitStatus == 0 ? output->text : "";
-}
-
-/// This program's file, also where an update has replaced it since it started.
-std::string ownFile() {
-    constexpr std::string_view replaced = " (deleted)";
-    std::error_code error;
-    std::string file = std::filesystem::read_symlink("/proc/self/exe", error).string();
-    if (file.ends_with(replaced))
-        file.resize(file.size() - replaced.size());
-    return file;
 }
 
 /// The package in dpkg's answer "name: /file" or "name:amd64, other: /file"; empty when there is none.
@@ -78,7 +69,7 @@ void unblockSignals(void*) {
 } // namespace
 
 std::optional<PackageFacts> DebPackages::ownPackage(std::stop_token stop) {
-    const std::string file = ownFile();
+    const std::string file = ownFile().string();
     const std::string name = packageIn(outputOfGood({"dpkg-query", "--search", file}, stop), file);
     if (name.empty())
         return std::nullopt;

@@ -3,16 +3,13 @@
 #include "base/Deadline.h"
 #include "base/Files.h"
 #include "base/Log.h"
+#include "platform/linux/control/LocalSocket.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <poll.h>
-#include <string>
 #include <sys/socket.h>
-#include <sys/un.h>
-#include <utility>
 
 namespace fenlo {
 
@@ -21,34 +18,6 @@ namespace {
 constexpr char answerByte = '+';
 constexpr int knockPause = 20; // milliseconds
 constexpr int waitingCallers = 8;
-
-/// A socket and its address. The address goes through the open folder: those of sockets have room for short paths only.
-class LocalSocket {
-public:
-    explicit LocalSocket(const std::filesystem::path& file)
-        : m_folder(::open(file.parent_path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)),
-          m_number(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
-        const std::string path = "/proc/self/fd/" + std::to_string(m_folder.number()) + "/" + file.filename().string();
-        m_address.sun_family = AF_UNIX;
-        path.copy(m_address.sun_path, sizeof m_address.sun_path - 1);
-    }
-    ~LocalSocket() {
-        if (m_number >= 0)
-            ::close(m_number);
-    }
-
-    bool bind() const { return ::bind(m_number, address(), sizeof m_address) == 0; }
-    bool connect() const { return ::connect(m_number, address(), sizeof m_address) == 0; }
-    int number() const { return m_number; }
-    int release() { return std::exchange(m_number, -1); }
-
-private:
-    const sockaddr* address() const { return reinterpret_cast<const sockaddr*>(&m_address); }
-
-    const Descriptor m_folder;
-    int m_number;
-    sockaddr_un m_address{};
-};
 
 bool isAnswered(int socket, Deadline until) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Deadline::clock::now());
@@ -66,7 +35,7 @@ std::filesystem::path InstanceDoor::beside(const std::filesystem::path& lockFile
 std::unique_ptr<InstanceDoor> InstanceDoor::open(const std::filesystem::path& file, KnockHandler onKnock) {
     files::removeQuietly(file);
     LocalSocket socket(file);
-    if (!socket.bind() || ::listen(socket.number(), waitingCallers) != 0) {
+    if (!socket.listen(waitingCallers)) {
         logError("Cannot open {}: {}; a second start will not find this one", file.string(), std::strerror(errno));
         return nullptr;
     }

@@ -1,7 +1,6 @@
 #include "platform/linux/desktop/session/InstanceLock.h"
 
-#include "base/Environment.h"
-#include "base/Files.h"
+#include "platform/linux/control/ControlFile.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -16,12 +15,7 @@ InstanceLock::~InstanceLock() {
 }
 
 std::filesystem::path InstanceLock::defaultFile() {
-    constexpr char name[] = "fenlo.lock";
-    const std::string runtime = environment("XDG_RUNTIME_DIR");
-    if (::access(runtime.c_str(), W_OK) == 0)
-        return std::filesystem::path(runtime) / name;
-    files::makePrivateDirectory(files::dataDirectory());
-    return files::dataDirectory() / name;
+    return runtimeFolder() / "fenlo.lock";
 }
 
 bool InstanceLock::take() {

@@ -3,6 +3,7 @@
 #include "base/Environment.h"
 #include "base/Files.h"
 #include "platform/linux/desktop/Glib.h"
+#include "platform/linux/desktop/session/OwnFile.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -15,12 +16,14 @@ namespace {
 
 constexpr char enabledKey[] = "X-GNOME-Autostart-enabled";
 constexpr char hiddenKey[] = "Hidden";
+constexpr char iconKey[] = "Icon";
+constexpr char icon[] = "org.fenlo.Fenlo";
 
 constexpr char freshEntry[] = "[Desktop Entry]\n"
                               "Type=Application\n"
                               "Name=Fenlo\n"
                               "Comment=Voice dictation\n"
-                              "Icon=fenlo\n"
+                              "Icon=org.fenlo.Fenlo\n"
                               "Terminal=false\n"
                               "X-GNOME-Autostart-enabled=true\n";
 
@@ -41,9 +44,25 @@ bool isSwitchedOff(GKeyFile* file) {
 LoginItem LoginItem::ofThisProgram() {
     const fs::path folder = environment("XDG_CONFIG_HOME", files::homeDirectory() / ".config");
     // A bundle that unpacks itself runs from a folder that is removed when it ends.
-    std::error_code unknown;
-    const fs::path executable = environment("APPIMAGE", fs::read_symlink("/proc/self/exe", unknown));
-    return {folder / "autostart" / "fenlo.desktop", executable};
+    const fs::path executable = environment("APPIMAGE", ownFile());
+    LoginItem item(folder / "autostart" / "org.fenlo.Fenlo.desktop", executable);
+    item.takeOver(folder / "autostart" / "fenlo.desktop");
+    return item;
+}
+
+void LoginItem::takeOver(const fs::path& earlier) const {
+    const auto content = files::read(earlier);
+    const GlibOwned<GKeyFile> file(g_key_file_new());
+    if (!content || !load(file.get(), *content))
+        return;
+    std::error_code failed;
+    if (!fs::exists(m_file, failed)) {
+        if (g_key_file_has_key(file.get(), G_KEY_FILE_DESKTOP_GROUP, iconKey, nullptr))
+            g_key_file_set_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, iconKey, icon);
+        if (!files::writeAtomically(m_file, takeString(g_key_file_to_data(file.get(), nullptr, nullptr))))
+            return;
+    }
+    fs::remove(earlier, failed);
 }
 
 LoginItem::State LoginItem::state() const {
@@ -74,6 +93,8 @@ std::optional<std::string> LoginItem::save(Switch position) const {
     if (!g_key_file_has_group(file.get(), G_KEY_FILE_DESKTOP_GROUP))
         load(file.get(), freshEntry);
     g_key_file_set_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, "Exec", quoted(m_executable).c_str());
+    // The session passes over the entry once the program was removed.
+    g_key_file_set_string(file.get(), G_KEY_FILE_DESKTOP_GROUP, "TryExec", m_executable.c_str());
     if (position == Switch::on) {
         g_key_file_remove_key(file.get(), G_KEY_FILE_DESKTOP_GROUP, hiddenKey, nullptr);
         g_key_file_set_boolean(file.get(), G_KEY_FILE_DESKTOP_GROUP, enabledKey, true);

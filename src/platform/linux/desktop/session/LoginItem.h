@@ -12,8 +12,13 @@ public:
     LoginItem(std::filesystem::path file, std::filesystem::path executable)
         : m_file(std::move(file)), m_executable(std::move(executable)) {}
 
-    /// The user's own autostart folder, and the program that is running.
+    /// The user's own autostart folder, and the program that is running. An entry that earlier
+    /// builds wrote under the name fenlo.desktop is taken over first.
     static LoginItem ofThisProgram();
+
+    /// The entry of this program under an earlier name becomes this one, with all that it says, unless there is one
+    /// already; then it goes. Two entries would start the program twice.
+    void takeOver(const std::filesystem::path& earlier) const;
 
     /// Whether the entry starts this very program, or the user has switched it off.
     bool isDecided() const { return state() != State::missing; }

@@ -2,34 +2,15 @@
 
 #include "base/MainQueue.h"
 #include "base/Text.h"
+#include "platform/linux/desktop/session/LoginSession.h"
 
 namespace fenlo {
 
 namespace {
 
-constexpr char loginManager[] = "org.freedesktop.login1";
-constexpr char loginPath[] = "/org/freedesktop/login1";
-constexpr char managerInterface[] = "org.freedesktop.login1.Manager";
-constexpr char sessionInterface[] = "org.freedesktop.login1.Session";
-constexpr auto questionLimit = std::chrono::seconds(2);
-
 /// The screen savers of the desktops; interface and path are named alike.
 constexpr const char* screenSavers[] = {"org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver",
                                         "org.cinnamon.ScreenSaver", "org.mate.ScreenSaver", "org.xfce.ScreenSaver"};
-
-DBusConnection::Clock::time_point soon() {
-    return DBusConnection::Clock::now() + questionLimit;
-}
-
-bool isTrue(GVariant* value) {
-    return value && g_variant_is_of_type(value, G_VARIANT_TYPE_BOOLEAN) && g_variant_get_boolean(value);
-}
-
-std::optional<DBusConnection> connectTo(GBusType bus, GCancellable* cancel) {
-    std::string error;
-    const std::string address = DBusConnection::addressOf(bus, cancel);
-    return address.empty() ? std::nullopt : DBusConnection::open(address, cancel, error);
-}
 
 } // namespace
 
@@ -49,36 +30,32 @@ ScreenLockWatch::~ScreenLockWatch() {
 }
 
 void ScreenLockWatch::followLoginManager() {
-    m_system = connectTo(G_BUS_TYPE_SYSTEM, m_end.get());
-    if (!m_system)
+    m_system = connectToBus(G_BUS_TYPE_SYSTEM, m_end.get());
+    const auto session = m_system ? findLoginSession(*m_system) : std::nullopt;
+    if (!session)
         return;
-    // The session that this process belongs to; failing that the user's graphical one.
-    const auto answer = m_system->call({loginManager, loginPath},
-                                       {managerInterface, "GetSession", g_variant_new("(s)", "auto"), "(o)"}, soon());
-    if (!answer)
-        return;
-    const char* path = nullptr;
-    g_variant_get(answer.get(), "(&o)", &path);
-    m_loginSession = {loginManager, path};
+    m_loginSession = *session;
     const auto subscribe = [&](const char* interface, const char* member, GDBusSignalCallback handle) {
-        g_dbus_connection_signal_subscribe(m_system->get(), loginManager, interface, member, path, nullptr,
-                                           G_DBUS_SIGNAL_FLAGS_NONE, handle, this, nullptr);
+        g_dbus_connection_signal_subscribe(m_system->get(), login::service, interface, member,
+                                           m_loginSession.path.c_str(), nullptr, G_DBUS_SIGNAL_FLAGS_NONE, handle, this,
+                                           nullptr);
     };
-    subscribe(sessionInterface, "Lock",
+    subscribe(login::sessionInterface, "Lock",
               [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*, void* self) {
                   static_cast<ScreenLockWatch*>(self)->tell();
               });
     const auto look = [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*, void* given) {
         auto* const self = static_cast<ScreenLockWatch*>(given);
-        const auto hint = self->m_system->property(self->m_loginSession, sessionInterface, "LockedHint", soon());
-        self->hear(loginManager, isTrue(hint.get()));
+        const auto hint =
+            self->m_system->property(self->m_loginSession, login::sessionInterface, "LockedHint", answerDeadline());
+        self->hear(login::service, isTrue(hint.get()));
     };
     subscribe("org.freedesktop.DBus.Properties", "PropertiesChanged", look);
     look(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, this);
 }
 
 void ScreenLockWatch::followScreenSavers() {
-    m_session = connectTo(G_BUS_TYPE_SESSION, m_end.get());
+    m_session = connectToBus(G_BUS_TYPE_SESSION, m_end.get());
     if (!m_session)
         return;
     for (const char* name : screenSavers) {
@@ -110,7 +87,7 @@ void ScreenLockWatch::askScreenSaver(const std::string& name) {
     // Only a running one is asked; the question must not start it.
     const auto answer =
         m_session->call({name, "/" + text::replaceAll(name, ".", "/")},
-                        {name.c_str(), "GetActive", nullptr, "(b)", G_DBUS_CALL_FLAGS_NO_AUTO_START}, soon());
+                        {name.c_str(), "GetActive", nullptr, "(b)", G_DBUS_CALL_FLAGS_NO_AUTO_START}, answerDeadline());
     gboolean isActive = false;
     if (answer)
         g_variant_get(answer.get(), "(b)", &isActive);

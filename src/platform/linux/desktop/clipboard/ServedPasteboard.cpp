@@ -1,28 +1,29 @@
-#include "platform/linux/desktop/clipboard/X11Pasteboard.h"
+#include "platform/linux/desktop/clipboard/ServedPasteboard.h"
 
 #include "platform/linux/desktop/clipboard/ClipboardHistory.h"
 #include "platform/linux/desktop/clipboard/ClipboardThread.h"
 
 namespace fenlo {
 
-X11Pasteboard::X11Pasteboard() : m_thread(ClipboardThread::start()) {}
+ServedPasteboard::ServedPasteboard(std::unique_ptr<Selections> selections)
+    : m_thread(selections ? std::make_unique<ClipboardThread>(std::move(selections)) : nullptr) {}
 
-X11Pasteboard::~X11Pasteboard() = default;
+ServedPasteboard::~ServedPasteboard() = default;
 
-bool X11Pasteboard::isConnected() const {
+bool ServedPasteboard::isConnected() const {
     return m_thread && m_thread->isConnected();
 }
 
-Pasteboard::Reading X11Pasteboard::string(double limit) {
+Pasteboard::Reading ServedPasteboard::string(double limit) {
     return m_thread ? m_thread->read(limit) : Reading{};
 }
 
-void X11Pasteboard::clear() {
+void ServedPasteboard::clear() {
     if (m_thread)
         m_thread->clear();
 }
 
-void X11Pasteboard::set(const std::string& text, Offer offer) {
+void ServedPasteboard::set(const std::string& text, Offer offer) {
     if (!m_thread)
         return;
     if (offer.transient && !m_history)
@@ -34,7 +35,7 @@ void X11Pasteboard::set(const std::string& text, Offer offer) {
     m_thread->set(text, offer);
 }
 
-Pasteboard::GiveBack X11Pasteboard::keep(double limit) {
+Pasteboard::GiveBack ServedPasteboard::keep(double limit) {
     return m_thread ? m_thread->keep(limit) : [](Return) {};
 }
 

@@ -6,12 +6,12 @@
 #include "platform/desktop/keys/KeyWindow.h"
 #include "platform/desktop/session/LoginManager.h"
 #include "platform/linux/desktop/session/ActiveWindow.h"
+#include "platform/linux/desktop/session/DesktopWorkspace.h"
 #include "platform/linux/desktop/session/InstanceDoor.h"
 #include "platform/linux/desktop/session/InstanceLock.h"
 #include "platform/linux/desktop/session/LoginItem.h"
 #include "platform/linux/desktop/session/ScreenLockWatch.h"
 #include "platform/linux/desktop/session/SleepWatch.h"
-#include "platform/linux/desktop/session/X11Workspace.h"
 #include "support/ChildProcess.h"
 #include "support/EnvironmentVariable.h"
 #include "support/TemporaryFolder.h"
@@ -139,7 +139,7 @@ protected:
     }
 
     const fs::path folder = files::temporaryFile("config-", "");
-    const fs::path file = folder / "autostart" / "fenlo.desktop";
+    const fs::path file = folder / "autostart" / "org.fenlo.Fenlo.desktop";
     const LoginItem item{file, "/opt/fenlo/bin/fenlo"};
 };
 
@@ -149,6 +149,7 @@ TEST_F(LoginItemTest, EntryStartsThisProgram) {
     EXPECT_TRUE(item.isDecided());
     EXPECT_THAT(files::read(file).value(), StartsWith("[Desktop Entry]\nType=Application\nName=Fenlo\n"));
     EXPECT_THAT(files::read(file).value(), HasSubstr("\nExec=\"/opt/fenlo/bin/fenlo\"\n"));
+    EXPECT_THAT(files::read(file).value(), HasSubstr("\nTryExec=/opt/fenlo/bin/fenlo\n")) << "nothing after a removal";
 }
 
 TEST_F(LoginItemTest, EntryOfAProgramThatHasMovedIsMended) {
@@ -183,6 +184,26 @@ TEST_F(LoginItemTest, TheUsersSwitchIsRememberedInTheEntry) {
         EXPECT_TRUE(item.isOn()) << off;
         EXPECT_THAT(files::read(file).value(), HasSubstr("X-Mine=1"));
     }
+}
+
+TEST_F(LoginItemTest, AnEntryUnderTheEarlierNameIsTakenOver) {
+    const fs::path earlier = file.parent_path() / "fenlo.desktop";
+    const std::string entry = "[Desktop Entry]\nType=Application\nExec=/old/fenlo\nHidden=true\nX-Mine=1\n";
+    fs::create_directories(file.parent_path());
+    files::writeAtomically(earlier, entry + "Icon=fenlo\n");
+    item.takeOver(earlier);
+    EXPECT_FALSE(fs::exists(earlier)) << "or the session would start two";
+    EXPECT_EQ(files::read(file), entry + "Icon=org.fenlo.Fenlo\n");
+    EXPECT_TRUE(item.isDecided());
+
+    files::writeAtomically(earlier, "[Desktop Entry]\nType=Application\nExec=/other\n");
+    item.takeOver(earlier);
+    EXPECT_FALSE(fs::exists(earlier));
+    EXPECT_EQ(files::read(file), entry + "Icon=org.fenlo.Fenlo\n") << "the newer one counts";
+
+    files::writeAtomically(earlier, "no desktop file");
+    item.takeOver(earlier);
+    EXPECT_TRUE(fs::exists(earlier)) << "nobody knows whose that is";
 }
 
 TEST_F(LoginItemTest, DamagedEntryIsSetAside) {
@@ -250,21 +271,21 @@ TEST(ScreenLockWatchTest, AnyServiceMayLock_AndUnlocksWhenItEnds) {
     EXPECT_FALSE(watch.isLocked()) << "nobody has said that it is locked";
 }
 
-TEST(X11WorkspaceTest, OnlyAddressesAreOpened) {
+TEST(DesktopWorkspaceTest, OnlyAddressesAreOpened) {
     const StubBrowser browser;
     PumpedQueue queue;
-    X11Workspace workspace(queue);
+    DesktopWorkspace workspace(queue, activeWindowOfX11());
     for (const char* url : {"javascript:alert(1)", "--help", "/etc/passwd", "", "ssh://host", "MAILTO:a@example.org"})
         workspace.openUrl(url);
     EXPECT_THAT(browser.opened(), ElementsAre("MAILTO:a@example.org"));
 }
 
-TEST(X11WorkspaceTest, MissingBrowserIsToldOnce) {
+TEST(DesktopWorkspaceTest, MissingBrowserIsToldOnce) {
     const TemporaryFolder programs;
     PumpedQueue queue;
     int told = 0;
     {
-        X11Workspace workspace(queue);
+        DesktopWorkspace workspace(queue, activeWindowOfX11());
         const auto opener = programs / "xdg-open";
         const EnvironmentVariable path("PATH", (programs.path.string() + ":/bin:/usr/bin").c_str());
         files::writeAtomically(opener, "#!/bin/sh\nexit 3\n");
@@ -278,7 +299,7 @@ TEST(X11WorkspaceTest, MissingBrowserIsToldOnce) {
         EXPECT_TRUE(queue.runUntil([&] { return told == 3; }));
     }
     {
-        X11Workspace workspace(queue);
+        DesktopWorkspace workspace(queue, activeWindowOfX11());
         const StubBrowser browser;
         workspace.openUrl("https://example.org/", [&] { ++told; });
         EXPECT_EQ(browser.opened().size(), 1u);
@@ -290,11 +311,10 @@ TEST(X11WorkspaceTest, MissingBrowserIsToldOnce) {
     EXPECT_FALSE(queue.runUntil([&] { return told != 3; }, 0));
 }
 
-TEST(X11WorkspaceTest, WithoutAServerThereIsNoFrontApplication) {
+TEST(DesktopWorkspaceTest, WithoutAServerThereIsNoFrontApplication) {
     const EnvironmentVariable noServer("DISPLAY", ":9999");
     PumpedQueue queue;
-    X11Workspace workspace(queue);
-    EXPECT_FALSE(workspace.isConnected());
+    DesktopWorkspace workspace(queue, activeWindowOfX11());
     EXPECT_FALSE(workspace.frontApplication());
 }
 

@@ -2,7 +2,9 @@
 
 #include "base/Background.h"
 #include "base/Lifetime.h"
+#include "base/MainQueue.h"
 #include "platform/Workspace.h"
+#include "platform/linux/desktop/session/ApplicationIdentity.h"
 #include "platform/linux/desktop/session/DesktopFiles.h"
 #include "platform/linux/desktop/session/InstanceLock.h"
 #include "platform/linux/desktop/session/StartedPrograms.h"
@@ -13,26 +15,23 @@
 
 namespace fenlo {
 
-class ActiveWindow;
 class InstanceDoor;
-class MainQueue;
 class ScreenLockWatch;
 class SleepWatch;
 
-/// The session of an X11 desktop: window properties and desktop files name the front application, a lock file marks
-/// the one instance, at whose socket later starts knock, XDG autostart starts it at login, logind tells of sleep,
+/// What the session's front window is, as far as this kind of desktop tells. Called on the main thread.
+using FrontWindow = std::function<std::optional<WindowIdentity>()>;
+
+/// The session of a desktop, X11 or Wayland: the front window and desktop files name the front application, a lock file
+/// marks the one instance, at whose socket later starts knock, XDG autostart starts it at login, logind tells of sleep,
 /// logind and the screen saver of the lock.
 ///
 /// Threads: as Workspace.
-/// Errors:  without an X server there is no front application; without logind sleep is never announced;
-///          without it and a screen saver the screen never counts as locked.
-class X11Workspace final : public Workspace {
+/// Errors:  without logind sleep is never announced; without it and a screen saver the screen never counts as locked.
+class DesktopWorkspace final : public Workspace {
 public:
-    /// Connects to the server that DISPLAY names.
-    explicit X11Workspace(MainQueue& mainQueue);
-    ~X11Workspace() override;
-
-    bool isConnected() const;
+    DesktopWorkspace(MainQueue& mainQueue, FrontWindow frontWindow);
+    ~DesktopWorkspace() override;
 
     std::optional<FrontApplication> frontApplication() override;
     bool becomeOnlyInstance() override;
@@ -55,9 +54,10 @@ private:
     void called(std::function<void()> answer);
 
     MainQueue& m_mainQueue;
+    const FrontWindow m_frontWindow;
     DesktopFiles m_desktopFiles;
+    Timer m_firstRead;
     InstanceLock m_lock;
-    std::unique_ptr<ActiveWindow> m_activeWindow;
     std::unique_ptr<SleepWatch> m_sleepWatch;
     std::unique_ptr<ScreenLockWatch> m_screenLockWatch;
     std::function<void()> m_onCalled;

@@ -8,18 +8,19 @@ namespace fenlo {
 
 class ClipboardHistory;
 class ClipboardThread;
+class Selections;
 
-/// The CLIPBOARD selection of an X11 desktop, served and read by a thread with a connection of its own. Large contents
-/// go in pieces, both ways.
+/// A desktop's clipboard, served and read by a thread with a connection of its own. Large contents go in pieces, both
+/// ways.
 ///
 /// Threads:  as Pasteboard.
-/// Errors:   without an X server there is no text and set() does nothing.
+/// Errors:   without a connection there is no text and set() does nothing.
 /// Lifetime: at the end, a text that is not transient is handed to the clipboard manager, if there is one.
-class X11Pasteboard final : public Pasteboard {
+class ServedPasteboard final : public Pasteboard {
 public:
-    /// Connects to the server that DISPLAY names.
-    X11Pasteboard();
-    ~X11Pasteboard() override;
+    /// Of X11 (X11Selections) or of Wayland (DataControl); null when the session has none.
+    explicit ServedPasteboard(std::unique_ptr<Selections> selections);
+    ~ServedPasteboard() override;
 
     bool isConnected() const;
 

@@ -1,10 +1,8 @@
-#include "platform/linux/desktop/session/X11Workspace.h"
+#include "platform/linux/desktop/session/DesktopWorkspace.h"
 
 #include "base/Environment.h"
 #include "base/Log.h"
-#include "base/MainQueue.h"
 #include "base/Text.h"
-#include "platform/linux/desktop/session/ActiveWindow.h"
 #include "platform/linux/desktop/session/InstanceDoor.h"
 #include "platform/linux/desktop/session/LoginItem.h"
 #include "platform/linux/desktop/session/ScreenLockWatch.h"
@@ -36,29 +34,26 @@ constexpr std::array soundSettings{
 };
 
 constexpr double callPatience = 1.0; // seconds for the running instance to answer
+constexpr double startUp = 0.5;      // seconds that the program's start may take
 constexpr double openLimit = 10;     // seconds in which an opener tells that it has found no program
 
 } // namespace
 
-X11Workspace::X11Workspace(MainQueue& mainQueue)
-    : m_mainQueue(mainQueue), m_desktopFiles(DesktopFiles::sessionFolders()), m_lock(InstanceLock::defaultFile()),
-      m_activeWindow(ActiveWindow::connect()) {
-    // Read now, so that the first take does not wait for it.
-    m_desktopFiles.read();
+DesktopWorkspace::DesktopWorkspace(MainQueue& mainQueue, FrontWindow frontWindow)
+    : m_mainQueue(mainQueue), m_frontWindow(std::move(frontWindow)), m_desktopFiles(DesktopFiles::sessionFolders()),
+      m_lock(InstanceLock::defaultFile()) {
+    // Read before the first take, which would wait for it, and after the start, which has no use for it.
+    m_firstRead = mainQueue.postAfter(startUp, [this] { m_desktopFiles.read(); });
 }
 
-X11Workspace::~X11Workspace() = default;
+DesktopWorkspace::~DesktopWorkspace() = default;
 
-bool X11Workspace::isConnected() const {
-    return m_activeWindow && m_activeWindow->isConnected();
-}
-
-std::optional<FrontApplication> X11Workspace::frontApplication() {
-    const auto window = m_activeWindow ? m_activeWindow->identity() : std::nullopt;
+std::optional<FrontApplication> DesktopWorkspace::frontApplication() {
+    const auto window = m_frontWindow();
     return window ? std::optional(identifyApplication(*window, m_desktopFiles)) : std::nullopt;
 }
 
-bool X11Workspace::becomeOnlyInstance() {
+bool DesktopWorkspace::becomeOnlyInstance() {
     if (!m_lock.take())
         return false;
     if (!m_door)
@@ -68,17 +63,17 @@ bool X11Workspace::becomeOnlyInstance() {
     return true;
 }
 
-bool X11Workspace::callOtherInstance() {
+bool DesktopWorkspace::callOtherInstance() {
     return InstanceDoor::knock(InstanceDoor::beside(m_lock.file()), callPatience);
 }
 
-void X11Workspace::onCalled(std::function<void()> handler) {
+void DesktopWorkspace::onCalled(std::function<void()> handler) {
     m_onCalled = std::move(handler);
     for (const auto& answer : std::exchange(m_unanswered, {}))
         called(answer);
 }
 
-void X11Workspace::called(std::function<void()> answer) {
+void DesktopWorkspace::called(std::function<void()> answer) {
     if (!m_onCalled) {
         m_unanswered.push_back(std::move(answer));
         return;
@@ -87,39 +82,39 @@ void X11Workspace::called(std::function<void()> answer) {
     answer();
 }
 
-bool X11Workspace::isLoginItem() const {
+bool DesktopWorkspace::isLoginItem() const {
     return LoginItem::ofThisProgram().isDecided();
 }
 
-std::optional<std::string> X11Workspace::registerLoginItem() {
+std::optional<std::string> DesktopWorkspace::registerLoginItem() {
     return LoginItem::ofThisProgram().write();
 }
 
-bool X11Workspace::opensAtLogin() const {
+bool DesktopWorkspace::opensAtLogin() const {
     return LoginItem::ofThisProgram().isOn();
 }
 
-std::optional<std::string> X11Workspace::setOpensAtLogin(bool opens) {
+std::optional<std::string> DesktopWorkspace::setOpensAtLogin(bool opens) {
     return LoginItem::ofThisProgram().set(opens);
 }
 
-void X11Workspace::onWillSleep(std::function<void()> handler) {
+void DesktopWorkspace::onWillSleep(std::function<void()> handler) {
     m_sleepWatch.reset();
     if (handler)
         m_sleepWatch = std::make_unique<SleepWatch>(m_mainQueue, std::move(handler));
 }
 
-bool X11Workspace::isScreenLocked() const {
+bool DesktopWorkspace::isScreenLocked() const {
     return m_screenLockWatch && m_screenLockWatch->isLocked();
 }
 
-void X11Workspace::onScreenLocked(std::function<void()> handler) {
+void DesktopWorkspace::onScreenLocked(std::function<void()> handler) {
     m_screenLockWatch.reset();
     if (handler)
         m_screenLockWatch = std::make_unique<ScreenLockWatch>(m_mainQueue, std::move(handler));
 }
 
-void X11Workspace::openUrl(const std::string& url, std::function<void()> onFailure) {
+void DesktopWorkspace::openUrl(const std::string& url, std::function<void()> onFailure) {
     constexpr std::array schemes{"http://", "https://", "mailto:", "file://"};
     const std::string lowered = text::lower(url);
     const std::function<void()> tell = m_lifetime.bind(std::move(onFailure));
@@ -142,7 +137,7 @@ void X11Workspace::openUrl(const std::string& url, std::function<void()> onFailu
     }
 }
 
-bool X11Workspace::openSoundSettings() {
+bool DesktopWorkspace::openSoundSettings() {
     const auto isOn = [desktops = text::lower(environment("XDG_CURRENT_DESKTOP"))](const SettingsProgram& page) {
         return desktops.find(page.desktop) != std::string::npos;
     };
