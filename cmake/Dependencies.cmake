@@ -20,16 +20,23 @@ pkg_check_modules(KISSFFT REQUIRED IMPORTED_TARGET kissfft-float)
 pkg_check_modules(SOXR REQUIRED IMPORTED_TARGET soxr)
 pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)
 pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11 xi xtst)
+pkg_check_modules(WAYLAND REQUIRED IMPORTED_TARGET wayland-client>=1.21 wayland-cursor)
 pkg_check_modules(ATSPI REQUIRED IMPORTED_TARGET atspi-2)
 pkg_check_modules(SECRET REQUIRED IMPORTED_TARGET libsecret-1)
+
+if(FENLO_CARRY_LIBRARIES)
+    # Linked in and hidden: libsndfile brings the system's FLAC into the same process, whose functions have the same names.
+    find_library(FLAC_ARCHIVE libFLAC.a REQUIRED)
+    set_target_properties(PkgConfig::FLAC PROPERTIES INTERFACE_LINK_LIBRARIES "${FLAC_ARCHIVE};PkgConfig::OGG")
+    add_link_options(-Wl,--exclude-libs,libFLAC.a)
+    # The programs' path to the others in its old form, which also counts for what those libraries need in turn.
+    add_link_options(-Wl,--disable-new-dtags)
+endif()
 
 # oneDNN by hand: its own package file asks for the headers of OpenCL, which nothing here uses.
 find_path(DNNL_INCLUDE_DIR dnnl.hpp REQUIRED)
 find_library(DNNL_LIBRARY dnnl REQUIRED)
-add_library(DNNL::dnnl UNKNOWN IMPORTED)
-set_target_properties(DNNL::dnnl PROPERTIES
-    IMPORTED_LOCATION ${DNNL_LIBRARY}
-    INTERFACE_INCLUDE_DIRECTORIES ${DNNL_INCLUDE_DIR})
+find_library(CURL_FILE curl REQUIRED)
 
 if(FENLO_TESTS)
     find_package(GTest REQUIRED)

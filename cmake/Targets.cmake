@@ -86,6 +86,18 @@ function(fenlo_library name)
     endif()
 endfunction()
 
+# fenlo_opens_late(NAME SOURCE FILE [INCLUDES …]): what the library NAME uses of the library FILE is opened with the first call
+# (base/LateLibrary.h). SOURCE learns its name as LIBRARY, nothing is linked with it, and the package asks for it by itself.
+function(fenlo_opens_late name source file)
+    execute_process(COMMAND ${CMAKE_OBJDUMP} -p ${file} OUTPUT_VARIABLE told COMMAND_ERROR_IS_FATAL ANY)
+    if(NOT told MATCHES "SONAME +([^ \n]+)")
+        message(FATAL_ERROR "${file} has no name to open it by")
+    endif()
+    set_source_files_properties(${source} PROPERTIES COMPILE_DEFINITIONS LIBRARY="${CMAKE_MATCH_1}")
+    target_include_directories(${name} SYSTEM PUBLIC ${ARGN})
+    set_property(GLOBAL APPEND PROPERTY FENLO_LATE_LIBRARIES ${file})
+endfunction()
+
 # For what Qt generates, which shadows names.
 add_library(fenlo_generated_options INTERFACE)
 target_compile_options(fenlo_generated_options INTERFACE -Wno-shadow -Wno-subobject-linkage)
@@ -124,10 +136,11 @@ function(fenlo_test_label name)
     endforeach()
 endfunction()
 
-# fenlo_test(NAME SOURCES … LINKS … [LABELS …] [THREADED]): one folder of tests/ as one GoogleTest program. THREADED adds the
-# label "threaded": several threads are at work in it, so that it tells something under the thread sanitizer.
+# fenlo_test(NAME SOURCES … LINKS … [LABELS …] [WITHIN COMMAND…] [THREADED]): one folder of tests/ as one GoogleTest program.
+# WITHIN names a program that runs it, such as a virtual desktop. THREADED adds the label "threaded": several threads are at
+# work in it, so that it tells something under the thread sanitizer.
 function(fenlo_test name)
-    cmake_parse_arguments(ARG "THREADED" "" "SOURCES;LINKS;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "THREADED" "" "SOURCES;LINKS;LABELS;WITHIN" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE fenlo_test_support ${ARG_LINKS} GTest::gmock)
     set_target_properties(${name} PROPERTIES UNITY_BUILD ON)
@@ -141,7 +154,7 @@ function(fenlo_test name)
         list(APPEND ARG_LABELS threaded)
     endif()
     fenlo_test_label(${name} ${ARG_LABELS})
-    add_test(NAME ${name} COMMAND ${name})
+    add_test(NAME ${name} COMMAND ${ARG_WITHIN} $<TARGET_FILE:${name}>)
     set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 300
         ENVIRONMENT "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp")
 endfunction()
