@@ -1,8 +1,12 @@
 """Measures how fast and how heavy the program is on the virtual desktop. To be run by hand, on a machine at rest:
 
-    scripts/virtual-desktop /usr/bin/python3 bench/desktop_latency.py PROGRAM SERVICES
+    scripts/virtual-desktop [--wayland] /usr/bin/python3 bench/desktop_latency.py PROGRAM SERVICES [paste]
+
+With "paste" it measures only the time from the release to the paste, in twenty takes. On Wayland, where no key of the harness's
+reaches the program, takes begin and end by `fenlo-trigger`.
 """
 
+import contextlib
 import os
 import re
 import statistics
@@ -15,13 +19,15 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "tests" / "desktop"))
 
-from harness import desktop, processes  # noqa: E402
+from harness import desktop, processes, sway  # noqa: E402
 from harness.fenlo import HOTKEY, PASTED, Fenlo  # noqa: E402
 from harness.services import Services  # noqa: E402
 from harness.sound import Clip  # noqa: E402
 from harness.targets import Editor  # noqa: E402
 
 TAKES = 10
+PASTES = 20
+IS_WAYLAND = "WAYLAND_DISPLAY" in os.environ
 IDLE_SECONDS = 30
 SETTLED_SLEEPS = 0.25 + 0.2 + 0.05  # the recorder's tail, the clipboard's settling, the held key
 
@@ -69,6 +75,23 @@ def memory(pid):
     return tuple(int(re.search(rf"^{name}:\s+(\d+)", rollup, re.M).group(1)) / 1024 for name in ("Rss", "Pss"))
 
 
+@contextlib.contextmanager
+def held(fenlo):
+    """A take goes on meanwhile."""
+    if not IS_WAYLAND:
+        with desktop.held(HOTKEY):
+            yield
+        return
+    trigger = Path(sys.argv[1]).resolve().with_name("fenlo-trigger")
+    processes.output([trigger, "press"], env=fenlo.environment)
+    yield
+    processes.output([trigger, "release"], env=fenlo.environment)
+
+
+def open_editor(folder):
+    return sway.GtkEditor(folder) if IS_WAYLAND else Editor(folder)
+
+
 def milliseconds(values):
     return f"{1000 * statistics.median(values):7.0f} ms   (worst {1000 * max(values):.0f})"
 
@@ -83,10 +106,10 @@ def measure_start(program, folder, services):
     return times
 
 
-def measure_take(log, sound_events, clip):
+def measure_take(fenlo, log, sound_events, clip):
     """One take: seconds to the open microphone, to the first sample, and from the release to the paste."""
     pressed = time.monotonic()
-    with desktop.held(HOTKEY):
+    with held(fenlo):
         clip.speak()
     opened, _ = sound_events.first("'new' on source-output", pressed)
     rate = float(log.first(r"Recording at ([\d.]+)Hz", pressed)[1].group(1))
@@ -104,17 +127,17 @@ def probe(program, stand_in, folder):
     rows = [("start to ready", milliseconds(measure_start(program, folder, services)))]
 
     fenlo = Fenlo(program, folder, services)
-    Editor(folder)
+    open_editor(folder)
     clip = Clip(FIVE_SECONDS, folder)
     log = TimedLines(["tail", "-n", "0", "-F", "-s", "0.002", str(fenlo.log_file)])
     sound_events = TimedLines(["pactl", "subscribe"])
     time.sleep(0.5)
-    opened, first_sample, overhead = zip(*(_rested(measure_take, log, sound_events, clip) for _ in range(TAKES)))
+    opened, first_sample, overhead = zip(*(_rested(measure_take, fenlo, log, sound_events, clip) for _ in range(TAKES)))
     rows.append(("key down to open microphone", milliseconds(opened)))
     rows.append(("key down to first sample, at most", milliseconds(first_sample)))
     rows.append(("release to paste, own share", milliseconds(overhead)))
 
-    with desktop.held(HOTKEY):
+    with held(fenlo):
         time.sleep(1)
         rows.append(("processor while recording", f"{cpu_percent(fenlo.process.pid, 5):7.2f} % of a core"))
     time.sleep(2)
@@ -122,6 +145,30 @@ def probe(program, stand_in, folder):
     resident, proportional = memory(fenlo.process.pid)
     rows.append(("memory", f"{resident:7.1f} MB resident, {proportional:.1f} MB proportional"))
     return rows
+
+
+def probe_pastes(program, stand_in, folder):
+    services = Services(stand_in, folder, "The quick brown fox.")
+    fenlo = Fenlo(program, folder, services)
+    open_editor(folder)
+    clip = Clip("Hello there", folder)
+    log = TimedLines(["tail", "-n", "0", "-F", "-s", "0.002", str(fenlo.log_file)])
+    time.sleep(0.5)
+    totals = sorted(_rested(measure_paste, fenlo, log, clip) for _ in range(PASTES))
+    fenlo.close()
+    cuts = statistics.quantiles(totals, n=20, method="inclusive")
+    desk = "Wayland" if IS_WAYLAND else "X11"
+    return [(f"release to paste, {desk}", f"p50 {1000 * cuts[9]:.0f} ms, p95 {1000 * cuts[18]:.0f} ms")]
+
+
+def measure_paste(fenlo, log, clip):
+    """Seconds from the release to the posted keys, the recogniser's answer and all waits included."""
+    pressed = time.monotonic()
+    with held(fenlo):
+        clip.speak()
+    released, _ = log.first(r"\[Fenlo\] Hotkey released", pressed)
+    pasted, _ = log.first(re.escape(PASTED), released)
+    return pasted - released
 
 
 def _rested(measure, *arguments):
@@ -133,5 +180,6 @@ def _rested(measure, *arguments):
 
 if __name__ == "__main__":
     with tempfile.TemporaryDirectory() as scratch:
-        for name, value in probe(sys.argv[1], sys.argv[2], Path(scratch)):
+        rows = probe_pastes if sys.argv[3:] == ["paste"] else probe
+        for name, value in rows(sys.argv[1], sys.argv[2], Path(scratch)):
             print(f"{name:36}{value}")

@@ -42,8 +42,9 @@ LocalTranscriber::EngineMaker engineMaker(HttpClient& http, Clock& clock) {
         config.downloadBase = folder;
         config.bundledModels = fs::path(DEMO_MODEL_FOLDER).parent_path();
         const std::shared_ptr engine = whisper::WhisperEngine::create(std::move(config), http, clock, stop);
-        return [engine](const fs::path& audio, const whisper::DecodingOptions& options, std::stop_token cancel) {
-            return engine->transcribe(audio, options, {}, cancel);
+        return [engine](const LocalTranscriber::Clip& clip, const whisper::DecodingOptions& options,
+                        std::stop_token cancel) {
+            return engine->transcribe(std::get<fs::path>(clip.sound), options, {}, cancel);
         };
     };
 }

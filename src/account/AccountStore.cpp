@@ -26,14 +26,15 @@ void AccountStore::read(std::function<void(SignedIn)> next) {
     run(readSignedIn, std::move(next));
 }
 
-void AccountStore::forget(std::function<void()> next) {
+void AccountStore::forget(std::function<void(bool)> next) {
     run(
         [](Keychain& keychain) {
+            bool isForgotten = true;
             for (const char* name : accountItem::all)
-                keychain.remove(name);
-            return true;
+                isForgotten = keychain.remove(name) && isForgotten;
+            return isForgotten;
         },
-        [next = std::move(next)](bool) { next(); });
+        std::move(next));
 }
 
 } // namespace fenlo

@@ -32,8 +32,8 @@ public:
         : m_keychain(keychain), m_mainQueue(mainQueue), m_work(background) {}
 
     void read(std::function<void(SignedIn)> next);
-    /// Forgets who is signed in, whichever way that was.
-    void forget(std::function<void()> next);
+    /// Forgets who is signed in, whichever way that was. `next` hears whether the keyring let all of it go.
+    void forget(std::function<void(bool isForgotten)> next);
     /// Lets a keyring that was refused ask for its password once more.
     void askAgain() { m_keychain.askAgain(); }
 

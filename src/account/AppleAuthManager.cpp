@@ -144,7 +144,7 @@ void AppleAuthManager::cancel() {
     m_completion = nullptr;
     m_session.clear();
     if (std::exchange(m_isKeeping, false))
-        m_services.store.forget([] {});
+        m_services.store.forget([](bool) {});
 }
 
 } // namespace fenlo

@@ -125,7 +125,7 @@ void GoogleAuthManager::drop() {
     stopListening();
     m_attempt.reset();
     if (std::exchange(m_hasKept, false))
-        m_services.store.forget([] {});
+        m_services.store.forget([](bool) {});
 }
 
 void GoogleAuthManager::listenerFailed(const std::string& error) {
@@ -268,7 +268,7 @@ void GoogleAuthManager::keepRenewed(const GoogleTokens& tokens, const std::strin
 }
 
 void GoogleAuthManager::signOut(std::function<void()> done) {
-    m_services.store.forget(m_lifetime.bind([done = std::move(done)] { done(); }));
+    m_services.store.forget(m_lifetime.bind([done = std::move(done)](bool) { done(); }));
 }
 
 } // namespace fenlo

@@ -1,13 +1,12 @@
 #include "account/GoogleWire.h"
 
-#include "account/Base64.h"
 #include "account/SignInServices.h"
+#include "base/Base64.h"
+#include "base/OpenSsl.h"
 #include "base/Url.h"
 #include "settings/Deployment.h"
 
 #include <array>
-#include <openssl/rand.h>
-#include <openssl/sha.h>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -48,12 +47,12 @@ HttpRequest tokenRequest(const Deployment& deployment, const Fields& fields) {
 
 std::string newVerifier() {
     std::array<unsigned char, verifierBytes> bytes{};
-    return ::RAND_bytes(bytes.data(), int(bytes.size())) == 1 ? encodeBase64Url(bytesOf(bytes)) : "";
+    return RAND_bytes(bytes.data(), int(bytes.size())) == 1 ? encodeBase64Url(bytesOf(bytes)) : "";
 }
 
 std::string challengeOf(const std::string& verifier) {
     std::array<unsigned char, SHA256_DIGEST_LENGTH> digest{};
-    ::SHA256(reinterpret_cast<const unsigned char*>(verifier.data()), verifier.size(), digest.data());
+    SHA256(reinterpret_cast<const unsigned char*>(verifier.data()), verifier.size(), digest.data());
     return encodeBase64Url(bytesOf(digest));
 }
 

@@ -1,9 +1,9 @@
 #include "account/PackageSignature.h"
 
-#include "account/Base64.h"
+#include "base/Base64.h"
+#include "base/OpenSsl.h"
 
 #include <memory>
-#include <openssl/evp.h>
 
 namespace fenlo {
 
@@ -12,8 +12,8 @@ namespace {
 constexpr std::size_t keySize = 32;
 constexpr std::size_t signatureSize = 64;
 
-using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
-using Digest = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
+using Key = std::unique_ptr<EVP_PKEY, decltype(::EVP_PKEY_free)*>;
+using Digest = std::unique_ptr<EVP_MD_CTX, decltype(::EVP_MD_CTX_free)*>;
 
 const unsigned char* bytesOf(std::string_view text) {
     return reinterpret_cast<const unsigned char*>(text.data());
@@ -35,8 +35,8 @@ std::optional<PackageKey> PackageKey::parse(std::string_view text) {
 
 bool PackageKey::hasSigned(std::string_view content, std::string_view signature) const {
     const Key key(EVP_PKEY_new_raw_public_key(EVP_PKEY_ED25519, nullptr, bytesOf(m_bytes), m_bytes.size()),
-                  &EVP_PKEY_free);
-    const Digest digest(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
+                  EVP_PKEY_free);
+    const Digest digest(EVP_MD_CTX_new(), EVP_MD_CTX_free);
     return key && digest && signature.size() == signatureSize &&
            EVP_DigestVerifyInit(digest.get(), nullptr, nullptr, nullptr, key.get()) == 1 &&
            EVP_DigestVerify(digest.get(), bytesOf(signature), signature.size(), bytesOf(content), content.size()) == 1;

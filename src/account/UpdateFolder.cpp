@@ -1,6 +1,7 @@
 #include "account/UpdateFolder.h"
 
 #include "base/Files.h"
+#include "base/Hexadecimal.h"
 
 #include <sys/stat.h>
 #include <system_error>
@@ -46,13 +47,7 @@ bool isOursAlone(const fs::path& folder) {
 
 std::string startOf(std::string_view signature) {
     constexpr std::size_t bytes = 8;
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (const char c : signature.substr(0, bytes)) {
-        const auto byte = static_cast<unsigned char>(c);
-        text += {digits[byte >> 4u], digits[byte & 15u]};
-    }
-    return text;
+    return hexadecimal(std::as_bytes(std::span(signature.substr(0, bytes))));
 }
 
 /// The version in the name of a package or of a part of one: "fenlo_1.4.0_amd64.deb".

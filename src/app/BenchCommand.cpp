@@ -21,19 +21,18 @@ namespace {
 
 using namespace whisper;
 
-constexpr int runs = 5;
-
 struct BenchOptions {
     std::string model; // empty for the offline model
     int threads = 0;
     bool float32 = false;
+    BenchExtent extent;
     bool json = false;
 };
 
 /// A signal ends the measurement in one line.
 std::vector<BenchStage> measureStages(const ModelPlace& place, const ModelComputeOptions& compute, ThreadPool& pool,
-                                      CommandServices& command) try {
-    return measureEngine(place, compute, pool, command.clock, runs, command.stop());
+                                      const BenchExtent& extent, CommandServices& command) try {
+    return measureEngine(place, compute, pool, command.clock, extent, command.stop());
 } catch (const WhisperError& error) {
     if (error.kind == WhisperError::Kind::cancelled)
         throw Interrupted();
@@ -47,7 +46,8 @@ int runBench(const BenchOptions& options) {
     const auto compute = ModelComputeOptions::all(options.float32 ? ComputeUnit::float32 : ComputeUnit::automatic);
     ThreadPool pool(options.threads);
     const InstructionChoice& instructions = settleInstructionSet(instructionTrial());
-    const auto stages = measureStages(placeOf(folder, modelsDirectory(), compute), compute, pool, command);
+    const auto stages =
+        measureStages(placeOf(folder, modelsDirectory(), compute), compute, pool, options.extent, command);
 
     if (options.json) {
         nlohmann::ordered_json result{{"model", folder.filename().string()},
@@ -64,7 +64,7 @@ int runBench(const BenchOptions& options) {
     for (const std::string& reason : instructions.reasons)
         print("  " + reason + "\n");
     for (const BenchStage& stage : stages)
-        printFormatted("  %-34s %10.2f ms\n", textOf(stage.kind), stage.seconds * 1000);
+        printFormatted("  %-41s %10.2f ms\n", textOf(stage.kind), stage.seconds * 1000);
     return exitStatus::ok;
 }
 
@@ -73,9 +73,11 @@ int runBench(const BenchOptions& options) {
 Command addBenchCommand(CLI::App& cli) {
     const auto options = std::make_shared<BenchOptions>();
     CLI::App& command = *cli.add_subcommand("bench", "Measure how fast the engine runs on this machine");
-    command.add_option("--model", options->model, modelHelp);
+    command.add_option("--model", options->model, modelHelp)->type_name("MODEL");
     command.add_option("--threads", options->threads, "by default one for each core")->check(CLI::Range(0, 1024));
     command.add_flag("--float32", options->float32, "measure the reference in 32-bit floats");
+    command.add_option("--windows", options->extent.windows, "measure so many windows that are decoded at once, too")
+        ->check(CLI::Range(1, 64));
     command.add_flag("--json", options->json, "print a JSON object");
     return {&command, [options] { return runBench(*options); }};
 }

@@ -1,8 +1,8 @@
 #include "app/CommandLine.h"
 
-#include "Version.h"
 #include "app/Commands.h"
 #include "app/ExitStatus.h"
+#include "app/Packaging.h"
 #include "app/StandardOutput.h"
 #include "settings/ServiceKeys.h"
 
@@ -20,9 +20,9 @@ namespace {
 using AddCommand = Command (*)(CLI::App&);
 
 /// In the order of --help.
-constexpr AddCommand contents[] = {addDictateCommand, addTranscribeCommand,  addMeetingCommand,
-                                   addModelsCommand,  addKeysCommand,        addVoiceProfileCommand,
-                                   addBenchCommand,   addEngineCheckCommand, addDoctorCommand};
+constexpr AddCommand contents[] = {addDictateCommand, addTranscribeCommand,   addMeetingCommand, addModelsCommand,
+                                   addKeysCommand,    addVoiceProfileCommand, addBenchCommand,   addEngineCheckCommand,
+                                   addTriggerCommand, addDoctorCommand};
 
 std::string footer() {
     return std::string("Settings are in ~/.fenlo/config.json. Speech and text go to Groq with the key in ") +
@@ -35,14 +35,8 @@ std::string footer() {
 }
 
 int runChosen(int argc, const char* const* argv, const std::function<int()>& withoutCommand) {
-    CLI::App cli("Fenlo: hold a key anywhere, speak, let go, and the words stand at the cursor.\n"
-                 "Without a command it starts the desktop program.");
-    cli.set_version_flag("--version", std::string("fenlo ") + version);
-    cli.footer(footer());
-    cli.require_subcommand(0, 1);
-    std::vector<Command> commands;
-    for (const AddCommand add : contents)
-        commands.push_back(add(cli));
+    CLI::App cli;
+    const std::vector<Command> commands = addAllCommands(cli);
     try {
         cli.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -64,6 +58,19 @@ int complain(const std::exception& error, int status) {
 }
 
 } // namespace
+
+std::vector<Command> addAllCommands(CLI::App& cli) {
+    cli.name("fenlo");
+    cli.description("Fenlo: hold a key anywhere, speak, let go, and the words stand at the cursor.\n"
+                    "Without a command it starts the desktop program.");
+    cli.set_version_flag("--version", versionText);
+    cli.footer(footer());
+    cli.require_subcommand(0, 1);
+    std::vector<Command> commands;
+    for (const AddCommand add : contents)
+        commands.push_back(add(cli));
+    return commands;
+}
 
 int runCommandLine(int argc, const char* const* argv, const std::function<int()>& withoutCommand) try {
     return runChosen(argc, argv, withoutCommand);

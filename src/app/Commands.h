@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -13,6 +14,9 @@ struct Command {
     const CLI::App* parsed;   // true once the user has named it
     std::function<int()> run; // returns the exit status; what it throws ends in a line on standard error
 };
+
+/// The whole command line of the program; what it returns, in the order of --help.
+std::vector<Command> addAllCommands(CLI::App& cli);
 
 /// Each adds one command with its options to the command line.
 ///
@@ -34,6 +38,8 @@ Command addBenchCommand(CLI::App& cli);
 /// engine-check, for instructionTrial(): calculates with one step, and compares. `failed` when a result is wrong,
 /// `usage` when this processor lacks the step; an illegal instruction ends the process.
 Command addEngineCheckCommand(CLI::App& cli);
+/// trigger: brings a press, a release and the like to the running program.
+Command addTriggerCommand(CLI::App& cli);
 /// doctor: what of the desktop works, and the remedy for what does not. `failed` when a dictation would not work.
 Command addDoctorCommand(CLI::App& cli);
 

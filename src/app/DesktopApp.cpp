@@ -4,11 +4,14 @@
 
 #include "Version.h"
 #include "app/Account.h"
+#include "app/DesktopPlatform.h"
+#include "app/DesktopSession.h"
 #include "app/ExitStatus.h"
 #include "app/Meetings.h"
 #include "app/ProgramRun.h"
 #include "app/TakeServices.h"
 #include "app/TerminationSignals.h"
+#include "app/TriggerDoor.h"
 #include "app/Updates.h"
 #include "app/Windows.h"
 
@@ -17,22 +20,26 @@
 #include "audio/voice/VoiceProfile.h"
 #include "base/Background.h"
 #include "base/Clock.h"
-#include "base/Environment.h"
+#include "base/Log.h"
 #include "base/NotificationCenter.h"
 #include "meeting/MeetingControl.h"
+#include "platform/KeyEvents.h"
+#include "platform/Pasteboard.h"
+#include "platform/PillWindow.h"
+#include "platform/ResultCard.h"
 #include "platform/linux/audio/PulseAudioInput.h"
 #include "platform/linux/audio/PulseAudioOutput.h"
-#include "platform/linux/desktop/XDisplay.h"
-#include "platform/linux/desktop/XcbConnection.h"
+#include "platform/linux/control/ControlFile.h"
+#include "platform/linux/desktop/DisplayLoss.h"
 #include "platform/linux/desktop/accessibility/AtspiAccessibility.h"
-#include "platform/linux/desktop/clipboard/X11Pasteboard.h"
-#include "platform/linux/desktop/keys/X11KeyEvents.h"
-#include "platform/linux/desktop/session/X11Workspace.h"
+#include "platform/linux/desktop/session/DesktopWorkspace.h"
+#include "platform/linux/desktop/session/SparePower.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "session/AppDelegate.h"
 #include "session/ContextReader.h"
 #include "session/DictationSession.h"
+#include "session/EarlyRecognition.h"
 #include "session/TakePipeline.h"
 #include "session/TextInserter.h"
 #include "settings/Config.h"
@@ -41,8 +48,6 @@
 #include "shell/OverlayWindow.h"
 #include "shell/Sounds.h"
 #include "ui/QtMainQueue.h"
-#include "ui/QtPillWindow.h"
-#include "ui/QtResultCard.h"
 #include "ui/QtStatusItem.h"
 
 #include <QApplication>
@@ -54,32 +59,49 @@ namespace fenlo {
 
 namespace {
 
+constexpr double startUp = 0.5; // seconds that the program's start may take
+
 /// The platform: everything that knows this desktop. Declared in the order in which one needs the other.
 struct Platform {
-    explicit Platform(MainQueue& queue) : keys(queue), accessibility(keys), audioInput(queue) {}
+    Platform(DesktopSession& desktop, MainQueue& queue)
+        : session(desktop), desktopKeys(makeKeys(desktop, queue)), keys(*desktopKeys.events),
+          desktopPasteboard(makePasteboard(desktop)), pasteboard(*desktopPasteboard), accessibility(keys),
+          audioInput(queue), desktopPills(makePills(desktop, queue)), pills(*desktopPills),
+          desktopCards(makeCards(desktop, queue)), cards(*desktopCards) {
+        session.setAccessibility(&accessibility);
+    }
+    ~Platform() { session.setAccessibility(nullptr); }
+    Platform(const Platform&) = delete;
+    Platform& operator=(const Platform&) = delete;
 
-    X11KeyEvents keys;
-    X11Pasteboard pasteboard;
+    QtStatusItem statusItem; // a panel is looked for while all others are made
+    DesktopSession& session;
+    DesktopKeys desktopKeys;
+    KeyEvents& keys;
+    std::unique_ptr<Pasteboard> desktopPasteboard;
+    Pasteboard& pasteboard;
     AtspiAccessibility accessibility;
     PulseAudioInput audioInput;
     PulseAudioOutput audioOutput;
     CurlHttpClient http;
     SecretServiceStore secrets;
-    QtPillWindows pills;
-    QtResultCards cards;
-    QtStatusItem statusItem;
+    std::unique_ptr<PillWindows> desktopPills;
+    PillWindows& pills;
+    std::unique_ptr<ResultCards> desktopCards;
+    ResultCards& cards;
 };
 
-std::string displayName() {
-    const std::string name = environment("DISPLAY");
-    return name.empty() ? "" : " at " + name;
+/// On a worker of its own: its priority stays low.
+bool mayWorkAhead() {
+    lowerThisThread();
+    return hasSparePower();
 }
 
-MenuSources menuSources(const AudioRecorder& recorder, const TakeServices& services,
+MenuSources menuSources(const KeyEvents& keys, const AudioRecorder& recorder, const TakeServices& services,
                         const MeetingModeController& meetings, const AutoUpdater& updater) {
     MenuSources sources;
     sources.version = version;
-    sources.hotkeyLabel = hotkeyLabel;
+    sources.hotkeyLabel = [&](const std::string& name) { return heldLabel(keys, name); };
     sources.inputDeviceName = [&] { return recorder.defaultInputDeviceName(); };
     sources.todayStats = [&] { return services.statistics.shownTodayStats(); };
     sources.allTimeStats = [&] { return services.statistics.shownAllTimeStats(); };
@@ -89,21 +111,31 @@ MenuSources menuSources(const AudioRecorder& recorder, const TakeServices& servi
     return sources;
 }
 
+/// In a Wayland session there are several for each.
+void logRoads(Platform& platform) {
+    if (!platform.session.isWayland())
+        return;
+    std::vector<Diagnosis> findings;
+    diagnoseDesktop(findings, platform.session, platform.desktopKeys, Diligence::looks);
+    for (const Diagnosis& found : findings)
+        logInfo("{}: {}{}", found.subject, found.finding, found.remedy.empty() ? "" : " (" + found.remedy + ")");
+}
+
 /// Before the QApplication is made.
-void prepareToolkit() {
-    // Native Wayland clients can neither place nor raise windows; XWayland clients can.
-    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "xcb;wayland");
-    // When the X server ends, Qt says so in a line of its own and ends the process with status 1.
+void prepareToolkit(const DesktopSession& session) {
+    session.chooseToolkitPlatform();
+    // When the X server or the compositor ends, Qt says so in a line of its own and ends the process with status 1.
     qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& message) {
         if (message.startsWith("The X11 connection broke"))
-            XDisplay::tellLoss();
+            tellDisplayLoss("X server");
+        else if (message.startsWith("The Wayland connection broke"))
+            tellDisplayLoss("Wayland compositor");
         else
             std::fprintf(stderr, "%s\n", qUtf8Printable(qFormatLogMessage(type, context, message)));
     });
     QApplication::setApplicationName("Fenlo");
     QApplication::setApplicationVersion(version);
-    QApplication::setDesktopFileName("fenlo");
+    QApplication::setDesktopFileName("org.fenlo.Fenlo");
     QApplication::setQuitOnLastWindowClosed(false);
 }
 
@@ -132,7 +164,7 @@ SystemChecks::Desktop desktopChecks(Platform& platform, Keychain& keychain, cons
                 const auto device = microphone.defaultDevice();
                 return device ? std::optional(device->name) : std::nullopt;
             },
-        .hearsKeys = [&] { return platform.keys.hasXInput2(); },
+        .hearsKeys = [&] { return platform.desktopKeys.hear(); },
         .postsKeys = [&] { return platform.keys.canPost(); },
         .hasAccessibility = [&] { return platform.accessibility.isAvailable(); },
         .hasTray = [&] { return platform.statusItem.isShown(); },
@@ -142,6 +174,11 @@ SystemChecks::Desktop desktopChecks(Platform& platform, Keychain& keychain, cons
         .askKeyringAgain = [&] { keychain.askAgain(); },
         .copy = [&](const std::string& text) { inserter.copyToClipboard(text); },
     };
+}
+
+TextInserter::Typing typingOf(const Settings& settings) {
+    using Typing = TextInserter::Typing;
+    return settings.typeAllTexts ? Typing::allTexts : settings.typeShortTexts ? Typing::shortTexts : Typing::none;
 }
 
 Practice::Steps practiceSteps(TakeServices& services) {
@@ -196,27 +233,31 @@ AppHooks appHooks(QtMainQueue& mainQueue, TakeServices& services, Windows& windo
     return hooks;
 }
 
-void runUntilQuit(AppDelegate& delegate, QtMainQueue& mainQueue, SecretServiceStore& secrets,
-                  ThreadBackground& background) {
-    runProgram({.launch = [&] { delegate.launch(); },
+void runUntilQuit(AppDelegate& delegate, QtMainQueue& mainQueue, Platform& platform, ThreadBackground& background) {
+    // No first press waits for the network's library, nor does the start.
+    const Timer opening =
+        mainQueue.postAfter(startUp, [&] { background.run([&](std::stop_token) { platform.http.open(); }); });
+    // In the loop: the panel has answered meanwhile, and has the icon before the sound server is waited for.
+    runProgram({.launch = [&] { mainQueue.post([&] { delegate.launch(); }); },
                 .loop = [&] { mainQueue.run(); },
                 .terminate = [&] { delegate.willTerminate(); },
                 .release =
                     [&] {
                         mainQueue.end();
-                        secrets.close();
+                        platform.secrets.close();
                     }},
                background);
 }
 
 /// Makes all services, in the order in which one needs the other, and runs until the user quits.
-void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
+void runServices(QtMainQueue& mainQueue, DesktopSession& desktop, Workspace& workspace) {
     SystemClock clock;
     Config config(Config::defaultFile(), clock);
     config.tellOn(mainQueue);
     const Deployment deployment = Deployment::load();
     NotificationCenter notifications;
-    Platform platform(mainQueue);
+    Platform platform(desktop, mainQueue);
+    logRoads(platform);
     ThreadBackground background;
     TakeServices services(config, deployment, platform.http, platform.secrets, clock);
     Account account({services, deployment, platform.http, workspace, clock, mainQueue, background, notifications});
@@ -229,16 +270,18 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     ContextReader contextReader(workspace, platform.accessibility, platform.pasteboard, clock);
     TextInserter inserter(platform.pasteboard, platform.keys, platform.accessibility, workspace, clock, mainQueue,
                           {.returning = TextInserter::Returning::everything,
-                           .typesShortTexts = [&] { return config.get().typeShortTexts; }});
+                           .typing = [&] { return typingOf(config.get()); },
+                           .waitsWithoutTrust = true});
     Meetings meetings({services, deployment, platform.http, platform.audioOutput, clock, mainQueue, background,
                        notifications, account});
     TonePlayer tones(meetings.sounds, background);
     OverlayWindow overlay({config, clock, mainQueue, platform.pills, platform.cards, platform.keys, workspace,
                            [&](const std::string& text) { inserter.copyToClipboard(text); }});
     MenuBarController menuBar(config, platform.statusItem, notifications, workspace, deployment,
-                              menuSources(recorder, services, meetings.controller, updates.updater));
+                              menuSources(platform.keys, recorder, services, meetings.controller, updates.updater));
+    EarlyRecognition early(recorder, mainQueue, background, services.earlySteps(mayWorkAhead));
     DictationSession session({config, clock, mainQueue, background, platform.keys, platform.pasteboard, recorder,
-                              contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes},
+                              contextReader, inserter, overlay, tones, menuBar, pipeline, services.keptTakes, early},
                              sessionHooks(workspace, services, notifications, meetings.controller, account));
     MeetingControl meetingControl({config, mainQueue, recorder, session, overlay, menuBar, meetings.controller});
     Windows windows(
@@ -279,8 +322,9 @@ void runServices(QtMainQueue& mainQueue, Workspace& workspace) {
     AppDelegate delegate({config, mainQueue, background, notifications, platform.keys, platform.accessibility,
                           workspace, services.keychain, recorder, overlay, menuBar, session},
                          std::move(hooks));
+    const TriggerDoor triggers(platform.keys, mainQueue, controlFile());
 
-    runUntilQuit(delegate, mainQueue, platform.secrets, background);
+    runUntilQuit(delegate, mainQueue, platform, background);
 }
 
 } // namespace
@@ -290,19 +334,19 @@ int runDesktopApp(int argc, char** argv) {
     // its own, which malloc_trim() does not give back; no thread allocates so often that it waits for another.
     ::mallopt(M_ARENA_MAX, 1);
     TerminationSignals::block();
+    DesktopSession desktop;
     // The toolkit would end the process without a word of help.
-    if (!XcbConnection::open()) {
-        std::fprintf(stderr, "fenlo: no X display%s; start it from a desktop session, or see `fenlo doctor`\n",
-                     displayName().c_str());
+    if (const auto fault = desktop.fault()) {
+        std::fprintf(stderr, "fenlo: %s\n", fault->c_str());
         return exitStatus::failed;
     }
-    prepareToolkit();
+    prepareToolkit(desktop);
     QApplication application(argc, argv);
     QtMainQueue mainQueue;
     const TerminationSignals termination([&] { mainQueue.quit(); });
-    X11Workspace workspace(mainQueue);
+    DesktopWorkspace workspace(mainQueue, desktop.frontWindow());
     if (AppDelegate::becomeOnlyInstance(workspace))
-        runServices(mainQueue, workspace);
+        runServices(mainQueue, desktop, workspace);
     return exitStatus::ok;
 }
 

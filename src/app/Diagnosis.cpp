@@ -1,19 +1,19 @@
 #include "app/Diagnosis.h"
 
+#include "app/DesktopPlatform.h"
+#include "app/DesktopSession.h"
 #include "app/LocalEngine.h"
 #include "app/RoadDiagnosis.h"
 #include "app/ServiceDiagnosis.h"
 #include "app/TakeServices.h"
 #include "audio/ChosenInput.h"
-#include "base/Environment.h"
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/RunLoop.h"
 #include "platform/KeyCodes.h"
+#include "platform/KeyEvents.h"
 #include "platform/linux/audio/PulseAudioInput.h"
 #include "platform/linux/desktop/accessibility/AtspiAccessibility.h"
-#include "platform/linux/desktop/clipboard/X11Pasteboard.h"
-#include "platform/linux/desktop/keys/X11KeyEvents.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "session/HotkeyListener.h"
@@ -38,28 +38,7 @@ constexpr double accessibilityPatience = 2.0; // seconds for the bus to be found
 constexpr double keyringPatience = 2.0;
 constexpr int trayPatience = 1000; // milliseconds
 
-void examineKeyboard(std::vector<Diagnosis>& findings, const X11KeyEvents& keys, const std::string& hotkeyName) {
-    if (!keys.isConnected()) {
-        findings.push_back({"display", State::broken, "no X display (DISPLAY is '" + environment("DISPLAY") + "')",
-                            "start Fenlo in an X11 desktop session"});
-        return;
-    }
-    findings.push_back({"display", State::works, "X display " + environment("DISPLAY"), ""});
-    if (environment("XDG_SESSION_TYPE") == "wayland")
-        findings.push_back({"session", State::limited,
-                            "a Wayland session: keys and pastes reach XWayland applications only",
-                            "log in to an X11 session"});
-    if (keys.hasXInput2())
-        findings.push_back({"hotkey", State::works, "keys of all applications can be heard (XInput 2)", ""});
-    else
-        findings.push_back(
-            {"hotkey", State::broken, "the X server has no XInput 2.1", "use an X server with the XInput extension"});
-    if (keys.hasXTest())
-        findings.push_back({"paste keys", State::works, "keys can be posted (XTEST)", ""});
-    else
-        findings.push_back(
-            {"paste keys", State::broken, "the X server has no XTEST extension", "enable XTEST in the X server"});
-
+void examineHotkey(std::vector<Diagnosis>& findings, const KeyEvents& keys, const std::string& hotkeyName) {
     const Hotkey* hotkey = findHotkey(hotkeyName);
     if (!hotkey)
         findings.push_back(
@@ -77,7 +56,7 @@ void examineKeyboard(std::vector<Diagnosis>& findings, const X11KeyEvents& keys,
                             "choose one of the other four hotkeys"});
 }
 
-void examineAccessibility(std::vector<Diagnosis>& findings, const X11KeyEvents& keys, Clock& clock) {
+void examineAccessibility(std::vector<Diagnosis>& findings, const KeyEvents& keys, Clock& clock) {
     AtspiAccessibility accessibility(keys);
     for (int tenth = 0; tenth < accessibilityPatience * 10 && !accessibility.isAvailable(); ++tenth)
         clock.sleep(0.1);
@@ -89,7 +68,10 @@ void examineAccessibility(std::vector<Diagnosis>& findings, const X11KeyEvents& 
                             "install at-spi2-core and log in again"});
 }
 
-void examineTray(std::vector<Diagnosis>& findings) {
+void examineTray(std::vector<Diagnosis>& findings, const DesktopSession& session) {
+    if (session.fault())
+        return; // the toolkit would end the process
+    session.chooseToolkitPlatform();
     int argumentCount = 1;
     std::string program = "fenlo";
     char* arguments[] = {program.data(), nullptr};
@@ -231,12 +213,14 @@ std::vector<Diagnosis> examine() {
     std::vector<Diagnosis> findings;
     RunLoop loop;
     SystemClock clock;
-    const X11KeyEvents keys(loop);
+    DesktopSession session;
+    const DesktopKeys keys = makeKeys(session, loop);
     const StoredSettings stored = readSettings(Config::defaultFile());
-    examineKeyboard(findings, keys, stored.settings.hotkey);
-    examineAccessibility(findings, keys, clock);
-    if (keys.isConnected())
-        examineTray(findings);
+    diagnoseDesktop(findings, session, keys, Diligence::tries);
+    if (session.isWayland() ? keys.hear() : session.hasX())
+        examineHotkey(findings, *keys.events, stored.settings.hotkey);
+    examineAccessibility(findings, *keys.events, clock);
+    examineTray(findings, session);
     examineSound(findings, stored.settings);
     SecretServiceStore store(keyringPatience);
     examineSecrets(findings, store);

@@ -2,15 +2,16 @@
 
 #include "WhisperEngine/ModelSetup.h"
 #include "WhisperEngine/Models/LocalModels.h"
+#include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 #include "WhisperEngine/WhisperEngine.h"
 #include "WhisperEngine/network/CheckpointFiles.h"
 #include "WhisperEngine/network/ModelFault.h"
 #include "WhisperEngine/network/ModelFiles.h"
 #include "WhisperEngine/runtime/InstructionTrial.h"
 #include "base/Files.h"
-#include "hub/tokenizers/Tokenizer.h"
 #include "platform/linux/net/CurlHttpClient.h"
 #include "settings/Deployment.h"
+#include "speech/ClipEngine.h"
 
 #include <memory>
 #include <system_error>
@@ -27,7 +28,7 @@ fs::path bundledModelsDirectory() {
     std::error_code error;
     const fs::path program = fs::read_symlink("/proc/self/exe", error);
     const fs::path installed = program.parent_path().parent_path() / "share/fenlo/models";
-    return fs::is_directory(installed, error) ? installed : fs::path(SOURCE_MODELS);
+    return fs::is_directory(installed, error) ? installed : program.parent_path() / SOURCE_MODELS;
 }
 
 whisper::InstructionTrial instructionTrial() {
@@ -56,7 +57,7 @@ ModelCheck checkModel(const fs::path& folder, const Deployment& deployment, Cloc
     const whisper::ModelComputeOptions compute;
     if (!isCompiled(whisper::placeOf(folder, modelsDirectory(), compute), compute)) {
         whisper::checkCheckpoint(folder, compute);
-        hub::Tokenizer::load(folder / "tokenizer.json");
+        const whisper::WhisperTokenizer loads(hub::Tokenizer::load(folder / "tokenizer.json"));
         return {};
     }
     CurlHttpClient http; // nothing is fetched
@@ -122,10 +123,7 @@ LocalTranscriber::EngineMaker localEngineMaker(const Deployment& deployment, Htt
         config.downloadBase = folder;
         if (steps)
             tellSteps(config, steps);
-        const std::shared_ptr engine = whisper::WhisperEngine::create(std::move(config), http, clock, stop);
-        return [engine](const fs::path& audio, const whisper::DecodingOptions& options, std::stop_token cancel) {
-            return engine->transcribe(audio, options, {}, cancel);
-        };
+        return clipEngine(whisper::WhisperEngine::create(std::move(config), http, clock, stop));
     };
 }
 

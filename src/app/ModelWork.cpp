@@ -72,7 +72,8 @@ double measure(const std::string& name, Clock& clock, std::stop_token stop) {
     whisper::ThreadPool pool(0);
     const whisper::ModelComputeOptions compute;
     const auto place = whisper::placeOf(modelsDirectory() / name, modelsDirectory(), compute);
-    return whisper::secondsForSentence(whisper::measureEngine(place, compute, pool, clock, measuredRuns, stop));
+    return whisper::secondsForSentence(
+        whisper::measureEngine(place, compute, pool, clock, {.runs = measuredRuns}, stop));
 }
 
 /// Of the nearest folder that exists.

@@ -192,11 +192,13 @@ Command addModelsCommand(CLI::App& cli) {
     download->add_option("NAME", options->name, "a name or a part of it, such as \"small\"")->required();
     CLI::App* repair = command.add_subcommand(
         "repair", "Check every file of a model, fetch again what is damaged or missing, and make it ready anew");
-    repair->add_option("NAME", options->name, "a name or a part of it")->required();
+    repair->add_option("NAME", options->name, "a name or a part of it")->type_name("MODEL")->required();
     CLI::App* remove = command.add_subcommand("remove", "Remove a model from this machine");
-    remove->add_option("NAME", options->name, "the whole name, as `fenlo models list` shows it")->required();
+    remove->add_option("NAME", options->name, "the whole name, as `fenlo models list` shows it")
+        ->type_name("MODEL")
+        ->required();
     CLI::App* path = command.add_subcommand("path", "Print the folder of a model, or of all models");
-    path->add_option("NAME", options->name, "a name or a part of it");
+    path->add_option("NAME", options->name, "a name or a part of it")->type_name("MODEL");
     return {&command, [=] {
                 if (*list)
                     return runModelsList(options->json);

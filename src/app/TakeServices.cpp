@@ -72,6 +72,25 @@ TakeSteps TakeServices::steps() {
     };
 }
 
+EarlySteps TakeServices::earlySteps(std::function<bool()> mayWork) {
+    EarlyWindows& windows = localTranscriber.early();
+    return {
+        .isWanted = [this] { return transcriber.staysHere() && !config.get().voiceIsolation; },
+        .mayWork = std::move(mayWork),
+        .begin = [&windows] { windows.begin(); },
+        .finish = [&windows] { windows.finish(); },
+        .forget = [&windows] { windows.forget(); },
+        .recognise =
+            [this](std::span<const float> samples, LocalTranscriber::Extent extent, const std::stop_source& stop) {
+                return localTranscriber.recogniseAhead(samples, extent, config.get().language, stop).nextWindow;
+            },
+        .recogniseChunk =
+            [this](const std::filesystem::path& chunk, const std::stop_source& stop) {
+                localTranscriber.recogniseAhead(chunk, config.get().language, stop);
+            },
+    };
+}
+
 void TakeServices::warmConnections() {
     transcriber.warmConnection();
     smartRewrite.warmConnection();

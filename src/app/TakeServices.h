@@ -4,6 +4,7 @@
 #include "account/ConfigurationKeeper.h"
 #include "audio/voice/VoiceIsolation.h"
 #include "base/Background.h"
+#include "session/EarlyRecognition.h"
 #include "session/KeptTakes.h"
 #include "session/TakePipeline.h"
 #include "settings/Keychain.h"
@@ -35,6 +36,9 @@ struct TakeServices {
     TakeServices& operator=(const TakeServices&) = delete;
 
     TakeSteps steps();
+    /// How a take is recognised ahead: only where its sound stays on this machine, and not where the user's voice is
+    /// picked out of it, which takes the whole chunk. For `mayWork` see EarlySteps.
+    EarlySteps earlySteps(std::function<bool()> mayWork);
     /// Opens the connections that the take will need, while the user still speaks.
     void warmConnections();
 

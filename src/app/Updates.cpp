@@ -31,7 +31,6 @@ void Updates::addTo(MenuBarController& menuBar, std::function<void()> showWindow
         showWindow();
     };
     menuBar.onShowUpdate = std::move(showWindow);
-    menuBar.refreshMenu();
     m_watch = updater.watch([this, &menuBar, shown = std::string()]() mutable {
         if (std::string notice = updater.notice(); std::exchange(shown, notice) != notice)
             menuBar.refreshMenu();

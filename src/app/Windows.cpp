@@ -4,6 +4,7 @@
 #include "app/DoctorProcess.h"
 #include "app/Installation.h"
 #include "app/ModelWork.h"
+#include "app/Packaging.h"
 #include "app/TakeServices.h"
 #include "audio/voice/VoiceProfile.h"
 #include "base/Environment.h"
@@ -17,15 +18,16 @@ namespace fenlo {
 
 namespace {
 
-/// What somebody who helps wants to know: "Debian GNU/Linux 12 (bookworm), GNOME on x11".
+/// What somebody who helps wants to know: "Debian GNU/Linux 12 (bookworm), GNOME on x11", and how Fenlo came here.
 std::string systemName() {
     return thisInstallation().osVersion + ", " + environment("XDG_CURRENT_DESKTOP", "no known desktop") + " on " +
-           environment("XDG_SESSION_TYPE", "X11");
+           environment("XDG_SESSION_TYPE", "X11") + "\n" + packagingLine();
 }
 
 AboutServices aboutServices(const WindowServices& services) {
     return {version,
             systemName(),
+            noticesFile(),
             services.mainQueue,
             services.background,
             examineApart,
@@ -81,7 +83,9 @@ Windows::Windows(const WindowServices& services)
                         .microphone = microphone},
                .firstStart = services.firstStart,
                .updater = services.updater,
-               .hotkey = [&config = services.take.config] { return hotkeyLabel(config.get().hotkey); }} {}
+               .hotkey = [&config = services.take.config, &keys = services.keys] {
+                   return heldLabel(keys, config.get().hotkey);
+               }} {}
 
 Screens* Windows::screens() {
     if (!m_screens)

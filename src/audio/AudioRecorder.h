@@ -69,6 +69,12 @@ public:
     /// nothing is worth transcribing.
     std::vector<std::filesystem::path> stopRecording();
 
+    /// What the running take has so far, see TakeBuffer. For those who do not wait for its end.
+    std::optional<TakeBuffer::Part> partFrom(std::size_t chunk, std::size_t from) const {
+        return m_take.partFrom(chunk, from);
+    }
+    std::vector<std::filesystem::path> chunkFiles() const { return m_take.chunkFiles(); }
+
     /// Replaces the engine by a new one, at once or after the sound system has had time to settle.
     void rebuildEngine(Rebuild when);
 

@@ -1,6 +1,7 @@
 #include "audio/ChunkWriter.h"
 
 #include "audio/Level.h"
+#include "audio/LinearResampler.h"
 #include "audio/WavFile.h"
 #include "base/Files.h"
 #include "base/Log.h"
@@ -30,33 +31,35 @@ bool writeTo(const std::filesystem::path& file, std::span<const float> chunk) {
 
 } // namespace
 
+bool hasSpeechRate(double sampleRate) {
+    return std::abs(sampleRate - speechRate) <= 1.0;
+}
+
 std::vector<float> resampleForChunk(std::span<const float> samples, double sampleRate) {
-    if (std::abs(sampleRate - speechRate) <= 1.0)
+    if (hasSpeechRate(sampleRate))
         return {samples.begin(), samples.end()};
     return resampleLinearly(samples, sampleRate, speechRate);
 }
 
 std::vector<float> resampleLinearly(std::span<const float> samples, double fromRate, double toRate) {
-    const double ratio = toRate / fromRate;
-    std::vector<float> resampled(static_cast<std::size_t>(ratio * static_cast<double>(samples.size())));
-    for (std::size_t i = 0; i < resampled.size(); ++i) {
-        const double position = static_cast<double>(i) / ratio;
-        const auto index = static_cast<std::size_t>(position);
-        const auto fraction = static_cast<float>(position - static_cast<double>(index));
-        if (index + 1 < samples.size())
-            resampled[i] = (1 - fraction) * samples[index] + fraction * samples[index + 1];
-        else if (index < samples.size())
-            resampled[i] = samples[index];
-    }
+    std::vector<float> resampled;
+    resampled.reserve(static_cast<std::size_t>(toRate / fromRate * static_cast<double>(samples.size())) + 1);
+    LinearResampler resampler(fromRate, toRate);
+    resampler.append(samples, resampled);
+    resampler.finish(resampled);
     return resampled;
 }
 
+float chunkGain(float peak) {
+    if (peak <= leastPeak)
+        return 1;
+    const float gain = targetPeak / peak;
+    return gain > leastGain ? gain : 1;
+}
+
 void normalise(std::span<float> samples) {
-    const float loudest = peak(samples);
-    if (loudest <= leastPeak)
-        return;
-    const float gain = targetPeak / loudest;
-    if (gain <= leastGain)
+    const float gain = chunkGain(peak(samples));
+    if (gain == 1)
         return;
     for (float& sample : samples)
         sample *= gain;

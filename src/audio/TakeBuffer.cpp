@@ -134,6 +134,26 @@ TakenSamples TakeBuffer::takeSamples() {
     return {std::move(samples), m_sampleRate};
 }
 
+std::optional<TakeBuffer::Part> TakeBuffer::partFrom(std::size_t chunk, std::size_t from) const {
+    Part part;
+    part.samples.reserve(second()); // no memory is asked for while the audio thread may wait
+    std::lock_guard lock(m_mutex);
+    if (!m_isRecording || m_kind != TakeKind::whole || m_isFlushing)
+        return std::nullopt;
+    part.chunk = m_chunkFiles.size();
+    part.from = part.chunk == chunk ? std::min(from, m_current.size()) : 0;
+    part.sampleRate = m_sampleRate;
+    const std::size_t count = std::min(m_current.size() - part.from, second());
+    const auto begin = m_current.begin() + static_cast<std::ptrdiff_t>(part.from);
+    part.samples.assign(begin, begin + static_cast<std::ptrdiff_t>(count));
+    return part;
+}
+
+std::vector<std::filesystem::path> TakeBuffer::chunkFiles() const {
+    std::lock_guard lock(m_mutex);
+    return m_chunkFiles;
+}
+
 void TakeBuffer::changeSampleRate(double hertz) {
     const auto [samples, before] = takeSamples();
     const std::vector<float> changed = resampleLinearly(samples, before, hertz);

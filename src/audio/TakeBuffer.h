@@ -66,6 +66,18 @@ public:
     Place append(std::span<const float> samples);
     Taken end();
 
+    /// What a whole take has behind its first `from` samples since the last cut, a second of it at most; `chunk` is how
+    /// often it was cut. After a new cut it begins anew. Nothing between takes and while a cut is being made.
+    struct Part {
+        std::size_t chunk = 0;
+        std::size_t from = 0;
+        std::vector<float> samples;
+        double sampleRate = 0; // hertz
+    };
+    std::optional<Part> partFrom(std::size_t chunk, std::size_t from) const;
+    /// The chunks that were cut from the running take so far.
+    std::vector<std::filesystem::path> chunkFiles() const;
+
     /// Moves out what has come since the last call. Nothing between takes and in a whole take.
     TakenSamples takeSamples();
     /// Goes on at another rate, to which it brings the samples that it has. In a take in pieces, while no tap runs.

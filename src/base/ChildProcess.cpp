@@ -35,7 +35,10 @@ int startChild(std::vector<std::string> command, const ChildStreams& streams, pi
 
     posix_spawn_file_actions_t files;
     ::posix_spawn_file_actions_init(&files);
-    ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (streams.input >= 0)
+        ::posix_spawn_file_actions_adddup2(&files, streams.input, STDIN_FILENO);
+    else
+        ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     if (streams.output >= 0)
         ::posix_spawn_file_actions_adddup2(&files, streams.output, STDOUT_FILENO);
     if (streams.complaints >= 0)

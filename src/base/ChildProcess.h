@@ -6,14 +6,15 @@
 
 namespace fenlo {
 
-/// Where a child writes; -1 leaves it this program's own stream.
+/// What a child reads, -1 for nothing, and where it writes; there -1 leaves it this program's own stream.
 struct ChildStreams {
+    int input = -1;
     int output = -1;
     int complaints = -1; // its standard error
 };
 
-/// Starts a program that is looked up in PATH, or named by its path. It reads nothing on its standard input, no signal
-/// is blocked in it, no other file of ours is open in it, and only "/proc/self/exe", this very program, sees the keys
+/// Starts a program that is looked up in PATH, or named by its path. No signal is blocked in it, no
+/// other file of ours is open in it, and only "/proc/self/exe", this very program, sees the keys
 /// in our environment. The caller waits for its end.
 ///
 /// Threads: any.

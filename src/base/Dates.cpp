@@ -11,6 +11,7 @@
 #include <unicode/datefmt.h>
 #include <unicode/gregocal.h>
 #include <unicode/timezone.h>
+#include <utility>
 
 namespace fenlo::dates {
 
@@ -148,6 +149,14 @@ std::tm localTime(Moment moment) {
     return local;
 }
 
+/// By the C library and not by ICU, whose data are megabytes to read: the start asks for the day.
+std::string localText(Moment moment, const char* format) {
+    const std::tm local = localTime(moment);
+    std::array<char, 32> shown{};
+    std::strftime(shown.data(), shown.size(), format, &local);
+    return shown.data();
+}
+
 /// The moment at which local clocks show this time, the first where they show it twice, an hour apart.
 Moment momentOf(sys_days day, seconds time) {
     const year_month_day date(day);
@@ -167,11 +176,7 @@ Moment momentOf(sys_days day, seconds time) {
 } // namespace
 
 std::string localDay(Moment moment) {
-    LocalCalendar calendar(moment);
-    std::array<char, 40> day{};
-    std::snprintf(day.data(), day.size(), "%04d-%02d-%02d", calendar.get(UCAL_YEAR), calendar.get(UCAL_MONTH) + 1,
-                  calendar.get(UCAL_DATE));
-    return day.data();
+    return localText(moment, "%Y-%m-%d");
 }
 
 int localHour(Moment moment) {
@@ -179,17 +184,11 @@ int localHour(Moment moment) {
 }
 
 std::string localMinute(Moment moment) {
-    const std::tm local = localTime(moment);
-    std::array<char, 32> shown{};
-    std::strftime(shown.data(), shown.size(), "%Y-%m-%d %H:%M", &local);
-    return shown.data();
+    return localText(moment, "%Y-%m-%d %H:%M");
 }
 
 std::string localStamp(Moment moment) {
-    const std::tm local = localTime(moment);
-    std::array<char, 32> shown{};
-    std::strftime(shown.data(), shown.size(), "%Y-%m-%d_%H-%M-%S", &local);
-    return shown.data();
+    return localText(moment, "%Y-%m-%d_%H-%M-%S");
 }
 
 std::optional<Moment> parseLocalStamp(std::string_view stamp) {
@@ -244,23 +243,32 @@ Moment monthsBefore(Moment moment, int months) {
 }
 
 struct MediumTexts::Format {
-    std::unique_ptr<icu::DateFormat> format;
+    /// Made with the first text: the data for it are megabytes, and often there is none to write. Null where it fails.
+    const icu::DateFormat* get() {
+        if (!std::exchange(m_isMade, true)) {
+            m_format.reset(icu::DateFormat::createDateTimeInstance(icu::DateFormat::kMedium, icu::DateFormat::kShort,
+                                                                   userLocale()));
+            if (m_format)
+                m_format->adoptTimeZone(currentZone().release());
+        }
+        return m_format.get();
+    }
+
+private:
+    bool m_isMade = false;
+    std::unique_ptr<icu::DateFormat> m_format;
 };
 
-MediumTexts::MediumTexts()
-    : m_format(new Format{std::unique_ptr<icu::DateFormat>(
-          icu::DateFormat::createDateTimeInstance(icu::DateFormat::kMedium, icu::DateFormat::kShort, userLocale()))}) {
-    if (m_format->format)
-        m_format->format->adoptTimeZone(currentZone().release());
-}
+MediumTexts::MediumTexts() : m_format(new Format) {}
 
 MediumTexts::~MediumTexts() = default;
 
 std::string MediumTexts::of(Moment moment) const {
-    if (!m_format->format)
+    const icu::DateFormat* const format = m_format->get();
+    if (!format)
         return isoTimestamp(moment);
     icu::UnicodeString shown;
-    m_format->format->format(toIcu(moment), shown);
+    format->format(toIcu(moment), shown);
     // Newer locale data put a narrow no-break space before "AM"; programs read the text too.
     shown.findAndReplace(icu::UnicodeString(static_cast<UChar32>(0x202F)), icu::UnicodeString(u' '));
     std::string text;

@@ -37,9 +37,11 @@ fs::path cacheDirectory() {
 bool makePrivateDirectory(const fs::path& directory) {
     std::error_code error;
     fs::create_directories(directory, error);
-    if (!fs::is_directory(directory, error))
+    const fs::file_status status = fs::status(directory, error);
+    if (!fs::is_directory(status))
         return false;
-    fs::permissions(directory, fs::perms::owner_all, error);
+    if ((status.permissions() & fs::perms::sticky_bit) == fs::perms::none)
+        fs::permissions(directory, fs::perms::owner_all, error);
     return true;
 }
 

@@ -19,8 +19,8 @@ std::filesystem::path dataDirectory();
 /// `$XDG_CACHE_HOME/fenlo`, by default `~/.cache/fenlo`, for files that can be made again.
 std::filesystem::path cacheDirectory();
 
-/// Makes the folder and its parents, and gives the folder itself, new or old, to its owner only. False when there is no
-/// such folder afterwards.
+/// Makes the folder and its parents, and gives the folder itself, new or old, to its owner only; one that all share,
+/// such as /tmp, stays theirs. False when there is no such folder afterwards.
 bool makePrivateDirectory(const std::filesystem::path& directory);
 
 /// The whole file, or nothing when it cannot be read.

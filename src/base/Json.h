@@ -20,5 +20,7 @@ std::string writeJson(const nlohmann::ordered_json& value, int indent = -1);
 
 /// The text as a JSON string in ASCII, which stays on one line whatever the text is.
 std::string quoteJson(std::string_view text);
+/// The same for an error text: cut short.
+std::string inQuotes(std::string_view text);
 
 } // namespace fenlo

@@ -60,7 +60,7 @@ bool isPunctuation(UChar32 c) {
     return u_ispunct(c) != 0;
 }
 
-constexpr std::string_view replacement = "\xEF\xBF\xBD"; // U+FFFD
+constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD"; // U+FFFD
 
 struct CodePoint {
     UChar32 value;          // negative where the bytes are not UTF-8
@@ -141,7 +141,7 @@ std::string repairUtf8(std::string_view text) {
     out.reserve(text.size());
     while (!text.empty()) {
         const CodePoint c = takeCodePoint(text);
-        out += c.value < 0 ? replacement : c.bytes;
+        out += c.value < 0 ? replacementCharacter : c.bytes;
     }
     return out;
 }
@@ -158,7 +158,7 @@ std::string withoutControls(std::string_view text) {
         else if ((c == '\r' && !text.starts_with('\n')) || c == nextLine)
             out += '\n';
         else if (c < 0)
-            out += replacement;
+            out += replacementCharacter;
         else if (c == '\n' || c == '\t' || u_charType(c) != U_CONTROL_CHAR)
             out += bytes;
     }

@@ -303,11 +303,11 @@ private:
     int m_session = 0; // the number of the session that is shown; 0 for none
     int m_lastNumber = 0;
     std::map<int, std::unique_ptr<MeetingRun>> m_runs;
-    std::map<int, Timer> m_awaitedNotes; // a session's notes are to be made; until when words are waited for
-    std::set<int> m_summarized;          // a language model is at work on them
-    std::set<int> m_takenUp;             // an earlier process left them behind
-    std::set<int> m_recovered;           // those of them that the user has not been told of yet
-    std::map<int, Timer> m_notesAgain;   // notes that failed are asked for once more
+    std::map<int, Timer> m_awaitedNotes;  // a session's notes are to be made; until when words are waited for
+    std::set<int> m_summarized;           // a language model is at work on them
+    std::set<int> m_takenUp;              // an earlier process left them behind
+    std::map<int, Recovered> m_recovered; // of those of them without a file, what to tell once it is there
+    std::map<int, Timer> m_notesAgain;    // notes that failed are asked for once more
 
     Changes m_changes;
     Changes m_levelChanges;

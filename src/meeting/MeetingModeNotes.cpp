@@ -109,7 +109,11 @@ void MeetingModeController::recoveredNotesMade(int number, const MeetingNotesWri
     if (hasFailed)
         logError("The notes of an interrupted meeting could not be made: {}", result.fault);
     meeting->noteNotes(Notes::settled);
-    if (result.notes)
+    if (!result.notes)
+        return;
+    if (const auto unfiled = m_recovered.find(number); unfiled != m_recovered.end())
+        unfiled->second = Recovered::notes;
+    else
         onRecovered(Recovered::notes);
 }
 

@@ -38,8 +38,10 @@ MeetingRun::Listener MeetingModeController::listenerOf(int number) {
             .onFiled =
                 [this, number] {
                     loadPastMeetings();
-                    if (runOf(number)->id() && m_recovered.erase(number) > 0)
-                        onRecovered(Recovered::meeting);
+                    if (!runOf(number)->id())
+                        return;
+                    if (const auto told = m_recovered.extract(number))
+                        onRecovered(told.mapped());
                 }};
 }
 
@@ -165,7 +167,7 @@ void MeetingModeController::takeUp(std::unique_ptr<RunningMeeting> folder) {
         [&](int its) { return std::make_unique<MeetingRun>(runServices(), listenerOf(its), std::move(folder)); });
     m_takenUp.insert(number);
     if (!isComplete)
-        m_recovered.insert(number);
+        m_recovered.emplace(number, Recovered::meeting);
     if (!areNotesDue)
         return;
     const bool isOld = m_services.clock.wallTime() - runOf(number)->record().date > oldestForNotes;

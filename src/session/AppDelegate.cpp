@@ -24,6 +24,7 @@ constexpr double microphoneCheckDelay = 1.0; // seconds after set-up
 constexpr double heartbeatInterval = 21600;  // seconds
 constexpr double signInInterval = 1800;      // seconds
 constexpr double keyringPatience = 3.0;      // seconds that the start waits for the keyring
+constexpr double triggerLimit = 300;         // seconds that a shortcut's release is waited for
 constexpr int meetingTab = 1;                // of the home window, as the next
 constexpr int historyTab = 4;
 
@@ -155,6 +156,12 @@ void AppDelegate::setUpApplication() {
 
     const std::string keyName = m_services.config.get().hotkey;
     logInfo("Ready.");
+    if (!m_services.keys.hotkeySubstitute().empty()) {
+        logInfo(
+            "No key is heard here. Hold a shortcut of the desktop to dictate; `fenlo doctor` tells which, or how to "
+            "get one");
+        return;
+    }
     logInfo("Hold [{}] to dictate", hotkeyLabel(keyName));
     if (const Hotkey* hotkey = findHotkey(keyName); !hotkey)
         logError("'{}' is no hotkey; choose another \"hotkey\" in {}", keyName, Config::defaultFile().string());
@@ -172,6 +179,7 @@ void AppDelegate::wireSession() {
     m_services.recorder.setOnSilence([&session] { session.silenceDetected(); });
     m_hotkey.onPress = [this, &session] {
         session.hotkeyPressed();
+        limitTrigger();
         if (m_hooks.isMeetingActive())
             m_hooks.refuseDictation();
     };
@@ -179,6 +187,38 @@ void AppDelegate::wireSession() {
     m_hotkey.onCommandRelease = [&session] { session.hotkeyReleased(); };
     m_hotkey.onCommandActivated = [&session] { session.commandActivated(); };
     m_hotkey.onChordDetected = [&session] { session.chordDetected(); };
+    wireTriggers();
+}
+
+void AppDelegate::wireTriggers() {
+    DictationSession& session = m_services.session;
+    m_hotkey.isRecording = [&session] { return session.isRecording(); };
+    m_hotkey.pressesToggle = [this] { return m_services.config.get().continuousMode; };
+    m_hotkey.onCancel = [this, &session] {
+        const bool isWaiting = session.isProcessing(), isAnswered = m_services.overlay.isResultShown();
+        if (isWaiting)
+            session.cancelProcessing();
+        else if (isAnswered)
+            m_services.overlay.hide();
+        return isWaiting || isAnswered;
+    };
+}
+
+/// The release of a desktop's shortcut may get lost, and nothing tells that the key is up.
+void AppDelegate::limitTrigger() {
+    m_triggerLimit.cancel();
+    if (!m_hotkey.awaitsRelease())
+        return;
+    m_triggerLimit = m_services.mainQueue.postAfter(triggerLimit, [this] {
+        const bool wasRecording = m_services.session.isRecording();
+        if (!m_hotkey.awaitsRelease())
+            return;
+        m_hotkey.endTriggered();
+        if (!wasRecording || m_services.session.isRecording())
+            return;
+        logInfo("No release of the shortcut was heard: the take ends here");
+        m_services.overlay.showNotice({"No release was heard", "Stopped after 5 minutes"});
+    });
 }
 
 void AppDelegate::observeNotifications() {

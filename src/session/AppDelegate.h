@@ -120,6 +120,8 @@ private:
     void refreshSignIn();
     void wireSession();
     void observeNotifications();
+    void wireTriggers();
+    void limitTrigger();
     void pauseHotkey();
     void resumeHotkey();
     void checkAccessibility();
@@ -135,6 +137,7 @@ private:
     bool m_wasCalled = false; // to show itself, while it was still deciding
     std::vector<NotificationCenter::Observation> m_observations;
     Timer m_keyringLimit;
+    Timer m_triggerLimit;
     Timer m_accessibilityTimer;
     Timer m_microphoneCheck;
     Timer m_heartbeat;

@@ -16,6 +16,7 @@
 #include "text/VoiceCorrection.h"
 
 #include <exception>
+#include <string_view>
 #include <utility>
 
 namespace fenlo {
@@ -23,6 +24,8 @@ namespace fenlo {
 namespace {
 
 constexpr double correctionDelay = 0.05; // seconds between selecting the old text and pasting over it
+
+constexpr std::string_view waitingLine = "Your text is on the clipboard";
 
 void pressAndRelease(KeyEvents& keys, std::uint16_t keyCode, std::uint64_t flags) {
     keys.post(keyCode, flags, KeyDirection::down);
@@ -89,7 +92,7 @@ void DictationSession::finishDictation(const outcome::Dictation& dictation, doub
         for (const std::string& action : dictation.actions)
             perform(action);
     if (!text::trimWhitespace(dictation.text).empty()) {
-        m_services.inserter.insertText(dictation.text);
+        insert(dictation.text);
         m_lastText = dictation.text;
         m_lastRawText = dictation.rawText;
         m_lastPasteTime = m_services.clock.now();
@@ -100,7 +103,7 @@ void DictationSession::finishDictation(const outcome::Dictation& dictation, doub
             m_services.tones.beep();
     }
     record(dictation.text.empty() ? "(command)" : dictation.text, duration);
-    m_services.overlay.hide();
+    endPill();
     if (!dictation.rewriteFailed)
         playEndTones(m_services.tones, m_services.config.get());
     m_services.menuBar.refreshMenu();
@@ -128,11 +131,11 @@ void DictationSession::applyVoiceCorrection(const std::string& correction, doubl
 }
 
 void DictationSession::deliverCorrection(const std::string& newText, double duration) {
-    m_services.inserter.insertText(newText);
+    insert(newText);
     m_lastText = newText;
     m_lastPasteTime = m_services.clock.now(); // the window opens again, so corrections can be chained
     record("(correction) " + newText, duration);
-    m_services.overlay.hide();
+    endPill();
     playEndTones(m_services.tones, m_services.config.get());
     m_services.menuBar.refreshMenu();
 }
@@ -141,8 +144,8 @@ void DictationSession::deliverCommandResult(const outcome::CommandAnswer& result
     m_lastText = result.answer;
     record("AI: " + result.answer, duration);
     if (result.context.hasTextField) {
-        m_services.inserter.insertText(result.answer);
-        m_services.overlay.hide();
+        insert(result.answer);
+        endPill();
     } else {
         m_services.overlay.showResult(result.answer);
     }
@@ -151,20 +154,33 @@ void DictationSession::deliverCommandResult(const outcome::CommandAnswer& result
 }
 
 void DictationSession::deliverFailedCommand(const std::string& rawText, double duration) {
-    m_services.inserter.insertText(rawText);
+    insert(rawText);
     // The user did not see these words arrive, so they go to the history.
-    if (m_hooks.isScreenLocked())
+    if (m_hooks.isScreenLocked() || m_textWaits)
         record(rawText, duration);
-    m_services.overlay.hide();
+    endPill();
     playEndTones(m_services.tones, m_services.config.get());
 }
 
 void DictationSession::deliverSnippet(const std::string& expansion, double duration) {
-    m_services.inserter.insertText(expansion);
+    insert(expansion);
     record(expansion, duration);
-    m_services.overlay.hide();
+    endPill();
     playEndTones(m_services.tones, m_services.config.get());
     m_services.menuBar.refreshMenu();
+}
+
+void DictationSession::insert(const std::string& text) {
+    m_textWaits = m_services.inserter.insertText(text) == TextInserter::Insertion::onClipboard;
+}
+
+/// Hides the pill, or tells the user what is left to do: also one who wants to see no pill would lose the text.
+void DictationSession::endPill() {
+    if (std::exchange(m_textWaits, false))
+        m_services.overlay.showNotice(
+            {"Press " + m_services.inserter.keys().pasteKeysName(), std::string(waitingLine)});
+    else
+        m_services.overlay.hide();
 }
 
 void DictationSession::record(const std::string& delivered, double duration) {

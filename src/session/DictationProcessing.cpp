@@ -5,6 +5,7 @@
 #include "base/Background.h"
 #include "base/Clock.h"
 #include "base/Log.h"
+#include "session/EarlyRecognition.h"
 #include "session/KeptTakes.h"
 #include "session/TakeNote.h"
 #include "settings/Config.h"
@@ -81,7 +82,10 @@ void DictationSession::walk(Job job, TakeListener listener, std::stop_token stop
             trouble.isKept = m_services.keptTakes.keep(*job.note);
         job.note.reset(); // from here on it can be tried again
     }
-    const bool isDelivered = mainQueue.call([&] { return deliver(result, job.take.duration, trouble); });
+    const bool isDelivered = mainQueue.call([&] {
+        m_services.early.drop();
+        return deliver(result, job.take.duration, trouble);
+    });
     if (!hasWords)
         return;
     if (isDelivered) {
@@ -102,6 +106,7 @@ TakeSituation DictationSession::situation() const {
 
 void DictationSession::cancelProcessing() {
     logInfo("Cancelled by user");
+    m_services.early.drop();
     m_isCancelled = true;
     if (m_isDropped)
         *m_isDropped = true;

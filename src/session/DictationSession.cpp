@@ -7,6 +7,7 @@
 #include "base/Clock.h"
 #include "base/Log.h"
 #include "base/Text.h"
+#include "session/EarlyRecognition.h"
 #include "session/FaultOf.h"
 #include "session/KeptTakes.h"
 #include "session/TakeNote.h"
@@ -48,6 +49,7 @@ void DictationSession::endTakeOnError(Work work) {
         logError("The take ends: {}", messageOf(std::current_exception()));
         m_isRecording = false;
         m_isCommandMode = false;
+        m_services.early.drop();
         if (m_services.recorder.isRecording())
             stopRecording();
         const bool isKept = m_note && m_services.keptTakes.keep(*m_note);
@@ -135,7 +137,9 @@ void DictationSession::beginRecording() {
         m_lifetime.bind([this, external, isReplacing] { recorderBecameReady(external, isReplacing); }));
     m_services.recorder.setOnFiles([note = m_note](const auto& files) { note->setChunks(files); });
     m_services.recorder.startRecording();
+    m_services.early.begin();
     m_hooks.warmConnection();
+    m_services.keys.prepareToPost();
     // A missing microphone is told at once, not after a minute of speech.
     m_hasToldFault = false;
     if (const auto fault = m_services.recorder.fault())
@@ -164,8 +168,10 @@ void DictationSession::silenceDetected() {
 
 void DictationSession::endRecording() {
     m_isRecording = false;
+    m_services.early.release();
     const Take take = stopRecording();
     if (take.chunks.empty()) {
+        m_services.early.drop();
         m_services.menuBar.setFace(IconFace::idle);
         const auto fault = m_services.recorder.fault();
         if (std::exchange(m_hasToldFault, false))
@@ -176,6 +182,7 @@ void DictationSession::endRecording() {
             m_services.overlay.hide();
         return;
     }
+    m_services.early.finish();
     m_services.menuBar.setFace(IconFace::processing);
     if (m_services.config.get().showOverlay)
         m_services.overlay.showProcessing();
@@ -205,6 +212,7 @@ void DictationSession::chordDetected() {
     m_isRecording = false;
     m_isCommandMode = false;
     // The user did not mean to dictate, so the recording is deleted.
+    m_services.early.drop();
     stopRecording();
     m_services.background.run([note = std::move(m_note)](std::stop_token) { note->discard(); });
     m_services.overlay.hide();
@@ -214,6 +222,7 @@ void DictationSession::chordDetected() {
 void DictationSession::willTerminate() {
     if (!std::exchange(m_isRecording, false))
         return;
+    m_services.early.drop();
     if (!stopRecording().chunks.empty())
         m_services.keptTakes.keep(*m_note);
     m_note.reset();

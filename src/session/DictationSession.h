@@ -19,6 +19,7 @@ class AudioRecorder;
 class Background;
 class Clock;
 class Config;
+class EarlyRecognition;
 class KeptTakes;
 class KeyEvents;
 class MenuBarController;
@@ -43,6 +44,7 @@ struct SessionServices {
     MenuBarController& menuBar;
     TakePipeline& pipeline;
     KeptTakes& keptTakes;
+    EarlyRecognition& early;
 };
 
 /// What the session tells or asks the rest of the program; by default nothing happens.
@@ -138,6 +140,8 @@ private:
     void deliverSnippet(const std::string& text, double duration);
     void finishDictation(const outcome::Dictation& dictation, double duration);
     void perform(const std::string& action);
+    void insert(const std::string& text);
+    void endPill();
     void record(const std::string& text, double duration);
 
     SessionServices m_services;
@@ -147,6 +151,7 @@ private:
     bool m_isProcessing = false;
     std::atomic<bool> m_isCancelled = false; // read by the worker
     bool m_isCommandMode = false;
+    bool m_textWaits = false;                // on the clipboard, for the user to paste it
     std::optional<double> m_recordStartTime; // seconds of Clock::now()
     std::string m_lastText;                  // delivered last
     std::string m_lastRawText;               // the transcript behind it

@@ -65,6 +65,18 @@ bool EditingKeys::paste() {
     return true;
 }
 
+std::string EditingKeys::pasteKeysName() {
+    switch (pasteChord()) {
+    case PasteChord::controlShiftV:
+        return "Ctrl+Shift+V";
+    case PasteChord::shiftInsert:
+        return "Shift+Insert";
+    case PasteChord::controlV:
+        break;
+    }
+    return "Ctrl+V";
+}
+
 bool EditingKeys::type(const std::string& text) {
     m_keys.releaseModifiers(modifierPatience);
     return !m_workspace.isScreenLocked() && m_keys.type(text);

@@ -25,6 +25,8 @@ public:
     /// Waits until the user holds no modifier, then pastes. False, with a log line, when nothing was posted because
     /// there is no key for it or the screen is locked.
     bool paste();
+    /// The same keys in words for the user, such as "Ctrl+V".
+    std::string pasteKeysName();
     /// Waits as paste() does, then types the text key by key. False when the layout lacks a character or the screen is
     /// locked.
     bool type(const std::string& text);

@@ -4,6 +4,7 @@
 #include "platform/KeyCodes.h"
 
 #include <array>
+#include <utility>
 
 namespace fenlo {
 
@@ -40,6 +41,11 @@ std::string hotkeyLabel(const std::string& name) {
     return hotkey ? hotkey->label : name;
 }
 
+std::string heldLabel(const KeyEvents& keys, const std::string& name) {
+    const std::string substitute = keys.hotkeySubstitute();
+    return substitute.empty() ? hotkeyLabel(name) : substitute;
+}
+
 HotkeyListener::HotkeyListener(KeyEvents& events, const std::string& keyName)
     : m_events(events), m_target(findHotkey(keyName)) {}
 
@@ -47,19 +53,22 @@ void HotkeyListener::start() {
     const auto sources = m_events.listen({
         .onFlagsChanged = [this](ModifierChange change) { handleFlags(change); },
         .onKeyDown = [this](std::uint16_t keyCode) { handleKeyDown(keyCode); },
+        .onTrigger = [this](Trigger trigger) { return handleTrigger(trigger); },
     });
+    m_hearsKeys = sources.global;
     logInfo("Hotkey monitors registered: global={}, local={}, eventTap={}", sources.global, sources.local,
             sources.eventTap);
 }
 
 void HotkeyListener::stop() {
     m_events.stopListening();
-    m_pressed = false; // the release would not be heard, and the next press not be one
+    m_holder = Holder::nobody; // the release would not be heard, and the next press not be one
 }
 
 void HotkeyListener::setKey(const std::string& keyName) {
     m_target = findHotkey(keyName);
-    m_pressed = false;
+    if (m_holder == Holder::key)
+        m_holder = Holder::nobody;
     logInfo("Hotkey changed to: {}", hotkeyLabel(keyName));
 }
 
@@ -67,19 +76,27 @@ void HotkeyListener::handleFlags(ModifierChange change) {
     if (!m_target)
         return;
     const bool active = (change.flags & m_target->flagMask) != 0;
-    if (active) {
-        // The key code tells the key from its twin on the other side of the keyboard.
-        if (change.keyCode == m_target->keyCode && !m_pressed) {
-            m_pressed = true;
-            m_commandMode = false;
-            m_chordDetected = false;
-            call(onPress);
-        }
+    // The key code tells the key from its twin on the other side of the keyboard.
+    if (active && change.keyCode == m_target->keyCode)
+        press(Holder::key);
+    else if (!active && m_holder == Holder::key)
+        release();
+}
+
+void HotkeyListener::press(Holder holder) {
+    // A take that a trigger holds may have ended by itself.
+    if (isHeldByTrigger() && !isRecording())
+        m_holder = Holder::nobody;
+    if (m_holder != Holder::nobody)
         return;
-    }
-    if (!m_pressed)
-        return;
-    m_pressed = false;
+    m_holder = holder;
+    m_commandMode = false;
+    m_chordDetected = false;
+    call(onPress);
+}
+
+void HotkeyListener::release() {
+    m_holder = Holder::nobody;
     if (m_chordDetected)
         m_chordDetected = false;
     else
@@ -89,7 +106,7 @@ void HotkeyListener::handleFlags(ModifierChange change) {
 
 void HotkeyListener::handleKeyDown(std::uint16_t keyCode) {
     // Only the first key after the modifier counts.
-    if (!m_pressed || m_chordDetected || m_commandMode)
+    if (m_holder != Holder::key || m_chordDetected || m_commandMode)
         return;
     if (keyCode == key::space) {
         m_commandMode = true;
@@ -100,6 +117,61 @@ void HotkeyListener::handleKeyDown(std::uint16_t keyCode) {
         logInfo("Chord detected (hotkey + key), cancelling recording");
         call(onChordDetected);
     }
+}
+
+TriggerOutcome HotkeyListener::handleTrigger(Trigger trigger) {
+    switch (trigger) {
+    case Trigger::press:
+        press(Holder::trigger);
+        break;
+    case Trigger::release:
+        return endTriggered();
+    case Trigger::toggle:
+        toggle();
+        break;
+    case Trigger::command:
+        return becomeCommand();
+    case Trigger::cancel:
+        return cancel();
+    }
+    return TriggerOutcome::done;
+}
+
+TriggerOutcome HotkeyListener::endTriggered() {
+    if (!isHeldByTrigger())
+        return TriggerOutcome::nothingUnderWay;
+    release();
+    return TriggerOutcome::done;
+}
+
+void HotkeyListener::toggle() {
+    if (pressesToggle()) {
+        press(Holder::toggle);
+        endTriggered();
+    } else if (isHeldByTrigger() && isRecording()) {
+        release();
+    } else {
+        press(Holder::toggle);
+    }
+}
+
+TriggerOutcome HotkeyListener::becomeCommand() {
+    if (!isRecording() || m_chordDetected)
+        return TriggerOutcome::nothingUnderWay;
+    if (std::exchange(m_commandMode, true))
+        return TriggerOutcome::done;
+    logInfo("Command mode activated (triggered)");
+    call(onCommandActivated);
+    return TriggerOutcome::done;
+}
+
+TriggerOutcome HotkeyListener::cancel() {
+    if (!isRecording() || m_chordDetected)
+        return onCancel() ? TriggerOutcome::done : TriggerOutcome::nothingUnderWay;
+    m_chordDetected = m_holder != Holder::nobody; // its release then says nothing
+    logInfo("Recording cancelled (triggered)");
+    call(onChordDetected);
+    return TriggerOutcome::done;
 }
 
 } // namespace fenlo

@@ -15,7 +15,22 @@ constexpr double settleDelay = 0.200; // seconds from setting the clipboard to t
 constexpr double restoreDelay = 1.0;  // seconds the text stays on the clipboard
 constexpr double readLimit = 0.150;   // seconds for what is on the clipboard
 constexpr std::size_t loggedCharacters = 60;
-constexpr std::size_t typedCharacters = 120; // typing longer texts would take longer than a paste
+/// Seconds that a text waits on the clipboard for the user: long enough for everyone who reads that it does, and what
+/// was there before is not lost.
+constexpr double userDelay = 300;
+
+/// Longer texts would take longer than a paste, or for ever.
+std::size_t typedCharacters(TextInserter::Typing typing) {
+    switch (typing) {
+    case TextInserter::Typing::shortTexts:
+        return 120;
+    case TextInserter::Typing::allTexts:
+        return 2000;
+    case TextInserter::Typing::none:
+        break;
+    }
+    return 0;
+}
 
 } // namespace
 
@@ -29,15 +44,15 @@ TextInserter::~TextInserter() {
         restore.run();
 }
 
-void TextInserter::insertText(const std::string& text) {
+TextInserter::Insertion TextInserter::insertText(const std::string& text) {
     if (text.empty())
-        return;
+        return Insertion::done;
     if (m_workspace.isScreenLocked()) {
         logInfo("Screen locked: nothing is pasted");
-        return;
+        return Insertion::done;
     }
     if (typeInstead(text))
-        return;
+        return Insertion::done;
     auto restore = keepClipboard();
     m_pasteboard.clear();
     // Some programs paste the primary selection, so the text is offered there too for the moment.
@@ -45,15 +60,20 @@ void TextInserter::insertText(const std::string& text) {
     logInfo("Clipboard set to: {}...", text::firstCharacters(text, loggedCharacters));
     m_clock.sleep(settleDelay);
     const bool isPasted = pasteKeystroke();
-    if (isPasted || !m_accessibility.trusted() || m_workspace.isScreenLocked())
-        return restoreLater(std::move(restore));
+    const bool mayWait = m_accessibility.trusted() || m_options.waitsWithoutTrust;
+    if (isPasted || !mayWait || m_workspace.isScreenLocked()) {
+        restoreLater(std::move(restore), restoreDelay);
+        return Insertion::done;
+    }
     logError("No key of this keyboard pastes; the text stays on the clipboard");
     m_restores.clear(); // the clipboard of an earlier paste must not replace the text
+    restoreLater(std::move(restore), userDelay);
+    return Insertion::onClipboard;
 }
 
 bool TextInserter::typeInstead(const std::string& text) {
-    if (!m_options.typesShortTexts() || text::characterCount(text) > typedCharacters || !m_accessibility.trusted() ||
-        !m_keys.type(text))
+    const std::size_t most = typedCharacters(m_options.typing());
+    if (most == 0 || text::characterCount(text) > most || !m_accessibility.trusted() || !m_keys.type(text))
         return false;
     logInfo("Typed: {}...", text::firstCharacters(text, loggedCharacters));
     return true;
@@ -87,9 +107,9 @@ std::function<void()> TextInserter::keepClipboard() {
     };
 }
 
-void TextInserter::restoreLater(std::function<void()> run) {
+void TextInserter::restoreLater(std::function<void()> run, double delay) {
     const auto restore = m_restores.insert(m_restores.end(), {std::move(run), {}});
-    restore->timer = m_mainQueue.postAfter(restoreDelay, [this, restore] {
+    restore->timer = m_mainQueue.postAfter(delay, [this, restore] {
         restore->run();
         m_restores.erase(restore);
     });

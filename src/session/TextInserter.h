@@ -29,11 +29,25 @@ public:
         everything, // the whole content, unless something else has been copied meanwhile
     };
 
+    enum class Typing {
+        none,
+        shortTexts, // of up to 120 characters, so that they do not appear in a clipboard history
+        allTexts,   // of up to 2000 characters, for programs that refuse to paste
+    };
+
     struct Options {
         Returning returning = Returning::text;
-        /// Whether texts of up to 120 characters are typed instead, if the keyboard has keys for them, so that they do
-        /// not appear in a clipboard history.
-        std::function<bool()> typesShortTexts = [] { return false; };
+        /// Which texts are typed instead, if the keyboard has keys for them.
+        std::function<Typing()> typing = [] { return Typing::none; };
+        /// A text that could not be pasted waits on the clipboard for the user also where the program may press no key
+        /// at all; without this it waits there for a second.
+        bool waitsWithoutTrust = false;
+    };
+
+    /// Where an inserted text is.
+    enum class Insertion {
+        done,        // at the cursor, as far as one can know
+        onClipboard, // it waits for the user to paste it, since nothing here can press the keys
     };
 
     TextInserter(Pasteboard& pasteboard, KeyEvents& keys, Accessibility& accessibility, Workspace& workspace,
@@ -46,7 +60,7 @@ public:
     TextInserter(const TextInserter&) = delete;
     TextInserter& operator=(const TextInserter&) = delete;
 
-    void insertText(const std::string& text);
+    Insertion insertText(const std::string& text);
     /// Leaves the text on the clipboard for good.
     void copyToClipboard(const std::string& text);
     /// The paste keys of whatever has the focus. False when none were posted.
@@ -62,7 +76,7 @@ private:
     bool typeInstead(const std::string& text);
     /// Reads the clipboard now. Returns a function that restores it.
     std::function<void()> keepClipboard();
-    void restoreLater(std::function<void()> restore);
+    void restoreLater(std::function<void()> restore, double delay);
 
     Pasteboard& m_pasteboard;
     Accessibility& m_accessibility;

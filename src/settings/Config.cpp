@@ -44,8 +44,8 @@ constexpr auto fields = std::make_tuple(
     Field{"dictation_types", &Settings::dictationTypes},
     Field{"meeting_email_recipients", &Settings::meetingEmailRecipients}, Field{"mic_mode", &Settings::micMode},
     Field{"mic_device", &Settings::micDevice}, Field{"type_short_texts", &Settings::typeShortTexts},
-    Field{"keep_failed_takes", &Settings::keepFailedTakes}, Field{"colour_scheme", &Settings::colourScheme},
-    Field{"check_for_updates", &Settings::checkForUpdates});
+    Field{"type_all_texts", &Settings::typeAllTexts}, Field{"keep_failed_takes", &Settings::keepFailedTakes},
+    Field{"colour_scheme", &Settings::colourScheme}, Field{"check_for_updates", &Settings::checkForUpdates});
 
 void take(const Json& value, std::string& field) {
     if (value.is_string())

@@ -53,6 +53,7 @@ struct Settings {
     Choice<MicMode> micMode = MicMode::studio;
     std::string micDevice;       // key of an InputDevice; empty for the desktop's default
     bool typeShortTexts = false; // instead of pasting them, which leaves a trace in some clipboard histories
+    bool typeAllTexts = false;   // for programs that refuse to paste
     bool keepFailedTakes = true; // or what was not recognised is deleted
     Choice<ColourScheme> colourScheme = ColourScheme::system;
     bool checkForUpdates = false; // once a day, where the deployment has updates

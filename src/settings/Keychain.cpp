@@ -17,8 +17,11 @@ std::optional<std::string> Keychain::load(const std::string& name) {
     return value.text;
 }
 
-void Keychain::remove(const std::string& name) {
-    m_store.remove(name);
+bool Keychain::remove(const std::string& name) {
+    const auto error = m_store.remove(name);
+    if (error)
+        logError("Keychain removal failed for '{}': {}", name, *error);
+    return !error;
 }
 
 bool Keychain::answers() {

@@ -45,9 +45,8 @@ std::optional<std::string> storeKey(const ServiceKey& key, const std::string& va
 }
 
 std::optional<std::string> removeKey(const ServiceKey& key, SecureStore& store) {
-    store.remove(key.account);
-    if (store.load(key.account).status != SecureStore::Status::notFound)
-        return std::string("the keyring did not remove the key of ") + key.name;
+    if (const auto error = store.remove(key.account))
+        return std::string("the keyring did not remove the key of ") + key.name + ": " + *error;
     return {};
 }
 

@@ -29,7 +29,6 @@ MenuBarController::MenuBarController(Config& config, StatusItem& statusItem, Not
                                      Workspace& workspace, const Deployment& deployment, MenuSources sources)
     : m_config(config), m_statusItem(statusItem), m_notifications(notifications), m_workspace(workspace),
       m_deployment(deployment), m_sources(std::move(sources)) {
-    refreshMenu();
     setFace(IconFace::idle);
     m_hotkeyChanged = notifications.observe(notification::hotkeyChanged, [this](const auto&) { refreshMenu(); });
     m_settingsChanged = config.watch([this] { refreshMenu(); });

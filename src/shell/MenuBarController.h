@@ -39,7 +39,7 @@ struct MenuSources {
 /// Threads: main thread only.
 class MenuBarController {
 public:
-    /// All references outlive the controller. The menu is there when this returns.
+    /// All references outlive the controller. The menu is there after the first refreshMenu().
     MenuBarController(Config& config, StatusItem& statusItem, NotificationCenter& notifications, Workspace& workspace,
                       const Deployment& deployment, MenuSources sources);
     MenuBarController(const MenuBarController&) = delete;

@@ -53,6 +53,7 @@ public:
     /// Adds the "AI" badge to the running pill.
     void showCommandMode();
     void showResult(const std::string& text);
+    bool isResultShown() const { return m_mode == Mode::result; }
     void showMeeting();
     void updateMeetingTime(double seconds);
     /// Fades out what is shown; the next show opens a new window.

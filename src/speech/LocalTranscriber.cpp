@@ -31,6 +31,7 @@ whisper::DecodingOptions optionsFor(const std::string& language) {
     options.firstTokenLogProbThreshold = -1.5f;
     options.noSpeechThreshold = 0.6f;
     options.losesNoSpeech = true;
+    options.endsAtLastSound = true;
     options.skipSpecialTokens = true; // the guards compare whole phrases, without markers
     return options;
 }
@@ -116,13 +117,45 @@ std::optional<SetupStep> LocalTranscriber::setupStep() const {
 
 std::string LocalTranscriber::transcribe(const fs::path& audio, const std::string& language,
                                          std::stop_token stop) const {
-    const auto engine = m_state.with([](const State& state) { return state.whisperEngine; });
-    if (!engine)
-        throw LocalTranscriberError(LocalTranscriberError::Kind::notReady, "the on-device engine is not ready");
+    const auto whisperEngine = engine();
     const double begin = m_clock.now();
-    const std::string text = keptText((*engine)(audio, optionsFor(language), stop));
+    const std::size_t takenBefore = m_early.taken();
+    const Clip clip{.sound = audio, .answer = m_early.finished(stop)};
+    const std::string text = keptText((*whisperEngine)(clip, optionsFor(language), stop));
+    if (const std::size_t taken = m_early.taken() - takenBefore)
+        logInfo("LocalTranscriber: {} windows were recognised before the end", taken);
     logInfo("LocalTranscriber: {:.2f}s — '{}'", m_clock.now() - begin, text::firstCharacters(text, 60));
     return text;
+}
+
+std::shared_ptr<const LocalTranscriber::Engine> LocalTranscriber::engine() const {
+    auto engine = m_state.with([](const State& state) { return state.whisperEngine; });
+    if (!engine)
+        throw LocalTranscriberError(LocalTranscriberError::Kind::notReady, "the on-device engine is not ready");
+    return engine;
+}
+
+LocalTranscriber::Heard LocalTranscriber::recogniseAhead(std::span<const float> samples, Extent extent,
+                                                         const std::string& language,
+                                                         const std::stop_source& stop) const {
+    whisper::DecodingOptions options = optionsFor(language);
+    if (extent == Extent::fullWindows) {
+        if (samples.size() < windowLength)
+            return {};
+        options.maxWindowSeek = static_cast<int>(samples.size() - windowLength) + 1; // where no window begins any more
+        options.endsAtLastSound = false;
+    }
+    Heard heard;
+    const Clip clip{.sound = samples, .answer = m_early.ahead(stop), .checkpoint = [&](const auto& checkpoint, auto&&) {
+                        heard.nextWindow = static_cast<std::size_t>(checkpoint.seek);
+                    }};
+    heard.text = keptText((*engine())(clip, options, stop.get_token()));
+    return heard;
+}
+
+void LocalTranscriber::recogniseAhead(const fs::path& audio, const std::string& language,
+                                      const std::stop_source& stop) const {
+    (*engine())({.sound = audio, .answer = m_early.ahead(stop)}, optionsFor(language), stop.get_token());
 }
 
 bool LocalTranscriber::isModelDownloaded() const {

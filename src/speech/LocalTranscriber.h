@@ -1,17 +1,23 @@
 #pragma once
 
+#include "WhisperEngine/AudioTime.h"
 #include "WhisperEngine/DecodingOptions.h"
+#include "WhisperEngine/TranscriptionCheckpoint.h"
 #include "WhisperEngine/TranscriptionResult.h"
 #include "base/Guarded.h"
+#include "speech/EarlyWindows.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <stop_token>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace fenlo {
@@ -38,9 +44,15 @@ struct SetupStep {
 /// Errors:  setup() throws nothing; transcribe() throws LocalTranscriberError and the engine's errors as they are.
 class LocalTranscriber {
 public:
-    /// A loaded engine: an audio file in, results out. Throws what went wrong.
+    /// What an engine is to recognise, and what it asks and tells meanwhile.
+    struct Clip {
+        std::variant<std::filesystem::path, std::span<const float>> sound; // a file, or samples at 16 kHz
+        whisper::WindowAnswer answer = {};
+        whisper::CheckpointCallback checkpoint = {};
+    };
+    /// A loaded engine: a clip in, results out. Throws what went wrong.
     using Engine = std::function<std::vector<whisper::TranscriptionResult>(
-        const std::filesystem::path& audio, const whisper::DecodingOptions& options, std::stop_token stop)>;
+        const Clip& clip, const whisper::DecodingOptions& options, std::stop_token stop)>;
     using Steps = std::function<void(const SetupStep&)>;
     /// Makes an engine of the model `name` with its files in `folder`: downloads, compiles and loads it, which may take
     /// minutes. `steps` may be empty. Throws what went wrong.
@@ -63,6 +75,24 @@ public:
     /// `language` is a code or "auto".
     std::string transcribe(const std::filesystem::path& audio, const std::string& language, std::stop_token stop) const;
 
+    static constexpr std::size_t windowLength = 30 * static_cast<std::size_t>(whisper::sampleRate); // samples
+    /// How much of a clip that still grows is recognised: only the windows that will not change, or all of it, as if it
+    /// ended here.
+    enum class Extent { fullWindows, everything };
+    /// What a run ahead gives.
+    struct Heard {
+        std::size_t nextWindow = 0; // samples: where the first window begins that was not decoded
+        std::string text;
+    };
+    /// Recognises the beginning of a clip, or a finished clip's file, before somebody asks for its text: transcribe()
+    /// then takes what it finds of it, see EarlyWindows. One at a time, between the beginning and the end of a take;
+    /// throws as transcribe() does, and ends in the engine's kind `cancelled` within 50 ms of a stop request.
+    Heard recogniseAhead(std::span<const float> samples, Extent extent, const std::string& language,
+                         const std::stop_source& stop) const;
+    void recogniseAhead(const std::filesystem::path& audio, const std::string& language,
+                        const std::stop_source& stop) const;
+    EarlyWindows& early() const { return m_early; }
+
     /// Whether the folder holds a model of the name, without starting the engine.
     bool isModelDownloaded() const;
 
@@ -74,11 +104,14 @@ private:
         std::string fault;
     };
 
+    std::shared_ptr<const Engine> engine() const;
+
     const std::string m_model;
     const std::filesystem::path m_modelFolder;
     const EngineMaker m_makeEngine;
     Clock& m_clock;
     Guarded<State> m_state;
+    mutable EarlyWindows m_early;
 };
 
 } // namespace fenlo

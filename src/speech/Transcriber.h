@@ -47,6 +47,9 @@ public:
     /// Opens a connection to the service that the next clip will go to, when its key is at hand.
     void warmConnection();
 
+    /// Whether the next clip goes to the engine on this machine.
+    bool staysHere() const { return goesToLocalEngine(m_config.get()); }
+
     std::optional<TranscriptionMeta> lastMeta() const;
 
     /// Notes a text that was delivered.

@@ -1,6 +1,7 @@
 #include "ui/FloatingWindow.h"
 
 #include "shell/PillStyle.h"
+#include "ui/Milliseconds.h"
 #include "ui/X11Desktop.h"
 
 #include <QBitmap>
@@ -13,14 +14,6 @@
 #include <cmath>
 
 namespace fenlo {
-
-namespace {
-
-int milliseconds(double seconds) {
-    return static_cast<int>(std::lround(seconds * 1000));
-}
-
-} // namespace
 
 FloatingWindow::FloatingWindow(double cornerRadius, int margin)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus |
@@ -74,7 +67,7 @@ void FloatingWindow::animateWidth(double width, double seconds) {
     }
     m_growth.setStartValue(m_size.width());
     m_growth.setEndValue(width);
-    m_growth.setDuration(milliseconds(seconds));
+    m_growth.setDuration(inMilliseconds(seconds));
     m_growth.setEasingCurve(QEasingCurve::OutCubic);
     m_growth.start();
 }
@@ -144,7 +137,7 @@ void FloatingWindow::fadeIn(double seconds) {
         setWindowOpacity(0);
         m_fade.setStartValue(0.0);
         m_fade.setEndValue(1.0);
-        m_fade.setDuration(milliseconds(seconds));
+        m_fade.setDuration(inMilliseconds(seconds));
         m_fade.start();
     }
     show();
@@ -162,7 +155,7 @@ void FloatingWindow::fadeOut(double seconds, std::function<void()> done) {
     connect(&m_fade, &QPropertyAnimation::finished, this, std::move(done));
     m_fade.setStartValue(windowOpacity());
     m_fade.setEndValue(0.0);
-    m_fade.setDuration(milliseconds(seconds));
+    m_fade.setDuration(inMilliseconds(seconds));
     m_fade.start();
 }
 

@@ -6,6 +6,7 @@
 #include <QFontMetricsF>
 #include <QPainter>
 #include <algorithm>
+#include <chrono>
 
 namespace fenlo {
 
@@ -14,6 +15,8 @@ namespace {
 /// The first that is installed is used.
 const QStringList houseFonts{QStringLiteral("Avenir Next"), QStringLiteral("Inter")};
 const QString digits = QStringLiteral("0123456789");
+
+constexpr std::chrono::milliseconds startUp(500); // the program's; before any take
 
 /// The widest digit, or 0 when all are equal.
 double unequalDigitWidth(const QFontMetricsF& metrics) {
@@ -50,11 +53,20 @@ QFont interfaceFont(double size, QFont::Weight weight) {
     return font;
 }
 
-PillFonts::PillFonts()
-    : m_faces{Face{interfaceFont(14, QFont::Medium)}, Face{interfaceFont(11, QFont::DemiBold)},
-              Face{interfaceFont(10, QFont::Medium)}} {
-    Face& text = m_faces[static_cast<std::size_t>(PillFont::text)];
-    text.digitWidth = unequalDigitWidth(QFontMetricsF(text.font));
+PillFonts::PillFonts() {
+    m_lookUp.setSingleShot(true);
+    m_lookUp.callOnTimeout([this] { face(PillFont::text); });
+    m_lookUp.start(startUp);
+}
+
+const PillFonts::Face& PillFonts::face(PillFont font) const {
+    if (!m_faces) {
+        m_faces = {Face{interfaceFont(14, QFont::Medium)}, Face{interfaceFont(11, QFont::DemiBold)},
+                   Face{interfaceFont(10, QFont::Medium)}};
+        Face& text = m_faces->at(static_cast<std::size_t>(PillFont::text));
+        text.digitWidth = unequalDigitWidth(QFontMetricsF(text.font));
+    }
+    return m_faces->at(static_cast<std::size_t>(font));
 }
 
 double PillFonts::width(const std::string& text, PillFont font) const {

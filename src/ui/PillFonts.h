@@ -4,7 +4,9 @@
 
 #include <QFont>
 #include <QPointF>
+#include <QTimer>
 #include <array>
+#include <optional>
 
 class QPainter;
 
@@ -13,7 +15,11 @@ namespace fenlo {
 /// The house font at this size in points, or the desktop's own where it is not installed.
 QFont interfaceFont(double size, QFont::Weight weight);
 
-/// The fonts of the pill: how wide their texts are and how they are drawn.
+/// The fonts of the pill: how wide their texts are and how they are drawn. They are looked up with the first text, or a
+/// moment after they were made: to look up the first font of a program takes some ten milliseconds, which the start has
+/// no use for.
+///
+/// Threads: main thread only.
 class PillFonts {
 public:
     PillFonts();
@@ -27,9 +33,10 @@ private:
         QFont font;
         double digitWidth = 0; // of every digit, where the font's own differ; else 0
     };
-    const Face& face(PillFont font) const { return m_faces.at(static_cast<std::size_t>(font)); }
+    const Face& face(PillFont font) const;
 
-    std::array<Face, 3> m_faces;
+    mutable std::optional<std::array<Face, 3>> m_faces;
+    QTimer m_lookUp;
 };
 
 } // namespace fenlo

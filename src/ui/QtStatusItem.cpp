@@ -26,7 +26,7 @@ struct DropMenu {
 };
 using MenuPointer = std::unique_ptr<QMenu, DropMenu>;
 
-MenuPointer makeMenu(const std::vector<MenuItem>& items) {
+MenuPointer menuOf(const std::vector<MenuItem>& items) {
     MenuPointer menu(new QMenu);
     for (const MenuItem& item : items) {
         if (item.isSeparator) {
@@ -45,7 +45,7 @@ MenuPointer makeMenu(const std::vector<MenuItem>& items) {
 
 class QtStatusItem::Private {
 public:
-    Private() : m_menu(makeMenu({})), m_watch([this](TrayHost host) { useHost(host); }) {}
+    Private() : m_watch([this](TrayHost host) { useHost(host); }) {}
 
     void setFace(IconFace face) {
         m_face = face;
@@ -56,16 +56,23 @@ public:
     }
 
     void setMenu(std::vector<MenuItem> items) {
-        MenuPointer menu = makeMenu(items);
-        if (m_embedded)
-            m_embedded->setContextMenu(menu.get());
-        m_menu = std::move(menu);
+        m_items = items;
+        if (m_menu)
+            makeMenu();
         m_busMenu.setItems(std::move(items));
     }
 
     bool isShown() const { return m_notifier || m_embedded; }
 
 private:
+    /// Fonts and a style are loaded for it, which the icon of most panels never needs.
+    void makeMenu() {
+        MenuPointer menu = menuOf(m_items);
+        if (m_embedded)
+            m_embedded->setContextMenu(menu.get());
+        m_menu = std::move(menu);
+    }
+
     void useHost(TrayHost host) {
         m_notifier.reset();
         m_embedded.reset();
@@ -82,7 +89,7 @@ private:
     void embed() {
         m_embedded = std::make_unique<QSystemTrayIcon>(statusIcon(m_face));
         m_embedded->setToolTip(QStringLiteral("Fenlo"));
-        m_embedded->setContextMenu(m_menu.get());
+        makeMenu();
         QObject::connect(m_embedded.get(), &QSystemTrayIcon::activated, m_embedded.get(),
                          [this](QSystemTrayIcon::ActivationReason reason) {
                              if (reason == QSystemTrayIcon::Trigger)
@@ -91,10 +98,15 @@ private:
         m_embedded->show();
     }
 
-    void popUp() { m_menu->popup(QCursor::pos()); }
+    void popUp() {
+        if (!m_menu)
+            makeMenu();
+        m_menu->popup(QCursor::pos());
+    }
 
     IconFace m_face = IconFace::idle;
-    MenuPointer m_menu;
+    std::vector<MenuItem> m_items;
+    MenuPointer m_menu; // of the items, once it was needed
     BusMenu m_busMenu;
     std::unique_ptr<StatusNotifier> m_notifier;  // one of these two, while there is a panel
     std::unique_ptr<QSystemTrayIcon> m_embedded; // uses the menu, so it is destroyed first

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
+#include <tuple>
 #include <unistd.h>
 
 using namespace fenlo;
@@ -59,11 +60,11 @@ protected:
     static Outcome run(const std::string& arguments) { return shell(commandLine(arguments)); }
 
     /// The phrase again and again, with a second of silence after each: several windows.
-    static fs::path longRecording() {
+    static fs::path longRecording(int phrases) {
         const std::string one = files::read(phrase).value();
         const std::string samplesOfOne = one.substr(44) + std::string(32000, '\0');
         std::string data;
-        for (int i = 0; i < 16; ++i)
+        for (int i = 0; i < phrases; ++i)
             data += samplesOfOne;
         std::string header = one.substr(0, 44);
         const auto put = [&](std::size_t at, std::size_t value) {
@@ -76,8 +77,8 @@ protected:
         return home / "long.wav";
     }
 
-    /// Sends SIGINT once the second window is begun.
-    static Outcome interrupt(const std::string& arguments) {
+    /// Sends SIGINT once so many windows are begun.
+    static Outcome interrupt(const std::string& arguments, int begun) {
         FILE* log =
             ::popen(("exec 2>&1; echo $$; exec " + commandLine("--verbose --verbose " + arguments)).c_str(), "r");
         Outcome outcome;
@@ -89,7 +90,7 @@ protected:
             if (process == 0)
                 process = std::atoi(line.data());
             outcome.err += line.data();
-            if (std::string_view(line.data()).starts_with("Decoding Window Size") && ++windows == 2)
+            if (std::string_view(line.data()).starts_with("Decoding Window Size") && ++windows == begun)
                 ::kill(process, SIGINT);
         }
         const int status = ::pclose(log);
@@ -170,9 +171,36 @@ TEST_F(TranscribeCommand, WritesFilesAndOverwritesNone) {
     EXPECT_THAT(nowhere.err, HasSubstr("cannot write into /proc/none"));
 }
 
+TEST_F(TranscribeCommand, RecordingsSideBySideKeepTheirWordsAndTheirOrder) {
+    const std::string talk = longRecording(8).string() + " ";
+    const std::string alone = run(talk).out;
+    EXPECT_GT(alone.size(), 4 * std::string(phraseText).size());
+    const Outcome several = run(talk + phrase + " " + noise + " " + talk);
+    EXPECT_EQ(several.status, 3) << several.err;
+    EXPECT_EQ(several.out, alone + phraseText + alone);
+    const Outcome full = run(talk + phrase + " " + talk + " >/dev/full");
+    EXPECT_EQ(full.status, 1);
+    EXPECT_THAT(full.err, HasSubstr("fenlo: cannot write to standard output: No space left on device\n"));
+
+    const std::string arguments = "--output json " + talk + "--recursive " + (home / "copies").string() + " ";
+    fs::create_directories(home / "copies");
+    fs::copy_file(talk.substr(0, talk.size() - 1), home / "copies/copy.wav", fs::copy_options::overwrite_existing);
+    EXPECT_EQ(run(toFolder + arguments).status, 0);
+    const auto json = files::read(folder / "long.json");
+    fs::remove_all(folder);
+    const Outcome interrupted = interrupt(toFolder + arguments, 3);
+    EXPECT_EQ(interrupted.status, 130);
+    EXPECT_TRUE(fs::exists(folder / "long.partial") || fs::exists(folder / "copy.partial")) << interrupted.err;
+    const Outcome resumed = run(toFolder + "--resume " + arguments);
+    EXPECT_EQ(resumed.status, 0) << resumed.err;
+    EXPECT_EQ(files::read(folder / "long.json"), json);
+    EXPECT_EQ(files::read(folder / "copy.json"), json);
+}
+
 TEST_F(TranscribeCommand, AnInterruptedRunGoesOnToTheSameDocuments) {
-    const std::string arguments = "--output srt,json --word-timestamps " + longRecording().string() + " ";
-    for (const std::string cut : {"", "--vad --threads 1 "}) {
+    // Cut at its silences, eight windows at most are begun before one is done.
+    for (const auto& [cut, phrases, begun] : {std::tuple{"", 16, 2}, std::tuple{"--vad ", 48, 9}}) {
+        const std::string arguments = "--output srt,json --word-timestamps " + longRecording(phrases).string() + " ";
         fs::remove_all(folder);
         const Outcome whole = run(toFolder + cut + arguments);
         ASSERT_EQ(whole.status, 0) << whole.err;
@@ -180,7 +208,7 @@ TEST_F(TranscribeCommand, AnInterruptedRunGoesOnToTheSameDocuments) {
         const auto json = files::read(folder / "long.json");
         fs::remove_all(folder);
 
-        const Outcome interrupted = interrupt(toFolder + cut + arguments);
+        const Outcome interrupted = interrupt(toFolder + cut + arguments, begun);
         EXPECT_EQ(interrupted.status, 130);
         EXPECT_THAT(interrupted.err, HasSubstr("fenlo: interrupted; what was found is in"));
         EXPECT_TRUE(fs::exists(folder / "long.partial"));

@@ -92,4 +92,8 @@ TEST_F(Files, PrivateDirectoryIsForItsOwnerAlone) {
     EXPECT_EQ(fs::status(folder / "a" / "b").permissions(), fs::perms::owner_all);
     ASSERT_TRUE(files::writeAtomically(folder / "file", ""));
     EXPECT_FALSE(files::makePrivateDirectory(folder / "file"));
+    const auto shared = fs::perms::all | fs::perms::sticky_bit;
+    fs::permissions(folder / "a", shared);
+    ASSERT_TRUE(files::makePrivateDirectory(folder / "a"));
+    EXPECT_EQ(fs::status(folder / "a").permissions(), shared) << "a folder that all share";
 }

@@ -72,6 +72,8 @@ TAKES = (
     ),
     (
         Setting("General", "Status pill", None, "show_overlay", False, lambda take: take.pill == 0),
+        Setting("General", "Type every text instead of pasting", None, "type_all_texts", True,
+                lambda take: "[Fenlo] Typed:" in take.log),
         Setting("Dictation", "Key", "Left Shift", "hotkey", "shift_l",
                 lambda take: "Hold [Left Shift] to dictate" in take.menu),
         Setting("Language and text", "Output", "Output: Translate to English", "output_mode", "translate",
@@ -88,7 +90,7 @@ REFUSED = (
 # What is there to see at once.
 DESKTOP = (
     Setting("General", "Open at login", None, None, None,
-            lambda test: "Hidden=true" in (test.fenlo.home / ".config/autostart/fenlo.desktop").read_text()),
+            lambda test: "Hidden=true" in (test.fenlo.home / ".config/autostart/org.fenlo.Fenlo.desktop").read_text()),
     Setting("Microphone", "Built-in microphone before a wireless headset's", None, "mic_mode", "airpods",
             lambda test: "Recording from Headset" in test.labels()),
     Setting("Microphone", "Microphone", "Table", "mic_device", "table",

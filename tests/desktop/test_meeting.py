@@ -59,8 +59,8 @@ class Meetings(DesktopCase):
         desktop.press("Return")
         wait_for(lambda: self._rows(transcript)[0].name.startswith("Priya, "), "the name in its rows")
         self.assertFalse([row for row in self._rows(transcript) if row.name.startswith(label + ",")])
-        home.find("text", "Notes").focus()
-        desktop.type_text("Feed the dog")
+        notes = home.fill("Notes", "Feed the dog")
+        wait_for(lambda: notes.text == "Feed the dog", "the notes in their field")
         home.press_button("Copy All")
         wait_for(lambda: re.search(r"^Subject: Foxes\n\n\[\d+:\d\d\] Priya: ", desktop.clipboard() or ""), "the copy")
 

@@ -25,7 +25,7 @@ class Settings(DesktopCase):
         self.home.find("page tab", "Settings").press()
 
         self._section("General")
-        autostart = fenlo.home / ".config/autostart/fenlo.desktop"
+        autostart = fenlo.home / ".config/autostart/org.fenlo.Fenlo.desktop"
         self.assertNotIn("Hidden=true", autostart.read_text())
         self.home.find("check box", "Open at login").press()
         wait_for(lambda: "Hidden=true" in autostart.read_text(), "the desktop's entry to be switched off")

@@ -93,7 +93,7 @@ class Updates(DesktopCase):
         home.find("page tab", "Settings").press()
         home.find("list", "Sections").find("list item", "General").press()
         self.assertFalse(self.fenlo.settings()["check_for_updates"])
-        home.find("check box", "Type short texts instead of pasting").focus()
+        home.find("check box", "Type every text instead of pasting").focus()
         desktop.press("Tab")  # into view
         home.find("check box", "Look for updates once a day").press()
         wait_for(lambda: self.fenlo.settings()["check_for_updates"], "the setting in the file")

@@ -9,7 +9,7 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 using namespace fenlo;
 
@@ -146,6 +146,56 @@ TEST_F(Startup, NotificationsSteerTheHotkey) {
     EXPECT_TRUE(session.isRecording());
     workspace.lockScreen();
     EXPECT_FALSE(session.isRecording());
+}
+
+TEST_F(Startup, ATriggeredTakeWaitsForItsReleaseForALimitedTime) {
+    EXPECT_EQ(keys.trigger(Trigger::press), TriggerOutcome::notListening);
+    launchAndWait();
+    transcript = "Hello";
+    keys.trigger(Trigger::press);
+    speak(1.0);
+    keys.trigger(Trigger::release);
+    finish();
+    EXPECT_EQ(pasted(), std::vector<std::string>{"Hello"});
+
+    keys.trigger(Trigger::press); // and the desktop loses its release
+    speak(1.0);
+    mainQueue.advance(290);
+    EXPECT_TRUE(session.isRecording());
+    mainQueue.advance(10);
+    EXPECT_FALSE(session.isRecording());
+    mainQueue.runPosted();
+    EXPECT_THAT(pillText(), ::testing::HasSubstr("No release was heard"));
+    finish();
+    EXPECT_EQ(pasted().size(), 2U) << "what was said is not lost";
+
+    keys.trigger(Trigger::toggle);
+    speak(1.0);
+    mainQueue.advance(900); // hands off
+    EXPECT_TRUE(session.isRecording());
+    keys.trigger(Trigger::cancel);
+    EXPECT_FALSE(session.isRecording());
+    finish();
+    EXPECT_EQ(pasted().size(), 2U);
+}
+
+TEST_F(Startup, TriggersFollowTheSettingAndTheMeeting) {
+    config.update([](Settings& s) { s.continuousMode = true; });
+    launchAndWait();
+    transcript = "Hello";
+    keys.trigger(Trigger::toggle);
+    EXPECT_TRUE(session.isRecording());
+    speak(1.0);
+    keys.trigger(Trigger::toggle);
+    EXPECT_TRUE(session.isProcessing());
+    EXPECT_EQ(keys.trigger(Trigger::cancel), TriggerOutcome::done);
+    EXPECT_FALSE(session.isProcessing());
+    finish();
+    EXPECT_TRUE(pasted().empty());
+    meetingActive = true;
+    keys.trigger(Trigger::toggle);
+    EXPECT_FALSE(session.isRecording());
+    EXPECT_EQ(shown, (std::vector<std::string>{"refusal"}));
 }
 
 TEST_F(Startup, MenuAndHotkeyFollowTheMeeting) {

@@ -442,6 +442,38 @@ TEST_F(Session, AnExternalInputWarmsUpBeforeItCounts) {
     EXPECT_NEAR(durations[0], 2.0, 0.2) << "the time that the device took to wake up does not count";
 }
 
+TEST_F(Session, WhereNothingPressesKeysThePillSaysWhatTheUserPresses) {
+    keys.postFails = true;
+    pasteboard.content = "old";
+    config.update([](Settings& s) { s.showOverlay = false; }); // the words would be lost to whoever does not know
+    transcript = "Words";
+    for (const auto& [chord, keysName] :
+         {std::pair(PasteChord::controlV, "Ctrl+V"), std::pair(PasteChord::controlShiftV, "Ctrl+Shift+V")}) {
+        workspace.front->paste = chord;
+        accessibility.isTrusted = chord == PasteChord::controlV; // where no road is left, there is no trust either
+        take(1.0);
+        finish();
+        EXPECT_EQ(pillText(), std::string("Press ") + keysName);
+        mainQueue.advance(2.1);
+        EXPECT_EQ(pillText(), "Your text is on the clipboard");
+        mainQueue.advance(2);
+        EXPECT_EQ(pillText(), "");
+        EXPECT_EQ(pasteboard.content, "Words");
+    }
+    EXPECT_EQ(records, (std::vector<std::string>{"Words", "Words"}));
+
+    take(1.0); // at once, while the pill still speaks of the words before
+    finish();
+    EXPECT_EQ(pillText(), "Press Ctrl+Shift+V");
+    keys.postFails = false;
+    accessibility.isTrusted = true;
+    take(1.0);
+    finish();
+    EXPECT_EQ(pillText(), "") << "nothing is left to press";
+    mainQueue.advance(302);
+    EXPECT_EQ(pasteboard.content, "old");
+}
+
 TEST_F(Session, WithoutTheOverlayNothingIsShown) {
     config.update([](Settings& s) { s.showOverlay = false; });
     session.hotkeyPressed();

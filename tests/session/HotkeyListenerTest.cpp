@@ -114,3 +114,86 @@ TEST_F(Hotkeys, AnUnknownNameHearsNothingAndStopEndsListening) {
     down();
     EXPECT_TRUE(seen.empty());
 }
+
+TEST_F(Hotkeys, TriggersPressReleaseAndToggleAsTheKeyDoes) {
+    listenTo("ctrl_l");
+    EXPECT_EQ(keys.trigger(Trigger::release), TriggerOutcome::nothingUnderWay);
+    for (const Trigger each : {Trigger::press, Trigger::press, Trigger::release, Trigger::release})
+        keys.trigger(each);
+    EXPECT_EQ(seen, (Events{"press", "release"}));
+    seen.clear();
+    for (const Trigger each : {Trigger::toggle, Trigger::toggle, Trigger::toggle, Trigger::release})
+        EXPECT_EQ(keys.trigger(each), TriggerOutcome::done);
+    EXPECT_EQ(seen, (Events{"press", "release", "press", "release"}));
+    seen.clear();
+    listener->pressesToggle = [] { return true; };
+    keys.trigger(Trigger::toggle);
+    keys.trigger(Trigger::toggle);
+    EXPECT_EQ(seen, (Events{"press", "release", "press", "release"}));
+    listener->stop();
+    EXPECT_EQ(keys.trigger(Trigger::press), TriggerOutcome::notListening);
+}
+
+TEST_F(Hotkeys, WhileATriggerHoldsTheTakeNoKeyCounts) {
+    listenTo("ctrl_l");
+    keys.trigger(Trigger::press);
+    down();
+    keys.keyDown(key::space);
+    keys.keyDown(key::other);
+    up();
+    EXPECT_EQ(seen, Events{"press"});
+    listener->setKey("shift_l"); // its release is still heard
+    keys.trigger(Trigger::release);
+    EXPECT_EQ(seen, (Events{"press", "release"}));
+
+    listener->setKey("ctrl_l");
+    seen.clear();
+    down();
+    keys.trigger(Trigger::press);
+    EXPECT_EQ(keys.trigger(Trigger::release), TriggerOutcome::nothingUnderWay);
+    keys.trigger(Trigger::toggle);
+    EXPECT_EQ(seen, Events{"press"});
+    up();
+    EXPECT_EQ(seen, (Events{"press", "release"}));
+}
+
+TEST_F(Hotkeys, CommandAndCancelActOnTheTakeUnderWay) {
+    listenTo("ctrl_l");
+    bool isWaiting = false;
+    listener->onCancel = [&] { return isWaiting; };
+    EXPECT_EQ(keys.trigger(Trigger::command), TriggerOutcome::nothingUnderWay);
+    EXPECT_EQ(keys.trigger(Trigger::cancel), TriggerOutcome::nothingUnderWay);
+    isWaiting = true;
+    EXPECT_EQ(keys.trigger(Trigger::cancel), TriggerOutcome::done);
+
+    for (const Trigger each : {Trigger::press, Trigger::command, Trigger::command, Trigger::release})
+        EXPECT_EQ(keys.trigger(each), TriggerOutcome::done);
+    EXPECT_EQ(seen, (Events{"press", "command", "command release"}));
+    seen.clear();
+    for (const Trigger each : {Trigger::press, Trigger::command, Trigger::cancel, Trigger::release})
+        EXPECT_EQ(keys.trigger(each), TriggerOutcome::done);
+    EXPECT_EQ(seen, (Events{"press", "command", "chord"}));
+    seen.clear();
+    down();
+    keys.trigger(Trigger::cancel);
+    up();
+    EXPECT_EQ(seen, (Events{"press", "chord"}));
+}
+
+TEST_F(Hotkeys, AToggledTakeThatEndedByItselfHoldsNothing) {
+    listenTo("ctrl_l");
+    bool isRecording = false;
+    listener->isRecording = [&] { return isRecording; };
+    listener->onPress = [&] {
+        isRecording = true;
+        seen.push_back("press");
+    };
+    keys.trigger(Trigger::toggle);
+    isRecording = false; // the screen was locked
+    keys.trigger(Trigger::toggle);
+    EXPECT_EQ(seen, (Events{"press", "press"}));
+    isRecording = false;
+    down();
+    up();
+    EXPECT_EQ(seen, (Events{"press", "press", "press", "release"}));
+}

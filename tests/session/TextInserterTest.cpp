@@ -104,12 +104,12 @@ TEST_F(Insertion, EverythingReturnsAfterTheLastOfTwoRounds) {
 }
 
 TEST_F(Insertion, ShortTextsThatTheKeyboardHasAreTypedOnRequest) {
-    bool isOn = false;
+    auto typing = TextInserter::Typing::none;
     TextInserter discreet{
-        pasteboard, keys, accessibility, workspace, clock, mainQueue, {.typesShortTexts = [&] { return isOn; }}};
+        pasteboard, keys, accessibility, workspace, clock, mainQueue, {.typing = [&] { return typing; }}};
     discreet.insertText("by default");
     EXPECT_EQ(keys.typed, "");
-    isOn = true;
+    typing = TextInserter::Typing::shortTexts;
     discreet.insertText("short");
     EXPECT_EQ(keys.typed, "short");
     EXPECT_EQ(pasteboard.history, std::vector<std::string>{"by default"});
@@ -119,6 +119,10 @@ TEST_F(Insertion, ShortTextsThatTheKeyboardHasAreTypedOnRequest) {
     EXPECT_EQ(keys.typed, "short");
     EXPECT_EQ(pasteboard.history.back(), "世界");
     EXPECT_EQ(pasteboard.history.size(), 3u);
+    keys.canType = true;
+    typing = TextInserter::Typing::allTexts;
+    discreet.insertText(std::string(2000, 'y'));
+    EXPECT_EQ(keys.typed, "short" + std::string(2000, 'y'));
 }
 
 TEST_F(Insertion, WithoutTrustNoKeyIsPostedButTheTextCanBePastedByHand) {
@@ -128,6 +132,14 @@ TEST_F(Insertion, WithoutTrustNoKeyIsPostedButTheTextCanBePastedByHand) {
     EXPECT_TRUE(keys.posted.empty());
     EXPECT_EQ(pasteboard.content, "x");
     mainQueue.advance(1.01);
+    EXPECT_EQ(pasteboard.content, "old");
+
+    TextInserter patient(pasteboard, keys, accessibility, workspace, clock, mainQueue, {.waitsWithoutTrust = true});
+    EXPECT_EQ(patient.insertText("y"), TextInserter::Insertion::onClipboard);
+    EXPECT_TRUE(keys.posted.empty());
+    mainQueue.advance(299);
+    EXPECT_EQ(pasteboard.content, "y");
+    mainQueue.advance(2);
     EXPECT_EQ(pasteboard.content, "old");
 }
 
@@ -188,9 +200,66 @@ TEST_F(Insertion, TextThatNoKeyPastesStaysOnTheClipboard) {
     pasteboard.content = "old";
     inserter.insertText("pasted a moment before");
     keys.postFails = true;
-    inserter.insertText("the words");
-    mainQueue.advance(5);
-    EXPECT_EQ(pasteboard.content, "the words");
+    EXPECT_EQ(inserter.insertText("the words"), TextInserter::Insertion::onClipboard);
+    mainQueue.advance(299);
+    EXPECT_EQ(pasteboard.content, "the words") << "while the user may still be on the way to paste it";
+    mainQueue.advance(2);
+    EXPECT_EQ(pasteboard.content, "pasted a moment before") << "what was there is not lost";
+    keys.postFails = false;
+    EXPECT_EQ(inserter.insertText("pasted"), TextInserter::Insertion::done);
+}
+
+TEST_F(Insertion, WhatWaitsForTheUserNeverCostsTheUsersOwnCopy) {
+    const auto waiting = std::make_unique<TextInserter>(pasteboard, keys, accessibility, workspace, clock, mainQueue,
+                                                        TextInserter::Options{TextInserter::Returning::everything});
+    const test::FakePasteboard::Forms picture{{"image/png", "picture"}};
+    pasteboard.content = "old";
+    pasteboard.forms = picture;
+    keys.postFails = true;
+
+    waiting->insertText("one");
+    mainQueue.advance(200);
+    waiting->insertText("two");
+    EXPECT_EQ(pasteboard.content, "two");
+    mainQueue.advance(200);
+    EXPECT_EQ(pasteboard.content, "two") << "the newer text has its own time";
+    mainQueue.advance(101);
+    EXPECT_EQ(pasteboard.content, "old");
+    EXPECT_EQ(pasteboard.forms, picture) << "in all its forms, over two texts";
+
+    waiting->insertText("three");
+    keys.postFails = false;
+    waiting->insertText("pasted");
+    mainQueue.advance(1.1);
+    EXPECT_EQ(pasteboard.content, "old") << "a paste that works returns what was there before both";
+
+    keys.postFails = true;
+    waiting->insertText("four");
+    pasteboard.set("mine", {});
+    waiting->insertText("five");
+    mainQueue.advance(301);
+    EXPECT_EQ(pasteboard.content, "mine");
+    waiting->insertText("six");
+    pasteboard.set("mine too", {});
+    mainQueue.advance(301);
+    EXPECT_EQ(pasteboard.content, "mine too");
+}
+
+TEST_F(Insertion, QuittingWhileATextWaitsGivesTheClipboardBackUnlessTheUserHasCopied) {
+    keys.postFails = true;
+    for (const bool hasCopied : {false, true}) {
+        pasteboard.set("old", {});
+        {
+            TextInserter leaving(pasteboard, keys, accessibility, workspace, clock, mainQueue,
+                                 {TextInserter::Returning::everything});
+            leaving.insertText("words");
+            if (hasCopied)
+                pasteboard.set("mine", {});
+        }
+        EXPECT_EQ(pasteboard.content, hasCopied ? "mine" : "old");
+        mainQueue.advance(301);
+        EXPECT_EQ(pasteboard.content, hasCopied ? "mine" : "old");
+    }
 }
 
 TEST_F(Insertion, LockScreenGetsNothing) {

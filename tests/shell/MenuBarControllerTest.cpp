@@ -28,6 +28,7 @@ protected:
         sources.meetingStatus = [this] { return meeting; };
         sources.updateNotice = [this] { return updateNotice; };
         menu.emplace(config, item, notifications, workspace, deployment, std::move(sources));
+        menu->refreshMenu();
     }
 
     void change(const std::function<void(Settings&)>& change) {

@@ -21,6 +21,9 @@ public:
         return {true, true, eventTapWorks};
     }
     void stopListening() override { listener = {}; }
+    TriggerOutcome trigger(Trigger trigger) override {
+        return listener.onTrigger ? listener.onTrigger(trigger) : TriggerOutcome::notListening;
+    }
     void watchMouseDown(std::function<void(ScreenPoint)> handler) override { mouseDown = std::move(handler); }
     bool post(std::uint16_t keyCode, std::uint64_t flags, KeyDirection direction) override {
         if (postFails)
@@ -38,6 +41,7 @@ public:
     void releaseModifiers(double limit) override { releaseLimits.push_back(limit); }
     bool canPost() const override { return !postFails; }
     bool canDeliver(std::uint16_t keyCode) const override { return keyCode != missingKey; }
+    std::string hotkeySubstitute() const override { return substitute; }
 
     void change(std::uint64_t flags, std::uint16_t keyCode) {
         if (listener.onFlagsChanged)
@@ -53,6 +57,7 @@ public:
     std::function<void(const Posted&)> onPost;
     std::vector<Posted> posted;
     std::vector<double> releaseLimits;
+    std::string substitute;
     bool eventTapWorks = true;
     bool postFails = false;
     bool canType = true; // whether the layout has every character

@@ -26,15 +26,18 @@ public:
             onLoad();
         return value;
     }
-    void remove(const std::string& name) override {
+    std::optional<std::string> remove(const std::string& name) override {
+        if (!isAvailable || isFixed)
+            return "the store is not available";
         const std::lock_guard lock(m_mutex);
-        if (isAvailable)
-            values.erase(name);
+        values.erase(name);
+        return {};
     }
 
     void askAgain() override { ++askedAgain; }
 
     bool isAvailable = true;
+    bool isFixed = false; // nothing can be removed
     int askedAgain = 0;
     std::function<void()> onLoad; // between the look-up and its answer
     std::map<std::string, std::string> values;

@@ -93,6 +93,14 @@ std::string takeRepo(std::string& path) {
     return repo;
 }
 
+/// Takes the revision off the front of a path that is still encoded: the name of the repository's folder at it.
+std::string takeRevision(const std::string& repo, std::string& path) {
+    const std::size_t end = std::min(path.find('/'), path.size());
+    const std::string revision = text::replaceAll(decode(path.substr(0, end)), "/", "+");
+    path.erase(0, end + 1);
+    return revision == "main" ? repo : repo + "@" + revision;
+}
+
 } // namespace
 
 LoopbackHub::LoopbackHub(std::filesystem::path folder)
@@ -102,6 +110,13 @@ LoopbackHub::LoopbackHub(std::filesystem::path folder)
 
 void LoopbackHub::hit(Fault fault) {
     m_state.with([&](State& state) { state.fault = std::move(fault); });
+}
+
+void LoopbackHub::beforeFile(std::string path, std::function<void()> change) {
+    m_state.with([&](State& state) {
+        state.changePath = std::move(path);
+        state.change = std::move(change);
+    });
 }
 
 void LoopbackHub::setToken(std::string token) {
@@ -147,23 +162,21 @@ WireAnswer LoopbackHub::answer(const WireRequest& request) {
     if (!token.empty() && request.header("authorization") != "Bearer " + token)
         return withHeaders(401, "X-Error-Code: GatedRepo\r\n", "{\"error\": \"Access is restricted\"}");
     const std::size_t query = std::min(request.target.find('?'), request.target.size());
-    std::string path = decode(request.target.substr(0, query));
+    std::string path = request.target.substr(0, query); // a revision may hold encoded slashes
     if (path.starts_with(smallPath))
-        return send(request, path.substr(sizeof smallPath - 1), number);
-    if (path.starts_with(listingPath)) {
-        path.erase(0, sizeof listingPath - 1);
-        const std::string repo = takeRepo(path);
-        const std::size_t cursor = request.target.find("cursor=");
-        if (path == "tree/main")
-            return list(request, repo, cursor == std::string::npos ? 0 : std::stoul(request.target.substr(cursor + 7)));
-    }
-    path.erase(0, 1);
-    const std::string repo = takeRepo(path);
-    const std::string_view verb = "resolve/main/";
-    return path.starts_with(verb) ? resolve(repo, path.substr(verb.size())) : withHeaders(404, "");
+        return send(request, decode(path.substr(sizeof smallPath - 1)), number);
+    const bool isListing = path.starts_with(listingPath);
+    path.erase(0, isListing ? sizeof listingPath - 1 : 1);
+    std::string repo = takeRepo(path);
+    const std::string_view verb = isListing ? "tree/" : "resolve/";
+    if (!path.starts_with(verb))
+        return withHeaders(404, "");
+    path.erase(0, verb.size());
+    repo = takeRevision(repo, path);
+    return isListing ? list(request, repo, decode(path)) : resolve(repo, decode(path));
 }
 
-WireAnswer LoopbackHub::list(const WireRequest& request, const std::string& repo, std::size_t first) {
+WireAnswer LoopbackHub::list(const WireRequest& request, const std::string& repo, const std::string& subfolder) {
     const Fault fault = takeFault(true);
     if (fault.mode == "status")
         return withHeaders(fault.status, fault.retryAfter.empty() ? "" : "Retry-After: " + fault.retryAfter + "\r\n");
@@ -180,10 +193,14 @@ WireAnswer LoopbackHub::list(const WireRequest& request, const std::string& repo
         m_state.with([](const State& state) { return std::pair(state.pageSize, state.listing); });
     if (!listing.empty())
         return httpAnswer(200, "application/json", listing);
-    const auto all = hubFiles(m_folder / repo, largeFrom);
+    auto all = hubFiles(m_folder / repo, largeFrom);
+    if (!subfolder.empty())
+        std::erase_if(all, [&](const HubFile& file) { return !file.path.starts_with(subfolder + "/"); });
     if (all.empty())
         return withHeaders(404, "X-Error-Code: RepoNotFound\r\n");
     json page = json::array({{{"type", "directory"}, {"oid", std::string(40, 'a')}, {"size", 0}, {"path", "folder"}}});
+    const std::size_t cursor = request.target.find("cursor=");
+    const std::size_t first = cursor == std::string::npos ? 0 : std::stoul(request.target.substr(cursor + 7));
     const std::size_t end = std::min(all.size(), first + pageSize);
     for (std::size_t i = first; i < end; ++i) {
         const std::uint64_t size = all[i].size + (fault.mode == "size" ? 1 : 0);
@@ -203,6 +220,10 @@ WireAnswer LoopbackHub::list(const WireRequest& request, const std::string& repo
 }
 
 WireAnswer LoopbackHub::resolve(const std::string& repo, const std::string& path) {
+    const auto change = m_state.with(
+        [&](State& state) { return state.changePath == path ? std::exchange(state.change, nullptr) : nullptr; });
+    if (change)
+        change();
     const auto file = hubFile(m_folder / repo, path, largeFrom);
     if (!file)
         return withHeaders(404, "X-Error-Code: EntryNotFound\r\n");

@@ -3,10 +3,13 @@
 #include "support/HubFiles.h"
 #include "support/LoopbackServer.h"
 
+#include <functional>
+
 namespace fenlo::test {
 
 /// A stand-in for the model hub: serves the folders "publisher/name" of a folder as repositories. As on the hub, a
-/// large file redirects to a signed address on another host, a small one to a relative address.
+/// large file redirects to a signed address on another host, a small one to a relative address. A folder
+/// "publisher/name@revision" is the repository at another revision than "main", with "+" for a slash in its name.
 ///
 /// Threads: any.
 class LoopbackHub {
@@ -43,6 +46,8 @@ public:
 
     void hit(Fault fault); // replaces an earlier one
     void goOn();           // no faults any more, and what has stalled goes on; once
+    /// Runs once, before a file is looked up: what somebody does to the repository after it was listed.
+    void beforeFile(std::string path, std::function<void()> change);
     void setToken(std::string token);
     void setPageSize(std::size_t size);
     void setListing(std::string body); // instead of the true one; empty for the true one
@@ -56,13 +61,15 @@ private:
         Fault fault{"", false, 0, 0, 0, ""};
         std::string token;
         std::string listing;
+        std::string changePath; // "" for none
+        std::function<void()> change;
         std::size_t pageSize = 1000;
         std::vector<Received> requests;
     };
 
     WireAnswer answer(const WireRequest& request);
     WireAnswer answerAsStorage(const WireRequest& request);
-    WireAnswer list(const WireRequest& request, const std::string& repo, std::size_t first);
+    WireAnswer list(const WireRequest& request, const std::string& repo, const std::string& subfolder);
     WireAnswer resolve(const std::string& repo, const std::string& path);
     WireAnswer send(const WireRequest& request, const std::string& target, std::size_t number);
     std::size_t note(const WireRequest& request, bool atStorage);

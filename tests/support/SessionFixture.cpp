@@ -11,6 +11,7 @@ SessionFixture::SessionFixture() {
     workspace.front = FrontApplication{"Mousepad", "org.xfce.mousepad"};
     accessibility.element = FocusedElement{"abc", "AXTextArea", ""};
     recorder.warmUp();
+    menuBar.refreshMenu();
 }
 
 void SessionFixture::speak(double seconds) {
@@ -70,7 +71,8 @@ void SessionFixture::useExternalInput() {
 
 TakeSteps SessionFixture::forwardingSteps() {
     TakeSteps forwarding = neutralSteps();
-    forwarding.transcribe = [this](const TranscribeRequest&, std::stop_token) {
+    forwarding.transcribe = [this](const TranscribeRequest& request, std::stop_token) {
+        onTranscribe(request);
         if (transcriptionFails)
             throw TranscriberError(TranscriberError::Kind::networkError, "the server is away");
         return transcript;
@@ -79,6 +81,17 @@ TakeSteps SessionFixture::forwardingSteps() {
     forwarding.matchSnippet = [this](auto&&... arguments) { return steps.matchSnippet(arguments...); };
     forwarding.processVoiceCommands = [this](auto&&... arguments) { return steps.processVoiceCommands(arguments...); };
     forwarding.rewrite = [this](auto&&... arguments) { return steps.rewrite(arguments...); };
+    return forwarding;
+}
+
+EarlySteps SessionFixture::forwardingEarlySteps() {
+    EarlySteps forwarding;
+    forwarding.isWanted = [this] { return earlySteps.isWanted(); };
+    forwarding.begin = [this] { earlySteps.begin(); };
+    forwarding.finish = [this] { earlySteps.finish(); };
+    forwarding.forget = [this] { earlySteps.forget(); };
+    forwarding.recognise = [this](auto&&... arguments) { return earlySteps.recognise(arguments...); };
+    forwarding.recogniseChunk = [this](auto&&... arguments) { earlySteps.recogniseChunk(arguments...); };
     return forwarding;
 }
 

@@ -5,6 +5,7 @@
 #include "base/NotificationCenter.h"
 #include "session/ContextReader.h"
 #include "session/DictationSession.h"
+#include "session/EarlyRecognition.h"
 #include "session/KeptTakes.h"
 #include "session/TakePipeline.h"
 #include "session/TextInserter.h"
@@ -66,6 +67,7 @@ protected:
     TakeSteps steps = neutralSteps(); // later changes take effect
     std::string transcript;
     bool transcriptionFails = false;
+    std::function<void(const TranscribeRequest&)> onTranscribe = [](auto&&) {};
     bool meetingActive = false;
     std::vector<std::string> records;
     std::vector<double> durations;
@@ -83,18 +85,21 @@ protected:
                           workspace,
                           clock,
                           mainQueue,
-                          {.returning = TextInserter::Returning::everything}};
+                          {.returning = TextInserter::Returning::everything, .waitsWithoutTrust = true}};
     TonePlayer tones{audioOutput, background};
     OverlayWindow overlay{{config, clock, mainQueue, pills, cards, keys, workspace,
                            [this](const std::string& text) { inserter.copyToClipboard(text); }}};
     MenuBarController menuBar{config, statusItem, notifications, workspace, deployment, menuSources()};
     TakePipeline pipeline{config, forwardingSteps()};
+    EarlySteps earlySteps; // later changes take effect
+    EarlyRecognition early{recorder, mainQueue, background, forwardingEarlySteps()};
     DictationSession session{{config, clock, mainQueue, background, keys, pasteboard, recorder, contextReader, inserter,
-                              overlay, tones, menuBar, pipeline, keptTakes},
+                              overlay, tones, menuBar, pipeline, keptTakes, early},
                              hooks()};
 
 private:
     TakeSteps forwardingSteps();
+    EarlySteps forwardingEarlySteps();
     SessionHooks hooks();
     MenuSources menuSources();
 

@@ -21,7 +21,7 @@ class Pill : public ::testing::Test {
 protected:
     void TearDown() override {
         pill.reset();
-        pumpUntil([] { return screen::shows(screen::ground(), screen::widthInPoints() / 2, 65); });
+        pumpUntil([] { return screen::showsGround(screen::widthInPoints() / 2, 65); });
     }
 
     void show(double width) {
@@ -38,7 +38,6 @@ protected:
     }
     static double left(double width) { return (screen::widthInPoints() - width) / 2; }
     static bool showsDot(double width) { return screen::shows(recordingRed, left(width) + 18, 65); }
-    static bool isGround(double x, double y) { return screen::shows(screen::ground(), x, y); }
 
     QtPillWindows pills;
     std::unique_ptr<PillWindow> pill;
@@ -62,14 +61,14 @@ protected:
 
 TEST_F(Pill, StandsInTheMiddleBelowTheTopEdge) {
     show(98);
-    EXPECT_FALSE(isGround(left(98) + 49, 49));
-    EXPECT_FALSE(isGround(left(98) + 49, 81));
-    EXPECT_TRUE(isGround(left(98) + 49, 46.5));
-    EXPECT_TRUE(isGround(left(98) + 49, 83));
-    EXPECT_FALSE(isGround(left(98) + 1.5, 65));
-    EXPECT_FALSE(isGround(left(98) + 96, 65));
-    EXPECT_TRUE(isGround(left(98) - 1.5, 65));
-    EXPECT_TRUE(isGround(left(98) + 99.5, 65));
+    EXPECT_FALSE(screen::showsGround(left(98) + 49, 49));
+    EXPECT_FALSE(screen::showsGround(left(98) + 49, 81));
+    EXPECT_TRUE(screen::showsGround(left(98) + 49, 46.5));
+    EXPECT_TRUE(screen::showsGround(left(98) + 49, 83));
+    EXPECT_FALSE(screen::showsGround(left(98) + 1.5, 65));
+    EXPECT_FALSE(screen::showsGround(left(98) + 96, 65));
+    EXPECT_TRUE(screen::showsGround(left(98) - 1.5, 65));
+    EXPECT_TRUE(screen::showsGround(left(98) + 99.5, 65));
 }
 
 TEST_F(Pill, HasNoBlackCornersWithoutACompositor) {
@@ -77,11 +76,11 @@ TEST_F(Pill, HasNoBlackCornersWithoutACompositor) {
     show(98);
     for (const double x : {2.0, 96.0})
         for (const double y : {50.0, 80.0})
-            EXPECT_TRUE(isGround(left(98) + x, y))
+            EXPECT_TRUE(screen::showsGround(left(98) + x, y))
                 << x << ", " << y << " is " << screen::at(left(98) + x, y).name().toStdString();
     pill->setWidth(180, 0);
-    EXPECT_TRUE(pumpUntil([&] { return showsDot(180) && !isGround(left(180) + 170, 65); }));
-    EXPECT_TRUE(isGround(left(180) + 2, 50)) << "also after it grew";
+    EXPECT_TRUE(pumpUntil([&] { return showsDot(180) && !screen::showsGround(left(180) + 170, 65); }));
+    EXPECT_TRUE(screen::showsGround(left(180) + 2, 50)) << "also after it grew";
 }
 
 TEST_F(Pill, LeavesTheFocusAndLetsClicksThrough) {
@@ -111,9 +110,9 @@ TEST_F(Pill, StaysAboveWindowsThatAreRaisedAndOnEveryDesktop) {
     test::outputOf({"xdotool", "windowmove", editor.id(), "0", "0"});
     test::outputOf({"xdotool", "windowsize", editor.id(), "1000", "700"});
     editor.activate();
-    EXPECT_TRUE(pumpUntil([&] { return showsDot(98) && !isGround(left(98) - 30, 65); }));
+    EXPECT_TRUE(pumpUntil([&] { return showsDot(98) && !screen::showsGround(left(98) - 30, 65); }));
     test::outputOf({"xdotool", "set_desktop", "1"});
-    EXPECT_TRUE(pumpUntil([&] { return showsDot(98) && isGround(left(98) - 30, 65); }));
+    EXPECT_TRUE(pumpUntil([&] { return showsDot(98) && screen::showsGround(left(98) - 30, 65); }));
     test::outputOf({"xdotool", "set_desktop", "0"});
 }
 
@@ -133,7 +132,7 @@ TEST_F(Pill, FollowsTheScreen) {
 TEST_F(PillWithCompositor, IsSlightlyTranslucentWithSoftCorners) {
     show(98);
     // A compositor that has just started announces itself before it paints.
-    EXPECT_TRUE(pumpUntil([&] { return isGround(left(98) + 2, 50); }));
+    EXPECT_TRUE(pumpUntil([&] { return screen::showsGround(left(98) + 2, 50); }));
     EXPECT_TRUE(pumpUntil([&] {
         const double shining = 0.96 * 0.11 + 0.04 * qGreen(screen::ground()) / 255.0;
         return std::abs(screen::at(left(98) + 60, 65).greenF() - shining) < 0.012;
@@ -146,15 +145,16 @@ TEST_F(PillWithCompositor, FadesOutWhileTheNextOneShows) {
     show(180);
     EXPECT_TRUE(pumpUntil([&] { return showsDot(180); }));
     pill.reset();
-    EXPECT_TRUE(pumpUntil([&] { return isGround(left(98) + 49, 65); }));
+    EXPECT_TRUE(pumpUntil([&] { return screen::showsGround(left(98) + 49, 65); }));
 }
 
 TEST_F(PillWithCompositor, GrowsStepByStep) {
     show(98);
     // A compositor that has just started announces itself before it paints.
-    ASSERT_TRUE(pumpUntil([&] { return isGround(left(180) + 3, 65); }));
+    ASSERT_TRUE(pumpUntil([&] { return screen::showsGround(left(180) + 3, 65); }));
     pill->setWidth(180, 3); // long enough for a busy machine to look in between
     test::pump();
-    EXPECT_TRUE(isGround(left(180) + 3, 65)) << "not at once: " << screen::at(left(180) + 3, 65).name().toStdString();
-    EXPECT_TRUE(pumpUntil([&] { return showsDot(180) && !isGround(left(180) + 177, 65); }));
+    EXPECT_TRUE(screen::showsGround(left(180) + 3, 65))
+        << "not at once: " << screen::at(left(180) + 3, 65).name().toStdString();
+    EXPECT_TRUE(pumpUntil([&] { return showsDot(180) && !screen::showsGround(left(180) + 177, 65); }));
 }

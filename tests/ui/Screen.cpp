@@ -21,6 +21,16 @@ std::string runWith(std::vector<std::string> command, const std::vector<std::str
     return outputOf(command);
 }
 
+bool isAlike(const QColor& seen, QRgb colour) {
+    constexpr int tolerance = 6;
+    return std::abs(seen.red() - qRed(colour)) <= tolerance && std::abs(seen.green() - qGreen(colour)) <= tolerance &&
+           std::abs(seen.blue() - qBlue(colour)) <= tolerance;
+}
+
+QRgb groundOf(const QImage& all) {
+    return all.pixel(1, all.height() - 2);
+}
+
 } // namespace
 
 double scale() {
@@ -37,15 +47,18 @@ QColor at(double x, double y) {
 }
 
 bool shows(QRgb colour, double x, double y) {
-    constexpr int tolerance = 6;
-    const QColor seen = at(x, y);
-    return std::abs(seen.red() - qRed(colour)) <= tolerance && std::abs(seen.green() - qGreen(colour)) <= tolerance &&
-           std::abs(seen.blue() - qBlue(colour)) <= tolerance;
+    return isAlike(at(x, y), colour);
 }
 
 QRgb ground() {
+    return groundOf(picture());
+}
+
+bool showsGround(double x, double y) {
+    // One picture: the ground changes when a compositor begins to paint.
     const QImage all = picture();
-    return all.pixel(1, all.height() - 2);
+    const ScreenPoint point = pixel(x, y);
+    return isAlike(all.pixelColor(point.x, point.y), groundOf(all));
 }
 
 double widthInPoints() {

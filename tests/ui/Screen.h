@@ -18,6 +18,7 @@ QImage picture();
 /// The pixel that this point lies in.
 QColor at(double x, double y);
 bool shows(QRgb colour, double x, double y);
+bool showsGround(double x, double y);
 double widthInPoints();
 
 ScreenPoint pixel(double x, double y);

@@ -70,6 +70,7 @@ void addServices(CLI::App& command, MeetingOptions& options) {
                   "recognise on this machine, whatever the settings say; notes only with --notes")
         ->group(group);
     command.add_option("--model", options.model, "as --offline, with this model: its name or a part of it")
+        ->type_name("MODEL")
         ->group(group);
     CLI::Option* notes = command.add_flag_callback(
         "--notes", [&options] { options.notes = WantedNotes::always; },
@@ -85,10 +86,10 @@ void addServices(CLI::App& command, MeetingOptions& options) {
 void addOutput(CLI::App& command, MeetingOptions& options) {
     const char* group = "Output";
     CLI::Option* file = command.add_option("-o,--output", options.output, "write this file, not to standard output");
-    file->group(group);
+    file->type_name("FILE")->group(group);
     CLI::Option* folder =
         command.add_option("--output-dir", options.outputDirectory, "write a file for each recording into this folder");
-    folder->excludes(file)->group(group);
+    folder->type_name("FOLDER")->excludes(file)->group(group);
     CLI::Option* skip = command.add_flag_callback(
         "--skip-existing", [&options] { options.existing = ExistingResults::skip; },
         "leave out recordings that have a file there");
@@ -107,7 +108,7 @@ void addOutput(CLI::App& command, MeetingOptions& options) {
     command.add_flag("--verbose", options.verbose, "show the log lines too")->excludes(quiet)->group(group);
 }
 
-constexpr const char* examples =
+constexpr const char* meetingExamples =
     "Examples:\n"
     "  fenlo meeting call.mp3 > call.md                         who said what, and notes where a key is there\n"
     "  fenlo meeting --name 1=Ann --name 2=Bob -o call.md call.mp3\n"
@@ -129,7 +130,7 @@ Command addMeetingCommand(CLI::App& cli) {
     const auto options = std::make_shared<MeetingOptions>();
     CLI::App& command =
         *cli.add_subcommand("meeting", "Turn recordings of meetings into transcripts with speakers and notes");
-    command.footer(examples);
+    command.footer(meetingExamples);
     addInput(command, *options);
     addMeeting(command, *options);
     addServices(command, *options);

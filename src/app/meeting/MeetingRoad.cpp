@@ -12,7 +12,8 @@ namespace fenlo {
 
 namespace {
 
-constexpr std::size_t requestsAtOnce = 4;
+constexpr std::size_t requestsAtOnce = 4; // at a service
+constexpr std::size_t chunksAtOnce = 8;   // on this machine: the engine lets in as many as are of use
 
 Deployment withModel(Deployment deployment, const std::string& model) {
     if (!model.empty())
@@ -80,7 +81,7 @@ bool MeetingRoad::hasNotesKey(std::stop_token stop) {
 }
 
 std::size_t MeetingRoad::sideBySide() const {
-    return m_services.localTranscriber.isReady() ? 1 : requestsAtOnce;
+    return m_services.localTranscriber.isReady() ? chunksAtOnce : requestsAtOnce;
 }
 
 } // namespace fenlo

@@ -27,7 +27,7 @@ public:
 
     /// Throws what the recogniser throws, when no other can take over.
     std::string recognise(const TranscribeRequest& request, std::stop_token stop);
-    /// A service takes several chunks at once, the engine uses all cores for one.
+    /// Several chunks: a service takes them at once, and windows of the engine share its steps.
     std::size_t sideBySide() const;
 
     /// Whether there is a key for a language model that writes notes.

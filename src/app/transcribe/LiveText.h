@@ -1,11 +1,10 @@
 #pragma once
 
 #include "WhisperEngine/TranscriptionResult.h"
+#include "app/transcribe/OrderedText.h"
 
 #include <cstddef>
 #include <functional>
-#include <map>
-#include <mutex>
 #include <span>
 #include <string>
 
@@ -21,20 +20,10 @@ public:
 
     void add(std::size_t part, std::span<const whisper::TranscriptionSegment> segments);
     /// The part has no more segments, so that the next part's turn comes.
-    void finish(std::size_t part);
+    void finish(std::size_t part) { m_parts.finish(part); }
 
 private:
-    struct Part {
-        std::string waiting;
-        bool isFinished = false;
-    };
-
-    void showWhatIsDue();
-
-    const std::function<void(const std::string&)> m_show;
-    std::mutex m_mutex;
-    std::map<std::size_t, Part> m_parts;
-    std::size_t m_current = 0; // the part whose segments are shown at once
+    OrderedText m_parts;
 };
 
 } // namespace fenlo

@@ -5,6 +5,7 @@
 #include "app/Progress.h"
 #include "app/StandardOutput.h"
 #include "app/transcribe/EngineSetup.h"
+#include "app/transcribe/OrderedText.h"
 #include "app/transcribe/ResultFiles.h"
 #include "app/transcribe/SpooledInput.h"
 #include "app/transcribe/TranscribeOptions.h"
@@ -52,9 +53,9 @@ std::string placesWithoutText(const std::vector<TranscriptionResult>& results) {
 } // namespace
 
 OneRecording::OneRecording(const Surroundings& surroundings, const InputRecording& recording,
-                           const PlannedResult& planned, RecordingProgress progress)
-    : m_shared(surroundings), m_recording(recording), m_planned(planned), m_progress(std::move(progress)),
-      m_status(exitStatus::ok) {
+                           const PlannedResult& planned, std::size_t number, RecordingProgress progress)
+    : m_shared(surroundings), m_recording(recording), m_planned(planned), m_number(number),
+      m_progress(std::move(progress)), m_status(exitStatus::ok) {
     if (!toFiles() && m_shared.options.outputs.front() == "txt")
         m_liveText.emplace([this](const std::string& lines) { show(lines); });
 }
@@ -75,8 +76,8 @@ void OneRecording::fail(const std::string& line) {
 
 void OneRecording::show(const std::string& lines) {
     try {
-        m_shared.progress.aside([&] { print(lines); });
-    } catch (const OutputError&) { // the reader has gone: the parts that are worked on side by side end too
+        m_shared.output.add(m_number, lines);
+    } catch (const OutputError&) { // the reader has gone: what is worked on side by side ends too
         m_outputFault = std::current_exception();
         m_shared.stop.request_stop();
         throw;
@@ -149,6 +150,7 @@ StoppedParts OneRecording::preparePartial(const fs::path& audio) {
 TranscriptionCallbacks OneRecording::callbacks() {
     TranscriptionCallbacks callbacks;
     callbacks.fraction = m_progress.fraction;
+    callbacks.loaded = m_progress.loaded;
     callbacks.progress = [this](const TranscriptionProgress& step) {
         m_progress.text(step.text);
         return true;

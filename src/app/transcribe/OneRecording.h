@@ -17,6 +17,7 @@
 
 namespace fenlo {
 
+class OrderedText;
 class Progress;
 struct TranscribeOptions;
 
@@ -24,6 +25,7 @@ struct TranscribeOptions;
 struct RecordingProgress {
     std::function<void(double fraction)> fraction;
     std::function<void(const std::string& text)> text;
+    std::function<void(double seconds)> loaded; // its sound is in memory
 };
 
 /// The work on one recording, from the file to the delivered result. Serves once.
@@ -38,13 +40,15 @@ public:
         const whisper::DecodingOptions decoding;
         Progress& progress;
         Clock& clock;
+        OrderedText& output;                               // of the recordings, to standard output
         std::function<void(const std::string& line)> tell; // on standard error
         std::stop_source& stop;
     };
 
-    /// `planned` names the files of the result; it is unused when the result goes to standard output.
+    /// `planned` names the files of the result; it is unused when the result goes to standard output. `number` is the
+    /// recording's place among the others, from 0.
     OneRecording(const Surroundings& surroundings, const InputRecording& recording, const PlannedResult& planned,
-                 RecordingProgress progress);
+                 std::size_t number, RecordingProgress progress);
 
     /// Returns the recording's exit status: a fault that concerns this recording only is told and is `failed`.
     /// Throws OutputError, and Interrupted once the results so far are in the partial file.
@@ -70,6 +74,7 @@ private:
     const Surroundings& m_shared;
     const InputRecording& m_recording;
     const PlannedResult& m_planned;
+    const std::size_t m_number;
     const RecordingProgress m_progress;
     std::optional<LiveText> m_liveText;      // when the text goes to standard output as it is found
     std::unique_ptr<PartialKeeper> m_keeper; // when the results go to files

@@ -2,14 +2,15 @@
 
 #include "base/Clock.h"
 #include "base/Files.h"
+#include "base/Hexadecimal.h"
 #include "base/Json.h"
+#include "base/OpenSsl.h"
 #include "base/Text.h"
 
 #include <array>
 #include <cmath>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <openssl/evp.h>
 #include <utility>
 #include <vector>
 
@@ -169,21 +170,17 @@ std::optional<std::string> hashOfFile(const fs::path& file) {
     if (!fs::is_regular_file(file, error)) // a device has no end
         return {};
     std::ifstream stream(file, std::ios::binary);
-    const std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> context(::EVP_MD_CTX_new(), ::EVP_MD_CTX_free);
-    if (!stream || !context || ::EVP_DigestInit_ex(context.get(), ::EVP_sha256(), nullptr) != 1)
+    const std::unique_ptr<EVP_MD_CTX, decltype(::EVP_MD_CTX_free)*> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    if (!stream || !context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1)
         return {};
     std::vector<char> block(1 << 20);
     while (stream.read(block.data(), static_cast<std::streamsize>(block.size())), stream.gcount() > 0)
-        ::EVP_DigestUpdate(context.get(), block.data(), static_cast<std::size_t>(stream.gcount()));
+        EVP_DigestUpdate(context.get(), block.data(), static_cast<std::size_t>(stream.gcount()));
     std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
     unsigned size = 0;
-    if (stream.bad() || ::EVP_DigestFinal_ex(context.get(), hash.data(), &size) != 1)
+    if (stream.bad() || EVP_DigestFinal_ex(context.get(), hash.data(), &size) != 1)
         return {};
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (unsigned i = 0; i < size; ++i)
-        text += {digits[hash[i] >> 4], digits[hash[i] & 15]};
-    return text;
+    return hexadecimal(std::as_bytes(std::span(hash).first(size)));
 }
 
 PartialKeeper::PartialKeeper(fs::path file, PartialTranscript partial, Clock& clock)

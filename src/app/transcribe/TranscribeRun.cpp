@@ -1,5 +1,7 @@
 #include "app/transcribe/TranscribeRun.h"
 
+#include "WhisperEngine/AudioTime.h"
+#include "WhisperEngine/SideBySide.h"
 #include "WhisperEngine/Tokenizer/Languages.h"
 #include "WhisperEngine/Tokenizer/WhisperTokenizer.h"
 #include "WhisperEngine/WhisperError.h"
@@ -7,14 +9,20 @@
 #include "app/ExitStatus.h"
 #include "app/StandardOutput.h"
 #include "app/transcribe/EngineSetup.h"
+#include "app/transcribe/LoadedSound.h"
 #include "app/transcribe/OneRecording.h"
+#include "app/transcribe/OrderedText.h"
 #include "app/transcribe/Recordings.h"
 #include "app/transcribe/ResultFiles.h"
 #include "app/transcribe/TranscribeOptions.h"
+#include "base/Guarded.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <numeric>
+#include <set>
+#include <unistd.h>
 
 namespace fenlo {
 
@@ -77,30 +85,92 @@ std::vector<double> sharesOf(const std::vector<InputRecording>& recordings) {
 /// One line of the progress for all recordings together.
 class SharedProgress {
 public:
-    SharedProgress(Progress& progress, const std::vector<InputRecording>& recordings)
-        : m_progress(progress), m_recordings(recordings), m_shares(sharesOf(recordings)) {}
-
-    RecordingProgress of(std::size_t index) const {
-        std::string label = fs::path(m_recordings[index].name()).filename().string();
-        if (m_recordings.size() > 1)
-            label += " (" + std::to_string(index + 1) + " of " + std::to_string(m_recordings.size()) + ")";
-        const double before =
-            std::accumulate(m_shares.begin(), m_shares.begin() + static_cast<std::ptrdiff_t>(index), 0.0);
-        return {.fraction = [this, label, before, share = m_shares[index]](
-                                double fraction) { m_progress.fraction(label, before + share * fraction); },
-                .text = [this, label](const std::string& text) { m_progress.text(label, text); }};
+    /// `left` are the indexes of those that are still to be done.
+    SharedProgress(Progress& progress, const std::vector<InputRecording>& recordings,
+                   const std::vector<std::size_t>& left, bool severalAtOnce)
+        : m_progress(progress), m_recordings(recordings), m_shares(sharesOf(recordings)),
+          m_severalAtOnce(severalAtOnce), m_done(recordings.size()) {
+        for (std::size_t i = 0; i < recordings.size(); ++i)
+            m_done[i] = std::ranges::count(left, i) == 0 ? 1 : 0;
     }
+
+    RecordingProgress of(std::size_t index) {
+        const std::string name = fs::path(m_recordings[index].name()).filename().string();
+        const std::string count = std::to_string(m_recordings.size());
+        const std::string label = m_severalAtOnce ? count + " recordings"
+                                  : m_recordings.size() > 1
+                                      ? name + " (" + std::to_string(index + 1) + " of " + count + ")"
+                                      : name;
+        return {.fraction =
+                    [this, label, index](double fraction) {
+                        m_done[index] = fraction;
+                        double all = 0;
+                        for (std::size_t i = 0; i < m_done.size(); ++i)
+                            all += m_shares[i] * m_done[i];
+                        m_progress.fraction(label, all);
+                    },
+                .text = [this, label](const std::string& text) { m_progress.text(label, text); },
+                .loaded = {}};
+    }
+    void finish(std::size_t index) { m_done[index] = 1; }
 
 private:
     Progress& m_progress;
     const std::vector<InputRecording>& m_recordings;
     const std::vector<double> m_shares;
+    const bool m_severalAtOnce;
+    std::vector<std::atomic<double>> m_done; // of each recording
 };
 
 std::vector<PlannedResult> plan(const std::vector<InputRecording>& recordings, const TranscribeOptions& options) {
     std::vector<fs::path> files;
     std::ranges::transform(recordings, std::back_inserter(files), &InputRecording::file);
     return planResults(files, options.outputs, options.outputDirectory, options.existing, resultExists);
+}
+
+/// Seconds of sound that recordings may hold in memory when a further one is begun: an eighth of the machine's memory,
+/// and an hour at least.
+double mostLoadedSound() {
+    const double memory = static_cast<double>(::sysconf(_SC_PHYS_PAGES)) * static_cast<double>(::sysconf(_SC_PAGESIZE));
+    return std::max(3600.0, memory / 8 / sizeof(float) / sampleRate);
+}
+
+/// The recordings `left`, as many side by side as the engine has a use for. Their statuses.
+std::vector<int> transcribeAll(const OneRecording::Surroundings& surroundings,
+                               const std::vector<InputRecording>& recordings, const std::vector<PlannedResult>& planned,
+                               const std::vector<std::size_t>& left) {
+    const auto atOnce = std::min(left.size(), static_cast<std::size_t>(surroundings.engine.windowsAtOnce()));
+    SharedProgress shared(surroundings.progress, recordings, left, atOnce > 1);
+    LoadedSound sound(mostLoadedSound());
+    std::vector<int> statuses(left.size());
+    Guarded<std::set<std::string>> interrupted; // what was kept of each
+    runSideBySide(left.size(), atOnce, [&](std::size_t i) {
+        const auto note = [&](const Interrupted& interruption) {
+            interrupted.with([&](auto& lines) { lines.insert(interruption.what()); });
+        };
+        if (surroundings.stop.stop_requested())
+            return note(Interrupted());
+        const std::size_t number = left[i];
+        LoadedSound::Share share(sound, surroundings.stop.get_token());
+        RecordingProgress progress = shared.of(number);
+        progress.loaded = [&](double seconds) { share.loaded(seconds); };
+        try {
+            statuses[i] = OneRecording(surroundings, recordings[number], planned[number], number, progress).run();
+        } catch (const Interrupted& interruption) {
+            note(interruption);
+        }
+        shared.finish(number);
+        surroundings.output.finish(number);
+    });
+    if (auto lines = interrupted.with([](const auto& all) { return all; }); !lines.empty()) {
+        const std::string last = *lines.rbegin(); // the longest of those that begin alike
+        lines.erase(last);
+        lines.erase(Interrupted().what()); // nothing was kept
+        for (const std::string& line : lines)
+            surroundings.tell("fenlo: " + line);
+        throw Interrupted(last);
+    }
+    return statuses;
 }
 
 } // namespace
@@ -127,23 +197,25 @@ int runTranscribe(const TranscribeOptions& options) {
     for (const PlannedResult& result : planned)
         if (!result.note.empty() && options.talk != Talk::quiet)
             tell(result.note);
-    const auto isToDo = [&](const PlannedResult& result) { return !toFiles || !result.outputs.empty(); };
-    if (std::ranges::none_of(planned, isToDo))
+    std::vector<std::size_t> left;
+    for (std::size_t i = 0; i < planned.size(); ++i)
+        if (!toFiles || !planned[i].outputs.empty())
+            left.push_back(i);
+    if (left.empty())
         return worstOf(statuses);
 
     try {
         const auto engine = loadEngine(options, command, tell);
-        const SharedProgress shared(command.progress, found.recordings);
-        OneRecording::Surroundings surroundings{.options = options,
-                                                .engine = *engine,
-                                                .decoding = decodingOptions(options, *engine),
-                                                .progress = command.progress,
-                                                .clock = command.clock,
-                                                .tell = tell,
-                                                .stop = command.interruption};
-        for (std::size_t i = 0; i < found.recordings.size(); ++i)
-            if (isToDo(planned[i]))
-                statuses.push_back(OneRecording(surroundings, found.recordings[i], planned[i], shared.of(i)).run());
+        OrderedText output([&](const std::string& lines) { command.progress.aside([&] { print(lines); }); });
+        const OneRecording::Surroundings surroundings{.options = options,
+                                                      .engine = *engine,
+                                                      .decoding = decodingOptions(options, *engine),
+                                                      .progress = command.progress,
+                                                      .clock = command.clock,
+                                                      .output = output,
+                                                      .tell = tell,
+                                                      .stop = command.interruption};
+        std::ranges::copy(transcribeAll(surroundings, found.recordings, planned, left), std::back_inserter(statuses));
     } catch (const WhisperError& fault) {
         if (fault.kind == WhisperError::Kind::cancelled)
             throw Interrupted();

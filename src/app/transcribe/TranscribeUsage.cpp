@@ -24,7 +24,7 @@ void addInput(CLI::App& command, TranscribeOptions& options) {
 
 void addRecognition(CLI::App& command, TranscribeOptions& options) {
     const char* group = "Recognition";
-    command.add_option("--model", options.model, modelHelp)->group(group);
+    command.add_option("--model", options.model, modelHelp)->type_name("MODEL")->group(group);
     command.add_option("--language", options.language, "a code or name, such as \"de\" or \"german\"")
         ->capture_default_str()
         ->group(group);
@@ -46,7 +46,9 @@ void addRecognition(CLI::App& command, TranscribeOptions& options) {
     command.add_option("--seed", options.seed, "another seed draws other words where the engine is in doubt")
         ->capture_default_str()
         ->group(group);
-    command.add_flag("--vad", options.vad, "cut long recordings at their silences, and work side by side")
+    command
+        .add_flag("--vad", options.vad,
+                  "cut long recordings at their silences and work on the pieces side by side; words may differ")
         ->group(group);
 }
 
@@ -60,7 +62,7 @@ void addOutput(CLI::App& command, TranscribeOptions& options) {
         ->group(group);
     CLI::Option* folder = command.add_option("--output-dir", options.outputDirectory,
                                              "write files for each recording here, instead of to standard output");
-    folder->group(group);
+    folder->type_name("FOLDER")->group(group);
     const auto addChoice = [&](const char* name, ExistingResults choice, const char* help) {
         return command
             .add_flag_callback(

@@ -29,6 +29,10 @@ void AboutModel::showLog() {
     m_services.openUrl("file://" + url::percentEncode(logFile(), "/-._~"));
 }
 
+void AboutModel::showNotices() {
+    m_services.openUrl("file://" + url::percentEncode(notices(), "/-._~"));
+}
+
 void AboutModel::examine() {
     if (std::exchange(m_check, Check::running) == Check::running)
         return;

@@ -5,6 +5,7 @@
 #include "base/MainQueue.h"
 #include "shell/Diagnosis.h"
 
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <stop_token>
@@ -18,7 +19,8 @@ class Background;
 /// What the page "About" needs. All of it outlives the model.
 struct AboutServices {
     std::string version;
-    std::string system; // "Debian GNU/Linux 12, x11 session"
+    std::string system;            // "Debian GNU/Linux 12, x11 session"
+    std::filesystem::path notices; // the licences' texts; empty where none are installed
     MainQueue& queue;
     Background& background;
     /// Looks at everything a dictation needs, on a worker; takes seconds. Nothing when that is not possible.
@@ -40,6 +42,9 @@ public:
     std::string system() const { return m_services.system; }
     std::string logFile() const;
     void showLog();
+    /// The licences' texts; empty where none are installed.
+    std::string notices() const { return m_services.notices.string(); }
+    void showNotices();
 
     /// Begins to look, unless that is under way. What was found before stays until it is known anew.
     void examine();

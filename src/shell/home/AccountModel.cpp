@@ -24,6 +24,7 @@ void AccountModel::lookAgain() {
 
 void AccountModel::take(const SignedIn& found) {
     m_isSigningOut = false;
+    m_isRefused = m_isRefused && found.state != SignedIn::State::nobody;
     m_user = found;
     switch (found.state) {
     case SignedIn::State::nobody:
@@ -54,6 +55,9 @@ std::string AccountModel::title() const {
 }
 
 std::string AccountModel::hint() const {
+    if (m_isRefused && m_state != State::nobody)
+        return "The sign-in is still in your keyring, which did not let it go: unlock the keyring, then sign out "
+               "again.";
     const std::string way = m_user.isApple ? "Signed in with Apple" : "Signed in with Google";
     switch (m_state) {
     case State::reading:
@@ -77,8 +81,14 @@ void AccountModel::signOut() {
     if (m_state != State::user || m_isSigningOut)
         return;
     m_isSigningOut = true;
+    m_isRefused = false;
     m_changes.tell();
-    m_services.settings.signOut();
+    m_services.settings.signOut(m_lifetime.bind([this] { refused(); }));
+}
+
+void AccountModel::refused() {
+    m_isRefused = true;
+    refresh();
 }
 
 std::string AccountModel::questionTitle() {

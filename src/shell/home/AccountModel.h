@@ -41,7 +41,7 @@ public:
 
     /// Opens the login.
     void signIn();
-    /// After the question of these texts. The login comes in the place of the home window.
+    /// After the question of these texts. The login comes in the place of the home window; or the hint says why not.
     void signOut();
     static std::string questionTitle();
     static std::string questionText();
@@ -50,11 +50,13 @@ public:
 
 private:
     void take(const SignedIn& found);
+    void refused();
 
     const Services m_services;
     State m_state = State::reading;
     SignedIn m_user;
     bool m_isSigningOut = false;
+    bool m_isRefused = false; // the last sign-out
     Changes m_changes;
     std::vector<NotificationCenter::Observation> m_observations;
     Lifetime m_lifetime;

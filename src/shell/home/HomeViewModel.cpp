@@ -47,6 +47,7 @@ constexpr auto mirrors = std::make_tuple(
     Mirror{&HomeViewModel::showAppInPill, &Settings::showAppInPill},
     Mirror{&HomeViewModel::offlineMode, &Settings::offlineMode},
     Mirror{&HomeViewModel::typeShortTexts, &Settings::typeShortTexts},
+    Mirror{&HomeViewModel::typeAllTexts, &Settings::typeAllTexts},
     Mirror{&HomeViewModel::keepFailedTakes, &Settings::keepFailedTakes},
     Mirror{&HomeViewModel::checkForUpdates, &Settings::checkForUpdates},
     Mirror{&HomeViewModel::language, &Settings::language}, Mirror{&HomeViewModel::profession, &Settings::profession},
@@ -305,9 +306,15 @@ void HomeViewModel::dismissGlossary() {
     m_changes.tell();
 }
 
-void HomeViewModel::signOut() {
+void HomeViewModel::signOut(std::function<void()> onRefusal) {
+    m_services.account.askAgain(); // the user is here to unlock the keyring
     m_services.account.forget(
-        [&notifications = m_services.notifications] { notifications.post(notification::userDidSignOut); });
+        [&notifications = m_services.notifications, onRefusal = std::move(onRefusal)](bool isForgotten) {
+            if (isForgotten)
+                notifications.post(notification::userDidSignOut);
+            else
+                onRefusal();
+        });
 }
 
 std::string HomeViewModel::storageLine() const {

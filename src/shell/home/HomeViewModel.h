@@ -59,6 +59,7 @@ public:
     bool showAppInPill = false;
     bool offlineMode = false;
     bool typeShortTexts = false;
+    bool typeAllTexts = false;
     bool keepFailedTakes = false;
     bool checkForUpdates = false;
     std::string language;
@@ -128,7 +129,8 @@ public:
     void dismissGlossary();
 
     /// Forgets the account's secrets; "FenloUserDidSignOut" follows when they are gone.
-    void signOut();
+    /// `onRefusal` where the keyring keeps the sign-in, which then holds.
+    void signOut(std::function<void()> onRefusal);
 
     /// A sentence when the settings are not in their file, or the file could not be used at the start; else empty.
     std::string storageLine() const;

@@ -18,7 +18,8 @@ void HotkeyTest::begin() {
     stopListening();
     m_keyName = m_config.get().hotkey;
     const Hotkey* hotkey = findHotkey(m_keyName);
-    if (!hotkey || !m_keys.canDeliver(hotkey->keyCode)) {
+    const bool isReplaced = !m_keys.hotkeySubstitute().empty();
+    if (!isReplaced && (!hotkey || !m_keys.canDeliver(hotkey->keyCode))) {
         become(State::missing);
         return;
     }
@@ -70,8 +71,13 @@ void HotkeyTest::become(State state) {
     m_changes.tell();
 }
 
+std::string HotkeyTest::keyLabel() const {
+    return heldLabel(m_keys, m_config.get().hotkey);
+}
+
 std::string HotkeyTest::line() const {
-    const std::string key = hotkeyLabel(m_keyName);
+    const bool isReplaced = !m_keys.hotkeySubstitute().empty();
+    const std::string key = heldLabel(m_keys, m_keyName);
     switch (m_state) {
     case State::off:
         return {};
@@ -80,9 +86,10 @@ std::string HotkeyTest::line() const {
     case State::held:
         return "Fenlo hears the key. Let go.";
     case State::heard:
-        return key + " works.";
+        return isReplaced ? "Fenlo heard " + key + "." : key + " works.";
     case State::unheard:
-        return "Fenlo did not hear " + key + ". Try again, or choose another key.";
+        return "Fenlo did not hear " + key + ". " +
+               (isReplaced ? "`fenlo doctor` tells how to set it up." : "Try again, or choose another key.");
     case State::missing:
         return "This keyboard does not deliver " + key + ". Choose another key.";
     }

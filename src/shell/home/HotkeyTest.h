@@ -40,6 +40,8 @@ public:
 
     State state() const { return m_state; }
     bool isListening() const { return m_listener != nullptr; }
+    /// What is to be held: the key of the settings, or what takes its place.
+    std::string keyLabel() const;
     /// The state in a sentence; empty when off.
     std::string line() const;
 

@@ -25,6 +25,7 @@ constexpr Library all[] = {
     {"OpenSSL", "Apache-2.0", "Checking what was downloaded"},
     {"Qt", "LGPL-3.0-only", "Windows, tray and pill"},
     {"simdjson", "Apache-2.0", "The history file"},
+    {"Wayland", "MIT", "Clipboard, keys and pill on Wayland"},
     {"X.Org libraries, XCB", "MIT", "Keys, clipboard and windows"},
     {"xkbcommon", "MIT", "Keyboard layouts"},
     {"zlib", "Zlib", "The on-device engine"},

@@ -31,6 +31,7 @@ constexpr Hint hints[] = {
     {"openAtLogin", "Start Fenlo when you log in"},
     {"keepFailedTakes", "What was not recognized stays on this computer and can be tried again"},
     {"typeShortTexts", "Leaves no trace in clipboard histories"},
+    {"typeAllTexts", "Key by key, for applications that refuse to paste"},
     {"dictationMode", "Professional adds your profession's terms and style; Personal leaves them out"},
 };
 

@@ -62,7 +62,7 @@ void Onboarding::begin() {
 }
 
 std::string Onboarding::hotkey() const {
-    return hotkeyLabel(m_services.recording.config.get().hotkey);
+    return heldLabel(m_services.keys, m_services.recording.config.get().hotkey);
 }
 
 std::string Onboarding::sample() const {

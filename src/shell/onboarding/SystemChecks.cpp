@@ -92,10 +92,10 @@ SystemChecks::Row SystemChecks::keys() const {
     if (hears && m_desktop.postsKeys())
         return {Subject::keys, State::works, "Keyboard", "Your hotkey is heard in every application.", {}, {}};
     return {Subject::keys,
-            State::broken,
+            State::limited,
             "Keyboard",
-            hears ? "Text cannot be put into other applications here. Log in to an X11 session."
-                  : "Your hotkey is not heard here. Log in to an X11 session.",
+            hears ? "Fenlo cannot paste here. Your words wait on the clipboard for Ctrl+V."
+                  : "Your hotkey is not heard here. Use a shortcut of the desktop: run `fenlo doctor`.",
             {},
             {}};
 }

@@ -213,7 +213,7 @@ float VoiceReading::level() const {
 }
 
 std::string VoiceReading::keyLabel() const {
-    return hotkeyLabel(m_services.recording.config.get().hotkey);
+    return heldLabel(m_services.keys, m_services.recording.config.get().hotkey);
 }
 
 } // namespace fenlo

@@ -2,6 +2,8 @@
 
 #include "base/Log.h"
 
+#include <QGuiApplication>
+#include <QIcon>
 #include <QPixmapCache>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
@@ -59,6 +61,8 @@ QmlWindow::QmlWindow(const std::string& file, const QVariantMap& properties, std
         QTimer::singleShot(0, tellClosed);
         return;
     }
+    // For window managers that look into no desktop file.
+    m_window->setIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
     // The window goes after the event that closes it.
     QObject::connect(m_window, &QQuickWindow::visibleChanged, m_window, [tellClosed](bool visible) {
         if (!visible)

@@ -35,6 +35,10 @@ QString AboutAdapter::logFile() const {
     return QString::fromStdString(m_model.logFile());
 }
 
+QString AboutAdapter::notices() const {
+    return QString::fromStdString(m_model.notices());
+}
+
 QVariantList AboutAdapter::libraries() {
     QVariantList list;
     for (const Library& library : fenlo::libraries())

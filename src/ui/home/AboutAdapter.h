@@ -17,6 +17,7 @@ class AboutAdapter final : public QObject {
     Q_PROPERTY(QString version READ version CONSTANT)
     Q_PROPERTY(QString system READ system CONSTANT)
     Q_PROPERTY(QString logFile READ logFile CONSTANT)
+    Q_PROPERTY(QString notices READ notices CONSTANT)          // a file; empty where there is none
     Q_PROPERTY(QVariantList libraries READ libraries CONSTANT) // of name, licence, purpose
     Q_PROPERTY(bool checking READ checking NOTIFY changed)
     Q_PROPERTY(QString summary READ summary NOTIFY changed)
@@ -29,6 +30,7 @@ public:
     QString version() const;
     QString system() const;
     QString logFile() const;
+    QString notices() const;
     static QVariantList libraries();
     bool checking() const { return m_model.check() == AboutModel::Check::running; }
     QString summary() const;
@@ -38,6 +40,7 @@ public:
     Q_INVOKABLE void examine() { m_model.examine(); }
     Q_INVOKABLE void copyReport() { m_model.copyReport(); }
     Q_INVOKABLE void showLog() { m_model.showLog(); }
+    Q_INVOKABLE void showNotices() { m_model.showNotices(); }
 
 Q_SIGNALS:
     void changed();

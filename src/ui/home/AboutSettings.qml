@@ -67,6 +67,16 @@ Page {
         title: "Libraries"
         hint: "Fenlo is built with these, under their licences."
 
+        FormRow {
+            visible: page.about.notices !== ""
+            title: "Texts of the licences"
+            hint: page.about.notices
+
+            PlainButton {
+                text: "Open Licences"
+                onClicked: page.about.showNotices()
+            }
+        }
         Repeater {
             model: page.about.libraries
 

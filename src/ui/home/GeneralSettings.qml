@@ -94,6 +94,17 @@ Page {
                 Accessible.description: page.settings.hint("typeShortTexts")
             }
         }
+        FormRow {
+            title: "Type every text instead of pasting"
+            hint: page.settings.hint("typeAllTexts")
+
+            Toggle {
+                value: page.settings.typeAllTexts
+                onChosen: on => page.settings.typeAllTexts = on
+                Accessible.name: "Type every text instead of pasting"
+                Accessible.description: page.settings.hint("typeAllTexts")
+            }
+        }
     }
     FormGroup {
         title: "Updates"

@@ -22,7 +22,7 @@ ItemDelegate {
 
     signal copied
     signal removed
-    signal toggled
+    signal unfolded
     signal chosen
 
     width: ListView.view ? ListView.view.width : 0
@@ -100,7 +100,7 @@ ItemDelegate {
             visible: text !== ""
             focusPolicy: Qt.NoFocus
             Layout.leftMargin: -Theme.half
-            onClicked: entry.toggled()
+            onClicked: entry.unfolded()
         }
     }
 }

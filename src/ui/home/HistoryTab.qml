@@ -136,7 +136,7 @@ FocusScope {
                     onChosen: { list.currentIndex = index; list.forceActiveFocus(Qt.MouseFocusReason) }
                     onCopied: tab.history.copy(index)
                     onRemoved: tab.history.remove(index)
-                    onToggled: tab.history.toggle(index)
+                    onUnfolded: tab.history.toggle(index)
 
                     TapHandler {
                         acceptedButtons: Qt.RightButton

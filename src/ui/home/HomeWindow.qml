@@ -75,6 +75,7 @@ ApplicationWindow {
     ColumnLayout {
         anchors.fill: parent
         spacing: 0
+        Keys.onEscapePressed: window.close() // what is within has had its turn
 
         TabBar {
             id: bar

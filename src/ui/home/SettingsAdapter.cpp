@@ -85,7 +85,7 @@ void SettingsAdapter::setHotkey(const QString& name) {
 }
 
 QString SettingsAdapter::hotkeyLabel() const {
-    return shownText(fenlo::hotkeyLabel(m_model.hotkey));
+    return shownText(m_hotkeyTest.keyLabel());
 }
 
 QString SettingsAdapter::hotkeyHint() const {

@@ -30,6 +30,7 @@ class SettingsAdapter final : public QObject {
     Q_PROPERTY(bool autoCapitalize READ autoCapitalize WRITE setAutoCapitalize NOTIFY changed)
     Q_PROPERTY(bool showAppInPill READ showAppInPill WRITE setShowAppInPill NOTIFY changed)
     Q_PROPERTY(bool typeShortTexts READ typeShortTexts WRITE setTypeShortTexts NOTIFY changed)
+    Q_PROPERTY(bool typeAllTexts READ typeAllTexts WRITE setTypeAllTexts NOTIFY changed)
     Q_PROPERTY(bool keepFailedTakes READ keepFailedTakes WRITE setKeepFailedTakes NOTIFY changed)
     Q_PROPERTY(bool offersUpdates READ offersUpdates CONSTANT)
     Q_PROPERTY(bool checkForUpdates READ checkForUpdates WRITE setCheckForUpdates NOTIFY changed)
@@ -111,6 +112,8 @@ public:
     void setShowAppInPill(bool on) { set(m_model.showAppInPill, on); }
     bool typeShortTexts() const { return m_model.typeShortTexts; }
     void setTypeShortTexts(bool on) { set(m_model.typeShortTexts, on); }
+    bool typeAllTexts() const { return m_model.typeAllTexts; }
+    void setTypeAllTexts(bool on) { set(m_model.typeAllTexts, on); }
     bool keepFailedTakes() const { return m_model.keepFailedTakes; }
     void setKeepFailedTakes(bool on) { set(m_model.keepFailedTakes, on); }
     bool offersUpdates() const { return m_model.offersUpdates; }

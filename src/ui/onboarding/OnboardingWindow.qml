@@ -32,7 +32,12 @@ ApplicationWindow {
     Binding { target: Theme; property: "family"; value: window.appearance.family }
 
     Shortcut { sequences: ["Ctrl+W"]; onActivated: window.close() }
-    Shortcut { sequences: ["Escape"]; enabled: window.start.voiceProfileOnly; onActivated: window.close() }
+    // Not out of the steps between, whose way back is a long one.
+    Shortcut {
+        sequences: ["Escape"]
+        enabled: window.start.voiceProfileOnly || window.start.screen === 0 // the login
+        onActivated: window.close()
+    }
     Shortcut { sequences: ["Alt+Left"]; onActivated: window.start.back() }
 
     ColumnLayout {

@@ -7,8 +7,9 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from . import desktop, pill
+from . import desktop, pill, processes, sway
 from .fenlo import HOTKEY, Fenlo
+from .keyboard import Keyboard
 from .panel import Panel
 from .services import Services
 from .sound import Clip
@@ -28,6 +29,7 @@ class DesktopCase(unittest.TestCase):
     spoken = "Hello there"  # short: the stand-in answers what the test wants, whatever it hears
     settings = {}
     environment = {}
+    save_screenshot = staticmethod(desktop.save_screenshot)
 
     @classmethod
     def setUpClass(cls):
@@ -157,7 +159,45 @@ class DesktopCase(unittest.TestCase):
         print(f"\n--- {self.id()}: the program's output\n{self.fenlo.errors()}---")
         if folder := os.environ.get("FENLO_SCREENSHOTS"):
             Path(folder).mkdir(parents=True, exist_ok=True)
-            desktop.save_screenshot(Path(folder) / f"{self.id()}.png")
+            self.save_screenshot(Path(folder) / f"{self.id()}.png")
+
+
+class WaylandCase(DesktopCase):
+    """On a Wayland desktop, with a keyboard; takes are begun and ended by the compositor's own shortcuts."""
+
+    spoken = "The quick brown fox jumps over the dog"  # a busy machine adds silence before and after
+    save_screenshot = staticmethod(sway.save_screenshot)
+
+    def setUp(self):
+        super().setUp()
+        self.keyboard = Keyboard()
+        self.addCleanup(self.keyboard.close)
+
+    def trigger(self, word):
+        processes.output([Path(os.environ["FENLO_PROGRAM"]).with_name("fenlo-trigger"), word], env=self.fenlo.environment)
+
+    def open(self, client, *arguments):
+        opened = client(self.folder, *arguments)
+        self.addCleanup(opened.close)
+        return opened
+
+    def press(self, client=None):
+        """The take that the compositor's own shortcut begins, once the program sees this client in front: on a busy
+        machine it hears of a new window late. Returns the place in the log where the take began."""
+        sees = client.application.lower() if client else ""
+
+        def begun():
+            mark = self.fenlo.mark()
+            self.trigger("press")
+            if sees in self.fenlo.wait_for("[Fenlo] Context:", mark).lower():
+                return [mark]
+            self.trigger("cancel")
+            self.trigger("release")
+            return None
+
+        [mark] = wait_for(begun, f"a take that sees {sees!r}")
+        self.fenlo.wait_for("[Fenlo] Recording at", mark)
+        return mark
 
 
 class RewritingCase(DesktopCase):

@@ -13,7 +13,11 @@ _REACH = 200  # the widest pill expected, to each side of the middle
 def dot():
     """The colour of the pill's dot; none when no pill shows."""
     middle = desktop.screen_size()[0] // 2
-    rows = desktop.pixels(middle - _REACH, TOP, 2 * _REACH, HEIGHT)
+    return dot_in(desktop.pixels(middle - _REACH, TOP, 2 * _REACH, HEIGHT))
+
+
+def dot_in(rows):
+    """The same in a picture of the pill's place."""
     for colour in (RECORDING, PROCESSING, COMMAND):
         if sum(_alike(pixel, colour) for row in rows for pixel in row) >= 9:
             return colour
@@ -23,9 +27,18 @@ def dot():
 def width():
     """The width of the pill in pixels, 0 when none shows."""
     middle = desktop.screen_size()[0] // 2
-    [row] = desktop.pixels(middle - _REACH, TOP + 4, 2 * _REACH, 1)
-    body = [column for column, pixel in enumerate(row) if _alike(pixel, BODY)]
-    return body[-1] - body[0] if body else 0
+    left, right = edges_in(desktop.pixels(middle - _REACH, TOP + 4, 2 * _REACH, 1)[0])
+    return right - left
+
+
+def edges_in(row):
+    """The first and the last column of the pill's body in a row of its upper edge; twice 0 when none shows."""
+    body = [column for column, pixel in enumerate(row) if is_body(pixel)]
+    return (body[0], body[-1]) if body else (0, 0)
+
+
+def is_body(pixel):
+    return _alike(pixel, BODY)
 
 
 def centre():

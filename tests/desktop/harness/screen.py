@@ -151,8 +151,8 @@ def window(pid, title="Fenlo", patience=15.0):
     """The program's window of this title, in front and with the keyboard."""
 
     def opened():
-        application = _application(pid)
-        return application and next(iter(application.all("frame", title)), None)
+        program = application(pid)
+        return program and next(iter(program.all("frame", title)), None)
 
     found = wait_for(opened, f"the window {title!r}", patience)
     handle = wait_for(lambda: next(iter(desktop.windows_named(title)), None), f"the window {title!r} on the screen")
@@ -161,8 +161,8 @@ def window(pid, title="Fenlo", patience=15.0):
 
 
 def is_open(pid, title="Fenlo"):
-    application = _application(pid)
-    return bool(application and application.all("frame", title))
+    program = application(pid)
+    return bool(program and program.all("frame", title))
 
 
 def window_of(node):
@@ -190,13 +190,14 @@ def pages(home):
             yield f"{tab.name}-{section.name}".lower().replace(" ", "-")
 
 
-def _application(pid):
+def application(pid):
+    """All windows of the program, once it is known."""
     tree = Atspi.get_desktop(0)
     for index in range(_ask(tree.get_child_count, 0)):
-        application = _ask(lambda index=index: tree.get_child_at_index(index), None)
-        if application is not None and _ask(application.get_process_id, None) == pid:
-            application.set_cache_mask(Atspi.Cache.NONE)  # every question goes to the program
-            return Node(application)
+        program = _ask(lambda index=index: tree.get_child_at_index(index), None)
+        if program is not None and _ask(program.get_process_id, None) == pid:
+            program.set_cache_mask(Atspi.Cache.NONE)  # every question goes to the program
+            return Node(program)
     return None
 
 

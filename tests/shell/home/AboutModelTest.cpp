@@ -12,8 +12,14 @@ TEST(AboutModel, FindingsAreToldInASentenceAndCopiedAsAReport) {
     test::ManualBackground background;
     std::string copied;
     std::optional<std::vector<Diagnosis>> answer;
-    AboutModel about({"1.2", "Some System", queue, background, [&](auto) { return answer; },
-                      [&](const std::string& text) { copied = text; }, [](const std::string&) {}});
+    AboutModel about({"1.2",
+                      "Some System",
+                      {},
+                      queue,
+                      background,
+                      [&](auto) { return answer; },
+                      [&](const std::string& text) { copied = text; },
+                      [](const std::string&) {}});
     const auto examine = [&] {
         about.examine();
         about.examine(); // once is enough

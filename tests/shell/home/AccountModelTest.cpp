@@ -77,6 +77,29 @@ TEST_F(AccountPage, ShowsWhoIsSignedInAndSignsOutOnce) {
     EXPECT_EQ(page->state(), AccountState::nobody);
 }
 
+TEST_F(AccountPage, RefusedSignOutIsTold) {
+    int signedOut = 0;
+    const auto observation = notifications.observe(notification::userDidSignOut, [&](const auto&) { ++signedOut; });
+    secrets.values = {{"google_user_email", "ada@example.org"}};
+    secrets.isFixed = true;
+    open();
+    page->signOut();
+    settle();
+    settle();
+    EXPECT_EQ(signedOut, 0) << "who is still signed in is not shown the login";
+    EXPECT_EQ(page->state(), AccountState::user);
+    EXPECT_EQ(page->hint(), "The sign-in is still in your keyring, which did not let it go: unlock the keyring, then "
+                            "sign out again.");
+    EXPECT_EQ(secrets.askedAgain, 1) << "the keyring may ask for its password";
+
+    secrets.isFixed = false;
+    page->signOut();
+    settle();
+    settle();
+    EXPECT_EQ(signedOut, 1);
+    EXPECT_EQ(page->state(), AccountState::nobody);
+}
+
 TEST_F(AccountPage, SilentKeyringIsNoMissingAccount) {
     secrets.isAvailable = false;
     open();

@@ -83,6 +83,7 @@ TEST_F(SettingsModel, EveryMirrorGoesToItsSettingAndComesBack) {
     model.autoCapitalize = !defaults.autoCapitalize;
     model.showAppInPill = !defaults.showAppInPill;
     model.typeShortTexts = !defaults.typeShortTexts;
+    model.typeAllTexts = !defaults.typeAllTexts;
     model.keepFailedTakes = !defaults.keepFailedTakes;
     model.language = "de";
     model.outputMode = OutputMode::translate;
@@ -104,6 +105,7 @@ TEST_F(SettingsModel, EveryMirrorGoesToItsSettingAndComesBack) {
     EXPECT_EQ(now.autoCapitalize, !defaults.autoCapitalize);
     EXPECT_EQ(now.showAppInPill, !defaults.showAppInPill);
     EXPECT_EQ(now.typeShortTexts, !defaults.typeShortTexts);
+    EXPECT_EQ(now.typeAllTexts, !defaults.typeAllTexts);
     EXPECT_EQ(now.keepFailedTakes, !defaults.keepFailedTakes);
     EXPECT_EQ(now.language, "de");
     EXPECT_EQ(now.outputMode, OutputMode::translate);
@@ -292,7 +294,7 @@ TEST_F(SettingsModel, SignOutForgetsTheAccountOnly) {
     secrets.values = {{"google_refresh_token", "a"}, {"google_user_name", "b"},    {"google_user_email", "d"},
                       {"google_token_expiry", "e"},  {"google_access_token", "f"}, {"auth_provider", "apple"},
                       {"groq_api_key", "c"}};
-    model.signOut();
+    model.signOut([] {});
     background.runAll();
     EXPECT_TRUE(posts.empty());
     queue.runPosted();

@@ -93,3 +93,18 @@ TEST_F(PressItNow, DictationComesBackWhateverHappens) {
     press();
     EXPECT_EQ(takes, 3);
 }
+
+TEST_F(PressItNow, WhatTakesTheKeysPlaceIsTested) {
+    keys.substitute = "Ctrl+Alt+D";
+    keys.missingKey = key::controlLeft; // no key is heard there
+    test.begin();
+    EXPECT_EQ(test.line(), "Hold Ctrl+Alt+D now, then let go.");
+    keys.trigger(Trigger::press);
+    EXPECT_EQ(test.state(), State::held);
+    keys.trigger(Trigger::release);
+    queue.runPosted();
+    EXPECT_EQ(test.line(), "Fenlo heard Ctrl+Alt+D.");
+    test.begin();
+    queue.advance(15);
+    EXPECT_EQ(test.line(), "Fenlo did not hear Ctrl+Alt+D. `fenlo doctor` tells how to set it up.");
+}

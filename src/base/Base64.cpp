@@ -1,7 +1,8 @@
-#include "account/Base64.h"
+#include "base/Base64.h"
+
+#include "base/OpenSsl.h"
 
 #include <algorithm>
-#include <openssl/evp.h>
 
 namespace fenlo {
 
