@@ -158,7 +158,6 @@ class DesktopCase(unittest.TestCase):
     def _tell_what_happened(self):
         print(f"\n--- {self.id()}: the program's output\n{self.fenlo.errors()}---")
         if folder := os.environ.get("FENLO_SCREENSHOTS"):
-            Path(folder).mkdir(parents=True, exist_ok=True)
             self.save_screenshot(Path(folder) / f"{self.id()}.png")
 
 

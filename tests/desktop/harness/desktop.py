@@ -152,4 +152,5 @@ def pixels(x, y, width, height):
 
 
 def save_screenshot(file):
+    file.parent.mkdir(parents=True, exist_ok=True)
     processes.output(["import", "-window", "root", str(file)])

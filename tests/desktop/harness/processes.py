@@ -44,8 +44,12 @@ def end(process, patience=5.0):
 
 
 def output(command, patience=15.0, **options):
-    """What the command writes to standard output; raises when it fails."""
-    return subprocess.run(command, check=True, timeout=patience, text=True, capture_output=True, **options).stdout
+    """What the command writes to standard output; raises when it fails, and tells what it wrote to standard error."""
+    try:
+        return subprocess.run(command, check=True, timeout=patience, text=True, capture_output=True, **options).stdout
+    except subprocess.CalledProcessError as fault:
+        fault.add_note(fault.stderr)
+        raise
 
 
 def succeeds(command, patience=15.0, **options):

@@ -149,6 +149,7 @@ def screen_width():
 
 
 def save_screenshot(file):
+    file.parent.mkdir(parents=True, exist_ok=True)
     processes.output(["grim", str(file)])
 
 
