@@ -24,6 +24,10 @@ using Format = dnnl::memory::format_tag;
 /// 1500 positions keeps many threads at work to the end.
 constexpr int block = 48;
 
+/// Of 8-bit products: what a task holds in the second-level cache, and enough tasks to keep all threads at work.
+constexpr int mostPanels = 8;
+constexpr int tasksPerThread = 4;
+
 /// What is done with the product's rows.
 struct Finish {
     Activation activation;
@@ -87,28 +91,43 @@ struct MatMul::Implementation {
         });
     }
 
+    /// A task takes some panels, so that a block of weights is read for all of them while it is near.
     void runInt8(const float* src, float* dst, int rows, Finish finish, ThreadPool& pool) const {
-        pool.run((rows + kernels::mostPanelRows - 1) / kernels::mostPanelRows, [&](int task) {
-            const int first = task * kernels::mostPanelRows;
-            const auto row = static_cast<std::size_t>(first);
-            runPanel(src + row * inputs, dst + row * outputs, std::min(kernels::mostPanelRows, rows - first), finish);
+        const int panels = (rows + kernels::mostPanelRows - 1) / kernels::mostPanelRows;
+        const int each = std::clamp(panels / (tasksPerThread * pool.size()), 1, mostPanels) * kernels::mostPanelRows;
+        pool.run((rows + each - 1) / each, [&](int task) {
+            const auto row = static_cast<std::size_t>(task) * each;
+            runPanels(src + row * inputs, dst + row * outputs, std::min(each, rows - task * each), finish);
         });
     }
 
-    void runPanel(const float* src, float* dst, int rows, Finish finish) const {
+    void runPanels(const float* src, float* dst, int rows, Finish finish) const {
         constexpr std::size_t lanes = kernels::panelLanes;
-        float factors[lanes];
-        const kernels::Panel panel{static_cast<std::int32_t*>(scratch(Slot::sources, kernels::panelBytes(inputs))),
-                                   factors, rows};
-        kernels::packPanel(src, inputs, panel, scratchOf<std::int8_t>(Slot::row, lanes * (inputs + std::size_t{4})));
-        auto* const work = scratchOf<std::byte>(Slot::row, kernels::panelWork(inputs));
+        constexpr int panelRows = kernels::mostPanelRows;
+        const std::size_t bytesOfPanel = kernels::panelBytes(inputs);
+        const int count = (rows + panelRows - 1) / panelRows;
+        auto* const memory = scratchOf<std::byte>(Slot::sources, bytesOfPanel * count);
+        float factors[mostPanels * lanes];
+        const auto panel = [&](int index) {
+            return kernels::Panel{reinterpret_cast<std::int32_t*>(memory + bytesOfPanel * index),
+                                  factors + lanes * index, std::min(panelRows, rows - index * panelRows)};
+        };
+        auto* const work =
+            scratchOf<std::byte>(Slot::row, std::max(lanes * (inputs + std::size_t{4}), kernels::panelWork(inputs)));
+        for (int i = 0; i < count; ++i)
+            kernels::packPanel(src + static_cast<std::size_t>(i) * panelRows * inputs, inputs, panel(i),
+                               reinterpret_cast<std::int8_t*>(work));
         auto* const found = scratchOf<float>(Slot::results, lanes * kernels::outputsAtATime);
         for (int first = 0; first < outputs; first += kernels::outputsAtATime) {
-            const int count = std::min(kernels::outputsAtATime, outputs - first);
-            kernels::multiplyPanel(bytes, panel, first, count, found, work);
-            if (finish.activation == Activation::gelu)
-                kernels::gelu(found, count * kernels::panelLanes);
-            kernels::unpackPanel(found, rows, count, dst + first, static_cast<std::size_t>(outputs), finish.accumulate);
+            const int some = std::min(kernels::outputsAtATime, outputs - first);
+            for (int i = 0; i < count; ++i) {
+                kernels::multiplyPanel(bytes, panel(i), first, some, found, work);
+                if (finish.activation == Activation::gelu)
+                    kernels::gelu(found, some * kernels::panelLanes);
+                kernels::unpackPanel(found, panel(i).rows, some,
+                                     dst + static_cast<std::size_t>(i) * panelRows * outputs + first,
+                                     static_cast<std::size_t>(outputs), finish.accumulate);
+            }
         }
     }
 };

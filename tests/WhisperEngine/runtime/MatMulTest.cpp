@@ -62,7 +62,8 @@ TEST(MatMul, IsTheLinearLayer_WhateverItsSize) {
 // Whole numbers of which the largest in a row is 127 keep their value in 8 bits: all sums are exact but for the scales.
 TEST(MatMul, Int8_IsTheLinearLayer_WhateverItsSize) {
     ThreadPool pool(2);
-    for (const auto& [outputs, inputs] : {std::pair{1, 1}, {7, 5}, {8, 6}, {64, 80}, {131, 257}, {264, 771}}) {
+    for (const auto& [outputs, inputs] :
+         {std::pair{1, 1}, {7, 5}, {8, 6}, {64, 80}, {40, 128}, {131, 257}, {264, 771}}) {
         const auto bytes = randomBytes(outputs * inputs, 1);
         std::vector<float> scales(outputs);
         std::vector<float> weights(bytes.size());
@@ -88,5 +89,23 @@ TEST(MatMul, Int8_IsTheLinearLayer_WhateverItsSize) {
                                plainLayer(src, weights, bias.data(), before, outputs, inputs, activation, accumulate),
                                1e-4F);
                 }
+    }
+}
+
+// One thread takes several blocks of rows at a time, five take one each. Sums of whole numbers do not see it.
+TEST(MatMul, Int8_GivesTheSameBits_WhateverTheThreads) {
+    for (const auto& [outputs, inputs] : {std::pair{48, 192}, {131, 257}}) {
+        const int rows = 750;
+        const auto bytes = randomBytes(outputs * inputs, 1);
+        const auto scales = randomFloats(outputs, 2, 0.01F);
+        const MatMul layer = MatMul::int8(bytes.data(), scales.data(), nullptr, outputs, inputs);
+        const auto src = randomFloats(rows * inputs, 3);
+        const auto multiplied = [&](int threads) {
+            ThreadPool pool(threads);
+            std::vector<float> dst(static_cast<std::size_t>(rows) * outputs);
+            layer.run(src.data(), dst.data(), rows, Activation::gelu, false, pool);
+            return dst;
+        };
+        EXPECT_EQ(multiplied(1), multiplied(5));
     }
 }
