@@ -65,6 +65,7 @@ class WaylandPaste(WaylandCase):
                     words = f"{layout}{variant} é 世界"
                     expected += "".join(words.split())
                     self.dictate(words, client=editor)
+                    wait_for(editor.is_changed, f"words in {editor.application}")
                     self.keyboard.set_layout("us")
                     editor.wait_for_words(expected, self.keyboard)
             wait_for(lambda: clipboard("image/png") == IMAGE, "the picture on the clipboard again")

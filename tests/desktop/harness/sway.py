@@ -134,6 +134,16 @@ def _focused(node):
     return next((found for child in node["nodes"] + node["floating_nodes"] if (found := _focused(child))), None)
 
 
+def _titles(application):
+    """Of the windows of an application of Wayland."""
+
+    def found(node):
+        inner = [title for each in node["nodes"] + node["floating_nodes"] for title in found(each)]
+        return [node["name"], *inner] if node.get("app_id") == application else inner
+
+    return found(json.loads(processes.output(["swaymsg", "-t", "get_tree"])))
+
+
 def focus(application):
     """Brings a window of the application to the front, an X one's by its class."""
     criterion = "app_id" if processes.succeeds(["swaymsg", f'[app_id="^{application}$"]', "focus"]) else "class"
@@ -221,9 +231,19 @@ class _Editor(_Client):
         self.file.write_text(text)
         super().__init__(application, [*command, self.file], **environment)
 
+    def is_changed(self):
+        """Whether something stands in it that is not saved; its title tells."""
+        return any(title.startswith("*") for title in _titles(self.application))
+
     def text(self, keyboard):
-        """What stands in the editor, which has to be in front. Saves it."""
-        keyboard.press("Control_R+s")
+        """What stands in the editor, which has to be in front. Saves it.
+
+        A GTK program asks the layout of the moment when it gets to a key, not that of the moment of the key: each change of
+        the layout waits until the keys before it have done what they are for.
+        """
+        if self.is_changed():
+            keyboard.press("Control_R+s")
+            wait_for(lambda: not self.is_changed(), f"{self.application} to save")
         return self.file.read_text().removesuffix("\n")  # some add one
 
     def wait_for_words(self, expected, keyboard):
