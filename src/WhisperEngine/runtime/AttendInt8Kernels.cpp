@@ -6,6 +6,7 @@
 #include "WhisperEngine/runtime/AttendInt8Kernels.h"
 
 #include "WhisperEngine/runtime/InstructionSet.h"
+#include "WhisperEngine/runtime/Tiles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,8 +23,7 @@
 #ifndef FENLO_ATTEND_INT8_CONSTANTS
 #define FENLO_ATTEND_INT8_CONSTANTS
 namespace fenlo::whisper::kernels {
-constexpr std::size_t rowStep = 8; // keys and value channels are filled up to whole ones
-constexpr float lowest = -1e8F;    // stands for minus infinity, and is an integer of 32 bits
+constexpr float lowest = -1e8F; // stands for minus infinity, and is an integer of 32 bits
 /// Scores are powers of two in 256ths, as integers.
 constexpr int scoreBits = 8;
 constexpr float scoreUnit = 1.44269504F * (1 << scoreBits); // of a natural power
@@ -68,8 +68,21 @@ struct Quads {
         return sum;
     }
 };
+/// The same values in the processor's tiles.
+struct Tiles : Quads {};
 #else
 using Quads = Pairs;
+using Tiles = Pairs;
+#endif
+
+/// What a thread holds while it multiplies so.
+template <class Product>
+struct Holding {};
+#if HWY_TARGET == HWY_AVX3
+template <>
+struct Holding<Tiles> {
+    tiles::InUse use;
+};
 #endif
 
 /// Rows whose sums are held at a time: two vectors each, besides three for the operands.
@@ -82,10 +95,11 @@ HWY_INLINE Ints lanesOf(const void* values) {
 }
 
 /// For each of `rowCount` rows of signed values: finish(row, sums, sums) with the products of the row and each of two
-/// vectors of queries, over `steps` lanes.
+/// vectors of queries, over `steps` lanes. `work` has room for the sums.
 template <class Product, class Finish>
-HWY_INLINE void multiplyRows(const typename Product::Signed* rows, std::size_t rowStride, std::size_t rowCount,
-                             const std::int32_t* columns, std::size_t steps, const Finish& finish) {
+HWY_INLINE void multiplyRows(Product /*unused*/, const typename Product::Signed* rows, std::size_t rowStride,
+                             std::size_t rowCount, const std::int32_t* columns, std::size_t steps,
+                             std::int32_t* /*work*/, const Finish& finish) {
     const std::size_t lanes = hn::Lanes(ints);
     for (std::size_t row = 0; row < rowCount; row += rowsInRegisters) {
         Ints sum0[rowsInRegisters];
@@ -110,6 +124,21 @@ HWY_INLINE void multiplyRows(const typename Product::Signed* rows, std::size_t r
             finish(row + r, sum0[r], sum1[r]);
     }
 }
+
+#if HWY_TARGET == HWY_AVX3
+template <class Finish>
+HWY_INLINE void multiplyRows(Tiles /*unused*/, const std::int8_t* rows, std::size_t rowStride, std::size_t rowCount,
+                             const std::int32_t* columns, std::size_t steps, std::int32_t* work, const Finish& finish) {
+    const std::size_t lanes = hn::Lanes(ints);
+    const std::size_t stride = 2 * lanes * sizeof *work;
+    constexpr std::size_t together = 2 * tiles::rows;
+    for (std::size_t row = 0; row < rowCount; row += together)
+        tiles::multiply32x32({rows + row * rowStride, rowStride, columns, stride, steps * Tiles::perLane,
+                              work + row * 2 * lanes, stride});
+    for (std::size_t row = 0; row < rowCount; ++row, work += 2 * lanes)
+        finish(row, hn::Load(ints, work), hn::Load(ints, work + lanes));
+}
+#endif
 
 /// 2^-(down / 256) in 255ths, rounded, for down >= 0: a whole power of two, and a polynomial for the rest. It is the
 /// one of its degree whose largest relative error is the least: 0.0018, less than half a 255th.
@@ -179,7 +208,7 @@ HWY_INLINE Floats powerOfTwo(Ints x) {
 
 /// What a group of queries has gathered so far, in work memory: two vectors of lanes each.
 struct Gathered {
-    std::int32_t* scores;  // [keyBlock][queries]
+    std::int32_t* scores;  // [keyBlock or depth][queries]; the mixture's sums later on
     std::int32_t* share;   // [keyBlock / perLane][queries]
     std::int32_t* largest; // [queries]
     float* mixture;        // [depth][queries]
@@ -188,7 +217,7 @@ struct Gathered {
     Gathered(std::byte* work, std::size_t depth) {
         const std::size_t queries = 2 * hn::Lanes(floats);
         scores = reinterpret_cast<std::int32_t*>(work);
-        share = scores + keyBlock * queries;
+        share = scores + std::max(keyBlock, depth) * queries;
         largest = share + keyBlock / 2 * queries;
         mixture = reinterpret_cast<float*>(largest + queries);
         total = mixture + depth * queries;
@@ -216,7 +245,7 @@ HWY_INLINE Largest scoreBlock(const PackedHead& head, std::size_t group, std::si
     const Ints least = hn::Set(ints, static_cast<std::int32_t>(lowest));
     Largest found{least, least};
     const auto* rows = static_cast<const typename Product::Signed*>(head.keys) + firstKey * depth;
-    multiplyRows<Product>(rows, depth, keys, columns, steps, [&](std::size_t row, Ints sum0, Ints sum1) {
+    multiplyRows(Product(), rows, depth, keys, columns, steps, scores, [&](std::size_t row, Ints sum0, Ints sum1) {
         const std::size_t key = firstKey + row;
         const Ints offset = hn::Set(ints, head.keyOffset[key]);
         const Floats scale = hn::Set(floats, head.keyScale[key]);
@@ -273,16 +302,16 @@ HWY_INLINE void mixBlock(const PackedHead& head, std::size_t firstKey, std::size
                          const Weights& first, const Weights& second) {
     const std::size_t lanes = hn::Lanes(floats);
     const auto* rows = static_cast<const typename Product::Signed*>(head.values) + firstKey;
-    multiplyRows<Product>(rows, head.keyCount, head.depth, gathered.share, keys / Product::perLane,
-                          [&](std::size_t row, Ints sum0, Ints sum1) {
-                              float* at = gathered.mixture + row * 2 * lanes;
-                              const auto mix = [](float* to, Ints sum, const Weights& weights) {
-                                  const Floats added = hn::Mul(hn::ConvertTo(floats, sum), weights.added);
-                                  hn::Store(hn::MulAdd(hn::Load(floats, to), weights.kept, added), floats, to);
-                              };
-                              mix(at, sum0, first);
-                              mix(at + lanes, sum1, second);
-                          });
+    multiplyRows(Product(), rows, head.keyCount, head.depth, gathered.share, keys / Product::perLane, gathered.scores,
+                 [&](std::size_t row, Ints sum0, Ints sum1) {
+                     float* at = gathered.mixture + row * 2 * lanes;
+                     const auto mix = [](float* to, Ints sum, const Weights& weights) {
+                         const Floats added = hn::Mul(hn::ConvertTo(floats, sum), weights.added);
+                         hn::Store(hn::MulAdd(hn::Load(floats, to), weights.kept, added), floats, to);
+                     };
+                     mix(at, sum0, first);
+                     mix(at + lanes, sum1, second);
+                 });
 }
 
 /// dst[row * stride + i] = src[i * columns + row]; squares of four where they fit.
@@ -340,6 +369,7 @@ template <class Product>
 void attend(const PackedHead& head, std::size_t group, float* dst, std::size_t stride, std::byte* work) {
     const std::size_t lanes = hn::Lanes(floats);
     const Gathered gathered(work, head.depth);
+    [[maybe_unused]] const Holding<Product> holding;
     const std::size_t keyCount = head.keyCount;
     for (std::size_t key = 0; key < keyCount; key += keyBlock) {
         const std::size_t keys = std::min(keyBlock, keyCount - key);
@@ -570,6 +600,9 @@ void attendPairs(const PackedHead& head, std::size_t group, float* dst, std::siz
 void attendQuads(const PackedHead& head, std::size_t group, float* dst, std::size_t stride, std::byte* work) {
     attend<Quads>(head, group, dst, stride, work);
 }
+void attendTiles(const PackedHead& head, std::size_t group, float* dst, std::size_t stride, std::byte* work) {
+    attend<Tiles>(head, group, dst, stride, work);
+}
 int queriesOfGroup() {
     return static_cast<int>(2 * hn::Lanes(floats));
 }
@@ -585,12 +618,17 @@ namespace {
 
 HWY_EXPORT(attendPairs);
 HWY_EXPORT(attendQuads);
+HWY_EXPORT(attendTiles);
 HWY_EXPORT(packPairs);
 HWY_EXPORT(packQuads);
 HWY_EXPORT(queriesOfGroup);
 
 bool hasQuads() {
     return allowedInstructionSet() >= InstructionSet::avx512vnni;
+}
+
+bool hasTiles() {
+    return allowedInstructionSet() >= InstructionSet::amx;
 }
 
 std::size_t roundedUp(std::size_t count, std::size_t step) {
@@ -601,12 +639,12 @@ std::size_t roundedUp(std::size_t count, std::size_t step) {
 
 PackedLayout packedLayout() {
     const int perLane = hasQuads() ? 4 : 2;
-    return {HWY_DYNAMIC_DISPATCH(queriesOfGroup)(), perLane, 4 / perLane};
+    return {HWY_DYNAMIC_DISPATCH(queriesOfGroup)(), perLane, 4 / perLane, hasTiles() ? tiles::rowBytes : 8};
 }
 
 PackedSize::PackedSize(const PackedLayout& layout, int positionCount, int headWidth)
-    : positions(positionCount), width(headWidth), keyCount(static_cast<int>(roundedUp(positionCount, rowStep))),
-      depth(static_cast<int>(roundedUp(headWidth, rowStep))),
+    : positions(positionCount), width(headWidth), keyCount(static_cast<int>(roundedUp(positionCount, layout.step))),
+      depth(static_cast<int>(roundedUp(headWidth, layout.step))),
       groups((positionCount + layout.queries - 1) / layout.queries) {
     const std::size_t padded = static_cast<std::size_t>(groups) * layout.queries;
     const std::size_t keys = keyCount, channels = depth, element = layout.elementBytes;
@@ -655,11 +693,14 @@ void packHead(const HeadRows& rows, const PackedHead& packed, float* work) {
 }
 
 std::size_t attendWork(const PackedLayout& layout, int width) {
-    return (keyBlock + keyBlock / 2 + roundedUp(width, rowStep) + 2) * layout.queries * sizeof(float);
+    const std::size_t depth = roundedUp(width, layout.step);
+    return (std::max(keyBlock, depth) + keyBlock / 2 + depth + 2) * layout.queries * sizeof(float);
 }
 
 void attendGroup(const PackedHead& head, int group, float* dst, std::size_t stride, std::byte* work) {
-    if (hasQuads())
+    if (hasTiles())
+        HWY_DYNAMIC_DISPATCH(attendTiles)(head, static_cast<std::size_t>(group), dst, stride, work);
+    else if (hasQuads())
         HWY_DYNAMIC_DISPATCH(attendQuads)(head, static_cast<std::size_t>(group), dst, stride, work);
     else
         HWY_DYNAMIC_DISPATCH(attendPairs)(head, static_cast<std::size_t>(group), dst, stride, work);

@@ -27,6 +27,7 @@ struct PackedLayout {
     int queries;      // of a group: two vectors
     int perLane;      // values in a lane
     int elementBytes; // 4 / perLane
+    int step;         // keys and channels are filled up to whole ones: rows whose sums are held at a time
 };
 /// Of the settled instruction set.
 PackedLayout packedLayout();

@@ -4,6 +4,7 @@
 #include "WhisperEngine/runtime/ByteBlocks.h"
 
 #include "WhisperEngine/runtime/InstructionSet.h"
+#include "WhisperEngine/runtime/Tiles.h"
 
 #include <algorithm>
 #include <cstring>
@@ -18,8 +19,6 @@ HWY_DIAGNOSTICS_OFF(disable : 4701, ignored "-Wmaybe-uninitialized")
 #endif
 #include <immintrin.h>
 HWY_DIAGNOSTICS(pop)
-
-#include "WhisperEngine/runtime/Tiles-inl.h"
 #endif
 
 namespace fenlo::whisper::kernels {
@@ -164,42 +163,22 @@ struct Lanes : avx512::Lanes {
 } // namespace avx512vnni
 HWY_POP_ATTRIBUTES
 
-HWY_PUSH_ATTRIBUTES(FENLO_TILE_TARGET)
 namespace amx {
 namespace {
 
-/// Sixteen rows of weights times the panel: sums[i][lane]. A panel has the order of a tile's right side, and rows of
-/// weights lie as its left one. Three sums are under way at a time, as long as one takes.
-inline void multiplyTile(const std::int32_t* panel, const std::int8_t* weights, std::size_t inputs,
-                         std::int32_t* sums) {
-    static_assert(panelLanes == 3 * tiles::columns);
-    constexpr std::size_t panelStride = panelLanes * sizeof *panel;
-    _tile_zero(0);
-    _tile_zero(1);
-    _tile_zero(2);
-    for (std::size_t at = 0; at < inputs; at += tiles::rowBytes, panel += std::ptrdiff_t{tiles::rows} * panelLanes) {
-        _tile_loadd(3, weights + at, inputs);
-        _tile_loadd(4, panel, panelStride);
-        _tile_dpbsud(0, 3, 4);
-        _tile_loadd(5, panel + tiles::columns, panelStride);
-        _tile_dpbsud(1, 3, 5);
-        _tile_loadd(6, panel + std::ptrdiff_t{2} * tiles::columns, panelStride);
-        _tile_dpbsud(2, 3, 6);
-    }
-    _tile_stored(0, sums, panelStride);
-    _tile_stored(1, sums + tiles::columns, panelStride);
-    _tile_stored(2, sums + std::ptrdiff_t{2} * tiles::columns, panelStride);
-}
-
-/// Whole tiles; what does not fill one is left to the vectors.
+/// Whole tiles; what does not fill one is left to the vectors. A panel has the order of a tile's right side, and rows
+/// of weights lie as its left one.
 void multiply(const ByteMatrix& matrix, const Panel& panel, int first, int count, float* dst, std::byte* work) {
+    static_assert(panelLanes == 3 * tiles::columns);
+    constexpr std::size_t stride = panelLanes * sizeof(std::int32_t);
     const auto inputs = static_cast<std::size_t>(matrix.columns);
     int i = 0;
     if (inputs % tiles::rowBytes == 0 && count >= tiles::rows) {
         alignas(64) std::int32_t sums[tiles::rows * panelLanes];
         const tiles::InUse use;
         for (; i + tiles::rows <= count; i += tiles::rows) {
-            multiplyTile(panel.lanes, matrix.weights + static_cast<std::size_t>(first + i) * inputs, inputs, sums);
+            const std::int8_t* const weights = matrix.weights + static_cast<std::size_t>(first + i) * inputs;
+            tiles::multiply16x48({weights, inputs, panel.lanes, stride, inputs, sums, stride});
             for (int row = 0; row < tiles::rows; ++row)
                 avx512vnni::finish(sums + std::ptrdiff_t{row} * panelLanes, matrix.rowScales[first + i + row],
                                    matrix.bias ? matrix.bias[first + i + row] : 0.0F, panel.factors,
@@ -211,7 +190,6 @@ void multiply(const ByteMatrix& matrix, const Panel& panel, int first, int count
 
 } // namespace
 } // namespace amx
-HWY_POP_ATTRIBUTES
 
 #endif
 
