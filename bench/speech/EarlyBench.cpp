@@ -194,12 +194,12 @@ private:
     EarlySteps steps() {
         EarlyWindows& windows = m_local.early();
         EarlySteps steps;
-        steps.isWanted = [this] { return m_isEarly; };
+        steps.reach = [this] { return m_isEarly ? EarlyReach::everything : EarlyReach::nothing; };
         steps.begin = [&windows] { windows.begin(); };
         steps.finish = [&windows] { windows.finish(); };
         steps.forget = [&windows] { windows.forget(); };
-        steps.recognise = [this](auto samples, auto extent, const auto& stop) {
-            return m_local.recogniseAhead(samples, extent, "en", stop).nextWindow;
+        steps.recognise = [this](auto samples, auto extent, auto&&, const auto& stop) {
+            return m_local.recogniseAhead(samples, extent, "en", stop);
         };
         return steps;
     }

@@ -73,21 +73,17 @@ TakeSteps TakeServices::steps() {
 }
 
 EarlySteps TakeServices::earlySteps(std::function<bool()> mayWork) {
-    EarlyWindows& windows = localTranscriber.early();
     return {
-        .isWanted = [this] { return transcriber.staysHere() && !config.get().voiceIsolation; },
+        .reach = [this] { return transcriber.earlyReach(); },
         .mayWork = std::move(mayWork),
-        .begin = [&windows] { windows.begin(); },
-        .finish = [&windows] { windows.finish(); },
-        .forget = [&windows] { windows.forget(); },
+        .begin = [this] { transcriber.beginTake(); },
+        .finish = [this] { transcriber.endTake(); },
+        .forget = [this] { transcriber.forgetTake(); },
         .recognise =
-            [this](std::span<const float> samples, LocalTranscriber::Extent extent, const std::stop_source& stop) {
-                return localTranscriber.recogniseAhead(samples, extent, config.get().language, stop).nextWindow;
-            },
-        .recogniseChunk =
-            [this](const std::filesystem::path& chunk, const std::stop_source& stop) {
-                localTranscriber.recogniseAhead(chunk, config.get().language, stop);
-            },
+            [this](std::span<const float> samples, LocalTranscriber::Extent extent, const TranscribeRequest& about,
+                   const std::stop_source& stop) { return transcriber.recogniseAhead(samples, extent, about, stop); },
+        .recogniseChunk = [this](const TranscribeRequest& chunk,
+                                 const std::stop_source& stop) { return transcriber.recogniseAhead(chunk, stop); },
     };
 }
 

@@ -36,8 +36,7 @@ struct TakeServices {
     TakeServices& operator=(const TakeServices&) = delete;
 
     TakeSteps steps();
-    /// How a take is recognised ahead: only where its sound stays on this machine, and not where the user's voice is
-    /// picked out of it, which takes the whole chunk. For `mayWork` see EarlySteps.
+    /// How a take is recognised ahead. For `mayWork` see EarlySteps.
     EarlySteps earlySteps(std::function<bool()> mayWork);
     /// Opens the connections that the take will need, while the user still speaks.
     void warmConnections();

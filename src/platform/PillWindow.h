@@ -12,8 +12,8 @@ struct Colour {
     bool operator==(const Colour&) const = default;
 };
 
-/// The three fonts of the pill. In `text` all digits are of one width, so that a running clock stands still.
-enum class PillFont { text, application, cancel };
+/// The fonts of the pill. In `text` all digits are of one width, so that a running clock stands still.
+enum class PillFont { text, application, cancel, words };
 
 /// What a pill shows, as shapes in points from its top left corner.
 struct PillPicture {

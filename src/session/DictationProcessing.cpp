@@ -83,7 +83,8 @@ void DictationSession::walk(Job job, TakeListener listener, std::stop_token stop
         job.note.reset(); // from here on it can be tried again
     }
     const bool isDelivered = mainQueue.call([&] {
-        m_services.early.drop();
+        if (!*job.isDropped) // or a later take may be under way
+            m_services.early.drop();
         return deliver(result, job.take.duration, trouble);
     });
     if (!hasWords)
@@ -106,10 +107,10 @@ TakeSituation DictationSession::situation() const {
 
 void DictationSession::cancelProcessing() {
     logInfo("Cancelled by user");
-    m_services.early.drop();
     m_isCancelled = true;
     if (m_isDropped)
         *m_isDropped = true;
+    m_services.early.drop(); // behind the marks: the worker that waits for it looks at them
     m_services.overlay.hide();
     becomeIdle();
 }

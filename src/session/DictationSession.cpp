@@ -28,6 +28,10 @@ constexpr double shortestFailure = 0.3; // seconds of holding the key that are m
 constexpr float silenceToneVolume = 0.06f;
 constexpr std::size_t minimumSelection = 2; // characters; a single one does not count as a selection
 
+OverlayWindow::WordsRoom wordsRoom(bool showsWords) {
+    return showsWords ? OverlayWindow::WordsRoom::kept : OverlayWindow::WordsRoom::none;
+}
+
 void logContext(const FocusContext& context) {
     const auto orUnknown = [](const std::string& name) { return name.empty() ? "?" : name; };
     logInfo("Context: app={} bundle={} selected={}chars existing={}chars clipboard={}chars", orUnknown(context.appName),
@@ -127,17 +131,19 @@ void DictationSession::beginRecording() {
     const bool external = m_services.recorder.isExternalInputActive();
     if (!external)
         m_recordStartTime = m_services.clock.now();
-    if (m_services.config.get().showOverlay) {
+    const Settings settings = m_services.config.get();
+    m_showsWords = settings.showOverlay && settings.showWordsInPill && m_services.early.givesWords();
+    if (settings.showOverlay) {
         if (external)
-            m_services.overlay.showWarming(isReplacing, m_capturedContext->appName);
+            m_services.overlay.showWarming(isReplacing, m_capturedContext->appName, wordsRoom(m_showsWords));
         else
-            m_services.overlay.showRecording(isReplacing, m_capturedContext->appName);
+            m_services.overlay.showRecording(isReplacing, m_capturedContext->appName, wordsRoom(m_showsWords));
     }
     m_services.recorder.setOnReady(
         m_lifetime.bind([this, external, isReplacing] { recorderBecameReady(external, isReplacing); }));
     m_services.recorder.setOnFiles([note = m_note](const auto& files) { note->setChunks(files); });
     m_services.recorder.startRecording();
-    m_services.early.begin();
+    m_services.early.begin(earlyTake());
     m_hooks.warmConnection();
     m_services.keys.prepareToPost();
     // A missing microphone is told at once, not after a minute of speech.
@@ -149,6 +155,14 @@ void DictationSession::beginRecording() {
         });
 }
 
+/// Where the pill shows no words, none are told.
+EarlyTake DictationSession::earlyTake() {
+    EarlyTake take{.appName = m_capturedContext->appBundleId};
+    if (m_showsWords)
+        take.onWords = [this](const std::string& words) { m_services.overlay.showWords(words); };
+    return take;
+}
+
 void DictationSession::recorderBecameReady(bool wasExternalInput, bool isReplacing) {
     if (!m_isRecording)
         return;
@@ -156,7 +170,8 @@ void DictationSession::recorderBecameReady(bool wasExternalInput, bool isReplaci
         // The time that the device took to wake up does not count.
         m_recordStartTime = m_services.clock.now();
         if (m_services.config.get().showOverlay)
-            m_services.overlay.showRecording(isReplacing, m_capturedContext ? m_capturedContext->appName : "");
+            m_services.overlay.showRecording(isReplacing, m_capturedContext ? m_capturedContext->appName : "",
+                                             wordsRoom(m_showsWords));
     }
     playStartTones(m_services.tones, m_services.config.get());
 }

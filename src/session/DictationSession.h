@@ -27,6 +27,7 @@ class OverlayWindow;
 class TakeNote;
 class TextInserter;
 class TonePlayer;
+struct EarlyTake;
 
 /// The services a session works with. All outlive it.
 struct SessionServices {
@@ -101,6 +102,7 @@ private:
     template <typename Work>
     void endTakeOnError(Work work);
     void beginRecording();
+    EarlyTake earlyTake();
     void recorderBecameReady(bool wasExternalInput, bool isReplacing);
     void endRecording();
     Take stopRecording();
@@ -151,6 +153,7 @@ private:
     bool m_isProcessing = false;
     std::atomic<bool> m_isCancelled = false; // read by the worker
     bool m_isCommandMode = false;
+    bool m_showsWords = false;               // of the running take, in the pill
     bool m_textWaits = false;                // on the clipboard, for the user to paste it
     std::optional<double> m_recordStartTime; // seconds of Clock::now()
     std::string m_lastText;                  // delivered last

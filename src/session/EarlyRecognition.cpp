@@ -4,7 +4,11 @@
 #include "audio/ChunkWriter.h"
 #include "base/Background.h"
 #include "base/Log.h"
+#include "base/Text.h"
 
+#include <algorithm>
+#include <iterator>
+#include <limits>
 #include <utility>
 
 namespace fenlo {
@@ -26,11 +30,13 @@ EarlyRecognition::~EarlyRecognition() {
         m_run->stop.request_stop();
 }
 
-void EarlyRecognition::begin() {
+void EarlyRecognition::begin(EarlyTake take) {
     drop();
+    m_about = std::move(take);
     m_isTake = true;
     ++m_take;
     m_chunk = m_taken = 0;
+    m_hasFailed = false;
     m_steps.begin();
     m_look = m_mainQueue.every(lookInterval, [this] { look(); });
 }
@@ -40,9 +46,7 @@ void EarlyRecognition::release() {
         return;
     takeIn();
     giveUpInSpeech();
-    const std::size_t needed = m_clip ? m_clip->keptEnd() - m_clip->soundEnd() : 0;
-    if (const auto reason = due(needed); !m_run && reason && m_steps.isWanted())
-        start(*reason);
+    startIfDue(m_clip ? m_clip->keptEnd() - m_clip->soundEnd() : 0);
 }
 
 void EarlyRecognition::finish() {
@@ -51,6 +55,8 @@ void EarlyRecognition::finish() {
     m_look.cancel();
     m_clip.reset();
     m_cut.clear();
+    m_about = {};
+    m_words.clear();
     m_steps.finish();
 }
 
@@ -64,10 +70,7 @@ void EarlyRecognition::drop() {
 void EarlyRecognition::look() {
     takeIn();
     giveUpInSpeech();
-    if (m_run)
-        return;
-    if (const auto reason = due(pauseFrames); reason && m_steps.isWanted())
-        start(*reason);
+    startIfDue(pauseFrames);
 }
 
 /// The user went on: the words of a sentence that was not over are of no use.
@@ -97,7 +100,7 @@ void EarlyRecognition::takeIn() {
 }
 
 std::optional<EarlyRecognition::Reason> EarlyRecognition::due(std::size_t pauseFrames) const {
-    if (!m_cut.empty())
+    if (!m_cut.empty() && !m_hasFailed)
         return Reason::chunk;
     if (!m_clip)
         return {};
@@ -111,48 +114,98 @@ std::optional<EarlyRecognition::Reason> EarlyRecognition::due(std::size_t pauseF
     return m_nextWindow > 0 && chunkGain(m_clip->peak()) != m_gainOfWindows ? Reason::window : Reason::pause;
 }
 
-void EarlyRecognition::start(Reason reason) {
-    m_run = Run{reason, m_take, m_chunk, m_clip ? chunkGain(m_clip->peak()) : 1};
+void EarlyRecognition::startIfDue(std::size_t pauseFrames) {
+    const auto reason = m_run ? std::nullopt : due(pauseFrames);
+    if (!reason)
+        return;
+    const EarlyReach reach = m_steps.reach();
+    if (reach == EarlyReach::everything || (reach == EarlyReach::chunks && *reason == Reason::chunk))
+        start(*reason, reach);
+}
+
+void EarlyRecognition::start(Reason reason, EarlyReach reach) {
+    const std::size_t chunk = reason == Reason::chunk ? m_chunk - m_cut.size() : m_chunk;
+    const std::size_t end = reason == Reason::chunk ? std::numeric_limits<std::size_t>::max() : m_clip->size();
+    m_run = Run{reason, reach, m_take, chunk, end, m_clip ? chunkGain(m_clip->peak()) : 1};
     if (reason == Reason::pause)
         m_pauseEnd = m_clip->keptEnd();
-    m_background.run([this, stop = m_run->stop, work = workFor(reason)](std::stop_token quit) {
+    m_background.run([this, reach, stop = m_run->stop, work = workFor(reason)](std::stop_token quit) {
         const std::stop_callback end(quit, [stop]() mutable { stop.request_stop(); });
-        std::size_t nextWindow = 0;
-        try {
-            if (m_steps.mayWork())
-                nextWindow = work(stop);
-        } catch (const std::exception& error) {
-            if (!stop.stop_requested())
-                logInfo("Not recognised ahead: {}", error.what());
-        }
-        m_mainQueue.post(m_lifetime.bind([this, nextWindow] { ended(nextWindow); }));
+        m_mainQueue.post(m_lifetime.bind([this, result = perform(work, reach, stop)] { ended(result); }));
     });
 }
 
+/// On a worker.
+EarlyRecognition::Result EarlyRecognition::perform(const Work& work, EarlyReach reach,
+                                                   const std::stop_source& stop) const {
+    try {
+        if (reach == EarlyReach::everything && !m_steps.mayWork())
+            return {.hadPower = false};
+        return {.heard = work(stop)};
+    } catch (const std::exception& error) {
+        if (!stop.stop_requested())
+            logInfo("Not recognised ahead: {}", error.what());
+        return {.hasFailed = true};
+    }
+}
+
 EarlyRecognition::Work EarlyRecognition::workFor(Reason reason) const {
-    if (reason == Reason::chunk)
-        return [this, chunk = m_cut.front()](const std::stop_source& stop) {
-            m_steps.recogniseChunk(chunk, stop);
-            return std::size_t(0);
+    TranscribeRequest request = requestFor(m_run->chunk);
+    if (reason == Reason::chunk) {
+        request.audio = m_cut.front();
+        return [this, request = std::move(request)](const std::stop_source& stop) {
+            return EarlySteps::Heard{.text = m_steps.recogniseChunk(request, stop)};
         };
+    }
     const auto extent = reason == Reason::window ? EarlySteps::Extent::fullWindows : EarlySteps::Extent::everything;
-    return [this, extent, clip = m_clip->beginning()](const std::stop_source& stop) {
+    return [this, extent, request = std::move(request), clip = m_clip->beginning()](const std::stop_source& stop) {
         std::vector<float> chunk(clip.samples.begin(), clip.samples.end());
         normalise(chunk);
-        return m_steps.recognise(chunk, extent, stop);
+        return m_steps.recognise(chunk, extent, request, stop);
     };
 }
 
-void EarlyRecognition::ended(std::size_t nextWindow) {
+/// As the finished take will ask for it.
+TranscribeRequest EarlyRecognition::requestFor(std::size_t chunk) const {
+    TranscribeRequest request{.appName = m_about.appName};
+    for (const Words& words : std::span(m_words).first(std::min(chunk, m_words.size())))
+        if (!text::trimWhitespace(words.text).empty())
+            request.hintText = words.text;
+    return request;
+}
+
+void EarlyRecognition::ended(const Result& result) {
     const Run run = *std::exchange(m_run, std::nullopt);
+    if (run.reach == EarlyReach::everything)
+        m_hasPower = result.hadPower;
     if (run.take != m_take || !m_isTake)
         return;
-    if (run.reason == Reason::chunk)
+    if (!result.hasFailed && result.hadPower)
+        addWords(run, result.heard);
+    if (run.reason == Reason::chunk) {
+        m_hasFailed = result.hasFailed;
         m_cut.pop_front();
+    }
     if (run.reason != Reason::window || run.chunk != m_chunk)
         return;
+    const std::size_t nextWindow = result.heard.nextWindow;
     m_nextWindow = nextWindow > 0 ? nextWindow : m_clip->size(); // a failure is not repeated at once
     m_gainOfWindows = run.gain;
+}
+
+/// A window may be full only after a pause behind it was recognised: what is known never gets less.
+void EarlyRecognition::addWords(const Run& run, const EarlySteps::Heard& heard) {
+    m_words.resize(std::max(m_words.size(), run.chunk + 1));
+    Words& known = m_words[run.chunk];
+    const std::size_t end = run.reason == Reason::window ? heard.nextWindow : run.end;
+    if (end < known.end)
+        return;
+    known = {heard.text, end};
+    if (!m_about.onWords || run.reach != EarlyReach::everything)
+        return;
+    std::vector<std::string> texts;
+    std::ranges::transform(m_words, std::back_inserter(texts), &Words::text);
+    m_about.onWords(text::join(texts, " "));
 }
 
 } // namespace fenlo

@@ -35,6 +35,8 @@ struct Settings {
     bool smartRewrite = true;
     bool autoCapitalize = true;
     bool showAppInPill = true;
+    bool showWordsInPill = false;     // those that are recognised while the user speaks
+    bool uploadWhileSpeaking = false; // to a service, before it is known whether the take is meant
     bool offlineMode = false;
     Choice<OutputMode> outputMode = OutputMode::transcribe;
     std::vector<std::string> customVocabulary;

@@ -73,25 +73,27 @@ void OverlayWindow::enqueue(Task task) {
 
 // Recording and warming.
 
-void OverlayWindow::showRecording(bool isReplacing, const std::string& appName) {
+void OverlayWindow::showRecording(bool isReplacing, const std::string& appName, WordsRoom room) {
     const Settings settings = m_services.config.get();
     PillContent content = baseContent(pillStyle::recordingDot, pillStyle::recordingGlow, timerStart);
     content.appLabel = applicationLabel(appName);
     content.isReplacing = isReplacing;
     content.isOffline = settings.offlineMode;
     content.langCode = languageBadge(settings.language);
+    content.hasWordsRoom = room == WordsRoom::kept;
     enqueue([this, content = std::move(content), start = m_services.clock.now()] {
         m_recordStart = start;
         open(Mode::recording, content, 0);
     });
 }
 
-void OverlayWindow::showWarming(bool isReplacing, const std::string& appName) {
+void OverlayWindow::showWarming(bool isReplacing, const std::string& appName, WordsRoom room) {
     PillContent content = baseContent(pillStyle::processingDot, pillStyle::processingGlow, warmingText);
     content.appLabel = applicationLabel(appName);
     content.isReplacing = isReplacing;
     content.isPulsing = true;
     content.useCompactDisplayFont = true;
+    content.hasWordsRoom = room == WordsRoom::kept;
     enqueue([this, content = std::move(content)] {
         const double surplus = m_measure(warmingText, PillFont::application) - m_measure(timerStart, PillFont::text);
         open(Mode::warming, content, std::max(0.0, surplus));
@@ -100,6 +102,15 @@ void OverlayWindow::showWarming(bool isReplacing, const std::string& appName) {
 
 std::string OverlayWindow::applicationLabel(const std::string& appName) const {
     return m_services.config.get().showAppInPill && appName != ownName ? appName : "";
+}
+
+void OverlayWindow::showWords(const std::string& words) {
+    enqueue([this, line = text::join(text::words(words), " ")] {
+        if (m_mode != Mode::recording || !m_content.hasWordsRoom)
+            return;
+        m_content.words = m_services.config.get().showWordsInPill ? fittingEnd(line, m_measure) : "";
+        draw();
+    });
 }
 
 // Processing.
@@ -212,6 +223,8 @@ void OverlayWindow::open(Mode mode, PillContent content, double extraWidth) {
               badgeWidth(m_content.isReplacing ? badge::replace : "", m_measure) +
               badgeWidth(m_content.isOffline ? badge::offline : "", m_measure) +
               badgeWidth(m_content.langCode, m_measure);
+    if (m_content.hasWordsRoom)
+        m_width = std::max(m_width, widthToFit());
     m_pill = m_services.pills.make(m_width);
     draw();
     m_pill->fadeIn(fadeInTime);
@@ -297,6 +310,10 @@ ResultCardContent OverlayWindow::cardContent(const std::string& text) {
 
 void OverlayWindow::hide() {
     enqueue([this] {
+        if (m_pill && !m_content.words.empty()) { // they do not fade
+            m_content.words.clear();
+            draw();
+        }
         if (m_pill)
             m_services.pills.fadeOut(std::move(m_pill), fadeOutTime);
         if (m_card)

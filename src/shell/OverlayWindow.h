@@ -41,9 +41,13 @@ public:
     OverlayWindow(const OverlayWindow&) = delete;
     OverlayWindow& operator=(const OverlayWindow&) = delete;
 
-    void showRecording(bool isReplacing, const std::string& appName);
+    /// Whether the pill is wide enough for words from its beginning.
+    enum class WordsRoom { none, kept };
+    void showRecording(bool isReplacing, const std::string& appName, WordsRoom room = WordsRoom::none);
     /// The microphone is still waking up; showRecording() follows.
-    void showWarming(bool isReplacing, const std::string& appName);
+    void showWarming(bool isReplacing, const std::string& appName, WordsRoom room = WordsRoom::none);
+    /// The end of these words stands in the room that the recording pill has for them; without any they are ignored.
+    void showWords(const std::string& words);
     void showProcessing();
     /// A take of so many seconds is tried again: a new pill that looks as after showProcessing().
     void showRetrying(double seconds, const std::string& appName);

@@ -23,6 +23,8 @@ struct PillContent {
     std::string displayText;
     Colour displayTextColor;
     bool useCompactDisplayFont = false;
+    bool hasWordsRoom = false;
+    std::string words; // as fittingEnd() gives them
     bool showCancel = false;
 };
 
@@ -38,6 +40,9 @@ inline constexpr char offline[] = "Offline Mode";
 } // namespace badge
 
 using MeasureText = std::function<double(const std::string& text, PillFont font)>;
+
+/// The end of a line that fits the room for words, cut between two characters, with an ellipsis where it is cut.
+std::string fittingEnd(const std::string& line, const MeasureText& measure);
 
 PillLayout layOut(const PillContent& content, const MeasureText& measure);
 

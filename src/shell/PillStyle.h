@@ -11,7 +11,8 @@ inline constexpr double baseWidth = 98;
 inline constexpr double minimumExpandedWidth = 180;
 inline constexpr double cancelRoom = 75;
 inline constexpr double distanceFromTop = 48; // of pill and card, to the screen's top edge
-inline constexpr double rightMargin = 14;     // kept free when a pill grows to fit its text
+inline constexpr double wordsWidth = 260;
+inline constexpr double rightMargin = 14; // kept free when a pill grows to fit its text
 inline constexpr double outlineWidth = 0.5;
 inline constexpr double outlineInset = 0.25;
 

@@ -2,14 +2,11 @@
 
 #include "WhisperEngine/DecodingOptions.h"
 #include "WhisperEngine/WindowAnswer.h"
+#include "speech/EarlyAnswers.h"
 
 #include <array>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <mutex>
-#include <optional>
 #include <stop_token>
 #include <vector>
 
@@ -25,18 +22,15 @@ public:
     /// For a run ahead: decodes what is not known, and keeps it. `run` is the stop of that run; a window that was begun
     /// after finish() or forget() ends in the kind `cancelled`.
     whisper::WindowAnswer ahead(std::stop_source run);
-    /// For a finished clip: takes what is known, and waits for it while it is being decoded. A run ahead that decodes
-    /// something else is stopped. Valid as long as this object.
+    /// For a finished clip: takes what is known, and waits for it while it is being decoded. Once the take has ended, a
+    /// run ahead that decodes something else is stopped. Valid as long as this object.
     whisper::WindowAnswer finished(std::stop_token stop);
 
-    /// A new take begins.
-    void begin();
-    /// The take has ended: the run ahead may end the window that it is at.
-    void finish();
-    /// The take is dropped, or done: nothing stays.
-    void forget();
+    void begin() { m_answers.begin(); }
+    void finish() { m_answers.finish(); }
+    void forget() { m_answers.forget(); }
 
-    std::size_t taken() const; // results that finished clips have taken since begin()
+    std::size_t taken() const { return m_answers.taken(); } // results that finished clips have taken since begin()
 
 private:
     struct Question {
@@ -45,26 +39,11 @@ private:
         whisper::DecodingOptions options;
         bool operator==(const Question&) const = default;
     };
-    struct Known {
-        Question question;
-        whisper::DecodingResult result;
-    };
 
     static Question asked(const whisper::WindowQuestion& window);
-    bool hasAny() const;
-    const whisper::DecodingResult* find(const Question& question) const;
-    whisper::DecodingResult decodeAhead(const Question& question,
-                                        const std::function<whisper::DecodingResult()>& decode);
-    whisper::DecodingResult decodeFinished(const Question& question, const std::stop_token& stop,
-                                           const std::function<whisper::DecodingResult()>& decode);
+    [[noreturn]] static void throwCancelled();
 
-    mutable std::mutex m_mutex;
-    std::condition_variable_any m_changed;
-    std::vector<Known> m_known;
-    std::optional<Question> m_underWay;
-    std::stop_source m_run{std::nostopstate};
-    bool m_isOpen = false;
-    std::size_t m_taken = 0;
+    EarlyAnswers<Question, whisper::DecodingResult> m_answers{throwCancelled};
 };
 
 } // namespace fenlo

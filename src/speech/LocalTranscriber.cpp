@@ -153,9 +153,10 @@ LocalTranscriber::Heard LocalTranscriber::recogniseAhead(std::span<const float> 
     return heard;
 }
 
-void LocalTranscriber::recogniseAhead(const fs::path& audio, const std::string& language,
-                                      const std::stop_source& stop) const {
-    (*engine())({.sound = audio, .answer = m_early.ahead(stop)}, optionsFor(language), stop.get_token());
+std::string LocalTranscriber::recogniseAhead(const fs::path& audio, const std::string& language,
+                                             const std::stop_source& stop) const {
+    return keptText(
+        (*engine())({.sound = audio, .answer = m_early.ahead(stop)}, optionsFor(language), stop.get_token()));
 }
 
 bool LocalTranscriber::isModelDownloaded() const {

@@ -89,8 +89,8 @@ public:
     /// throws as transcribe() does, and ends in the engine's kind `cancelled` within 50 ms of a stop request.
     Heard recogniseAhead(std::span<const float> samples, Extent extent, const std::string& language,
                          const std::stop_source& stop) const;
-    void recogniseAhead(const std::filesystem::path& audio, const std::string& language,
-                        const std::stop_source& stop) const;
+    std::string recogniseAhead(const std::filesystem::path& audio, const std::string& language,
+                               const std::stop_source& stop) const;
     EarlyWindows& early() const { return m_early; }
 
     /// Whether the folder holds a model of the name, without starting the engine.

@@ -139,7 +139,6 @@ const std::string& Transcriber::hostOf(CloudService service) const {
     std::abort();
 }
 
-/// The only place that knows which provider belongs to a service.
 std::string Transcriber::transcribeInCloud(const TranscribeRequest& request, const Settings& settings,
                                            std::stop_token stop) {
     const CloudService service = chosenService(settings);
@@ -147,24 +146,39 @@ std::string Transcriber::transcribeInCloud(const TranscribeRequest& request, con
     if (!key)
         throw TranscriberError(TranscriberError::Kind::noAPIKey,
                                describeMissingKey(service, KeyUse::speech, m_keys.keyringUse()));
-    const ServiceAccess access{m_http, m_clock, hostOf(service), *key};
-    ProviderResult result;
-    switch (service) {
-    case CloudService::groq:
-        result = groq::transcribe(access, request, settings.language,
-                                  hintPrompt(settings, m_professionTerms, request.hintText), stop);
-        break;
-    case CloudService::deepgram:
-        result = deepgram::transcribe(access, request, settings.language, settings.customVocabulary, stop);
-        break;
-    case CloudService::grok:
-        result = grok::transcribe(access, request, settings.language, stop);
-        break;
-    case CloudService::gemini: // is never chosen
-        std::abort();
-    }
+    ProviderResult result = answerFor(cloudQuestion(service, *key, request, settings), request, stop);
     m_state.with([&](State& state) { state.lastMeta = std::move(result.meta); });
     return result.text;
+}
+
+// The only two places that know what belongs to a service.
+
+Transcriber::CloudQuestion Transcriber::cloudQuestion(CloudService service, std::string key,
+                                                      const TranscribeRequest& request,
+                                                      const Settings& settings) const {
+    CloudQuestion question{.service = service, .key = std::move(key), .language = settings.language};
+    if (service == CloudService::groq)
+        question.prompt = hintPrompt(settings, m_professionTerms, request.hintText);
+    if (service == CloudService::deepgram) {
+        question.vocabulary = settings.customVocabulary;
+        question.isDeveloperTool = isDeveloperTool(request.appName);
+    }
+    return question;
+}
+
+ProviderResult Transcriber::ask(const CloudQuestion& question, const TranscribeRequest& request, std::stop_token stop) {
+    const ServiceAccess access{m_http, m_clock, hostOf(question.service), question.key};
+    switch (question.service) {
+    case CloudService::groq:
+        return groq::transcribe(access, request, question.language, question.prompt, stop);
+    case CloudService::deepgram:
+        return deepgram::transcribe(access, request, question.language, question.vocabulary, stop);
+    case CloudService::grok:
+        return grok::transcribe(access, request, question.language, stop);
+    case CloudService::gemini: // is never chosen
+        break;
+    }
+    std::abort();
 }
 
 std::string Transcriber::guardAndCleanUp(const std::string& recognised, const TranscribeRequest& request,

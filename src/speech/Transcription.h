@@ -17,6 +17,13 @@ struct TranscribeRequest {
     double clipDuration = 0;                  // seconds; 0 when unknown
 };
 
+/// How much of a take is recognised while the user still speaks.
+enum class EarlyReach {
+    nothing,
+    chunks,     // those that were cut, by a service
+    everything, // by the engine on this machine
+};
+
 /// How sure the recogniser was of its last result.
 struct TranscriptionMeta {
     double avgConfidence = 0;                     // mean log-probability of the kept segments; 0 when there are none

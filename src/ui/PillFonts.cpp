@@ -62,7 +62,7 @@ PillFonts::PillFonts() {
 const PillFonts::Face& PillFonts::face(PillFont font) const {
     if (!m_faces) {
         m_faces = {Face{interfaceFont(14, QFont::Medium)}, Face{interfaceFont(11, QFont::DemiBold)},
-                   Face{interfaceFont(10, QFont::Medium)}};
+                   Face{interfaceFont(10, QFont::Medium)}, Face{interfaceFont(13, QFont::Normal)}};
         Face& text = m_faces->at(static_cast<std::size_t>(PillFont::text));
         text.digitWidth = unequalDigitWidth(QFontMetricsF(text.font));
     }

@@ -35,7 +35,7 @@ private:
     };
     const Face& face(PillFont font) const;
 
-    mutable std::optional<std::array<Face, 3>> m_faces;
+    mutable std::optional<std::array<Face, 4>> m_faces;
     QTimer m_lookUp;
 };
 

@@ -98,8 +98,15 @@ DESKTOP = (
     Setting("Appearance", "Colours", "Dark", "colour_scheme", "dark", lambda test: test.page_colour() == PAGE_DARK),
 )  # fmt: skip
 
-# Those that other modules change, with a take each: the services' keys, offline mode, the voice profile.
-ELSEWHERE = {("Services", "password text"), ("Offline", "Offline mode"), ("Voice", "Voice isolation")}
+# Those that other modules change, with a take each: what happens while one speaks, the services' keys, offline mode, the
+# voice profile.
+ELSEWHERE = {
+    ("General", "Words in the pill"),
+    ("General", "Send long takes in parts"),
+    ("Services", "password text"),
+    ("Offline", "Offline mode"),
+    ("Voice", "Voice isolation"),
+}
 
 
 class Take:

@@ -42,6 +42,24 @@ class Offline(DesktopCase):
             time.sleep(1.2)  # the clipboard goes back to its owner
         self.assertEqual(self.recogniser.requests(), [], "something was uploaded in offline mode")
 
+    def test_the_words_so_far_stand_in_the_pill_if_the_user_wants_them(self):
+        self.start_fenlo(fresh=True).wait_for(READY, patience=60)
+        clip = Clip(PHRASES["en-us"], self.folder, "en-us")
+        editor = self.open_editor()
+        self._speak_when_recording(clip, lambda: self.assertLess(pill.width(), 250))
+        editor.wait_for_text(PHRASES["en-us"])
+        fenlo = self.start_fenlo({"show_words_in_pill": True})
+        fenlo.wait_for(READY, patience=60)
+
+        def look():
+            had = pill.width()
+            self.assertGreater(had, 300)
+            wait_for(pill.has_words, "the words in the pill")
+            self.assertEqual(pill.width(), had, "the pill moved")
+
+        self._speak_when_recording(clip, look)
+        wait_for(lambda: pill.dot() is None, "the pill to go")
+
     def test_another_voice_is_cut_from_the_take(self):
         fenlo = self.start_fenlo({"voice_isolation": True})
         fenlo.wait_for(READY, patience=60)
@@ -62,12 +80,14 @@ class Offline(DesktopCase):
         self.dictate_into(self.open_editor(), ANSWER)
         fenlo.wait_for("[Fenlo] Offline mode enabled but model not ready yet")
 
-    def _speak_when_recording(self, clip):
-        """As people do: the model is to hear a sentence, not the cut of a clip that began before the key."""
+    def _speak_when_recording(self, clip, look=lambda: None):
+        """As people do: the model is to hear a sentence, not the cut of a clip that began before the key. Looks at the
+        screen before the release."""
         mark = self.fenlo.mark()
         with desktop.held(HOTKEY):
             wait_for(lambda: pill.dot() == pill.RECORDING, "the recording pill")
             clip.speak(latency=500)
+            look()
         self.fenlo.wait_for_paste(mark)
 
 

@@ -13,16 +13,22 @@ namespace {
 class EarlyRecognitionTest : public SessionFixture {
 protected:
     EarlyRecognitionTest() {
-        earlySteps.isWanted = [this] { return isWanted; };
+        earlySteps.reach = [this] { return reach; };
         earlySteps.finish = [this] { ++finished; };
         earlySteps.forget = [this] { ++forgotten; };
         earlySteps.recognise = [this](std::span<const float> samples, EarlySteps::Extent extent,
-                                      const std::stop_source& source) {
+                                      const TranscribeRequest&, const std::stop_source& source) {
             asked.push_back({extent, {samples.begin(), samples.end()}});
             stop = source;
-            return nextWindow;
+            return EarlySteps::Heard{nextWindow, heard};
         };
-        earlySteps.recogniseChunk = [this](const auto& chunk, auto&&) { chunks.push_back(chunk); };
+        earlySteps.recogniseChunk = [this](const TranscribeRequest& request, const std::stop_source& source) {
+            chunks.push_back(request);
+            stop = source;
+            if (heard.empty())
+                throw TranscriberError(TranscriberError::Kind::networkError, "the server is away");
+            return heard;
+        };
     }
 
     void hear(std::vector<float> sound) {
@@ -33,6 +39,19 @@ protected:
         for (double quiet = 0; quiet < seconds - 0.05; quiet += 0.1)
             hear(silence(1600));
     }
+    /// As long as it takes for the next chunk.
+    void speakToTheCut(const std::function<void()>& doWork) {
+        const std::size_t before = recorder.chunkFiles().size();
+        speak(241);
+        ASSERT_TRUE(waitUntil(60, [&] { return recorder.chunkFiles().size() == before + 1; }));
+        for (int i = 0; i < 5; ++i) { // a second of it at each look
+            speak(0.2);
+            doWork();
+        }
+    }
+    void speakToTheCut() {
+        speakToTheCut([this] { work(); });
+    }
     void work() {
         background.runAll();
         mainQueue.runPosted();
@@ -42,9 +61,10 @@ protected:
         EarlySteps::Extent extent;
         std::vector<float> samples;
     };
-    bool isWanted = true;
+    EarlyReach reach = EarlyReach::everything;
     std::vector<Asked> asked;
-    std::vector<std::filesystem::path> chunks;
+    std::string heard = "heard";
+    std::vector<TranscribeRequest> chunks;
     std::stop_source stop{std::nostopstate};
     std::size_t nextWindow = 25 * 16000;
     int finished = 0, forgotten = 0;
@@ -127,7 +147,7 @@ TEST_F(EarlyRecognitionTest, AChordEndsItAtOnce_AndWithoutAnEngineNothingIsAsked
     EXPECT_EQ(forgotten, before + 1);
     finish();
 
-    isWanted = false;
+    reach = EarlyReach::nothing;
     session.hotkeyPressed();
     speak(31);
     beQuiet(0.6);
@@ -164,7 +184,7 @@ TEST_F(EarlyRecognitionTest, AChunkIsRecognisedWhenItIsCut) {
     work();
     speak(0.2);
     ASSERT_EQ(chunks.size(), 1u);
-    EXPECT_EQ(chunks, recorder.chunkFiles());
+    EXPECT_EQ(chunks[0].audio, recorder.chunkFiles().at(0));
     asked.clear();
     beQuiet(0.6);
     work();
@@ -172,4 +192,126 @@ TEST_F(EarlyRecognitionTest, AChunkIsRecognisedWhenItIsCut) {
     EXPECT_LT(asked[0].samples.size(), 20u * 16000) << "of the chunk behind the cut";
     session.hotkeyReleased();
     finish();
+}
+
+TEST_F(EarlyRecognitionTest, ToAServiceGoWholeChunksWithTheWordsBeforeThem_AsLongAsNoneFails) {
+    reach = EarlyReach::chunks;
+    heard = "One.";
+    session.hotkeyPressed();
+    speakToTheCut();
+    ASSERT_EQ(chunks.size(), 1u);
+    EXPECT_EQ(chunks[0].appName, "org.xfce.mousepad");
+    EXPECT_FALSE(chunks[0].hintText);
+    beQuiet(0.6);
+    work();
+    EXPECT_TRUE(asked.empty()) << "neither windows nor pauses";
+    heard.clear();
+    speakToTheCut();
+    ASSERT_EQ(chunks.size(), 2u);
+    EXPECT_EQ(chunks[1].hintText, "One.");
+    EXPECT_EQ(chunks[1].audio, recorder.chunkFiles().at(1));
+    speakToTheCut();
+    EXPECT_EQ(chunks.size(), 2u) << "it would be asked without the words before it";
+
+    session.chordDetected();
+    finish();
+}
+
+TEST_F(EarlyRecognitionTest, ACancelStopsTheUploadThatTheTakeWaitsFor_AndLaterLeavesTheNextTakeAlone) {
+    reach = EarlyReach::chunks;
+    session.hotkeyPressed();
+    speakToTheCut([] {});
+    background.runAll(); // its end has not come back yet
+    ASSERT_EQ(chunks.size(), 1u);
+    session.hotkeyReleased();
+    EXPECT_FALSE(stop.stop_requested());
+    session.cancelProcessing();
+    EXPECT_TRUE(stop.stop_requested());
+    const int before = finished;
+    session.hotkeyPressed();
+    finish(); // the take that was cancelled comes to its end
+    EXPECT_EQ(finished, before) << "and leaves the new one alone";
+    session.chordDetected();
+}
+
+class WordsInThePill : public EarlyRecognitionTest {
+protected:
+    WordsInThePill() {
+        config.update([](Settings& s) { s.showWordsInPill = true; });
+        heard = "The first\nwords";
+        nextWindow = 0;
+    }
+    bool hasWords() { return pillText().find("first words") != std::string::npos; }
+    void sayAndPause() {
+        speak(2);
+        beQuiet(0.6);
+        work();
+    }
+};
+
+TEST_F(WordsInThePill, StandThereAfterAPause_AndGoAtOnceWithAChord) {
+    session.hotkeyPressed();
+    EXPECT_FALSE(hasWords());
+    const double width = pills.last().width;
+    sayAndPause();
+    EXPECT_TRUE(hasWords());
+    EXPECT_EQ(pills.last().width, width);
+    speak(2);
+    beQuiet(0.6);
+    session.chordDetected();
+    finish(); // with words that come too late
+    EXPECT_EQ(pills.last().line().find("words"), std::string::npos) << "not even while it fades";
+
+    session.hotkeyPressed();
+    EXPECT_FALSE(hasWords()) << "of another take";
+    sayAndPause();
+    session.hotkeyReleased();
+    finish();
+    EXPECT_EQ(pills.last().line().find("words"), std::string::npos);
+}
+
+TEST_F(WordsInThePill, NeverGetLess) {
+    heard = "The first words and more";
+    session.hotkeyPressed();
+    speak(29.2);
+    beQuiet(0.5);
+    work();
+    EXPECT_TRUE(hasWords());
+    nextWindow = 25 * 16000;
+    heard = "The first";
+    speak(1);
+    work();
+    EXPECT_EQ(asked.back().extent, fullWindows);
+    EXPECT_TRUE(hasWords());
+    session.chordDetected();
+}
+
+TEST_F(WordsInThePill, AreKeptFromItWhereTheUserTheServiceOrThePowerDoesNotAllowThem) {
+    const auto widthWithoutRoom = [this] {
+        session.hotkeyPressed();
+        sayAndPause();
+        EXPECT_FALSE(hasWords());
+        const double width = pills.last().width;
+        session.chordDetected();
+        finish();
+        return width;
+    };
+    config.update([](Settings& s) { s.showWordsInPill = false; });
+    const double narrow = widthWithoutRoom();
+    config.update([](Settings& s) { s.showWordsInPill = true; });
+    reach = EarlyReach::chunks;
+    EXPECT_EQ(widthWithoutRoom(), narrow);
+    reach = EarlyReach::everything;
+    earlySteps.mayWork = [] { return false; };
+    EXPECT_GT(widthWithoutRoom(), narrow) << "that the power is gone is found out in this take";
+    EXPECT_EQ(widthWithoutRoom(), narrow);
+    earlySteps.mayWork = [] { return true; };
+    EXPECT_EQ(widthWithoutRoom(), narrow);
+    session.hotkeyPressed();
+    sayAndPause();
+    EXPECT_TRUE(hasWords());
+    config.update([](Settings& s) { s.showWordsInPill = false; });
+    sayAndPause();
+    EXPECT_FALSE(hasWords()) << "switched off meanwhile";
+    session.chordDetected();
 }

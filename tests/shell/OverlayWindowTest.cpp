@@ -151,6 +151,56 @@ TEST_F(Overlay, ChunksShowTheirProgressAndKeepTheOffer) {
     EXPECT_GT(pill().width, fitted + pillStyle::cancelRoom);
 }
 
+TEST_F(Overlay, WordsHaveAPlaceOfTheirOwnThatStaysWhereItIs) {
+    config.update([](Settings& s) { s.showWordsInPill = true; });
+    overlay.showWarming(false, "Slack", OverlayWindow::WordsRoom::kept);
+    run();
+    const double wide = pill().width;
+    overlay.showRecording(false, "Slack", OverlayWindow::WordsRoom::kept);
+    overlay.showWords("Some");
+    run();
+    EXPECT_EQ(line(), "Slack|0.00s|Some");
+    EXPECT_EQ(pill().width, wide);
+    EXPECT_GT(wide, base + pillStyle::wordsWidth);
+    const auto words = [this] { return pill().picture.texts.at(2); };
+    const double left = words().x;
+
+    queue.advance(1234.5); // the clock gets longer
+    overlay.showWords("Some \n words");
+    run();
+    EXPECT_EQ(words().text, "Some words");
+    EXPECT_EQ(words().x, left);
+    std::string all;
+    for (int i = 0; i < 300; ++i)
+        all += "na\u0308ive "; // a letter of two code points
+    for (const char* const last : {"end", "the end", "\u0308x"}) {
+        overlay.showWords(all + last);
+        run();
+        const double end = words().x + pills.textWidth(words().text, words().font);
+        EXPECT_NEAR(end, left + pillStyle::wordsWidth, 1e-9) << "its end stands still";
+        EXPECT_GE(words().x, left);
+        EXPECT_LT(words().x, left + 7) << "no more is cut than must be";
+        EXPECT_TRUE(words().text.starts_with("…") && words().text.ends_with(last)) << words().text;
+        EXPECT_NE(words().text.substr(3, 2), "\u0308") << "cut within a letter";
+    }
+    EXPECT_EQ(pill().width, wide);
+
+    overlay.showProcessing();
+    queue.advance(3.1);
+    EXPECT_EQ(pill().picture.texts.size(), 4u) << "they stay, and the offer stands behind them";
+    EXPECT_EQ(pill().width, wide + pillStyle::cancelRoom);
+    overlay.showWords("too late");
+    overlay.showChunkProgress(1, 2);
+    run();
+    EXPECT_EQ(line(), "Slack|Transcribing 1/2...|tap to stop");
+    EXPECT_EQ(pill().width, wide + pillStyle::cancelRoom);
+
+    overlay.showRecording(false, "Slack");
+    overlay.showWords("No room");
+    run();
+    EXPECT_EQ(line(), "Slack|0.00s");
+}
+
 TEST_F(Overlay, CommandModeAddsItsBadgeOnce) {
     overlay.showRecording(false, "Slack");
     overlay.showCommandMode();

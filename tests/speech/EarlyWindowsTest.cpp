@@ -102,6 +102,9 @@ TEST_F(EarlyWindowsTest, AFinishedClipWaitsForItsWindowAndStopsAnother) {
     });
     another.wait();
     EXPECT_EQ(finished(), "anew");
+    EXPECT_FALSE(stop.stop_requested()) << "a clip of somebody else's, while the take goes on";
+    windows.finish();
+    EXPECT_EQ(finished(), "anew");
     useless.join();
     EXPECT_TRUE(stop.stop_requested());
 }

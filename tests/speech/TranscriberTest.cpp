@@ -191,3 +191,76 @@ TEST_F(TranscriberTest, DeliveredTextsAreNotedAndTheirTermsCounted) {
     EXPECT_THAT(transcriber.recentTranscriptions(), ElementsAre("two\nSTAT", "three", "four fenlo."));
     EXPECT_THAT(transcriber.termFrequency(), UnorderedElementsAre(Pair("Fenlo", 1), Pair("FENLO", 1), Pair("stat", 1)));
 }
+
+class UploadAhead : public TranscriberTest {
+protected:
+    UploadAhead() {
+        configure([](Settings& s) { s.uploadWhileSpeaking = true; });
+        transcriber.setup({});
+        transcriber.beginTake();
+    }
+    std::string ahead(const TranscribeRequest& chunk) { return transcriber.recogniseAhead(chunk, stop); }
+    void expectNothingGoesAhead(Transcriber& asked) {
+        EXPECT_ANY_THROW(asked.recogniseAhead({.audio = clip}, stop));
+        EXPECT_TRUE(http.requests.empty());
+    }
+
+    std::stop_source stop;
+};
+
+TEST_F(UploadAhead, TheAnswerCountsForTheSameChunkWithTheSameWordsBeforeIt) {
+    EXPECT_EQ(ahead({.audio = clip, .hintText = "before"}), "From the cloud");
+    transcriber.endTake();
+    answer(R"({"text": "once more"})");
+    const TranscribeRequest same{.audio = clip, .hintText = "before", .speechRatio = 0.5F, .clipDuration = 300};
+    EXPECT_EQ(transcribe(same), "From the cloud");
+    EXPECT_EQ(http.requests.size(), 1u);
+
+    EXPECT_EQ(transcribe({.audio = clip}), "Once more") << "other words before it";
+    configure([](Settings& s) { s.language = "de"; });
+    EXPECT_EQ(transcribe(same), "Once more");
+    configure([](Settings& s) { s.language = "auto", s.customVocabulary = {"Fenlo"}; });
+    EXPECT_EQ(transcribe(same), "Once more");
+    configure([](Settings& s) { s.customVocabulary.clear(); });
+    EXPECT_EQ(transcribe(same), "From the cloud");
+    std::ofstream(clip, std::ios::app) << "!";
+    EXPECT_EQ(transcribe(same), "Once more") << "another sound";
+    EXPECT_EQ(http.requests.size(), 5u);
+    transcriber.forgetTake();
+    std::ofstream(clip) << "clip";
+    EXPECT_EQ(transcribe(same), "Once more");
+}
+
+TEST_F(UploadAhead, WhatFailedOrFoundTheServiceInventingIsJudgedWhenTheTakeHasEnded) {
+    http.onSend = [](const HttpRequest&) -> HttpResponse { throw HttpError(HttpError::Kind::connection, "gone"); };
+    EXPECT_THROW(ahead({.audio = clip}), HttpError);
+    answer(R"({"segments": [{"text": "Thank you.", "avg_logprob": -0.75}]})");
+    EXPECT_EQ(transcribe({.audio = clip}), "Thank you") << "it is sent again";
+    EXPECT_EQ(ahead({.audio = clip}), "Thank you");
+    EXPECT_EQ(http.requests.size(), 3u);
+    transcriber.endTake();
+    EXPECT_EQ(transcribe({.audio = clip, .speechRatio = 0.1F}), "");
+    EXPECT_EQ(transcriber.lastMeta()->lowConfidenceRanges.size(), 1u);
+    EXPECT_EQ(http.requests.size(), 3u);
+    EXPECT_THROW(ahead({.audio = clip, .hintText = "new"}), HttpError) << "nothing is begun after the end";
+    EXPECT_EQ(http.requests.size(), 3u);
+}
+
+TEST_F(UploadAhead, NothingLeavesWithoutTheUsersWordOrWhereTheTakeMayStayHere) {
+    EXPECT_EQ(transcriber.earlyReach(), EarlyReach::chunks);
+    for (const auto& change : std::initializer_list<std::function<void(Settings&)>>{
+             [](Settings& s) { s.uploadWhileSpeaking = false; }, [](Settings& s) { s.offlineMode = true; },
+             [](Settings& s) { s.voiceIsolation = true; }}) {
+        configure([&](Settings& s) { s.uploadWhileSpeaking = true, s.offlineMode = s.voiceIsolation = false; });
+        configure(change);
+        EXPECT_EQ(transcriber.earlyReach(), EarlyReach::nothing);
+        expectNothingGoesAhead(transcriber);
+    }
+    configure([](Settings& s) { s.voiceIsolation = false; });
+    Transcriber withoutKey = make(noEngine);
+    withoutKey.beginTake();
+    EXPECT_EQ(withoutKey.earlyReach(), EarlyReach::chunks);
+    expectNothingGoesAhead(withoutKey);
+    stop.request_stop();
+    expectNothingGoesAhead(transcriber);
+}

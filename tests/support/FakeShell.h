@@ -6,6 +6,7 @@
 #include "platform/StatusItem.h"
 
 #include <algorithm>
+#include <map>
 #include <vector>
 
 namespace fenlo::test {
@@ -29,7 +30,8 @@ struct PillRecord {
     }
 };
 
-/// Pills without a screen. Every character is 10 points wide in `text`, 8 in `application` and 6 in `cancel`.
+/// Pills without a screen. Every character is 10 points wide in `text`, 8 in `application`, 6 in `cancel` and 7 in
+/// `words`.
 class FakePillWindows final : public PillWindows {
 public:
     std::unique_ptr<PillWindow> make(double width) override {
@@ -44,9 +46,9 @@ public:
         record->lastAnimation = seconds;
     }
     double textWidth(const std::string& text, PillFont font) const override {
-        return double(text::characterCount(text)) * (font == PillFont::text          ? 10
-                                                     : font == PillFont::application ? 8
-                                                                                     : 6);
+        const std::map<PillFont, int> widths{
+            {PillFont::text, 10}, {PillFont::application, 8}, {PillFont::cancel, 6}, {PillFont::words, 7}};
+        return double(text::characterCount(text)) * widths.at(font);
     }
 
     PillRecord& last() { return *records.at(records.size() - 1); }

@@ -86,12 +86,13 @@ TakeSteps SessionFixture::forwardingSteps() {
 
 EarlySteps SessionFixture::forwardingEarlySteps() {
     EarlySteps forwarding;
-    forwarding.isWanted = [this] { return earlySteps.isWanted(); };
+    forwarding.reach = [this] { return earlySteps.reach(); };
+    forwarding.mayWork = [this] { return earlySteps.mayWork(); };
     forwarding.begin = [this] { earlySteps.begin(); };
     forwarding.finish = [this] { earlySteps.finish(); };
     forwarding.forget = [this] { earlySteps.forget(); };
     forwarding.recognise = [this](auto&&... arguments) { return earlySteps.recognise(arguments...); };
-    forwarding.recogniseChunk = [this](auto&&... arguments) { earlySteps.recogniseChunk(arguments...); };
+    forwarding.recogniseChunk = [this](auto&&... arguments) { return earlySteps.recogniseChunk(arguments...); };
     return forwarding;
 }
 

@@ -45,6 +45,8 @@ constexpr auto mirrors = std::make_tuple(
     Mirror{&HomeViewModel::smartRewrite, &Settings::smartRewrite},
     Mirror{&HomeViewModel::autoCapitalize, &Settings::autoCapitalize},
     Mirror{&HomeViewModel::showAppInPill, &Settings::showAppInPill},
+    Mirror{&HomeViewModel::showWordsInPill, &Settings::showWordsInPill},
+    Mirror{&HomeViewModel::uploadWhileSpeaking, &Settings::uploadWhileSpeaking},
     Mirror{&HomeViewModel::offlineMode, &Settings::offlineMode},
     Mirror{&HomeViewModel::typeShortTexts, &Settings::typeShortTexts},
     Mirror{&HomeViewModel::typeAllTexts, &Settings::typeAllTexts},

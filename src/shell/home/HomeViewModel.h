@@ -57,6 +57,8 @@ public:
     bool smartRewrite = false;
     bool autoCapitalize = false;
     bool showAppInPill = false;
+    bool showWordsInPill = false;
+    bool uploadWhileSpeaking = false;
     bool offlineMode = false;
     bool typeShortTexts = false;
     bool typeAllTexts = false;

@@ -24,6 +24,11 @@ constexpr Hint hints[] = {
     {"smartRewrite", "Polish text based on app context and tone"},
     {"autoCapitalize", "Capitalize first letter — turn off for mid-sentence edits"},
     {"showAppInPill", "Display active app name in overlay"},
+    {"showWordsInPill",
+     "What is recognized so far; in offline mode, while this computer has power and a core to spare"},
+    {"uploadWhileSpeaking",
+     "A take of more than four minutes goes to the speech service in parts while you still speak: what you said has "
+     "then left this computer also where you cancel the take"},
     {"smartRewriteStyle", "Full polishes tone & grammar; Minimal only fixes misheard words"},
     {"sttEngine", "Which transcription algorithm to use"},
     {"smartRewriteModel", "AI model for Smart Rewrite"},

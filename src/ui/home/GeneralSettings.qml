@@ -58,6 +58,18 @@ Page {
             }
         }
         FormRow {
+            title: "Words in the pill"
+            hint: page.settings.hint("showWordsInPill")
+            enabled: page.settings.showOverlay
+
+            Toggle {
+                value: page.settings.showWordsInPill
+                onChosen: on => page.settings.showWordsInPill = on
+                Accessible.name: "Words in the pill"
+                Accessible.description: page.settings.hint("showWordsInPill")
+            }
+        }
+        FormRow {
             title: "Silence nudge"
             hint: page.settings.hint("silenceNotification")
 
@@ -66,6 +78,17 @@ Page {
                 onChosen: on => page.settings.silenceNotification = on
                 Accessible.name: "Silence nudge"
                 Accessible.description: page.settings.hint("silenceNotification")
+            }
+        }
+        FormRow {
+            title: "Send long takes in parts"
+            hint: page.settings.hint("uploadWhileSpeaking")
+
+            Toggle {
+                value: page.settings.uploadWhileSpeaking
+                onChosen: on => page.settings.uploadWhileSpeaking = on
+                Accessible.name: "Send long takes in parts"
+                Accessible.description: page.settings.hint("uploadWhileSpeaking")
             }
         }
     }

@@ -29,6 +29,8 @@ class SettingsAdapter final : public QObject {
     Q_PROPERTY(bool smartRewrite READ smartRewrite WRITE setSmartRewrite NOTIFY changed)
     Q_PROPERTY(bool autoCapitalize READ autoCapitalize WRITE setAutoCapitalize NOTIFY changed)
     Q_PROPERTY(bool showAppInPill READ showAppInPill WRITE setShowAppInPill NOTIFY changed)
+    Q_PROPERTY(bool showWordsInPill READ showWordsInPill WRITE setShowWordsInPill NOTIFY changed)
+    Q_PROPERTY(bool uploadWhileSpeaking READ uploadWhileSpeaking WRITE setUploadWhileSpeaking NOTIFY changed)
     Q_PROPERTY(bool typeShortTexts READ typeShortTexts WRITE setTypeShortTexts NOTIFY changed)
     Q_PROPERTY(bool typeAllTexts READ typeAllTexts WRITE setTypeAllTexts NOTIFY changed)
     Q_PROPERTY(bool keepFailedTakes READ keepFailedTakes WRITE setKeepFailedTakes NOTIFY changed)
@@ -110,6 +112,10 @@ public:
     void setAutoCapitalize(bool on) { set(m_model.autoCapitalize, on); }
     bool showAppInPill() const { return m_model.showAppInPill; }
     void setShowAppInPill(bool on) { set(m_model.showAppInPill, on); }
+    bool showWordsInPill() const { return m_model.showWordsInPill; }
+    void setShowWordsInPill(bool on) { set(m_model.showWordsInPill, on); }
+    bool uploadWhileSpeaking() const { return m_model.uploadWhileSpeaking; }
+    void setUploadWhileSpeaking(bool on) { set(m_model.uploadWhileSpeaking, on); }
     bool typeShortTexts() const { return m_model.typeShortTexts; }
     void setTypeShortTexts(bool on) { set(m_model.typeShortTexts, on); }
     bool typeAllTexts() const { return m_model.typeAllTexts; }

@@ -7,7 +7,7 @@ BODY = (36, 36, 41)  # at its upper edge
 RECORDING = (255, 82, 82)  # colours of the dot
 PROCESSING = (255, 184, 71)
 COMMAND = (148, 102, 255)
-_REACH = 200  # the widest pill expected, to each side of the middle
+_REACH = 300  # the widest pill expected, to each side of the middle
 
 
 def dot():
@@ -29,6 +29,13 @@ def width():
     middle = desktop.screen_size()[0] // 2
     left, right = edges_in(desktop.pixels(middle - _REACH, TOP + 4, 2 * _REACH, 1)[0])
     return right - left
+
+
+def has_words():
+    """Whether words stand in the pill's right half, which has nothing else."""
+    middle = desktop.screen_size()[0] // 2
+    rows = desktop.pixels(middle, TOP, width() // 2 - HEIGHT // 2, HEIGHT)
+    return sum(min(pixel) > 130 for row in rows for pixel in row) > 20
 
 
 def edges_in(row):

@@ -82,6 +82,8 @@ TEST_F(SettingsModel, EveryMirrorGoesToItsSettingAndComesBack) {
     model.smartRewrite = !defaults.smartRewrite;
     model.autoCapitalize = !defaults.autoCapitalize;
     model.showAppInPill = !defaults.showAppInPill;
+    model.showWordsInPill = !defaults.showWordsInPill;
+    model.uploadWhileSpeaking = !defaults.uploadWhileSpeaking;
     model.typeShortTexts = !defaults.typeShortTexts;
     model.typeAllTexts = !defaults.typeAllTexts;
     model.keepFailedTakes = !defaults.keepFailedTakes;
@@ -104,6 +106,8 @@ TEST_F(SettingsModel, EveryMirrorGoesToItsSettingAndComesBack) {
     EXPECT_EQ(now.smartRewrite, !defaults.smartRewrite);
     EXPECT_EQ(now.autoCapitalize, !defaults.autoCapitalize);
     EXPECT_EQ(now.showAppInPill, !defaults.showAppInPill);
+    EXPECT_EQ(now.showWordsInPill, !defaults.showWordsInPill);
+    EXPECT_EQ(now.uploadWhileSpeaking, !defaults.uploadWhileSpeaking);
     EXPECT_EQ(now.typeShortTexts, !defaults.typeShortTexts);
     EXPECT_EQ(now.typeAllTexts, !defaults.typeAllTexts);
     EXPECT_EQ(now.keepFailedTakes, !defaults.keepFailedTakes);
