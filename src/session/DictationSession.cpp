@@ -159,7 +159,7 @@ void DictationSession::beginRecording() {
 EarlyTake DictationSession::earlyTake() {
     EarlyTake take{.appName = m_capturedContext->appBundleId};
     if (m_showsWords)
-        take.onWords = [this](const std::string& words) { m_services.overlay.showWords(words); };
+        take.onWords = m_lifetime.bind([this](const std::string& words) { m_services.overlay.showWords(words); });
     return take;
 }
 

@@ -146,7 +146,7 @@ class EverySetting(DesktopCase):
         listed = {(setting.section, setting.name) for group in (*TAKES, REFUSED, DESKTOP) for setting in group} | ELSEWHERE
         for entry in self.sections.all("list item"):
             self.section(entry.name)
-            found = [node for node in self.page.nodes() if node.role in SETTABLE]
+            found = [node for node in self.page.nodes(also_unseen=True) if node.role in SETTABLE]
             if entry.name == "Profession":  # one of the answers to each question stands for all
                 answers = [node for node in found if node.role == "check box"]
                 self.assertGreater(len(answers), 20)
@@ -183,10 +183,12 @@ class EverySetting(DesktopCase):
         """Changes it on screen, sees it in the file, and returns what changes it back."""
         self.section(setting.section)
         if setting.to is None:
+            self.page.scroll_to(setting.name)
             self.page.find("check box", setting.name).press()
 
             def restore():
                 self.section(setting.section)
+                self.page.scroll_to(setting.name)
                 self.page.find("check box", setting.name).press()
 
         elif boxes := self.page.all("combo box", setting.name):

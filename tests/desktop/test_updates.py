@@ -93,8 +93,7 @@ class Updates(DesktopCase):
         home.find("page tab", "Settings").press()
         home.find("list", "Sections").find("list item", "General").press()
         self.assertFalse(self.fenlo.settings()["check_for_updates"])
-        home.find("check box", "Type every text instead of pasting").focus()
-        desktop.press("Tab")  # into view
+        home.scroll_to("Look for updates once a day")
         home.find("check box", "Look for updates once a day").press()
         wait_for(lambda: self.fenlo.settings()["check_for_updates"], "the setting in the file")
 
@@ -106,7 +105,7 @@ class Updates(DesktopCase):
         home.find("page tab", "Settings").press()
         home.find("list", "Sections").find("list item", "General").press()
         page = home.find("panel", "General")
-        page.find("check box", "Type short texts instead of pasting").focus()
+        page.scroll_to("Type every text instead of pasting")
         desktop.press("End")
         self.assertFalse(page.all("panel", "Updates"))
         self.assertFalse(page.all("check box", "Look for updates once a day"))

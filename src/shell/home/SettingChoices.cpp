@@ -25,7 +25,7 @@ constexpr Hint hints[] = {
     {"autoCapitalize", "Capitalize first letter — turn off for mid-sentence edits"},
     {"showAppInPill", "Display active app name in overlay"},
     {"showWordsInPill",
-     "What is recognized so far; in offline mode, while this computer has power and a core to spare"},
+     "What is recognized so far, in offline mode; nothing is shown on battery or with a single core"},
     {"uploadWhileSpeaking",
      "A take of more than four minutes goes to the speech service in parts while you still speak: what you said has "
      "then left this computer also where you cancel the take"},

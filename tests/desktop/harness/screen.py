@@ -81,16 +81,16 @@ class Node:
         Atspi.Component.grab_focus(self._it)
         wait_for(lambda: self.has("focused"), f"the keyboard at {self.role} {self.name!r}")
 
-    def nodes(self):
-        """All controls inside that are on the screen, in their order."""
+    def nodes(self, also_unseen=False):
+        """All controls inside that are on the screen, in their order; or also those that one scrolls to."""
         for index in range(_ask(self._it.get_child_count, 0)):
             child = _ask(lambda index=index: self._it.get_child_at_index(index), None)
             if child is None:
                 continue
             node = Node(child)
-            if node.has("showing"):
+            if node.has("showing") or (also_unseen and _ask(lambda node=node: node.place[2], 0) > 0):
                 yield node
-            yield from node.nodes()
+            yield from node.nodes(also_unseen)
 
     def all(self, role=None, name=None):
         """The controls inside of this role and this name, or whose name begins as `name` does before its "…"."""
@@ -109,6 +109,14 @@ class Node:
 
     def wait_gone(self, role, name=None):
         wait_for(lambda: not self.all(role, name), f"{role} {name!r} to go")
+
+    def scroll_to(self, name):
+        """Gives the control of this name the keyboard, wherever on the page it is: so it comes into view."""
+
+        def controls():
+            return [node for node in self.nodes(also_unseen=True) if node.name == name and node.has("focusable")]
+
+        wait_for(controls, f"the control {name!r}")[0].focus()
 
     def press_button(self, name):
         button = self.find("push button", name)
