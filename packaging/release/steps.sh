@@ -9,16 +9,38 @@ built_files() { # built_files BUILD
     for name in fenlo fenlo-clipboard fenlo-trigger libfenlo_screens.so; do echo "$1/src/app/$name"; done
 }
 
-configure_and_build() { # configure_and_build SOURCES BUILD COMMIT
-    step "building in $2"
-    (
-        cd "$1" || exit
-        rm -rf "$2"               # rcc notes the time of the commit, and does not run again for another
-        export QT_HASH_SEED=0
-        cmake --preset package -DFENLO_BUILD="$3" >/dev/null
-        # Else qmlcachegen's variables come in an order of chance: it sorts them by their addresses.
-        setarch --addr-no-randomize cmake --build --preset package
-    )
+# Runs one of these steps with the checkout SOURCES at a place that is the same for every checkout: a mount that only the step
+# sees. The order of qmlcachegen's variables, and what cmake writes down for the packing, come out of paths.
+build_place=/usr/src
+at_the_place() { # at_the_place SOURCES STEP ARGUMENTS…
+    # shellcheck disable=SC2016 # for the inner shell
+    unshare --mount bash -euo pipefail -c '
+        mount --bind "$2" "$1"
+        cd "$1"
+        source packaging/release/steps.sh
+        "${@:3}"' - "$build_place" "$@"
+}
+
+build_and_pack() { # build_and_pack BUILD OUT COMMIT
+    configure_and_build "$1" "$3"
+    pack "$1" "$2"
+}
+
+configure_and_build() { # configure_and_build BUILD COMMIT
+    step "building in $1"
+    rm -rf "$1"               # rcc notes the time of the commit, and does not run again for another
+    export QT_HASH_SEED=0
+    cmake --preset package -DFENLO_BUILD="$2" >/dev/null
+    # Else qmlcachegen's variables come in an order of chance: it sorts them by their addresses.
+    setarch --addr-no-randomize cmake --build --preset package
+}
+
+pack() { # pack BUILD OUT
+    umask 022 # it decides the modes of folders
+    mkdir -p "$2"
+    make_deb "$1" "$2"
+    make_symbols "$1" "$2"
+    make_portable "$1" "$2"
 }
 
 make_deb() { # make_deb BUILD OUT
@@ -68,21 +90,17 @@ oldest_glibc() { # oldest_glibc BUILD
 }
 
 # Another folder, clock, time zone, language, umask and number of jobs, and a compiler cache of its own, which has nothing that
-# the first build compiled. (What packs has its own umask: it decides the modes of folders.)
+# the first build compiled.
 build_again_and_compare() { # build_again_and_compare OUT COMMIT
     local elsewhere="/var/tmp/fenlo-again/another name" file
     git worktree remove --force "$elsewhere" 2>/dev/null || true
     git worktree add --detach --force "$elsewhere" HEAD >/dev/null
     (
         umask 077
-        export TZ=Pacific/Kiritimati LC_ALL=C.UTF-8 CMAKE_BUILD_PARALLEL_LEVEL=1 CCACHE_DIR=/var/tmp/fenlo-again/ccache
-        configure_and_build "$elsewhere" build/package "$2"
-        cd "$elsewhere" || exit
-        umask 022
-        mkdir again
-        make_deb build/package again
-        make_symbols build/package again
-        make_portable build/package again
+        export TZ=Pacific/Kiritimati LC_ALL=C.UTF-8 CCACHE_DIR=/var/tmp/fenlo-again/ccache
+        CMAKE_BUILD_PARALLEL_LEVEL=$(($(nproc) + 1))
+        export CMAKE_BUILD_PARALLEL_LEVEL
+        at_the_place "$elsewhere" build_and_pack build/package again "$2"
     )
     step "comparing two builds"
     for file in "$1"/*.deb "$1"/*.tar.xz; do
@@ -105,7 +123,10 @@ judge_program() { # judge_program BUILD OUT
         if readelf --dynamic "$file" | grep -E 'RPATH|RUNPATH' | grep -vE '\[\$ORIGIN(/../lib/fenlo)?\]'; then return 1; fi
         if readelf --sections "$file" | grep -E '\.(debug_info|symtab)'; then echo "$file has symbols" >&2; return 1; fi
     done
-    if grep --recursive --fixed-strings --text --files-with-matches "$PWD" "$stage"; then echo "these name $PWD" >&2; return 1; fi
+    if grep --recursive --fixed-strings --text --files-with-matches -e "$PWD" -e "$build_place/" "$stage"; then
+        echo "these name $PWD or $build_place" >&2
+        return 1
+    fi
 }
 
 judge_package() { # judge_package OUT
