@@ -79,8 +79,8 @@ make_portable() { # make_portable BUILD OUT
     rm -rf "$stage"
     cmake --install "$1" --prefix "$stage/$name" --strip >/dev/null
     echo "portable archive" >"$stage/$name/share/fenlo/packaging"
-    depends=$(dpkg-deb --field "$2"/fenlo_*.deb Depends | sed -e 's/ ([^)]*)//g' -e 's/,//g')
-    sed -e "s/@GLIBC@/$(oldest_glibc "$1")/" -e "s/@NAME@/$name/" -e "s/@DEPENDS@/$depends/" packaging/portable/README.txt >"$stage/$name/README.txt"
+    depends=$(dpkg-deb --field "$2"/fenlo_*.deb Depends)
+    sed -e "s/@GLIBC@/$(oldest_glibc "$1")/" -e "s/@NAME@/$name/g" -e "s/@DEPENDS@/$depends/" packaging/portable/README.txt >"$stage/$name/README.txt"
     tar --sort=name --mtime="@$SOURCE_DATE_EPOCH" --owner=0 --group=0 --numeric-owner --format=gnu -C "$stage" -cf - "$name" |
         xz -T1 >"$2/$name.tar.xz"
 }
