@@ -121,12 +121,12 @@ struct MatMul::Implementation {
         for (int first = 0; first < outputs; first += kernels::outputsAtATime) {
             const int some = std::min(kernels::outputsAtATime, outputs - first);
             for (int i = 0; i < count; ++i) {
+                float* const to = dst + static_cast<std::size_t>(i) * panelRows * outputs + first;
                 kernels::multiplyPanel(bytes, panel(i), first, some, found, work);
                 if (finish.activation == Activation::gelu)
                     kernels::gelu(found, some * kernels::panelLanes);
-                kernels::unpackPanel(found, panel(i).rows, some,
-                                     dst + static_cast<std::size_t>(i) * panelRows * outputs + first,
-                                     static_cast<std::size_t>(outputs), finish.accumulate);
+                kernels::unpackPanel(found, panel(i).rows, some, to, static_cast<std::size_t>(outputs),
+                                     finish.accumulate);
             }
         }
     }
