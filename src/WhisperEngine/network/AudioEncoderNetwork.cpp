@@ -165,8 +165,7 @@ void AudioEncoderNetwork::run(const Layer& layer, Buffers& buffers) const {
     layer.selfOut.run(normed, state, rows, Activation::none, true, m_pool);
 
     normalize(layer.feedNorm, state, normed);
-    layer.feedIn.run(normed, buffers.inner, rows, Activation::gelu, false, m_pool);
-    layer.feedOut.run(buffers.inner, state, rows, Activation::none, true, m_pool);
+    MatMul::runFeedForward(layer.feedIn, layer.feedOut, normed, buffers.inner, state, rows, m_pool);
 }
 
 void AudioEncoderNetwork::normalize(const PackedNorm& norm, const float* src, float* dst) const {

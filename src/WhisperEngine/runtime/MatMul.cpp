@@ -101,6 +101,18 @@ struct MatMul::Implementation {
         });
     }
 
+    /// What lies between the two layers stays in the second-level cache.
+    void runInt8Through(const Implementation& second, const float* src, float* dst, int rows, ThreadPool& pool) const {
+        constexpr int each = 2 * kernels::mostPanelRows;
+        pool.run((rows + each - 1) / each, [&](int task) {
+            const auto row = static_cast<std::size_t>(task) * each;
+            const int some = std::min(each, rows - task * each);
+            auto* const between = scratchOf<float>(Slot::packed, static_cast<std::size_t>(some) * outputs);
+            runPanels(src + row * inputs, between, some, {Activation::gelu, false});
+            second.runPanels(between, dst + row * second.outputs, some, {Activation::none, true});
+        });
+    }
+
     void runPanels(const float* src, float* dst, int rows, Finish finish) const {
         constexpr std::size_t lanes = kernels::panelLanes;
         constexpr int panelRows = kernels::mostPanelRows;
@@ -169,6 +181,14 @@ void MatMul::run(const float* src, float* dst, int rows, Activation activation, 
         m_implementation->runInt8(src, dst, rows, {activation, accumulate}, pool);
     else
         m_implementation->runFloat32(src, dst, rows, {activation, accumulate}, pool);
+}
+
+void MatMul::runFeedForward(const MatMul& in, const MatMul& out, const float* src, float* inner, float* dst, int rows,
+                            ThreadPool& pool) {
+    if (in.m_implementation->bytes.weights && out.m_implementation->bytes.weights)
+        return in.m_implementation->runInt8Through(*out.m_implementation, src, dst, rows, pool);
+    in.run(src, inner, rows, Activation::gelu, false, pool);
+    out.run(inner, dst, rows, Activation::none, true, pool);
 }
 
 } // namespace fenlo::whisper

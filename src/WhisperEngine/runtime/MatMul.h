@@ -33,6 +33,10 @@ public:
     int inputs() const;
 
     void run(const float* src, float* dst, int rows, Activation activation, bool accumulate, ThreadPool& pool) const;
+    /// dst += out(gelu(in(src))), the same bits as one run() behind the other. `inner` [rows, in.outputs()] is used by
+    /// layers of floats only: those of 8 bits leave nothing between them to the memory.
+    static void runFeedForward(const MatMul& in, const MatMul& out, const float* src, float* inner, float* dst,
+                               int rows, ThreadPool& pool);
 
 private:
     struct Implementation;

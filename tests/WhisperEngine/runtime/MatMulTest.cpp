@@ -109,3 +109,29 @@ TEST(MatMul, Int8_GivesTheSameBits_WhateverTheThreads) {
         EXPECT_EQ(multiplied(1), multiplied(5));
     }
 }
+
+// Rows of both kinds of layers, in more than one task.
+TEST(MatMul, FeedForward_GivesTheBitsOfTwoLayers) {
+    ThreadPool pool(2);
+    const int rows = 130;
+    const int width = 64;
+    const int between = 256;
+    const auto bias = randomFloats(between, 1);
+    const auto scales = randomFloats(between, 2, 0.01F);
+    const auto bytes = randomBytes(width * between, 3);
+    const std::vector<float> weights(bytes.begin(), bytes.end());
+    const auto src = randomFloats(rows * width, 4);
+    const auto compare = [&](const MatMul& in, const MatMul& out) {
+        std::vector<float> inner(rows * between);
+        auto expected = randomFloats(rows * width, 5);
+        auto actual = expected;
+        in.run(src.data(), inner.data(), rows, Activation::gelu, false, pool);
+        out.run(inner.data(), expected.data(), rows, Activation::none, true, pool);
+        MatMul::runFeedForward(in, out, src.data(), inner.data(), actual.data(), rows, pool);
+        EXPECT_EQ(actual, expected);
+    };
+    compare(MatMul::int8(bytes.data(), scales.data(), bias.data(), between, width),
+            MatMul::int8(bytes.data(), scales.data(), bias.data(), width, between));
+    compare(MatMul::float32(weights.data(), bias.data(), between, width),
+            MatMul::float32(weights.data(), bias.data(), width, between));
+}
