@@ -1,6 +1,5 @@
 import QtQuick
 import Fenlo.Controls
-import Fenlo.Home
 import Fenlo.Parts
 
 Page {

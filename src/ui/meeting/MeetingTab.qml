@@ -1,5 +1,4 @@
 import QtQuick
-import Fenlo.Controls
 import Fenlo.Meeting
 
 /// Meetings: set up, running, ended, and those of the archive. One face at a time.

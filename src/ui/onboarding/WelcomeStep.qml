@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Layouts
-import Fenlo.Controls
 import Fenlo.Onboarding
 
 StepPage {

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Layouts
 import Fenlo.Controls
 import Fenlo.Parts
 
