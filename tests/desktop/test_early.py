@@ -1,5 +1,6 @@
 """What happens to a long take while the user still speaks: where the user allows it, its chunks go to the service."""
 
+import os
 import threading
 import time
 import unittest
@@ -26,7 +27,7 @@ class HastyMicrophone:
             ["pactl", "load-module", "module-pipe-source", "source_name=hasty", f"file={self._pipe}", "format=s16le",
              f"rate={self._rate}", "channels=1"]
         ).strip()  # fmt: skip
-        self._file = open(self._pipe, "wb", buffering=0)
+        self._file = os.open(self._pipe, os.O_WRONLY | os.O_NONBLOCK)
         self._stops = threading.Event()
         self._left = 0  # bytes of speech to come; then it is silent, at the pace of people
         self._writer = threading.Thread(target=self._write)
@@ -39,7 +40,7 @@ class HastyMicrophone:
     def close(self):
         self._stops.set()
         self._writer.join()
-        self._file.close()
+        os.close(self._file)
         processes.output(["pactl", "unload-module", self._module])
 
     def _write(self):
@@ -47,13 +48,19 @@ class HastyMicrophone:
         place = 0
         while not self._stops.is_set():
             speaks = self._left > 0
-            if speaks:
-                self._file.write((self._speech + self._speech)[place : place + step])
+            if not speaks:
+                self._put(bytes(step))
+            elif self._put((self._speech + self._speech)[place : place + step]):
                 place = (place + step) % len(self._speech)
                 self._left -= step
-            else:
-                self._file.write(bytes(step))
             time.sleep(0.05 / (HASTE if speaks else 1))
+
+    def _put(self, sound):
+        """Whether it went into the pipe, which the sound server empties only while somebody records."""
+        try:
+            return os.write(self._file, sound) == len(sound)
+        except BlockingIOError:
+            return False
 
 
 class LongTakes(DesktopCase):
