@@ -156,9 +156,9 @@ void AudioEncoderNetwork::run(const Layer& layer, Buffers& buffers) const {
     float* const state = buffers.state;
     float* const normed = buffers.normed;
     normalize(layer.selfNorm, state, normed);
-    layer.query.run(normed, buffers.query, rows, Activation::none, false, m_pool);
-    layer.key.run(normed, buffers.key, rows, Activation::none, false, m_pool);
-    layer.value.run(normed, buffers.value, rows, Activation::none, false, m_pool);
+    const MatMul::Output attended[] = {
+        {layer.query, buffers.query}, {layer.key, buffers.key}, {layer.value, buffers.value}};
+    MatMul::runEach(attended, normed, rows, m_pool);
     const auto& attend = layer.isInt8 && attendsFasterInt8() ? attendAllInt8 : attendAll;
     attend(buffers.query, buffers.key, buffers.value, normed, rows, m_net.encoderHeads,
            m_net.width / m_net.encoderHeads, m_pool);

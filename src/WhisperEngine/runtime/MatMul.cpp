@@ -41,6 +41,33 @@ struct Shape {
     auto operator<=>(const Shape&) const = default;
 };
 
+/// Some rows as 8-bit products take them, in scratch of the calling thread: one at a time.
+class Panels {
+public:
+    static constexpr std::size_t lanes = kernels::panelLanes;
+
+    Panels(const float* src, int rows, int inputs)
+        : m_rows(rows), m_bytesOfOne(kernels::panelBytes(inputs)),
+          m_memory(scratchOf<std::byte>(Slot::sources, m_bytesOfOne * count())) {
+        auto* const work = scratchOf<std::int8_t>(Slot::row, lanes * (inputs + std::size_t{4}));
+        for (int i = 0; i < count(); ++i)
+            kernels::packPanel(src + static_cast<std::size_t>(i) * kernels::mostPanelRows * inputs, inputs, at(i),
+                               work);
+    }
+
+    int count() const { return (m_rows + kernels::mostPanelRows - 1) / kernels::mostPanelRows; }
+    kernels::Panel at(int index) const {
+        return {reinterpret_cast<std::int32_t*>(m_memory + m_bytesOfOne * index), m_factors.get() + lanes * index,
+                std::min(kernels::mostPanelRows, m_rows - index * kernels::mostPanelRows)};
+    }
+
+private:
+    int m_rows;
+    std::size_t m_bytesOfOne;
+    std::byte* m_memory;
+    std::unique_ptr<float[]> m_factors{new float[lanes * count()]};
+};
+
 } // namespace
 
 struct MatMul::Implementation {
@@ -91,13 +118,17 @@ struct MatMul::Implementation {
         });
     }
 
-    /// A task takes some panels, so that a block of weights is read for all of them while it is near.
-    void runInt8(const float* src, float* dst, int rows, Finish finish, ThreadPool& pool) const {
+    /// A task takes some panels, so that a block of weights is read for all of them while it is near. The layers' rows
+    /// have the same length.
+    static void runInt8(std::span<const Output> layers, const float* src, int rows, Finish finish, ThreadPool& pool) {
+        const int inputs = layers.front().layer.inputs();
         const int panels = (rows + kernels::mostPanelRows - 1) / kernels::mostPanelRows;
         const int each = std::clamp(panels / (tasksPerThread * pool.size()), 1, mostPanels) * kernels::mostPanelRows;
         pool.run((rows + each - 1) / each, [&](int task) {
             const auto row = static_cast<std::size_t>(task) * each;
-            runPanels(src + row * inputs, dst + row * outputs, std::min(each, rows - task * each), finish);
+            const Panels packed(src + row * inputs, std::min(each, rows - task * each), inputs);
+            for (const Output& output : layers)
+                output.layer.m_implementation->multiply(packed, output.dst + row * output.layer.outputs(), finish);
         });
     }
 
@@ -108,37 +139,24 @@ struct MatMul::Implementation {
             const auto row = static_cast<std::size_t>(task) * each;
             const int some = std::min(each, rows - task * each);
             auto* const between = scratchOf<float>(Slot::packed, static_cast<std::size_t>(some) * outputs);
-            runPanels(src + row * inputs, between, some, {Activation::gelu, false});
-            second.runPanels(between, dst + row * second.outputs, some, {Activation::none, true});
+            multiply(Panels(src + row * inputs, some, inputs), between, {Activation::gelu, false});
+            second.multiply(Panels(between, some, outputs), dst + row * second.outputs, {Activation::none, true});
         });
     }
 
-    void runPanels(const float* src, float* dst, int rows, Finish finish) const {
-        constexpr std::size_t lanes = kernels::panelLanes;
-        constexpr int panelRows = kernels::mostPanelRows;
-        const std::size_t bytesOfPanel = kernels::panelBytes(inputs);
-        const int count = (rows + panelRows - 1) / panelRows;
-        auto* const memory = scratchOf<std::byte>(Slot::sources, bytesOfPanel * count);
-        float factors[mostPanels * lanes];
-        const auto panel = [&](int index) {
-            return kernels::Panel{reinterpret_cast<std::int32_t*>(memory + bytesOfPanel * index),
-                                  factors + lanes * index, std::min(panelRows, rows - index * panelRows)};
-        };
-        auto* const work =
-            scratchOf<std::byte>(Slot::row, std::max(lanes * (inputs + std::size_t{4}), kernels::panelWork(inputs)));
-        for (int i = 0; i < count; ++i)
-            kernels::packPanel(src + static_cast<std::size_t>(i) * panelRows * inputs, inputs, panel(i),
-                               reinterpret_cast<std::int8_t*>(work));
-        auto* const found = scratchOf<float>(Slot::results, lanes * kernels::outputsAtATime);
+    void multiply(const Panels& panels, float* dst, Finish finish) const {
+        auto* const work = scratchOf<std::byte>(Slot::row, kernels::panelWork(inputs));
+        auto* const found = scratchOf<float>(Slot::results, Panels::lanes * kernels::outputsAtATime);
         for (int first = 0; first < outputs; first += kernels::outputsAtATime) {
             const int some = std::min(kernels::outputsAtATime, outputs - first);
-            for (int i = 0; i < count; ++i) {
-                float* const to = dst + static_cast<std::size_t>(i) * panelRows * outputs + first;
-                kernels::multiplyPanel(bytes, panel(i), first, some, found, work);
+            for (int i = 0; i < panels.count(); ++i) {
+                const kernels::Panel panel = panels.at(i);
+                kernels::multiplyPanel(bytes, panel, first, some, found, work);
                 if (finish.activation == Activation::gelu)
                     kernels::gelu(found, some * kernels::panelLanes);
-                kernels::unpackPanel(found, panel(i).rows, some, to, static_cast<std::size_t>(outputs),
-                                     finish.accumulate);
+                kernels::unpackPanel(found, panel.rows, some,
+                                     dst + static_cast<std::size_t>(i) * kernels::mostPanelRows * outputs + first,
+                                     static_cast<std::size_t>(outputs), finish.accumulate);
             }
         }
     }
@@ -177,10 +195,19 @@ void MatMul::run(const float* src, float* dst, int rows, Activation activation, 
                  ThreadPool& pool) const {
     if (rows <= 0)
         return;
+    const Output output{*this, dst};
     if (m_implementation->bytes.weights)
-        m_implementation->runInt8(src, dst, rows, {activation, accumulate}, pool);
+        Implementation::runInt8({&output, 1}, src, rows, {activation, accumulate}, pool);
     else
         m_implementation->runFloat32(src, dst, rows, {activation, accumulate}, pool);
+}
+
+void MatMul::runEach(std::span<const Output> layers, const float* src, int rows, ThreadPool& pool) {
+    const auto isInt8 = [](const Output& output) { return output.layer.m_implementation->bytes.weights != nullptr; };
+    if (rows > 0 && std::ranges::all_of(layers, isInt8))
+        return Implementation::runInt8(layers, src, rows, {Activation::none, false}, pool);
+    for (const Output& output : layers)
+        output.layer.run(src, output.dst, rows, Activation::none, false, pool);
 }
 
 void MatMul::runFeedForward(const MatMul& in, const MatMul& out, const float* src, float* inner, float* dst, int rows,

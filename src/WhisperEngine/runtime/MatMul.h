@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 
 namespace fenlo::whisper {
 
@@ -33,6 +34,13 @@ public:
     int inputs() const;
 
     void run(const float* src, float* dst, int rows, Activation activation, bool accumulate, ThreadPool& pool) const;
+    /// Several layers of the same rows, without activations: the same bits as one run() behind the other, but 8-bit
+    /// rows are quantised once.
+    struct Output {
+        const MatMul& layer;
+        float* dst;
+    };
+    static void runEach(std::span<const Output> layers, const float* src, int rows, ThreadPool& pool);
     /// dst += out(gelu(in(src))), the same bits as one run() behind the other. `inner` [rows, in.outputs()] is used by
     /// layers of floats only: those of 8 bits leave nothing between them to the memory.
     static void runFeedForward(const MatMul& in, const MatMul& out, const float* src, float* inner, float* dst,

@@ -110,6 +110,33 @@ TEST(MatMul, Int8_GivesTheSameBits_WhateverTheThreads) {
     }
 }
 
+// Layers of both kinds, and of different sizes.
+TEST(MatMul, Each_GivesTheBitsOfSingleLayers) {
+    ThreadPool pool(2);
+    const int rows = 130;
+    const int inputs = 70;
+    const auto bytes = randomBytes(64 * inputs, 1);
+    const std::vector<float> weights(bytes.begin(), bytes.end());
+    const auto scales = randomFloats(64, 2, 0.01F);
+    const auto src = randomFloats(rows * inputs, 3);
+    const MatMul large = MatMul::int8(bytes.data(), scales.data(), scales.data(), 64, inputs);
+    const MatMul small = MatMul::int8(bytes.data(), scales.data(), nullptr, 20, inputs);
+    const MatMul floats = MatMul::float32(weights.data(), nullptr, 20, inputs);
+    const auto alone = [&](const MatMul& layer) {
+        std::vector<float> dst(static_cast<std::size_t>(rows) * layer.outputs());
+        layer.run(src.data(), dst.data(), rows, Activation::none, false, pool);
+        return dst;
+    };
+    for (const MatMul* second : {&small, &floats}) {
+        std::vector<float> first(rows * 64);
+        std::vector<float> other(rows * 20);
+        const MatMul::Output outputs[] = {{large, first.data()}, {*second, other.data()}};
+        MatMul::runEach(outputs, src.data(), rows, pool);
+        EXPECT_EQ(first, alone(large));
+        EXPECT_EQ(other, alone(*second));
+    }
+}
+
 // Rows of both kinds of layers, in more than one task.
 TEST(MatMul, FeedForward_GivesTheBitsOfTwoLayers) {
     ThreadPool pool(2);
