@@ -4,21 +4,10 @@
 #include "WhisperEngine/runtime/ByteRows.h"
 
 #include "WhisperEngine/runtime/InstructionSet.h"
+#include "WhisperEngine/runtime/Intrinsics.h"
 
 #include <algorithm>
-#include <hwy/base.h>
 #include <utility>
-
-#if HWY_ARCH_X86
-// g++ 12 takes the undefined registers of its own headers for a fault (GCC bug 105593).
-HWY_DIAGNOSTICS(push)
-HWY_DIAGNOSTICS_OFF(disable : 4700, ignored "-Wuninitialized")
-#if HWY_COMPILER_GCC_ACTUAL
-HWY_DIAGNOSTICS_OFF(disable : 4701, ignored "-Wmaybe-uninitialized")
-#endif
-#include <immintrin.h>
-HWY_DIAGNOSTICS(pop)
-#endif
 
 namespace fenlo::whisper::kernels {
 

@@ -1,9 +1,8 @@
 #include "WhisperEngine/runtime/Tiles.h"
 
-#include <hwy/base.h>
+#include "WhisperEngine/runtime/Intrinsics.h"
 
 #if HWY_ARCH_X86
-#include <immintrin.h>
 
 HWY_PUSH_ATTRIBUTES("amx-tile,amx-int8")
 namespace fenlo::whisper::kernels::tiles {

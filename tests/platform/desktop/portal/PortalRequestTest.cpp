@@ -70,12 +70,23 @@ protected:
         });
     }
 
+    /// Whether the portal has the question; its answer is still to come.
+    bool askAndBeAccepted() {
+        onCall = [this](const FakePortal::Call& call) {
+            accepted = true;
+            return FakePortal::accepts(call);
+        };
+        ask();
+        return eventually([this] { return accepted.load(); });
+    }
+
     Heard waitForAnswer() {
         EXPECT_TRUE(eventually([this] { return heard.with([](auto& all) { return !all.empty(); }); }));
         return heard.with([](auto& all) { return all.empty() ? Heard{} : all.front(); });
     }
 
     std::function<GVariant*(const FakePortal::Call&)> onCall = FakePortal::accepts;
+    std::atomic<bool> accepted = false;
     std::atomic<bool> closed = false;
     std::string handle;
     Guarded<std::vector<Heard>> heard;
@@ -96,13 +107,7 @@ TEST_F(PortalRequestTest, AnswersBeforeAndAfterTheReturnAreHeardOnce) {
     EXPECT_EQ(waitForAnswer().text, "early");
     heard.with([](auto& all) { all.clear(); });
 
-    std::atomic<bool> called = false;
-    onCall = [&](const FakePortal::Call& call) {
-        called = true;
-        return FakePortal::accepts(call);
-    };
-    ask();
-    ASSERT_TRUE(eventually([&] { return called.load(); }));
+    ASSERT_TRUE(askAndBeAccepted());
     fake.respond(handle, 0, g_variant_new_parsed("{'text': <objectpath '/late'>}"));
     EXPECT_EQ(waitForAnswer().text, "/late");
     fake.respond(handle, 0, g_variant_new_parsed("{'text': <'again'>}"));
@@ -158,13 +163,7 @@ TEST_F(PortalRequestTest, ASilentPortalIsGivenUpAndTheDialogWithdrawn) {
 }
 
 TEST_F(PortalRequestTest, APortalThatEndsFailsWhatItWasAsked) {
-    std::atomic<bool> called = false;
-    onCall = [&](const FakePortal::Call& call) {
-        called = true;
-        return FakePortal::accepts(call);
-    };
-    ask();
-    ASSERT_TRUE(eventually([&] { return called.load(); }));
+    ASSERT_TRUE(askAndBeAccepted());
     fake.leave();
     EXPECT_EQ(waitForAnswer().outcome, Outcome::failed);
     heard.with([](auto& all) { all.clear(); });
@@ -173,13 +172,7 @@ TEST_F(PortalRequestTest, APortalThatEndsFailsWhatItWasAsked) {
 }
 
 TEST_F(PortalRequestTest, ADestroyedRequestIsWithdrawnAndSaysNothing) {
-    std::atomic<bool> called = false;
-    onCall = [&](const FakePortal::Call& call) {
-        called = true;
-        return FakePortal::accepts(call);
-    };
-    ask();
-    ASSERT_TRUE(eventually([&] { return called.load(); }));
+    ASSERT_TRUE(askAndBeAccepted());
     thread.invoke([this] { request.reset(); });
     EXPECT_TRUE(eventually([this] { return closed.load(); }));
     fake.respond(handle, 0);
