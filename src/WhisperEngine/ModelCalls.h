@@ -84,6 +84,8 @@ public:
 
     /// Computes once what all steps of the window share. predict() throws without it.
     virtual void attach(AudioEmbeddings& embeddings) const = 0;
+    /// The same, but a model that takes long ends soon after a stop request; then it attaches nothing.
+    virtual void attachUntil(AudioEmbeddings& embeddings, const std::stop_token& /*stop*/) const { attach(embeddings); }
 
     /// One step. Allocates nothing: `scratch` is made by makeScratch() and serves one decoding at a time.
     struct Scratch {

@@ -227,6 +227,7 @@ const AudioEmbeddings& TranscribeTask::encode(Window& window) {
         featureExtractor.predict(window.samples, mel);
     }
     ++m_timings.totalLogmelRuns;
+    throwIfStopped();
     const StepBatch::Encoding turn(m_components.textDecoder.batch(), m_stop);
     AudioEmbeddings embeddings;
     {
@@ -238,7 +239,8 @@ const AudioEmbeddings& TranscribeTask::encode(Window& window) {
     if (embeddings.encoder_output_embeds.empty())
         throw WhisperError(WhisperError::Kind::transcriptionFailed, "Encoder output is nil");
     const Stopwatch watch(m_components.clock, m_timings.prefill);
-    m_components.textDecoder.attach(embeddings);
+    m_components.textDecoder.attachUntil(embeddings, m_stop);
+    throwIfStopped();
     return window.embeddings.emplace(std::move(embeddings));
 }
 

@@ -1,4 +1,5 @@
 #include "media/AudioFile.h"
+#include "media/LastSound.h"
 #include "support/SessionFixture.h"
 #include "support/Signals.h"
 #include "support/WaitUntil.h"
@@ -133,6 +134,30 @@ TEST_F(EarlyRecognitionTest, APauseIsRecognisedOnce_AndGivenUpWhenTheUserGoesOn)
     work();
     ASSERT_EQ(asked.size(), 3u);
     EXPECT_TRUE(stop.stop_requested());
+}
+
+TEST_F(EarlyRecognitionTest, TheReleaseAsksForAPauseThatIsLongEnoughToEndTheFile) {
+    session.hotkeyPressed();
+    speak(1.8);
+    hear(silence(4000)); // a quarter of a second, of which the recorder hands on 4096 samples at a time
+    work();
+    EXPECT_TRUE(asked.empty());
+    std::vector<float> file;
+    onTranscribe = [&](const TranscribeRequest& request) {
+        file = readSoundFile(request.audio, ChannelMix::average).mono;
+    };
+    session.hotkeyReleased();
+    finish();
+    ASSERT_EQ(asked.size(), 1u);
+    EXPECT_EQ(asked[0].extent, everything);
+    const auto upToItsEnd = [](std::span<const float> samples) { return samples.first(behindLastSound(samples)); };
+    EXPECT_TRUE(std::ranges::equal(upToItsEnd(asked[0].samples), upToItsEnd(file))) << "what the finished file asks";
+
+    session.hotkeyPressed();
+    speak(2);
+    session.hotkeyReleased(); // within a word
+    finish();
+    EXPECT_EQ(asked.size(), 1u);
 }
 
 TEST_F(EarlyRecognitionTest, AChordEndsItAtOnce_AndWithoutAnEngineNothingIsAsked) {

@@ -76,7 +76,9 @@ public:
     DecodingResult detectLanguage(const AudioEmbeddings& encoderOutput, DecodingInputs& inputs, TokenSampler& sampler,
                                   TranscriptionTimings& timings, std::stop_token stop = {}) const;
 
-    void attach(AudioEmbeddings& embeddings) const { m_model->attach(embeddings); }
+    void attachUntil(AudioEmbeddings& embeddings, const std::stop_token& stop) const {
+        m_model->attachUntil(embeddings, stop);
+    }
     int windowsAtOnce() const { return m_model->windowsAtOnce(); }
     /// Whose windows wait for each other.
     StepBatch& batch() const { return *m_batch; }

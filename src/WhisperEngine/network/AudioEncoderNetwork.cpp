@@ -118,7 +118,10 @@ void AudioEncoderNetwork::predictUntil(std::span<const float> melspectrogram_fea
     for (const Layer& layer : m_layers) {
         if (stop.stop_requested())
             break;
-        run(layer, buffers);
+        attend(layer, buffers);
+        if (stop.stop_requested())
+            break;
+        feedForward(layer, buffers);
     }
     output.encoder_output_embeds.resize(buffers.part);
     output.derived.reset();
@@ -151,7 +154,7 @@ void AudioEncoderNetwork::convolve(std::span<const float> features, Buffers& buf
     });
 }
 
-void AudioEncoderNetwork::run(const Layer& layer, Buffers& buffers) const {
+void AudioEncoderNetwork::attend(const Layer& layer, Buffers& buffers) const {
     const int rows = m_net.audioPositions;
     float* const state = buffers.state;
     float* const normed = buffers.normed;
@@ -159,13 +162,16 @@ void AudioEncoderNetwork::run(const Layer& layer, Buffers& buffers) const {
     const MatMul::Output attended[] = {
         {layer.query, buffers.query}, {layer.key, buffers.key}, {layer.value, buffers.value}};
     MatMul::runEach(attended, normed, rows, m_pool);
-    const auto& attend = layer.isInt8 && attendsFasterInt8() ? attendAllInt8 : attendAll;
-    attend(buffers.query, buffers.key, buffers.value, normed, rows, m_net.encoderHeads,
-           m_net.width / m_net.encoderHeads, m_pool);
+    const auto& product = layer.isInt8 && attendsFasterInt8() ? attendAllInt8 : attendAll;
+    product(buffers.query, buffers.key, buffers.value, normed, rows, m_net.encoderHeads,
+            m_net.width / m_net.encoderHeads, m_pool);
     layer.selfOut.run(normed, state, rows, Activation::none, true, m_pool);
+}
 
-    normalize(layer.feedNorm, state, normed);
-    MatMul::runFeedForward(layer.feedIn, layer.feedOut, normed, buffers.inner, state, rows, m_pool);
+void AudioEncoderNetwork::feedForward(const Layer& layer, Buffers& buffers) const {
+    normalize(layer.feedNorm, buffers.state, buffers.normed);
+    MatMul::runFeedForward(layer.feedIn, layer.feedOut, buffers.normed, buffers.inner, buffers.state,
+                           m_net.audioPositions, m_pool);
 }
 
 void AudioEncoderNetwork::normalize(const PackedNorm& norm, const float* src, float* dst) const {

@@ -34,7 +34,8 @@ private:
 
     static Layer loadLayer(const CompiledFile& file, const std::string& prefix);
     void convolve(std::span<const float> features, Buffers& buffers) const;
-    void run(const Layer& layer, Buffers& buffers) const;
+    void attend(const Layer& layer, Buffers& buffers) const;
+    void feedForward(const Layer& layer, Buffers& buffers) const;
     void normalize(const PackedNorm& norm, const float* src, float* dst) const;
 
     CompiledFile m_file;

@@ -73,7 +73,7 @@ std::optional<int> TextDecoderNetwork::kvCacheMaxSequenceLength() const {
     return std::min(longestSequence, m_net.textPositions);
 }
 
-void TextDecoderNetwork::attach(AudioEmbeddings& embeddings) const {
+void TextDecoderNetwork::attachUntil(AudioEmbeddings& embeddings, const std::stop_token& stop) const {
     const int frames = m_net.audioPositions, width = m_net.width, headWidth = width / m_net.decoderHeads;
     if (embeddings.encoder_output_embeds.size() != size(frames, width))
         refuse("The audio embeddings have not the shape that the decoder expects.");
@@ -81,6 +81,8 @@ void TextDecoderNetwork::attach(AudioEmbeddings& embeddings) const {
     auto cache = std::make_shared<CrossCache>(*this, inBytes);
     std::vector<float> joined(size(frames, 2 * width)); // [frames, keys and values]
     for (std::size_t i = 0; i < m_layers.size(); ++i) {
+        if (stop.stop_requested())
+            return;
         m_layers[i].crossKeysValues.run(embeddings.encoder_output_embeds.data(), joined.data(), frames,
                                         Activation::none, false, m_pool);
         const auto apart = [&](int head) {

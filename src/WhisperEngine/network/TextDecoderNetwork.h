@@ -21,7 +21,8 @@ public:
     std::optional<int> logitsSize() const override { return m_net.vocabularySize; }
     int audioFrames() const override { return m_net.audioPositions; }
 
-    void attach(AudioEmbeddings& embeddings) const override;
+    void attach(AudioEmbeddings& embeddings) const override { attachUntil(embeddings, {}); }
+    void attachUntil(AudioEmbeddings& embeddings, const std::stop_token& stop) const override;
     std::unique_ptr<Scratch> makeScratch() const override;
     void predict(const TextDecoderInputs& inputs, const TextDecoderOutputs& outputs, Scratch& scratch) const override;
     void predict(std::span<const Call> calls) const override;

@@ -107,6 +107,21 @@ TEST(NetworkCalls, CallsWithWrongSizesAreRefused) {
     EXPECT_NO_THROW(decoding.step(51863));
 }
 
+TEST(NetworkCalls, AStopEndsTheWorkOnAWindow) {
+    const Networks& nets = networks(ComputeUnit::automatic);
+    const std::vector<float> mel = melOf(nets, goldenSamples()[1]);
+    std::stop_source stop;
+    AudioEmbeddings whole, stopped;
+    nets.encoder->predictUntil(mel, whole, stop.get_token());
+    nets.decoder->attachUntil(whole, stop.get_token());
+    EXPECT_TRUE(whole.derived);
+    stop.request_stop();
+    nets.encoder->predictUntil(mel, stopped, stop.get_token());
+    EXPECT_NE(stopped.encoder_output_embeds, whole.encoder_output_embeds) << "no layer was run";
+    nets.decoder->attachUntil(stopped, stop.get_token());
+    EXPECT_FALSE(stopped.derived);
+}
+
 TEST(NetworkCalls, AStepOfTheDecoderAllocatesNothing) {
     const Networks& nets = networks(ComputeUnit::automatic);
     const AudioEmbeddings embeddings = embeddingsOf(nets, goldenSamples()[1]);
