@@ -1,6 +1,8 @@
 // The runtime at the sizes of a model of 12 layers: 768 wide, 12 heads, a window of 1500 positions, 51865 tokens.
-// The first argument of a name is the number of threads.
+// The first argument of a name is the number of threads. "of peak" is a kernel's share of what so many threads can do
+// (Peak.h): products of bytes or floats, or bytes read. Memory that several cores share makes less of theirs.
 
+#include "Peak.h"
 #include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/MatMul.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
@@ -46,35 +48,43 @@ void perSecond(benchmark::State& state, const char* unit, double each) {
         benchmark::Counter(each * 1e-9 * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 
-void multiply(benchmark::State& state, const MatMul& layer, Activation activation, int rows) {
+/// The same, and the share of what `threads` can do; `most` is what one can.
+void shareOfPeak(benchmark::State& state, const char* unit, double each, double most, int threads) {
+    perSecond(state, unit, each);
+    if (most > 0)
+        state.counters["of peak"] = benchmark::Counter(
+            each / (most * threads) * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+
+void multiply(benchmark::State& state, const MatMul& layer, Activation activation, int rows, double most) {
     ThreadPool pool(static_cast<int>(state.range(0)));
     const auto src = randomFloats(static_cast<std::size_t>(rows) * layer.inputs());
     std::vector<float> dst(static_cast<std::size_t>(rows) * layer.outputs());
     for (auto _ : state)
         layer.run(src.data(), dst.data(), rows, activation, false, pool);
-    perSecond(state, "GFLOP/s", 2.0 * rows * layer.inputs() * layer.outputs());
+    shareOfPeak(state, "GFLOP/s", 2.0 * rows * layer.inputs() * layer.outputs(), most, pool.size());
 }
 
 void matMulFloat32(benchmark::State& state, int outputs, int inputs, Activation activation, int rows = positions) {
     const auto weights = randomFloats(static_cast<std::size_t>(outputs) * inputs);
     const auto bias = randomFloats(outputs);
-    multiply(state, MatMul::float32(weights.data(), bias.data(), outputs, inputs), activation, rows);
+    multiply(state, MatMul::float32(weights.data(), bias.data(), outputs, inputs), activation, rows, peak().floats);
 }
 
 void matMulInt8(benchmark::State& state, int outputs, int inputs, Activation activation, int rows = positions) {
     const Bytes weights = randomBytes(outputs, inputs);
     const auto bias = randomFloats(outputs);
     multiply(state, MatMul::int8(weights.values.data(), weights.scales.data(), bias.data(), outputs, inputs),
-             activation, rows);
+             activation, rows, peak().bytes);
 }
 
-void attend(benchmark::State& state, decltype(attendAll)& attention) {
+void attend(benchmark::State& state, decltype(attendAll)& attention, double Peak::*most) {
     ThreadPool pool(static_cast<int>(state.range(0)));
     const auto q = randomFloats(positions * width);
     std::vector<float> dst(q.size());
     for (auto _ : state)
         attention(q.data(), q.data(), q.data(), dst.data(), positions, heads, width / heads, pool);
-    perSecond(state, "GFLOP/s", 4.0 * positions * positions * width);
+    shareOfPeak(state, "GFLOP/s", 4.0 * positions * positions * width, peak().*most, pool.size());
 }
 
 /// A matrix's rows in slices over the pool, as the decoder takes them.
@@ -84,7 +94,7 @@ void sliced(benchmark::State& state, int rows, double bytes, const Slice& slice)
     const int each = std::min(512, rows / pool.size());
     for (auto _ : state)
         pool.run((rows + each - 1) / each, [&](int task) { slice(task * each, std::min((task + 1) * each, rows)); });
-    perSecond(state, "GB/s", bytes);
+    shareOfPeak(state, "GB/s", bytes, peak().memory, pool.size());
 }
 
 void matVecFloat32(benchmark::State& state, int rows) {
@@ -132,7 +142,7 @@ void attendOne(benchmark::State& state) {
         for (int head = 0; head < heads; ++head)
             kernels::attendOne(keys.data(), keys.data() + head * nextHead, values.data() + head * nextHead, stride,
                                nullptr, scores.data(), dst.data(), positions, width / heads);
-    perSecond(state, "GB/s", 8.0 * positions * width);
+    shareOfPeak(state, "GB/s", 8.0 * positions * width, peak().memory, 1);
 }
 
 template <class Kernel>
@@ -187,8 +197,8 @@ BENCHMARK_CAPTURE(matMulInt8, 1500x768x768, width, width, Activation::none)->Arg
 BENCHMARK_CAPTURE(matMulInt8, 1500x3072x768_gelu, 4 * width, width, Activation::gelu)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matMulInt8, 1500x768x3072, width, 4 * width, Activation::none)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matMulInt8, 4x768x768, width, width, Activation::none, 4)->Arg(1)->Arg(2)->UseRealTime();
-BENCHMARK_CAPTURE(attend, float32, attendAll)->Arg(1)->Arg(2)->UseRealTime();
-BENCHMARK_CAPTURE(attend, int8, attendAllInt8)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(attend, float32, attendAll, &Peak::floats)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(attend, int8, attendAllInt8, &Peak::bytes)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matVecFloat32, 51865x768, vocabulary)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matVecFloat32, 256x768, 256)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matVecInt8, 51865x768, vocabulary)->Arg(1)->Arg(2)->UseRealTime();
