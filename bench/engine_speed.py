@@ -278,7 +278,7 @@ def measure_takes(programs, chosen):
     open_editor(editor_folder)
     for length in chosen.lengths:
         model = write_model(chosen.folder / f"{size}-{length}s", size, length)
-        clip = Spoken(write_recording(chosen.folder / f"take-{length}.wav", length))
+        clip = Spoken(write_recording(chosen.folder / f"take-{length}.wav", length), chosen.breath)
         times = [[] for _ in programs]
         for half in range(2):
             for number, (program, taken) in enumerate(zip(programs, times)):
@@ -290,7 +290,7 @@ def measure_takes(programs, chosen):
                 log = TimedLines(["tail", "-n", "0", "-F", "-s", "0.002", str(fenlo.log_file)])
                 time.sleep(0.5)
                 measure_paste(fenlo, log, clip)  # the first take wakes what sleeps
-                for _ in range(chosen.takes // 2):
+                for _ in range((chosen.takes + 1) // 2):
                     time.sleep(1.3)  # the clipboard is put back
                     taken.append(measure_paste(fenlo, log, clip))
                 fenlo.close()
@@ -309,14 +309,14 @@ def install(model, home):
 
 
 class Spoken:
-    """A recording that is played into the virtual microphone."""
+    """A recording that is played into the virtual microphone, and the breath before the key is released."""
 
-
-    def __init__(self, file):
-        self._file = file
+    def __init__(self, file, breath):
+        self._file, self._breath = file, breath
 
     def speak(self):
         subprocess.run(["paplay", "--device=micfeed", "--latency-msec=30", str(self._file)], check=True)
+        time.sleep(self._breath)
 
 
 def main():
@@ -332,6 +332,7 @@ def main():
     parser.add_argument("--transcribe", nargs="*", default=[], metavar="OPTION", help="more of `fenlo transcribe`, as: vad")
     parser.add_argument("--lengths", nargs="+", type=int, default=[2, 5, 15, 60], help="of the takes, in seconds")
     parser.add_argument("--takes", type=int, default=TAKES, help="of each length and program")
+    parser.add_argument("--breath", type=float, default=0.3, help="seconds from the end of a take's sound to the release")
     parser.add_argument("--folder", type=Path, help="a new one, or one of an earlier run: keeps models and recordings")
     chosen = parser.parse_args()
     chosen.transcribe = ["--" + option for option in chosen.transcribe]
