@@ -539,10 +539,12 @@ void packKeys(const HeadRows& rows, const PackedHead& packed, const Work& work) 
             continue;
         const float* key = rows.key + row * rows.stride;
         lookAhead(key, rows.stride, width);
-        Floats bias = hn::Zero(floats); // the queries' mean times the key: a constant of the key's column
-        for (std::size_t at = 0; at < width; at += hn::Lanes(floats))
-            bias = hn::MulAdd(hn::Sub(part(key, at, width), hn::Load(floats, work.keyMean + at)),
-                              hn::Load(floats, work.mean + at), bias);
+        Sums bias; // the queries' mean times the key: a constant of the key's column
+        for (std::size_t at = 0; at < width; at += hn::Lanes(floats)) {
+            Floats& sum = bias.part[at % sumLanes / hn::Lanes(floats)];
+            sum = hn::MulAdd(hn::Sub(part(key, at, width), hn::Load(floats, work.keyMean + at)),
+                             hn::Load(floats, work.mean + at), sum);
+        }
         packed.keyBias[row] = total(bias) * scoreUnit;
         const float widest = centre(key, work.keyMean, work.keyBalance, width, work.row);
         packed.keyOffset[row] = -128 * toIntegers(work.row, hn::Set(floats, toInteger(widest)), 0, width, integers);

@@ -39,16 +39,6 @@ HWY_INLINE void measureColumns(Tag tag, const float* src, std::size_t stride, st
     hn::StoreU(inverse(tag, hn::Div(distances, count)), tag, inverses);
 }
 
-/// Calls `each(tag, at)` for the vectors of a row, and for the rest one by one.
-template <class Each>
-HWY_INLINE void forColumns(std::size_t width, const Each& each) {
-    std::size_t at = 0;
-    for (; at + hn::Lanes(floats) <= width; at += hn::Lanes(floats))
-        each(floats, at);
-    for (; at < width; ++at)
-        each(hn::CappedTag<float, 1>(), at);
-}
-
 void quantizePart(const float* src, std::size_t stride, std::size_t positions, std::size_t width, float* centres,
                   float* scales, std::int8_t* numbers, float* factors) {
     forColumns(width, [&](auto tag, std::size_t at) {

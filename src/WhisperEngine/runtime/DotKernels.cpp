@@ -20,21 +20,20 @@ namespace {
 /// As in the product of rows of bytes: into the second cache, across the next page.
 constexpr std::size_t lookAhead = 4096;
 
-const hn::Rebind<std::int8_t, decltype(floats)> quarters;
-
 // Rows are floats or, for the cache of a whole window, bytes.
-HWY_INLINE Floats load(const float* from) {
-    return hn::LoadU(floats, from);
+template <class Tag>
+HWY_INLINE hn::Vec<Tag> loadAs(Tag tag, const float* from) {
+    return hn::LoadU(tag, from);
 }
-HWY_INLINE Floats load(const std::int8_t* from) {
-    const hn::RebindToSigned<decltype(floats)> wide;
-    return hn::ConvertTo(floats, hn::PromoteTo(wide, hn::LoadU(quarters, from)));
+template <class Tag>
+HWY_INLINE hn::Vec<Tag> loadAs(Tag tag, const std::int8_t* from) {
+    const hn::Rebind<std::int8_t, Tag> quarters;
+    const hn::RebindToSigned<Tag> wide;
+    return hn::ConvertTo(tag, hn::PromoteTo(wide, hn::LoadU(quarters, from)));
 }
-HWY_INLINE float single(float value) {
-    return value;
-}
-HWY_INLINE float single(std::int8_t value) {
-    return static_cast<float>(value);
+template <class Number>
+HWY_INLINE Floats load(const Number* from) {
+    return loadAs(floats, from);
 }
 
 /// Row after row, each from end to end: a matrix comes from main memory, which delivers one stream twice as fast as
@@ -42,23 +41,32 @@ HWY_INLINE float single(std::int8_t value) {
 template <class Number>
 float dot(const Number* row, const float* x, std::size_t count) {
     const std::size_t lanes = hn::Lanes(floats);
-    Floats sum0 = hn::Zero(floats);
-    Floats sum1 = sum0;
-    Floats sum2 = sum0;
-    Floats sum3 = sum0;
+    Sums sums[4];
+    const auto multiply = [lanes](Sums& sum, const auto* left, const float* right) {
+#pragma GCC unroll 16
+        for (std::size_t i = 0; i < sumVectors; ++i)
+            sum.part[i] = hn::MulAdd(load(left + i * lanes), load(right + i * lanes), sum.part[i]);
+    };
     std::size_t j = 0;
-    for (; j + 4 * lanes <= count; j += 4 * lanes) {
-        sum0 = hn::MulAdd(load(row + j), load(x + j), sum0);
-        sum1 = hn::MulAdd(load(row + j + lanes), load(x + j + lanes), sum1);
-        sum2 = hn::MulAdd(load(row + j + 2 * lanes), load(x + j + 2 * lanes), sum2);
-        sum3 = hn::MulAdd(load(row + j + 3 * lanes), load(x + j + 3 * lanes), sum3);
+    for (; j + 4 * sumLanes <= count; j += 4 * sumLanes)
+#pragma GCC unroll 4
+        for (std::size_t i = 0; i < 4; ++i)
+            multiply(sums[i], row + j + i * sumLanes, x + j + i * sumLanes);
+    for (; j + sumLanes <= count; j += sumLanes)
+        multiply(sums[0], row + j, x + j);
+    if (j < count) {
+        HWY_ALIGN float left[sumLanes] = {};
+        HWY_ALIGN float right[sumLanes] = {};
+        for (std::size_t i = 0; j + i < count; ++i) {
+            left[i] = static_cast<float>(row[j + i]);
+            right[i] = x[j + i];
+        }
+        multiply(sums[0], left, right);
     }
-    for (; j + lanes <= count; j += lanes)
-        sum0 = hn::MulAdd(load(row + j), load(x + j), sum0);
-    float sum = total(hn::Add(hn::Add(sum0, sum1), hn::Add(sum2, sum3)));
-    for (; j < count; ++j)
-        sum += single(row[j]) * x[j];
-    return sum;
+    sums[0].add(sums[1]);
+    sums[2].add(sums[3]);
+    sums[0].add(sums[2]);
+    return total(sums[0]);
 }
 
 /// sums[i] = row i . x + offsets[i]
@@ -111,61 +119,55 @@ struct Factors {
     HWY_INLINE float operator[](std::size_t row) const { return some[row] * others[row]; }
 };
 
-/// keep(sum, column) is given the rows' sum, each times its factor. Four vectors of columns at a time, and even and odd
-/// rows apart: eight sums in flight.
+/// keep(tag, sum, at) is given the rows' sum, each times its factor, for some vectors of neighbouring columns. Even and
+/// odd rows apart: twice as many sums in flight.
+template <std::size_t vectors, class Tag, class Number, class Numbers, class Keep>
+HWY_INLINE void mixColumns(Tag tag, const Number* rows, std::size_t stride, const Numbers& factors,
+                           std::size_t rowCount, std::size_t first, const Keep& keep) {
+    const std::size_t lanes = hn::Lanes(tag);
+    hn::Vec<Tag> even[vectors];
+    hn::Vec<Tag> odd[vectors];
+#pragma GCC unroll 4
+    for (std::size_t v = 0; v < vectors; ++v)
+        even[v] = odd[v] = hn::Zero(tag);
+    const auto add = [&](hn::Vec<Tag>* sums, std::size_t row) {
+        const auto factor = hn::Set(tag, factors[row]);
+        const Number* const at = rows + row * stride + first;
+#pragma GCC unroll 4
+        for (std::size_t v = 0; v < vectors; ++v)
+            sums[v] = hn::MulAdd(loadAs(tag, at + v * lanes), factor, sums[v]);
+    };
+    std::size_t p = 0;
+    for (; p + 2 <= rowCount; p += 2) {
+        add(even, p);
+        add(odd, p + 1);
+    }
+    if (p < rowCount)
+        add(even, p);
+#pragma GCC unroll 4
+    for (std::size_t v = 0; v < vectors; ++v)
+        keep(tag, hn::Add(even[v], odd[v]), first + v * lanes);
+}
+
+/// The same for all columns.
 template <class Number, class Numbers, class Keep>
 void mixRows(const Number* rows, std::size_t stride, const Numbers& factors, std::size_t rowCount, std::size_t width,
              const Keep& keep) {
-    const std::size_t lanes = hn::Lanes(floats);
+    const std::size_t four = 4 * hn::Lanes(floats);
     std::size_t i = 0;
-    for (; i + 4 * lanes <= width; i += 4 * lanes) {
-        Floats even0 = hn::Zero(floats);
-        Floats even1 = even0;
-        Floats even2 = even0;
-        Floats even3 = even0;
-        Floats odd0 = even0;
-        Floats odd1 = even0;
-        Floats odd2 = even0;
-        Floats odd3 = even0;
-        const Number* at = rows + i;
-        std::size_t p = 0;
-        for (; p + 2 <= rowCount; p += 2, at += 2 * stride) {
-            const Floats factor0 = hn::Set(floats, factors[p]);
-            const Floats factor1 = hn::Set(floats, factors[p + 1]);
-            even0 = hn::MulAdd(load(at), factor0, even0);
-            even1 = hn::MulAdd(load(at + lanes), factor0, even1);
-            even2 = hn::MulAdd(load(at + 2 * lanes), factor0, even2);
-            even3 = hn::MulAdd(load(at + 3 * lanes), factor0, even3);
-            odd0 = hn::MulAdd(load(at + stride), factor1, odd0);
-            odd1 = hn::MulAdd(load(at + stride + lanes), factor1, odd1);
-            odd2 = hn::MulAdd(load(at + stride + 2 * lanes), factor1, odd2);
-            odd3 = hn::MulAdd(load(at + stride + 3 * lanes), factor1, odd3);
-        }
-        if (p < rowCount) {
-            const Floats factor = hn::Set(floats, factors[p]);
-            even0 = hn::MulAdd(load(at), factor, even0);
-            even1 = hn::MulAdd(load(at + lanes), factor, even1);
-            even2 = hn::MulAdd(load(at + 2 * lanes), factor, even2);
-            even3 = hn::MulAdd(load(at + 3 * lanes), factor, even3);
-        }
-        keep(hn::Add(even0, odd0), i);
-        keep(hn::Add(even1, odd1), i + lanes);
-        keep(hn::Add(even2, odd2), i + 2 * lanes);
-        keep(hn::Add(even3, odd3), i + 3 * lanes);
-    }
-    for (; i < width; ++i) {
-        float sum = 0.0F;
-        for (std::size_t p = 0; p < rowCount; ++p)
-            sum += factors[p] * single(rows[p * stride + i]);
-        keep(sum, i);
-    }
+    for (; i + four <= width; i += four)
+        mixColumns<4>(floats, rows, stride, factors, rowCount, i, keep);
+    for (; i < width; ++i)
+        mixColumns<1>(hn::CappedTag<float, 1>(), rows, stride, factors, rowCount, i, keep);
 }
 
 /// Places sums.
 struct Store {
     float* dst;
-    HWY_INLINE void operator()(Floats sum, std::size_t at) const { hn::StoreU(sum, floats, dst + at); }
-    HWY_INLINE void operator()(float sum, std::size_t at) const { dst[at] = sum; }
+    template <class Tag>
+    HWY_INLINE void operator()(Tag tag, hn::Vec<Tag> sum, std::size_t at) const {
+        hn::StoreU(sum, tag, dst + at);
+    }
 };
 
 /// Places sums of bytes as what they stand for.
@@ -173,10 +175,10 @@ struct StoreScaled {
     float* dst;
     const float* scales;
     const float* centres;
-    HWY_INLINE void operator()(Floats sum, std::size_t at) const {
-        hn::StoreU(hn::MulAdd(sum, load(scales + at), load(centres + at)), floats, dst + at);
+    template <class Tag>
+    HWY_INLINE void operator()(Tag tag, hn::Vec<Tag> sum, std::size_t at) const {
+        hn::StoreU(hn::MulAdd(sum, loadAs(tag, scales + at), loadAs(tag, centres + at)), tag, dst + at);
     }
-    HWY_INLINE void operator()(float sum, std::size_t at) const { dst[at] = sum * scales[at] + centres[at]; }
 };
 
 void dotFloatRows(const float* rows, std::size_t stride, const float* offsets, const float* x, std::size_t count,

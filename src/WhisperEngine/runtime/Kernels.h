@@ -10,6 +10,9 @@
 /// Threads: pure functions on the caller's memory. No allocation.
 /// Errors:  none; the caller answers for the sizes.
 /// Shapes:  row-major. Any length and any alignment.
+/// Bits:    sums of floats go in sixteen lanes, joined in one order, so that every step from AVX2 up gives the same
+/// bits.
+///          The steps below it cannot multiply and add without rounding in between: their last bits are others.
 namespace fenlo::whisper::kernels {
 
 /// dst[i] = sum over j of weights[i, j] * x[j] + bias[i] for rows [firstRow, lastRow). `bias` may be null.
@@ -41,9 +44,6 @@ void matVecsInt8(const ByteMatrix& matrix, std::span<const ByteVector> vectors, 
 
 /// Symmetric quantisation to [-127, 127]; returns the scale, 0 for a row of zeros.
 float quantize(const float* src, std::int8_t* dst, int count);
-
-/// dst = sums * (scales * factor) + bias: the sums of a product of 8-bit values back to floats. `bias` may be null.
-void rescale(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst, int count);
 
 /// dst = (src - mean) / sqrt(variance + 1e-5) * gain + shift.
 void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count);
@@ -106,7 +106,6 @@ void matVecInt8(const std::int8_t* weights, const float* rowScales, const float*
                 float xScale, float* dst, int firstRow, int lastRow, int columns);
 void matVecsInt8(const ByteMatrix& matrix, std::span<const ByteVector> vectors, int firstRow, int lastRow);
 float quantize(const float* src, std::int8_t* dst, int count);
-void rescale(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst, int count);
 void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count);
 void softmax(float* values, int count);
 void gelu(float* values, int count);

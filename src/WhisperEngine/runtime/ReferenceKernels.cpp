@@ -51,11 +51,6 @@ float quantize(const float* src, std::int8_t* dst, int count) {
     return widest / 127.0F;
 }
 
-void rescale(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst, int count) {
-    for (int i = 0; i < count; ++i)
-        dst[i] = static_cast<float>(sums[i]) * (scales[i] * factor) + (bias ? bias[i] : 0.0F);
-}
-
 void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count) {
     double sum = 0.0;
     for (int i = 0; i < count; ++i)

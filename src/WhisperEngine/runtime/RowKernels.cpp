@@ -20,7 +20,7 @@ namespace {
 
 float quantizeRow(const float* src, std::int8_t* dst, std::size_t count) {
     Floats found = hn::Zero(floats);
-    forEach(src, count, 0.0F, [&found](Floats v, std::size_t) { found = hn::Max(found, hn::Abs(v)); });
+    forEach(src, count, 0.0F, [&found](Floats v, std::size_t, std::size_t) { found = hn::Max(found, hn::Abs(v)); });
     const float widest = hn::GetLane(hn::MaxOfLanes(floats, found));
     const float toInteger = widest > 0.0F ? 127.0F / widest : 0.0F;
     if (toInteger == 0.0F || toInteger > std::numeric_limits<float>::max()) {
@@ -30,7 +30,7 @@ float quantizeRow(const float* src, std::int8_t* dst, std::size_t count) {
     }
     const hn::Rebind<std::int8_t, decltype(floats)> bytes;
     const Floats factor = hn::Set(floats, toInteger);
-    forEach(src, count, 0.0F, [&](Floats v, std::size_t at) {
+    forEach(src, count, 0.0F, [&](Floats v, std::size_t at, std::size_t) {
         const auto narrow = hn::DemoteTo(bytes, hn::NearestInt(hn::Mul(v, factor)));
         if (at + hn::Lanes(floats) <= count)
             return hn::StoreU(narrow, bytes, dst + at);
@@ -42,49 +42,29 @@ float quantizeRow(const float* src, std::int8_t* dst, std::size_t count) {
     return widest / 127.0F;
 }
 
-void rescaleRow(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst,
-                std::size_t count) {
-    const hn::RebindToSigned<decltype(floats)> ints;
-    const Floats factors = hn::Set(floats, factor);
-    const std::size_t lanes = hn::Lanes(floats);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        const Floats sum = hn::ConvertTo(floats, hn::LoadU(ints, sums + i));
-        const Floats offset = bias ? hn::LoadU(floats, bias + i) : hn::Zero(floats);
-        hn::StoreU(hn::MulAdd(sum, hn::Mul(hn::LoadU(floats, scales + i), factors), offset), floats, dst + i);
-    }
-    for (; i < count; ++i)
-        dst[i] = static_cast<float>(sums[i]) * (scales[i] * factor) + (bias ? bias[i] : 0.0F);
-}
-
 void normalizeRow(const float* src, const float* gain, const float* shift, float* dst, std::size_t count) {
-    Floats sums = hn::Zero(floats);
-    forEach(src, count, 0.0F, [&sums](Floats v, std::size_t) { sums = hn::Add(sums, v); });
+    Sums sums;
+    forEach(src, count, 0.0F,
+            [&sums](Floats v, std::size_t, std::size_t i) { sums.part[i] = hn::Add(sums.part[i], v); });
     const float middle = total(sums) / static_cast<float>(count);
     const Floats mean = hn::Set(floats, middle);
-    Floats squares = hn::Zero(floats);
-    forEach(src, count, middle, [&squares, mean](Floats v, std::size_t) {
+    Sums squares;
+    forEach(src, count, middle, [&squares, mean](Floats v, std::size_t, std::size_t i) {
         const Floats off = hn::Sub(v, mean);
-        squares = hn::MulAdd(off, off, squares);
+        squares.part[i] = hn::MulAdd(off, off, squares.part[i]);
     });
-    const Floats scale = hn::Set(floats, 1.0F / std::sqrt(total(squares) / static_cast<float>(count) + 1e-5F));
-    const std::size_t lanes = hn::Lanes(floats);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        const Floats unit = hn::Mul(hn::Sub(hn::LoadU(floats, src + i), mean), scale);
-        hn::StoreU(hn::MulAdd(unit, hn::LoadU(floats, gain + i), hn::LoadU(floats, shift + i)), floats, dst + i);
-    }
-    for (; i < count; ++i)
-        dst[i] = (src[i] - middle) * hn::GetLane(scale) * gain[i] + shift[i];
+    const float scale = 1.0F / std::sqrt(total(squares) / static_cast<float>(count) + 1e-5F);
+    forColumns(count, [=](auto tag, std::size_t at) {
+        const auto off = hn::Sub(hn::LoadU(tag, src + at), hn::Set(tag, middle));
+        const auto unit = hn::Mul(off, hn::Set(tag, scale));
+        hn::StoreU(hn::MulAdd(unit, hn::LoadU(tag, gain + at), hn::LoadU(tag, shift + at)), tag, dst + at);
+    });
 }
 
 void addRow(float* dst, const float* src, std::size_t count) {
-    const std::size_t lanes = hn::Lanes(floats);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes)
-        hn::StoreU(hn::Add(hn::LoadU(floats, dst + i), hn::LoadU(floats, src + i)), floats, dst + i);
-    for (; i < count; ++i)
-        dst[i] += src[i];
+    forColumns(count, [=](auto tag, std::size_t at) {
+        hn::StoreU(hn::Add(hn::LoadU(tag, dst + at), hn::LoadU(tag, src + at)), tag, dst + at);
+    });
 }
 
 /// exp(x) for x <= 0, off by at most 2.5e-7 of its value; 0 below -87, where floats lose digits; NaN for NaN.
@@ -112,28 +92,30 @@ HWY_INLINE Floats expOf(Floats x) {
 float largestOf(const float* values, std::size_t count) {
     Floats found = hn::Set(floats, -std::numeric_limits<float>::infinity());
     forEach(values, count, -std::numeric_limits<float>::infinity(),
-            [&found](Floats v, std::size_t) { found = hn::IfThenElse(hn::Gt(v, found), v, found); });
+            [&found](Floats v, std::size_t, std::size_t) { found = hn::IfThenElse(hn::Gt(v, found), v, found); });
     return hn::GetLane(hn::MaxOfLanes(floats, found));
 }
 
 float sumOfExponentials(const float* values, std::size_t count, float subtrahend) {
     const Floats less = hn::Set(floats, subtrahend);
-    Floats sums = hn::Zero(floats);
-    forEach(values, count, -std::numeric_limits<float>::infinity(),
-            [&](Floats v, std::size_t) { sums = hn::Add(sums, expOf(hn::Sub(v, less))); });
+    Sums sums;
+    forEach(values, count, -std::numeric_limits<float>::infinity(), [&](Floats v, std::size_t, std::size_t i) {
+        sums.part[i] = hn::Add(sums.part[i], expOf(hn::Sub(v, less)));
+    });
     return total(sums);
 }
 
 void softmaxRow(float* values, std::size_t count) {
     const Floats less = hn::Set(floats, largestOf(values, count));
-    Floats sums = hn::Zero(floats);
-    forEach(values, count, -std::numeric_limits<float>::infinity(), [&](Floats v, std::size_t at) {
+    Sums sums;
+    forEach(values, count, -std::numeric_limits<float>::infinity(), [&](Floats v, std::size_t at, std::size_t i) {
         const Floats e = expOf(hn::Sub(v, less));
-        sums = hn::Add(sums, e);
+        sums.part[i] = hn::Add(sums.part[i], e);
         store(e, values, at, count);
     });
     const Floats share = hn::Set(floats, 1.0F / total(sums));
-    forEach(values, count, 0.0F, [&](Floats v, std::size_t at) { store(hn::Mul(v, share), values, at, count); });
+    forEach(values, count, 0.0F,
+            [&](Floats v, std::size_t at, std::size_t) { store(hn::Mul(v, share), values, at, count); });
 }
 
 /// x / 2 * erfc(-x / sqrt 2), with erfc(z) = (a1 t + ... + a5 t^5) exp(-z z), t = 1 / (1 + p z) for z >= 0. Abramowitz
@@ -154,7 +136,7 @@ HWY_INLINE Floats geluOf(Floats x) {
 }
 
 void geluRow(float* values, std::size_t count) {
-    forEach(values, count, 0.0F, [&](Floats v, std::size_t at) { store(geluOf(v), values, at, count); });
+    forEach(values, count, 0.0F, [&](Floats v, std::size_t at, std::size_t) { store(geluOf(v), values, at, count); });
 }
 
 } // namespace
@@ -166,7 +148,6 @@ namespace fenlo::whisper::kernels {
 
 namespace {
 HWY_EXPORT(quantizeRow);
-HWY_EXPORT(rescaleRow);
 HWY_EXPORT(normalizeRow);
 HWY_EXPORT(addRow);
 HWY_EXPORT(largestOf);
@@ -182,12 +163,6 @@ std::size_t size(int count) {
 float quantize(const float* src, std::int8_t* dst, int count) {
     allowedInstructionSet();
     return HWY_DYNAMIC_DISPATCH(quantizeRow)(src, dst, size(count));
-}
-
-void rescale(const std::int32_t* sums, const float* scales, float factor, const float* bias, float* dst, int count) {
-    allowedInstructionSet();
-    HWY_DYNAMIC_DISPATCH(rescaleRow)
-    (sums, scales, factor, bias, dst, size(count));
 }
 
 void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count) {

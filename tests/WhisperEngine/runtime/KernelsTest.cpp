@@ -130,26 +130,6 @@ TEST(Kernels, AddAndQuantize_AreThePlainFormsToTheBit) {
     EXPECT_EQ(quantized, std::vector<std::int8_t>(19, 0));
 }
 
-TEST(Kernels, Rescale_IsThePlainForm) {
-    for (const Row row : rows()) {
-        std::vector<std::int32_t> sums(row.count + row.start);
-        for (int i = 0; i < row.count; ++i)
-            sums[row.start + i] = (i % 2 ? -1 : 1) * (i * 9973 + 5);
-        const auto scales = randomFloats(row.count, 19);
-        const auto bias = randomFloats(row.count, 20);
-        for (const float* offset : {bias.data(), static_cast<const float*>(nullptr)}) {
-            std::vector<float> expected(row.count);
-            const auto* from = sums.data() + row.start;
-            kernels::reference::rescale(from, scales.data(), 0.01F, offset, expected.data(), row.count);
-            Target<float> actual(row, 77.0F);
-            kernels::rescale(from, scales.data(), 0.01F, offset, actual.data(), row.count);
-            for (int i = 0; i < row.count; ++i)
-                ASSERT_NEAR(actual.data()[i], expected[i], 2 * epsilon * (std::fabs(expected[i]) + 4.0F));
-            EXPECT_TRUE(actual.keepsToItsPlace()) << row.count;
-        }
-    }
-}
-
 TEST(Kernels, LargestAndLogSumExp_AreThePlainForms) {
     for (const Row row : rows()) {
         auto values = randomFloats(row.count + row.start, 6, 8.0F);
