@@ -162,7 +162,7 @@ void AudioEncoderNetwork::attend(const Layer& layer, Buffers& buffers) const {
     const MatMul::Output attended[] = {
         {layer.query, buffers.query}, {layer.key, buffers.key}, {layer.value, buffers.value}};
     MatMul::runEach(attended, normed, rows, m_pool);
-    const auto& product = layer.isInt8 && attendsFasterInt8() ? attendAllInt8 : attendAll;
+    const auto& product = layer.isInt8 ? attendAllInt8 : attendAll;
     product(buffers.query, buffers.key, buffers.value, normed, rows, m_net.encoderHeads,
             m_net.width / m_net.encoderHeads, m_pool);
     layer.selfOut.run(normed, state, rows, Activation::none, true, m_pool);

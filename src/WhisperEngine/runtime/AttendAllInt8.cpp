@@ -1,5 +1,4 @@
 #include "WhisperEngine/runtime/AttendInt8Kernels.h"
-#include "WhisperEngine/runtime/InstructionSet.h"
 #include "WhisperEngine/runtime/MatMul.h"
 #include "WhisperEngine/runtime/Product.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
@@ -28,10 +27,6 @@ void attendAllInt8(const float* q, const float* k, const float* v, float* dst, i
         kernels::attendGroup(head(index), task % size.groups, dst + static_cast<std::size_t>(index) * headWidth, stride,
                              work);
     });
-}
-
-bool attendsFasterInt8() {
-    return allowedInstructionSet() >= InstructionSet::avx512;
 }
 
 } // namespace fenlo::whisper

@@ -12,6 +12,11 @@ namespace fenlo::whisper::kernels {
 /// counts in 255ths of the largest one of its block, so that one loud key takes the small shares of its own block only.
 constexpr std::size_t keyBlock = 128;
 
+constexpr float lowestScore = -1e8F; // stands for minus infinity, and is an integer of 32 bits
+/// Scores are powers of two in 256ths, as integers.
+constexpr int scoreBits = 8;
+constexpr float scoreUnit = 1.44269504F * (1 << scoreBits); // of a natural power
+
 /// The rows of one head within those of all heads.
 struct HeadRows {
     const float* query;
@@ -21,6 +26,10 @@ struct HeadRows {
     int positions;
     int width;
 };
+
+/// What multiplies on the settled instruction set: 16-bit pairs, four bytes in a lane, or tiles of these.
+enum class AttendProduct { pairs, quads, tiles };
+AttendProduct attendProduct();
 
 /// How packed values lie in memory: whole 32-bit lanes of `perLane` values that one instruction multiplies.
 struct PackedLayout {
@@ -49,6 +58,10 @@ struct PackedHead {
     float* valueScale;       // [depth]
     float* valueMean;        // [depth]
 };
+
+constexpr std::size_t roundedUp(std::size_t count, std::size_t step) {
+    return (count + step - 1) / step * step;
+}
 
 /// Where one head's arrays lie in one piece of memory.
 struct PackedSize {

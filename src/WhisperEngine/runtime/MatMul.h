@@ -59,11 +59,8 @@ void attendAll(const float* q, const float* k, const float* v, float* dst, int p
                ThreadPool& pool);
 /// The same in products of 8-bit values, for a model of 8 bits: queries and keys have a scale a row, values one a
 /// channel, all after what their channels have in common is taken off, and shares count in 255ths of the largest in a
-/// block of keys. Sums are exact, so that only the scales' floats differ between instruction sets.
+/// block of keys. The same bits on every step from AVX2 up (Kernels.h).
 void attendAllInt8(const float* q, const float* k, const float* v, float* dst, int positions, int heads, int headWidth,
                    ThreadPool& pool);
-/// Whether that is faster than the products of floats, as it is from AVX-512 on: AVX2 adds up pairs of 16-bit products
-/// no faster than it multiplies floats.
-bool attendsFasterInt8();
 
 } // namespace fenlo::whisper
