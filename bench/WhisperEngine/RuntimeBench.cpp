@@ -5,6 +5,7 @@
 #include "Peak.h"
 #include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/MatMul.h"
+#include "WhisperEngine/runtime/OrderedProduct.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 
 #include <benchmark/benchmark.h>
@@ -69,6 +70,19 @@ void matMulFloat32(benchmark::State& state, int outputs, int inputs, Activation 
     const auto weights = randomFloats(static_cast<std::size_t>(outputs) * inputs);
     const auto bias = randomFloats(outputs);
     multiply(state, MatMul::float32(weights.data(), bias.data(), outputs, inputs), activation, rows, peak().floats);
+}
+
+/// A convolution over three frames.
+void convolution(benchmark::State& state, int outputs, int channels, int step, int rows) {
+    ThreadPool pool(static_cast<int>(state.range(0)));
+    const auto weights = randomFloats(static_cast<std::size_t>(outputs) * 3 * channels);
+    const auto bias = randomFloats(outputs);
+    const OrderedProduct layer(weights.data(), bias.data(), outputs, 3 * channels);
+    const auto src = randomFloats(static_cast<std::size_t>(rows * step + 2) * channels);
+    std::vector<float> dst(static_cast<std::size_t>(rows) * outputs);
+    for (auto _ : state)
+        layer.run(src.data(), static_cast<std::size_t>(step) * channels, dst.data(), rows, pool);
+    perSecond(state, "GFLOP/s", 2.0 * rows * 3 * channels * outputs);
 }
 
 void matMulInt8(benchmark::State& state, int outputs, int inputs, Activation activation, int rows = positions) {
@@ -193,6 +207,10 @@ BENCHMARK_CAPTURE(matMulFloat32, 1500x768x768, width, width, Activation::none)->
 BENCHMARK_CAPTURE(matMulFloat32, 1500x3072x768_gelu, 4 * width, width, Activation::gelu)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matMulFloat32, 1500x768x3072, width, 4 * width, Activation::none)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matMulFloat32, 4x768x768, width, width, Activation::none, 4)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(matMulFloat32, 3000x768x240_gelu, width, 240, Activation::gelu, 3000)->Arg(1)->UseRealTime();
+BENCHMARK_CAPTURE(matMulFloat32, 1500x768x2304_gelu, width, 3 * width, Activation::gelu)->Arg(1)->UseRealTime();
+BENCHMARK_CAPTURE(convolution, 3000x768x240, width, 80, 1, 3000)->Arg(1)->Arg(2)->UseRealTime();
+BENCHMARK_CAPTURE(convolution, 1500x768x2304, width, width, 2, positions)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matMulInt8, 1500x768x768, width, width, Activation::none)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matMulInt8, 1500x3072x768_gelu, 4 * width, width, Activation::gelu)->Arg(1)->Arg(2)->UseRealTime();
 BENCHMARK_CAPTURE(matMulInt8, 1500x768x3072, width, 4 * width, Activation::none)->Arg(1)->Arg(2)->UseRealTime();

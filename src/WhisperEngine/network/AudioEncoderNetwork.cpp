@@ -3,13 +3,11 @@
 #include "WhisperEngine/WhisperError.h"
 #include "WhisperEngine/network/Size.h"
 #include "WhisperEngine/runtime/Kernels.h"
+#include "WhisperEngine/runtime/LargeMemory.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 
 #include <algorithm>
 #include <functional>
-#include <memory>
-#include <new>
-#include <sys/mman.h>
 
 namespace fenlo::whisper {
 
@@ -23,33 +21,6 @@ void forRows(ThreadPool& pool, int rows, const std::function<void(int first, int
              [&](int task) { work(task * rowsPerTask, std::min(rows, (task + 1) * rowsPerTask)); });
 }
 
-/// A convolution of three frames as a product: row t holds frames t * step, t * step + 1 and t * step + 2 of the padded
-/// source, which lie one behind the other.
-void gatherFrames(ThreadPool& pool, const float* padded, float* dst, int rows, int step, int channels) {
-    forRows(pool, rows, [=](int first, int last) {
-        for (std::ptrdiff_t row = first; row < last; ++row)
-            std::copy_n(padded + row * step * channels, 3 * channels, dst + row * 3 * channels);
-    });
-}
-
-/// Floats without a value yet, so that the threads that write them first bring the pages in. In large pages where the
-/// system has them: a window takes ten thousand small ones.
-class LargeMemory {
-public:
-    explicit LargeMemory(std::size_t count)
-        : m_floats(static_cast<float*>(::operator new(count * sizeof(float), largePage))) {
-        ::madvise(m_floats.get(), count * sizeof(float), MADV_HUGEPAGE); // a hint
-    }
-    float* get() const { return m_floats.get(); }
-
-private:
-    static constexpr std::align_val_t largePage{std::size_t{2} << 20};
-    struct Free {
-        void operator()(float* memory) const { ::operator delete(memory, largePage); }
-    };
-    std::unique_ptr<float, Free> m_floats;
-};
-
 } // namespace
 
 /// Of one call. The convolutions use the memory of what comes after them.
@@ -57,8 +28,8 @@ struct AudioEncoderNetwork::Buffers {
     explicit Buffers(const ModelArchitecture& net) : Buffers(net, size(net.audioPositions, net.width)) {}
 
     std::size_t padded, convolved, gathered, part; // sizes of the convolutions' parts, and of one of the others
-    LargeMemory memory;
-    float* const state = memory.get(); // [audioPositions, width], as are the four behind it
+    LargeMemory<float> memory;          // without values, so that the threads that write them first bring the pages in
+    float* const state = memory.data(); // [audioPositions, width], as are the four behind it
     float* const normed = state + part;
     float* const query = normed + std::max(part, padded);
     float* const key = query + part;
@@ -97,8 +68,8 @@ AudioEncoderNetwork::Layer AudioEncoderNetwork::loadLayer(const CompiledFile& fi
 
 AudioEncoderNetwork::AudioEncoderNetwork(CompiledFile file, ThreadPool& pool)
     : m_file(std::move(file)), m_net(m_file.identity().architecture), m_pool(pool),
-      m_conv1(PackedLinear::load(m_file, "conv1", m_net.width, 3 * m_net.melBands).matMul()),
-      m_conv2(PackedLinear::load(m_file, "conv2", m_net.width, 3 * m_net.width).matMul()),
+      m_conv1(FrameConvolution::load(m_file, "conv1", m_net.width, m_net.melBands, 1)),
+      m_conv2(FrameConvolution::load(m_file, "conv2", m_net.width, m_net.width, 2)),
       m_positions(m_file.floats("positions", {m_net.audioPositions, m_net.width}).data()),
       m_norm(PackedNorm::load(m_file, "norm", m_net.width)) {
     for (int i = 0; i < m_net.encoderLayers; ++i)
@@ -141,14 +112,12 @@ void AudioEncoderNetwork::convolve(std::span<const float> features, Buffers& buf
                 padded[size(frame + 1, bands) + static_cast<std::size_t>(band)] =
                     features[size(band, frames) + static_cast<std::size_t>(frame)];
     });
-    gatherFrames(m_pool, padded, buffers.gatheredFrames(), frames, 1, bands);
 
     float* const convolved = buffers.convolvedFrames(); // padded likewise
     std::fill_n(convolved, width, 0.0F);
     std::fill_n(convolved + size(frames + 1, width), width, 0.0F);
-    m_conv1.run(buffers.gatheredFrames(), convolved + width, frames, Activation::gelu, false, m_pool);
-    gatherFrames(m_pool, convolved, buffers.gatheredFrames(), rows, 2, width);
-    m_conv2.run(buffers.gatheredFrames(), buffers.state, rows, Activation::gelu, false, m_pool);
+    m_conv1.run(padded, convolved + width, frames, buffers.gatheredFrames(), m_pool);
+    m_conv2.run(convolved, buffers.state, rows, buffers.gatheredFrames(), m_pool);
     forRows(m_pool, rows, [&](int first, int last) {
         kernels::add(buffers.state + size(first, width), m_positions + size(first, width), (last - first) * width);
     });

@@ -2,6 +2,7 @@
 
 #include "WhisperEngine/ModelCalls.h"
 #include "WhisperEngine/network/CompiledFile.h"
+#include "WhisperEngine/network/FrameConvolution.h"
 #include "WhisperEngine/network/PackedLinear.h"
 
 namespace fenlo::whisper {
@@ -41,7 +42,7 @@ private:
     CompiledFile m_file;
     ModelArchitecture m_net;
     ThreadPool& m_pool;
-    MatMul m_conv1, m_conv2;
+    FrameConvolution m_conv1, m_conv2;
     const float* m_positions; // [audioPositions, width]
     std::vector<Layer> m_layers;
     PackedNorm m_norm;
