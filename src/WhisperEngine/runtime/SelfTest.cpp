@@ -3,6 +3,7 @@
 #include "WhisperEngine/runtime/AttendInt8Kernels.h"
 #include "WhisperEngine/runtime/Kernels.h"
 #include "WhisperEngine/runtime/MatMul.h"
+#include "WhisperEngine/runtime/OrderedProduct.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
 
 #include <algorithm>
@@ -90,6 +91,22 @@ bool linearInt8IsRight(const Products& products, Size size) {
     products.linearInt8(weights.data(), scales.data(), bias.data(), size.outputs, size.inputs, src.data(),
                         actual.data(), size.rows);
     return near(actual, expected, 0.0F);
+}
+
+bool orderedIsRight(int rows, int inputs) {
+    constexpr int outputs = kernels::orderedOutputs;
+    Numbers numbers;
+    const LargeMemory<float> weights(static_cast<std::size_t>(inputs) * outputs);
+    std::generate_n(weights.data(), inputs * outputs, [&] { return 0.5F * numbers.next(); });
+    const LargeMemory<float> sums(static_cast<std::size_t>(rows) * outputs);
+    const auto src = numbers.floats(rows * inputs);
+    auto expected = numbers.floats(rows * outputs);
+    std::ranges::copy(expected, sums.data());
+    const auto stride = static_cast<std::size_t>(inputs);
+    plain::multiplyOrdered(src.data(), stride, rows, weights.data(), inputs, expected.data());
+    kernels::multiplyOrdered(src.data(), stride, rows, weights.data(), inputs, sums.data());
+    return near({sums.data(), sums.data() + expected.size()}, expected,
+                16 * epsilon * std::sqrt(static_cast<float>(inputs)));
 }
 
 using PlainHead = void (*)(const kernels::HeadRows& rows, float* dst);
@@ -244,6 +261,8 @@ std::string selfTest(const Products& products) {
         if (!attentionIsRight(products.attendAllInt8, plain::attendInt8, positions, 2e-3F))
             return "attention in 8 bits over " + std::to_string(positions) + " positions";
     }
+    if (!orderedIsRight(13, 80))
+        return "the product whose sums go input after input";
     if (!oneRowProductsAreRight(9, 384) || !oneRowProductsAreRight(7, 37))
         return "the product of one row";
     if (!rowKernelsAreRight(384) || !rowKernelsAreRight(37))
