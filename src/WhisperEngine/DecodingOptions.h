@@ -8,8 +8,9 @@ namespace fenlo::whisper {
 
 enum class DecodingTask { transcribe, translate };
 
-/// How long audio is cut before it is decoded.
-enum class ChunkingStrategy { none, vad };
+/// How long audio is cut before it is decoded: not at all, at silences into chunks of a window at most, or into a few
+/// long parts (AudioProcessor/RecordingParts).
+enum class ChunkingStrategy { none, vad, parts };
 
 /// What is wanted of one transcription. A threshold without a value switches its test off.
 struct DecodingOptions {

@@ -1,6 +1,7 @@
 #include "WhisperEngine/WhisperEngine.h"
 
 #include "WhisperEngine/AudioProcessor/AudioChunker.h"
+#include "WhisperEngine/AudioProcessor/RecordingParts.h"
 #include "WhisperEngine/AudioTime.h"
 #include "WhisperEngine/SideBySide.h"
 #include "WhisperEngine/WhisperError.h"
@@ -65,6 +66,25 @@ int mostWorkers(const std::vector<DecodingOptions>& options) {
 
 } // namespace
 
+/// What is worked on side by side.
+struct WhisperEngine::Arrays {
+    std::vector<std::span<const float>> samples;
+    std::vector<int> offsets; // where each begins in a whole, or empty
+    std::vector<DecodingOptions> options;
+
+    Arrays(std::vector<std::span<const float>> samples, std::vector<int> offsets, std::vector<DecodingOptions> options)
+        : samples(std::move(samples)), offsets(std::move(offsets)), options(std::move(options)) {}
+    /// Chunks that lie within the clips of the options.
+    Arrays(const std::vector<AudioChunk>& chunks, DecodingOptions ofChunks) {
+        ofChunks.clipTimestamps.clear();
+        options.assign(chunks.size(), ofChunks);
+        for (const AudioChunk& chunk : chunks) {
+            samples.push_back(chunk.audioSamples);
+            offsets.push_back(chunk.seekOffsetIndex);
+        }
+    }
+};
+
 const char* textOf(TranscriptionState state) {
     switch (state) {
     case TranscriptionState::convertingAudio:
@@ -107,24 +127,62 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(std::span<const float
                                                            const DecodingOptions& decodeOptions,
                                                            const TranscriptionCallbacks& callbacks,
                                                            std::stop_token stop, const StoppedParts& resume) const {
+    switch (decodeOptions.chunkingStrategy.value_or(ChunkingStrategy::none)) {
+    case ChunkingStrategy::vad:
+        return transcribeChunks(audioArray, decodeOptions, callbacks, std::move(stop), resume);
+    case ChunkingStrategy::parts:
+        return transcribeParts(audioArray, decodeOptions, callbacks, std::move(stop), resume);
+    case ChunkingStrategy::none:
+        break;
+    }
+    return transcribe({audioArray}, {}, {decodeOptions}, callbacks, std::move(stop), resume);
+}
+
+std::vector<TranscriptionResult> WhisperEngine::transcribeChunks(std::span<const float> audioArray,
+                                                                 const DecodingOptions& options,
+                                                                 const TranscriptionCallbacks& callbacks,
+                                                                 std::stop_token stop,
+                                                                 const StoppedParts& resume) const {
     const TaskComponents parts = components();
     const int windowSamples = parts.featureExtractor.windowSamples();
-    if (decodeOptions.chunkingStrategy != ChunkingStrategy::vad ||
-        audioArray.size() <= static_cast<std::size_t>(windowSamples))
-        return transcribe({audioArray}, {}, {decodeOptions}, callbacks, stop, resume);
-
+    if (audioArray.size() <= static_cast<std::size_t>(windowSamples))
+        return transcribe({audioArray}, {}, {options}, callbacks, std::move(stop), resume);
     const VADAudioChunker chunker(m_config.voiceActivityDetector);
-    const auto chunks = chunker.chunkAll(audioArray, windowSamples, decodeOptions, m_logging);
+    const auto chunks = chunker.chunkAll(audioArray, windowSamples, options, m_logging);
     m_logging.debug("Found {} VAD chunks", chunks.size());
-    std::vector<std::span<const float>> arrays;
-    std::vector<int> offsets;
-    for (const AudioChunk& chunk : chunks) {
-        arrays.push_back(chunk.audioSamples);
-        offsets.push_back(chunk.seekOffsetIndex);
+    return transcribeAll(parts, {chunks, options}, callbacks, std::move(stop), resume);
+}
+
+/// As if walked over in one piece: one sense of silence for all of the recording, and one language.
+std::vector<TranscriptionResult> WhisperEngine::transcribeParts(std::span<const float> audioArray,
+                                                                const DecodingOptions& options,
+                                                                const TranscriptionCallbacks& callbacks,
+                                                                std::stop_token stop,
+                                                                const StoppedParts& resume) const {
+    const auto inOnePiece = [&] { return transcribe({audioArray}, {}, {options}, callbacks, stop, resume); };
+    const auto clips = prepareSeekClips(options, static_cast<int>(audioArray.size()));
+    const bool isLong = std::ranges::any_of(
+        clips, [](const auto& clip) { return RecordingParts::areWanted(clip.second - clip.first); });
+    if (!isLong || options.maxWindowSeek || options.endsAtLastSound)
+        return inOnePiece();
+    TaskComponents shared = components();
+    std::optional<EnergyVAD> energy;
+    if (!shared.voiceActivityDetector)
+        shared.voiceActivityDetector = &energy.emplace(energyVadFor(audioArray));
+    const RecordingParts cutter(audioArray, *shared.voiceActivityDetector);
+    std::vector<AudioChunk> parts;
+    for (const auto& [begin, end] : clips)
+        if (begin < end)
+            std::ranges::copy(cutter.between(begin, end), std::back_inserter(parts));
+    if (parts.size() <= clips.size())
+        return inOnePiece();
+    m_logging.debug("Found {} parts", parts.size());
+    DecodingOptions ofParts = options;
+    if (isModelMultilingual() && !options.language && options.detectLanguage != false) {
+        const Places::Taken place(*m_places, stop);
+        ofParts.language = TranscribeTask(shared, {}, {}).detectLanguage(parts.front().audioSamples).language;
     }
-    DecodingOptions ofChunks = decodeOptions;
-    ofChunks.clipTimestamps.clear(); // the chunks lie within the clips
-    return transcribe(arrays, offsets, std::vector(arrays.size(), ofChunks), callbacks, stop, resume);
+    return transcribeAll(shared, {parts, ofParts}, callbacks, std::move(stop), resume);
 }
 
 std::vector<std::vector<TranscriptionResult>> WhisperEngine::transcribe(const std::vector<fs::path>& audioPaths,
@@ -147,7 +205,16 @@ std::vector<TranscriptionResult> WhisperEngine::transcribe(const std::vector<std
     if (decodeOptions.size() != audioArrays.size())
         throw WhisperError(WhisperError::Kind::transcriptionFailed,
                            "The number of audio arrays and decoding options must be balanced.");
-    const TaskComponents parts = components();
+    return transcribeAll(components(), {audioArrays, seekOffsetIndexes, decodeOptions}, callbacks, std::move(stop),
+                         resume);
+}
+
+std::vector<TranscriptionResult> WhisperEngine::transcribeAll(const TaskComponents& parts, const Arrays& arrays,
+                                                              const TranscriptionCallbacks& callbacks,
+                                                              std::stop_token stop, const StoppedParts& resume) const {
+    const auto& audioArrays = arrays.samples;
+    const auto& seekOffsetIndexes = arrays.offsets;
+    const auto& decodeOptions = arrays.options;
     const std::size_t count = audioArrays.size();
     const auto offsetOf = [&](std::size_t i) { return seekOffsetIndexes.empty() ? 0 : seekOffsetIndexes[i]; };
 

@@ -105,6 +105,8 @@ public:
     const TranscriptionTimings& currentTimings() const { return m_timings; }
 
 private:
+    struct Arrays;
+
     WhisperEngine(WhisperEngineConfig config, HttpClient& http, Clock& clock);
 
     void findModel(std::stop_token stop);
@@ -112,6 +114,15 @@ private:
     void setState(ModelState state);
     void loadTokenizer(const std::string& repository, const ModelPlace& place, std::stop_token stop);
     TaskComponents components() const;
+    std::vector<TranscriptionResult> transcribeChunks(std::span<const float> audioArray, const DecodingOptions& options,
+                                                      const TranscriptionCallbacks& callbacks, std::stop_token stop,
+                                                      const StoppedParts& resume) const;
+    std::vector<TranscriptionResult> transcribeParts(std::span<const float> audioArray, const DecodingOptions& options,
+                                                     const TranscriptionCallbacks& callbacks, std::stop_token stop,
+                                                     const StoppedParts& resume) const;
+    std::vector<TranscriptionResult> transcribeAll(const TaskComponents& parts, const Arrays& arrays,
+                                                   const TranscriptionCallbacks& callbacks, std::stop_token stop,
+                                                   const StoppedParts& resume) const;
 
     const WhisperEngineConfig m_config;
     HttpClient& m_http;

@@ -11,6 +11,7 @@
 #include "support/LoopbackHub.h"
 #include "support/VirtualTime.h"
 
+#include <cmath>
 #include <filesystem>
 #include <fmt/ranges.h>
 #include <gmock/gmock.h>
@@ -198,6 +199,43 @@ TEST_F(WhisperEngineTest, ChunksAreMergedInTheTimesOfTheWhole) {
             EXPECT_LE(segment.end, static_cast<float>(audio.size()) / 16000);
         }
     EXPECT_DOUBLE_EQ(*std::ranges::max_element(fractions), 1.0);
+}
+
+TEST_F(WhisperEngineTest, PartsOfALongRecordingFollowEachOtherInItsTimes) {
+    const auto engine = make();
+    std::vector<float> audio;
+    for (const auto spoken = readSoundFile(clip, ChannelMix::first).mono; audio.size() < std::size_t{600} * 16000;) {
+        audio.insert(audio.end(), spoken.begin(), spoken.end());
+        audio.resize(audio.size() + std::size_t{40} * 16000);
+    }
+    options.losesNoSpeech = true;
+    options.chunkingStrategy = ChunkingStrategy::parts;
+    const auto parts = engine->transcribe(audio, options, {}, {});
+    ASSERT_EQ(parts.size(), 5U);
+    EXPECT_THAT(parts.front().text, HasSubstr(phrase));
+    const std::span<const float> whole = audio;
+    int begin = 0, id = 0;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        const auto offset = [&](std::size_t part) {
+            return part < parts.size() ? static_cast<int>(std::lround(*parts[part].seekTime * 16000))
+                                       : static_cast<int>(audio.size());
+        };
+        EXPECT_EQ(offset(i), begin) << "no gap";
+        begin = offset(i + 1);
+        const auto samples =
+            whole.subspan(static_cast<std::size_t>(offset(i)), static_cast<std::size_t>(begin - offset(i)));
+        options.chunkingStrategy = ChunkingStrategy::none;
+        const auto alone = engine->transcribe(samples, options, {}, {}).front();
+        ASSERT_EQ(parts[i].segments.size(), alone.segments.size());
+        for (std::size_t k = 0; k < alone.segments.size(); ++k) {
+            EXPECT_EQ(parts[i].segments[k].id, id++);
+            EXPECT_EQ(parts[i].segments[k].text, alone.segments[k].text);
+            EXPECT_NEAR(parts[i].segments[k].start, alone.segments[k].start + *parts[i].seekTime, 1e-3);
+        }
+    }
+    options.chunkingStrategy = ChunkingStrategy::parts;
+    options.clipTimestamps = {5, 100};
+    EXPECT_EQ(engine->transcribe(audio, options, {}, {}).size(), 1U) << "a short clip";
 }
 
 TEST_F(WhisperEngineTest, BatchesMustBeBalanced) {

@@ -198,8 +198,10 @@ TEST_F(TranscribeCommand, RecordingsSideBySideKeepTheirWordsAndTheirOrder) {
 }
 
 TEST_F(TranscribeCommand, AnInterruptedRunGoesOnToTheSameDocuments) {
-    // Cut at its silences, eight windows at most are begun before one is done.
-    for (const auto& [cut, phrases, begun] : {std::tuple{"", 16, 2}, std::tuple{"--vad ", 48, 9}}) {
+    // Cut at its silences, eight windows at most are begun before one is done; and so where a long one is cut into
+    // parts.
+    for (const auto& [cut, phrases, begun] :
+         {std::tuple{"", 16, 2}, std::tuple{"--vad ", 48, 9}, std::tuple{"", 130, 9}}) {
         const std::string arguments = "--output srt,json --word-timestamps " + longRecording(phrases).string() + " ";
         fs::remove_all(folder);
         const Outcome whole = run(toFolder + cut + arguments);

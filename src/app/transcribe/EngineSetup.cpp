@@ -104,8 +104,9 @@ DecodingOptions decodingOptions(const TranscribeOptions& options, const WhisperE
     const float steps = (hottest - options.temperature) / decoding.temperatureIncrementOnFallback;
     decoding.temperatureFallbackCount =
         std::min(decoding.temperatureFallbackCount, static_cast<int>(std::floor(steps + 0.001f)));
-    if (options.vad)
-        decoding.chunkingStrategy = ChunkingStrategy::vad;
+    decoding.chunkingStrategy = options.vad          ? ChunkingStrategy::vad
+                                : options.inOnePiece ? ChunkingStrategy::none
+                                                     : ChunkingStrategy::parts;
     if (options.offset || options.duration) {
         const double start = options.offset.value_or(0);
         decoding.clipTimestamps = {static_cast<float>(start)};
@@ -129,6 +130,7 @@ std::string describe(const DecodingOptions& decoding, const TranscribeOptions& o
                                             {"temperature", decoding.temperature},
                                             {"seed", decoding.seed},
                                             {"vad", options.vad},
+                                            {"inOnePiece", options.inOnePiece},
                                             {"words", decoding.wordTimestamps},
                                             {"clip", decoding.clipTimestamps},
                                             {"prompt", decoding.promptTokens.value_or(std::vector<int>())}});

@@ -177,7 +177,7 @@ void OneRecording::deliver(const Results& results) {
     m_shared.progress.finish();
     const auto& clips = m_shared.decoding.clipTimestamps;
     const double lasts = results.empty() ? 0 : results.front().timings.inputAudioSeconds;
-    if (!clips.empty() && !m_shared.options.vad && static_cast<double>(clips.front()) >= lasts)
+    if (!clips.empty() && results.size() == 1 && !m_shared.options.vad && static_cast<double>(clips.front()) >= lasts)
         throw std::runtime_error(m_recording.name() + " lasts " + text::fixed(lasts, 1) +
                                  " s only; take a smaller --offset");
     const auto document = [&](const std::string& output) {

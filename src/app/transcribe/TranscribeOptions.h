@@ -27,6 +27,7 @@ struct TranscribeOptions {
     float temperature = 0;
     unsigned seed = 0; // of the random draws when a window is decoded again
     bool vad = false;
+    bool inOnePiece = false; // a long recording is not cut into parts
 
     std::vector<std::string> outputs{"txt"}; // txt, srt, vtt, tsv, json
     std::filesystem::path outputDirectory;   // empty for standard output

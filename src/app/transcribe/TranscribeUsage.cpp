@@ -46,9 +46,15 @@ void addRecognition(CLI::App& command, TranscribeOptions& options) {
     command.add_option("--seed", options.seed, "another seed draws other words where the engine is in doubt")
         ->capture_default_str()
         ->group(group);
+    CLI::Option* vad = command.add_flag(
+        "--vad", options.vad, "cut recordings at their silences into pieces of 30 seconds at most; words may differ");
+    vad->group(group);
     command
-        .add_flag("--vad", options.vad,
-                  "cut long recordings at their silences and work on the pieces side by side; words may differ")
+        .add_flag(
+            "--in-one-piece", options.inOnePiece,
+            "walk through a long recording from beginning to end; without this, one of ten minutes or more is cut at "
+            "silences into eight parts at most, which are worked on side by side and sooner done")
+        ->excludes(vad)
         ->group(group);
 }
 
