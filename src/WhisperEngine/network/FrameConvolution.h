@@ -5,6 +5,7 @@
 #include "WhisperEngine/runtime/OrderedProduct.h"
 
 #include <string>
+#include <utility>
 #include <variant>
 
 namespace fenlo::whisper {

@@ -44,7 +44,7 @@ void OrderedProduct::run(const float* src, std::size_t stride, float* dst, int r
 void OrderedProduct::runTask(const float* src, std::size_t stride, float* dst, int rows) const {
     auto* const sums = scratchOf<float>(Slot::results, std::size_t{taskRows} * together);
     for (int output = 0; output < m_outputs; output += together) {
-        for (int row = 0; row < rows; ++row)
+        for (std::ptrdiff_t row = 0; row < rows; ++row)
             std::copy_n(m_bias.data() + output, together, sums + row * together);
         const float* weights = m_weights.data() + static_cast<std::size_t>(output) * m_inputs;
         for (int input = 0; input < m_inputs; input += taskInputs)
