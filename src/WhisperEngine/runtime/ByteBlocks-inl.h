@@ -5,11 +5,23 @@
 //   vectors, outputs       how many of a panel's vectors, and of the outputs, have their products in registers
 //   dot(sums, rows, all)   each lane of `sums` grows by the products of its values; `all` is the same in every lane
 
-inline void finish(const std::int32_t* __restrict sums, float scale, float bias, const float* __restrict factors,
+/// The floats of one output.
+inline void finish(const ByteMatrix& matrix, const Panel& panel, int output, const std::int32_t* __restrict sums,
                    float* __restrict dst) {
+    const float scale = matrix.rowScales[output];
+    const float bias = matrix.bias ? matrix.bias[output] : 0.0F;
+    const float* const __restrict factors = panel.factors;
     const std::int32_t excess = Lanes::isBytes ? sums[mostPanelRows] : 0;
     for (int lane = 0; lane < panelLanes; ++lane)
         dst[lane] = static_cast<float>(sums[lane] - excess) * (scale * factors[lane]) + bias;
+    const std::int8_t* const weights =
+        matrix.weights + static_cast<std::size_t>(output) * static_cast<std::size_t>(matrix.columns);
+    for (int k = 0; k < panel.wide->count; ++k) {
+        const float weight = static_cast<float>(weights[panel.wide->channels[k]]) * scale;
+        const float* const __restrict values = panel.wide->values[k];
+        for (int lane = 0; lane < panelLanes; ++lane)
+            dst[lane] += weight * values[lane];
+    }
 }
 
 /// `Outputs` rows of weights times the panel: sums[i][lane].
@@ -69,8 +81,7 @@ inline void multiplyRows(const ByteMatrix& matrix, const Panel& panel, int first
     if (weights.rest > 0)
         addRest<Outputs>(panel.lanes, weights, sums);
     for (std::ptrdiff_t i = 0; i < Outputs; ++i)
-        finish(sums + i * panelLanes, matrix.rowScales[first + i], matrix.bias ? matrix.bias[first + i] : 0.0F,
-               panel.factors, dst + i * panelLanes);
+        finish(matrix, panel, first + static_cast<int>(i), sums + i * panelLanes, dst + i * panelLanes);
 }
 
 void multiply(const ByteMatrix& matrix, const Panel& panel, int first, int count, float* dst, std::byte* work) {

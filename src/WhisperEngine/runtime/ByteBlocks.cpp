@@ -169,8 +169,7 @@ void multiply(const ByteMatrix& matrix, const Panel& panel, int first, int count
             const std::int8_t* const weights = matrix.weights + static_cast<std::size_t>(first + i) * inputs;
             tiles::multiply16x48({weights, inputs, panel.lanes, stride, inputs, sums, stride});
             for (int row = 0; row < tiles::rows; ++row)
-                avx512vnni::finish(sums + std::ptrdiff_t{row} * panelLanes, matrix.rowScales[first + i + row],
-                                   matrix.bias ? matrix.bias[first + i + row] : 0.0F, panel.factors,
+                avx512vnni::finish(matrix, panel, first + i + row, sums + std::ptrdiff_t{row} * panelLanes,
                                    dst + std::ptrdiff_t{i + row} * panelLanes);
         }
     }
@@ -218,6 +217,32 @@ const Form& form() {
     return chosen;
 }
 
+/// False, and nothing is added, where there is no room.
+bool add(WidePanel& panel, std::size_t row, const WideChannels& found) {
+    const auto known = [&panel](int channel) {
+        return std::find(panel.channels, panel.channels + panel.count, channel) - panel.channels;
+    };
+    const auto unknown =
+        std::count_if(found.channels, found.channels + found.count, [&](int it) { return known(it) == panel.count; });
+    if (unknown > WidePanel::most - panel.count)
+        return false;
+    for (int i = 0; i < found.count; ++i) {
+        const auto at = known(found.channels[i]);
+        if (at == panel.count) {
+            panel.channels[panel.count++] = found.channels[i];
+            std::fill_n(panel.values[at], panelLanes, 0.0F);
+        }
+        panel.values[at][row] = found.values[i];
+    }
+    return true;
+}
+
+float quantizeInto(WidePanel& panel, std::size_t row, const float* src, std::int8_t* dst, int count) {
+    WideChannels found;
+    const float scale = quantize(src, dst, count, found);
+    return add(panel, row, found) ? scale : quantize(src, dst, count);
+}
+
 } // namespace
 
 std::size_t panelBytes(int inputs) {
@@ -231,11 +256,12 @@ std::size_t panelWork(int inputs) {
 void packPanel(const float* src, int inputs, const Panel& panel, std::int8_t* work) {
     const std::size_t columns = static_cast<std::size_t>(inputs);
     const std::size_t stride = columns + 4; // the last step's lanes end with zeros
+    panel.wide->count = 0;
     for (std::size_t row = 0; row < panelLanes; ++row) {
         std::int8_t* const to = work + row * stride;
         const bool isThere = row < static_cast<std::size_t>(panel.rows);
         std::fill_n(to + (isThere ? columns : 0), isThere ? stride - columns : stride, std::int8_t{0});
-        panel.factors[row] = isThere ? quantize(src + row * columns, to, inputs) : 0.0F;
+        panel.factors[row] = isThere ? quantizeInto(*panel.wide, row, src + row * columns, to, inputs) : 0.0F;
     }
     const bool isBytes = form().isBytes;
     const auto steps = static_cast<std::size_t>(stepsOf(inputs, isBytes ? 4 : 2));

@@ -17,17 +17,28 @@ constexpr int panelLanes = 48;    // three of the widest vectors, so that regist
 constexpr int mostPanelRows = 47; // the last lane is a row of zeros, see packPanel()
 constexpr int outputsAtATime = 128;
 
+/// The wide channels of a panel's rows: each row's are zeros in the panel, and have their values here.
+struct WidePanel {
+    static constexpr int most = 32;
+
+    int count = 0;
+    int channels[most];
+    float values[most][panelLanes]; // zeros for a row that has its numbers in the panel
+};
+
 /// A block of rows as a product takes it.
 struct Panel {
     std::int32_t* lanes; // [steps][panelLanes], 64-byte aligned; panelBytes()
     float* factors;      // [panelLanes]: what a row's 8-bit values are multiplied by
-    int rows;            // at most mostPanelRows
+    WidePanel* wide;
+    int rows; // at most mostPanelRows
 };
 std::size_t panelBytes(int inputs);
 
-/// Quantises rows of `inputs` floats row by row. `work` holds panelLanes * (inputs + 4) bytes. The instructions for
-/// bytes want one side without signs: 128 is added to every value, and what that adds to a product is found in a lane
-/// of its own, a row of zeros.
+/// Quantises rows of `inputs` floats row by row, without their wide channels; a row whose channels find no more room
+/// beside those of the rows before it keeps its own in the panel. `work` holds panelLanes * (inputs + 4) bytes. The
+/// instructions for bytes want one side without signs: 128 is added to every value, and what that adds to a product is
+/// found in a lane of its own, a row of zeros.
 void packPanel(const float* src, int inputs, const Panel& panel, std::int8_t* work);
 
 /// dst[i][lane] = row `lane` x weights of output `first + i`, scaled, with bias; `count` outputs, at most

@@ -15,14 +15,18 @@ void finish(const ByteMatrix& matrix, const ByteVector& vector, const std::int32
     float* const __restrict dst = vector.dst + firstRow;
     const float* const __restrict scales = matrix.rowScales + firstRow;
     const float scale = vector.scale;
-    if (!matrix.bias) {
-        for (int i = 0; i < rows; ++i)
-            dst[i] = static_cast<float>(sums[i]) * (scales[i] * scale);
-        return;
-    }
-    const float* const __restrict bias = matrix.bias + firstRow;
     for (int i = 0; i < rows; ++i)
-        dst[i] = static_cast<float>(sums[i]) * (scales[i] * scale) + bias[i];
+        dst[i] = static_cast<float>(sums[i]) * (scales[i] * scale);
+    if (const float* const __restrict bias = matrix.bias ? matrix.bias + firstRow : nullptr)
+        for (int i = 0; i < rows; ++i)
+            dst[i] += bias[i];
+    const auto columns = static_cast<std::size_t>(matrix.columns);
+    for (int k = 0; vector.wide && k < vector.wide->count; ++k) {
+        const std::int8_t* weights =
+            matrix.weights + static_cast<std::size_t>(firstRow) * columns + vector.wide->channels[k];
+        for (int i = 0; i < rows; ++i, weights += columns)
+            dst[i] += static_cast<float>(*weights) * (scales[i] * vector.wide->values[k]);
+    }
 }
 
 #if HWY_ARCH_X86

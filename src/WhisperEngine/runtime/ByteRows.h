@@ -11,8 +11,8 @@ using Multiply = void(const ByteMatrix& matrix, const ByteVector* vectors, int f
 /// The form for processors without products of bytes: of numbers that are widened to 16 bits.
 void multiplyWidened(const ByteMatrix& matrix, std::span<const ByteVector> vectors, int firstRow, int lastRow);
 
-/// vector.dst[firstRow + i] = sums[i] * scales + bias. Compiled once, for the processor that all have, so that no fused
-/// multiplication makes the last bit depend on the step.
+/// vector.dst[firstRow + i] = sums[i] * scales + bias + what is wide. Compiled once, for the processor that all have,
+/// so that no fused multiplication makes the last bit depend on the step.
 void finish(const ByteMatrix& matrix, const ByteVector& vector, const std::int32_t* sums, int firstRow, int rows);
 
 } // namespace fenlo::whisper::kernels

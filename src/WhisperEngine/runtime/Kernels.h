@@ -31,11 +31,21 @@ struct ByteMatrix {
     const float* bias;          // [rows], or null
     int columns;
 };
+/// Channels of a row that are so much wider than its others that these would have no digits left: their numbers are
+/// zeros in the row's bytes, and what they add to a product is added in floats.
+struct WideChannels {
+    static constexpr int most = 16;
+
+    int count = 0;
+    int channels[most];
+    float values[most];
+};
 /// A vector that a matrix is multiplied with, and the place of its own product.
 struct ByteVector {
     const std::int8_t* values; // [columns]
     float scale;
-    float* dst; // [rows]; none of the other vectors'
+    float* dst;                         // [rows]; none of the other vectors'
+    const WideChannels* wide = nullptr; // added one behind the other
 };
 inline constexpr int mostByteVectors = 8;
 /// matVecInt8() of any number of vectors against the same weights, which are read once for each `mostByteVectors` of
@@ -44,6 +54,17 @@ void matVecsInt8(const ByteMatrix& matrix, std::span<const ByteVector> vectors, 
 
 /// Symmetric quantisation to [-127, 127]; returns the scale, 0 for a row of zeros.
 float quantize(const float* src, std::int8_t* dst, int count);
+/// The same without what is `wide`: as long as few channels (wideAtOnce()) take more than half of the row's range, they
+/// are taken out and the others quantised anew. A row that has none is quantised as above.
+float quantize(const float* src, std::int8_t* dst, int count, WideChannels& wide);
+/// A number by which no row of independent values, after GELU or before, has wide channels but rarely.
+constexpr int wideAtOnce(int count) {
+    return count < 384 ? count / 48 : 8;
+}
+/// Of a quantised number; half of the range.
+constexpr bool isWide(std::int8_t number) {
+    return number >= 64 || number <= -64;
+}
 
 /// dst = (src - mean) / sqrt(variance + 1e-5) * gain + shift.
 void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count);
@@ -106,6 +127,7 @@ void matVecInt8(const std::int8_t* weights, const float* rowScales, const float*
                 float xScale, float* dst, int firstRow, int lastRow, int columns);
 void matVecsInt8(const ByteMatrix& matrix, std::span<const ByteVector> vectors, int firstRow, int lastRow);
 float quantize(const float* src, std::int8_t* dst, int count);
+float quantize(const float* src, std::int8_t* dst, int count, WideChannels& wide);
 void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count);
 void softmax(float* values, int count);
 void gelu(float* values, int count);

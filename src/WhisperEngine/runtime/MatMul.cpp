@@ -58,7 +58,7 @@ public:
     int count() const { return (m_rows + kernels::mostPanelRows - 1) / kernels::mostPanelRows; }
     kernels::Panel at(int index) const {
         return {reinterpret_cast<std::int32_t*>(m_memory + m_bytesOfOne * index), m_factors.get() + lanes * index,
-                std::min(kernels::mostPanelRows, m_rows - index * kernels::mostPanelRows)};
+                m_wide.get() + index, std::min(kernels::mostPanelRows, m_rows - index * kernels::mostPanelRows)};
     }
 
 private:
@@ -66,6 +66,7 @@ private:
     std::size_t m_bytesOfOne;
     std::byte* m_memory;
     std::unique_ptr<float[]> m_factors{new float[lanes * count()]};
+    std::unique_ptr<kernels::WidePanel[]> m_wide{new kernels::WidePanel[count()]};
 };
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace fenlo::whisper::kernels::reference {
 
@@ -32,9 +33,16 @@ void matVecInt8(const std::int8_t* weights, const float* rowScales, const float*
 }
 
 void matVecsInt8(const ByteMatrix& matrix, std::span<const ByteVector> vectors, int firstRow, int lastRow) {
-    for (const ByteVector& vector : vectors)
+    for (const ByteVector& vector : vectors) {
         matVecInt8(matrix.weights, matrix.rowScales, matrix.bias, vector.values, vector.scale, vector.dst, firstRow,
                    lastRow, matrix.columns);
+        for (int i = 0; vector.wide && i < vector.wide->count; ++i)
+            for (int row = firstRow; row < lastRow; ++row) {
+                const std::size_t at = static_cast<std::size_t>(row) * matrix.columns + vector.wide->channels[i];
+                vector.dst[row] +=
+                    static_cast<float>(matrix.weights[at]) * (matrix.rowScales[row] * vector.wide->values[i]);
+            }
+    }
 }
 
 float quantize(const float* src, std::int8_t* dst, int count) {
@@ -49,6 +57,23 @@ float quantize(const float* src, std::int8_t* dst, int count) {
     for (int i = 0; i < count; ++i)
         dst[i] = static_cast<std::int8_t>(std::nearbyint(src[i] * toInteger));
     return widest / 127.0F;
+}
+
+float quantize(const float* src, std::int8_t* dst, int count, WideChannels& wide) {
+    std::vector<float> others(src, src + count);
+    float scale = quantize(src, dst, count);
+    for (wide.count = 0;;) {
+        const auto found = static_cast<int>(std::count_if(dst, dst + count, isWide));
+        if (found == 0 || found > std::min(wideAtOnce(count), WideChannels::most - wide.count))
+            return scale;
+        for (int i = 0; i < count; ++i)
+            if (isWide(dst[i])) {
+                wide.channels[wide.count] = i;
+                wide.values[wide.count++] = src[i];
+                others[i] = 0.0F;
+            }
+        scale = quantize(others.data(), dst, count);
+    }
 }
 
 void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count) {

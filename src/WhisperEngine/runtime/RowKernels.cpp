@@ -18,9 +18,11 @@ HWY_BEFORE_NAMESPACE();
 namespace fenlo::whisper::kernels::HWY_NAMESPACE {
 namespace {
 
-float quantizeRow(const float* src, std::int8_t* dst, std::size_t count) {
+/// `part(v)` is what of a vector is quantised.
+template <class Part>
+HWY_INLINE float quantizePartOf(const float* src, std::int8_t* dst, std::size_t count, const Part& part) {
     Floats found = hn::Zero(floats);
-    forEach(src, count, 0.0F, [&found](Floats v, std::size_t, std::size_t) { found = hn::Max(found, hn::Abs(v)); });
+    forEach(src, count, 0.0F, [&](Floats v, std::size_t, std::size_t) { found = hn::Max(found, hn::Abs(part(v))); });
     const float widest = hn::GetLane(hn::MaxOfLanes(floats, found));
     const float toInteger = widest > 0.0F ? 127.0F / widest : 0.0F;
     if (toInteger == 0.0F || toInteger > std::numeric_limits<float>::max()) {
@@ -31,7 +33,7 @@ float quantizeRow(const float* src, std::int8_t* dst, std::size_t count) {
     const hn::Rebind<std::int8_t, decltype(floats)> bytes;
     const Floats factor = hn::Set(floats, toInteger);
     forEach(src, count, 0.0F, [&](Floats v, std::size_t at, std::size_t) {
-        const auto narrow = hn::DemoteTo(bytes, hn::NearestInt(hn::Mul(v, factor)));
+        const auto narrow = hn::DemoteTo(bytes, hn::NearestInt(hn::Mul(part(v), factor)));
         if (at + hn::Lanes(floats) <= count)
             return hn::StoreU(narrow, bytes, dst + at);
         std::int8_t rest[hn::MaxLanes(floats)];
@@ -40,6 +42,32 @@ float quantizeRow(const float* src, std::int8_t* dst, std::size_t count) {
             dst[j] = rest[j - at];
     });
     return widest / 127.0F;
+}
+
+float quantizeRow(const float* src, std::int8_t* dst, std::size_t count) {
+    return quantizePartOf(src, dst, count, [](Floats v) { return v; });
+}
+
+/// Zeros in place of what is as wide as `limit` or wider.
+float quantizeBelow(const float* src, std::int8_t* dst, std::size_t count, float limit) {
+    const Floats most = hn::Set(floats, limit);
+    return quantizePartOf(src, dst, count,
+                          [most](Floats v) { return hn::IfThenZeroElse(hn::Ge(hn::Abs(v), most), v); });
+}
+
+std::size_t countWide(const std::int8_t* values, std::size_t count) {
+    const hn::ScalableTag<std::int8_t> bytes;
+    const auto most = hn::Set(bytes, 63), least = hn::Set(bytes, -63);
+    const std::size_t lanes = hn::Lanes(bytes);
+    std::size_t found = 0;
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        const auto v = hn::LoadU(bytes, values + i);
+        found += hn::CountTrue(bytes, hn::Or(hn::Gt(v, most), hn::Lt(v, least)));
+    }
+    for (; i < count; ++i)
+        found += isWide(values[i]) ? 1 : 0;
+    return found;
 }
 
 void normalizeRow(const float* src, const float* gain, const float* shift, float* dst, std::size_t count) {
@@ -148,6 +176,8 @@ namespace fenlo::whisper::kernels {
 
 namespace {
 HWY_EXPORT(quantizeRow);
+HWY_EXPORT(quantizeBelow);
+HWY_EXPORT(countWide);
 HWY_EXPORT(normalizeRow);
 HWY_EXPORT(addRow);
 HWY_EXPORT(largestOf);
@@ -163,6 +193,23 @@ std::size_t size(int count) {
 float quantize(const float* src, std::int8_t* dst, int count) {
     allowedInstructionSet();
     return HWY_DYNAMIC_DISPATCH(quantizeRow)(src, dst, size(count));
+}
+
+float quantize(const float* src, std::int8_t* dst, int count, WideChannels& wide) {
+    float scale = quantize(src, dst, count);
+    float limit = std::numeric_limits<float>::infinity();
+    for (wide.count = 0;;) {
+        const std::size_t found = HWY_DYNAMIC_DISPATCH(countWide)(dst, size(count));
+        if (found == 0 || found > size(std::min(wideAtOnce(count), WideChannels::most - wide.count)))
+            return scale;
+        for (int i = 0; i < count; ++i)
+            if (isWide(dst[i])) {
+                wide.channels[wide.count] = i;
+                wide.values[wide.count++] = src[i];
+                limit = std::min(limit, std::fabs(src[i])); // a wider value has no smaller number
+            }
+        scale = HWY_DYNAMIC_DISPATCH(quantizeBelow)(src, dst, size(count), limit);
+    }
 }
 
 void layerNorm(const float* src, const float* gain, const float* shift, float* dst, int count) {

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <string_view>
+#include <tuple>
 
 using namespace fenlo::whisper;
 
@@ -130,6 +131,82 @@ TEST(Kernels, AddAndQuantize_AreThePlainFormsToTheBit) {
     EXPECT_EQ(quantized, std::vector<std::int8_t>(19, 0));
 }
 
+namespace {
+
+/// Channels by their number, and how many times as wide as the others they are.
+using Widths = std::vector<std::pair<int, float>>;
+
+std::vector<float> rowWith(const Widths& wide, int count, unsigned seed) {
+    auto row = randomFloats(count, seed);
+    for (const auto& [channel, times] : wide)
+        row[channel] = times * (row[channel] < 0 ? -2.0F : 2.0F);
+    return row;
+}
+
+std::vector<int> channelsOf(const kernels::WideChannels& wide) {
+    std::vector<int> found(wide.channels, wide.channels + wide.count);
+    std::ranges::sort(found);
+    return found;
+}
+
+} // namespace
+
+TEST(Kernels, Quantize_TakesWideChannelsOut_AndLeavesTheOthersTheirDigits) {
+    const std::vector<int> none;
+    const std::tuple<int, Widths, std::vector<int>> cases[] = {
+        {768, {}, none},
+        {768, {{3, 100.0F}}, {3}},
+        {768, {{0, 100.0F}, {5, 1e4F}, {767, 20.0F}}, {0, 5, 767}}, // each hides the next
+        {384,
+         {{1, 50.0F}, {2, 60.0F}, {3, 70.0F}, {4, 80.0F}, {5, 90.0F}, {6, 99.0F}, {7, 99.0F}, {8, 99.0F}},
+         {1, 2, 3, 4, 5, 6, 7, 8}},
+        {96, {{1, 100.0F}, {2, 100.0F}, {3, 100.0F}}, none}, // not few of so short a row
+        {40, {{1, 100.0F}}, none},
+    };
+    for (const auto& [count, widths, expected] : cases)
+        for (unsigned seed = 0; seed < 20; ++seed) {
+            const auto row = rowWith(widths, count, seed);
+            std::vector<std::int8_t> fast(count), plain(count);
+            kernels::WideChannels wide, plainWide;
+            const float scale = kernels::quantize(row.data(), fast.data(), count, wide);
+            EXPECT_EQ(kernels::reference::quantize(row.data(), plain.data(), count, plainWide), scale);
+            EXPECT_EQ(fast, plain);
+            EXPECT_TRUE(std::equal(wide.values, wide.values + wide.count, plainWide.values,
+                                   plainWide.values + plainWide.count));
+            EXPECT_EQ(channelsOf(wide), channelsOf(plainWide));
+            ASSERT_EQ(channelsOf(wide), expected) << count << " with seed " << seed;
+            std::vector<float> whole(count);
+            for (int i = 0; i < count; ++i)
+                whole[i] = scale * static_cast<float>(fast[i]);
+            for (int i = 0; i < wide.count; ++i) {
+                EXPECT_EQ(whole[wide.channels[i]], 0.0F);
+                whole[wide.channels[i]] = wide.values[i];
+            }
+            expectNear(whole, row, 0.51F * scale);
+            if (!expected.empty()) {
+                EXPECT_LT(scale, 6.0F / 127.0F);
+            }
+        }
+}
+
+// Rows in which every channel takes more than half of what is left, and rows of no numbers, come to an end.
+TEST(Kernels, Quantize_EndsWithAnyRow) {
+    std::vector<float> row(768);
+    for (std::size_t i = 0; i < row.size(); ++i)
+        row[i] = std::ldexp(1.0F, 100 - static_cast<int>(i) % 200);
+    std::vector<std::int8_t> fast(row.size()), plain(row.size());
+    kernels::WideChannels wide, plainWide;
+    EXPECT_EQ(kernels::quantize(row.data(), fast.data(), 768, wide),
+              kernels::reference::quantize(row.data(), plain.data(), 768, plainWide));
+    EXPECT_EQ(fast, plain);
+    EXPECT_EQ(wide.count, kernels::WideChannels::most);
+    for (const float value : {0.0F, infinity, NAN}) {
+        row.assign(row.size(), value);
+        kernels::quantize(row.data(), fast.data(), 768, wide);
+        EXPECT_LE(wide.count, kernels::WideChannels::most);
+    }
+}
+
 TEST(Kernels, LargestAndLogSumExp_AreThePlainForms) {
     for (const Row row : rows()) {
         auto values = randomFloats(row.count + row.start, 6, 8.0F);
@@ -184,6 +261,7 @@ TEST(Kernels, MatVecsInt8_AreThePlainFormToTheBit_WhoeverIsBeside) {
         std::fill_n(weights.begin() + row.start + row.count, row.count, std::int8_t{-128}); // a damaged file's
         const auto scales = randomFloats(outputs, 13);
         const auto bias = randomFloats(outputs, 14);
+        const kernels::WideChannels wide{2, {0, row.count - 1}, {37.0F, -1e4F}};
         for (const int count : {1, 2, 3, 4, 5, 6, 7, 8, 11}) {
             const kernels::ByteMatrix matrix{weights.data() + row.start, scales.data(),
                                              count == 3 ? nullptr : bias.data(), row.count};
@@ -193,8 +271,9 @@ TEST(Kernels, MatVecsInt8_AreThePlainFormToTheBit_WhoeverIsBeside) {
             std::vector<kernels::ByteVector> plain, fast;
             for (int v = 0; v < count; ++v) {
                 const auto* x = xs.data() + row.start + v * row.count;
-                plain.push_back({x, 0.01F * static_cast<float>(v + 1), expected.data() + v * outputs});
-                fast.push_back({x, plain.back().scale, actual.data() + v * outputs});
+                const auto* alsoWide = v % 2 ? &wide : nullptr;
+                plain.push_back({x, 0.01F * static_cast<float>(v + 1), expected.data() + v * outputs, alsoWide});
+                fast.push_back({x, plain.back().scale, actual.data() + v * outputs, alsoWide});
             }
             kernels::reference::matVecsInt8(matrix, plain, 0, outputs);
             kernels::matVecsInt8(matrix, fast, 0, 3);

@@ -92,6 +92,55 @@ TEST(MatMul, Int8_IsTheLinearLayer_WhateverItsSize) {
     }
 }
 
+// Of rows with a few channels that are a thousand times the others, the others count as much as without them.
+TEST(MatMul, Int8_KeepsTheOthersDigits_BesideWideChannels) {
+    ThreadPool pool(2);
+    const int rows = 100;
+    for (const auto& [outputs, inputs] : {std::pair{40, 384}, {131, 771}}) {
+        const auto bytes = randomBytes(outputs * inputs, 1);
+        const std::vector<float> weights(bytes.begin(), bytes.end());
+        const std::vector<float> scales(outputs, 1.0F);
+        const MatMul layer = MatMul::int8(bytes.data(), scales.data(), scales.data(), outputs, inputs);
+        const auto narrow = randomFloats(rows * inputs, 3);
+        auto src = narrow;
+        for (int i = 0; i < rows; ++i)
+            if (i % 3 != 0) // rows without, beside rows with channels of their own
+                src[i * inputs + 5] = src[i * inputs + 100 + i % 30] = 1000.0F;
+        const auto multiplied = [&](const std::vector<float>& from) {
+            std::vector<float> dst(static_cast<std::size_t>(rows) * outputs);
+            layer.run(from.data(), dst.data(), rows, Activation::none, false, pool);
+            return dst;
+        };
+        const auto expected =
+            plainLayer(src, weights, scales.data(), multiplied(src), outputs, inputs, Activation::none, false);
+        const auto actual = multiplied(src), without = multiplied(narrow);
+        // A step of a row is 5 / 127, and its weights are 74 wide.
+        const float tolerance = 5 * 0.0115F * 74.0F * std::sqrt(static_cast<float>(inputs));
+        expectNear(actual, expected, tolerance);
+        for (int i = 0; i < rows; i += 3)
+            EXPECT_TRUE(std::equal(actual.begin() + i * outputs, actual.begin() + (i + 1) * outputs,
+                                   without.begin() + i * outputs));
+    }
+}
+
+// More channels than a block of rows has room for: the last rows keep theirs among the others.
+TEST(MatMul, Int8_BearsWideChannelsOfAllRows) {
+    ThreadPool pool(2);
+    const int rows = 47;
+    const int inputs = 512;
+    const auto bytes = randomBytes(3 * inputs, 1);
+    const std::vector<float> weights(bytes.begin(), bytes.end());
+    const std::vector<float> scales(3, 1.0F);
+    auto src = randomFloats(rows * inputs, 3);
+    for (int i = 0; i < rows; ++i)
+        src[i * inputs + 10 * i] = 1000.0F;
+    std::vector<float> actual(rows * 3);
+    MatMul::int8(bytes.data(), scales.data(), nullptr, 3, inputs)
+        .run(src.data(), actual.data(), rows, Activation::none, false, pool);
+    expectNear(actual, plainLayer(src, weights, nullptr, actual, 3, inputs, Activation::none, false),
+               5 * 1000.0F / 440.0F * 74.0F * std::sqrt(512.0F));
+}
+
 // One thread takes several blocks of rows at a time, five take one each. Sums of whole numbers do not see it.
 TEST(MatMul, Int8_GivesTheSameBits_WhateverTheThreads) {
     for (const auto& [outputs, inputs] : {std::pair{48, 192}, {131, 257}}) {
