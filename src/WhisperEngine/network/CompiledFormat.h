@@ -14,7 +14,7 @@
 namespace fenlo::whisper::compiled {
 
 constexpr char magic[8] = {'F', 'e', 'n', 'l', 'o', 'N', 'e', 't'};
-constexpr std::uint32_t version = 1;
+constexpr std::uint32_t version = 2;
 constexpr std::size_t alignment = 64; // a cache line, and the widest vector
 constexpr std::uint32_t mostTensors = 4096;
 

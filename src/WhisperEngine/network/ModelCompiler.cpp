@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <list>
+#include <numeric>
 
 namespace fenlo::whisper {
 
@@ -35,10 +36,15 @@ std::vector<Job> jobsOf(const ModelConfig& config, const Fingerprint& fingerprin
 }
 
 bool isQuantised(const PackedTensor& tensor, ComputeUnit unit) {
-    return tensor.form == Form::linear && unit == ComputeUnit::automatic;
+    return (tensor.form == Form::linear || tensor.form == Form::embedding) && unit == ComputeUnit::automatic;
 }
 
-/// A quantised weight is two tensors of the file: the numbers and the scales.
+/// A quantised weight is several tensors of the file: the numbers, the scales and, of an embedding, the mean and the
+/// shares.
+std::size_t tensorsOf(const PackedTensor& tensor, ComputeUnit unit) {
+    return !isQuantised(tensor, unit) ? 1 : tensor.form == Form::embedding ? 4 : 2;
+}
+
 std::vector<CompiledFileWriter::Tensor> tableOf(const Job& job) {
     std::vector<CompiledFileWriter::Tensor> table;
     for (const PackedTensor& tensor : job.tensors) {
@@ -47,10 +53,13 @@ std::vector<CompiledFileWriter::Tensor> tableOf(const Job& job) {
         if (tensor.columns > 0)
             shape.push_back(static_cast<std::uint32_t>(tensor.columns));
         const bool quantised = isQuantised(tensor, job.identity.unit);
-        table.push_back(
-            {tensor.name, quantised ? compiled::NumberType::int8 : compiled::NumberType::float32, std::move(shape)});
+        table.push_back({tensor.name, quantised ? compiled::NumberType::int8 : compiled::NumberType::float32, shape});
         if (quantised)
             table.push_back({tensor.name + ".scales", compiled::NumberType::float32, {rows}});
+        if (quantised && tensor.form == Form::embedding) {
+            table.push_back({tensor.name + ".mean", compiled::NumberType::float32, {shape[1]}});
+            table.push_back({tensor.name + ".shares", compiled::NumberType::float32, {rows}});
+        }
     }
     return table;
 }
@@ -163,7 +172,7 @@ private:
         std::size_t index = 0;
         for (const PackedTensor& tensor : job.tensors) {
             write(tensor, writer, index, isQuantised(tensor, job.identity.unit));
-            index += isQuantised(tensor, job.identity.unit) ? 2 : 1;
+            index += tensorsOf(tensor, job.identity.unit);
         }
     }
 
@@ -174,26 +183,55 @@ private:
         }
         const int columns = std::max(tensor.columns, 1);
         const int blockRows = std::max(1, blockElements / columns);
-        std::vector<float> block, scales;
-        std::vector<std::int8_t> bytes;
-        std::uint64_t written = 0; // elements
-        for (const PackedPart& part : tensor.parts)
-            for (int row = 0; row < part.rows; row += blockRows) {
-                const int rows = std::min(blockRows, part.rows - row);
-                block.assign(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns), 0.0f);
-                read(tensor, part, row, block);
-                if (quantised) {
-                    bytes.resize(block.size());
-                    for (std::size_t at = 0; at < block.size(); at += static_cast<std::size_t>(columns))
-                        scales.push_back(kernels::quantize(&block[at], &bytes[at], columns));
-                    put(writer, index, written, std::as_bytes(std::span(bytes)));
-                } else {
-                    put(writer, index, written * sizeof(float), std::as_bytes(std::span(block)));
+        const auto forBlocks = [&](const auto& take) {
+            std::vector<float> block;
+            for (const PackedPart& part : tensor.parts)
+                for (int row = 0; row < part.rows; row += blockRows) {
+                    const int rows = std::min(blockRows, part.rows - row);
+                    block.assign(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns), 0.0f);
+                    read(tensor, part, row, block);
+                    take(block);
                 }
+        };
+        std::uint64_t written = 0; // elements
+        if (!quantised)
+            return forBlocks([&](const std::vector<float>& block) {
+                put(writer, index, written * sizeof(float), std::as_bytes(std::span(block)));
                 written += block.size();
+            });
+
+        std::vector<double> mean(static_cast<std::size_t>(columns));
+        double square = 0;
+        if (tensor.form == Form::embedding) {
+            forBlocks([&](const std::vector<float>& block) {
+                for (std::size_t i = 0; i < block.size(); ++i)
+                    mean[i % mean.size()] += static_cast<double>(block[i]) / tensor.rows;
+            });
+            square = std::inner_product(mean.begin(), mean.end(), mean.begin(), 0.0);
+            const std::vector<float> narrow(mean.begin(), mean.end());
+            put(writer, index + 2, 0, std::as_bytes(std::span(narrow)));
+        }
+        std::vector<float> scales, shares;
+        std::vector<std::int8_t> bytes;
+        forBlocks([&](std::vector<float>& block) {
+            bytes.resize(block.size());
+            for (std::size_t at = 0; at < block.size(); at += mean.size()) {
+                if (square > 0) {
+                    const double share = std::inner_product(mean.begin(), mean.end(), &block[at], 0.0) / square;
+                    for (std::size_t i = 0; i < mean.size(); ++i)
+                        block[at + i] -= static_cast<float>(share * mean[i]);
+                    shares.push_back(static_cast<float>(share));
+                }
+                scales.push_back(kernels::quantize(&block[at], &bytes[at], columns));
             }
-        if (quantised)
-            put(writer, index + 1, 0, std::as_bytes(std::span(scales)));
+            put(writer, index, written, std::as_bytes(std::span(bytes)));
+            written += block.size();
+        });
+        put(writer, index + 1, 0, std::as_bytes(std::span(scales)));
+        if (tensor.form == Form::embedding) {
+            shares.resize(scales.size()); // zeros of a mean of zeros
+            put(writer, index + 3, 0, std::as_bytes(std::span(shares)));
+        }
     }
 
     void read(const PackedTensor& tensor, const PackedPart& part, int firstRow, std::span<float> block) const {

@@ -10,6 +10,10 @@ PackedLinear PackedLinear::load(const CompiledFile& file, const std::string& nam
     if (file.has(weight + ".scales")) {
         linear.bytes = file.bytes(weight, {outputs, inputs}).data();
         linear.scales = file.floats(weight + ".scales", {outputs}).data();
+        if (file.has(weight + ".mean")) {
+            linear.mean = file.floats(weight + ".mean", {inputs}).data();
+            linear.shares = file.floats(weight + ".shares", {outputs}).data();
+        }
     } else {
         linear.weights = file.floats(weight, {outputs, inputs}).data();
     }
@@ -27,6 +31,8 @@ PackedLinear PackedLinear::rows(int first, int count) const {
     if (bytes) {
         part.bytes += start;
         part.scales += first;
+        if (shares)
+            part.shares += first;
     }
     if (bias)
         part.bias += first;

@@ -14,12 +14,15 @@ namespace fenlo::whisper {
 struct PackedLinear {
     const float* weights = nullptr;     // [outputs, inputs], or
     const std::int8_t* bytes = nullptr; // [outputs, inputs] and
-    const float* scales = nullptr;      // [outputs]
+    const float* scales = nullptr;      // [outputs], and of an embedding
+    const float* mean = nullptr;        // [inputs], of all rows, of which each has
+    const float* shares = nullptr;      // [outputs] beside its bytes
     const float* bias = nullptr;        // [outputs], or none
     int outputs = 0;
     int inputs = 0;
 
-    /// "<name>.weight", "<name>.weight.scales" and, where it is there, "<name>.bias".
+    /// "<name>.weight", "<name>.weight.scales" and, where they are there, "<name>.weight.mean" with
+    /// "<name>.weight.shares", and "<name>.bias".
     static PackedLinear load(const CompiledFile& file, const std::string& name, int outputs, int inputs);
 
     PackedLinear rows(int first, int count) const;

@@ -106,7 +106,7 @@ std::vector<PackedTensor> packedTextDecoder(const ModelConfig& config) {
     const ModelArchitecture& net = config.architecture;
     Collector collector("decoder.");
     collector.tensors.push_back({"tokens.weight",
-                                 Form::linear,
+                                 Form::embedding,
                                  net.vocabularySize,
                                  net.width,
                                  {{"decoder.embed_tokens.weight", net.vocabularySize}},

@@ -21,6 +21,7 @@ struct PackedTensor {
     enum class Form {
         plain,       // 32-bit floats in any case
         linear,      // [rows, columns], of 8 bits with one scale a row unless the precision is float32
+        embedding,   // the same; of 8 bits, what each row has of all rows' mean is taken off and kept
         convolution, // [rows, columns] from [rows, channels, 3]: each row reordered to [3, channels]
         constant,    // `values`
     };

@@ -67,16 +67,31 @@ void TextDecoderNetwork::Step::run() {
     forRows(m_network.m_tokens, [&](int first, int last) {
         multiply(m_network.m_tokens, first, last,
                  [](const Row& row) { return row.inputs.wantsLogits ? row.outputs.logits.data() : nullptr; });
+        if (m_network.m_tokens.mean)
+            addShares(first, last);
     });
+}
+
+/// What the tokens' rows have of their mean.
+void TextDecoderNetwork::Step::addShares(int first, int last) const {
+    for (const Row& row : m_rows) {
+        if (!row.inputs.wantsLogits)
+            continue;
+        float common = 0;
+        kernels::matVec(m_network.m_tokens.mean, nullptr, row.values, &common, 0, 1, m_net.width);
+        for (int token = first; token < last; ++token)
+            row.outputs.logits[static_cast<std::size_t>(token)] += common * m_network.m_tokens.shares[token];
+    }
 }
 
 void TextDecoderNetwork::Step::embed(const Row& row) const {
     Workspace& work = row.work;
     const PackedLinear token = m_network.m_tokens.rows(row.inputs.input_ids, 1);
     const float* position = m_network.m_positions + size(row.inputs.cache_length, m_net.width);
-    for (std::size_t i = 0; i < work.state.size(); ++i)
-        work.state[i] =
-            position[i] + (token.bytes ? token.scales[0] * static_cast<float>(token.bytes[i]) : token.weights[i]);
+    for (std::size_t i = 0; i < work.state.size(); ++i) {
+        const float own = token.bytes ? token.scales[0] * static_cast<float>(token.bytes[i]) : token.weights[i];
+        work.state[i] = position[i] + (token.mean ? token.shares[0] * token.mean[i] + own : own);
+    }
 
     // The mask never hides the token itself.
     std::copy_n(row.inputs.decoder_key_padding_mask.begin(), row.inputs.cache_length, work.mask.begin());
@@ -221,7 +236,7 @@ void TextDecoderNetwork::Step::take(const PackedLinear& linear, std::vector<floa
     for (Row& row : m_rows) {
         row.values = (row.work.*src).data();
         if (linear.bytes)
-            row.scale = kernels::quantize(row.values, row.work.bytes.data(), linear.inputs);
+            row.scale = kernels::quantize(row.values, row.work.bytes.data(), linear.inputs, row.work.wide);
     }
 }
 
@@ -232,7 +247,7 @@ void TextDecoderNetwork::Step::multiply(const PackedLinear& linear, int first, i
         std::size_t count = 0;
         for (const Row& row : m_rows)
             if (float* const dst = place(row))
-                vectors[count++] = {row.work.bytes.data(), row.scale, dst};
+                vectors[count++] = {row.work.bytes.data(), row.scale, dst, &row.work.wide};
         kernels::matVecsInt8({linear.bytes, linear.scales, linear.bias, linear.inputs}, {vectors.data(), count}, first,
                              last);
         return;

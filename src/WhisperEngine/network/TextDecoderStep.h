@@ -32,7 +32,8 @@ struct TextDecoderNetwork::Workspace final : TextDecoderModel::Scratch {
     ModelArchitecture architecture;
     std::vector<float> state, normed, query, attended, product; // [width]
     std::vector<float> inner;                                   // [feed-forward]
-    std::vector<std::int8_t> bytes;                             // a layer's input in 8 bits
+    std::vector<std::int8_t> bytes;                             // a layer's input in 8 bits, without
+    kernels::WideChannels wide;                                 // what is added in floats
     std::vector<float> mask;                                    // [textPositions]
     std::vector<float> keys, values;                            // [heads, textPositions, head width] of a copied cache
     std::vector<float> scores;                                  // [heads, the longer of the two sequences]
@@ -64,6 +65,7 @@ public:
 
 private:
     void embed(const Row& row) const;
+    void addShares(int first, int last) const;
     void attendSelf(std::size_t index);
     void attendAudio(std::size_t index);
     void feedForward(const Layer& layer);

@@ -57,9 +57,10 @@ float quantize(const float* src, std::int8_t* dst, int count);
 /// The same without what is `wide`: as long as few channels (wideAtOnce()) take more than half of the row's range, they
 /// are taken out and the others quantised anew. A row that has none is quantised as above.
 float quantize(const float* src, std::int8_t* dst, int count, WideChannels& wide);
-/// A number by which no row of independent values, after GELU or before, has wide channels but rarely.
+/// So few that rows of independent values, after GELU or before, rarely have wide channels; none of a row that is
+/// narrower than the published models' rows.
 constexpr int wideAtOnce(int count) {
-    return count < 384 ? count / 48 : 8;
+    return count < 384 ? 0 : 8;
 }
 /// Of a quantised number; half of the range.
 constexpr bool isWide(std::int8_t number) {

@@ -71,8 +71,8 @@ TEST_F(SameBits, OnEachStep_OfTheTrainedModel) {
         embeddings.encoder_output_embeds = readDump(sample["dumps"]["encoder"]);
         scores.push_back(scoresOf(*nets.decoder, embeddings, sample["with_timestamps"]["tokens"]).text());
     }
-    EXPECT_EQ(encoded, (std::vector<std::string>{"c812dbdc0a33d99c", "e47f03223f40a945"}));
-    EXPECT_EQ(scores, (std::vector<std::string>{"30a989263067a41e", "86a1d417656fa9b6"}));
+    EXPECT_EQ(encoded, (std::vector<std::string>{"397c758984fd4ae7", "7a8b30c8c9d86db0"}));
+    EXPECT_EQ(scores, (std::vector<std::string>{"5b06a6041e4bb094", "2d62cc83652ab949"}));
 }
 
 // Widths that fill no vector of any step, so that the ends of rows count.
@@ -101,6 +101,6 @@ TEST_F(SameBits, OnEachStep_OfRandomWeightsOfOddWidths) {
     EXPECT_EQ(encoded.text(), "91fb0179b8922cc7");
     randomNumbers("audio", 0, embeddings.encoder_output_embeds);
     const std::vector<int> tokens{50258, 50259, 1, 77, 4711, 20000, 3, 9, 27, 81, 243, 729, 2187, 6561, 19683, 5};
-    EXPECT_EQ(scoresOf(*loadTextDecoder(folder, options, pool), embeddings, tokens).text(), "a982973bf27b6ad5");
+    EXPECT_EQ(scoresOf(*loadTextDecoder(folder, options, pool), embeddings, tokens).text(), "fbf21ec003373a28");
     fs::remove_all(folder);
 }

@@ -24,9 +24,14 @@ namespace fenlo::test {
 ///   decoder.embed_positions.weight   0        0.5
 ///   other .weight                    0        sqrt(3 / inputs of a row), which makes the variance 1 / inputs
 ///   encoder.embed_positions.weight   the published sines and cosines
+///
+/// Published models have a few channels that are a hundred times the others; with `hasWideChannels` this one has them
+/// as well. Two channels of the residual stream are so in all positions, two as the audio and the text make them, four
+/// by their gain in each norm, and two between the layers of a feed-forward.
 struct RandomCheckpoint {
     whisper::ModelArchitecture architecture;
     std::filesystem::path tokenizer; // copied, unless empty
+    bool hasWideChannels = false;
 
     /// Makes the folder and writes `config.json`, `generation_config.json` and the weights, in little memory. Errors:
     /// std::runtime_error when the disk refuses.
