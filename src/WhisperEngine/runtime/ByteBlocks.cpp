@@ -280,6 +280,29 @@ void packPanel(const float* src, int inputs, const Panel& panel, std::int8_t* wo
         }
 }
 
+/// A row with wide channels is taken out, quantised as all rows are, and put back.
+void packLanes(const float* src, int inputs, const Panel& panel, float* row, std::int8_t* work) {
+    const bool isBytes = form().isBytes;
+    std::int32_t wide[panelLanes];
+    quantizeLanes(src, inputs, panel, isBytes, wide);
+    panel.wide->count = 0;
+    for (int lane = 0; lane < panel.rows; ++lane) {
+        if (wide[lane] == 0 || wide[lane] > wideAtOnce(inputs))
+            continue;
+        for (std::ptrdiff_t i = 0; i < inputs; ++i)
+            row[i] = src[i * panelLanes + lane];
+        panel.factors[lane] = quantizeInto(*panel.wide, static_cast<std::size_t>(lane), row, work, inputs);
+        auto* const numbers = reinterpret_cast<std::byte*>(panel.lanes + lane);
+        for (std::ptrdiff_t i = 0; i < inputs; ++i)
+            if (isBytes) {
+                numbers[i / 4 * panelLanes * 4 + i % 4] = static_cast<std::byte>(work[i] ^ -128);
+            } else {
+                const std::int16_t number = work[i];
+                std::memcpy(numbers + i / 2 * panelLanes * 4 + i % 2 * 2, &number, sizeof number);
+            }
+    }
+}
+
 void multiplyPanel(const ByteMatrix& matrix, const Panel& panel, int first, int count, float* dst, std::byte* work) {
     form().multiply(matrix, panel, first, count, dst, work);
 }

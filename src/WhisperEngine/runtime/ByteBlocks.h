@@ -41,6 +41,12 @@ std::size_t panelBytes(int inputs);
 /// found in a lane of its own, a row of zeros.
 void packPanel(const float* src, int inputs, const Panel& panel, std::int8_t* work);
 
+/// The same of rows that lie across lanes, src[input][lane], as multiplyPanel() leaves them. `row` holds `inputs`
+/// floats and `work` as many bytes.
+void packLanes(const float* src, int inputs, const Panel& panel, float* row, std::int8_t* work);
+/// The numbers and factors of all rows, as if no channel were wide. wide[lane] tells how many of a row's numbers are.
+void quantizeLanes(const float* src, int inputs, const Panel& panel, bool inBytes, std::int32_t* wide);
+
 /// dst[i][lane] = row `lane` x weights of output `first + i`, scaled, with bias; `count` outputs, at most
 /// outputsAtATime. Sums are exact. `work` holds panelWork(inputs) bytes, aligned as integers of 16 bits.
 std::size_t panelWork(int inputs);

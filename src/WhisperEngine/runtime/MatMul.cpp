@@ -46,13 +46,22 @@ class Panels {
 public:
     static constexpr std::size_t lanes = kernels::panelLanes;
 
-    Panels(const float* src, int rows, int inputs)
-        : m_rows(rows), m_bytesOfOne(kernels::panelBytes(inputs)),
-          m_memory(scratchOf<std::byte>(Slot::sources, m_bytesOfOne * count())) {
+    static Panels ofRows(const float* src, int rows, int inputs) {
+        Panels panels(rows, inputs);
         auto* const work = scratchOf<std::int8_t>(Slot::row, lanes * (inputs + std::size_t{4}));
-        for (int i = 0; i < count(); ++i)
-            kernels::packPanel(src + static_cast<std::size_t>(i) * kernels::mostPanelRows * inputs, inputs, at(i),
-                               work);
+        for (int i = 0; i < panels.count(); ++i)
+            kernels::packPanel(src + static_cast<std::size_t>(i) * kernels::mostPanelRows * inputs, inputs,
+                               panels.at(i), work);
+        return panels;
+    }
+    /// Of products that were not turned to rows: [count()][inputs][lanes].
+    static Panels ofLanes(const float* src, int rows, int inputs) {
+        Panels panels(rows, inputs);
+        auto* const row = scratchOf<float>(Slot::row, std::size_t{2} * inputs);
+        for (int i = 0; i < panels.count(); ++i)
+            kernels::packLanes(src + static_cast<std::size_t>(i) * lanes * inputs, inputs, panels.at(i), row,
+                               reinterpret_cast<std::int8_t*>(row + inputs));
+        return panels;
     }
 
     int count() const { return (m_rows + kernels::mostPanelRows - 1) / kernels::mostPanelRows; }
@@ -62,6 +71,10 @@ public:
     }
 
 private:
+    Panels(int rows, int inputs)
+        : m_rows(rows), m_bytesOfOne(kernels::panelBytes(inputs)),
+          m_memory(scratchOf<std::byte>(Slot::sources, m_bytesOfOne * count())) {}
+
     int m_rows;
     std::size_t m_bytesOfOne;
     std::byte* m_memory;
@@ -127,7 +140,7 @@ struct MatMul::Implementation {
         const int each = std::clamp(panels / (tasksPerThread * pool.size()), 1, mostPanels) * kernels::mostPanelRows;
         pool.run((rows + each - 1) / each, [&](int task) {
             const auto row = static_cast<std::size_t>(task) * each;
-            const Panels packed(src + row * inputs, std::min(each, rows - task * each), inputs);
+            const Panels packed = Panels::ofRows(src + row * inputs, std::min(each, rows - task * each), inputs);
             for (const Output& output : layers)
                 output.layer.m_implementation->multiply(packed, output.dst + row * output.layer.outputs(), finish);
         });
@@ -139,27 +152,39 @@ struct MatMul::Implementation {
         pool.run((rows + each - 1) / each, [&](int task) {
             const auto row = static_cast<std::size_t>(task) * each;
             const int some = std::min(each, rows - task * each);
-            auto* const between = scratchOf<float>(Slot::packed, static_cast<std::size_t>(some) * outputs);
-            multiply(Panels(src + row * inputs, some, inputs), between, {Activation::gelu, false});
-            second.multiply(Panels(between, some, outputs), dst + row * second.outputs, {Activation::none, true});
+            const Panels packed = Panels::ofRows(src + row * inputs, some, inputs);
+            const std::size_t eachPanel = Panels::lanes * static_cast<std::size_t>(outputs);
+            auto* const between = scratchOf<float>(Slot::packed, eachPanel * static_cast<std::size_t>(packed.count()));
+            forBlocks(packed, [&](int i, int first, int count, std::byte* work) {
+                float* const found = between + eachPanel * i + Panels::lanes * first;
+                kernels::multiplyPanel(bytes, packed.at(i), first, count, found, work);
+                kernels::gelu(found, count * kernels::panelLanes);
+            });
+            second.multiply(Panels::ofLanes(between, some, outputs), dst + row * second.outputs,
+                            {Activation::none, true});
         });
     }
 
     void multiply(const Panels& panels, float* dst, Finish finish) const {
-        auto* const work = scratchOf<std::byte>(Slot::row, kernels::panelWork(inputs));
         auto* const found = scratchOf<float>(Slot::results, Panels::lanes * kernels::outputsAtATime);
-        for (int first = 0; first < outputs; first += kernels::outputsAtATime) {
-            const int some = std::min(kernels::outputsAtATime, outputs - first);
-            for (int i = 0; i < panels.count(); ++i) {
-                const kernels::Panel panel = panels.at(i);
-                kernels::multiplyPanel(bytes, panel, first, some, found, work);
-                if (finish.activation == Activation::gelu)
-                    kernels::gelu(found, some * kernels::panelLanes);
-                kernels::unpackPanel(found, panel.rows, some,
-                                     dst + static_cast<std::size_t>(i) * kernels::mostPanelRows * outputs + first,
-                                     static_cast<std::size_t>(outputs), finish.accumulate);
-            }
-        }
+        forBlocks(panels, [&](int i, int first, int count, std::byte* work) {
+            const kernels::Panel panel = panels.at(i);
+            kernels::multiplyPanel(bytes, panel, first, count, found, work);
+            if (finish.activation == Activation::gelu)
+                kernels::gelu(found, count * kernels::panelLanes);
+            kernels::unpackPanel(found, panel.rows, count,
+                                 dst + static_cast<std::size_t>(i) * kernels::mostPanelRows * outputs + first,
+                                 static_cast<std::size_t>(outputs), finish.accumulate);
+        });
+    }
+
+    /// Calls `work(panel, first output, count, memory)`: all panels behind a block of weights, which stays near.
+    template <class Work>
+    void forBlocks(const Panels& panels, const Work& work) const {
+        auto* const memory = scratchOf<std::byte>(Slot::row, kernels::panelWork(inputs));
+        for (int first = 0; first < outputs; first += kernels::outputsAtATime)
+            for (int i = 0; i < panels.count(); ++i)
+                work(i, first, std::min(kernels::outputsAtATime, outputs - first), memory);
     }
 };
 
