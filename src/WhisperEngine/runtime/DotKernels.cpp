@@ -133,6 +133,8 @@ HWY_INLINE void mixColumns(Tag tag, const Number* rows, std::size_t stride, cons
     const auto add = [&](hn::Vec<Tag>* sums, std::size_t row) {
         const auto factor = hn::Set(tag, factors[row]);
         const Number* const at = rows + row * stride + first;
+        if constexpr (sizeof(Number) == 1)
+            __builtin_prefetch(at + lookAhead, 0, 2);
 #pragma GCC unroll 4
         for (std::size_t v = 0; v < vectors; ++v)
             sums[v] = hn::MulAdd(loadAs(tag, at + v * lanes), factor, sums[v]);
