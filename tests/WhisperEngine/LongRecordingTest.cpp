@@ -103,6 +103,20 @@ TEST(LongRecordings, LoseNothingThatTheReferenceHears) {
     EXPECT_LE(100.0 * errors / words, 100.0 * referenceErrors / words + 1) << errors << " and " << referenceErrors;
 }
 
+TEST(LongRecordings, EvaluationClipsAreHeardAsWellIn8BitsAsByTheReference) {
+    int words = 0, errors = 0, referenceErrors = 0;
+    for (const auto& clip : golden(folder / "eval.json")) {
+        const fs::path file = fs::path(GOLDEN_FOLDER) / "eval" / clip["file"].get<std::string>();
+        const auto heard = engine(ComputeUnit::automatic).transcribe(file, referenceOptions(false), {}, {}).front();
+        const auto spoken = wordsOf(clip["reference"]);
+        words += static_cast<int>(spoken.size());
+        errors += align(spoken, wordsOf(heard.text)).errors;
+        referenceErrors += align(spoken, wordsOf(clip["heard"])).errors;
+    }
+    EXPECT_LE(100.0 * errors / words, 100.0 * referenceErrors / words + 0.2)
+        << errors << " and " << referenceErrors << " errors in " << words << " words";
+}
+
 TEST(LongRecordings, WordsFollowEachOtherInsideTheirSegments_AndDrawsRepeat) {
     DecodingOptions options = ownOptions();
     options.wordTimestamps = true;

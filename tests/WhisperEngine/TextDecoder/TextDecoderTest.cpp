@@ -47,7 +47,7 @@ protected:
         promptLength = inputs.initialPrompt.size();
         GreedyTokenSampler sampler(0, tokenizer().specialTokens().endToken, options);
         AudioEmbeddings embeddings;
-        decoder.attach(embeddings);
+        decoder.attachUntil(embeddings, {});
         TranscriptionTimings timings;
         return decoder.decodeText(
             embeddings, inputs, sampler, options,
