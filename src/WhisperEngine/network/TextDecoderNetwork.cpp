@@ -79,7 +79,7 @@ void TextDecoderNetwork::attachUntil(AudioEmbeddings& embeddings, const std::sto
         refuse("The audio embeddings have not the shape that the decoder expects.");
     const bool inBytes = m_file.identity().unit == ComputeUnit::automatic;
     auto cache = std::make_shared<CrossCache>(*this, inBytes);
-    std::vector<float> joined(size(frames, 2 * width)); // [frames, keys and values]
+    const LargeMemory<float> joined(size(frames, 2 * width)); // [frames, keys and values]
     for (std::size_t i = 0; i < m_layers.size(); ++i) {
         if (stop.stop_requested())
             return;

@@ -2,6 +2,9 @@
 
 #include "WhisperEngine/runtime/InstructionSet.h"
 #include "WhisperEngine/runtime/Kernels.h"
+#include "WhisperEngine/runtime/Product.h"
+
+#include <algorithm>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "WhisperEngine/runtime/ByteHead.cpp"
@@ -82,6 +85,15 @@ namespace fenlo::whisper::kernels {
 
 namespace {
 HWY_EXPORT(quantizePart);
+
+/// One position behind the other, as four passes want them: those of a window with all of its heads lie so far apart
+/// that they take each other's place in the cache.
+const float* gathered(const float* src, std::size_t stride, std::size_t positions, std::size_t width) {
+    auto* const rows = scratchOf<float>(Slot::row, positions * width);
+    for (std::size_t p = 0; p < positions; ++p)
+        std::copy_n(src + p * stride, width, rows + p * width);
+    return rows;
+}
 } // namespace
 
 std::size_t ByteHead::numberCount(int positions, int width) {
@@ -100,9 +112,11 @@ void quantizeHead(const float* keys, const float* values, std::size_t stride, co
     const auto width = static_cast<std::size_t>(head.width);
     // The values' place for centres holds the keys' until they are used.
     HWY_DYNAMIC_DISPATCH(quantizePart)
-    (keys, stride, positions, width, head.valueCentres(), head.keyScales(), head.keys(), head.keyFactors());
+    (gathered(keys, stride, positions, width), width, positions, width, head.valueCentres(), head.keyScales(),
+     head.keys(), head.keyFactors());
     HWY_DYNAMIC_DISPATCH(quantizePart)
-    (values, stride, positions, width, head.valueCentres(), head.valueScales(), head.values(), head.valueFactors());
+    (gathered(values, stride, positions, width), width, positions, width, head.valueCentres(), head.valueScales(),
+     head.values(), head.valueFactors());
 }
 
 } // namespace fenlo::whisper::kernels

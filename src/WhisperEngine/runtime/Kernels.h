@@ -114,7 +114,7 @@ struct ByteHead {
     float* valueFactors() const { return keyFactors() + positions; }
 };
 
-/// Fills `head`. `stride` is the distance between two positions in floats.
+/// Fills `head`. `stride` is the distance between two positions in floats. Takes scratch of the calling thread.
 void quantizeHead(const float* keys, const float* values, std::size_t stride, const ByteHead& head);
 
 /// As attendOne() without a mask.
