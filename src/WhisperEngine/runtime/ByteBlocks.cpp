@@ -297,7 +297,7 @@ void packLanes(const float* src, int inputs, const Panel& panel, float* row, std
             if (isBytes) {
                 numbers[i / 4 * panelLanes * 4 + i % 4] = static_cast<std::byte>(work[i] ^ -128);
             } else {
-                const std::int16_t number = work[i];
+                const auto number = std::int16_t{work[i]};
                 std::memcpy(numbers + i / 2 * panelLanes * 4 + i % 2 * 2, &number, sizeof number);
             }
     }
