@@ -63,25 +63,25 @@ void TextDecoderNetwork::Step::run() {
     if (std::ranges::none_of(m_rows, [](const Row& row) { return row.inputs.wantsLogits; }))
         return;
     normalize(m_network.m_norm);
-    take(m_network.m_tokens, &Workspace::normed);
-    forRows(m_network.m_tokens, [&](int first, int last) {
-        multiply(m_network.m_tokens, first, last,
+    const PackedLinear& tokens = m_network.m_tokens;
+    take(tokens, &Workspace::normed);
+    if (tokens.mean)
+        for (Row& row : m_rows)
+            kernels::matVec(tokens.mean, nullptr, row.values, &row.common, 0, 1, m_net.width);
+    forRows(tokens, [&](int first, int last) {
+        multiply(tokens, first, last,
                  [](const Row& row) { return row.inputs.wantsLogits ? row.outputs.logits.data() : nullptr; });
-        if (m_network.m_tokens.mean)
+        if (tokens.mean)
             addShares(first, last);
     });
 }
 
 /// What the tokens' rows have of their mean.
 void TextDecoderNetwork::Step::addShares(int first, int last) const {
-    for (const Row& row : m_rows) {
-        if (!row.inputs.wantsLogits)
-            continue;
-        float common = 0;
-        kernels::matVec(m_network.m_tokens.mean, nullptr, row.values, &common, 0, 1, m_net.width);
-        for (int token = first; token < last; ++token)
-            row.outputs.logits[static_cast<std::size_t>(token)] += common * m_network.m_tokens.shares[token];
-    }
+    for (const Row& row : m_rows)
+        if (row.inputs.wantsLogits)
+            for (int token = first; token < last; ++token)
+                row.outputs.logits[static_cast<std::size_t>(token)] += row.common * m_network.m_tokens.shares[token];
 }
 
 void TextDecoderNetwork::Step::embed(const Row& row) const {

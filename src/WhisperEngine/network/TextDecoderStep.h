@@ -47,6 +47,7 @@ struct TextDecoderNetwork::Row {
     Workspace& work;
     const float* values = nullptr; // what the next product takes, or
     float scale = 0;               // the scale of work.bytes where the weights have 8 bits
+    float common = 0;              // the product with the mean of the tokens' rows
 };
 
 /// One step of several decodings, at most `mostRows`. Each weight is read once for all; beyond that a decoding meets
