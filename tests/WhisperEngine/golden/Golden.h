@@ -9,6 +9,7 @@
 #include "support/FakeHttpClient.h"
 
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <utility>
@@ -86,6 +87,24 @@ inline Alignment align(const std::vector<std::string>& reference, const std::vec
         }
     }
     return alignment;
+}
+
+/// How many of the words that were spoken we hear wrongly, and how many the reference does.
+struct WordErrors {
+    int words = 0, ours = 0, reference = 0;
+
+    void add(const std::string& spoken, const std::string& heard, const std::string& heardByReference) {
+        const auto truth = wordsOf(spoken);
+        words += static_cast<int>(truth.size());
+        ours += align(truth, wordsOf(heard)).errors;
+        reference += align(truth, wordsOf(heardByReference)).errors;
+    }
+};
+
+inline void expectAsWell(const WordErrors& errors, double points) {
+    ASSERT_GT(errors.words, 0);
+    EXPECT_LE(100.0 * errors.ours / errors.words, 100.0 * errors.reference / errors.words + points)
+        << errors.ours << " and " << errors.reference << " errors in " << errors.words << " words";
 }
 
 } // namespace fenlo::whisper::test

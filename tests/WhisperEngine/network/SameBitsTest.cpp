@@ -5,10 +5,9 @@
 // step (FENLO_ISA) from AVX2 up, the first that multiplies and adds without rounding in between.
 
 #include "WhisperEngine/network/GoldenModel.h"
+#include "WhisperEngine/network/RandomModel.h"
 #include "WhisperEngine/runtime/InstructionSet.h"
 #include "WhisperEngine/runtime/ThreadPool.h"
-#include "WhisperEngine/support/RandomCheckpoint.h"
-#include "base/Files.h"
 
 #include <bit>
 #include <gtest/gtest.h>
@@ -16,7 +15,6 @@
 
 using namespace fenlo::test;
 using namespace fenlo::whisper;
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -86,21 +84,19 @@ TEST_F(SameBits, OnEachStep_OfRandomWeightsOfOddWidths) {
     net.vocabularySize = 51865;
     net.audioPositions = 211;
     net.textPositions = 64;
-    const fs::path folder = fenlo::files::temporaryFile("model-", "");
-    RandomCheckpoint{net, {}}.write(folder);
+    const ModelFolder folder({net, {}});
     const ModelComputeOptions options;
-    compileModel(folder, options, {}, {});
+    compileModel(folder.path, options, {}, {});
     ThreadPool pool(2);
 
     std::vector<float> mel(static_cast<std::size_t>(net.melBands) * net.melFrames());
     randomNumbers("mel", 0, mel);
     AudioEmbeddings embeddings;
-    loadAudioEncoder(folder, options, pool)->predict(mel, embeddings);
+    loadAudioEncoder(folder.path, options, pool)->predict(mel, embeddings);
     BitsOf encoded;
     encoded.add(embeddings.encoder_output_embeds);
     EXPECT_EQ(encoded.text(), "91fb0179b8922cc7");
     randomNumbers("audio", 0, embeddings.encoder_output_embeds);
     const std::vector<int> tokens{50258, 50259, 1, 77, 4711, 20000, 3, 9, 27, 81, 243, 729, 2187, 6561, 19683, 5};
-    EXPECT_EQ(scoresOf(*loadTextDecoder(folder, options, pool), embeddings, tokens).text(), "fbf21ec003373a28");
-    fs::remove_all(folder);
+    EXPECT_EQ(scoresOf(*loadTextDecoder(folder.path, options, pool), embeddings, tokens).text(), "fbf21ec003373a28");
 }
