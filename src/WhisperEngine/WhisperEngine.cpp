@@ -72,16 +72,16 @@ struct WhisperEngine::Arrays {
     std::vector<int> offsets; // where each begins in a whole, or empty
     std::vector<DecodingOptions> options;
 
-    Arrays(std::vector<std::span<const float>> samples, std::vector<int> offsets, std::vector<DecodingOptions> options)
-        : samples(std::move(samples)), offsets(std::move(offsets)), options(std::move(options)) {}
     /// Chunks that lie within the clips of the options.
-    Arrays(const std::vector<AudioChunk>& chunks, DecodingOptions ofChunks) {
-        ofChunks.clipTimestamps.clear();
-        options.assign(chunks.size(), ofChunks);
+    static Arrays ofChunks(const std::vector<AudioChunk>& chunks, DecodingOptions forAll) {
+        Arrays arrays;
+        forAll.clipTimestamps.clear();
+        arrays.options.assign(chunks.size(), forAll);
         for (const AudioChunk& chunk : chunks) {
-            samples.push_back(chunk.audioSamples);
-            offsets.push_back(chunk.seekOffsetIndex);
+            arrays.samples.push_back(chunk.audioSamples);
+            arrays.offsets.push_back(chunk.seekOffsetIndex);
         }
+        return arrays;
     }
 };
 
@@ -150,7 +150,7 @@ std::vector<TranscriptionResult> WhisperEngine::transcribeChunks(std::span<const
     const VADAudioChunker chunker(m_config.voiceActivityDetector);
     const auto chunks = chunker.chunkAll(audioArray, windowSamples, options, m_logging);
     m_logging.debug("Found {} VAD chunks", chunks.size());
-    return transcribeAll(parts, {chunks, options}, callbacks, std::move(stop), resume);
+    return transcribeAll(parts, Arrays::ofChunks(chunks, options), callbacks, std::move(stop), resume);
 }
 
 /// As if walked over in one piece: one sense of silence for all of the recording, and one language.
@@ -182,7 +182,7 @@ std::vector<TranscriptionResult> WhisperEngine::transcribeParts(std::span<const 
         const Places::Taken place(*m_places, stop);
         ofParts.language = TranscribeTask(shared, {}, {}).detectLanguage(parts.front().audioSamples).language;
     }
-    return transcribeAll(shared, {parts, ofParts}, callbacks, std::move(stop), resume);
+    return transcribeAll(shared, Arrays::ofChunks(parts, ofParts), callbacks, std::move(stop), resume);
 }
 
 std::vector<std::vector<TranscriptionResult>> WhisperEngine::transcribe(const std::vector<fs::path>& audioPaths,
