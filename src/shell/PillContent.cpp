@@ -130,7 +130,7 @@ std::string fittingEnd(const std::string& line, const MeasureText& measure) {
         return ellipsis + end.substr(static_cast<std::size_t>(first.data() - end.data()));
     };
     const auto first =
-        std::ranges::partition_point(characters, [&](std::string_view first) { return !fits(from(first)); });
+        std::ranges::partition_point(characters, [&](std::string_view each) { return !fits(from(each)); });
     return first == characters.end() ? ellipsis : from(*first);
 }
 
