@@ -130,7 +130,7 @@ void EarlyRecognition::start(Reason reason, EarlyReach reach) {
     if (reason == Reason::pause)
         m_pauseEnd = m_clip->keptEnd();
     m_background.run([this, reach, stop = m_run->stop, work = workFor(reason)](std::stop_token quit) {
-        const std::stop_callback end(quit, [stop]() mutable { stop.request_stop(); });
+        const std::stop_callback onQuit(quit, [stop]() mutable { stop.request_stop(); });
         m_mainQueue.post(m_lifetime.bind([this, result = perform(work, reach, stop)] { ended(result); }));
     });
 }
